@@ -1,0 +1,71 @@
+# The OPC UA library, 1.5, as the target open62541::open62541, from the first of
+#   1. an installed package (find_package; CMAKE_PREFIX_PATH as usual),
+#   2. the source folder OPEN62541_SOURCE_DIR (CMake variable or environment),
+#   3. the pinned crate open62541-sys, which carries the whole C source; fetched with cargo.
+# 2 and 3 are built once per machine type into build/deps, Release and static, without the services by
+# which an anonymous client could delete the controller's nodes.
+set(OPEN62541_CRATE_VERSION 0.6.6)
+set(OPEN62541_CRATE_SHA256 12fe6cb894630ce8b6d7f15c6c6ed7f457310d6cd318d563252e755a0fd4990e)
+
+set(OPEN62541_SOURCE_DIR "$ENV{OPEN62541_SOURCE_DIR}" CACHE PATH
+    "Source of open62541 1.5, taken when no package is installed")
+set(deps_dir ${PROJECT_SOURCE_DIR}/build/deps)
+set(open62541_prefix ${deps_dir}/open62541-${CMAKE_SYSTEM_PROCESSOR})
+
+function(opcuasrv_fetch_open62541 out_dir)
+    set(crate_dir ${deps_dir}/open62541-sys-${OPEN62541_CRATE_VERSION})
+    if(NOT EXISTS ${crate_dir}/open62541/CMakeLists.txt)
+        execute_process(
+            COMMAND ${PROJECT_SOURCE_DIR}/tools/dev/fetch-open62541 ${crate_dir}
+                    ${OPEN62541_CRATE_VERSION} ${OPEN62541_CRATE_SHA256}
+            RESULT_VARIABLE failed)
+        if(failed)
+            message(FATAL_ERROR "open62541 1.5 is not to be had; see the lines above.")
+        endif()
+    endif()
+    set(${out_dir} ${crate_dir}/open62541 PARENT_SCOPE)
+endfunction()
+
+function(opcuasrv_build_open62541 source_dir)
+    set(build_dir ${open62541_prefix}-build)
+    message(STATUS "Building open62541 for ${CMAKE_SYSTEM_PROCESSOR} (about 15 s) ...")
+    set(toolchain)
+    if(CMAKE_TOOLCHAIN_FILE)
+        set(toolchain -DCMAKE_TOOLCHAIN_FILE=${CMAKE_TOOLCHAIN_FILE})
+    endif()
+    foreach(step configure build)
+        if(step STREQUAL configure)
+            set(command ${CMAKE_COMMAND} -S ${source_dir} -B ${build_dir} -G Ninja ${toolchain}
+                -DCMAKE_BUILD_TYPE=Release -DBUILD_SHARED_LIBS=OFF
+                -DCMAKE_POSITION_INDEPENDENT_CODE=ON
+                -DCMAKE_INSTALL_PREFIX=${open62541_prefix} -DCMAKE_INSTALL_LIBDIR=lib
+                -DUA_NAMESPACE_ZERO=REDUCED
+                -DUA_ENABLE_NODEMANAGEMENT=OFF -DUA_ENABLE_PUBSUB=OFF)
+        else()
+            set(command ${CMAKE_COMMAND} --build ${build_dir} --target install)
+        endif()
+        execute_process(COMMAND ${command} RESULT_VARIABLE failed
+            OUTPUT_FILE ${open62541_prefix}-${step}.log ERROR_FILE ${open62541_prefix}-${step}.log)
+        if(failed)
+            message(FATAL_ERROR "open62541: ${step} failed, see ${open62541_prefix}-${step}.log")
+        endif()
+    endforeach()
+endfunction()
+
+# A package of the build machine must not be taken for the target's.
+if(NOT CMAKE_CROSSCOMPILING)
+    find_package(open62541 1.5 QUIET CONFIG)
+endif()
+if(NOT open62541_FOUND)
+    if(NOT EXISTS ${open62541_prefix}/lib/cmake/open62541/open62541Config.cmake)
+        if(OPEN62541_SOURCE_DIR)
+            set(open62541_source ${OPEN62541_SOURCE_DIR})
+        else()
+            opcuasrv_fetch_open62541(open62541_source)
+        endif()
+        opcuasrv_build_open62541(${open62541_source})
+    endif()
+    find_package(open62541 1.5 REQUIRED CONFIG
+        PATHS ${open62541_prefix} NO_DEFAULT_PATH NO_CMAKE_FIND_ROOT_PATH)
+endif()
+message(STATUS "open62541 ${open62541_VERSION}: ${open62541_DIR}")

@@ -1,0 +1,65 @@
+# What every target of this project is built with. Linked privately by the helper functions below, so
+# that nothing of it reaches the OPC UA library or a consumer.
+add_library(opcuasrv_options INTERFACE)
+target_compile_features(opcuasrv_options INTERFACE cxx_std_20)
+target_compile_options(opcuasrv_options INTERFACE -Wall -Wextra -Wconversion -Wshadow)
+if(OPCUASRV_WERROR)
+    target_compile_options(opcuasrv_options INTERFACE -Werror)
+endif()
+
+# The controller's char is unsigned. Section and key order, and every CP866 byte, depends on it, so all
+# machines build that way; the signed variant exists to show that nothing but that order differs.
+if(OPCUASRV_SIGNED_CHAR)
+    target_compile_options(opcuasrv_options INTERFACE -fsigned-char)
+else()
+    target_compile_options(opcuasrv_options INTERFACE -funsigned-char)
+endif()
+
+if(OPCUASRV_ASSERTIONS)
+    target_compile_definitions(opcuasrv_options INTERFACE _GLIBCXX_ASSERTIONS)
+endif()
+
+if(OPCUASRV_SANITIZE)
+    target_compile_options(opcuasrv_options INTERFACE
+        -fsanitize=${OPCUASRV_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+    target_link_options(opcuasrv_options INTERFACE -fsanitize=${OPCUASRV_SANITIZE})
+endif()
+
+find_program(OPCUASRV_CCACHE ccache)
+if(OPCUASRV_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
+    set(CMAKE_CXX_COMPILER_LAUNCHER ${OPCUASRV_CCACHE})
+endif()
+
+# opcuasrv_library(<name> SOURCES <file>... [LINKS <target>...])
+# A static library of one folder. Includes are written from src/ ("lib/util/shmem.h"), so that a file's
+# place shows at the include; a folder may include only what its LINKS reach.
+function(opcuasrv_library name)
+    cmake_parse_arguments(ARG "" "" "SOURCES;LINKS" ${ARGN})
+    add_library(${name} STATIC ${ARG_SOURCES})
+    target_include_directories(${name} PUBLIC ${PROJECT_SOURCE_DIR}/src)
+    target_link_libraries(${name} PUBLIC ${ARG_LINKS} PRIVATE $<BUILD_INTERFACE:opcuasrv_options>)
+endfunction()
+
+# opcuasrv_program(<name> SOURCES <file>... [LINKS <target>...])   -> <build>/bin/<name>
+function(opcuasrv_program name)
+    cmake_parse_arguments(ARG "" "" "SOURCES;LINKS" ${ARGN})
+    add_executable(${name} ${ARG_SOURCES})
+    target_link_libraries(${name} PRIVATE ${ARG_LINKS} opcuasrv_options)
+    set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/bin)
+endfunction()
+
+# opcuasrv_unit_test(<name> SOURCES <file>... [LINKS <target>...])
+# One executable per suite, run in a private root, IPC and network namespace.
+function(opcuasrv_unit_test name)
+    cmake_parse_arguments(ARG "" "" "SOURCES;LINKS" ${ARGN})
+    add_executable(${name} ${ARG_SOURCES})
+    target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/tests)
+    target_link_libraries(${name} PRIVATE ${ARG_LINKS} opcuasrv_options
+        GTest::gmock GTest::gtest GTest::gtest_main)
+    set_target_properties(${name} PROPERTIES
+        RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/bin/tests)
+    add_test(NAME unit.${name}
+        COMMAND ${PROJECT_SOURCE_DIR}/tools/dev/sandbox --private-net --
+                ${CMAKE_CROSSCOMPILING_EMULATOR} $<TARGET_FILE:${name}>)
+    set_tests_properties(unit.${name} PROPERTIES LABELS unit TIMEOUT 300)
+endfunction()
