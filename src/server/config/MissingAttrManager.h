@@ -1,0 +1,36 @@
+#pragma once
+
+#include <array>
+#include <string>
+#include <unordered_set>
+#include <vector>
+
+/// Kinds of messages that are sent once per run, one for each exported kind of variable.
+enum AttrTypeMsg : int {  // unscoped: callers compute it from the kind
+    AttrTypeMsgVA = 0,
+    AttrTypeMsgAV = 1,
+    AttrTypeMsgRV = 2,
+    AttrTypeMsgVD = 3,
+    AttrTypeMsgDV = 4,
+};
+
+/// Collects, while the operative trees are built, the configured attributes that the database does
+/// not describe, and reports them together afterwards. Main thread, start-up only.
+class MissingAttrManager {
+  public:
+    /// Notes names (configuration keys, CP866); one noted before is not noted again.
+    void addMissingAttr(const std::vector<std::string>& names);
+
+    /// May a message of this kind be sent? True the first time for each kind; for a number that is
+    /// no AttrTypeMsg always true.
+    [[nodiscard]] bool messageBlocker(int type);
+
+    /// Reports each noted name, in the order first noted, as configuration error 4 with the line
+    /// that findLineNumber gives for it in `iniFilePath`. The names stay noted.
+    void sendMessage() const;
+
+  private:
+    std::vector<std::string> missing_;
+    std::unordered_set<std::string> known_;  // the same names, for the check in constant time
+    std::array<bool, 5> sent_{};
+};

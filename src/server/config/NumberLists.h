@@ -1,0 +1,23 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+// Lists of variable or pen numbers as the configuration writes them: "3, 7, 10-25" or "all".
+// Sorted, without duplicates and without 0. One bad item empties the whole list, nothing is
+// reported. A range is expanded in full, however long. No state, any thread.
+
+/// Tag numbers of the flat operative tree. "all" gives the one number -1, which stands for every
+/// tag.
+[[nodiscard]] std::vector<std::int32_t> getNumbersTagsOperative(std::string value);
+/// Tag numbers of a group: the same rules.
+[[nodiscard]] std::vector<std::int32_t> getNumbersTagsOperativeByGroup(std::string value);
+/// Pen numbers of a plotter. "all" gives the empty list, which stands for every pen.
+[[nodiscard]] std::vector<std::int32_t> getNumbersTagsHistorical(std::string value);
+
+/// The number N of a section "Attributes_GroupN"; -1 for any other name, also one that ListSections
+/// accepts because it merely contains such a text.
+[[nodiscard]] std::int32_t getNumberGroup(const std::string& sectionName);
+/// The number N of a section "Plotter_N"; -1 for any other name.
+[[nodiscard]] std::int32_t getNumberPlotter(const std::string& sectionName);

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <variant>
+#include <vector>
+
+/// One argument of a journal message: a 32-bit integer, or a text as the journal shall hold it
+/// (CP866, without a closing NUL). The end marker that the journal library wants is the journal's
+/// own business.
+using JournalArgument = std::variant<std::int32_t, std::string>;
+
+/// The controller's event journal as this server sees it: a place to post numbered messages.
+class EventJournal {
+  public:
+    virtual ~EventJournal() = default;
+
+    /// Posts one message. Whether the journal took it is not told: the server goes on either way.
+    /// @param number     message number in the journal's dictionary, e.g. 18094
+    /// @param arguments  in the order of the dictionary's text; the first is the controller's
+    /// number
+    virtual void post(std::uint32_t number, const std::vector<JournalArgument>& arguments) = 0;
+};
+
+/// Makes `journal` the one that messages go to; null takes it away again. Not owned: it must live
+/// until another one is installed or the process ends. Main thread, before the first message.
+/// @return the one installed before, null when there was none
+EventJournal* installEventJournal(EventJournal* journal) noexcept;
+
+/// The installed journal, or null: then messages are written to the log only.
+[[nodiscard]] EventJournal* installedEventJournal() noexcept;
