@@ -3,7 +3,7 @@
 #   2. the source folder OPEN62541_SOURCE_DIR (CMake variable or environment),
 #   3. the pinned crate open62541-sys, which carries the whole C source; fetched with cargo.
 # 2 and 3 are built once per machine type into build/deps, Release and static, without the services by
-# which an anonymous client could delete the controller's nodes.
+# which an anonymous client could delete the controller's nodes. Nothing is written elsewhere.
 set(OPEN62541_CRATE_VERSION 0.6.6)
 set(OPEN62541_CRATE_SHA256 12fe6cb894630ce8b6d7f15c6c6ed7f457310d6cd318d563252e755a0fd4990e)
 
@@ -11,6 +11,12 @@ set(OPEN62541_SOURCE_DIR "$ENV{OPEN62541_SOURCE_DIR}" CACHE PATH
     "Source of open62541 1.5, taken when no package is installed")
 set(deps_dir ${PROJECT_SOURCE_DIR}/build/deps)
 set(open62541_prefix ${deps_dir}/open62541-${CMAKE_SYSTEM_PROCESSOR})
+if(OPEN62541_SOURCE_DIR)
+    # Another source is another build, so that setting or clearing the variable takes effect at once.
+    string(MD5 open62541_source_hash ${OPEN62541_SOURCE_DIR})
+    string(SUBSTRING ${open62541_source_hash} 0 8 open62541_source_hash)
+    string(APPEND open62541_prefix -${open62541_source_hash})
+endif()
 
 function(opcuasrv_fetch_open62541 out_dir)
     set(crate_dir ${deps_dir}/open62541-sys-${OPEN62541_CRATE_VERSION})
@@ -28,10 +34,13 @@ endfunction()
 
 function(opcuasrv_build_open62541 source_dir)
     set(build_dir ${open62541_prefix}-build)
-    message(STATUS "Building open62541 for ${CMAKE_SYSTEM_PROCESSOR} (about 15 s) ...")
+    message(STATUS "Building open62541 for ${CMAKE_SYSTEM_PROCESSOR}, once; it takes about a minute ...")
     set(toolchain)
     if(CMAKE_TOOLCHAIN_FILE)
-        set(toolchain -DCMAKE_TOOLCHAIN_FILE=${CMAKE_TOOLCHAIN_FILE})
+        list(APPEND toolchain -DCMAKE_TOOLCHAIN_FILE=${CMAKE_TOOLCHAIN_FILE})
+    endif()
+    if(OPCUASRV_CCACHE)
+        list(APPEND toolchain -DCMAKE_C_COMPILER_LAUNCHER=${OPCUASRV_CCACHE})
     endif()
     foreach(step configure build)
         if(step STREQUAL configure)
@@ -57,14 +66,21 @@ if(NOT CMAKE_CROSSCOMPILING)
     find_package(open62541 1.5 QUIET CONFIG)
 endif()
 if(NOT open62541_FOUND)
+    # Two presets that are configured at the same time share the folder.
+    file(MAKE_DIRECTORY ${deps_dir})
+    file(LOCK ${deps_dir}/lock TIMEOUT 900)
     if(NOT EXISTS ${open62541_prefix}/lib/cmake/open62541/open62541Config.cmake)
         if(OPEN62541_SOURCE_DIR)
             set(open62541_source ${OPEN62541_SOURCE_DIR})
         else()
             opcuasrv_fetch_open62541(open62541_source)
         endif()
+        if(NOT EXISTS ${open62541_source}/CMakeLists.txt)
+            message(FATAL_ERROR "${open62541_source} (OPEN62541_SOURCE_DIR) holds no open62541 source")
+        endif()
         opcuasrv_build_open62541(${open62541_source})
     endif()
+    file(LOCK ${deps_dir}/lock RELEASE)
     find_package(open62541 1.5 REQUIRED CONFIG
         PATHS ${open62541_prefix} NO_DEFAULT_PATH NO_CMAKE_FIND_ROOT_PATH)
 endif()
