@@ -1,0 +1,76 @@
+#include "server/config/ListSections.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <string_view>
+
+#include "server/config/IntegerText.h"
+
+static constexpr std::string_view kPlotter = "Plotter_";
+static constexpr std::string_view kGroup = "Attributes_Group";
+
+static bool contains(std::string_view text, std::string_view part) {
+    return text.find(part) != std::string_view::npos;
+}
+
+ListSections& ListSections::getInstance() {
+    static ListSections schema;
+    return schema;
+}
+
+void ListSections::addSection(const std::string& section,
+                              const std::vector<std::string>& parameters) {
+    sections_[section] = parameters;
+}
+
+void ListSections::addParam(const std::string& section, const std::string& parameter) {
+    sections_[section].push_back(parameter);
+}
+
+bool ListSections::hasSection(const std::string& name) const {
+    for (const auto numbered : {kPlotter, kGroup}) {
+        const auto at = name.find(numbered);
+        if (at != std::string::npos) return startsWithInteger(name.substr(at + numbered.size()));
+    }
+    return sections_.count(name) != 0;
+}
+
+bool ListSections::hasParam(const std::string& section, const std::string& key) const {
+    if (contains(section, kPlotter)) return declares("Plotter", key);
+    if (contains(key, "Type")) return true;
+    return declares(contains(section, kGroup) ? std::string(kGroup) : section, key);
+}
+
+void ListSections::PrintAll() const {
+    for (const auto& [section, parameters] : sections_) {
+        std::printf("[%s]\n", section.c_str());
+        for (const auto& parameter : parameters) {
+            std::printf("  %s\n", parameter.c_str());
+        }
+    }
+}
+
+void ListSections::RemoveCommentsFromValuesSimple() {
+    for (auto& [section, parameters] : sections_) {
+        for (auto& parameter : parameters) {
+            parameter = parameter.substr(0, parameter.find_first_of(";:"));
+        }
+    }
+}
+
+bool ListSections::declares(const std::string& section, const std::string& parameter) const {
+    const auto found = sections_.find(section);
+    if (found == sections_.end()) return false;
+    return std::find(found->second.begin(), found->second.end(), parameter) != found->second.end();
+}
+
+void declareSchema(ListSections& schema) {
+    schema.addSection("General",
+                      {"AplicationName",  // spelled as the files in the field spell it
+                       "Work_mode", "ServerPort", "SamplingInterval", "OperativeData",
+                       "HistoricalData", "CountHistoryTrends"});
+    schema.addSection("Access", {"Node_IPn", "Path_to_keys", "SecurityMode", "SecurityPolicy"});
+    schema.addSection("Attributes", {"AccessUserN", "VA", "VD", "DV", "AV", "RV"});
+    schema.addSection("Attributes_Group", {"Name", "AccessUserN", "VA", "VD", "DV", "AV", "RV"});
+    schema.addSection("Plotter", {"Name", "AccessUserN", "Pens"});
+}

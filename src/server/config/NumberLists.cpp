@@ -1,0 +1,90 @@
+#include "server/config/NumberLists.h"
+
+#include <algorithm>
+#include <cctype>
+#include <string_view>
+
+#include "server/config/IntegerText.h"
+
+// ---- Lists -------------------------------------------------------------------------------------
+
+static bool isSpace(char c) {
+    return std::isspace(static_cast<unsigned char>(c)) != 0;
+}
+
+static std::string trimmed(std::string_view text) {
+    while (!text.empty() && isSpace(text.front())) {
+        text.remove_prefix(1);
+    }
+    while (!text.empty() && isSpace(text.back())) {
+        text.remove_suffix(1);
+    }
+    return std::string(text);
+}
+
+static void append(std::vector<std::int32_t>& numbers, std::int32_t first, std::int32_t last) {
+    for (std::int64_t number = first; number <= last; ++number) {
+        if (number != 0) numbers.push_back(static_cast<std::int32_t>(number));
+    }
+}
+
+/// @return false when the item is neither a number nor a range; `numbers` is then unchanged
+static bool appendItem(std::vector<std::int32_t>& numbers, const std::string& item) {
+    const auto dash = item.find('-');
+    // Without a dash both ends are the item itself. Blanks next to a dash are refused on purpose.
+    const auto first = wholeInteger(item.substr(0, dash), LeadingBlanks::refused);
+    const auto last = dash == std::string::npos
+                          ? first
+                          : wholeInteger(item.substr(dash + 1), LeadingBlanks::refused);
+    if (!first || !last) return false;
+    append(numbers, *first, *last);
+    return true;
+}
+
+/// @param whenAll  the answer to "all"
+static std::vector<std::int32_t> parseList(std::string_view value,
+                                           const std::vector<std::int32_t>& whenAll) {
+    const std::string list = trimmed(value);
+    if (list == "all") return whenAll;
+
+    std::vector<std::int32_t> numbers;
+    // A comma at the very end starts no further item.
+    for (std::size_t begin = 0; begin < list.size();) {
+        const std::size_t comma = std::min(list.find(',', begin), list.size());
+        if (!appendItem(numbers, trimmed(std::string_view(list).substr(begin, comma - begin)))) {
+            return {};
+        }
+        begin = comma + 1;
+    }
+    std::sort(numbers.begin(), numbers.end());
+    numbers.erase(std::unique(numbers.begin(), numbers.end()), numbers.end());
+    return numbers;
+}
+
+std::vector<std::int32_t> getNumbersTagsOperative(std::string value) {
+    return parseList(value, {-1});
+}
+
+std::vector<std::int32_t> getNumbersTagsOperativeByGroup(std::string value) {
+    return getNumbersTagsOperative(std::move(value));
+}
+
+std::vector<std::int32_t> getNumbersTagsHistorical(std::string value) {
+    // KEPT: "all" is the empty list here and {-1} above. A plotter without a list has all its pens.
+    return parseList(value, {});
+}
+
+// ---- Numbers of sections -----------------------------------------------------------------------
+
+static std::int32_t numberBehind(std::string_view prefix, const std::string& name) {
+    if (name.compare(0, prefix.size(), prefix) != 0) return -1;
+    return wholeInteger(name.substr(prefix.size()), LeadingBlanks::skipped).value_or(-1);
+}
+
+std::int32_t getNumberGroup(const std::string& sectionName) {
+    return numberBehind("Attributes_Group", sectionName);
+}
+
+std::int32_t getNumberPlotter(const std::string& sectionName) {
+    return numberBehind("Plotter_", sectionName);
+}
