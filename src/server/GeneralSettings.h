@@ -1,0 +1,42 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "server/config/Section.h"
+
+// The endpoint's settings as the loaded configuration has them. Keys are compared with case and
+// looked for in every section. Pure functions: what to report, and to whom, is UAServer's business.
+
+/// TCP ports that a controller's firewall lets through.
+inline constexpr int kFirstPort = 4840;
+inline constexpr int kLastPort = 4849;
+
+/// Every value of `key`, in the order of the loaded configuration.
+std::vector<std::string_view> valuesOf(const std::vector<Section>& sections, std::string_view key);
+
+/// A decimal integer that is the whole text but for white space at its ends.
+std::optional<int> parseWholeInteger(std::string_view text);
+
+/// Value of the last "AplicationName", cut to 16 bytes and then freed of its blanks; empty when
+/// there is none. CP866.
+std::string applicationNameCp866(const std::vector<Section>& sections);
+
+/// False when the first word of any value of `key` is exactly "off"; true otherwise, also without
+/// one.
+bool switchedOn(const std::vector<Section>& sections, std::string_view key);
+
+/// What one "SamplingInterval" asks for and what becomes of it.
+struct SamplingDecision {
+    std::optional<double> intervalMs;  ///< the new interval; none leaves the old one
+    bool report = false;               ///< configuration error 2
+};
+
+/// @param askedMs  milliseconds, as configured
+/// @param cycleTimeMs  the controller's cycle; values change no faster
+SamplingDecision decideSamplingInterval(double askedMs, double cycleTimeMs);
+
+/// The number at the start of the text; none when it starts with something else.
+std::optional<double> parseLeadingNumber(std::string_view text);

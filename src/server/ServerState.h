@@ -1,0 +1,22 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "server/UAServer.h"
+#include "server/operative/VarContext.h"
+
+// The process-wide objects of the server, defined together in ServerState.cpp in the order in which
+// they are made. The variables and the configuration have theirs in their own folders.
+
+/// The OPC UA server. Made before main runs; without it the process ends with an uncaught runtime
+/// error.
+extern UAServer uaserver;
+
+/// The contexts of all value variables. Only grows: the library keeps raw pointers into it, also
+/// for nodes that were removed again.
+extern std::vector<std::unique_ptr<VarContext>> varContexts;
+
+/// As the start message tells it.
+extern const std::string ServerVersion;

@@ -1,0 +1,172 @@
+#include "server/UAServer.h"
+
+#include <open62541/plugin/log_stdout.h>
+#include <open62541/server_config_default.h>
+
+#include <csignal>
+#include <cstdint>
+#include <stdexcept>
+
+#include "server/GeneralSettings.h"
+#include "server/config/ConfigState.h"
+#include "server/config/IniConfigManager.h"
+#include "server/config/LineSearch.h"
+#include "server/diagnostics/MsgHandler.h"
+#include "server/diagnostics/OperatorMessages.h"
+#include "server/diagnostics/SleepForever.h"
+#include "server/operative/UaView.h"
+#include "server/text/ToUTF8Converter.h"
+
+namespace {
+
+constexpr UA_UInt16 kDefaultPort = 4840;
+constexpr UA_UInt32 kRootFolder = 84;
+
+constexpr double kLongestPublishingMs = 3'600'000.0;  // one hour
+constexpr double kLongestSamplingMs = 86'400'000.0;   // one day
+
+const std::vector<Section>& sections() {
+    return IniConfigManager::instance().getSections();
+}
+
+/// Cuts the library's standard-output log. In place, because the event loop and others hold
+/// pointers to the logger that the configuration was made with; it stays allocated as the library
+/// made it.
+void setLogLevel(UA_ServerConfig& config, int level) {
+    UA_Logger logger = UA_Log_Stdout_withLevel(static_cast<UA_LogLevel>(level));
+    logger.clear = config.logging->clear;
+    *config.logging = logger;
+}
+
+// ---- Access control ----------------------------------------------------------------------------
+
+template <class Item>
+UA_Boolean denied(UA_Server* /*server*/, UA_AccessControl* /*ac*/, const UA_NodeId* /*sessionId*/,
+                  void* /*sessionContext*/, const Item* /*item*/) {
+    return false;
+}
+
+// ---- End of the server loop --------------------------------------------------------------------
+
+/// The library ends its loop on SIGINT only.
+void passOnAsInterrupt(int /*signal*/) {
+    (void)raise(SIGINT);
+}
+
+void endOnSigterm() {
+    struct sigaction action {};
+    action.sa_handler = passOnAsInterrupt;
+    sigemptyset(&action.sa_mask);
+    action.sa_flags = SA_RESTART;
+    (void)sigaction(SIGTERM, &action, nullptr);  // cannot fail for a valid signal
+}
+
+}  // namespace
+
+UAServer::UAServer() : rootId_(UA_NODEID_NUMERIC(0, kRootFolder)), server_(UA_Server_new()) {
+    if (server_ == nullptr) throw std::runtime_error("Failed to create server instance");
+    UA_ServerConfig* const config = UA_Server_getConfig(server_);
+    (void)UA_ServerConfig_setMinimalCustomBuffer(config, kDefaultPort, nullptr, 0, 0);
+    setLogLevel(*config, logLevel_);
+    namespaceIndex_ = UA_Server_addNamespace(server_, "urn:vesk");
+}
+
+UAServer::~UAServer() {
+    UA_NodeId_clear(&rootId_);
+    if (server_ != nullptr) (void)UA_Server_delete(server_);
+    server_ = nullptr;
+}
+
+// ---- Settings ----------------------------------------------------------------------------------
+
+void UAServer::setServerPort() {
+    const auto fail = [](std::optional<std::int32_t> maybeLine) {
+        reportConfigError(ConfigError::serverPort, maybeLine);
+        sleepForever();
+    };
+    bool found = false;
+    for (const std::string_view value : valuesOf(sections(), "ServerPort")) {
+        const std::optional<int> port = parseWholeInteger(value);
+        if (!port) fail(std::nullopt);
+        // KEPT: only these ten ports, which the controllers' firewalls know.
+        if (*port < kFirstPort || *port > kLastPort) {
+            fail(findLineNumber(iniFilePath, "ServerPort"));
+        }
+        port_ = *port;
+        found = true;
+    }
+    if (!found) {
+        port_ = 0;
+        fail(std::nullopt);
+    }
+}
+
+void UAServer::setApplicationName() {
+    applicationNameCp866_ = applicationNameCp866(sections());
+}
+
+bool UAServer::operativeDataMode() const {
+    return switchedOn(sections(), "OperativeData");
+}
+
+bool UAServer::historicalDataMode() const {
+    return switchedOn(sections(), "HistoricalData");
+}
+
+void UAServer::setSourcesSampleInterval() {
+    for (const std::string_view value : valuesOf(sections(), "SamplingInterval")) {
+        const std::optional<double> askedMs = parseLeadingNumber(value);
+        // KEPT: a value that is no number ends the scan, without a report.
+        if (!askedMs) return;
+        const auto [intervalMs, report] =
+            decideSamplingInterval(*askedMs, getMsgHandler().getCycleTimeMsg());
+        samplingIntervalMs_ = intervalMs.value_or(samplingIntervalMs_);
+        if (report) {
+            reportConfigError(ConfigError::samplingInterval,
+                              findLineNumber(iniFilePath, "SamplingInterval"));
+        }
+    }
+}
+
+// ---- The library's configuration ---------------------------------------------------------------
+
+void UAServer::configurePort() {
+    (void)UA_ServerConfig_setMinimalCustomBuffer(UA_Server_getConfig(server_),
+                                                 static_cast<UA_UInt16>(port_), nullptr, 0, 0);
+}
+
+void UAServer::configureSubscriptionLimits() {
+    UA_ServerConfig* const config = UA_Server_getConfig(server_);
+    config->publishingIntervalLimits = {samplingIntervalMs_, kLongestPublishingMs};
+    config->samplingIntervalLimits = {samplingIntervalMs_, kLongestSamplingMs};
+}
+
+void UAServer::configureApplicationName() {
+    if (applicationNameCp866_.empty()) return;  // the library's default stays
+    ToUTF8Converter converter;
+    const std::string name = converter.convertCP866ToUtf8_manual(applicationNameCp866_);
+    const UA_LocalizedText text = uaTextView("ru-RU", name);
+    UA_LocalizedText& applicationName =
+        UA_Server_getConfig(server_)->applicationDescription.applicationName;
+    UA_LocalizedText_clear(&applicationName);
+    (void)UA_LocalizedText_copy(&text, &applicationName);
+}
+
+void UAServer::denyNodeManagement() {
+    // The address space is the controller's: no client may change it, whatever the library was
+    // built with. Our own calls use the library's local session, which is not asked.
+    UA_AccessControl& access = UA_Server_getConfig(server_)->accessControl;
+    access.allowAddNode = denied<UA_AddNodesItem>;
+    access.allowAddReference = denied<UA_AddReferencesItem>;
+    access.allowDeleteNode = denied<UA_DeleteNodesItem>;
+    access.allowDeleteReference = denied<UA_DeleteReferencesItem>;
+}
+
+// ---- Running -----------------------------------------------------------------------------------
+
+void UAServer::run(std::string modeText) {
+    reportRunning(modeText);
+    endOnSigterm();
+    const UA_StatusCode status = UA_Server_runUntilInterrupt(server_);
+    if (status != UA_STATUSCODE_GOOD) reportStopped();
+}

@@ -1,0 +1,143 @@
+#pragma once
+
+#include <open62541/server.h>
+
+#include <array>
+#include <map>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "server/attributes/PublishedType.h"
+#include "server/operative/ItemPlan.h"
+
+class UARTEXVariable;
+
+/// The OPC UA server of the process: owns the library's server instance, knows the endpoint's
+/// settings and builds the address space. One object, `uaserver`. Main thread; the library calls
+/// back on the same thread while run() is under way.
+class UAServer {
+  public:
+    // ---- The instance and its endpoint (UAServer.cpp) ----
+
+    /// Makes a server instance with the namespace "urn:vesk"; the library's log is cut to errors.
+    /// @throws std::runtime_error "Failed to create server instance"
+    UAServer();
+    ~UAServer();
+    UAServer(const UAServer&) = delete;
+    UAServer& operator=(const UAServer&) = delete;
+
+    /// Takes the port from the configuration. Returns only with a valid one; otherwise it reports
+    /// configuration error 3 and sleeps for ever.
+    void setServerPort();
+    void setApplicationName();
+    /// Sets the sampling interval from the configuration, reporting configuration error 2 for
+    /// values that cannot be had.
+    void setSourcesSampleInterval();
+    bool operativeDataMode() const;
+    bool historicalDataMode() const;
+
+    /// Applies port, limits, application name and access control to the library's configuration.
+    /// Everything that an earlier call set there and that the library's minimal configuration
+    /// covers is replaced.
+    void configurePort();
+    void configureSubscriptionLimits();
+    void configureApplicationName();
+    void denyNodeManagement();
+
+    /// Runs the server loop until SIGINT or SIGTERM. A loop that ends badly is reported, a good end
+    /// is not.
+    /// @param modeText  what is published, for the operators; CP866
+    void run(std::string modeText);
+
+    UA_Server* instance() const { return server_; }
+    UA_UInt16 namespaceIndex() const { return namespaceIndex_; }
+    double samplingIntervalMs() const { return samplingIntervalMs_; }
+
+    // ---- Folders (operative/Folders.cpp) ----
+
+    /// Adds a folder below `parent`, or below the Objects folder when that is null. A failure is
+    /// not told: the fixed folders are made once, and what hangs below a missing one reports
+    /// itself.
+    /// @param name  UTF-8, browse and display name
+    void createFolder(UA_NodeId requestedId, char* name, UA_NodeId* parent);
+
+    /// Finds or adds the folder "<parentNumber>_<name>" below a folder with a numeric id.
+    /// @param outId  optional: a copy of the folder's node id, which the caller clears; null id
+    /// after a
+    ///               failure
+    /// @return the status of the add that failed, which is logged too
+    UA_StatusCode createFolderRVGroup(const char* name, int parentNumber, UA_NodeId* outId);
+
+    // ---- Operative tree (operative/OperativeTree.cpp, operative/StructureItems.cpp) ----
+
+    /// Builds folders, structures and value variables of every configured tag.
+    /// @return Good unless the "Operative" folder could not be made; failures of single tags are
+    /// logged
+    UA_StatusCode initializeOperativeTree();
+
+    /// Adds one tag's structure object and its value variables, below the folder of its type.
+    /// @param prefix  path prefix of the item ids
+    /// @return the status of the structure's add, or of its items (the structure is then gone
+    /// again)
+    UA_StatusCode createStructure(UARTEXVariable* variable, int tagNumber, std::string prefix);
+
+    /// Adds the value variables of one tag below the node with the string id `parentId`.
+    /// @param itemPrefix  all of an item's id that stands before the structure id
+    /// @param mode        "main" or "group", see readTagConfig
+    /// @return the status of the last add; a later success hides an earlier failure
+    UA_StatusCode createUAItems(UARTEXVariable* variable, int tagNumber, std::string parentId,
+                                std::string itemPrefix, std::string mode, int groupNumber,
+                                const std::map<int, int>& groupMap);
+
+    // ---- Callbacks of the value variables (operative/NodeCallbacks.cpp) ----
+
+    /// Read callback of every value variable. Called by the library on the server thread, once per
+    /// read and three times while the node is made.
+    ///
+    /// @param nodeContext  the node's VarContext; not owned, `varContexts` keeps it
+    /// @param value        filled in place: scalar, status from the database quality, source time.
+    /// The
+    ///                     three flags are set whatever the database said.
+    /// @return BADINTERNALERROR without a context (value untouched), else GOOD: a failed database
+    /// read
+    ///         shows in value->status, never here.
+    /// Holds the variable's mutex while it reads. The caller is C: never throws.
+    static UA_StatusCode readNodeValue(UA_Server* server, const UA_NodeId* sessionId,
+                                       void* sessionContext, const UA_NodeId* nodeId,
+                                       void* nodeContext, UA_Boolean includeSourceTimeStamp,
+                                       const UA_NumericRange* range, UA_DataValue* value) noexcept;
+
+    /// Write callback of every value variable; the library has checked the access level before.
+    ///
+    /// @return BADINTERNALERROR without a context, BADTYPEMISMATCH without a value, else GOOD:
+    /// whether
+    ///         the database took the value is not known. Status and times sent along are ignored.
+    static UA_StatusCode writeNodeValue(UA_Server* server, const UA_NodeId* sessionId,
+                                        void* sessionContext, const UA_NodeId* nodeId,
+                                        void* nodeContext, const UA_NumericRange* range,
+                                        const UA_DataValue* value) noexcept;
+
+  private:
+    void createOperativeFolders();
+    std::string operativePrefix() const;
+    void publishListedTags();
+    void removeFolder(std::uint32_t folderId);
+    bool folderExists(std::uint32_t folderId) const;
+    UA_StatusCode addStructureObject(const std::string& structId, const UA_NodeId& parent);
+    void rollBackStructure(const std::string& structId, std::string_view word);
+    const ItemPlan& itemPlan(UARTEXVariable& variable, const PublishedType& published,
+                             const std::string& mode, int groupNumber,
+                             const std::map<int, int>& groupMap);
+
+    UA_NodeId rootId_;
+    UA_UInt16 namespaceIndex_ = 1;
+    int port_ = 0;
+    int logLevel_ = UA_LOGLEVEL_ERROR;
+    double samplingIntervalMs_ = 500.0;
+    std::string applicationNameCp866_;
+    /// By getRVType(): true while no value variable of that sub-kind was made.
+    std::array<bool, 3> rvFolderUnused_ = {true, true, true};
+    ItemPlans itemPlans_;
+    UA_Server* server_ = nullptr;  // owned
+};

@@ -1,0 +1,5 @@
+#include "server/startup/StartupSequence.h"
+
+int main() {
+    return runStartupSequence(Subsystems{});
+}

@@ -1,0 +1,158 @@
+#include <algorithm>
+#include <utility>
+
+#include "server/ServerState.h"
+#include "server/UAServer.h"
+#include "server/attributes/AccessTypeAtr.h"
+#include "server/attributes/HidenAttr.h"
+#include "server/config/ConfigState.h"
+#include "server/config/IniConfigManager.h"
+#include "server/config/LineSearch.h"
+#include "server/diagnostics/OperatorMessages.h"
+#include "server/operative/UaView.h"
+#include "server/text/ToUTF8Converter.h"
+#include "server/variables/UARTEXVariable.h"
+
+namespace {
+
+constexpr UA_UInt32 kHasComponent = 47;
+constexpr UA_UInt32 kBaseDataVariableType = 63;
+
+// ---- Which attributes --------------------------------------------------------------------------
+
+/// Reports, once for its line, an entry whose attribute may not be exported.
+void reportRefused(const TagInfo& entry, int groupNumber, const std::map<int, int>& groupMap) {
+    const std::int32_t line = findLineNumberTagConf(iniFilePath, entry.key, groupNumber, groupMap);
+    if (std::ranges::find(usedLines, line) != usedLines.end()) return;
+    reportConfigError(ConfigError::attribute, line);
+    usedLines.push_back(line);
+}
+
+bool mayBeExported(const PublishedType& published, int attributeNumber) {
+    const bool logical = published.kind == VariableType::RV && published.rvType == 2;
+    if (logical && barredForRVL(attributeNumber)) return false;
+    return HidenAttr::checkStatusAttr(attributeNumber, published.access);
+}
+
+ItemPlan::Item plannedItem(TagInfo entry) {
+    ToUTF8Converter converter;
+    ItemPlan::Item item;
+    item.nameUtf8 = converter.convertCP866ToUtf8_manual(entry.name);
+    item.descriptionTail = ".A" + std::to_string(entry.attributeNumber);
+    item.idTail = "." + item.nameUtf8 + item.descriptionTail;
+    item.info = std::move(entry);
+    return item;
+}
+
+// ---- One value variable ------------------------------------------------------------------------
+
+/// Access level of an answer of checkAccessRights; 0 for "Error": no node.
+UA_Byte accessLevelOf(std::string_view access) {
+    if (access == "OPC_READABLE") return UA_ACCESSLEVELMASK_READ;
+    if (access == "OPC_WRITEABLE") return UA_ACCESSLEVELMASK_WRITE;
+    if (access == "Error") return 0;
+    return UA_ACCESSLEVELMASK_READ | UA_ACCESSLEVELMASK_WRITE;
+}
+
+/// The attributes of the nodes of one createUAItems call. KEPT: one record serves all of its
+/// entries, so an attribute without a value type has the value of the entry before it.
+class ItemAttributes {
+  public:
+    ItemAttributes() = default;
+    ItemAttributes(const ItemAttributes&) = delete;
+    ItemAttributes& operator=(const ItemAttributes&) = delete;
+    ~ItemAttributes() { UA_Variant_clear(&attributes_.value); }
+
+    void readInitialValue(VarContext& context) {
+        UA_Variant value;
+        UA_Variant_init(&value);
+        unsigned scratchStatus = 0;
+        (void)context.variable->getValue(value, scratchStatus, context.attributeNumber,
+                                         context.timestamp);
+        if (UA_Variant_isEmpty(&value)) return;
+        UA_Variant_clear(&attributes_.value);
+        attributes_.value = value;
+    }
+
+    /// The texts are not copied: they have to live until the node is added.
+    const UA_VariableAttributes& describe(std::string_view name, std::string_view description,
+                                          UA_Byte accessLevel) {
+        attributes_.displayName = uaTextView("ru-RU", name);
+        attributes_.description = uaTextView("ru-RU", description);
+        attributes_.accessLevel = accessLevel;
+        return attributes_;
+    }
+
+  private:
+    UA_VariableAttributes attributes_ = UA_VariableAttributes_default;
+};
+
+VarContext& makeContext(UARTEXVariable& variable, int attributeNumber) {
+    varContexts.push_back(std::make_unique<VarContext>(VarContext{&variable, attributeNumber, 0}));
+    return *varContexts.back();
+}
+
+}  // namespace
+
+const ItemPlan& UAServer::itemPlan(UARTEXVariable& variable, const PublishedType& published,
+                                   const std::string& mode, int groupNumber,
+                                   const std::map<int, int>& groupMap) {
+    const auto [place, isNew] =
+        itemPlans_.try_emplace(std::make_tuple(published.folderId, mode, groupNumber));
+    ItemPlan& plan = place->second;
+    if (!isNew) return plan;
+
+    const auto& sections = IniConfigManager::instance().getSections();
+    for (TagInfo& entry : variable.getConfigForTag(sections, mode, groupNumber, groupMap)) {
+        missAttrManager.addMissingAttr(entry.missing);
+        if (entry.key.find(published.marker) == std::string::npos) continue;
+        if (mayBeExported(published, entry.attributeNumber)) {
+            plan.items.push_back(plannedItem(std::move(entry)));
+        } else {
+            reportRefused(entry, groupNumber, groupMap);
+        }
+    }
+    return plan;
+}
+
+UA_StatusCode UAServer::createUAItems(UARTEXVariable* variable, int tagNumber, std::string parentId,
+                                      std::string itemPrefix, std::string mode, int groupNumber,
+                                      const std::map<int, int>& groupMap) {
+    if (variable == nullptr || server_ == nullptr) return UA_STATUSCODE_BADINTERNALERROR;
+    const PublishedType* const published =
+        findPublishedType(variable->getType(), variable->getRVType());
+    if (published == nullptr) return UA_STATUSCODE_BADINTERNALERROR;
+
+    const std::string structId = variable->getStructId(tagNumber);
+    const std::string idHead = itemPrefix + structId;
+    const UA_NodeId parent = uaNodeIdView(namespaceIndex_, parentId);
+    const UA_CallbackValueSource source{readNodeValue, writeNodeValue};
+    ItemAttributes attributes;
+    UA_StatusCode status = UA_STATUSCODE_GOOD;
+
+    for (const ItemPlan::Item& item :
+         itemPlan(*variable, *published, mode, groupNumber, groupMap).items) {
+        const int attributeNumber = item.info.attributeNumber;
+        const UA_Byte accessLevel = accessLevelOf(
+            AccessTypeAtr::checkAccessRights(item.info.access, attributeNumber, published->access));
+        if (accessLevel == 0) continue;
+
+        VarContext& context = makeContext(*variable, attributeNumber);
+        variable->setIdTag(tagNumber);
+        variable->setIdAttr(attributeNumber);
+        attributes.readInitialValue(context);
+
+        const std::string id = idHead + item.idTail;
+        const std::string description = structId + item.descriptionTail;
+        status = UA_Server_addCallbackValueSourceVariableNode(
+            server_, uaNodeIdView(namespaceIndex_, id), parent, UA_NODEID_NUMERIC(0, kHasComponent),
+            uaNameView(namespaceIndex_, item.nameUtf8), UA_NODEID_NUMERIC(0, kBaseDataVariableType),
+            attributes.describe(item.nameUtf8, description, accessLevel), source, &context,
+            nullptr);
+        if (published->kind == VariableType::RV) {
+            rvFolderUnused_[static_cast<std::size_t>(published->rvType)] = false;
+        }
+    }
+    // KEPT: the status of the last add only.
+    return status;
+}

@@ -1,0 +1,109 @@
+#include "server/startup/StartupSequence.h"
+
+#include <memory>
+
+#include "lib/util/vs_obj.h"
+#include "server/ServerState.h"
+#include "server/config/ConfigState.h"
+#include "server/config/IniConfigManager.h"
+#include "server/config/ListSections.h"
+#include "server/diagnostics/LogControllerWriter.h"
+#include "server/diagnostics/OperatorMessages.h"
+#include "server/diagnostics/SleepForever.h"
+#include "server/text/Cp866Literal.h"
+#include "server/variables/UARTEXVariable.h"
+#include "server/variables/VariableTypeAV.h"
+#include "server/variables/VariableTypeDV.h"
+#include "server/variables/VariableTypeRV.h"
+#include "server/variables/VariableTypeVA.h"
+#include "server/variables/VariableTypeVD.h"
+
+namespace {
+
+/// Tells the start. KEPT: the log is emptied right after the start line was written to it, so the
+/// log of a run begins with the next line.
+void announceStart() {
+    reportStarted(ServerVersion);
+    getLoggerCtr().prepareRecord();
+}
+
+/// @return false when a live process holds the server's name already
+bool registerProcess() {
+    All = new vs_obj;
+    return All->name_add("Opcua", 0) != -1;
+}
+
+/// One object per database variable, numbered from 1, up to the first number that the database does
+/// not have.
+template <class VariableOfType>
+void createVariables() {
+    int number = 1;
+    do {
+        rtexvariable.push_back(std::make_unique<VariableOfType>());
+    } while (rtexvariable.back()->getCountVarFormObj(number++) == 0);
+    rtexvariable.pop_back();
+}
+
+void createAllVariables() {
+    createVariables<VariableTypeVA>();
+    createVariables<VariableTypeRV>();
+    createVariables<VariableTypeAV>();
+    createVariables<VariableTypeVD>();
+    createVariables<VariableTypeDV>();
+}
+
+template <class Step>
+bool builds(const Step& step) {
+    return step && step(uaserver) == UA_STATUSCODE_GOOD;
+}
+
+/// @return whether any operative tree was built
+bool publishOperativeData(const Subsystems& subsystems) {
+    if (!uaserver.operativeDataMode()) return false;
+    const bool flat = uaserver.initializeOperativeTree() == UA_STATUSCODE_GOOD;
+    const bool grouped = builds(subsystems.buildGroups);
+    return flat || grouped;
+}
+
+void configureEndpoint() {
+    uaserver.setServerPort();
+    uaserver.configurePort();
+    uaserver.denyNodeManagement();
+    uaserver.setSourcesSampleInterval();
+    uaserver.configureSubscriptionLimits();
+    uaserver.setApplicationName();
+    uaserver.configureApplicationName();
+}
+
+void unregisterProcess() {
+    delete All;
+    All = nullptr;
+}
+
+}  // namespace
+
+std::string modeTextCp866(bool operative, bool historical) {
+    if (operative) return historical ? "теги OA+HA"_cp866 : "теги OA"_cp866;
+    return historical ? "теги HA"_cp866 : std::string();
+}
+
+int runStartupSequence(const Subsystems& subsystems) {
+    // KEPT: without the journal the process neither exits nor reports.
+    if (subsystems.openJournal && subsystems.openJournal() != 0) sleepForever();
+    announceStart();
+    if (!registerProcess()) return -1;
+
+    declareSchema(ListSections::getInstance());
+    (void)IniConfigManager::instance().loadConfig(iniFilePath);  // reports for itself
+    createAllVariables();
+
+    const bool operative = publishOperativeData(subsystems);
+    missAttrManager.sendMessage();
+    if (subsystems.installHistory) subsystems.installHistory(uaserver);
+    configureEndpoint();
+    const bool historical = uaserver.historicalDataMode() && builds(subsystems.buildHistory);
+
+    uaserver.run(modeTextCp866(operative, historical));
+    unregisterProcess();
+    return 0;
+}

@@ -1,0 +1,152 @@
+#include "server/variables/RTEXHandle.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <cstring>
+#include <string>
+
+#include "lib/bd_vesk/bdvesk.h"
+#include "server/text/ToUTF8Converter.h"
+#include "server/text/Utf8ToCP866Converter.h"
+#include "server/variables/TimeQuality.h"
+#include "server/variables/UARTEXVariable.h"
+
+namespace {
+
+/// Bytes of a text that travel either way. The 17-byte text of a manual input is cut to it too.
+constexpr std::size_t kTextBytes = 9;
+
+SVariable address(VariableType type, int tagNumber, int attrNumber) {
+    SVariable variable{};
+    variable.type = kindOf(type).dbCode;
+    variable.num = static_cast<std::uint16_t>(tagNumber);
+    variable.num_atr = static_cast<std::uint16_t>(attrNumber);
+    return variable;
+}
+
+// ---- Reading -----------------------------------------------------------------------------------
+
+template <class T>
+T loadAs(const UTypeValue& bytes) {
+    T result{};
+    static_assert(sizeof(result) <= sizeof(bytes));
+    std::memcpy(&result, &bytes, sizeof(result));
+    return result;
+}
+
+template <class T>
+void setScalar(UA_Variant& value, T scalar, std::size_t typeIndex) {
+    // Out of memory leaves the variant empty, which the client sees as a missing value.
+    (void)UA_Variant_setScalarCopy(&value, &scalar, &UA_TYPES[typeIndex]);
+}
+
+void setText(UA_Variant& value, const UTypeValue& bytes) {
+    char textCp866[kTextBytes];
+    std::memcpy(textCp866, &bytes, kTextBytes);
+    ToUTF8Converter converter;
+    const std::string text =
+        converter.convertCP866ToUtf8_manual(std::string(textCp866, kTextBytes));
+    UA_String copy = UA_String_fromChars(text.c_str());
+    setScalar(value, copy, UA_TYPES_STRING);
+    UA_String_clear(&copy);
+}
+
+void setByType(UA_Variant& value, TYPE_VAL type, const UTypeValue& bytes) {
+    switch (type) {
+        case type_char:
+            return setScalar(value, loadAs<UA_SByte>(bytes), UA_TYPES_SBYTE);
+        case type_uchar:
+            return setScalar(value, loadAs<UA_Byte>(bytes), UA_TYPES_BYTE);
+        // KEPT: of a 16-bit value only the low byte is published, 300 reads as 44. Clients'
+        // scalings are set up for it; see docs/values.md.
+        case type_short:
+            return setScalar<UA_Int16>(value, loadAs<std::uint8_t>(bytes), UA_TYPES_INT16);
+        case type_ushort:
+            return setScalar<UA_UInt16>(value, loadAs<std::uint8_t>(bytes), UA_TYPES_UINT16);
+        case type_int:
+            return setScalar(value, loadAs<UA_Int32>(bytes), UA_TYPES_INT32);
+        case type_uint:
+            return setScalar(value, loadAs<UA_UInt32>(bytes), UA_TYPES_UINT32);
+        case type_float:
+            return setScalar(value, loadAs<UA_Float>(bytes), UA_TYPES_FLOAT);
+        case type_str9:
+        case type_str17:
+            return setText(value, bytes);
+        case none:
+            return;
+    }
+}
+
+// ---- Writing -----------------------------------------------------------------------------------
+
+template <class T>
+SVal tagged(TYPE_VAL type, T scalar) {
+    SVal result{};
+    result.type_val = type;
+    static_assert(sizeof(scalar) <= sizeof(result.value));
+    std::memcpy(&result.value, &scalar, sizeof(scalar));
+    return result;
+}
+
+/// The number of a variant as the database takes it; type `none` when it takes no such type.
+SVal numberFrom(const UA_Variant& value) {
+    const auto scalar = [&]<class T>(T) { return *static_cast<const T*>(value.data); };
+    if (value.type == &UA_TYPES[UA_TYPES_SBYTE]) return tagged(type_char, scalar(UA_SByte{}));
+    if (value.type == &UA_TYPES[UA_TYPES_BYTE]) return tagged(type_char, scalar(UA_Byte{}));
+    if (value.type == &UA_TYPES[UA_TYPES_INT16]) return tagged(type_short, scalar(UA_Int16{}));
+    if (value.type == &UA_TYPES[UA_TYPES_UINT16]) {
+        return tagged<UA_UInt32>(type_uint, scalar(UA_UInt16{}));
+    }
+    if (value.type == &UA_TYPES[UA_TYPES_INT32]) return tagged(type_int, scalar(UA_Int32{}));
+    if (value.type == &UA_TYPES[UA_TYPES_UINT32]) return tagged(type_uint, scalar(UA_UInt32{}));
+    if (value.type == &UA_TYPES[UA_TYPES_FLOAT]) return tagged(type_float, scalar(UA_Float{}));
+    return tagged<char>(none, 0);
+}
+
+/// KEPT: the bytes of the text, tagged with the attribute's own type even when that is a number;
+/// the database then takes its first bytes for one.
+SVal textFrom(const UA_String& text, TYPE_VAL attributeType) {
+    const std::string utf8(reinterpret_cast<const char*>(text.data), text.length);
+    Utf8ToCP866Converter converter;
+    const std::string cp866 = converter.convertUtf8ToCP866_manual(utf8);
+    SVal result{};
+    result.type_val = attributeType;
+    std::memcpy(&result.value, cp866.data(), std::min(cp866.size(), kTextBytes));
+    return result;
+}
+
+}  // namespace
+
+void RTEXHandle::getValueByAttrNumber(int attrNumber, VariableType type, int tagNumber,
+                                      UA_Variant& value, unsigned& statusCode, long& sourceTime) {
+    CVeskBDSh& db = UARTEXVariable::veskdb;
+    const SVariable variable = address(type, tagNumber, attrNumber);
+    SVal raw{};
+    const TYPE_VAL valueType = db.getTypeAtr(variable);
+    (void)db.getVal(variable, &raw);  // a failed read publishes the zeros
+    sourceTime = timevalToUaDateTimeOperative(db.getTime(variable));
+    statusCode = ::qualityConvertFromDA(db.getQuality(variable));
+    setByType(value, valueType, raw.value);
+}
+
+void RTEXHandle::setValueByAttrNumber(int attrNumber, VariableType type, int tagNumber,
+                                      const UA_Variant& value) {
+    // The library's own check: an empty array has data too, a sentinel that must not be read.
+    if (!UA_Variant_isScalar(&value)) return;
+    CVeskBDSh& db = UARTEXVariable::veskdb;
+    SVariable variable = address(type, tagNumber, attrNumber);
+
+    if (value.type == &UA_TYPES[UA_TYPES_STRING]) {
+        const auto& text = *static_cast<const UA_String*>(value.data);
+        (void)db.setDat(variable, textFrom(text, db.getTypeAtr(variable)));
+        return;
+    }
+    const SVal number = numberFrom(value);
+    if (number.type_val == none) return;
+    if (attrNumber == kindOf(type).currentValueAttribute) variable.num_atr = 0;
+    (void)db.setDat(variable, number);  // a refusal is lost: the client cannot be told
+}
+
+UA_StatusCode RTEXHandle::qualityConvertFromDA(unsigned quality) {
+    return ::qualityConvertFromDA(quality);
+}

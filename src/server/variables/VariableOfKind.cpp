@@ -1,0 +1,78 @@
+#include "server/variables/VariableOfKind.h"
+
+#include <cstring>
+
+#include "server/attributes/PublishedType.h"
+#include "server/attributes/TagConfig.h"
+#include "server/variables/RTEXHandle.h"
+
+namespace {
+
+/// Bytes of the designation in every passport record, its NUL included.
+constexpr std::size_t kDesignationBytes = sizeof(ANALOG::POZ);
+
+/// Whether an entry names an attribute that could be exported, but that this database does not
+/// have.
+bool missingInDatabase(const PublishedType& published, std::uint8_t dbCode, int attributeNumber) {
+    if (!published.access.contains(attributeNumber)) return false;
+    SVariable variable{};
+    variable.type = dbCode;
+    variable.num = 1;
+    variable.num_atr = static_cast<std::uint16_t>(attributeNumber);
+    return UARTEXVariable::veskdb.isAttribute(variable) == 0;
+}
+
+}  // namespace
+
+void VariableOfKind::createVarObj(CVeskBDSh& /*db*/, void* passport) {
+    if (passport == nullptr) return;
+    const char* designation = static_cast<const char*>(passport) + kind_.nameOffset;
+    nameCp866_.assign(designation, strnlen(designation, kDesignationBytes));
+}
+
+int VariableOfKind::getValue(UA_Variant& value, unsigned int& status, int attributeNumber,
+                             long& sourceTime) {
+    const std::lock_guard lock(mutex_);
+    RTEXHandle::getValueByAttrNumber(attributeNumber, kind_.type, idTag_, value, status,
+                                     sourceTime);
+    return 0;
+}
+
+int VariableOfKind::setValue(const UA_Variant& value, int attributeNumber) {
+    const std::lock_guard lock(mutex_);
+    RTEXHandle::setValueByAttrNumber(attributeNumber, kind_.type, idTag_, value);
+    return 0;
+}
+
+std::string VariableOfKind::getStructId(int number) {
+    return std::string(kind_.structPrefix).append(std::to_string(number));
+}
+
+std::string VariableOfKind::getNodeId(int number) {
+    return std::string(kind_.nodePrefix).append(std::to_string(number)).append(".A");
+}
+
+int VariableOfKind::getCountVarFormObj(int number) {
+    CTypeVars* table = veskdb.getTypeVars(kind_.dbCode);
+    if (table == nullptr || number < 0 || number > UINT16_MAX) return 1;
+    void* passport = table->getAdrPasp(static_cast<std::uint16_t>(number));
+    if (passport == nullptr || rtexvariable.empty()) return 1;
+    // KEPT: the last object of the list is bound, which is this one only because start-up has just
+    // appended it.
+    rtexvariable.back()->createVarObj(veskdb, passport);
+    return 0;
+}
+
+std::vector<TagInfo> VariableOfKind::getConfigForTag(const std::vector<Section>& sections,
+                                                     std::string mode, int groupNumber,
+                                                     const std::map<int, int>& groupMap) {
+    const PublishedType* published = findPublishedType(getType(), getRVType());
+    if (published == nullptr) return {};
+    auto entries = readTagConfig(sections, published->marker, mode, groupNumber, groupMap);
+    for (TagInfo& entry : entries) {
+        if (missingInDatabase(*published, kind_.dbCode, entry.attributeNumber)) {
+            entry.missing.push_back(entry.key);
+        }
+    }
+    return entries;
+}
