@@ -61,15 +61,15 @@ static std::vector<std::int32_t> parseList(std::string_view value,
     return numbers;
 }
 
-std::vector<std::int32_t> getNumbersTagsOperative(std::string value) {
+std::vector<std::int32_t> getNumbersTagsOperative(const std::string& value) {
     return parseList(value, {-1});
 }
 
-std::vector<std::int32_t> getNumbersTagsOperativeByGroup(std::string value) {
-    return getNumbersTagsOperative(std::move(value));
+std::vector<std::int32_t> getNumbersTagsOperativeByGroup(const std::string& value) {
+    return getNumbersTagsOperative(value);
 }
 
-std::vector<std::int32_t> getNumbersTagsHistorical(std::string value) {
+std::vector<std::int32_t> getNumbersTagsHistorical(const std::string& value) {
     // KEPT: "all" is the empty list here and {-1} above. A plotter without a list has all its pens.
     return parseList(value, {});
 }

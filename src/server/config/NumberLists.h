@@ -10,11 +10,11 @@
 
 /// Tag numbers of the flat operative tree. "all" gives the one number -1, which stands for every
 /// tag.
-[[nodiscard]] std::vector<std::int32_t> getNumbersTagsOperative(std::string value);
+[[nodiscard]] std::vector<std::int32_t> getNumbersTagsOperative(const std::string& value);
 /// Tag numbers of a group: the same rules.
-[[nodiscard]] std::vector<std::int32_t> getNumbersTagsOperativeByGroup(std::string value);
+[[nodiscard]] std::vector<std::int32_t> getNumbersTagsOperativeByGroup(const std::string& value);
 /// Pen numbers of a plotter. "all" gives the empty list, which stands for every pen.
-[[nodiscard]] std::vector<std::int32_t> getNumbersTagsHistorical(std::string value);
+[[nodiscard]] std::vector<std::int32_t> getNumbersTagsHistorical(const std::string& value);
 
 /// The number N of a section "Attributes_GroupN"; -1 for any other name, also one that ListSections
 /// accepts because it merely contains such a text.
