@@ -84,7 +84,7 @@ SVal tagged(TYPE_VAL type, T scalar) {
     SVal result{};
     result.type_val = type;
     static_assert(sizeof(scalar) <= sizeof(result.value));
-    std::memcpy(&result.value, &scalar, sizeof(scalar));
+    std::memcpy(static_cast<void*>(&result.value), &scalar, sizeof(scalar));
     return result;
 }
 
@@ -111,7 +111,8 @@ SVal textFrom(const UA_String& text, TYPE_VAL attributeType) {
     const std::string cp866 = converter.convertUtf8ToCP866_manual(utf8);
     SVal result{};
     result.type_val = attributeType;
-    std::memcpy(&result.value, cp866.data(), std::min(cp866.size(), kTextBytes));
+    std::memcpy(static_cast<void*>(&result.value), cp866.data(),
+                std::min(cp866.size(), kTextBytes));
     return result;
 }
 
