@@ -1,5 +1,7 @@
 #pragma once
 
+#include <sys/types.h>
+
 #include <cstddef>
 #include <cstdint>
 
@@ -86,6 +88,7 @@ class vs_obj : public vs_shm {
 
   private:
     bool fill(int addressee, const void* data, unsigned int len);
+    bool taken(ssize_t got);
     int accept(int pid, void* msg, unsigned int len);
 
     unsigned int receivedLen_ = 0;  // data bytes of the request in `mess`
