@@ -1,0 +1,148 @@
+#pragma once
+
+#include <sys/time.h>
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+#include "lib/bd_vesk/attributes.h"
+#include "lib/bd_vesk/bdvstype.h"
+#include "lib/bd_vesk/clist.h"
+#include "lib/bd_vesk/tq.h"
+#include "lib/bd_vesk/typevars.h"
+
+/// The controller's real-time database as this process sees it: tables in shared memory that the
+/// database process owns, addressed by type, variable and attribute.
+///
+/// Loaded once, at start-up, by one thread. Afterwards nothing here changes: reads and writes go
+/// straight to shared memory, without locks and allocation, from any thread; what can tear stands
+/// in shmfield.h and tq.h. The order of the virtual operations is that of the virtual table.
+///
+/// A table whose segment is missing answers as for a variable that does not exist, an attribute
+/// whose description is missing or wrong as one that cannot be read (value type `none`).
+class CVeskBDSh : public TQManager {
+  public:
+    /// @param NumCnl  database channel; only 0 is there to be loaded
+    explicit CVeskBDSh(std::uint16_t NumCnl);
+    virtual ~CVeskBDSh();
+    CVeskBDSh(const CVeskBDSh&) = delete;
+    CVeskBDSh& operator=(const CVeskBDSh&) = delete;
+
+    /// Asks the database process ("VsBASE") for its types, attaches their tables, reads the
+    /// attribute descriptions and attaches the time-quality-flags table. Needs the message object
+    /// `All`.
+    ///
+    /// Without a database process, asked twice a second apart, it prints "No Base in lib" and ends
+    /// the process with status -1. For another channel than 0 it prints that and raises SIGTERM.
+    virtual void LoadBD();
+    /// Takes over the apertures of getChangeVal; null is ignored.
+    virtual void LoadAperture(SApertures* apertures);
+    /// Does nothing: the database process saves its own tables.
+    virtual void SaveBD();
+    /// Asks the database process to process its data, unless the process "Simulator" is there,
+    /// which does so by itself. Repeats while the request cannot be sent; ends the process with
+    /// status -1 after 102 failures.
+    virtual void ObrBD();
+
+    /// The table in the place of a type. Not owned; null when the place was never filled.
+    /// KEPT: places are taken in the order in which the database process names its types. A type
+    /// without variables is not named, and all later ones stand one place too far down. The type is
+    /// not range-checked either; 12 comes round to 1.
+    virtual CTypeVars* getTypeVars(std::uint16_t type);
+    /// Whether the type has a table and at least `num` variables. Does not look at the attribute,
+    /// and takes number 0 for one.
+    virtual BOOL isVariable(SVariable var);
+    /// Whether the type has the attribute; number 0, the value itself, it always has. Does not look
+    /// at the variable.
+    virtual BOOL isAttribute(SVariable var);
+    /// Value type of an attribute, `none` for one that cannot be read. Does not look at the
+    /// variable.
+    virtual TYPE_VAL getTypeAtr(SVariable var);
+
+    /// Writes a value, converted to what is stored there: for attribute 0 the current data (not the
+    /// current value, which getVal reads), else the passport field.
+    /// @return 0 when there is no such variable. Otherwise 1, also when nothing could be stored.
+    virtual BOOL setDat(SVariable var, SVal val);
+    /// Writes the current data of an analog input, scaled by `low`, `high` and its own scale;
+    /// stores nothing for other types and attributes.
+    /// @return 0 when there is no such variable, else 1.
+    virtual BOOL setDatScale(SVariable var, SVal val, float low, float high);
+    /// Reads a value: for attribute 0 the current value, else the passport field.
+    /// @param out  any contents; cleared first, then set. Type `none`: nothing could be read.
+    /// @return 0, `out` untouched, when there is no such type or attribute. Otherwise 1.
+    virtual BOOL getVal(SVariable var, SVal* out);
+    /// As getVal, but attribute 0 reads the current data.
+    virtual BOOL getDat(SVariable var, SVal* out);
+    /// Reads a value as getVal does and compares it with the one before.
+    ///
+    /// A float has changed when it differs by the type's aperture at least. AV 21 and 39 are judged
+    /// by the attributes 41 and 40, which they follow.
+    /// @param last  value last reported; updated when it has changed
+    /// @param aux   value of 41 or 40 when last reported; updated likewise. Unused for all others.
+    /// @return 1 when it has changed, else 0.
+    virtual BOOL getChangeVal(SVariable var, SVal* last, SVal* aux);
+
+    // Time, quality and flags of a variable; its attribute does not matter. Only the types VA to DO
+    // have them: for others, and for variables that do not exist, they read as 0 and setting them
+    // answers -1.
+    timeval getTime(SVariable var) const { return TQGetTime(tqType(var), tqIndex(var)); }
+    unsigned getQuality(SVariable var) const { return TQGetQuality(tqType(var), tqIndex(var)); }
+    unsigned getFlags(SVariable var) const { return TQGetFlags(tqType(var), tqIndex(var)); }
+    int setTime(SVariable var, timeval time) { return TQSetTime(tqType(var), tqIndex(var), time); }
+    int setQuality(SVariable var, unsigned quality) {
+        return TQSetQuality(tqType(var), tqIndex(var), quality);
+    }
+    int setFlags(SVariable var, unsigned flags) {
+        return TQSetFlags(tqType(var), tqIndex(var), flags);
+    }
+    /// KEPT: type and number go through as they are, without the step from 1 to 0 of the others.
+    /// The record is one type and one variable further: VA 1 gives the second record of AV.
+    TimeQuality* getTQFPointer(SVariable var) const {
+        return TQGetTQFPointer(static_cast<char>(var.type), var.num);
+    }
+
+    /// Reads the attribute description files of the folder `SYSTEM`; LoadBD calls it once its
+    /// tables are there, because the descriptions are checked against their records.
+    /// @return 0; -1 when the files could not be read to their end, which is told on standard
+    /// output
+    ///         unless it is for different numbers of entries. Entries read before a fault are used.
+    int LoadOffAtr();
+
+  protected:
+    // Names as the controller's other code has them.
+    std::uint16_t NumCnl;                 ///< database channel
+    CList<CTypeVars*, kTypeCount> bd_vs;  ///< tables in load order, owned
+    std::vector<ListAllVar> p_ListAtr;    ///< attribute descriptions as the files have them
+    std::int16_t NUM_TYPE_INFILE = 0;     ///< entries in the attribute files
+    char LinkFileName[100] = "/offatrs.dat";
+    char LinkFile[100] = {};  ///< its full path
+    char LinkFileNameType[100] = "/atributs.dat";
+    char LinkFileType[100] = {};  ///< its full path
+    std::uint8_t TPtoTA[5] = {};  ///< unused
+    SApertures m_apertures;
+    int PidBD = -1;  ///< process id of the database, -1 until found
+
+  private:
+    enum class Source { curDat, curVal };
+
+    static char tqType(SVariable var) { return static_cast<char>(var.type - 1); }
+    static std::uint16_t tqIndex(SVariable var) { return static_cast<std::uint16_t>(var.num - 1); }
+
+    [[nodiscard]] CTypeVars* tableOf(unsigned type) const;
+    [[nodiscard]] AtrPlace placeOfAttribute(SVariable var) const;
+    BOOL read(SVariable var, SVal* out, Source source);
+    bool isChanged(std::uint8_t type, const SVal& now, const SVal& last) const;
+
+    void findDatabase();
+    void loadTables();
+    void addTable(unsigned type, std::uint32_t count);
+    void checkAttributes();
+    void report(const AtrFault& fault) const;
+    void releaseTables();
+
+    // The descriptions, checked against the record of the table in the type's place; constant after
+    // LoadOffAtr. By type code - 1, then by attribute - 1.
+    std::array<std::vector<AtrPlace>, kDescribedTypeCount> places_;
+};

@@ -1,0 +1,204 @@
+#include <cmath>
+#include <cstring>
+
+#include "lib/bd_vesk/bdvesk.h"
+#include "lib/bd_vesk/shmfield.h"
+
+// ---- Locating ----------------------------------------------------------------------------------
+
+CTypeVars* CVeskBDSh::getTypeVars(std::uint16_t type) {
+    return bd_vs.itemAt(type - 1);
+}
+
+/// As getTypeVars, for the eleven types only.
+CTypeVars* CVeskBDSh::tableOf(unsigned type) const {
+    return tableRow(type) != nullptr ? bd_vs.itemAt(static_cast<int>(type) - 1) : nullptr;
+}
+
+BOOL CVeskBDSh::isVariable(SVariable var) {
+    const CTypeVars* const table = tableOf(var.type);
+    return table != nullptr && var.num <= table->maxnumAt();
+}
+
+BOOL CVeskBDSh::isAttribute(SVariable var) {
+    if (tableRow(var.type) == nullptr) return 0;
+    if (var.type > kDescribedTypeCount) return var.num_atr == 0;
+    return var.num_atr <= places_[var.type - 1U].size();
+}
+
+AtrPlace CVeskBDSh::placeOfAttribute(SVariable var) const {
+    const std::size_t type = var.type - 1U;
+    const std::size_t index = var.num_atr - 1U;
+    if (type >= places_.size() || index >= places_[type].size()) return {};
+    return places_[type][index];
+}
+
+TYPE_VAL CVeskBDSh::getTypeAtr(SVariable var) {
+    if (var.num_atr != 0) return static_cast<TYPE_VAL>(placeOfAttribute(var).valueType);
+    const TableRow* const row = tableRow(var.type);
+    return row != nullptr ? row->valueType : none;
+}
+
+// ---- Reading -----------------------------------------------------------------------------------
+
+static void readField(const std::uint8_t* field, AtrPlace place, SVal& out) {
+    out.type_val = static_cast<TYPE_VAL>(place.valueType);
+    switch (place.storage) {
+        case Storage::bit:
+            out.value.uch = (loadField<std::uint8_t>(field) & place.mask) != 0;
+            break;
+        case Storage::byte:
+            out.value.uch = loadField<std::uint8_t>(field);
+            break;
+        case Storage::word:
+            out.value.sh = loadField<std::int16_t>(field);
+            break;
+        case Storage::real:
+            out.value.fl = loadField<float>(field);
+            break;
+        case Storage::text9:
+            std::memcpy(out.value.str9, field, sizeof(out.value.str9));
+            break;
+        case Storage::text17:
+            std::memcpy(out.value.str17, field, sizeof(out.value.str17));
+            break;
+        case Storage::none:
+            break;
+    }
+}
+
+BOOL CVeskBDSh::read(SVariable var, SVal* out, Source source) {
+    CTypeVars* const table = tableOf(var.type);
+    if (table == nullptr || !isAttribute(var) || out == nullptr) return 0;
+    out->Clear();
+    if (var.num_atr != 0) {
+        const auto* const record = static_cast<const std::uint8_t*>(table->getAdrPasp(var.num));
+        const AtrPlace place = placeOfAttribute(var);
+        if (record != nullptr) readField(record + place.offset, place, *out);
+        return 1;
+    }
+    const BOOL got = source == Source::curVal ? table->getCurVal(var.num, &out->value)
+                                              : table->getCurDat(var.num, &out->value);
+    if (got) out->type_val = kTables[var.type - 1U].valueType;
+    return 1;
+}
+
+BOOL CVeskBDSh::getVal(SVariable var, SVal* out) {
+    return read(var, out, Source::curVal);
+}
+BOOL CVeskBDSh::getDat(SVariable var, SVal* out) {
+    return read(var, out, Source::curDat);
+}
+
+// ---- Writing -----------------------------------------------------------------------------------
+
+static void writeField(std::uint8_t* field, AtrPlace place, const SVal& val) {
+    SVal stored(static_cast<TYPE_VAL>(place.valueType));
+    stored = val;
+    switch (place.storage) {
+        case Storage::bit:
+            storeBits(field, place.mask, stored.value.uch != 0);
+            break;
+        case Storage::byte:
+            storeField<std::uint8_t>(field, stored.value.uch);
+            break;
+        case Storage::word:
+            storeField<std::int16_t>(field, stored.value.sh);
+            break;
+        case Storage::real:
+            storeField<float>(field, stored.value.fl);
+            break;
+        // KEPT: of the text of 17 bytes only the first 9 are written, though all 17 are read.
+        case Storage::text9:
+        case Storage::text17:
+            std::memcpy(field, &stored.value, sizeof(stored.value.str9));
+            break;
+        case Storage::none:
+            break;
+    }
+}
+
+BOOL CVeskBDSh::setDat(SVariable var, SVal val) {
+    if (!isVariable(var)) return 0;
+    CTypeVars* const table = tableOf(var.type);
+    // Types without attributes take any attribute number for the value.
+    if (var.num_atr == 0 || var.type > kDescribedTypeCount) {
+        SVal stored(kTables[var.type - 1U].valueType);
+        stored = val;
+        static_cast<void>(
+            table->setCurDat(var.num, &stored.value));  // 0 for number 0: no such variable
+        return 1;
+    }
+    auto* const record = static_cast<std::uint8_t*>(table->getAdrPasp(var.num));
+    const AtrPlace place = placeOfAttribute(var);
+    if (record != nullptr) writeField(record + place.offset, place, val);
+    return 1;
+}
+
+BOOL CVeskBDSh::setDatScale(SVariable var, SVal val, float low, float high) {
+    if (!isVariable(var)) return 0;
+    if (var.type != DB_VA || var.num_atr != 0) return 1;
+    SVal scaled(type_float);
+    scaled = val;
+    static_cast<void>(tableOf(var.type)->setCurDatScale(var.num, &scaled.value, low, high));
+    return 1;
+}
+
+// ---- Change detection --------------------------------------------------------------------------
+
+static std::size_t valueSize(TYPE_VAL type) {
+    switch (type) {
+        case type_char:
+        case type_uchar:
+            return sizeof(std::uint8_t);
+        case type_short:
+        case type_ushort:
+            return sizeof(std::int16_t);
+        case type_int:
+        case type_uint:
+        case type_float:
+            return sizeof(float);
+        case type_str9:
+            return sizeof(UTypeValue::str9);
+        case type_str17:
+            return sizeof(UTypeValue::str17);
+        case none:
+            break;
+    }
+    return 0;
+}
+
+bool CVeskBDSh::isChanged(std::uint8_t type, const SVal& now, const SVal& last) const {
+    if (now.type_val != last.type_val) return true;
+    if (std::memcmp(&now.value, &last.value, valueSize(now.type_val)) == 0) return false;
+    if (now.type_val != type_float) return true;
+    const float aperture = type == DB_VA   ? m_apertures.aperture_VA
+                           : type == DB_AV ? m_apertures.aperture_AV
+                           : type == DB_HI ? m_apertures.aperture_HI
+                                           : 0;
+    // Asked this way round, a step to or from "not a number" is a change.
+    return !(std::fabs(now.value.fl - last.value.fl) < aperture);
+}
+
+/// The attribute by which changes of an analog output's attribute are judged; 0: by itself.
+static std::uint16_t judgedBy(SVariable var) {
+    if (var.type != DB_AV) return 0;
+    return var.num_atr == 21 ? 41 : var.num_atr == 39 ? 40 : 0;
+}
+
+BOOL CVeskBDSh::getChangeVal(SVariable var, SVal* last, SVal* aux) {
+    SVal now;
+    if (last == nullptr || !getVal(var, &now)) return 0;
+    const std::uint16_t related = judgedBy(var);
+    if (related == 0 || aux == nullptr) {
+        if (!isChanged(var.type, now, *last)) return 0;
+        last->Set(now);
+        return 1;
+    }
+    SVal relatedNow;
+    if (!getVal({var.type, var.num, related}, &relatedNow)) return 0;
+    if (!isChanged(var.type, relatedNow, *aux)) return 0;
+    aux->Set(relatedNow);
+    last->Set(now);
+    return 1;
+}

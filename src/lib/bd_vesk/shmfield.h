@@ -1,0 +1,45 @@
+#pragma once
+
+#include <cstdint>
+#include <cstring>
+#include <type_traits>
+
+// Access to single fields of memory that other processes use at the same time, without locks.
+//
+// An aligned field of 1, 2, 4 or 8 bytes is one load or store and never seen half written. A field
+// that lies unaligned in a packed record may be, where it crosses a cache line; texts always may
+// be. The controller's programs accept that: the next cycle writes the field again.
+
+template <class T>
+[[nodiscard]] inline bool isAligned(const void* field) noexcept {
+    return (reinterpret_cast<std::uintptr_t>(field) & (sizeof(T) - 1)) == 0;
+}
+
+template <class T>
+[[nodiscard]] inline T loadField(const void* field) noexcept {
+    static_assert(std::is_trivially_copyable_v<T> && sizeof(T) <= 8);
+    T value;
+    if (isAligned<T>(field))
+        __atomic_load(static_cast<const T*>(field), &value, __ATOMIC_RELAXED);
+    else
+        std::memcpy(&value, field, sizeof(T));
+    return value;
+}
+
+template <class T>
+inline void storeField(void* field, T value) noexcept {
+    static_assert(std::is_trivially_copyable_v<T> && sizeof(T) <= 8);
+    if (isAligned<T>(field))
+        __atomic_store(static_cast<T*>(field), &value, __ATOMIC_RELAXED);
+    else
+        std::memcpy(field, &value, sizeof(T));
+}
+
+/// Sets or clears the bits of `mask` and leaves the byte's other bits to whoever writes them.
+inline void storeBits(void* field, std::uint8_t mask, bool on) noexcept {
+    auto* byte = static_cast<std::uint8_t*>(field);
+    if (on)
+        __atomic_fetch_or(byte, mask, __ATOMIC_RELAXED);
+    else
+        __atomic_fetch_and(byte, static_cast<std::uint8_t>(~mask), __ATOMIC_RELAXED);
+}
