@@ -15,17 +15,7 @@ namespace {
 constexpr long kUsPerSec = 1'000'000;
 }  // namespace
 
-// ---- Setting ----
-
-void TimeType::Set(const timeval_32& time) {
-    tv_sec = time.tv_sec;
-    tv_usec = time.tv_usec;
-}
-
-void TimeType::Set(long microseconds) {
-    tv_sec = microseconds / kUsPerSec;
-    tv_usec = microseconds % kUsPerSec;
-}
+// ---- Now ----
 
 void TimeType::UpdateWithCurrent() {
     static_cast<void>(gettimeofday(this, nullptr));  // cannot fail with a valid address

@@ -18,22 +18,26 @@ static_assert(sizeof(timeval_32) == 8);
 /// are in local time.
 class TimeType : public timeval {
   public:
-    TimeType() : timeval{0, 0} {}
+    TimeType() : TimeType(0L, 0L) {}
     // A system time and a record's time are values of this type: both convert by themselves.
     TimeType(const timeval& time) : timeval(time) {}
-    TimeType(const timeval_32& time) { Set(time); }
-    TimeType(long seconds, long microseconds) : timeval{seconds, microseconds} {}
-    TimeType(int seconds, int microseconds) : timeval{seconds, microseconds} {}
-    explicit TimeType(long microseconds) { Set(microseconds); }
+    TimeType(const timeval_32& time) : TimeType(time.tv_sec, time.tv_usec) {}
+    TimeType(long seconds, long microseconds) : timeval{} {
+        tv_sec = seconds;
+        tv_usec = microseconds;
+    }
+    TimeType(int seconds, int microseconds) : TimeType(long{seconds}, long{microseconds}) {}
+    explicit TimeType(long microseconds)
+        : TimeType(microseconds / 1000000, microseconds % 1000000) {}
 
     void Set() { *this = TimeType(); }
     void Set(const timeval& time) { *this = TimeType(time); }
-    void Set(const timeval_32& time);
+    void Set(const timeval_32& time) { *this = TimeType(time); }
     /// Taken as they are, not normalised.
     void Set(long seconds, long microseconds) { *this = TimeType(seconds, microseconds); }
     void Set(int seconds, int microseconds) { *this = TimeType(seconds, microseconds); }
     /// Both parts truncate towards zero: a negative value is not normalised.
-    void Set(long microseconds);
+    void Set(long microseconds) { *this = TimeType(microseconds); }
 
     /// The system's time.
     void UpdateWithCurrent();

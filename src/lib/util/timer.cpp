@@ -1,5 +1,7 @@
 #include "lib/util/timer.h"
 
+#include <cstddef>
+
 #include "lib/util/qnx_calls.h"
 #include "lib/util/vs_obj.h"
 
