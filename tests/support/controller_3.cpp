@@ -1,0 +1,16 @@
+#include "support/operator_view.h"
+
+// Linked into suites whose code asks who the controller is: the answer is read once per process, so
+// the file is there before the first test.
+
+namespace {
+/// Controller 3 with a cycle of 200 ms.
+class Controller3 : public testing::Environment {
+  public:
+    void SetUp() override {
+        writeFile("/zrt/settings/veskkntr.ini", "[KONTR]\nNumber_kontr=3\nCycleTime=200\n");
+    }
+};
+}  // namespace
+
+static const auto* const kEnvironment = testing::AddGlobalTestEnvironment(new Controller3);

@@ -1,0 +1,77 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "server/diagnostics/EventJournal.h"
+
+// What an operator sees of the server: the lines of its log and the messages in the journal. For
+// tests in the sandbox, where /zrt is a folder of their own.
+
+inline constexpr const char* kLogPath = "/zrt/log/opcuasrv.log";
+
+inline std::string readFile(const std::string& path) {
+    std::ifstream file(path, std::ios::binary);
+    return (std::ostringstream() << file.rdbuf()).str();
+}
+
+/// Makes the folders that are missing.
+inline void writeFile(const std::string& path, std::string_view bytes) {
+    std::filesystem::create_directories(std::filesystem::path(path).parent_path());
+    std::ofstream(path, std::ios::binary | std::ios::trunc) << bytes;
+}
+
+/// The journal as a list of what was posted.
+class RecordingJournal : public EventJournal {
+  public:
+    struct Message {
+        std::uint32_t number;
+        std::vector<JournalArgument> arguments;
+        bool operator==(const Message&) const = default;
+    };
+
+    void post(std::uint32_t number, const std::vector<JournalArgument>& arguments) override {
+        messages.push_back({number, arguments});
+    }
+
+    std::vector<Message> messages;
+};
+
+/// For googletest's failure messages.
+inline void PrintTo(const RecordingJournal::Message& message, std::ostream* out) {
+    *out << message.number;
+    for (const auto& argument : message.arguments) {
+        std::visit([&](const auto& value) { *out << ", " << testing::PrintToString(value); },
+                   argument);
+    }
+}
+
+/// Fixture with an empty log and an empty journal.
+class OperatorView : public testing::Test {
+  protected:
+    OperatorView() {
+        writeFile(kLogPath, "");
+        installEventJournal(&journal);
+    }
+    ~OperatorView() override { installEventJournal(nullptr); }
+
+    /// The lines of the log without their time, "dd-mm-yyyy hh:mm:ss: ". UTF-8.
+    static std::vector<std::string> logLines() {
+        constexpr std::size_t kTimeLength = 21;
+        std::vector<std::string> lines;
+        std::istringstream log(readFile(kLogPath));
+        for (std::string line; std::getline(log, line);) {
+            lines.push_back(line.substr(std::min(kTimeLength, line.size())));
+        }
+        return lines;
+    }
+
+    RecordingJournal journal;
+};

@@ -1,0 +1,109 @@
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "server/text/Cp866Literal.h"
+#include "server/text/ToUTF8Converter.h"
+#include "server/text/Utf8ToCP866Converter.h"
+
+using namespace std::string_literals;
+
+static std::string toUtf8(const std::string& cp866) {
+    return ToUTF8Converter::convertCP866ToUtf8_manual(cp866);
+}
+
+static std::string toCp866(const std::string& utf8) {
+    return Utf8ToCP866Converter::convertUtf8ToCP866_manual(utf8);
+}
+
+/// The upper half of the published chart of code page 866, 0x80 to 0xFF, as characters.
+static const std::string kChart =
+    "АБВГДЕЖЗИЙКЛМНОПРСТУФХЦЧШЩЪЫЬЭЮЯабвгдежзийклмноп"
+    "░▒▓│┤╡╢╖╕╣║╗╝╜╛┐└┴┬├─┼╞╟╚╔╩╦╠═╬╧╨╤╥╙╘╒╓╫╪┘┌█▄▌▐▀"
+    "рстуфхцчшщъыьэюяЁёЄєЇїЎў°∙·√№¤■\u00A0";
+
+TEST(Cp866, HasThePublishedCharactersInBothDirections) {
+    std::string lower;
+    std::string upper;
+    for (int byte = 0; byte < 0x80; ++byte) {
+        lower.push_back(static_cast<char>(byte));
+        upper.push_back(static_cast<char>(0x80 + byte));
+    }
+    EXPECT_EQ(toUtf8(upper), kChart);
+    EXPECT_EQ(toCp866(kChart), upper);
+    EXPECT_EQ(toUtf8(lower), lower) << "ASCII, NUL included, stays";
+    EXPECT_EQ(toCp866(lower), lower);
+    EXPECT_EQ(toUtf8("\xFF"), "\xC2\xA0");
+    EXPECT_EQ(toUtf8("\x80\0\xF0"s), "\xD0\x90\0\xD0\x81"s);
+}
+
+TEST(Utf8ToCp866, TakesAnyBytes) {
+    const struct {
+        const char* why;
+        std::string utf8;
+        std::string cp866;
+    } cases[] = {
+        {"nothing", "", ""},
+        {"a letter of two bytes", "\xD0\x96", "\x86"},
+        {"a sign of three bytes",
+         "\xE2\x84\x96"
+         "5",
+         "\xFC"
+         "5"},
+        {"a character that the page lacks", "5 \xE2\x82\xAC", "5 ?"},
+        {"a two-byte character that the page lacks", "\xC3\xA9", "?"},
+        {"a four-byte character, byte by byte", "\xF0\x9F\x94\xA5", "????"},
+        {"an overlong letter", "\xC1\x81", "A"},
+        {"an overlong letter in three bytes", "\xE0\x81\x81", "A"},
+        {"an overlong NUL", "\xC0\x80", "\0"s},
+        {"a continuation byte alone",
+         "\x96"
+         "A",
+         "?A"},
+        {"a lead byte before a good letter", "\xD0\xD0\x96", "?\x86"},
+        {"a two-byte sequence cut by the end", "A\xD0", "A?"},
+        {"a three-byte sequence cut by the end", "\xE2\x84", "??"},
+        {"a three-byte sequence cut by a letter",
+         "\xE2\x84"
+         "A",
+         "??A"},
+        {"a lead byte followed by NUL", "\xD0\0"s, "?\0"s},
+        {"bytes that no UTF-8 holds", "\xFE\xFF", "??"},
+        {"a surrogate", "\xED\xA0\x80", "?"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.why);
+        EXPECT_EQ(toCp866(c.utf8), c.cp866);
+    }
+}
+
+TEST(ToUtf8, AppendsOneToThreeBytes) {
+    const struct {
+        std::uint16_t code;
+        std::string utf8;
+    } cases[] = {{0x00, "\0"s},           {0x7F, "\x7F"},          {0x80, "\xC2\x80"},
+                 {0x7FF, "\xDF\xBF"},     {0x800, "\xE0\xA0\x80"}, {0x2116, "\xE2\x84\x96"},
+                 {0xFFFF, "\xEF\xBF\xBF"}};
+    for (const auto& c : cases) {
+        std::string out = "x";
+        ToUTF8Converter::append_utf8(out, c.code);
+        EXPECT_EQ(out, "x" + c.utf8) << c.code;
+    }
+}
+
+TEST(ToUtf8, DumpsBytesAndKeepsItsHooksSilent) {
+    EXPECT_EQ(ToUTF8Converter::getHexRepresentation("\x8F\0A"s), "8F 00 41");
+    EXPECT_EQ(ToUTF8Converter::getHexRepresentation(""), "");
+    testing::internal::CaptureStdout();
+    testing::internal::CaptureStderr();
+    ToUTF8Converter::logGroupStart(3);
+    ToUTF8Converter::logConversion(0x8F, 0x41F, "П");
+    EXPECT_EQ(testing::internal::GetCapturedStdout() + testing::internal::GetCapturedStderr(), "");
+}
+
+TEST(Cp866Literal, IsTheControllersBytes) {
+    EXPECT_EQ("ЦП №1"_cp866,
+              "\x96\x8F \xFC"
+              "1");
+    EXPECT_EQ("a\0b"_cp866, "a\0b"s);
+}
