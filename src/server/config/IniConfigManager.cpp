@@ -5,7 +5,11 @@
 #include <fstream>
 #include <memory>
 
-#define SI_NO_CONVERSION  // texts stay the bytes they are: no wide characters, no foreign library
+// The reader is compiled here and not linked: the distribution builds its library with the
+// machine's own char, but the order of names must be that of an unsigned one everywhere. No wide
+// characters.
+#define SI_IMPLEMENTATION
+#define SI_NO_CONVERSION
 #include <SimpleIni.h>
 
 #include "server/config/LineSearch.h"
