@@ -1,0 +1,203 @@
+#include "server/config/LineSearch.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <random>
+
+#include "support/operator_view.h"
+
+static const std::string kPath = "/zrt/settings/lines.ini";
+static const std::string kMissing = "/zrt/settings/none.ini";
+
+TEST(LineSearch, FindsTheFirstLineOfAKey) {
+    const struct {
+        const char* why;
+        std::string file;
+        std::string key;
+        std::int32_t line;
+    } cases[] = {
+        {"the first of two", "a=1\nKey=2\nKey=3\n", "Key", 2},
+        {"blanks and tabs before it", "\n \t Key = 2\n", "Key", 2},
+        {"no '=' on the line", "Key 2\nKey=2\n", "Key", 2},
+        {"'=' anywhere on the line", "Key; x=2\n", "Key", 1},
+        {"a longer key matches", "KeyLonger=1\nKey=2\n", "Key", 1},
+        {"in a comment it does not start the line", ";Key=1\nKey=2\n", "Key", 2},
+        {"another case", "key=1\nKey=2\n", "Key", 2},
+        {"behind a carriage return is not the start", "\rKey=1\n", "Key", 2},
+        {"nothing found", "a=1\nb=2\n", "Key", 3},
+        {"nothing found, no line feed at the end", "a=1\nb=2", "Key", 3},
+        {"empty lines count", "\n\n\n", "Key", 4},
+        {"an empty file", "", "Key", 1},
+        {"CP866 letters", "\x8A\xAB=1\n\x8A\xAB\xEE\xE7=2\n", "\x8A\xAB\xEE", 2},
+        {"of several longer keys the first line", "Kb=1\nKa=2\nKc=3\n", "K", 1},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.why);
+        writeFile(kPath, c.file);
+        EXPECT_EQ(findLineNumber(kPath, c.key), c.line);
+    }
+}
+
+TEST(LineSearch, FindsALineThatLooksLikeTheSection) {
+    const struct {
+        const char* why;
+        std::string file;
+        std::string name;
+        std::int32_t line;
+    } cases[] = {
+        {"a heading", "a=1\n[Bad]\n", "Bad", 2},
+        {"text around the brackets", "x Bad ] [ ]\n", "Bad", 1},
+        {"brackets the wrong way round", "]Bad[\n[Bad]\n", "Bad", 2},
+        {"a longer name matches", "[VeryBad]\n[Bad]\n", "Bad", 1},
+        {"without brackets", "Bad\n[ Bad ]\n", "Bad", 2},
+        {"another case", "[bad]\n", "Bad", 2},
+        {"no name: the first heading", "x=1\n[A]\n", "", 2},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.why);
+        writeFile(kPath, c.file);
+        EXPECT_EQ(findLineNumberBySubstring(kPath, c.name), c.line);
+    }
+}
+
+TEST(LineSearch, PassesUsedLinesOver) {
+    writeFile(kPath, "\n\n\n\nBad=1\n\n\n\nBad=2\n");
+    std::vector<std::int32_t> used{5000, -1};
+    EXPECT_EQ(findLineNumberParam(kPath, "Bad", used), 5);
+    EXPECT_EQ(findLineNumberParam(kPath, "Bad", used), 9);
+    EXPECT_EQ(findLineNumberParam(kPath, "Bad", used), 10) << "no further one";
+    EXPECT_EQ(findLineNumberParam(kMissing, "Bad", used), 1);
+    EXPECT_EQ(used, (std::vector<std::int32_t>{5000, -1, 5, 9, 10, 1}));
+}
+
+TEST(LineSearch, FindsAnAttributeEntryInItsSections) {
+    const std::string file =
+        "Type1.a=before any heading\n"  // 1
+        "[General]\n"
+        "Type1.a=x\n"
+        " [ Attributes ] ; comment\n"
+        "Type1.ab=longer\n"  // 5
+        "\t\rType1.a \t= found\n"
+        "Type1.a=again\n"
+        "[Attributes_Group1]\n"
+        "Type1.g=1\n"
+        "[Attributes_Group12]\n"  // 10
+        "Type1.g2=12\n"
+        "[ATTRIBUTES]\n"
+        "Type1.b=merged with the first spelling\n"
+        "[Old Attributes_Group2 x]\n"
+        "Type1.g2 x=2\n"  // 15
+        "Type1.g2=2\n"
+        "[Attributes\n"
+        "Type1.c=under a heading that is not closed\n"
+        "[Attributes]\n"
+        "Type1.c=closed\n";
+    writeFile(kPath, file);
+    const std::map<int, int> groups{{1, 13}, {2, 12}, {12, 14}, {3, 15}};
+    const struct {
+        const char* why;
+        std::string key;
+        int groupFolder;
+        std::map<int, int> groupMap;
+        std::int32_t line;
+    } cases[] = {
+        {"the flat tree's section, not others", "Type1.a", 0, {}, 6},
+        {"an empty map is the flat tree", "Type1.a", 13, {}, 6},
+        {"folder 0 is the flat tree", "Type1.a", 0, groups, 6},
+        {"the whole key", "Type1", 0, {}, 21},
+        {"groups are not the flat tree", "Type1.g", 0, {}, 21},
+        {"sections of one name in two cases", "Type1.b", 0, {}, 13},
+        {"a heading that is not closed is another section", "Type1.c", 0, {}, 20},
+        {"the group of the folder", "Type1.g", 13, groups, 9},
+        {"a number that is the beginning of another", "Type1.g2", 13, groups, 11},
+        {"the number with text around", "Type1.g2", 12, groups, 16},
+        {"a blank in the key", "Type1.g2 x", 12, groups, 15},
+        {"not in the group", "Type1.a", 13, groups, 21},
+        {"a group without a section", "Type1.g", 15, groups, 21},
+        {"a folder that is not in the map", "Type1.g", 99, groups, 21},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.why);
+        EXPECT_EQ(findLineNumberTagConf(kPath, c.key, c.groupFolder, c.groupMap), c.line);
+    }
+    EXPECT_EQ(findLineNumberTagConf(kMissing, "Type1.a", 0, {}), 1);
+    EXPECT_EQ(findLineNumberTagConf(kMissing, "Type1.a", 99, groups), 1);
+}
+
+TEST(LineSearch, NoticesAnotherFileAndAChangedOne) {
+    writeFile(kPath, "a=1\nb=2\n");
+    writeFile("/zrt/settings/other.ini", "b=2\n");
+    EXPECT_EQ(findLineNumber(kPath, "b"), 2);
+    EXPECT_EQ(findLineNumber("/zrt/settings/other.ini", "b"), 1);
+    EXPECT_EQ(findLineNumber(kPath, "b"), 2);
+    writeFile(kPath, "a=1\n\nb=2\n");
+    EXPECT_EQ(findLineNumber(kPath, "b"), 3);
+    std::filesystem::remove(kPath);
+    EXPECT_EQ(findLineNumber(kPath, "b"), 1);
+    EXPECT_EQ(findLineNumberBySubstring(kPath, "b"), 1);
+    writeFile(kPath, "b=2\n");
+    EXPECT_EQ(findLineNumber(kPath, "b"), 1);
+}
+
+/// The answers of the index are those of a walk through the lines, whatever the lines are.
+TEST(LineSearch, FindsWhatAWalkFinds) {
+    std::mt19937 random(20);  // fixed, so that a failure can be repeated
+    const auto word = [&](std::size_t longest) {
+        std::string text(random() % (longest + 1), ' ');
+        for (char& c : text) {
+            c = "ab=\xE0"[random() % 4];
+        }
+        return text;
+    };
+    for (int round = 0; round < 200; ++round) {
+        std::vector<std::string> lines(random() % 40);
+        std::string file;
+        for (auto& line : lines) {
+            line = word(6);
+            file += line + "\n";
+        }
+        // Two paths in turn: what is read is never the file of the round before.
+        const std::string path = kPath + std::to_string(round % 2);
+        writeFile(path, file);
+        std::vector<std::int32_t> used;
+        for (int search = 0; search < 20; ++search) {
+            const std::string key = word(2);
+            const auto walk = [&](const std::vector<std::int32_t>& excluded) {
+                for (std::size_t i = 0; i < lines.size(); ++i) {
+                    const auto number = static_cast<std::int32_t>(i + 1);
+                    if (!lines[i].empty() && lines[i].rfind(key, 0) == 0 &&
+                        lines[i].find('=') != std::string::npos &&
+                        std::find(excluded.begin(), excluded.end(), number) == excluded.end()) {
+                        return number;
+                    }
+                }
+                return static_cast<std::int32_t>(lines.size() + 1);
+            };
+            ASSERT_EQ(findLineNumber(path, key), walk({})) << file << "key: " << key;
+            const auto expected = walk(used);
+            ASSERT_EQ(findLineNumberParam(path, key, used), expected) << file << "key: " << key;
+        }
+    }
+}
+
+TEST(LineSearch, StaysQuickInALongFile) {
+    constexpr int kLines = 50'000;
+    std::string file = "[Attributes]\n";
+    for (int i = 2; i <= kLines; ++i) {
+        file += "Type1.Attribute" + std::to_string(i) + " = name, 1\n";
+    }
+    writeFile(kPath, file);
+    std::vector<std::int32_t> used;
+    const auto start = std::chrono::steady_clock::now();
+    for (int i = 40'000; i < kLines; ++i) {
+        const std::string key = "Type1.Attribute" + std::to_string(i);
+        ASSERT_EQ(findLineNumber(kPath, key), i);
+        ASSERT_EQ(findLineNumberTagConf(kPath, key, 0, {}), i);
+        if (i % 10 == 0) {
+            ASSERT_EQ(findLineNumberParam(kPath, key, used), i);
+        }
+    }
+    // A walk per search takes minutes; this leaves room for a busy machine and the sanitizers.
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(10));
+}
