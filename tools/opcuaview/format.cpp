@@ -1,0 +1,98 @@
+#include "tools/opcuaview/format.h"
+
+#include <open62541/types_generated.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <ctime>
+
+#include "tools/opcuaview/text.h"
+
+namespace opcuaview {
+
+static constexpr std::size_t kShownElements = 8;
+
+static std::string fromUa(const UA_String& text) {
+    return printable({reinterpret_cast<const char*>(text.data), text.length});
+}
+
+static std::string printed(const char* format, double number) {
+    std::array<char, 64> text{};
+    std::snprintf(text.data(), text.size(), format, number);
+    return text.data();
+}
+
+/// What the library itself prints; for the kinds that need nothing special.
+static std::string printedByLibrary(const void* element, const UA_DataType* type) {
+    UA_String text = UA_STRING_NULL;
+    if (UA_print(element, type, &text) != UA_STATUSCODE_GOOD) return "?";
+    std::string result = fromUa(text);
+    UA_String_clear(&text);
+    return result;
+}
+
+static std::string formatElement(const void* element, const UA_DataType* type) {
+    switch (type->typeKind) {
+        case UA_DATATYPEKIND_FLOAT:
+            return printed("%.7g", static_cast<double>(*static_cast<const UA_Float*>(element)));
+        case UA_DATATYPEKIND_DOUBLE:
+            return printed("%.7g", *static_cast<const UA_Double*>(element));
+        case UA_DATATYPEKIND_STRING:
+            return fromUa(*static_cast<const UA_String*>(element));
+        case UA_DATATYPEKIND_LOCALIZEDTEXT:
+            return fromUa(static_cast<const UA_LocalizedText*>(element)->text);
+        case UA_DATATYPEKIND_DATETIME:
+            return formatTime(*static_cast<const UA_DateTime*>(element));
+        default:
+            return printedByLibrary(element, type);
+    }
+}
+
+std::string formatValue(const UA_Variant& value) {
+    if (UA_Variant_isEmpty(&value)) return "—";
+    if (UA_Variant_isScalar(&value)) return formatElement(value.data, value.type);
+    std::string result = "[";
+    const auto* element = static_cast<const char*>(value.data);
+    const std::size_t shown = std::min(value.arrayLength, kShownElements);
+    for (std::size_t i = 0; i < shown; ++i, element += value.type->memSize) {
+        if (i > 0) result += ", ";
+        result += formatElement(element, value.type);
+    }
+    if (shown < value.arrayLength) {
+        result += ", …] (" + std::to_string(value.arrayLength) + ")";
+    } else {
+        result += "]";
+    }
+    return result;
+}
+
+bool isNumber(const UA_Variant& value) {
+    return UA_Variant_isScalar(&value) && value.type->typeKind >= UA_DATATYPEKIND_SBYTE &&
+           value.type->typeKind <= UA_DATATYPEKIND_DOUBLE;
+}
+
+std::string formatQuality(UA_StatusCode status) {
+    // The low half holds flags (limits, overflow of a queue), not the reason.
+    const UA_StatusCode reason = status & 0xFFFF0000U;
+    const std::string_view name = UA_StatusCode_name(reason);
+    if (name.find(' ') == std::string_view::npos) return std::string{name};
+    std::array<char, 16> digits{};
+    std::snprintf(digits.data(), digits.size(), "0x%08X", static_cast<unsigned>(status));
+    return digits.data();
+}
+
+std::string formatTime(UA_DateTime time) {
+    constexpr UA_DateTime kTicksPerMs = 10'000;
+    const UA_DateTime ms = (time - UA_DATETIME_UNIX_EPOCH) / kTicksPerMs;
+    const auto seconds = static_cast<std::time_t>(ms >= 0 ? ms / 1000 : (ms - 999) / 1000);
+    std::tm local{};
+    if (localtime_r(&seconds, &local) == nullptr) return "?";
+    std::array<char, 64> text{};
+    const std::size_t length = std::strftime(text.data(), text.size(), "%Y-%m-%d %H:%M:%S", &local);
+    std::snprintf(text.data() + length, text.size() - length, ".%03d",
+                  static_cast<int>(ms - static_cast<UA_DateTime>(seconds) * 1000));
+    return text.data();
+}
+
+}  // namespace opcuaview

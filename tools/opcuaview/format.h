@@ -1,0 +1,24 @@
+#pragma once
+
+#include <open62541/types.h>
+
+#include <string>
+
+/// OPC UA values as an operator reads them. Every result is safe to print on a terminal.
+namespace opcuaview {
+
+/// "—" for an empty variant; numbers with at most seven significant digits (a float has no more);
+/// arrays as "[1, 2, 3, …] (65)", at most eight elements.
+[[nodiscard]] std::string formatValue(const UA_Variant& value);
+
+/// Whether the value reads best aligned to the right.
+[[nodiscard]] bool isNumber(const UA_Variant& value);
+
+/// "Good", "Uncertain" or "Bad" for the plain qualities, else the code's name ("BadNotReadable"),
+/// or its digits where it has none.
+[[nodiscard]] std::string formatQuality(UA_StatusCode status);
+
+/// Local time with milliseconds, "2026-11-21 12:33:10.123". `time` counts 100 ns ticks since 1601.
+[[nodiscard]] std::string formatTime(UA_DateTime time);
+
+}  // namespace opcuaview

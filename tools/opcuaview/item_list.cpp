@@ -1,0 +1,173 @@
+#include "tools/opcuaview/item_list.h"
+
+#include <algorithm>
+#include <cstring>
+#include <iterator>
+#include <span>
+
+#include "tools/opcuaview/format.h"
+#include "tools/opcuaview/table.h"
+#include "tools/opcuaview/text.h"
+
+namespace opcuaview {
+
+static UA_StatusCode parsed(const std::string& text, NodeId& id) {
+    return UA_NodeId_parse(id.get(), borrowed(text));
+}
+
+bool isNodeId(const std::string& text) {
+    NodeId id;
+    return parsed(text, id) == UA_STATUSCODE_GOOD;
+}
+
+static UA_StatusCode listNamed(Session& session, const ItemChoice& choice, ItemList& list) {
+    for (const std::string& text : choice.nodeIds) {
+        Item item{{}, printable(text), {}};
+        if (parsed(text, item.id) != UA_STATUSCODE_GOOD) return UA_STATUSCODE_BADNODEIDINVALID;
+        list.items.push_back(std::move(item));
+    }
+    std::vector<const UA_NodeId*> ids;
+    for (const Item& item : list.items)
+        ids.push_back(item.id.get());
+    std::vector<DataValue> names;
+    const UA_StatusCode status = session.read(ids, UA_ATTRIBUTEID_DISPLAYNAME, names);
+    for (std::size_t i = 0; i < names.size(); ++i) {
+        list.items[i].attribute = formatValue(names[i]->value);
+    }
+    return status;
+}
+
+namespace {
+/// Walks the tree below the Objects folder.
+class TreeWalk {
+  public:
+    TreeWalk(Session& session, const ItemChoice& choice, const BrowseProgress& progress)
+        : session_(session),
+          filter_(lowered(choice.filter)),
+          limit_(choice.limit),
+          progress_(progress) {}
+
+    UA_StatusCode run(ItemList& list) {
+        const UA_NodeId objects = UA_NODEID_NUMERIC(0, UA_NS0ID_OBJECTSFOLDER);
+        UA_StatusCode status = walkFolder(objects, {}, kMaxDepth);
+        if (status != UA_STATUSCODE_GOOD) return status;
+        takeShares(list);
+        return status;
+    }
+
+  private:
+    using Objects = std::vector<Child>;
+    static constexpr int kMaxDepth = 16;  // a tree that refers back to itself ends too
+
+    UA_StatusCode walkFolder(const UA_NodeId& folder, const std::string& name, int depth) {
+        std::vector<std::vector<Child>> lists;
+        UA_StatusCode status = session_.browse({&folder}, lists);
+        if (status != UA_STATUSCODE_GOOD) return status;
+        Objects folders;
+        Objects tags;
+        groups_.emplace_back();
+        sortByName(lists.front());
+        for (Child& child : lists.front()) {
+            if (child.isVariable) {
+                accept(std::move(child), name);
+            } else {
+                (child.isFolder ? folders : tags).push_back(std::move(child));
+            }
+        }
+        status = walkTags(tags, depth);
+        if (depth == 0) return status;
+        for (auto next = folders.begin(); next != folders.end() && isGood(status); ++next) {
+            status = walkFolder(*next->id, next->name, depth - 1);
+        }
+        return status;
+    }
+
+    /// The variables of the folder's tags, until the limit is reached.
+    UA_StatusCode walkTags(const Objects& tags, int depth) {
+        for (std::size_t from = 0; from < tags.size(); from += Session::kNodesPerBrowse) {
+            if (limit_ > 0 && groups_.back().size() >= limit_) {
+                complete_ = false;
+                break;
+            }
+            const std::span chunk = std::span{tags}.subspan(
+                from, std::min(Session::kNodesPerBrowse, tags.size() - from));
+            const UA_StatusCode status = walkChunk(chunk, depth);
+            if (!isGood(status)) return status;
+        }
+        return UA_STATUSCODE_GOOD;
+    }
+
+    UA_StatusCode walkChunk(std::span<const Child> tags, int depth) {
+        std::vector<const UA_NodeId*> ids;
+        for (const Child& tag : tags)
+            ids.push_back(tag.id.get());
+        std::vector<std::vector<Child>> lists;
+        const UA_StatusCode status = session_.browse(ids, lists);
+        Objects nested;
+        for (std::size_t i = 0; i < tags.size(); ++i) {
+            sortByName(lists[i]);
+            for (Child& child : lists[i]) {
+                if (child.isVariable) {
+                    accept(std::move(child), tags[i].name);
+                } else {
+                    nested.push_back(std::move(child));
+                }
+            }
+        }
+        if (!isGood(status) || nested.empty() || depth == 0) return status;
+        return walkTags(nested, depth - 1);
+    }
+
+    void accept(Child child, const std::string& tag) {
+        ++seen_;
+        if (progress_ && seen_ % 10'000 == 0) progress_(seen_);
+        if (!filter_.empty() && !matches(*child.id)) return;
+        groups_.back().push_back({std::move(child.id), tag, std::move(child.name)});
+    }
+
+    /// A server may list references in any order; numbers within names count as numbers.
+    static void sortByName(std::vector<Child>& children) {
+        std::sort(children.begin(), children.end(), [](const Child& a, const Child& b) {
+            return strverscmp(a.name.c_str(), b.name.c_str()) < 0;
+        });
+    }
+
+    bool matches(const UA_NodeId& id) const {
+        return id.identifierType == UA_NODEIDTYPE_STRING &&
+               lowered(viewOf(id.identifier.string)).find(filter_) != std::string::npos;
+    }
+
+    void takeShares(ItemList& list) {
+        std::vector<std::size_t> sizes;
+        std::size_t sum = 0;
+        for (const auto& group : groups_)
+            sum += sizes.emplace_back(group.size());
+        const auto shares = fairShares(sizes, limit_ == 0 ? sum : limit_);
+        for (std::size_t i = 0; i < groups_.size(); ++i) {
+            std::move(groups_[i].begin(),
+                      groups_[i].begin() + static_cast<std::ptrdiff_t>(shares[i]),
+                      std::back_inserter(list.items));
+        }
+        list.complete = complete_ && list.items.size() == sum;
+    }
+
+    static bool isGood(UA_StatusCode status) { return status == UA_STATUSCODE_GOOD; }
+
+    Session& session_;
+    std::string filter_;
+    std::size_t limit_;
+    const BrowseProgress& progress_;
+    std::vector<std::vector<Item>> groups_;  // by folder
+    std::size_t seen_ = 0;
+    bool complete_ = true;
+};
+}  // namespace
+
+UA_StatusCode listItems(Session& session, const ItemChoice& choice, ItemList& list,
+                        const BrowseProgress& progress) {
+    list = {};
+    if (!choice.nodeIds.empty()) return listNamed(session, choice, list);
+    return TreeWalk{session, choice, progress}.run(list);
+}
+
+}  // namespace opcuaview

@@ -1,0 +1,5 @@
+#include "tools/opcuaview/command_line.h"
+
+int main(int argc, char** argv) {
+    return opcuaview::runProgram(argc, argv);
+}

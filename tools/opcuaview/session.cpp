@@ -1,0 +1,149 @@
+#include "tools/opcuaview/session.h"
+
+#include <open62541/client_config_default.h>
+
+#include <algorithm>
+
+#include "tools/opcuaview/text.h"
+
+namespace opcuaview {
+
+static constexpr std::size_t kNodesPerRead = 1000;
+static constexpr UA_UInt32 kReferencesPerAnswer = 1000;
+
+Session::Session(std::string url, std::chrono::milliseconds answerTime)
+    : url_(std::move(url)), answerTime_(answerTime) {}
+
+/// The library's own messages would tear the table; what an operator must know is said by the
+/// caller.
+static UA_Logger* silentLogger() {
+    static UA_Logger logger{[](void*, UA_LogLevel, UA_LogCategory, const char*, va_list) {},
+                            nullptr, nullptr};
+    return &logger;
+}
+
+static UA_Client* newClient(std::chrono::milliseconds answerTime) {
+    UA_ClientConfig config{};
+    config.logging = silentLogger();
+    if (UA_ClientConfig_setDefault(&config) != UA_STATUSCODE_GOOD) return nullptr;
+    config.timeout = static_cast<UA_UInt32>(answerTime.count());
+    // A lost connection is told to the operator and made anew here, with a fresh look at the tree.
+    config.noReconnect = true;
+    config.noNewSession = true;
+    return UA_Client_newWithConfig(&config);
+}
+
+UA_StatusCode Session::connect() {
+    client_.reset(newClient(answerTime_));
+    if (client_ == nullptr) return UA_STATUSCODE_BADOUTOFMEMORY;
+    const UA_StatusCode status = UA_Client_connect(client_.get(), url_.c_str());
+    if (status != UA_STATUSCODE_GOOD) return status;
+    return UA_Client_getNamespaceIndex(client_.get(), borrowed(kServerNamespace), &namespaceIndex_);
+}
+
+/// Moves the references into the server's namespace out of `result` and to the end of `children`.
+static void takeChildren(UA_BrowseResult& result, UA_UInt16 namespaceIndex,
+                         std::vector<Child>& children) {
+    const UA_NodeId folderType = UA_NODEID_NUMERIC(0, UA_NS0ID_FOLDERTYPE);
+    for (std::size_t i = 0; i < result.referencesSize; ++i) {
+        UA_ReferenceDescription& reference = result.references[i];
+        UA_NodeId& target = reference.nodeId.nodeId;
+        if (reference.nodeId.serverIndex != 0 || target.namespaceIndex != namespaceIndex) continue;
+        children.push_back({NodeId{target}, printable(viewOf(reference.displayName.text)),
+                            reference.nodeClass == UA_NODECLASS_VARIABLE,
+                            UA_NodeId_equal(&reference.typeDefinition.nodeId, &folderType)});
+        UA_NodeId_init(&target);  // owned by the child now
+    }
+}
+
+UA_StatusCode Session::takeAllChildren(UA_BrowseResult& first, std::vector<Child>& children) {
+    takeChildren(first, namespaceIndex_, children);
+    ByteString point{first.continuationPoint};
+    UA_ByteString_init(&first.continuationPoint);
+    while (point->length > 0) {
+        UA_BrowseNextRequest request{};
+        UA_BrowseNextRequest_init(&request);
+        request.continuationPoints = point.get();
+        request.continuationPointsSize = 1;
+        BrowseNextResponse response{UA_Client_Service_browseNext(client_.get(), request)};
+        const UA_StatusCode status = response->responseHeader.serviceResult;
+        if (UA_StatusCode_isBad(status)) return status;
+        if (response->resultsSize != 1) return UA_STATUSCODE_BADUNEXPECTEDERROR;
+        UA_BrowseResult& result = response->results[0];
+        takeChildren(result, namespaceIndex_, children);
+        std::swap(*point, result.continuationPoint);
+    }
+    return UA_STATUSCODE_GOOD;
+}
+
+UA_StatusCode Session::browse(const std::vector<const UA_NodeId*>& nodes,
+                              std::vector<std::vector<Child>>& children) {
+    children.clear();
+    children.resize(nodes.size());
+    std::vector<UA_BrowseDescription> wanted(nodes.size());
+    for (std::size_t i = 0; i < nodes.size(); ++i) {
+        UA_BrowseDescription_init(&wanted[i]);
+        wanted[i].nodeId = *nodes[i];
+        wanted[i].browseDirection = UA_BROWSEDIRECTION_FORWARD;
+        wanted[i].referenceTypeId = UA_NODEID_NUMERIC(0, UA_NS0ID_HIERARCHICALREFERENCES);
+        wanted[i].includeSubtypes = true;
+        wanted[i].nodeClassMask = UA_NODECLASS_OBJECT | UA_NODECLASS_VARIABLE;
+        wanted[i].resultMask = UA_BROWSERESULTMASK_NODECLASS | UA_BROWSERESULTMASK_DISPLAYNAME |
+                               UA_BROWSERESULTMASK_TYPEDEFINITION;
+    }
+    UA_BrowseRequest request{};
+    UA_BrowseRequest_init(&request);
+    request.requestedMaxReferencesPerNode = kReferencesPerAnswer;
+    request.nodesToBrowse = wanted.data();
+    request.nodesToBrowseSize = wanted.size();
+    BrowseResponse response{UA_Client_Service_browse(client_.get(), request)};
+    if (UA_StatusCode_isBad(response->responseHeader.serviceResult)) {
+        return response->responseHeader.serviceResult;
+    }
+    for (std::size_t i = 0; i < std::min(nodes.size(), response->resultsSize); ++i) {
+        const UA_StatusCode status = takeAllChildren(response->results[i], children[i]);
+        if (status != UA_STATUSCODE_GOOD) return status;
+    }
+    return UA_STATUSCODE_GOOD;
+}
+
+UA_StatusCode Session::readChunk(UA_ReadRequest& request, std::vector<DataValue>& values) {
+    ReadResponse response{UA_Client_Service_read(client_.get(), request)};
+    const UA_StatusCode status = response->responseHeader.serviceResult;
+    if (UA_StatusCode_isBad(status)) return status;
+    if (response->resultsSize != request.nodesToReadSize) return UA_STATUSCODE_BADUNEXPECTEDERROR;
+    for (std::size_t i = 0; i < response->resultsSize; ++i) {
+        values.emplace_back(response->results[i]);
+        UA_DataValue_init(&response->results[i]);  // owned by `values` now
+    }
+    return UA_STATUSCODE_GOOD;
+}
+
+UA_StatusCode Session::read(const std::vector<const UA_NodeId*>& nodes, UA_AttributeId attributeId,
+                            std::vector<DataValue>& values) {
+    values.clear();
+    values.reserve(nodes.size());
+    std::vector<UA_ReadValueId> wanted(std::min(nodes.size(), kNodesPerRead));
+    for (std::size_t from = 0; from < nodes.size(); from += kNodesPerRead) {
+        const std::size_t count = std::min(kNodesPerRead, nodes.size() - from);
+        for (std::size_t i = 0; i < count; ++i) {
+            UA_ReadValueId_init(&wanted[i]);
+            wanted[i].nodeId = *nodes[from + i];
+            wanted[i].attributeId = attributeId;
+        }
+        UA_ReadRequest request{};
+        UA_ReadRequest_init(&request);
+        request.timestampsToReturn = UA_TIMESTAMPSTORETURN_SOURCE;
+        request.nodesToRead = wanted.data();
+        request.nodesToReadSize = count;
+        const UA_StatusCode status = readChunk(request, values);
+        if (status != UA_STATUSCODE_GOOD) return status;
+    }
+    return UA_STATUSCODE_GOOD;
+}
+
+UA_StatusCode Session::idle(std::chrono::milliseconds time) {
+    return UA_Client_run_iterate(client_.get(), static_cast<UA_UInt32>(time.count()));
+}
+
+}  // namespace opcuaview

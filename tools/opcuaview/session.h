@@ -1,0 +1,76 @@
+#pragma once
+
+#include <open62541/client.h>
+
+#include <chrono>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "tools/opcuaview/ua_handle.h"
+
+namespace opcuaview {
+
+/// The namespace of everything that the controller's server publishes.
+inline constexpr std::string_view kServerNamespace = "urn:vesk";
+
+/// One reference found by browsing, its target in `kServerNamespace`.
+struct Child {
+    NodeId id;
+    std::string name;  ///< display name, UTF-8, printable
+    bool isVariable;
+    bool isFolder;  ///< of type FolderType; a tag's structure object is none
+};
+
+/// One anonymous, unencrypted session of an OPC UA client. Every operation blocks, at most for the
+/// answer time given to the constructor. Not for use by several threads.
+///
+/// A bad status of a whole request means that the session is of no use any more: connect again.
+class Session {
+  public:
+    static constexpr std::size_t kNodesPerBrowse = 30;
+
+    /// @param url  "opc.tcp://host:port"
+    explicit Session(std::string url,
+                     std::chrono::milliseconds answerTime = std::chrono::seconds{5});
+
+    /// Connects, after the end of an earlier connection where there was one, and finds the server's
+    /// namespace. BADNOTFOUND: connected to a server that has no such namespace.
+    [[nodiscard]] UA_StatusCode connect();
+
+    /// The children of each node, in the server's order; `children` gets one list per node. A node
+    /// that cannot be browsed has none. The server keeps a place for each list that needs several
+    /// answers, and has few: hand over at most `kNodesPerBrowse` nodes.
+    [[nodiscard]] UA_StatusCode browse(const std::vector<const UA_NodeId*>& nodes,
+                                       std::vector<std::vector<Child>>& children);
+
+    /// One attribute of each node, with source times, at most 1000 nodes a request; `values` gets
+    /// one answer per node.
+    /// @param attributeId  OPC 10000-6, A.1: 13 the value, 4 the display name
+    [[nodiscard]] UA_StatusCode read(const std::vector<const UA_NodeId*>& nodes,
+                                     UA_AttributeId attributeId, std::vector<DataValue>& values);
+
+    /// Waits and keeps the connection alive meanwhile. Returns early when it is lost or on a
+    /// signal.
+    [[nodiscard]] UA_StatusCode idle(std::chrono::milliseconds time);
+
+    [[nodiscard]] const std::string& url() const { return url_; }
+
+  private:
+    struct ClientDeleter {
+        void operator()(UA_Client* client) const { UA_Client_delete(client); }
+    };
+
+    /// Follows the continuation points to the end of one node's list.
+    [[nodiscard]] UA_StatusCode takeAllChildren(UA_BrowseResult& first,
+                                                std::vector<Child>& children);
+    [[nodiscard]] UA_StatusCode readChunk(UA_ReadRequest& request, std::vector<DataValue>& values);
+
+    std::string url_;
+    std::chrono::milliseconds answerTime_;
+    std::unique_ptr<UA_Client, ClientDeleter> client_;
+    UA_UInt16 namespaceIndex_ = 0;  // of kServerNamespace, as the client library counts
+};
+
+}  // namespace opcuaview

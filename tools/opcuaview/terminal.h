@@ -1,0 +1,45 @@
+#pragma once
+
+#include <chrono>
+#include <string>
+#include <vector>
+
+namespace opcuaview {
+
+struct TerminalSize {
+    int rows;
+    int columns;
+    bool operator==(const TerminalSize&) const = default;
+};
+
+/// Whether standard output is a terminal.
+[[nodiscard]] bool isTerminal();
+
+/// The size of the terminal on standard output, 24 x 80 where it is not known.
+[[nodiscard]] TerminalSize terminalSize();
+
+/// Draws frame after frame on the same place of the terminal, without clearing the rest of it.
+class Screen {
+  public:
+    Screen();
+    ~Screen();  ///< leaves the last frame standing and the cursor below it
+    Screen(const Screen&) = delete;
+    Screen& operator=(const Screen&) = delete;
+
+    /// @param lines  none wider than the terminal, and fewer than its rows
+    void draw(const std::vector<std::string>& lines);
+
+    /// The next frame starts below what is there now, as after a change of the terminal's size.
+    void startAnew() { drawn_ = 0; }
+
+  private:
+    std::size_t drawn_ = 0;  // lines of the frame that stands
+};
+
+/// From now on SIGINT and SIGTERM end nothing by themselves but are remembered. Once per process.
+void catchStopSignals();
+
+/// Whether one of them has come.
+[[nodiscard]] bool stopRequested();
+
+}  // namespace opcuaview

@@ -1,0 +1,389 @@
+#include "tools/opcuaview/watch.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <memory>
+#include <optional>
+
+#include "tools/opcuaview/command_line.h"
+#include "tools/opcuaview/format.h"
+#include "tools/opcuaview/table.h"
+#include "tools/opcuaview/terminal.h"
+
+namespace opcuaview {
+
+using Clock = std::chrono::steady_clock;
+using std::chrono::milliseconds;
+
+static constexpr std::size_t kPlainLimit = 100;  // lines of the first round
+static constexpr int kFrameRows =
+    4;  // of a frame that hold no variable: two heads, the foot, the cursor
+
+static void say(const std::string& text) {
+    std::fprintf(stderr, "opcuaview: %s\n", text.c_str());
+}
+
+static Clock::duration seconds(double count) {
+    return std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(count));
+}
+
+// ---- One variable between two readings
+// ---------------------------------------------------------------
+
+namespace {
+struct Reading {
+    std::string value;
+    std::string quality;
+    std::string time;
+    UA_StatusCode status = UA_STATUSCODE_GOOD;
+    bool number = false;
+    bool hasValue = false;
+
+    [[nodiscard]] bool shows(const Reading& other) const {
+        return value == other.value && quality == other.quality;
+    }
+};
+}  // namespace
+
+static Reading readingOf(const UA_DataValue& data) {
+    Reading reading;
+    reading.hasValue = data.hasValue && !UA_Variant_isEmpty(&data.value);
+    reading.value = formatValue(data.value);
+    reading.status = data.hasStatus ? data.status : UA_STATUSCODE_GOOD;
+    reading.quality = formatQuality(reading.status);
+    reading.time = data.hasSourceTimestamp ? formatTime(data.sourceTimestamp) : "—";
+    reading.number = isNumber(data.value);
+    return reading;
+}
+
+// ---- The two ways to show them
+// -----------------------------------------------------------------------
+
+namespace {
+/// What a round of reading brought; handed to the output.
+struct Round {
+    const std::vector<Item>& items;
+    const std::vector<Reading>& now;
+    const std::vector<bool>& changed;
+    bool complete;
+};
+
+class Output {
+  public:
+    Output() = default;
+    virtual ~Output() = default;
+    Output(const Output&) = delete;
+    Output& operator=(const Output&) = delete;
+
+    /// How many variables it shows well.
+    [[nodiscard]] virtual std::size_t room() const = 0;
+    virtual void show(const Round& round) = 0;
+
+    /// Something else has been printed since.
+    virtual void interrupted() {}
+};
+
+/// A line for every value that changed, at first for all of them.
+class PlainOutput final : public Output {
+  public:
+    [[nodiscard]] std::size_t room() const override { return kPlainLimit; }
+
+    void show(const Round& round) override {
+        if (columns_.empty()) measure(round);
+        for (std::size_t i = 0; i < round.items.size(); ++i) {
+            if (round.changed[i]) print(round.items[i], round.now[i]);
+        }
+        std::fflush(stdout);
+    }
+
+  private:
+    void measure(const Round& round) {
+        columns_ = {23, 3, 7, 12};
+        for (std::size_t i = 0; i < round.items.size(); ++i) {
+            columns_[1] = std::max(columns_[1], displayWidth(round.items[i].tag));
+            columns_[2] = std::max(columns_[2], displayWidth(round.items[i].attribute));
+            columns_[3] = std::max(columns_[3], std::min(displayWidth(round.now[i].value), 40));
+        }
+        printRow({"Время источника", "Тег", "Атрибут", "Значение"}, "Качество", Align::left);
+    }
+
+    void print(const Item& item, const Reading& reading) {
+        const int width = std::max(columns_[3], displayWidth(reading.value));
+        const int usual = std::exchange(columns_[3], width);
+        printRow({reading.time, item.tag, item.attribute, reading.value}, reading.quality,
+                 reading.number ? Align::right : Align::left);
+        columns_[3] = usual;
+    }
+
+    void printRow(const std::vector<std::string>& cells, const std::string& last,
+                  Align valueAlign) {
+        std::string line;
+        for (std::size_t i = 0; i < cells.size(); ++i) {
+            line += fitted(cells[i], columns_[i], i == 3 ? valueAlign : Align::left) + "  ";
+        }
+        std::puts((line + last).c_str());
+    }
+
+    std::vector<int> columns_;
+};
+
+/// A table that is drawn anew in its place.
+class TableOutput final : public Output {
+  public:
+    explicit TableOutput(std::string url) : url_(std::move(url)) {}
+
+    [[nodiscard]] std::size_t room() const override {
+        return static_cast<std::size_t>(std::max(1, terminalSize().rows - kFrameRows));
+    }
+
+    void show(const Round& round) override {
+        const TerminalSize size = terminalSize();
+        if (size != size_) screen_.startAnew();
+        size_ = size;
+
+        std::vector<TableRenderer::Row> rows;
+        for (std::size_t i = 0; i < round.items.size() && i < room(); ++i) {
+            rows.push_back(rowOf(round.items[i], round.now[i], round.changed[i]));
+        }
+        std::vector<std::string> lines = table_.render(rows, size.columns, true);
+        lines.insert(lines.begin(), fitted(headOf(round, rows.size()), size.columns));
+        lines.push_back(fitted("Ctrl-C — выход", size.columns));
+        screen_.draw(lines);
+    }
+
+  private:
+    [[nodiscard]] std::string headOf(const Round& round, std::size_t shown) const {
+        const bool more = !round.complete || shown < round.items.size();
+        return url_ + "   показано: " + std::to_string(shown) +
+               (more ? " (есть ещё: --filter)" : "") + "   " + formatTime(UA_DateTime_now());
+    }
+
+    static TableRenderer::Row rowOf(const Item& item, const Reading& reading, bool changed) {
+        Emphasis quality = Emphasis::none;
+        if (UA_StatusCode_isUncertain(reading.status)) quality = Emphasis::doubtful;
+        if (UA_StatusCode_isBad(reading.status)) quality = Emphasis::bad;
+        return {{item.tag},
+                {item.attribute},
+                {reading.value, reading.number ? Align::right : Align::left,
+                 changed ? Emphasis::changed : Emphasis::none},
+                {reading.quality, Align::left, quality},
+                {timeOfToday(reading.time)}};
+    }
+
+    /// Without the date where it is today's, which the head shows.
+    static std::string timeOfToday(const std::string& time) {
+        constexpr std::size_t kDateLength = 11;
+        const bool today =
+            time.compare(0, kDateLength, formatTime(UA_DateTime_now()), 0, kDateLength) == 0;
+        return today ? time.substr(kDateLength) : time;
+    }
+
+    std::string url_;
+    Screen screen_;
+    TerminalSize size_{};
+    TableRenderer table_{{{"Тег", 8, 3},
+                          {"Атрибут", 6, 4},
+                          {"Значение", 12, 2},
+                          {"Качество", 9, 1},
+                          {"Время источника", 12, 5}}};
+};
+}  // namespace
+
+// ---- The command
+// -------------------------------------------------------------------------------------
+
+namespace {
+class Watch {
+  public:
+    explicit Watch(const WatchOptions& options)
+        : options_(options),
+          session_(options.url),
+          table_(!options.plain && isTerminal()),
+          output_(table_ ? std::unique_ptr<Output>{std::make_unique<TableOutput>(options.url)}
+                         : std::make_unique<PlainOutput>()) {}
+
+    ExitStatus run() {
+        catchStopSignals();
+        if (!connect("нет связи с")) return stopRequested() ? kNoValue : kCannotConnect;
+        UA_StatusCode status = loadItems();
+        startedAt_ = Clock::now();  // a large tree takes its time, and is not what --seconds means
+        while (!over()) {
+            if (status == UA_STATUSCODE_GOOD) {
+                if (items_.items.empty()) return noVariables();
+                status = readOnce();
+            }
+            if (status == UA_STATUSCODE_GOOD) {
+                status = idleUntilNextRound();
+                continue;
+            }
+            if (over()) break;
+            if (!reconnect(status)) return over() ? finish() : kConnectionLost;
+            status = loadItems();
+        }
+        return finish();
+    }
+
+  private:
+    [[nodiscard]] bool over() const {
+        const bool timed = options_.runSeconds > 0;
+        return stopRequested() ||
+               (timed && Clock::now() - startedAt_ >= seconds(options_.runSeconds));
+    }
+
+    /// Tries until --wait is over; says what failed.
+    bool connect(const char* problem) {
+        const auto deadline = Clock::now() + seconds(options_.waitSeconds);
+        for (bool first = true;; first = false) {
+            const UA_StatusCode status = session_.connect();
+            if (status == UA_STATUSCODE_GOOD) return true;
+            if (status == UA_STATUSCODE_BADNOTFOUND) {
+                say(options_.url + ": у этого сервера нет пространства имён " +
+                    std::string{kServerNamespace});
+                return false;
+            }
+            const std::string text =
+                problem + (" " + options_.url) + " (" + formatQuality(status) + ")";
+            if (stopRequested()) return false;
+            if (Clock::now() >= deadline) {
+                say(text);
+                return false;
+            }
+            if (first && table_) tell(text + ", жду");
+            pause(milliseconds{50});
+        }
+    }
+
+    bool reconnect(UA_StatusCode status) {
+        tell("связь с " + options_.url + " потеряна (" + formatQuality(status) +
+             "), восстанавливаю");
+        if (!connect("связь не восстановлена:")) return false;
+        tell("связь восстановлена");
+        return true;
+    }
+
+    UA_StatusCode loadItems() {
+        ItemChoice choice = options_.choice;
+        if (!options_.limitGiven) choice.limit = output_->room();
+        room_ = output_->room();
+        previous_.clear();
+        return listItems(session_, choice, items_, [this](std::size_t seen) {
+            if (table_) tell("просмотрено переменных: " + std::to_string(seen));
+        });
+    }
+
+    UA_StatusCode readOnce() {
+        std::vector<const UA_NodeId*> ids;
+        for (const Item& item : items_.items)
+            ids.push_back(item.id.get());
+        std::vector<DataValue> values;
+        const UA_StatusCode status = session_.read(ids, UA_ATTRIBUTEID_VALUE, values);
+        if (status != UA_STATUSCODE_GOOD) return status;
+
+        std::vector<Reading> now;
+        std::vector<bool> changed;
+        for (const DataValue& value : values) {
+            now.push_back(readingOf(*value));
+            const bool first = previous_.empty();
+            changed.push_back(first || !now.back().shows(previous_[now.size() - 1]));
+            valuesRead_ += now.back().hasValue ? 1 : 0;
+            changes_ += !first && changed.back() ? 1 : 0;
+        }
+        output_->show({items_.items, now, changed, items_.complete});
+        previous_ = std::move(now);
+        return UA_STATUSCODE_GOOD;
+    }
+
+    /// Also loads the list again when another number of variables fits the terminal.
+    UA_StatusCode idleUntilNextRound() {
+        const auto next = Clock::now() + milliseconds{options_.intervalMs};
+        while (!over() && Clock::now() < next) {
+            const auto rest = std::chrono::ceil<milliseconds>(next - Clock::now());
+            const UA_StatusCode status =
+                session_.idle(std::clamp(rest, milliseconds{1}, milliseconds{100}));
+            if (UA_StatusCode_isBad(status)) return status;
+        }
+        const bool fitsAnother = !options_.limitGiven && output_->room() != room_;
+        return fitsAnother ? loadItems() : UA_STATUSCODE_GOOD;
+    }
+
+    ExitStatus noVariables() const {
+        const bool chosen = !options_.choice.filter.empty();
+        say(options_.url + (chosen ? ": выбору не отвечает ни одна переменная"
+                                   : ": на сервере нет ни одной переменной"));
+        return kNoValue;
+    }
+
+    ExitStatus finish() {
+        output_.reset();  // gives the cursor back
+        if (valuesRead_ == 0) {
+            say("ни одного значения не получено");
+            return kNoValue;
+        }
+        std::printf("Прочитано значений: %zu, из них изменившихся: %zu\n", valuesRead_, changes_);
+        return kDone;
+    }
+
+    /// A message while the output goes on.
+    void tell(const std::string& text) {
+        say(text);
+        output_->interrupted();
+    }
+
+    static void pause(milliseconds time) {
+        const timespec length{0, std::chrono::nanoseconds{time}.count()};
+        nanosleep(&length, nullptr);
+    }
+
+    const WatchOptions& options_;
+    Session session_;
+    bool table_;
+    std::unique_ptr<Output> output_;
+    Clock::time_point startedAt_;
+    ItemList items_;
+    std::vector<Reading> previous_;  // empty before the first round after a connect
+    std::size_t room_ = 0;
+    std::size_t valuesRead_ = 0;
+    std::size_t changes_ = 0;
+};
+}  // namespace
+
+ExitStatus watch(const WatchOptions& options) {
+    return Watch{options}.run();
+}
+
+void addWatchCommand(CLI::App& app, ExitStatus& status) {
+    auto options = std::make_shared<WatchOptions>();
+    CLI::App& command = *app.add_subcommand(
+        "watch", "Показывает текущие значения с качеством и временем источника");
+    command.group("Команды");
+    addConnectionOptions(command, options->url, options->waitSeconds);
+    command.add_option("--seconds", options->runSeconds, "Закончить через столько секунд")
+        ->check(numberFrom(0.1, 1e9))
+        ->type_name("СЕКУНДЫ");
+    command.add_option("--interval", options->intervalMs, "Период чтения, мс")
+        ->capture_default_str()
+        ->check(numberFrom(50, 3'600'000))
+        ->type_name("МС");
+    command.add_flag("--plain", options->plain, "Печатать строками: сначала всё, затем изменения");
+    command
+        .add_option("--filter", options->choice.filter,
+                    "Только переменные, в идентификаторе узла которых есть этот текст")
+        ->type_name("ТЕКСТ");
+    CLI::Option* node = command.add_option(
+        "--node", options->choice.nodeIds,
+        "Только этот узел, например \"ns=1;s=...\"; можно повторять, без --filter и --limit");
+    node->check(nodeIdText())->type_name("УЗЕЛ");
+    CLI::Option* limit =
+        command.add_option("--limit", options->choice.limit,
+                           "Не больше стольких переменных, поровну из каждой папки; 0 — все");
+    limit->check(numberFrom(0, 10'000'000))->type_name("ЧИСЛО");
+    command.callback([options, node, limit, &status] {
+        if (node->count() > 0 && (limit->count() > 0 || !options->choice.filter.empty())) {
+            throw CLI::ValidationError("--node", "вместе с --filter или --limit не указывается");
+        }
+        options->limitGiven = limit->count() > 0;
+        status = watch(*options);
+    });
+}
+
+}  // namespace opcuaview
