@@ -1,0 +1,141 @@
+"""Command line of bench/run: builds, measures in a private root, prints."""
+
+from __future__ import annotations
+
+import argparse
+import json
+import os
+import pathlib
+import subprocess
+import sys
+import time
+
+from harness import plan as plans
+from harness import report
+
+REPOSITORY = pathlib.Path(__file__).resolve().parents[2]
+TARGETS = ("bench_bare_server", "bench_load_client")
+OWN_TARGETS = ("opcuasrv", "zrtsim")
+NOISY_LOAD = 0.5
+
+EPILOG = """\
+Both servers publish the same nodes and take turns on one core; the client has the other. Figures are
+medians over the rounds, the ratio is this server's median by the bare server's. docs/performance.md
+says how to read them. Exit status: 0 measured, 1 not measured or (--check) a bound missed, 2 usage.
+"""
+
+
+def parse_arguments() -> argparse.Namespace:
+    parser = argparse.ArgumentParser(
+        prog="bench/run",
+        description="Measures the server against a bare server of the OPC UA library.",
+        epilog=EPILOG,
+        formatter_class=argparse.RawDescriptionHelpFormatter,
+    )
+    parser.add_argument("--quick", action="store_true", help="a rough answer within a minute")
+    parser.add_argument("--rounds", type=int, metavar="N", help="rounds (default 5; four times as many for small trees)")
+    parser.add_argument("--json", type=pathlib.Path, metavar="FILE", help="write figures and samples")
+    parser.add_argument("--markdown", action="store_true", help="print the table for the README")
+    parser.add_argument("--check", action="store_true", help="status 1 when a bound is missed")
+    parser.add_argument(
+        "--null-test",
+        action="store_true",
+        help="the bare server on both sides: shows how far ratios stray from 1 by chance",
+    )
+    parser.add_argument(
+        "--build-dir", type=pathlib.Path, metavar="DIR",
+        help="take the programs that are there (default: build the preset release first)",
+    )  # fmt: skip
+    arguments = parser.parse_args()
+    if arguments.rounds is not None and arguments.rounds < 1:
+        parser.error("--rounds must be at least 1")
+    return arguments
+
+
+def say(text: str) -> None:
+    print(text, file=sys.stderr, flush=True)
+
+
+def build(null_test: bool) -> pathlib.Path:
+    """The release build's folder; its output is shown only when it fails."""
+    say("Building ...")
+    folder = REPOSITORY / "build" / "release"
+    targets = TARGETS if null_test else TARGETS + OWN_TARGETS
+    for command in (
+        ["cmake", "--preset", "release", "-DOPCUASRV_BENCH=ON", "-DOPCUASRV_SIM=ON"],
+        ["cmake", "--build", str(folder), "--target", *targets],
+    ):
+        done = subprocess.run(
+            command,
+            cwd=REPOSITORY,
+            stdout=subprocess.PIPE,
+            stderr=subprocess.STDOUT,
+            text=True,
+            check=False,
+        )
+        if done.returncode != 0:
+            say(done.stdout)
+            sys.exit(1)
+    return folder
+
+
+def make_plan(arguments: argparse.Namespace, folder: pathlib.Path) -> plans.Plan:
+    cores = sorted(os.sched_getaffinity(0))
+    if len(cores) < 2:
+        say("bench: needs two cores, one for the servers and one for the client")
+        sys.exit(1)
+    quick = arguments.quick
+    rounds = arguments.rounds or (3 if quick else 5)
+    # Small trees start in milliseconds, which one scheduling delay can double; but they cost no time.
+    sizes = {
+        0: 4 * rounds,
+        100: 4 * rounds,
+        plans.LOAD_TAGS: rounds,
+        10_000: 1 if quick else rounds,
+    }
+    return plans.Plan(
+        bin_dir=str((folder / "bin").resolve()),
+        rounds=sizes,
+        read_seconds=0.3 if quick else 2.0,
+        subscribe_seconds=1.5 if quick else 5.0,
+        idle_seconds=0.7 if quick else 5.0,
+        server_core=cores[0],
+        client_core=cores[1],
+        null_test=arguments.null_test,
+    )
+
+
+def measure(plan: plans.Plan) -> report.Samples:
+    command = [
+        str(REPOSITORY / "tools/dev/sandbox"), "--private-net", "--",
+        sys.executable, "-B", "-m", "harness.inside", plan.to_json(),
+    ]  # fmt: skip
+    done = subprocess.run(command, stdout=subprocess.PIPE, text=True, check=False)
+    if done.returncode != 0:
+        sys.exit(1)
+    return json.loads(done.stdout)
+
+
+def main() -> int:
+    arguments = parse_arguments()
+    folder = arguments.build_dir or build(arguments.null_test)
+    plan = make_plan(arguments, folder)
+    load = os.getloadavg()[0]
+    begin = time.monotonic()
+    samples = measure(plan)
+    rows = report.make_rows(samples)
+    table = report.markdown_table(rows) if arguments.markdown else report.text_table(rows)
+    print(table, flush=True)
+    for warning in report.warnings(samples):
+        say(f"warning: {warning}")
+    if load > NOISY_LOAD:
+        say(f"warning: the machine was not idle before the start (load {load:.2f})")
+    say(f"measured in {time.monotonic() - begin:.0f} s")
+    if arguments.json:
+        text = json.dumps(report.as_json(rows, plan, samples), ensure_ascii=False, indent=1)
+        arguments.json.write_text(text + "\n", encoding="utf-8")
+    return 1 if arguments.check and any(row.met is False for row in rows) else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())

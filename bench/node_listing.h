@@ -1,0 +1,40 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include <open62541/types.h>
+
+namespace bench {
+
+class UaConnection;
+
+/// What a server publishes below the Objects folder, its own Server object left out.
+class NodeListing {
+  public:
+    /// Browses the whole tree; throws UaError.
+    explicit NodeListing(UaConnection& connection);
+    NodeListing(const NodeListing&) = delete;
+    NodeListing& operator=(const NodeListing&) = delete;
+    ~NodeListing();
+
+    /// One line for each reference: parent, type of reference, target with names, class and type.
+    /// Sorted, so that two servers can be compared.
+    const std::vector<std::string>& lines() const { return lines_; }
+    /// Node ids of the variables in the order of their texts; the listing keeps them.
+    const std::vector<UA_NodeId>& variables() const { return variables_; }
+
+  private:
+    std::vector<UA_NodeId> browse(UaConnection& connection, const std::vector<UA_NodeId>& parents);
+    void add(const UA_NodeId& parent, UA_ReferenceDescription& reference,
+             std::vector<UA_NodeId>& children);
+
+    std::vector<std::string> lines_;
+    std::vector<UA_NodeId> variables_;
+    std::vector<UA_NodeId> inner_;  // browsed objects, owned
+};
+
+/// A node id as the standard writes it, "ns=1;s=...".
+std::string nodeIdText(const UA_NodeId& id);
+
+}  // namespace bench
