@@ -1,0 +1,64 @@
+#include "lib/util/qnx_calls.h"
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <climits>
+#include <cstring>
+#include <memory>
+
+#include "lib/util/vs_obj.h"
+#include "support/capture.h"
+#include "support/child_process.h"
+#include "support/vesk_path.h"
+
+namespace {
+
+TEST(QnxCalls, NumbersAreDecimalWhateverTheRadix) {
+    char buf[12];
+    EXPECT_EQ(itoa(255, buf, 16), buf);
+    EXPECT_STREQ(buf, "255");
+    EXPECT_STREQ(itoa(INT_MIN, buf, 2), "-2147483648");
+    EXPECT_STREQ(itoa(0, buf, 10), "0");
+    EXPECT_STREQ(utoa(UINT_MAX, buf, 16), "4294967295");
+}
+
+TEST(QnxCalls, DelaySleepsMilliseconds) {
+    const auto start = std::chrono::steady_clock::now();
+    delay(30);
+    const auto slept = std::chrono::steady_clock::now() - start;
+    EXPECT_GE(slept, std::chrono::milliseconds(30));
+    EXPECT_LT(slept, std::chrono::seconds(10));
+}
+
+TEST(QnxCalls, NamesAndMessagesGoThroughTheProcessObject) {
+    char question[] = "?";
+    char answer[2] = {};
+    ASSERT_EQ(All, nullptr) << "made by the start-up";
+    EXPECT_EQ(qnx_name_locate(0, "VsBASE", 0, nullptr), -1);
+    EXPECT_EQ(Send(getppid(), question, answer, 1, 1), -1);
+
+    const VeskPath path;
+    const Capture out(STDOUT_FILENO);
+    const Capture err(STDERR_FILENO);
+    const auto object = std::make_unique<vs_obj>();
+    ChildProcess base([] {
+        vs_obj own;
+        char data[1];
+        const int client = own.Receive(0, data, 1);
+        return own.Reply(client, data, 1, 0);
+    });
+    object->name_add("VsBASE", base.pid());
+    All = object.get();
+    unsigned copies = 5;
+    EXPECT_EQ(qnx_name_locate(3, "VsBASE", 100, &copies), base.pid());
+    EXPECT_EQ(copies, 5U);
+    EXPECT_EQ(qnx_name_locate(0, "nobody", 0, nullptr), -1);
+    EXPECT_EQ(Send(base.pid(), question, answer, 1, 1), 0);
+    EXPECT_STREQ(answer, "?");
+    All = nullptr;
+    EXPECT_EQ(base.wait(), 0);
+}
+
+}  // namespace

@@ -1,0 +1,313 @@
+#include "lib/util/vs_obj.h"
+
+#include <gtest/gtest.h>
+#include <sys/ipc.h>
+#include <sys/msg.h>
+#include <sys/time.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <chrono>
+#include <csignal>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <string>
+#include <thread>
+
+#include "lib/util/ipc_objects.h"
+#include "support/capture.h"
+#include "support/child_process.h"
+#include "support/vesk_path.h"
+#include "support/wait_until.h"
+
+namespace {
+
+using std::chrono::milliseconds;
+
+// A queue message as it lies in memory.
+struct RawMessage {
+    long type;
+    char text[4080];
+};
+
+class Messages : public testing::Test {
+  protected:
+    Messages() {
+        const Capture out(STDOUT_FILENO);
+        object = std::make_unique<vs_obj>();
+    }
+    ~Messages() override {
+        const Capture unused(STDERR_FILENO);  // says that no generation byte was set
+        object.reset();
+    }
+    // As another program: `sender` asks `addressee`.
+    void request(int addressee, int sender, const std::string& data) const {
+        RawMessage message{addressee, {}};
+        std::memcpy(message.text, &sender, 4);
+        std::memcpy(message.text + 4, data.data(), data.size());
+        ASSERT_EQ(msgsnd(object->SR_id, &message, 4 + data.size(), IPC_NOWAIT), 0);
+    }
+    // The message for an addressee, with its sender in front; "none" when there is none.
+    static std::string take(int queue, int addressee) {
+        RawMessage message{};
+        const ssize_t got = msgrcv(queue, &message, sizeof message.text, addressee, IPC_NOWAIT);
+        if (got < 4) return "none";
+        int sender = 0;
+        std::memcpy(&sender, message.text, 4);
+        return std::to_string(sender) + ':' +
+               std::string(message.text + 4, static_cast<std::size_t>(got) - 4);
+    }
+    // Leaves no room in a queue for a message of 1000 bytes.
+    static void stuff(int queue) {
+        const RawMessage message{1, {}};
+        while (msgsnd(queue, &message, 1000, IPC_NOWAIT) == 0) {
+        }
+    }
+    static long timerRestUs() {
+        itimerval now{};
+        getitimer(ITIMER_REAL, &now);
+        return now.it_value.tv_sec * 1000000 + now.it_value.tv_usec;
+    }
+    static void startTimer(long us, long everyUs) {
+        const itimerval timer{{everyUs / 1000000, everyUs % 1000000}, {us / 1000000, us % 1000000}};
+        setitimer(ITIMER_REAL, &timer, nullptr);
+    }
+    // Answers one request after `wait` with its own text in brackets.
+    static int answerOnce(milliseconds wait) {
+        vs_obj own;
+        char data[100] = "[";
+        const int client = own.Receive(0, data + 1, 98);
+        std::strcat(data, "]");
+        std::this_thread::sleep_for(wait);
+        return own.Reply(client, data, static_cast<unsigned>(std::strlen(data)), 0);
+    }
+    std::string ask(int pid, std::string text) const {
+        std::array<char, 12> reply{};
+        reply.fill('#');
+        const int result =
+            object->Send(pid, text.data(), reply.data(), static_cast<unsigned>(text.size()), 10);
+        return std::to_string(result) + ' ' + std::string(reply.data(), reply.size());
+    }
+
+    const VeskPath path;
+    std::unique_ptr<vs_obj> object;
+    const int own = getpid();
+};
+
+TEST_F(Messages, QueuesHaveTheRegistrysKeyAndTheNext) {
+    const key_t key = path.key("proxy", 'a');
+    EXPECT_EQ(IpcFind(IpcKind::queue, key)->id, object->SR_id);
+    EXPECT_EQ(IpcFind(IpcKind::queue, key + 1)->id, object->RS_id);
+    EXPECT_EQ(object->crSRR, 1);
+    ChildProcess joining([&] {
+        const vs_obj joined;
+        EXPECT_EQ(joined.crSRR, 0);
+        EXPECT_EQ(joined.SR_id, object->SR_id);
+        return 0;
+    });
+    EXPECT_EQ(joining.wait(), 0);
+    EXPECT_EQ(joining.out(), "vs_shm: ProxyTimer=" + std::to_string(joining.pid()) + "\n");
+    EXPECT_TRUE(IpcFind(IpcKind::queue, key)) << "who joined leaves the queues alone";
+
+    object->name_add("proxytimer", getppid());
+    Capture out(STDOUT_FILENO);
+    EXPECT_EQ(vs_obj().ProxyTimer, getppid());
+    EXPECT_EQ(out.text(), "");
+    object->pid_del(getppid());
+
+    const Capture unused(STDERR_FILENO);
+    object.reset();
+    EXPECT_EQ(path.objectCount(), 0U);
+}
+
+TEST_F(Messages, CarrySenderAndDataAndNothingMore) {
+    char text[] = "pump on";
+    EXPECT_EQ(object->Reply(4711, text, 7, 0), 0);
+    EXPECT_EQ(take(object->RS_id, 4711), std::to_string(own) + ":pump on");
+    EXPECT_EQ(object->Reply(4711, nullptr, 0, 1), 0);
+    EXPECT_EQ(take(object->RS_id, 4711), std::to_string(own) + ":");
+
+    request(own, 4711, "question");
+    EXPECT_EQ(object->getNumMsg_SR(), 1);
+    char got[10];
+    std::memset(got, '#', sizeof got);
+    EXPECT_EQ(object->Creceive(0, got, 9), 4711);
+    EXPECT_EQ(std::string(got, 10), std::string("question\0#", 10));
+    EXPECT_EQ(object->BackToSR(8), 0);
+    EXPECT_EQ(take(object->SR_id, own), "4711:question");
+}
+
+TEST_F(Messages, LargestFitsAndLargerIsRefused) {
+    std::string data(4077, 'x');
+    Capture err(STDERR_FILENO);
+    EXPECT_EQ(object->Reply(own, data.data(), 4076, 0), 0);
+    EXPECT_EQ(take(object->RS_id, own).size(), std::to_string(own).size() + 1 + 4076);
+    EXPECT_EQ(object->Reply(own, data.data(), 4077, 0), -1);
+    EXPECT_EQ(object->Send(getppid(), data.data(), nullptr, 4077, 0), -1);
+    EXPECT_EQ(object->Send(getppid(), data.data(), data.data(), 1, 4077), -1);
+    EXPECT_EQ(object->BackToSR(4077), -1);
+    EXPECT_EQ(object->getNumMsg_SR(), 0);
+    EXPECT_EQ(err.text(),
+              "Send: Message too long\nSend: Message too long\nSend: Message too long\n"
+              "BackToSR: Message too long\n");
+}
+
+TEST_F(Messages, SendWaitsForTheReply) {
+    for (const auto wait : {milliseconds(0), milliseconds(250)}) {
+        ChildProcess server([wait] { return answerOnce(wait); });
+        EXPECT_EQ(ask(server.pid(), "level"), std::string("0 [level]\0\0\0##", 14));
+        EXPECT_EQ(server.wait(), 0);
+    }
+    ChildProcess server([] { return answerOnce(milliseconds(0)); });
+    EXPECT_EQ(ask(server.pid(), "a long question"), "0 [a long qu##") << "the rest is dropped";
+}
+
+TEST_F(Messages, SendFailsWithoutAnAnsweringProcess) {
+    const std::string untouched = "-1 ############";
+    Capture err(STDERR_FILENO);
+    EXPECT_EQ(ask(deadPid(), "?"), untouched);
+    EXPECT_EQ(ask(own, "?"), untouched) << "nobody would answer";
+    EXPECT_EQ(object->getNumMsg_SR(), 0);
+    ChildProcess leaving([this] {
+        char data[1];
+        vs_obj joined;
+        return joined.Receive(own, data, 1) == own ? 0 : 1;
+    });
+    std::thread reaper([&] { leaving.wait(); });
+    EXPECT_EQ(ask(leaving.pid(), "?"), untouched) << "ended without a reply";
+    reaper.join();
+    IpcRemove(IpcKind::queue, object->SR_id);
+    EXPECT_EQ(ask(getppid(), "?"), untouched);
+    EXPECT_EQ(object->getNumMsg_SR(), -1);
+    EXPECT_EQ(err.text(), "Send: Invalid argument\n");
+}
+
+TEST_F(Messages, TimerOfTheCallerRunsOnAfterTheWait) {
+    const struct {
+        const char* why;
+        long restUs, everyUs;      // before; 0: off
+        long atLeastUs, atMostUs;  // after a wait of 250 ms
+    } cases[] = {
+        {"off stays off", 0, 0, 0, 0},
+        {"less the time spent", 60000000, 0, 50000000, 59800000},
+        {"due meanwhile: 10 ms", 100000, 90000000, 1, 10100},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.why);
+        // In a process of its own: SIGALRM has its default action there, which would end it.
+        ChildProcess client([&] {
+            ChildProcess server([] { return answerOnce(milliseconds(250)); });
+            startTimer(c.restUs, c.everyUs);
+            EXPECT_EQ(ask(server.pid(), "x").substr(0, 5), "0 [x]");
+            const long rest = timerRestUs();
+            itimerval now{};
+            getitimer(ITIMER_REAL, &now);
+            startTimer(0, 0);
+            EXPECT_GE(rest, c.atLeastUs);
+            EXPECT_LE(rest, c.atMostUs);
+            EXPECT_EQ(now.it_interval.tv_sec, c.everyUs / 1000000);
+            return server.wait();
+        });
+        EXPECT_EQ(client.wait(), 0);
+    }
+}
+
+TEST_F(Messages, AlarmHandlerOfTheCallerIsKeptAndSeesNoTick) {
+    ChildProcess client([&] {
+        struct sigaction action {};
+        action.sa_handler = [](int) { _exit(9); };
+        sigaction(SIGALRM, &action, nullptr);
+        ChildProcess server([] { return answerOnce(milliseconds(250)); });
+        EXPECT_EQ(ask(server.pid(), "x").substr(0, 5), "0 [x]");
+        raise(SIGALRM);
+        return 0;
+    });
+    EXPECT_EQ(client.wait(), 9);
+}
+
+TEST_F(Messages, WaitForRoomInAFullQueue) {
+    stuff(object->RS_id);
+    std::string data(2000, 'x');
+    // With the caller's timer kept running, it survives the wait all the same.
+    ChildProcess replying([&] {
+        startTimer(60000000, 0);
+        EXPECT_EQ(object->Reply(own, data.data(), 2000, 1), 0);
+        EXPECT_GT(timerRestUs(), 50000000);
+        return 0;
+    });
+    ChildProcess toNobody([&] { return object->Reply(deadPid(), data.data(), 2000, 0); });
+    EXPECT_EQ(toNobody.wait(), 255) << "gives up when the requester is gone";
+    EXPECT_TRUE(replying.alive());
+    while (take(object->RS_id, 1) != "none") {
+    }
+    EXPECT_EQ(replying.wait(), 0);
+    EXPECT_EQ(take(object->RS_id, own).size(), std::to_string(replying.pid()).size() + 1 + 2000);
+}
+
+TEST_F(Messages, ReceiveTakesFromTheNamedProcessOnly) {
+    char data[10] = {};
+    request(own, 4711, "from another");
+    EXPECT_EQ(object->Receive(getppid(), data, 4), -1);
+    EXPECT_EQ(object->Creceive(getppid(), data, 4), -1);
+    EXPECT_EQ(object->Creceive_QNXStyle(getppid(), data, 4), -ENOENT);
+    EXPECT_EQ(take(object->SR_id, own), "4711:from another") << "put back unchanged";
+    EXPECT_EQ(object->Creceive(0, data, 4), -ENOENT);
+    EXPECT_EQ(object->Creceive_QNXStyle(0, data, 4), -ENOENT);
+
+    request(own, 4711, "from another");
+    request(own + 1, getppid(), "to another");
+    request(own, getppid(), "good");
+    EXPECT_EQ(object->Creceive_QNXStyle(getppid(), data, 5), getppid()) << "looks past the first";
+    EXPECT_STREQ(data, "good");
+    EXPECT_EQ(object->Creceive_QNXStyle(0, data, 4), 4711);
+    EXPECT_EQ(object->getNumMsg_SR(), 1);
+
+    EXPECT_EQ(object->Receive(deadPid(), data, 4), -1);
+    const int dead = deadPid();
+    request(own, dead, "last");
+    EXPECT_EQ(object->Receive(dead, data, 4), dead) << "sent before its end";
+}
+
+TEST_F(Messages, ReceiveEndsWithTheNamedProcess) {
+    ChildProcess peer([]() -> int {
+        for (;;)
+            pause();
+    });
+    std::thread killer([&] {
+        std::this_thread::sleep_for(milliseconds(150));
+        kill(peer.pid(), SIGKILL);
+        peer.wait();
+    });
+    startTimer(60000000, 0);
+    char data[4];
+    EXPECT_EQ(object->Receive(peer.pid(), data, 4), -1);
+    const long rest = timerRestUs();
+    startTimer(0, 0);
+    killer.join();
+    EXPECT_LT(rest, 59900000) << "the wait counts";
+    EXPECT_GT(rest, 50000000);
+}
+
+TEST_F(Messages, ReceiveWithTimeoutEndsByMessageEndOrTime) {
+    char data[8] = {};
+    ChildProcess sender([this] {
+        std::this_thread::sleep_for(milliseconds(60));
+        request(own, getpid(), "tick");
+        for (;;)
+            pause();
+        return 0;
+    });
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_EQ(object->ReceiveWithTimeout(sender.pid(), data, 5, 200), sender.pid());
+    EXPECT_STREQ(data, "tick");
+    EXPECT_EQ(object->ReceiveWithTimeout(sender.pid(), data, 4, 200), -ENOENT);
+    EXPECT_GE(std::chrono::steady_clock::now() - start, milliseconds(200));
+
+    kill(sender.pid(), SIGKILL);
+    EXPECT_EQ(object->ReceiveWithTimeout(sender.pid(), data, 4, 60000), -1);
+    EXPECT_EQ(kill(sender.pid(), 0), -1) << "the child that ended is reaped";
+}
+
+}  // namespace

@@ -1,0 +1,251 @@
+#include "lib/util/vs_shm.h"
+
+#include <gtest/gtest.h>
+#include <sys/ipc.h>
+#include <sys/shm.h>
+#include <unistd.h>
+
+#include <cstring>
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "lib/util/ipc_objects.h"
+#include "lib/util/shmem.h"
+#include "support/capture.h"
+#include "support/child_process.h"
+#include "support/vesk_path.h"
+
+namespace {
+
+// The registry as another program of the controller sees it: bytes at offsets.
+class RawRegistry {
+  public:
+    explicit RawRegistry(const VeskPath& path)
+        : bytes_(static_cast<char*>(
+              shmat(shmget(path.key("proxy", 'a'), 1600, IPC_CREAT | 0666), nullptr, 0))) {}
+    ~RawRegistry() { shmdt(bytes_); }
+    RawRegistry(const RawRegistry&) = delete;
+    RawRegistry& operator=(const RawRegistry&) = delete;
+
+    void set(int entry, const std::string& name, int pid) {
+        std::memset(at(entry), 0, 40);
+        std::memcpy(at(entry), &pid, 4);
+        std::memcpy(at(entry) + 4, name.data(), name.size());
+    }
+    std::string name(int entry) const { return at(entry) + 4; }
+    int pid(int entry) const {
+        int pid = 0;
+        std::memcpy(&pid, at(entry), 4);
+        return pid;
+    }
+    // Names up to the first free entry.
+    std::string names() const {
+        std::string all;
+        for (int i = 0; i < 40 && !name(i).empty(); ++i)
+            all += name(i) + ' ';
+        return all;
+    }
+
+  private:
+    char* at(int entry) const { return bytes_ + 40 * entry; }
+    char* bytes_;
+};
+
+class Registry : public testing::Test {
+  protected:
+    void fill(int count, int pid) {
+        for (int i = 0; i < count; ++i)
+            raw.set(i, "n" + std::to_string(i), pid);
+    }
+
+    VeskPath path;
+    RawRegistry raw{path};
+    vs_shm registry{0};
+    const int live = getpid();
+    const int live2 = getppid();
+    const int dead = deadPid();
+};
+
+TEST(RegistryLife, MakerClearsAndRemovesWhoJoinsDoesNeither) {
+    const VeskPath path;
+    Capture err(STDERR_FILENO);
+    auto maker = std::make_unique<vs_shm>(0);
+    EXPECT_EQ(maker->cr_mem, 1);
+    EXPECT_EQ(IpcFind(IpcKind::segment, path.key("proxy", 'a'))->size, 1600U);
+    EXPECT_EQ(maker->name_add("Opcua", 0), getpid());
+    auto joined = std::make_unique<vs_shm>(0);
+    EXPECT_EQ(joined->cr_mem, 0);
+    EXPECT_EQ(joined->name_find("Opcua"), getpid());
+    joined.reset();
+    EXPECT_EQ(maker->name_find("Opcua"), getpid());
+
+    joined = std::make_unique<vs_shm>(0);
+    maker.reset();
+    EXPECT_FALSE(IpcFind(IpcKind::segment, path.key("proxy", 'a')));
+    EXPECT_EQ(joined->name_find("Opcua"), getpid()) << "stays until the last one detaches";
+    joined.reset();
+    EXPECT_EQ(path.objectCount(), 0U);
+    EXPECT_EQ(err.text(), "vs_shm(shmctl): Invalid argument\n") << "no generation byte was set";
+}
+
+TEST(RegistryLife, GenerationByteGoesWithItsMaker) {
+    const VeskPath path;
+    Capture err(STDERR_FILENO);
+    {
+        vs_shm maker(0);
+        EXPECT_EQ(maker.set_shmidx(kGenerationIpcIndex, 9), 0);
+        EXPECT_EQ(maker.set_shmidx(kGenerationIpcIndex, 201), 0);
+        ChildProcess reader([] { return get_shmidx(kGenerationIpcIndex, ID_mas.data()); });
+        EXPECT_EQ(reader.wait(), 201);
+        const auto segment = IpcFind(IpcKind::segment, path.key("proxy", 'j'));
+        ASSERT_TRUE(segment);
+        EXPECT_EQ(segment->attached, 1U);
+    }
+    EXPECT_EQ(path.objectCount(), 0U);
+    EXPECT_EQ(err.text(), "");
+}
+
+TEST(RegistryLife, WithoutItsSegmentNothingIsFoundOrTaken) {
+    const VeskPath path;
+    Capture err(STDERR_FILENO);
+    shmget(path.key("proxy", 'a'), 1599, IPC_CREAT | 0666);
+    vs_shm registry(0);
+    EXPECT_EQ(registry.name_add("Opcua", 0), -1);
+    EXPECT_EQ(registry.name_find("Opcua"), -1);
+    EXPECT_EQ(registry.name_del("Opcua"), 0);
+    EXPECT_EQ(registry.pid_del(getpid()), 0);
+    std::filesystem::remove(path.file("proxy"));
+    EXPECT_EQ(registry.set_shmidx(kGenerationIpcIndex, 1), 0) << "goes on with the key -1";
+    EXPECT_EQ(ShmRemove(registry.id_shmidx), 0);
+    EXPECT_EQ(err.text(),
+              "vs_shm(shmget): Invalid argument\nvs_sem(ftok): No such file or directory\n");
+}
+
+TEST_F(Registry, WritesEntriesAsTheControllerReadsThem) {
+    raw.set(0, "VsBASE", live);
+    EXPECT_EQ(registry.name_find("VsBASE"), live);
+    EXPECT_EQ(registry.name_add("Opcua", 0), live);
+    EXPECT_EQ(registry.name_add("other", live2), live2);
+    const std::string longest(35, 'x');
+    EXPECT_EQ(registry.name_add(longest.c_str(), live), live);
+    EXPECT_EQ(raw.names(), "VsBASE Opcua other " + longest + ' ');
+    EXPECT_EQ(raw.pid(1), live);
+    EXPECT_EQ(raw.pid(2), live2);
+    EXPECT_EQ(registry.name_find("opcua"), -1) << "case counts";
+    EXPECT_EQ(registry.name_find("Opcu"), -1);
+    EXPECT_EQ(registry.name_find(""), -1);
+    EXPECT_EQ(findpid(live), 0);
+    EXPECT_EQ(findpid(dead), -1);
+}
+
+TEST_F(Registry, RefusesNamesItCannotHold) {
+    raw.set(0, "Opcua", live);
+    EXPECT_EQ(registry.name_add("Opcua", live2), -1) << "a live process has it";
+    Capture err(STDERR_FILENO);
+    const std::string tooLong(36, 'x');
+    EXPECT_EQ(registry.name_add(tooLong.c_str(), 0), -1);
+    EXPECT_EQ(registry.name_add("", 0), -1);
+    EXPECT_EQ(err.text(), "vs_shm: name \"" + tooLong +
+                              "\" refused: 36 bytes, 1 to 35 fit\n"
+                              "vs_shm: name \"\" refused: 0 bytes, 1 to 35 fit\n");
+    EXPECT_EQ(raw.names(), "Opcua ");
+    fill(40, live);
+    EXPECT_EQ(registry.name_add("41st", 0), -1);
+    EXPECT_EQ(raw.name(39), "n39");
+}
+
+TEST_F(Registry, GivesTheNameOfADeadHolderAway) {
+    raw.set(0, "first", live);
+    raw.set(1, "Opcua", dead);
+    raw.set(2, "dead too", dead);
+    raw.set(3, "last", live);
+    EXPECT_EQ(registry.name_add("Opcua", live2), live2);
+    EXPECT_EQ(raw.names(), "first last Opcua ") << "all names of the dead process go";
+    EXPECT_EQ(raw.pid(2), live2);
+}
+
+TEST_F(Registry, OverlooksALiveHolderThatMovesToTheFirstEntry) {
+    raw.set(0, "Opcua", dead);
+    raw.set(1, "Opcua", live);
+    EXPECT_EQ(registry.name_find("Opcua"), -1);
+    EXPECT_EQ(raw.pid(0), live);
+    EXPECT_EQ(registry.name_find("Opcua"), live) << "the next search sees it";
+    raw.set(0, "first", live);
+    raw.set(1, "Opcua", dead);
+    raw.set(2, "Opcua", live2);
+    EXPECT_EQ(registry.name_find("Opcua"), live2);
+}
+
+TEST_F(Registry, DeletesByPidOrName) {
+    const struct {
+        const char* why;
+        std::vector<int> pids;  // of "a", "b", ...
+        int pid;
+        const char* name;  // null: delete by pid
+        int result;
+        const char* left;
+    } cases[] = {
+        {"first", {1, 2, 3}, 1, nullptr, 1, "b c "},
+        {"last", {1, 2, 3}, 3, nullptr, 3, "a b "},
+        {"neighbours", {1, 2, 2, 2, 3}, 2, nullptr, 2, "a e "},
+        {"scattered", {2, 1, 2, 3, 2}, 2, nullptr, 2, "b d "},
+        {"unknown", {1, 2}, 7, nullptr, 0, "a b "},
+        {"free entries belong to nobody", {1, 2}, 0, nullptr, 0, "a b "},
+        {"by name", {1, 2, 2}, 0, "b", 2, "a c "},
+        {"by unknown name", {1, 2, 2}, 0, "bb", 0, "a b c "},
+        {"by no name", {1, 2, 2}, 0, "", 0, "a b c "},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.why);
+        for (int i = 0; i < 40; ++i)
+            raw.set(i, "", 0);
+        for (std::size_t i = 0; i < c.pids.size(); ++i) {
+            raw.set(static_cast<int>(i), std::string(1, static_cast<char>('a' + i)), c.pids[i]);
+        }
+        EXPECT_EQ(c.name != nullptr ? registry.name_del(c.name) : registry.pid_del(c.pid),
+                  c.result);
+        EXPECT_EQ(raw.names(), c.left);
+    }
+}
+
+TEST_F(Registry, KeepsTheLastEntryTwiceAfterADeletionFromAFullTable) {
+    fill(40, live);
+    EXPECT_EQ(registry.name_del("n5"), live);
+    EXPECT_EQ(raw.name(5), "n6");
+    EXPECT_EQ(raw.name(38), "n39");
+    EXPECT_EQ(raw.name(39), "n39");
+    EXPECT_EQ(registry.name_add("41st", 0), -1) << "so there is no room";
+    EXPECT_EQ(registry.name_del("n39"), live) << "ends, and takes both";
+    EXPECT_EQ(raw.name(37), "n38");
+    EXPECT_EQ(raw.name(38), "");
+    EXPECT_EQ(registry.name_add("41st", 0), live);
+    EXPECT_EQ(raw.name(38), "41st");
+
+    fill(40, dead);
+    EXPECT_EQ(registry.name_find("n39"), -1);
+    EXPECT_EQ(raw.names(), "");
+}
+
+TEST_F(Registry, ServesManyProcessesAtOnce) {
+    constexpr int kProcesses = 4;
+    constexpr int kRounds = 200;
+    std::vector<std::unique_ptr<ChildProcess>> children;
+    for (int i = 0; i < kProcesses; ++i) {
+        children.push_back(std::make_unique<ChildProcess>([i] {
+            vs_shm joined(0);
+            const std::string name = "worker" + std::to_string(i);
+            for (int round = 0; round < kRounds; ++round) {
+                EXPECT_EQ(joined.name_add(name.c_str(), 0), getpid());
+                EXPECT_EQ(joined.name_del(name.c_str()), getpid());
+            }
+            return 0;
+        }));
+    }
+    for (auto& child : children)
+        EXPECT_EQ(child->wait(), 0);
+    EXPECT_EQ(raw.names(), "");
+}
+
+}  // namespace
