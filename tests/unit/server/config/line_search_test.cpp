@@ -98,24 +98,24 @@ TEST(LineSearch, FindsAnAttributeEntryInItsSections) {
     const struct {
         const char* why;
         std::string key;
-        int groupFolder;
         std::map<int, int> groupMap;
+        int groupFolder;
         std::int32_t line;
     } cases[] = {
-        {"the flat tree's section, not others", "Type1.a", 0, {}, 6},
-        {"an empty map is the flat tree", "Type1.a", 13, {}, 6},
-        {"folder 0 is the flat tree", "Type1.a", 0, groups, 6},
-        {"the whole key", "Type1", 0, {}, 21},
-        {"groups are not the flat tree", "Type1.g", 0, {}, 21},
-        {"sections of one name in two cases", "Type1.b", 0, {}, 13},
-        {"a heading that is not closed is another section", "Type1.c", 0, {}, 20},
-        {"the group of the folder", "Type1.g", 13, groups, 9},
-        {"a number that is the beginning of another", "Type1.g2", 13, groups, 11},
-        {"the number with text around", "Type1.g2", 12, groups, 16},
-        {"a blank in the key", "Type1.g2 x", 12, groups, 15},
-        {"not in the group", "Type1.a", 13, groups, 21},
-        {"a group without a section", "Type1.g", 15, groups, 21},
-        {"a folder that is not in the map", "Type1.g", 99, groups, 21},
+        {"the flat tree's section, not others", "Type1.a", {}, 0, 6},
+        {"an empty map is the flat tree", "Type1.a", {}, 13, 6},
+        {"folder 0 is the flat tree", "Type1.a", groups, 0, 6},
+        {"the whole key", "Type1", {}, 0, 21},
+        {"groups are not the flat tree", "Type1.g", {}, 0, 21},
+        {"sections of one name in two cases", "Type1.b", {}, 0, 13},
+        {"a heading that is not closed is another section", "Type1.c", {}, 0, 20},
+        {"the group of the folder", "Type1.g", groups, 13, 9},
+        {"a number that is the beginning of another", "Type1.g2", groups, 13, 11},
+        {"the number with text around", "Type1.g2", groups, 12, 16},
+        {"a blank in the key", "Type1.g2 x", groups, 12, 15},
+        {"not in the group", "Type1.a", groups, 13, 21},
+        {"a group without a section", "Type1.g", groups, 15, 21},
+        {"a folder that is not in the map", "Type1.g", groups, 99, 21},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.why);
