@@ -1,6 +1,8 @@
 #include "server/variables/TimeQuality.h"
 
+#include <algorithm>
 #include <ctime>
+#include <limits>
 
 namespace {
 
@@ -8,6 +10,9 @@ constexpr UA_DateTime kTicksPerSecond = 10'000'000;
 constexpr UA_DateTime kTicksPerMicrosecond = 10;
 constexpr UA_DateTime kUnixEpoch = 116'444'736'000'000'000;        // 1970-01-01
 constexpr UA_DateTime kLastArchiveTime = 137'918'592'000'000'000;  // 2038-01-18
+/// A client may send any time; from this one on the local offset can be added to it.
+constexpr UA_DateTime kEarliestTime =
+    std::numeric_limits<UA_DateTime>::min() + 24 * 3600 * kTicksPerSecond;
 
 constexpr unsigned kQualityBits = 0xC0;
 constexpr unsigned kQualityBad = 0x00;
@@ -45,7 +50,8 @@ UA_DateTime timevalToUaDateTimeOperative(const timeval& time) {
 timeval uaDateTimeToTimeval(UA_DateTime dateTime) {
     const bool clamped = dateTime > kLastArchiveTime;
     const UA_DateTimeStruct parts = UA_DateTime_toStruct(
-        clamped ? kLastArchiveTime : dateTime + UA_DateTime_localTimeUtcOffset());
+        clamped ? kLastArchiveTime
+                : std::max(dateTime, kEarliestTime) + UA_DateTime_localTimeUtcOffset());
 
     tm calendar{};
     calendar.tm_sec = parts.sec;
