@@ -92,7 +92,7 @@ SVal tagged(TYPE_VAL type, T scalar) {
 SVal numberFrom(const UA_Variant& value) {
     const auto scalar = [&]<class T>(T) { return *static_cast<const T*>(value.data); };
     if (value.type == &UA_TYPES[UA_TYPES_SBYTE]) return tagged(type_char, scalar(UA_SByte{}));
-    if (value.type == &UA_TYPES[UA_TYPES_BYTE]) return tagged(type_char, scalar(UA_Byte{}));
+    if (value.type == &UA_TYPES[UA_TYPES_BYTE]) return tagged(type_uchar, scalar(UA_Byte{}));
     if (value.type == &UA_TYPES[UA_TYPES_INT16]) return tagged(type_short, scalar(UA_Int16{}));
     if (value.type == &UA_TYPES[UA_TYPES_UINT16]) {
         return tagged<UA_UInt32>(type_uint, scalar(UA_UInt16{}));
