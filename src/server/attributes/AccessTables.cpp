@@ -9,7 +9,7 @@ struct NumberRange {
     int last;
 };
 
-/// The first attribute, the tag's designation, is read-only everywhere; the rest can be written.
+/// Attribute 1 is read-only everywhere; the rest can be written.
 AccessTable accessTable(std::initializer_list<NumberRange> ranges) {
     AccessTable table;
     for (const auto& [first, last] : ranges) {
