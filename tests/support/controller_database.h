@@ -1,0 +1,90 @@
+#pragma once
+
+#include <sys/types.h>
+#include <unistd.h>
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <string_view>
+#include <vector>
+
+/// A controller's real-time database for tests in the sandbox: key files and attribute descriptions
+/// below /zrt, the tables and counts in shared memory, and a process "VsBASE" that answers the type
+/// query. Records are written and read by byte offset, not through the library's structs, so that a
+/// wrong offset there is seen.
+///
+/// The one object, `database`, is made before the other static objects of the program: the server's
+/// own database object looks for the counts when it is constructed. It also makes `All`. Everything
+/// is gone at the end of the process that made it; its forked children share it.
+///
+/// Attributes by number (kinds: c byte, w int16, f float, s text, a digit: that bit; ? unreadable):
+///   VA (50)  1 c0, 5 s4, 11 f34, 24 w83, 29 f103, 30 c107, 31 bit 0 and 38 bit 7 of 108, 40 ?
+///   AV (107) 1 c0, 5 s4, 21 f50, 39 f119
+///   HI (18)  1 s0, 6 f29, 8 f37, 10 c46, 12 s28 (17 bytes), 14 c28
+///   DI (41)  5 s4, 9 c32, 27 bit 0 of 48
+///   DO (48)  6 s5, 10 c33, 20 c43
+/// All other numbers up to the one in brackets are unreadable.
+class ControllerDatabase {
+  public:
+    static constexpr std::array<std::uint16_t, 5> kCounts = {3, 2, 4, 2, 2};  // VA AV HI DI DO
+    enum class Area : std::uint8_t { passport, currentData, currentValue };
+
+    ControllerDatabase();
+    ~ControllerDatabase();
+    ControllerDatabase(const ControllerDatabase&) = delete;
+    ControllerDatabase& operator=(const ControllerDatabase&) = delete;
+
+    /// Zeroes all tables, times and qualities.
+    void clear();
+
+    /// @param type  database type code, 1 to 5
+    /// @param num   variable, from 1
+    template <class T>
+    void put(Area area, int type, int num, std::size_t offset, const T& value) {
+        std::memcpy(at(area, type, num) + offset, &value, sizeof(value));
+    }
+    template <class T>
+    T get(Area area, int type, int num, std::size_t offset) {
+        T value{};
+        std::memcpy(&value, at(area, type, num) + offset, sizeof(value));
+        return value;
+    }
+    /// The bytes without a NUL behind them, into the passport.
+    void putText(int type, int num, std::size_t offset, std::string_view bytes);
+    void setQuality(int type, int num, std::uint32_t quality);
+    void setTime(int type, int num, std::int64_t seconds, std::int64_t microseconds);
+
+    /// What the type query answers from now on, instead of kCounts.
+    struct Answer {
+        std::uint32_t type, count;
+    };
+    void answer(const std::vector<Answer>& answers);
+    /// Type queries that a process has sent.
+    int queriesFrom(pid_t pid) const;
+    pid_t processId() const { return process_; }
+
+  private:
+    struct Shared;  // with the database process
+
+    std::uint8_t* at(Area area, int type, int num);
+    std::uint8_t* tqf(int type, int num);
+    std::uint8_t* makeSegment(int index, std::size_t bytes, bool isValues = true);
+    [[noreturn]] void serve();
+
+    pid_t owner_ = getpid();
+    pid_t process_ = -1;
+    Shared* shared_ = nullptr;
+    std::uint8_t* tqfs_ = nullptr;
+    std::array<std::array<std::uint8_t*, 3>, 5> arrays_{};  // by type - 1 and Area
+    struct Segment {
+        void* address;
+        std::size_t bytes;
+        int id;
+        bool isValues;
+    };
+    std::vector<Segment> segments_;
+};
+
+extern ControllerDatabase database;
