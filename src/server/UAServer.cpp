@@ -38,6 +38,23 @@ void setLogLevel(UA_ServerConfig& config, int level) {
     *config.logging = logger;
 }
 
+/// The library's minimal configuration, without message security. It adds its endpoint and security
+/// policy to those that are there, so that a client would be offered the same one again for each
+/// call: the former ones are dropped first.
+void setMinimalConfig(UA_ServerConfig& config, UA_UInt16 port) {
+    for (std::size_t i = 0; i < config.securityPoliciesSize; ++i) {
+        config.securityPolicies[i].clear(&config.securityPolicies[i]);
+    }
+    UA_free(config.securityPolicies);
+    config.securityPolicies = nullptr;
+    config.securityPoliciesSize = 0;
+    UA_Array_delete(config.endpoints, config.endpointsSize,
+                    &UA_TYPES[UA_TYPES_ENDPOINTDESCRIPTION]);
+    config.endpoints = nullptr;
+    config.endpointsSize = 0;
+    (void)UA_ServerConfig_setMinimalCustomBuffer(&config, port, nullptr, 0, 0);
+}
+
 // ---- Access control ----------------------------------------------------------------------------
 
 template <class Item>
@@ -66,7 +83,7 @@ void endOnSigterm() {
 UAServer::UAServer() : rootId_(UA_NODEID_NUMERIC(0, kRootFolder)), server_(UA_Server_new()) {
     if (server_ == nullptr) throw std::runtime_error("Failed to create server instance");
     UA_ServerConfig* const config = UA_Server_getConfig(server_);
-    (void)UA_ServerConfig_setMinimalCustomBuffer(config, kDefaultPort, nullptr, 0, 0);
+    setMinimalConfig(*config, kDefaultPort);
     setLogLevel(*config, logLevel_);
     namespaceIndex_ = UA_Server_addNamespace(server_, "urn:vesk");
 }
@@ -131,8 +148,7 @@ void UAServer::setSourcesSampleInterval() {
 // ---- The library's configuration ---------------------------------------------------------------
 
 void UAServer::configurePort() {
-    (void)UA_ServerConfig_setMinimalCustomBuffer(UA_Server_getConfig(server_),
-                                                 static_cast<UA_UInt16>(port_), nullptr, 0, 0);
+    setMinimalConfig(*UA_Server_getConfig(server_), static_cast<UA_UInt16>(port_));
 }
 
 void UAServer::configureSubscriptionLimits() {
