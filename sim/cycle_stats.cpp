@@ -1,0 +1,27 @@
+#include "cycle_stats.h"
+
+#include <algorithm>
+#include <iomanip>
+#include <ostream>
+#include <sstream>
+
+namespace sim {
+
+void CycleStats::add(Duration length, Duration lateness) {
+    ++cycles_;
+    total_ += length;
+    longest_ = std::max(longest_, length);
+    latest_ = std::max(latest_, lateness);
+}
+
+void CycleStats::print(std::ostream& out) const {
+    const auto ms = [](Duration d) { return std::chrono::duration<double, std::milli>(d).count(); };
+    std::ostringstream line;
+    line << std::fixed << std::setprecision(2) << "циклов " << cycles_ << ", длительность: средняя "
+         << (cycles_ > 0 ? ms(total_) / static_cast<double>(cycles_) : 0.0) << " мс, наибольшая "
+         << ms(longest_) << " мс; опоздание наибольшее " << ms(latest_) << " мс; пропущено "
+         << skipped_ << "\n";
+    out << line.str() << std::flush;
+}
+
+}  // namespace sim

@@ -1,0 +1,122 @@
+#include "options.h"
+
+#include <CLI/CLI.hpp>
+#include <iostream>
+
+#include "failure.h"
+
+namespace sim {
+
+namespace {
+
+/// Range check whose message is Russian.
+CLI::Validator between(long low, long high) {
+    const std::string range = std::to_string(low) + ".." + std::to_string(high);
+    return {[=](std::string& text) {
+                try {
+                    std::size_t used = 0;
+                    const long value = std::stol(text, &used);
+                    if (used == text.size() && value >= low && value <= high) return std::string();
+                } catch (const std::exception&) {
+                    // Said below, with everything else that is no number in the range.
+                }
+                return "нужно целое число " + range + ", получено \"" + text + "\"";
+            },
+            range, "range"};
+}
+
+void addCounts(CLI::App& app, Options& options) {
+    constexpr long kMost = 65535;
+    const struct {
+        const char* name;
+        TypeCode type;
+        const char* help;
+    } rows[] = {{"--va", TypeCode::VA, "аналоговых входов (VA)"},
+                {"--av", TypeCode::AV, "регуляторов (AV)"},
+                {"--rv", TypeCode::HI, "ручных вводов (RV, тип HI базы)"},
+                {"--vd", TypeCode::DI, "дискретных входов (VD, тип DI базы)"},
+                {"--dv", TypeCode::DO, "дискретных выходов (DV, тип DO базы)"},
+                {"--th", TypeCode::TH, "переменных TH"},
+                {"--tm", TypeCode::TM, "переменных TM"},
+                {"--ts", TypeCode::TS, "переменных TS"},
+                {"--fv", TypeCode::FV, "переменных FV"},
+                {"--iv", TypeCode::IV, "переменных IV"},
+                {"--lv", TypeCode::LV, "переменных LV"}};
+    for (const auto& row : rows) {
+        app.add_option(row.name, options.counts[indexOf(row.type)],
+                       std::string("число ") + row.help)
+            ->check(between(0, kMost))
+            ->capture_default_str()
+            ->group("Размер базы");
+    }
+}
+
+void addRest(CLI::App& app, Options& options) {
+    app.add_option("--port", options.port, "порт сервера в образце opcuasrv.ini, иначе 4840")
+        ->check(between(4840, 4849));
+    app.add_option("--cycle", options.cycleMs,
+                   "цикл контроллера, мс; иначе CycleTime из veskkntr.ini, иначе 100")
+        ->check(between(10, 60000));
+    app.add_option("--controller", options.controllerNumber, "номер контроллера, иначе 1")
+        ->check(between(0, 32767));
+    app.add_option("--config", options.config, "взять этот opcuasrv.ini вместо образца");
+    app.add_option("--generation", options.generation, "байт поколения ключей System V")
+        ->check(between(0, 255))
+        ->capture_default_str();
+    app.add_option("--seed", options.seed, "начало случайных чисел: одинаковое даёт одинаковый ход")
+        ->capture_default_str();
+    app.add_flag("--frozen", options.frozen,
+                 "установка стоит: таблицы не меняются, но на запросы ответы идут");
+    app.add_flag("--stats", options.stats, "печатать длительность и опоздание циклов");
+    app.add_flag("--fresh", options.fresh,
+                 "создать файлы заново, даже если созданные прежде были изменены");
+    app.add_flag("--attribute-table", options.attributeTable,
+                 "напечатать таблицу атрибутов (docs/attributes.md) и выйти");
+}
+
+constexpr const char* kFooter =
+    "\nПрограмма владеет всем, чем владеет контроллер: файлами ключей, реестром имён, базой\n"
+    "данных, настройками. Ctrl-C или SIGTERM убирает всё созданное. Рядом с настоящим\n"
+    "контроллером и поверх чужих файлов она не запускается.\n\n"
+    "Код завершения: 0 - остановлена сигналом, 1 - не удалось создать нужное, 2 - ошибка в\n"
+    "командной строке, 3 - здесь работает контроллер или другой zrtsim, 4 - здесь лежит то,\n"
+    "чего zrtsim не создавал.\n";
+
+int report(const CLI::ParseError& error) {
+    std::string text = error.what();
+    if (dynamic_cast<const CLI::ExtrasError*>(&error) != nullptr) {
+        text = "неизвестный параметр (" + text + ")";
+    } else if (dynamic_cast<const CLI::ArgumentMismatch*>(&error) != nullptr) {
+        text = "у параметра нет значения или оно лишнее (" + text + ")";
+    }
+    std::cerr << "zrtsim: " << text << "\nПодсказка: zrtsim --help\n";
+    return static_cast<int>(ExitCode::usage);
+}
+
+}  // namespace
+
+std::optional<Options> parseOptions(int argc, const char* const* argv, int& exitStatus) {
+    Options options;
+    CLI::App app{"zrtsim - имитатор контроллера котельной для наладки и обучения", "zrtsim"};
+    app.option_defaults()->group("Параметры");
+    app.set_help_flag("-h,--help", "показать эту подсказку и выйти");
+    app.get_formatter()->label("Usage", "Вызов");
+    app.get_formatter()->label("OPTIONS", "ПАРАМЕТРЫ");
+    app.get_formatter()->column_width(28);
+    app.footer(kFooter);
+    addCounts(app, options);
+    addRest(app, options);
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::CallForHelp&) {
+        std::cout << app.help();
+        exitStatus = 0;
+        return std::nullopt;
+    } catch (const CLI::ParseError& error) {
+        exitStatus = report(error);
+        return std::nullopt;
+    }
+    return options;
+}
+
+}  // namespace sim

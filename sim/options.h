@@ -1,0 +1,34 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+#include "memory/database_memory.h"
+
+namespace sim {
+
+/// What the command line asks for.
+struct Options {
+    Counts counts{80, 12, 24, 60, 24, 10,
+                  10, 10, 20, 20, 20};  // by type code: VA AV HI DI DO TH ...
+    std::optional<int> port;            // for the sample opcuasrv.ini; 4840 without it
+    std::optional<int> cycleMs;         // else veskkntr.ini, else 100
+    std::optional<int> controllerNumber;
+    std::string config;  // opcuasrv.ini of the user's; empty: the sample
+    std::uint8_t generation = 0;
+    std::uint64_t seed = 1;
+    bool frozen = false;
+    bool stats = false;
+    bool fresh = false;
+    bool attributeTable = false;
+};
+
+/// Reads the command line.
+/// @return nothing when the program has to end at once with `exitStatus`: after --help (0), or with
+/// a
+///         message on standard error (2).
+[[nodiscard]] std::optional<Options> parseOptions(int argc, const char* const* argv,
+                                                  int& exitStatus);
+
+}  // namespace sim

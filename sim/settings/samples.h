@@ -1,0 +1,17 @@
+#pragma once
+
+#include <string>
+
+namespace sim {
+
+/// Bytes (CP866) of the controller's own settings file.
+[[nodiscard]] std::string controllerIni(int controllerNumber, int cycleMs);
+
+/// Bytes (CP866) of a configuration of the OPC UA server that publishes the whole plant.
+[[nodiscard]] std::string serverIni(int port);
+
+/// CycleTime in the text of a veskkntr.ini, ms; `otherwise` when it is missing or out of 10 to
+/// 60000.
+[[nodiscard]] int cycleTimeOf(const std::string& controllerIniText, int otherwise);
+
+}  // namespace sim

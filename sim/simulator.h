@@ -1,0 +1,45 @@
+#pragma once
+
+#include <chrono>
+#include <csignal>
+#include <iosfwd>
+
+#include "cycle_stats.h"
+#include "memory/controller_ipc.h"
+#include "options.h"
+#include "plant/plant.h"
+#include "site/site.h"
+
+namespace sim {
+
+/// The simulated controller from its first message to its clean end. One thread: it answers
+/// requests while it waits for the next cycle.
+class Simulator {
+  public:
+    /// @param stop  becomes non-zero when the program has to end; read between all steps
+    Simulator(Options options, std::ostream& out, const volatile std::sig_atomic_t& stop);
+
+    /// Sets everything up, prints "zrtsim: ready", runs until `stop`, and removes what it made.
+    /// Throws Failure when it cannot start; then nothing is left behind either.
+    void run();
+
+  private:
+    using Clock = std::chrono::steady_clock;
+
+    void placeFiles(Site& site);
+    void placeServerIni(Site& site);
+    void readCycleTime(const Site& site);
+    void cycleUntilStopped(ControllerIpc& ipc, Plant& plant);
+    void answerUntil(vs_obj& channel, Clock::time_point next);
+    void printStats(Clock::time_point now);
+
+    Options options_;
+    std::ostream& out_;
+    const volatile std::sig_atomic_t& stop_;
+    std::chrono::milliseconds cycle_{};
+    CycleStats stats_;
+    Clock::time_point nextStats_;
+    Clock::time_point lastRequest_;
+};
+
+}  // namespace sim

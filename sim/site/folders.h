@@ -1,0 +1,32 @@
+#pragma once
+
+#include <filesystem>
+#include <vector>
+
+namespace sim {
+
+/// Where a controller keeps its files, from the same environment variables as its other programs.
+struct Folders {
+    std::filesystem::path root;      // must exist; never made or removed
+    std::filesystem::path system;    // attribute description files
+    std::filesystem::path settings;  // ini files
+    /// Folders that a controller has, parents first.
+    std::vector<std::filesystem::path> all;
+    /// Files that System V keys are made from: every one that the index tables name.
+    std::vector<std::filesystem::path> keyFiles;
+
+    [[nodiscard]] std::filesystem::path record() const { return root / ".zrtsim-record"; }
+    [[nodiscard]] std::filesystem::path offsetFile() const { return system / "offatrs.dat"; }
+    [[nodiscard]] std::filesystem::path kindFile() const { return system / "atributs.dat"; }
+    [[nodiscard]] std::filesystem::path controllerIni() const { return settings / "veskkntr.ini"; }
+    [[nodiscard]] std::filesystem::path serverIni() const { return settings / "opcuasrv.ini"; }
+
+    [[nodiscard]] bool isSetting(const std::filesystem::path& file) const {
+        return file == controllerIni() || file == serverIni();
+    }
+};
+
+/// Reads SRV_Path, that is the environment at the start of the process.
+[[nodiscard]] Folders controllerFolders();
+
+}  // namespace sim

@@ -1,0 +1,80 @@
+#pragma once
+
+#include <sys/types.h>
+
+#include <ctime>
+#include <filesystem>
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "lib/util/ipc_objects.h"
+#include "site/fingerprint.h"
+
+namespace sim {
+
+/// A System V object that a run made. Kernel ids are used again, so all fields together tell
+/// whether an object that is there now is still the one.
+struct IpcMark {
+    IpcKind kind;
+    key_t key;
+    int id;                  // -1: noted before it was made
+    std::time_t changeTime;  // s since 1970; with id -1, when it was noted
+};
+
+/// What earlier runs made and did not remove.
+struct RecordContents {
+    pid_t owner = 0;  // process of the last run
+    std::vector<std::filesystem::path> directories;
+    /// A file without fingerprint was noted before it was written, so it may be there in part.
+    std::map<std::filesystem::path, std::optional<Fingerprint>> files;
+    std::vector<IpcMark> ipc;
+
+    /// True when one of the marks stands for this very object.
+    [[nodiscard]] bool owns(const IpcObject& object) const;
+};
+
+/// The record of everything that the simulated controller made, in a text file below the
+/// installation folder. Each thing is noted before it is made and once more when it exists, so that
+/// whatever a killed run left can be told from what belongs to others. While a run lasts it holds a
+/// lock on the file, which the kernel releases with the process: the one sure sign of life.
+class Record {
+  public:
+    enum class Lock { held, absent, busy, failed };
+
+    explicit Record(std::filesystem::path file) : file_(std::move(file)) {}
+    ~Record();
+    Record(const Record&) = delete;
+    Record& operator=(const Record&) = delete;
+
+    /// Takes over the record of an earlier run and reads it. Makes nothing when there is none.
+    Lock takeOver();
+    /// Makes a new, empty record. Busy when another run was faster.
+    Lock create();
+
+    /// What takeOver found, brought up to date by every note.
+    [[nodiscard]] const RecordContents& contents() const { return contents_; }
+
+    // Notes reach the file before they return; false (errno set) when they do not.
+    [[nodiscard]] bool noteOwner(pid_t pid);
+    [[nodiscard]] bool noteDirectory(const std::filesystem::path& directory);
+    [[nodiscard]] bool noteFile(const std::filesystem::path& file,
+                                const std::optional<Fingerprint>& fingerprint);
+    [[nodiscard]] bool noteIpc(const IpcMark& mark);
+    [[nodiscard]] bool forgetFile(const std::filesystem::path& file);
+
+    /// Ends the run: the record is removed, or shortened to the files that stay.
+    void finish();
+
+  private:
+    Lock lockOpened();
+    bool append(const std::string& line);
+    void parse(const std::string& line);
+
+    std::filesystem::path file_;
+    int descriptor_ = -1;
+    RecordContents contents_;
+};
+
+}  // namespace sim

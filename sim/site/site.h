@@ -1,0 +1,64 @@
+#pragma once
+
+#include <filesystem>
+#include <iosfwd>
+#include <string>
+#include <vector>
+
+#include "site/folders.h"
+#include "site/record.h"
+
+namespace sim {
+
+/// The installation folder while a simulated controller occupies it: decides whether it may, makes
+/// files and folders, and removes them again. Never touches a file that it did not write.
+class Site {
+  public:
+    /// @param out  messages to the user, UTF-8; must outlive the site
+    Site(Folders folders, std::ostream& out);
+    /// Leaves the folder, see leave.
+    ~Site();
+    Site(const Site&) = delete;
+    Site& operator=(const Site&) = delete;
+
+    /// Takes possession: checks that nothing of others is here, and removes what a killed run left.
+    /// A setting that was edited after zrtsim wrote it stays, unless `fresh`.
+    /// Throws Failure with everything that stands against it; then nothing was changed.
+    void enter(bool fresh);
+
+    /// Makes the controller's folders as far as they are missing, and its key files. The key files
+    /// must exist before the first key is computed and stay the same files until the last segment
+    /// is gone, because a key is made from the file's inode.
+    void makeFoldersAndKeyFiles();
+
+    /// Writes a file that does not exist. Throws Failure.
+    void makeFile(const std::filesystem::path& file, const std::string& bytes);
+
+    /// True when the user's edited version of a setting stayed.
+    [[nodiscard]] bool keepsEdited(const std::filesystem::path& file) const;
+
+    /// Removes everything that was made; an edited setting stays, with a message. Does nothing when
+    /// the site was not entered.
+    void leave();
+
+    [[nodiscard]] const Folders& folders() const { return folders_; }
+    [[nodiscard]] Record& record() { return record_; }
+
+  private:
+    void lockRecord();
+    [[nodiscard]] std::vector<std::string> foreignFiles() const;
+    [[nodiscard]] std::vector<std::string> foreignObjects() const;
+    void refuseLiveController() const;
+    void refuseForeign(bool fresh) const;
+    void removeLeftObjects();
+    void removeLeftFiles(bool fresh);
+    void removeFolders();
+
+    Folders folders_;
+    std::ostream& out_;
+    Record record_;
+    std::vector<std::filesystem::path> edited_;  // settings of the user's that stayed
+    bool entered_ = false;
+};
+
+}  // namespace sim
