@@ -1,0 +1,40 @@
+"""The name registry: 40 entries of an int32 process id and a name of 36 bytes."""
+
+import struct
+
+from controller import ipc_keys, sysv
+
+_ENTRY = struct.Struct("<i36s")
+_ENTRIES = 40
+
+
+def holders() -> dict[str, int]:
+    """Registered names with their process ids; empty when there is no registry."""
+    try:
+        segment = sysv.find_segment(ipc_keys.fixed_key(ipc_keys.REGISTRY))
+    except FileNotFoundError:
+        return {}
+    if segment is None:
+        return {}
+    attached = sysv.Attached(segment)
+    try:
+        entries = _ENTRY.iter_unpack(bytes(attached.bytes[: _ENTRIES * _ENTRY.size]))
+        names = {name.split(b"\0")[0].decode("cp866"): pid for pid, name in entries}
+    finally:
+        attached.detach()
+    names.pop("", None)
+    return names
+
+
+def add_holder(name: str, pid: int) -> None:
+    """Enters a holder into the first free entry."""
+    segment = sysv.find_segment(ipc_keys.fixed_key(ipc_keys.REGISTRY))
+    attached = sysv.Attached(segment)
+    try:
+        for offset in range(0, _ENTRIES * _ENTRY.size, _ENTRY.size):
+            if attached.bytes[offset + 4] == 0:
+                _ENTRY.pack_into(attached.bytes, offset, pid, name.encode("cp866"))
+                return
+        raise LookupError("the registry is full")
+    finally:
+        attached.detach()

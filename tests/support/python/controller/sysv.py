@@ -1,0 +1,81 @@
+"""System V calls that the standard library lacks, and the kernel's list of objects."""
+
+import ctypes
+import os
+from dataclasses import dataclass
+from pathlib import Path
+
+_IPC_CREAT = 0o1000
+_IPC_RMID = 0
+
+_libc = ctypes.CDLL(None, use_errno=True)
+_libc.shmat.restype = ctypes.c_void_p
+_libc.shmat.argtypes = [ctypes.c_int, ctypes.c_void_p, ctypes.c_int]
+_libc.shmget.argtypes = [ctypes.c_int, ctypes.c_size_t, ctypes.c_int]
+_libc.shmdt.argtypes = [ctypes.c_void_p]
+
+
+@dataclass(frozen=True)
+class IpcObject:
+    """One line of the kernel's list. `kind` is "shm", "sem" or "msg"; `size` is 0 but for "shm"."""
+
+    kind: str
+    key: int
+    id: int
+    size: int = 0
+
+
+def _checked(result: int, call: str) -> int:
+    if result == -1:
+        error = ctypes.get_errno()
+        raise OSError(error, f"{call}: {os.strerror(error)}")
+    return result
+
+
+def _signed(key: int) -> int:
+    return ctypes.c_int32(key).value
+
+
+def objects() -> list[IpcObject]:
+    """Every System V object of this IPC namespace."""
+    found = []
+    for kind in ("shm", "sem", "msg"):
+        for line in Path(f"/proc/sysvipc/{kind}").read_text().splitlines()[1:]:
+            column = [int(text) for text in line.split()]
+            size = column[3] if kind == "shm" else 0
+            found.append(IpcObject(kind, column[0] & 0xFFFFFFFF, column[1], size))
+    return found
+
+
+def find_segment(key: int) -> IpcObject | None:
+    return next((o for o in objects() if o.kind == "shm" and o.key == key), None)
+
+
+def create_segment(key: int, size: int) -> IpcObject:
+    """Makes a segment of zeros, as a foreign process of the controller would."""
+    number = _checked(_libc.shmget(_signed(key), size, _IPC_CREAT | 0o600), "shmget")
+    return IpcObject("shm", key, number, size)
+
+
+def remove(target: IpcObject) -> None:
+    if target.kind == "shm":
+        _checked(_libc.shmctl(target.id, _IPC_RMID, None), "shmctl")
+    elif target.kind == "sem":
+        _checked(_libc.semctl(target.id, 0, _IPC_RMID, 0), "semctl")
+    else:
+        _checked(_libc.msgctl(target.id, _IPC_RMID, None), "msgctl")
+
+
+class Attached:
+    """The bytes of a segment, in place: what is written here the other processes read."""
+
+    def __init__(self, segment: IpcObject) -> None:
+        address = _libc.shmat(segment.id, None, 0)
+        if address in (None, ctypes.c_void_p(-1).value):
+            raise OSError(ctypes.get_errno(), "shmat")
+        self._address = address
+        self.bytes = memoryview((ctypes.c_ubyte * segment.size).from_address(address)).cast("B")
+
+    def detach(self) -> None:
+        self.bytes.release()
+        _libc.shmdt(self._address)

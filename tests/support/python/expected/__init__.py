@@ -1,0 +1,1 @@
+"""What the server must publish for a configuration, worked out without the server's code."""

@@ -1,0 +1,171 @@
+"""A client of another make, its calls made from plain functions.
+
+The session lives in an event loop of its own thread, so that its keep-alives and notifications go on
+while a test looks at something else.
+"""
+
+import asyncio
+import threading
+from collections.abc import Coroutine, Iterable
+from contextlib import suppress
+from typing import Any
+
+from asyncua import Client, ua
+
+from expected.address_space import Node, Text, OBJECTS_FOLDER, NodeKey
+from programs import ENDPOINT
+
+_TIMEOUT_S = 15.0
+_NODES_A_REQUEST = 500
+
+OBJECTS_FOLDER_ID = ua.NodeId(85, 0)
+
+_NODE_ATTRIBUTES = (
+    ua.AttributeIds.NodeClass,
+    ua.AttributeIds.BrowseName,
+    ua.AttributeIds.DisplayName,
+    ua.AttributeIds.Description,
+)
+_VARIABLE_ATTRIBUTES = (
+    ua.AttributeIds.AccessLevel,
+    ua.AttributeIds.UserAccessLevel,
+    ua.AttributeIds.DataType,
+    ua.AttributeIds.ValueRank,
+    ua.AttributeIds.Historizing,
+)
+
+
+class OpcClient:
+    def __init__(self, endpoint: str = ENDPOINT) -> None:
+        self._loop = asyncio.new_event_loop()
+        self._thread = threading.Thread(target=self._loop.run_forever, daemon=True)
+        self._thread.start()
+        self.client = Client(endpoint, timeout=_TIMEOUT_S)
+        self.run(self.client.connect())
+        self.namespace: int = self.run(self.client.get_namespace_index("urn:vesk"))
+
+    def run(self, call: Coroutine[Any, Any, Any]) -> Any:
+        return asyncio.run_coroutine_threadsafe(call, self._loop).result(_TIMEOUT_S)
+
+    def close(self) -> None:
+        with suppress(Exception):  # the server may be gone already
+            self.run(self.client.disconnect())
+        self._loop.call_soon_threadsafe(self._loop.stop)
+        self._thread.join()
+        self._loop.close()
+
+    def node_id(self, key: NodeKey) -> ua.NodeId:
+        return ua.NodeId(key, self.namespace)
+
+    # -- Values
+
+    def read(self, key: NodeKey, attribute: ua.AttributeIds = ua.AttributeIds.Value) -> ua.DataValue:
+        return self.read_many([(self.node_id(key), attribute)])[0]
+
+    def read_many(self, wanted: Iterable[tuple[ua.NodeId, ua.AttributeIds]]) -> list[ua.DataValue]:
+        wanted = list(wanted)
+        results: list[ua.DataValue] = []
+        for first in range(0, len(wanted), _NODES_A_REQUEST):
+            parameters = ua.ReadParameters(TimestampsToReturn=ua.TimestampsToReturn.Both)
+            parameters.NodesToRead = [
+                ua.ReadValueId(NodeId=node, AttributeId=attribute)
+                for node, attribute in wanted[first : first + _NODES_A_REQUEST]
+            ]
+            results += self.run(self.client.uaclient.read(parameters))
+        return results
+
+    def write(self, key: NodeKey, value: Any, of_type: ua.VariantType) -> ua.StatusCode:
+        return self.write_data_value(key, ua.DataValue(ua.Variant(value, of_type)))
+
+    def write_data_value(
+        self,
+        key: NodeKey,
+        value: ua.DataValue,
+        attribute: ua.AttributeIds = ua.AttributeIds.Value,
+    ) -> ua.StatusCode:
+        wanted = ua.WriteValue(NodeId=self.node_id(key), AttributeId=attribute, Value=value)
+        parameters = ua.WriteParameters(NodesToWrite=[wanted])
+        return self.run(self.client.uaclient.write(parameters))[0]
+
+    # -- The address space
+
+    def address_space(self) -> dict[NodeKey, Node]:
+        """Every node of the server's namespace that hangs below the Objects folder."""
+        places = self._walk()
+        keys = list(places)
+        attributes = _NODE_ATTRIBUTES + _VARIABLE_ATTRIBUTES
+        results = self.read_many(
+            (self.node_id(key), attribute) for key in keys for attribute in attributes
+        )
+        width = len(attributes)
+        return {
+            key: _node(places[key], results[index * width : (index + 1) * width])
+            for index, key in enumerate(keys)
+        }
+
+    def browse(
+        self,
+        nodes: list[ua.NodeId],
+        direction: ua.BrowseDirection = ua.BrowseDirection.Both,
+    ) -> list[list[ua.ReferenceDescription]]:
+        parameters = ua.BrowseParameters(RequestedMaxReferencesPerNode=0)
+        parameters.NodesToBrowse = [
+            ua.BrowseDescription(
+                NodeId=node,
+                BrowseDirection=direction,
+                ReferenceTypeId=ua.NodeId(ua.ObjectIds.References),
+                IncludeSubtypes=True,
+                NodeClassMask=0,
+                ResultMask=ua.BrowseResultMask.All,
+            )
+            for node in nodes
+        ]
+        results = self.run(self.client.uaclient.browse(parameters))
+        for result in results:
+            result.StatusCode.check()
+            assert not result.ContinuationPoint
+        return [result.References for result in results]
+
+    def _walk(self) -> dict[NodeKey, list[ua.ReferenceDescription]]:
+        """All references, both ways, of each node found from the Objects folder down."""
+        found: dict[NodeKey, list[ua.ReferenceDescription]] = {}
+        level = self._children(self.browse([OBJECTS_FOLDER_ID])[0])
+        while level:
+            references: list[list[ua.ReferenceDescription]] = []
+            for first in range(0, len(level), _NODES_A_REQUEST):
+                references += self.browse(level[first : first + _NODES_A_REQUEST])
+            for node, own in zip(level, references):
+                assert node.Identifier not in found, f"{node} hangs in two places"
+                found[node.Identifier] = own
+            level = [child for own in references for child in self._children(own)]
+        return found
+
+    def _children(self, references: list[ua.ReferenceDescription]) -> list[ua.NodeId]:
+        return [
+            reference.NodeId
+            for reference in references
+            if reference.IsForward and reference.NodeId.NamespaceIndex == self.namespace
+        ]
+
+
+def _node(references: list[ua.ReferenceDescription], attributes: list[ua.DataValue]) -> Node:
+    (parent,) = (r for r in references if not r.IsForward)
+    (type_definition,) = (
+        r for r in references if r.ReferenceTypeId.Identifier == ua.ObjectIds.HasTypeDefinition
+    )
+    at_objects = parent.NodeId == OBJECTS_FOLDER_ID
+    node_class, browse_name, display_name, description = (d.Value.Value for d in attributes[:4])
+    place = (
+        int(node_class),
+        OBJECTS_FOLDER if at_objects else parent.NodeId.Identifier,
+        parent.ReferenceTypeId.Identifier,
+        type_definition.NodeId.Identifier,
+        browse_name.Name,
+        Text(display_name.Locale, display_name.Text),
+        Text(description.Locale, description.Text),
+    )
+    if node_class != ua.NodeClass.Variable:
+        return Node(*place)
+    level, user_level, data_type, rank, historizing = (d.Value.Value for d in attributes[4:])
+    assert level == user_level
+    return Node(*place, level, data_type.Identifier, rank, historizing)
