@@ -13,11 +13,10 @@
 // ---- One reading for all searches --------------------------------------------------------------
 
 namespace {
-/// What tells one state of one file from another. All zero: there is no such file.
+/// What tells one file, and one state of it, from another. All zero: there is no such file.
 using FileState = std::array<std::int64_t, 7>;
 
 struct IndexedFile {
-    std::string path;
     FileState state{};
     std::unique_ptr<const ConfigLines> lines;
 };
@@ -43,8 +42,8 @@ static std::string readAll(const std::string& path) {
 static const ConfigLines& linesOf(const std::string& path) {
     static IndexedFile last;
     const FileState state = stateOf(path);
-    if (!last.lines || last.path != path || last.state != state) {
-        last = {path, state, std::make_unique<ConfigLines>(readAll(path))};
+    if (!last.lines || last.state != state) {
+        last = {state, std::make_unique<ConfigLines>(readAll(path))};
     }
     return *last.lines;
 }
