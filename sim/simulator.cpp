@@ -43,6 +43,7 @@ Simulator::Simulator(Options options, std::ostream& out, const volatile std::sig
 
 void Simulator::run() {
     const auto begin = Clock::now();
+    readConfig();
     Site site(controllerFolders(), out_);
     site.enter(options_.fresh);
     out_ << "Каталог контроллера " << site.folders().root.string() << "\n";
@@ -67,6 +68,13 @@ void Simulator::run() {
 
 // ---- files -------------------------------------------------------------------------------------
 
+/// Before anything is made or removed, so that a misspelt name changes nothing.
+void Simulator::readConfig() {
+    if (options_.config.empty()) return;
+    config_ = readFile(options_.config);
+    if (!config_) throw Failure(ExitCode::usage, "не читается файл " + options_.config);
+}
+
 void Simulator::placeFiles(Site& site) {
     const Folders& folders = site.folders();
     site.makeFile(folders.offsetFile(), offsetFile());
@@ -87,17 +95,15 @@ void Simulator::placeFiles(Site& site) {
 void Simulator::placeServerIni(Site& site) {
     const auto file = site.folders().serverIni();
     if (site.keepsEdited(file)) {
-        if (!options_.config.empty()) {
+        if (config_) {
             throw Failure(ExitCode::foreign,
                           "файл " + file.string() +
                               " был изменён, и ключ --config его бы стёр. Уберите файл или "
                               "добавьте ключ --fresh.");
         }
         out_ << "Взят изменённый ранее файл " << file.string() << " (образец - с ключом --fresh)\n";
-    } else if (!options_.config.empty()) {
-        const auto bytes = readFile(options_.config);
-        if (!bytes) throw Failure(ExitCode::usage, "не читается файл " + options_.config);
-        site.makeFile(file, *bytes);
+    } else if (config_) {
+        site.makeFile(file, *config_);
         out_ << "Конфигурация сервера: " << options_.config << "\n";
     } else {
         site.makeFile(file, serverIni(options_.port.value_or(kDefaultPort)));

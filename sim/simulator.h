@@ -3,6 +3,8 @@
 #include <chrono>
 #include <csignal>
 #include <iosfwd>
+#include <optional>
+#include <string>
 
 #include "cycle_stats.h"
 #include "memory/controller_ipc.h"
@@ -26,6 +28,7 @@ class Simulator {
   private:
     using Clock = std::chrono::steady_clock;
 
+    void readConfig();
     void placeFiles(Site& site);
     void placeServerIni(Site& site);
     void readCycleTime(const Site& site);
@@ -36,6 +39,7 @@ class Simulator {
     Options options_;
     std::ostream& out_;
     const volatile std::sig_atomic_t& stop_;
+    std::optional<std::string> config_;  // bytes of the file of --config
     std::chrono::milliseconds cycle_{};
     CycleStats stats_;
     Clock::time_point nextStats_;

@@ -1,6 +1,7 @@
 #include "plant/analog_scan.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdint>
 
 #include "layout/field_table.h"
@@ -83,7 +84,7 @@ float measured(const std::byte* record, float signal, float before, SensorFault:
 
 /// Filter time 0, the default, passes the value as it is.
 float filtered(float before, float now, float filterSeconds, float seconds) {
-    if (!(filterSeconds > 0)) return now;
+    if (!(filterSeconds > 0) || !std::isfinite(before)) return now;
     return before + (now - before) * seconds / (filterSeconds + seconds);
 }
 

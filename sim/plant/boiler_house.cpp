@@ -17,7 +17,7 @@ void follow(float& value, float target, float timeConstant, float dt) {
 constexpr float kDay = 86400;
 constexpr float kBoilerWater = 120;          // t/h through one boiler
 constexpr float kPumpFlow = 180;             // t/h of one network pump
-constexpr float kGasFlow = 400;              // m3/h of one burner, valve fully open
+constexpr float kGasFlow = 560;              // m3/h of one burner, valve fully open
 constexpr float kGasPressure = 30;           // kPa at the inlet without flow
 constexpr float kGasHeat = 0.0093F * 0.92F;  // MW per m3/h, with the boiler's efficiency
 constexpr float kKelvinPerMegawatt = 860;    // for 1 t/h of water
@@ -100,14 +100,14 @@ void BoilerHouse::stepBoiler(std::size_t boiler, const HouseInputs& inputs, floa
     const float burning = of(boiler, BoilerSignal::gasFlow);
     const float load = burning / kGasFlow;
 
-    const float air = fan * (200 + 6000 * airDamper);  // m3/h
+    const float air = fan * (200 + 7500 * airDamper);  // m3/h
     const float excess = burning > 1 ? air / (10 * burning) : 1000;
     const float oxygen = std::clamp(21 * (1 - 1 / std::max(excess, 1.0F)), 0.0F, 21.0F);
     const float monoxide = 12 + (excess < 1.05F ? (1.05F - excess) * 4000 : 0);
     follow(of(boiler, BoilerSignal::airPressure), fan * (0.4F + 1.6F * airDamper), 0.5F, dt);
     follow(of(boiler, BoilerSignal::oxygen), oxygen, 3, dt);
     follow(of(boiler, BoilerSignal::carbonMonoxide), std::min(monoxide, 500.0F), 3, dt);
-    follow(of(boiler, BoilerSignal::draft), 20 * air / 6200 - exhauster * (5 + 60 * draftDamper),
+    follow(of(boiler, BoilerSignal::draft), 20 * air / 7700 - exhauster * (5 + 60 * draftDamper),
            1.5F, dt);
     const bool flame = burning > 10;
     const float igniter = 60 * driveOf(boiler, BoilerDrive::igniter);

@@ -118,7 +118,8 @@ void ControlLoops::run(const DatabaseMemory& memory, const BoilerHouse& process,
         std::byte* record = memory.passport(AV, i);
         const float wanted = setPoint(memory, loop, record);
         const auto variable = processVariable(memory, house_, tag.signal, process);
-        inputs.controllerOutputs[loop] = runLoop(record, wanted, variable, seconds);
+        const float output = runLoop(record, wanted, variable, seconds);
+        inputs.controllerOutputs[loop] = std::clamp(output, 0.0F, 100.0F);  // what a drive can do
     }
 }
 

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstdint>
 
+#include "layout/field_table.h"
 #include "layout/little_endian.h"
 #include "plant/analog_scan.h"
 #include "plant/contact_scan.h"
@@ -59,19 +60,39 @@ Plant::Plant(const DatabaseMemory& memory, std::uint64_t seed, timeval now) : me
     stampTimes(now);
 }
 
-/// Lets the process come to rest without sensor failures. All houses take the same course until
-/// they are seeded apart, but each has its own records, so each runs it.
+/// Lets the process of the first house come to rest, without sensor failures; the others take over
+/// where it ends.
 void Plant::settle() {
-    constexpr int kSteps = 120;
+    constexpr int kSteps = 240;
     constexpr float kStep = 0.5F;
+    House& first = houses_.front();
+    for (int i = 0; i < kSteps; ++i) {
+        control(0, kStep);
+        first.process.advance(first.inputs, kStep);
+        scanAnalogs(memory_, 0, first.process, first.sensorFault, kStep);
+    }
+    copyFirstHouse();
     for (std::size_t number = 0; number < houses_.size(); ++number) {
-        for (int i = 0; i < kSteps; ++i) {
-            House& house = houses_[number];
-            control(number, kStep);
-            house.process.advance(house.inputs, kStep);
-            scanAnalogs(memory_, number, house.process, house.sensorFault, kStep);
+        const House& house = houses_[number];
+        scanAnalogs(memory_, number, houses_[number].process, house.sensorFault, kStep);
+        scanContacts(memory_, number, house.process, house.contactFault);
+    }
+}
+
+/// There is more than one house only for types of which the first house has all variables.
+void Plant::copyFirstHouse() {
+    for (std::size_t number = 1; number < houses_.size(); ++number) {
+        houses_[number].process = houses_.front().process;
+        for (std::size_t loop = 0; loop < kHouseLoops; ++loop) {
+            const std::size_t i = number * kHouseLoops + loop;
+            if (i >= memory_.of(TypeCode::AV).count) break;
+            const std::byte* from = memory_.passport(TypeCode::AV, loop);
+            std::byte* to = memory_.passport(TypeCode::AV, i);
+            for (const std::size_t field :
+                 {at(TypeCode::AV, "RSS"), at(TypeCode::AV, "IM"), at(TypeCode::AV, "IMR")}) {
+                std::copy_n(from + field, sizeof(float), to + field);
+            }
         }
-        scanContacts(memory_, number, houses_[number].process, houses_[number].contactFault);
     }
 }
 

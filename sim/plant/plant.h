@@ -38,6 +38,7 @@ class Plant {
     };
 
     void settle();
+    void copyFirstHouse();
     void control(std::size_t number, float seconds);
     void scan(std::size_t number, float seconds);
     void countPlainValues();

@@ -25,7 +25,7 @@ using enum Unit;
 // clang-format off
 constexpr AnalogRow kBoilerAnalogs[] = {
     {"К#Ргаз",   "Газ К#",   "Р, кПа",   kilopascal,        2,    0,   40,    2,    4,   30,   35, 0.05F},
-    {"К#Fгаз",   "Газ К#",   "F, м3/ч",  cubicMetrePerHour, 0,    0,  500,   -1,    5,  420,  450, 1.0F},
+    {"К#Fгаз",   "Газ К#",   "F, м3/ч",  cubicMetrePerHour, 0,    0,  700,   -1,    5,  600,  650, 1.0F},
     {"К#Рвозд",  "Воздух#","Р, кПа",   kilopascal,        2,    0,  2.5F, 0.1F, 0.2F, 2.2F, 2.4F, 0.01F},
     {"К#Разр",   "Разреж.#","топка,Па", pascal,            1, -100,   50,  -80,  -60,   -5,    5, 0.4F},
     {"К#Твх",    "Вода К#",  "Твх,°C",   celsius,           1,    0,  150,   30,   45,   90,  100, 0.05F},
@@ -57,7 +57,7 @@ constexpr AnalogRow kCommonAnalogs[] = {
     {"Ргвс",     "ГВС",      "Р,МПа",    megapascal,        3,    0,    1, 0.2F, 0.3F, 0.7F, 0.8F, 0.001F},
     {"Fгвс",     "ГВС",      "F, т/ч",   tonnePerHour,      1,    0,   40,   -2,   -1,   36,   38, 0.1F},
     {"РгазВвод", "Газ ввод", "Р, кПа",   kilopascal,        1,    0,   60,    5,   15,   45,   50, 0.1F},
-    {"FгазОбщ",  "Газ ввод", "F, м3/ч",  cubicMetrePerHour, 0,    0, 1500,   -2,   -1, 1300, 1400, 2.0F},
+    {"FгазОбщ",  "Газ ввод", "F, м3/ч",  cubicMetrePerHour, 0,    0, 2000,   -2,   -1, 1700, 1850, 2.0F},
     {"ТгазВвод", "Газ ввод", "Т,°C",     celsius,           1,  -40,   60,  -30,  -20,   40,   50, 0.03F},
     {"Рхол",     "Хол.вода", "Р,МПа",    megapascal,        3,    0,    1, 0.1F, 0.2F, 0.6F, 0.7F, 0.001F},
     {"НС1 ток",  "Насос С1","ток, А",   ampere,            1,    0,  150,   -2,   -1,  110,  120, 0.4F},
@@ -188,8 +188,8 @@ struct LoopRow {
 };
 
 constexpr LoopRow kBoilerLoops[] = {
-    {"К#РегГаз", "Регул.Т", "воды К#", n(BoilerSignal::waterOut), static_cast<std::size_t>(BoilerInput::temperature), 3.0F, 12, 70, 1},
-    {"К#РегВоз", "Регул.О2","дыма К#", n(BoilerSignal::oxygen),   static_cast<std::size_t>(BoilerInput::oxygen),      1.5F,  5, 55, 1},
+    {"К#РегГаз", "Регул.Т", "воды К#", n(BoilerSignal::waterOut), static_cast<std::size_t>(BoilerInput::temperature), 3.0F, 12, 74, 1},
+    {"К#РегВоз", "Регул.О2","дыма К#", n(BoilerSignal::oxygen),   static_cast<std::size_t>(BoilerInput::oxygen),      2.5F,  5, 63, 1},
     {"К#РегРаз", "Регулят.","разр К#", n(BoilerSignal::draft),    static_cast<std::size_t>(BoilerInput::draft),      -0.6F,  3, 50, 1},
 };
 constexpr LoopRow kCommonLoops[] = {
