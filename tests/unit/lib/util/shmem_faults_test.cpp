@@ -97,7 +97,7 @@ TEST(ShmOpenFaults, AreToldInTheTextsThatOperatorsKnow) {
 TEST(GetShmidxFaults, AttachingIsTold) {
     const VeskPath path;
     ChildProcess child([&] {
-        shmget(path.key("proxy", 'j'), 1, IPC_CREAT | 0777);
+        EXPECT_NE(shmget(path.key("proxy", 'j'), 1, IPC_CREAT | 0777), -1);
         attachError = ENOMEM;
         EXPECT_EQ(get_shmidx(kGenerationIpcIndex, ID_mas.data()), 255);
         attachError = 0;

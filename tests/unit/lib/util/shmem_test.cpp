@@ -34,22 +34,22 @@ std::uint8_t* setGeneration(const VeskPath& path, std::uint8_t value) {
 TEST(ShmKey, FixedRowsNameTheFileAndCharacterOfTheController) {
     const VeskPath path;
     const struct {
+        const char* file;
         int index;
         char debug;
-        const char* file;
         unsigned char project;
     } cases[] = {
-        {0, 0, "proxy", 'a'},    {1, 0, "proxy", 'b'},    {3, 0, "proxy", 'c'},
-        {4, 0, "proxy", 'b'},    {5, 0, "proxy", 'e'},    {9, 0, "proxy", 'i'},
-        {28, 0, "vskontr", 'a'}, {29, 0, "vskontr", 'b'}, {32, 0, "vskontr", 'c'},
-        {33, 0, "rezerv", 'a'},  {35, 0, "udpvesk", 'a'}, {36, 0, "sim", 'a'},
-        {43, 0, "sim", 'h'},     {44, 0, "sigsim", 'a'},  {45, 0, "vskontr", 'd'},
-        {46, 0, "vskontr", 'e'}, {48, 0, "proxy", 'j'},   {90, 0, "sim", 'j'},
-        {1, 1, "proxy", 'b'},    {3, 1, "cm", 'c'},       {9, 1, "cm", 'i'},
-        {28, 1, "vskontr", 'a'}, {29, 1, "cm", 'k'},      {32, 1, "cm", 'l'},
-        {33, 1, "show", 'a'},    {35, 1, "show", 'c'},    {38, 1, "sim", 'c'},
-        {40, 1, "show", 'd'},    {42, 1, "sim", 'g'},     {43, 1, "sim", 'h'},
-        {45, 1, "vskontr", 'd'}, {90, 1, "sim", 'j'},
+        {"proxy", 0, 0, 'a'},    {"proxy", 1, 0, 'b'},    {"proxy", 3, 0, 'c'},
+        {"proxy", 4, 0, 'b'},    {"proxy", 5, 0, 'e'},    {"proxy", 9, 0, 'i'},
+        {"vskontr", 28, 0, 'a'}, {"vskontr", 29, 0, 'b'}, {"vskontr", 32, 0, 'c'},
+        {"rezerv", 33, 0, 'a'},  {"udpvesk", 35, 0, 'a'}, {"sim", 36, 0, 'a'},
+        {"sim", 43, 0, 'h'},     {"sigsim", 44, 0, 'a'},  {"vskontr", 45, 0, 'd'},
+        {"vskontr", 46, 0, 'e'}, {"proxy", 48, 0, 'j'},   {"sim", 90, 0, 'j'},
+        {"proxy", 1, 1, 'b'},    {"cm", 3, 1, 'c'},       {"cm", 9, 1, 'i'},
+        {"vskontr", 28, 1, 'a'}, {"cm", 29, 1, 'k'},      {"cm", 32, 1, 'l'},
+        {"show", 33, 1, 'a'},    {"show", 35, 1, 'c'},    {"sim", 38, 1, 'c'},
+        {"show", 40, 1, 'd'},    {"sim", 42, 1, 'g'},     {"sim", 43, 1, 'h'},
+        {"vskontr", 45, 1, 'd'}, {"sim", 90, 1, 'j'},
     };
     for (const auto& c : cases) {
         EXPECT_EQ(ShmKey(c.index, c.debug), path.key(c.file, c.project))
@@ -68,32 +68,32 @@ TEST(ShmKey, StarRowsFollowTheGeneration) {
     const VeskPath path;
     const struct {
         const char* why;
+        const char* file;
         int index;
         char debug;
         std::uint8_t generation;
-        const char* file;
         unsigned char project;
     } cases[] = {
-        {"table position = index", 10, 0, 0, "vskontr", 0x0A},
-        {"last database table", 27, 0, 0, "vskontr", 0x42},
-        {"index and generation add up", 59, 0, 5, "vskontr", 0xD9},
-        {"the sum wraps at 256", 59, 0, 200, "vskontr", 0x03},
-        {"time-quality-flags table", 85, 0, 1, "vskontr", 0x2F},
-        {"low generations are bytes, not signed", 10, 0, 0x90, "vskontr", 0xB4},
-        {"file of row 2", 2, 0, 3, "proxy", 0x05},
-        {"first and last of a run", 49, 0, 0, "proxy", 0x3E},
-        {"first and last of a run", 58, 0, 0, "proxy", 0xD3},
-        {"row between two files", 76, 0, 0, "cm", 0x73},
-        {"row after it", 77, 0, 0, "proxy", 0x74},
-        {"row 82 lies alone", 82, 0, 0, "vskontr", 0x2B},
-        {"row 87", 87, 0, 0, "proxy", 0x30},
-        {"debug moves the database tables", 10, 1, 0, "cm", 0x0A},
-        {"debug leaves the counts", 59, 1, 0, "vskontr", 0xD4},
-        {"debug moves row 60", 60, 1, 0, "cm", 0xD5},
-        {"debug leaves row 65", 65, 1, 0, "proxy", 0xDA},
-        {"debug moves row 70", 70, 1, 0, "cm", 0xB8},
-        {"debug leaves row 71", 71, 1, 0, "vskontr", 0x6E},
-        {"debug moves row 86", 86, 1, 0, "cm", 0x2F},
+        {"table position = index", "vskontr", 10, 0, 0, 0x0A},
+        {"last database table", "vskontr", 27, 0, 0, 0x42},
+        {"index and generation add up", "vskontr", 59, 0, 5, 0xD9},
+        {"the sum wraps at 256", "vskontr", 59, 0, 200, 0x03},
+        {"time-quality-flags table", "vskontr", 85, 0, 1, 0x2F},
+        {"low generations are bytes, not signed", "vskontr", 10, 0, 0x90, 0xB4},
+        {"file of row 2", "proxy", 2, 0, 3, 0x05},
+        {"first and last of a run", "proxy", 49, 0, 0, 0x3E},
+        {"first and last of a run", "proxy", 58, 0, 0, 0xD3},
+        {"row between two files", "cm", 76, 0, 0, 0x73},
+        {"row after it", "proxy", 77, 0, 0, 0x74},
+        {"row 82 lies alone", "vskontr", 82, 0, 0, 0x2B},
+        {"row 87", "proxy", 87, 0, 0, 0x30},
+        {"debug moves the database tables", "cm", 10, 1, 0, 0x0A},
+        {"debug leaves the counts", "vskontr", 59, 1, 0, 0xD4},
+        {"debug moves row 60", "cm", 60, 1, 0, 0xD5},
+        {"debug leaves row 65", "proxy", 65, 1, 0, 0xDA},
+        {"debug moves row 70", "cm", 70, 1, 0, 0xB8},
+        {"debug leaves row 71", "vskontr", 71, 1, 0, 0x6E},
+        {"debug moves row 86", "cm", 86, 1, 0, 0x2F},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.why);

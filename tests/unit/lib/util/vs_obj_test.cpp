@@ -77,11 +77,11 @@ class Messages : public testing::Test {
     // Answers one request after `wait` with its own text in brackets.
     static int answerOnce(milliseconds wait) {
         vs_obj own;
-        char data[100] = "[";
-        const int client = own.Receive(0, data + 1, 98);
-        std::strcat(data, "]");
+        char data[100] = {};
+        const int client = own.Receive(0, data, sizeof data - 1);
+        std::string answer = '[' + std::string(data) + ']';
         std::this_thread::sleep_for(wait);
-        return own.Reply(client, data, static_cast<unsigned>(std::strlen(data)), 0);
+        return own.Reply(client, answer.data(), static_cast<unsigned>(answer.size()), 0);
     }
     std::string ask(int pid, std::string text) const {
         std::array<char, 12> reply{};

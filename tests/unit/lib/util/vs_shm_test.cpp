@@ -110,7 +110,7 @@ TEST(RegistryLife, GenerationByteGoesWithItsMaker) {
 TEST(RegistryLife, WithoutItsSegmentNothingIsFoundOrTaken) {
     const VeskPath path;
     Capture err(STDERR_FILENO);
-    shmget(path.key("proxy", 'a'), 1599, IPC_CREAT | 0666);
+    ASSERT_NE(shmget(path.key("proxy", 'a'), 1599, IPC_CREAT | 0666), -1);
     vs_shm registry(0);
     EXPECT_EQ(registry.name_add("Opcua", 0), -1);
     EXPECT_EQ(registry.name_find("Opcua"), -1);
@@ -182,20 +182,20 @@ TEST_F(Registry, DeletesByPidOrName) {
     const struct {
         const char* why;
         std::vector<int> pids;  // of "a", "b", ...
+        const char* name;       // null: delete by pid
         int pid;
-        const char* name;  // null: delete by pid
         int result;
         const char* left;
     } cases[] = {
-        {"first", {1, 2, 3}, 1, nullptr, 1, "b c "},
-        {"last", {1, 2, 3}, 3, nullptr, 3, "a b "},
-        {"neighbours", {1, 2, 2, 2, 3}, 2, nullptr, 2, "a e "},
-        {"scattered", {2, 1, 2, 3, 2}, 2, nullptr, 2, "b d "},
-        {"unknown", {1, 2}, 7, nullptr, 0, "a b "},
-        {"free entries belong to nobody", {1, 2}, 0, nullptr, 0, "a b "},
-        {"by name", {1, 2, 2}, 0, "b", 2, "a c "},
-        {"by unknown name", {1, 2, 2}, 0, "bb", 0, "a b c "},
-        {"by no name", {1, 2, 2}, 0, "", 0, "a b c "},
+        {"first", {1, 2, 3}, nullptr, 1, 1, "b c "},
+        {"last", {1, 2, 3}, nullptr, 3, 3, "a b "},
+        {"neighbours", {1, 2, 2, 2, 3}, nullptr, 2, 2, "a e "},
+        {"scattered", {2, 1, 2, 3, 2}, nullptr, 2, 2, "b d "},
+        {"unknown", {1, 2}, nullptr, 7, 0, "a b "},
+        {"free entries belong to nobody", {1, 2}, nullptr, 0, 0, "a b "},
+        {"by name", {1, 2, 2}, "b", 0, 2, "a c "},
+        {"by unknown name", {1, 2, 2}, "bb", 0, 0, "a b c "},
+        {"by no name", {1, 2, 2}, "", 0, 0, "a b c "},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.why);
@@ -232,6 +232,7 @@ TEST_F(Registry, ServesManyProcessesAtOnce) {
     constexpr int kProcesses = 4;
     constexpr int kRounds = 200;
     std::vector<std::unique_ptr<ChildProcess>> children;
+    children.reserve(kProcesses);
     for (int i = 0; i < kProcesses; ++i) {
         children.push_back(std::make_unique<ChildProcess>([i] {
             vs_shm joined(0);
