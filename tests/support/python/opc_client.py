@@ -48,6 +48,9 @@ class OpcClient:
         return asyncio.run_coroutine_threadsafe(call, self._loop).result(_TIMEOUT_S)
 
     def close(self) -> None:
+        """Ends the session; a second call does nothing."""
+        if self._loop.is_closed():
+            return
         with suppress(Exception):  # the server may be gone already
             self.run(self.client.disconnect())
         self._loop.call_soon_threadsafe(self._loop.stop)

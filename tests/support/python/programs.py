@@ -101,6 +101,11 @@ class Server(Program):
         )
         assert self.is_alive(), f"opcuasrv ended: {self.describe_end()}"
 
+    def own_output(self) -> list[str]:
+        """What it printed, without the lines that the OPC UA library's logger writes."""
+        lines = self.output().decode("cp866").splitlines()
+        return [line for line in lines if not re.match(r"\[\d{4}-", line)]
+
     def log_lines(self) -> list[str]:
         """The log's texts; that each line begins with its time is checked on the way."""
         lines = LOG.read_text("utf-8").split("\n") if LOG.exists() else [""]
