@@ -42,10 +42,10 @@ namespace {
 class TreeWalk {
   public:
     TreeWalk(Session& session, const ItemChoice& choice, const BrowseProgress& progress)
-        : session_(session),
-          filter_(lowered(choice.filter)),
-          limit_(choice.limit),
-          progress_(progress) {}
+        : session_(session), limit_(choice.limit), progress_(progress) {
+        for (const std::string& filter : choice.filters)
+            filters_.push_back(lowered(filter));
+    }
 
     UA_StatusCode run(ItemList& list) {
         const UA_NodeId objects = UA_NODEID_NUMERIC(0, UA_NS0ID_OBJECTSFOLDER);
@@ -121,7 +121,7 @@ class TreeWalk {
     void accept(Child child, const std::string& tag) {
         ++seen_;
         if (progress_ && seen_ % 10'000 == 0) progress_(seen_);
-        if (!filter_.empty() && !matches(*child.id)) return;
+        if (!matches(*child.id)) return;
         groups_.back().push_back({std::move(child.id), tag, std::move(child.name)});
     }
 
@@ -133,8 +133,12 @@ class TreeWalk {
     }
 
     bool matches(const UA_NodeId& id) const {
-        return id.identifierType == UA_NODEIDTYPE_STRING &&
-               lowered(viewOf(id.identifier.string)).find(filter_) != std::string::npos;
+        if (filters_.empty()) return true;
+        if (id.identifierType != UA_NODEIDTYPE_STRING) return false;
+        const std::string text = lowered(viewOf(id.identifier.string));
+        return std::any_of(filters_.begin(), filters_.end(), [&](const std::string& filter) {
+            return text.find(filter) != std::string::npos;
+        });
     }
 
     void takeShares(ItemList& list) {
@@ -154,7 +158,7 @@ class TreeWalk {
     static bool isGood(UA_StatusCode status) { return status == UA_STATUSCODE_GOOD; }
 
     Session& session_;
-    std::string filter_;
+    std::vector<std::string> filters_;  // small letters
     std::size_t limit_;
     const BrowseProgress& progress_;
     std::vector<std::vector<Item>> groups_;  // by folder

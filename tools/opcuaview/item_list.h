@@ -18,7 +18,7 @@ struct Item {
 /// Which variables a command works on.
 struct ItemChoice {
     std::vector<std::string> nodeIds;  ///< "ns=1;s=..."; when given, these and no others
-    std::string filter;                ///< part of the node id, in any case; empty: all
+    std::vector<std::string> filters;  ///< parts of node ids, in any case, one must fit; empty: all
     std::size_t limit = 0;             ///< how many at most, spread over the folders; 0: all
 };
 

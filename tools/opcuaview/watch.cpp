@@ -307,7 +307,7 @@ class Watch {
     }
 
     ExitStatus noVariables() const {
-        const bool chosen = !options_.choice.filter.empty();
+        const bool chosen = !options_.choice.filters.empty();
         say(options_.url + (chosen ? ": выбору не отвечает ни одна переменная"
                                    : ": на сервере нет ни одной переменной"));
         return kNoValue;
@@ -366,8 +366,8 @@ void addWatchCommand(CLI::App& app, ExitStatus& status) {
         ->type_name("МС");
     command.add_flag("--plain", options->plain, "Печатать строками: сначала всё, затем изменения");
     command
-        .add_option("--filter", options->choice.filter,
-                    "Только переменные, в идентификаторе узла которых есть этот текст")
+        .add_option("--filter", options->choice.filters,
+                    "Только переменные с этим текстом в идентификаторе узла; можно повторять")
         ->type_name("ТЕКСТ");
     CLI::Option* node = command.add_option(
         "--node", options->choice.nodeIds,
@@ -378,7 +378,7 @@ void addWatchCommand(CLI::App& app, ExitStatus& status) {
                            "Не больше стольких переменных, поровну из каждой папки; 0 — все");
     limit->check(numberFrom(0, 10'000'000))->type_name("ЧИСЛО");
     command.callback([options, node, limit, &status] {
-        if (node->count() > 0 && (limit->count() > 0 || !options->choice.filter.empty())) {
+        if (node->count() > 0 && (limit->count() > 0 || !options->choice.filters.empty())) {
             throw CLI::ValidationError("--node", "вместе с --filter или --limit не указывается");
         }
         options->limitGiven = limit->count() > 0;
