@@ -13,6 +13,14 @@
 #include "lib/bd_vesk/tq.h"
 #include "lib/bd_vesk/typevars.h"
 
+/// Everything about one value, as CVeskBDSh::Read fills it.
+struct SReading {
+    TYPE_VAL type_atr = none;  ///< what getTypeAtr answers
+    SVal val;                  ///< what getVal reads; zero and of type `none` where it refuses
+    timeval time{};            ///< what getTime answers
+    unsigned quality = 0;      ///< what getQuality answers
+};
+
 /// The controller's real-time database as this process sees it: tables in shared memory that the
 /// database process owns, addressed by type, variable and attribute.
 ///
@@ -84,6 +92,11 @@ class CVeskBDSh : public TQManager {
     /// @return 1 when it has changed, else 0.
     virtual BOOL getChangeVal(SVariable var, SVal* last, SVal* aux);
 
+    /// Reads value type, value, time and quality of one address at once, each as its own operation
+    /// does. For callers that read all four: the packed SVariable travels through memory at each
+    /// call, which costs more than the reading. `out` is new or may hold a former reading.
+    void Read(std::uint8_t type, std::uint16_t num, std::uint16_t num_atr, SReading* out);
+
     // Time, quality and flags of a variable; its attribute does not matter. Only the types VA to DO
     // have them: for others, and for variables that do not exist, they read as 0 and setting them
     // answers -1.
@@ -126,13 +139,23 @@ class CVeskBDSh : public TQManager {
 
   private:
     enum class Source { curDat, curVal };
+    /// An SVariable in registers.
+    struct Address {
+        explicit Address(SVariable var) : type(var.type), num(var.num), atr(var.num_atr) {}
+        Address(std::uint8_t t, std::uint16_t n, std::uint16_t a) : type(t), num(n), atr(a) {}
+        unsigned type;
+        std::uint16_t num;
+        unsigned atr;
+    };
 
     static char tqType(SVariable var) { return static_cast<char>(var.type - 1); }
     static std::uint16_t tqIndex(SVariable var) { return static_cast<std::uint16_t>(var.num - 1); }
 
     [[nodiscard]] CTypeVars* tableOf(unsigned type) const;
-    [[nodiscard]] AtrPlace placeOfAttribute(SVariable var) const;
-    BOOL read(SVariable var, SVal* out, Source source);
+    [[nodiscard]] AtrPlace placeOfAttribute(Address at) const;
+    [[nodiscard]] bool hasAttribute(Address at) const;
+    [[nodiscard]] TYPE_VAL typeOf(Address at) const;
+    BOOL read(Address at, SVal* out, Source source) const;
     bool isChanged(std::uint8_t type, const SVal& now, const SVal& last) const;
 
     void findDatabase();

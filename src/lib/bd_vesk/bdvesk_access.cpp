@@ -20,23 +20,31 @@ BOOL CVeskBDSh::isVariable(SVariable var) {
     return table != nullptr && var.num <= table->maxnumAt();
 }
 
-BOOL CVeskBDSh::isAttribute(SVariable var) {
-    if (tableRow(var.type) == nullptr) return 0;
-    if (var.type > kDescribedTypeCount) return var.num_atr == 0;
-    return var.num_atr <= places_[var.type - 1U].size();
+bool CVeskBDSh::hasAttribute(Address at) const {
+    if (tableRow(at.type) == nullptr) return false;
+    if (at.type > kDescribedTypeCount) return at.atr == 0;
+    return at.atr <= places_[at.type - 1U].size();
 }
 
-AtrPlace CVeskBDSh::placeOfAttribute(SVariable var) const {
-    const std::size_t type = var.type - 1U;
-    const std::size_t index = var.num_atr - 1U;
+BOOL CVeskBDSh::isAttribute(SVariable var) {
+    return hasAttribute(Address(var));
+}
+
+AtrPlace CVeskBDSh::placeOfAttribute(Address at) const {
+    const std::size_t type = at.type - 1U;
+    const std::size_t index = at.atr - 1U;
     if (type >= places_.size() || index >= places_[type].size()) return {};
     return places_[type][index];
 }
 
-TYPE_VAL CVeskBDSh::getTypeAtr(SVariable var) {
-    if (var.num_atr != 0) return static_cast<TYPE_VAL>(placeOfAttribute(var).valueType);
-    const TableRow* const row = tableRow(var.type);
+TYPE_VAL CVeskBDSh::typeOf(Address at) const {
+    if (at.atr != 0) return static_cast<TYPE_VAL>(placeOfAttribute(at).valueType);
+    const TableRow* const row = tableRow(at.type);
     return row != nullptr ? row->valueType : none;
+}
+
+TYPE_VAL CVeskBDSh::getTypeAtr(SVariable var) {
+    return typeOf(Address(var));
 }
 
 // ---- Reading -----------------------------------------------------------------------------------
@@ -67,27 +75,38 @@ static void readField(const std::uint8_t* field, AtrPlace place, SVal& out) {
     }
 }
 
-BOOL CVeskBDSh::read(SVariable var, SVal* out, Source source) {
-    CTypeVars* const table = tableOf(var.type);
-    if (table == nullptr || !isAttribute(var) || out == nullptr) return 0;
+BOOL CVeskBDSh::read(Address at, SVal* out, Source source) const {
+    CTypeVars* const table = tableOf(at.type);
+    if (table == nullptr || !hasAttribute(at) || out == nullptr) return 0;
     out->Clear();
-    if (var.num_atr != 0) {
-        const auto* const record = static_cast<const std::uint8_t*>(table->getAdrPasp(var.num));
-        const AtrPlace place = placeOfAttribute(var);
+    if (at.atr != 0) {
+        const auto* const record = static_cast<const std::uint8_t*>(table->getAdrPasp(at.num));
+        const AtrPlace place = placeOfAttribute(at);
         if (record != nullptr) readField(record + place.offset, place, *out);
         return 1;
     }
-    const BOOL got = source == Source::curVal ? table->getCurVal(var.num, &out->value)
-                                              : table->getCurDat(var.num, &out->value);
-    if (got) out->type_val = kTables[var.type - 1U].valueType;
+    const BOOL got = source == Source::curVal ? table->getCurVal(at.num, &out->value)
+                                              : table->getCurDat(at.num, &out->value);
+    if (got) out->type_val = kTables[at.type - 1U].valueType;
     return 1;
 }
 
 BOOL CVeskBDSh::getVal(SVariable var, SVal* out) {
-    return read(var, out, Source::curVal);
+    return read(Address(var), out, Source::curVal);
 }
+
 BOOL CVeskBDSh::getDat(SVariable var, SVal* out) {
-    return read(var, out, Source::curDat);
+    return read(Address(var), out, Source::curDat);
+}
+
+void CVeskBDSh::Read(std::uint8_t type, std::uint16_t num, std::uint16_t num_atr, SReading* out) {
+    const Address at(type, num, num_atr);
+    out->type_atr = typeOf(at);
+    if (!read(at, &out->val, Source::curVal)) out->val.Clear();
+    const TQF* const record =
+        TQGetTQFPointer(static_cast<char>(type - 1), static_cast<std::uint16_t>(num - 1));
+    out->time = timeOf(record);
+    out->quality = qualityOf(record);
 }
 
 // ---- Writing -----------------------------------------------------------------------------------
@@ -130,7 +149,7 @@ BOOL CVeskBDSh::setDat(SVariable var, SVal val) {
         return 1;
     }
     auto* const record = static_cast<std::uint8_t*>(table->getAdrPasp(var.num));
-    const AtrPlace place = placeOfAttribute(var);
+    const AtrPlace place = placeOfAttribute(Address(var));
     if (record != nullptr) writeField(record + place.offset, place, val);
     return 1;
 }

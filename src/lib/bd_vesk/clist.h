@@ -21,8 +21,9 @@ class Bounded {
 
     /// The slot `index` places behind the first item, around the ring: any index meets a slot.
     [[nodiscard]] const T& slotAt(int index) const {
-        const int place = (start + index - 1) % Capacity;
-        return slots_[place < 0 ? place + Capacity : place];
+        int place = start + index - 1;
+        if (place < 0 || place >= Capacity) place = (place % Capacity + Capacity) % Capacity;
+        return slots_[place];
     }
 
     void clear() { *this = Bounded(); }

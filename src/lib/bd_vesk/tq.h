@@ -68,14 +68,10 @@ class TQManager {
     }
 
     timeval TQGetTime(char type, std::uint16_t index) const {
-        const TQF* const r = record(static_cast<std::uint8_t>(type), index);
-        if (r == nullptr) return {};
-        return {loadField<decltype(timeval::tv_sec)>(&r->Time.tv_sec),
-                loadField<decltype(timeval::tv_usec)>(&r->Time.tv_usec)};
+        return timeOf(record(static_cast<std::uint8_t>(type), index));
     }
     unsigned TQGetQuality(char type, std::uint16_t index) const {
-        const TQF* const r = record(static_cast<std::uint8_t>(type), index);
-        return r != nullptr ? loadField<std::uint32_t>(&r->Quality) : 0;
+        return qualityOf(record(static_cast<std::uint8_t>(type), index));
     }
     unsigned TQGetFlags(char type, std::uint16_t index) const {
         const TQF* const r = record(static_cast<std::uint8_t>(type), index);
@@ -90,6 +86,16 @@ class TQManager {
     void TQPrintAll() const;
 
   protected:
+    // Of a record, or of none.
+    static timeval timeOf(const TQF* r) {
+        if (r == nullptr) return {};
+        return {loadField<decltype(timeval::tv_sec)>(&r->Time.tv_sec),
+                loadField<decltype(timeval::tv_usec)>(&r->Time.tv_usec)};
+    }
+    static unsigned qualityOf(const TQF* r) {
+        return r != nullptr ? loadField<std::uint32_t>(&r->Quality) : 0;
+    }
+
     // Names as the controller's other code has them.
     char is_attached = 0;               ///< the counts were attached by this object
     char is_shared = 0;                 ///< the table is the shared one

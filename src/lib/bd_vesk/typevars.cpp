@@ -81,13 +81,13 @@ void* CTypeOf<Code>::getAdrCurDat(std::uint16_t num) {
 
 template <DB_TYPE Code>
 void* CTypeOf<Code>::getAdrCurVal(std::uint16_t num) {
-    constexpr const TableRow& row = kTables[Code - 1];
-    if constexpr (row.curValIndex != 0) {
-        return elementAt(arrays.PtrCurVal, num, Num, elementSize(row.valueType));
+    constexpr const TableRow& kRow = kTables[Code - 1];
+    if constexpr (kRow.curValIndex != 0) {
+        return elementAt(arrays.PtrCurVal, num, Num, elementSize(kRow.valueType));
     } else {
         void* const passport = CTypeOf::getAdrPasp(num);
         return passport == nullptr ? nullptr
-                                   : static_cast<std::uint8_t*>(passport) + row.valueOffset;
+                                   : static_cast<std::uint8_t*>(passport) + kRow.valueOffset;
     }
 }
 

@@ -43,7 +43,7 @@ TEST(AttributeFiles, AreReadEntryByEntry) {
     EXPECT_EQ(described(files.entries[0]), "1/0/103/3 2/7/108/0 3/0/4/6 ");
     EXPECT_EQ(described(files.entries[1]), "1/0/50/1 ");
     EXPECT_EQ(described(files.entries[7]), "1/0/107/2 2/0/167/3 ");
-    for (const std::size_t empty : {2, 3, 4, 5, 6})
+    for (const std::size_t empty : {2U, 3U, 4U, 5U, 6U})
         EXPECT_EQ(files.entries[empty].Num, 0);
 }
 
@@ -142,7 +142,7 @@ TEST(AttributeFiles, TellWhereTheyContradictEachOther) {
     EXPECT_EQ(read.faults[0].text, "-1 entries");
 
     bytes = sample().bytes();
-    for (const std::size_t i : {2, 3, 4, 5})
+    for (const std::size_t i : {2U, 3U, 4U, 5U})
         bytes.offsets[i] = 0xFF;  // entry 0 at the end of 4 GB
     EXPECT_EQ(readAtrFiles(bytes.offsets, bytes.types).faults[0].entry, 0);
 }

@@ -308,6 +308,36 @@ TEST_F(AccessTest, JudgesTwoAttributesOfAnalogOutputsByOthers) {
     }
 }
 
+TEST_F(AccessTest, ReadsAllAtOnceAsTheSingleOperationsDo) {
+    std::memset(bytes(85), 0x5A, 25 * 24);
+    std::memset(bytes(12), 0x3C, 12);
+    std::memset(va(1), 0x3D, 3 * 114);
+    SReading all;
+    for (const SVariable var : {SVariable{1, 2, 0},
+                                {1, 2, 1},
+                                {1, 2, 5},
+                                {1, 2, 8},
+                                {1, 4, 0},
+                                {1, 0, 1},
+                                {3, 5, 12},
+                                {5, 7, 1},
+                                {6, 1, 0},
+                                {11, 2, 0},
+                                {0, 1, 0},
+                                {12, 1, 0}}) {
+        SCOPED_TRACE(std::to_string(var.type) + "." + std::to_string(var.num + 0) + ".A" +
+                     std::to_string(var.num_atr + 0));
+        SVal val;
+        db().getVal(var, &val);
+        db().Read(var.type, var.num, var.num_atr, &all);  // over the former reading
+        EXPECT_EQ(all.type_atr, db().getTypeAtr(var));
+        EXPECT_EQ(std::memcmp(&all.val, &val, sizeof(val)), 0);
+        EXPECT_EQ(all.time.tv_sec, db().getTime(var).tv_sec);
+        EXPECT_EQ(all.time.tv_usec, db().getTime(var).tv_usec);
+        EXPECT_EQ(all.quality, db().getQuality(var));
+    }
+}
+
 TEST_F(AccessTest, TimesAndQualitiesAreThoseOfTheVariable) {
     // The table starts with 3 VA, 4 AV and 5 HI.
     constexpr int kFirstDI = 12;

@@ -25,7 +25,6 @@ std::uint8_t byteOf(CVeskBDSh& db, SVariable var, bool current) {
 
 TEST(LoadBD, AsksForElevenTypesAndAttachesTheirTables) {
     FullDatabase database;
-    AttributeFiles::write(database.system(), AttributeFiles().bytes());
     database.startAll();
     CVeskBDSh db(0);
     db.LoadBD();
@@ -263,21 +262,20 @@ TEST(LoadOffAtr, TellsFaultsWithFileEntryAndAttribute) {
     const struct {
         const char* why;
         void (*spoil)(AttributeFiles::Bytes&);
-        int result;
         const char* file;  // null: silent
         const char* text;
+        int result;
         TYPE_VAL first;  // of VA 1, whose entry is the first
     } cases[] = {
-        {"entry counts differ", [](auto& b) { b.types[0] = 9; }, -1, nullptr, "", none},
-        {"an empty file", [](auto& b) { b.offsets.clear(); }, -1, "offatrs.dat",
-         ": the file ends here\n", none},
-        {"cut in the second entry", [](auto& b) { b.types.resize(b.types.size() - 14); }, -1,
-         "atributs.dat", ", entry 1, attribute 1: the file ends here\n", type_float},
-        {"other counts in the first", [](auto& b) { b.types[2] = 5; }, -1, "atributs.dat",
-         ", entry 0: 5 attributes, 2 in the file of offsets\n", none},
-        {"an attribute outside", [](auto& b) { b.offsets[kOffsetOfSecond] = 111; }, 0,
-         "offatrs.dat", ", entry 0, attribute 2: 4 bytes at 111 are not inside a record of 114\n",
-         type_float},
+        {"entry counts differ", [](auto& b) { b.types[0] = 9; }, nullptr, "", -1, none},
+        {"an empty file", [](auto& b) { b.offsets.clear(); }, "offatrs.dat",
+         ": the file ends here\n", -1, none},
+        {"cut in the second entry", [](auto& b) { b.types.resize(b.types.size() - 14); },
+         "atributs.dat", ", entry 1, attribute 1: the file ends here\n", -1, type_float},
+        {"other counts in the first", [](auto& b) { b.types[2] = 5; }, "atributs.dat",
+         ", entry 0: 5 attributes, 2 in the file of offsets\n", -1, none},
+        {"an attribute outside", [](auto& b) { b.offsets[kOffsetOfSecond] = 111; }, "offatrs.dat",
+         ", entry 0, attribute 2: 4 bytes at 111 are not inside a record of 114\n", 0, type_float},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.why);
@@ -327,7 +325,7 @@ TEST(ObrBD, AsksTheDatabaseToProcess) {
 TEST(ObrBD, EndsTheProcessWhenTheDatabaseIsGone) {
     FullDatabase database;
     database.startAll();
-    ChildProcess server([&database] {
+    ChildProcess server([] {
         All = new vs_obj;
         CVeskBDSh db(0);
         db.LoadBD();

@@ -148,6 +148,7 @@ class FullDatabase : public Database {
             records += count(type);
         }
         segment(85, records * 24);
+        AttributeFiles::write(system(), AttributeFiles().bytes());  // no attributes
     }
 
     /// Starts the process with all types, or without one of them.

@@ -59,74 +59,70 @@ std::string layoutOf(const Row& row) {
 }
 
 // clang-format off
-const std::vector<Row>& rows() {
 #define F(field) FIELD(ANALOG, field)
-    static const Row va{"ANALOG", {
-        F(NKAN), F(NUSO), F(NPLT), F(N_INPUT), F(POZ), F(NAME1), F(NAME2), F(UNIT), F(PP), F(LIN),
-        F(NSHK), F(KSHK), F(NPG), F(VPG), F(NAG), F(VAG), F(GST), F(TSK), F(SK_UP), F(SK_DOWN),
-        F(FLT), F(SKD), F(DST), F(WorkVAL), F(OTS), F(NTR), F(KTR), F(TZV), F(TZN), F(ZAPRET),
-        F(STATUS1), F(STATUS2), F(ALARM), F(DIAGN), F(SELF_SECT), F(justify)},
-        "0c 1c 2c 3c 4c9 13c9 22c9 31c 32c 33c 34f 38f 42f 46f 50f 54f 58f 62f 66f 70f 74f 78f 82c "
-        "83f 87f 91f 95f 99f 103f 107b 108b 109b 110b 111b 112b 113c "};
+const Row kVa{"ANALOG", {
+    F(NKAN), F(NUSO), F(NPLT), F(N_INPUT), F(POZ), F(NAME1), F(NAME2), F(UNIT), F(PP), F(LIN),
+    F(NSHK), F(KSHK), F(NPG), F(VPG), F(NAG), F(VAG), F(GST), F(TSK), F(SK_UP), F(SK_DOWN),
+    F(FLT), F(SKD), F(DST), F(WorkVAL), F(OTS), F(NTR), F(KTR), F(TZV), F(TZN), F(ZAPRET),
+    F(STATUS1), F(STATUS2), F(ALARM), F(DIAGN), F(SELF_SECT), F(justify)},
+    "0c 1c 2c 3c 4c9 13c9 22c9 31c 32c 33c 34f 38f 42f 46f 50f 54f 58f 62f 66f 70f 74f 78f 82c "
+    "83f 87f 91f 95f 99f 103f 107b 108b 109b 110b 111b 112b 113c "};
 #undef F
 #define F(field) FIELD(ANALOG_OUT, field)
-    static const Row av{"ANALOG_OUT", {
-        F(NKAN), F(NUSO), F(NPLT), F(NOUT), F(POZ), F(NAME1), F(NAME2), F(POZP), F(POZD), F(PUW),
-        F(PAU), F(WIM), F(IMW), F(PP), F(ZD), F(ZPM), F(KP), F(T), F(KD), F(NEC), F(KNEC), F(TCP),
-        F(TCO), F(MAX), F(MIN), F(SMAX), F(SMIN), F(TKT), F(KL), F(TKL), F(reserved), F(KF), F(SIM),
-        F(PRM), F(PRD), F(ZDD), F(ZDP), F(PZD), F(RSS), F(RSSP), F(RSSN), F(IMP), F(IM), F(IMR),
-        F(TRU), F(TRVS), F(DIM), F(PIM), F(SRSS), F(FOR), F(TR), F(SCT1), F(SCT2), F(STATUS1),
-        F(STATUS2), F(STATUS3), F(STATUS4), F(STATUS5), F(STATUS6), F(ALARM), F(SELF_SECT),
-        F(justify)},
-        "0c 1c 2c 3c 4c9 13c9 22c9 31p 34p 37p 40p 43p 46p 49c 50f 54f 58f 62f 66f 70f 74f 78f 82f "
-        "86f 90f 94f 98f 102f 106c 107w 109w 111f 115f 119f 123f 127f 131f 135f 139f 143f 147f4 "
-        "163f 167f 171f 175c2 177c2 179f 183f 187f 191c 192c 193c 194c 195c 196c 197c 198c 199c "
-        "200c 201c 202c 203c "};
+const Row kAv{"ANALOG_OUT", {
+    F(NKAN), F(NUSO), F(NPLT), F(NOUT), F(POZ), F(NAME1), F(NAME2), F(POZP), F(POZD), F(PUW),
+    F(PAU), F(WIM), F(IMW), F(PP), F(ZD), F(ZPM), F(KP), F(T), F(KD), F(NEC), F(KNEC), F(TCP),
+    F(TCO), F(MAX), F(MIN), F(SMAX), F(SMIN), F(TKT), F(KL), F(TKL), F(reserved), F(KF), F(SIM),
+    F(PRM), F(PRD), F(ZDD), F(ZDP), F(PZD), F(RSS), F(RSSP), F(RSSN), F(IMP), F(IM), F(IMR),
+    F(TRU), F(TRVS), F(DIM), F(PIM), F(SRSS), F(FOR), F(TR), F(SCT1), F(SCT2), F(STATUS1),
+    F(STATUS2), F(STATUS3), F(STATUS4), F(STATUS5), F(STATUS6), F(ALARM), F(SELF_SECT),
+    F(justify)},
+    "0c 1c 2c 3c 4c9 13c9 22c9 31p 34p 37p 40p 43p 46p 49c 50f 54f 58f 62f 66f 70f 74f 78f 82f "
+    "86f 90f 94f 98f 102f 106c 107w 109w 111f 115f 119f 123f 127f 131f 135f 139f 143f 147f4 "
+    "163f 167f 171f 175c2 177c2 179f 183f 187f 191c 192c 193c 194c 195c 196c 197c 198c 199c "
+    "200c 201c 202c 203c "};
 #undef F
 #define F(field) FIELD(DIS_FV, field)
-    static const Row di{"DIS_FV", {
-        F(NKAN), F(NUSO), F(NPLT), F(N_INPUT), F(POZ), F(NAME1), F(NAME2), F(COLOR0), F(LOGNAME0),
-        F(COLOR1), F(LOGNAME1), F(KOP), F(INVERS), F(REG1), F(REG0), F(SGN0), F(SGN1), F(TYP_SGN),
-        F(ZZP), F(_ZZP), F(ROZD), F(SGN_Z), F(TIM1), F(TIM0), F(STATUS1), F(STATUS2), F(ALARM),
-        F(SELF_SECT), F(typevar), F(indvar), F(justify)},
-        "0c 1c 2c 3c 4c9 13c9 22c9 31c 32c 33c 34c 35c 36c 37c 38c 39c 40c 41c 42c 43c 44c 45c 46c "
-        "47c 48c 49c 50c 51c 52b 53s 55c "};
+const Row kDi{"DIS_FV", {
+    F(NKAN), F(NUSO), F(NPLT), F(N_INPUT), F(POZ), F(NAME1), F(NAME2), F(COLOR0), F(LOGNAME0),
+    F(COLOR1), F(LOGNAME1), F(KOP), F(INVERS), F(REG1), F(REG0), F(SGN0), F(SGN1), F(TYP_SGN),
+    F(ZZP), F(_ZZP), F(ROZD), F(SGN_Z), F(TIM1), F(TIM0), F(STATUS1), F(STATUS2), F(ALARM),
+    F(SELF_SECT), F(typevar), F(indvar), F(justify)},
+    "0c 1c 2c 3c 4c9 13c9 22c9 31c 32c 33c 34c 35c 36c 37c 38c 39c 40c 41c 42c 43c 44c 45c 46c "
+    "47c 48c 49c 50c 51c 52b 53s 55c "};
 #undef F
 #define F(field) FIELD(DIS_OUT, field)
-    static const Row dout{"DIS_OUT", {
-        F(NKAN), F(NUSO), F(TUSO), F(NPLT), F(N_OUTPUT), F(POZ), F(NAME1), F(NAME2), F(COLOR0),
-        F(LOGNAME0), F(COLOR1), F(LOGNAME1), F(KOP), F(INVERS), F(REG1), F(REG0), F(RVS), F(ZDR),
-        F(ZDA), F(OUT), F(DU), F(PLU), F(MU), F(TIME), F(STATUS1), F(STATUS2), F(ALARM),
-        F(SELF_SECT), F(typevar1), F(indvar1), F(typevar2), F(indvar2)},
-        "0c 1c 2c 3c 4c 5c9 14c9 23c9 32c 33c 34c 35c 36c 37c 38c 39c 40c 41c 42c 43c 44c 45c 46c "
-        "47c 48c 49c 50c 51c 52b 53s 55b 56s "};
+const Row kDout{"DIS_OUT", {
+    F(NKAN), F(NUSO), F(TUSO), F(NPLT), F(N_OUTPUT), F(POZ), F(NAME1), F(NAME2), F(COLOR0),
+    F(LOGNAME0), F(COLOR1), F(LOGNAME1), F(KOP), F(INVERS), F(REG1), F(REG0), F(RVS), F(ZDR),
+    F(ZDA), F(OUT), F(DU), F(PLU), F(MU), F(TIME), F(STATUS1), F(STATUS2), F(ALARM),
+    F(SELF_SECT), F(typevar1), F(indvar1), F(typevar2), F(indvar2)},
+    "0c 1c 2c 3c 4c 5c9 14c9 23c9 32c 33c 34c 35c 36c 37c 38c 39c 40c 41c 42c 43c 44c 45c 46c "
+    "47c 48c 49c 50c 51c 52b 53s 55b 56s "};
 #undef F
 #define F(Record, field) FIELD(Record, field)
-    static const Row hi{"HAND_INP", {
-        F(HAND_INP, POZ), F(HAND_INP, NAME1), F(HAND_INP, NAME2), F(HAND_INP, var_type),
-        F(HAND_INP, ALARM), F(HAND_INP, SELF_SECT)},
-        "0c9 9c9 18c9 27c 46c 47c "};
-    static const Row hiValues{"RV_NUMBER, RV_STRING, RV_BOOLEAN", {
-        F(RV_NUMBER, UNIT), F(RV_NUMBER, MAX), F(RV_NUMBER, MIN), F(RV_NUMBER, TZN),
-        F(RV_NUMBER, TZN2), F(RV_STRING, TZN), F(RV_STRING, COLOR), F(RV_BOOLEAN, TZN),
-        F(RV_BOOLEAN, LOGNAME0), F(RV_BOOLEAN, COLOR0), F(RV_BOOLEAN, LOGNAME1),
-        F(RV_BOOLEAN, COLOR1), F(RV_BOOLEAN, KOP)},
-        "0c 1f 5f 9f 13f 0c17 17c 0c 1c 2c 3c 4c 5c "};
-    static const Row others{"POZITION_TYPE, messages", {
-        F(POZITION_TYPE, type), F(POZITION_TYPE, index), F(SVariable, type), F(SVariable, num),
-        F(SVariable, num_atr), F(DB_REQUEST, command), F(DB_REQUEST, type), F(DB_REPLY, count),
-        F(DB_REPLY, type)},
-        "0b 1w 0b 1w 3w 0u 4u 16u 32u "};
+const Row kHi{"HAND_INP", {
+    F(HAND_INP, POZ), F(HAND_INP, NAME1), F(HAND_INP, NAME2), F(HAND_INP, var_type),
+    F(HAND_INP, ALARM), F(HAND_INP, SELF_SECT)},
+    "0c9 9c9 18c9 27c 46c 47c "};
+const Row kHiValues{"RV_NUMBER, RV_STRING, RV_BOOLEAN", {
+    F(RV_NUMBER, UNIT), F(RV_NUMBER, MAX), F(RV_NUMBER, MIN), F(RV_NUMBER, TZN),
+    F(RV_NUMBER, TZN2), F(RV_STRING, TZN), F(RV_STRING, COLOR), F(RV_BOOLEAN, TZN),
+    F(RV_BOOLEAN, LOGNAME0), F(RV_BOOLEAN, COLOR0), F(RV_BOOLEAN, LOGNAME1),
+    F(RV_BOOLEAN, COLOR1), F(RV_BOOLEAN, KOP)},
+    "0c 1f 5f 9f 13f 0c17 17c 0c 1c 2c 3c 4c 5c "};
+const Row kOthers{"POZITION_TYPE, messages", {
+    F(POZITION_TYPE, type), F(POZITION_TYPE, index), F(SVariable, type), F(SVariable, num),
+    F(SVariable, num_atr), F(DB_REQUEST, command), F(DB_REQUEST, type), F(DB_REPLY, count),
+    F(DB_REPLY, type)},
+    "0b 1w 0b 1w 3w 0u 4u 16u 32u "};
 #undef F
-    static const std::vector<Row> all{va, av, di, dout, hi, hiValues, others};
-    return all;
-}
 // clang-format on
 
 TEST(Passports, FieldsLieWhereTheControllerHasThem) {
-    for (const Row& row : rows()) {
-        SCOPED_TRACE(row.record);
-        EXPECT_EQ(layoutOf(row), row.expectedLayout);
+    for (const Row* row : {&kVa, &kAv, &kDi, &kDout, &kHi, &kHiValues, &kOthers}) {
+        SCOPED_TRACE(row->record);
+        EXPECT_EQ(layoutOf(*row), row->expectedLayout);
     }
 }
 
