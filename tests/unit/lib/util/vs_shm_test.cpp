@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 #include <sys/ipc.h>
+#include <sys/sem.h>
 #include <sys/shm.h>
 #include <unistd.h>
 
@@ -16,6 +17,7 @@
 #include "support/capture.h"
 #include "support/child_process.h"
 #include "support/vesk_path.h"
+#include "support/wait_until.h"
 
 namespace {
 
@@ -228,25 +230,34 @@ TEST_F(Registry, KeepsTheLastEntryTwiceAfterADeletionFromAFullTable) {
     EXPECT_EQ(raw.names(), "");
 }
 
-TEST_F(Registry, ServesManyProcessesAtOnce) {
-    constexpr int kProcesses = 4;
-    constexpr int kRounds = 200;
-    std::vector<std::unique_ptr<ChildProcess>> children;
-    children.reserve(kProcesses);
-    for (int i = 0; i < kProcesses; ++i) {
-        children.push_back(std::make_unique<ChildProcess>([i] {
+TEST_F(Registry, ChangesWaitForTheLockAndSearchesDoNot) {
+    raw.set(0, "VsBASE", live);
+    raw.set(1, "other", live2);
+    const struct {
+        const char* why;
+        int (*change)(vs_shm&, int pid);
+        const char* after;
+    } cases[] = {
+        {"add", [](vs_shm& r, int pid) { return r.name_add("new", pid); }, "VsBASE other new "},
+        {"delete by pid", [](vs_shm& r, int pid) { return r.pid_del(pid); }, "other "},
+        {"delete by name", [](vs_shm& r, int) { return r.name_del("other"); }, ""},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.why);
+        const std::string before = raw.names();
+        auto lock = std::make_unique<SemLock>(registry);
+        ChildProcess changing([&] {
             vs_shm joined(0);
-            const std::string name = "worker" + std::to_string(i);
-            for (int round = 0; round < kRounds; ++round) {
-                EXPECT_EQ(joined.name_add(name.c_str(), 0), getpid());
-                EXPECT_EQ(joined.name_del(name.c_str()), getpid());
-            }
+            EXPECT_EQ(joined.name_find("nobody"), -1);
+            EXPECT_GT(c.change(joined, live), 0);
             return 0;
-        }));
+        });
+        EXPECT_TRUE(waitUntil([&] { return semctl(registry.id_sem, 0, GETNCNT) == 1; }));
+        EXPECT_EQ(raw.names(), before);
+        lock.reset();
+        EXPECT_EQ(changing.wait(), 0);
+        EXPECT_EQ(raw.names(), c.after);
     }
-    for (auto& child : children)
-        EXPECT_EQ(child->wait(), 0);
-    EXPECT_EQ(raw.names(), "");
 }
 
 }  // namespace
