@@ -5,6 +5,7 @@
 #include <exception>
 #include <string>
 #include <thread>
+#include <vector>
 
 #include <CLI/CLI.hpp>
 
@@ -61,57 +62,103 @@ void printListing(std::uint16_t port) {
     }
 }
 
-void addAwait(CLI::App& app, const std::uint16_t& port) {
-    static double deadlineSeconds = 60;
-    CLI::App* command = app.add_subcommand(
-        "await", "wait for the first answered read; prints its CLOCK_MONOTONIC time");
-    command->add_option("--deadline", deadlineSeconds, "seconds to try")->capture_default_str();
-    command->callback([&port] { awaitFirstRead(port, deadlineSeconds); });
+// "PORT:PID"; throws what CLI11 shows as a usage error.
+bench::Target parseTarget(const std::string& argument) {
+    const std::size_t colon = argument.find(':');
+    bench::Target target;
+    if (colon == std::string::npos ||
+        !CLI::detail::lexical_cast(argument.substr(0, colon), target.port) ||
+        !CLI::detail::lexical_cast(argument.substr(colon + 1), target.pid)) {
+        throw CLI::ValidationError("--server", "\"" + argument + "\" is not PORT:PID");
+    }
+    return target;
 }
 
-void addRead(CLI::App& app, const std::uint16_t& port, const int& pid) {
-    static bench::ReadLoad load;
-    CLI::App* command = app.add_subcommand("read", "values per second of saturating reads");
-    command->add_option("--nodes", load.nodesPerRequest, "nodes a request")
-        ->capture_default_str()
-        ->check(CLI::Range(1, 10'000));
-    command->add_option("--seconds", load.seconds, "length of the measurement")
-        ->capture_default_str();
-    command->callback([&] { bench::loadReads(port, pid, load); });
-}
+/// The program's command line; the commands run while it is parsed.
+class CommandLine {
+  public:
+    CommandLine() {
+        app_.require_subcommand(1);
+        addAwait();
+        addList();
+        addRead();
+        addSubscribe();
+    }
+    CommandLine(const CommandLine&) = delete;
+    CommandLine& operator=(const CommandLine&) = delete;
 
-void addSubscribe(CLI::App& app, const std::uint16_t& port, const int& pid) {
-    static bench::SubscribeLoad load;
-    CLI::App* command = app.add_subcommand("subscribe", "processor time of a subscription");
-    command->add_option("--items", load.items, "monitored items")->capture_default_str();
-    command->add_option("--seconds", load.seconds, "length of the measurement")
-        ->capture_default_str();
-    command->callback([&] { bench::loadSubscription(port, pid, load); });
-}
+    int run(int argc, char** argv) {
+        CLI11_PARSE(app_, argc, argv);
+        return 0;
+    }
 
-int run(int argc, char** argv) {
-    std::uint16_t port = 4840;
-    int serverPid = 0;
-    CLI::App app{"Loads an OPC UA server on 127.0.0.1 and prints the measurement as JSON."};
-    app.require_subcommand(1);
-    app.fallthrough();
-    app.add_option("--port", port, "TCP port")->capture_default_str();
-    app.add_option("--server-pid", serverPid, "process whose time is counted");
-    addAwait(app, port);
-    addRead(app, port, serverPid);
-    addSubscribe(app, port, serverPid);
-    app.add_subcommand("list", "print the published tree, one sorted line a node")->callback([&] {
-        printListing(port);
-    });
-    CLI11_PARSE(app, argc, argv);
-    return 0;
-}
+  private:
+    void addAwait() {
+        CLI::App* command = app_.add_subcommand(
+            "await", "wait for the first answered read; prints its CLOCK_MONOTONIC time");
+        addPort(*command);
+        command->add_option("--deadline", deadlineSeconds_, "seconds to try")
+            ->capture_default_str();
+        command->callback([this] { awaitFirstRead(port_, deadlineSeconds_); });
+    }
+
+    void addList() {
+        CLI::App* command =
+            app_.add_subcommand("list", "print the published tree, one sorted line a node");
+        addPort(*command);
+        command->callback([this] { printListing(port_); });
+    }
+
+    void addRead() {
+        CLI::App* command = app_.add_subcommand("read", "values per second of saturating reads");
+        addServers(*command, "servers that take turns, as PORT:PID");
+        command->add_option("--nodes", read_.nodesPerRequest, "nodes a request")
+            ->capture_default_str()
+            ->check(CLI::Range(1, 10'000));
+        command->add_option("--seconds", read_.seconds, "length of the measurement of each server")
+            ->capture_default_str();
+        command->callback([this] { bench::loadReads(targets_, read_); });
+    }
+
+    void addSubscribe() {
+        CLI::App* command = app_.add_subcommand("subscribe", "processor time of a subscription");
+        addServers(*command, "server as PORT:PID")->expected(1);
+        command->add_option("--items", subscribe_.items, "monitored items")->capture_default_str();
+        command->add_option("--seconds", subscribe_.seconds, "length of the measurement")
+            ->capture_default_str();
+        command->callback([this] { bench::loadSubscription(targets_.front(), subscribe_); });
+    }
+
+    void addPort(CLI::App& command) {
+        command.add_option("--port", port_, "TCP port")->capture_default_str();
+    }
+
+    CLI::Option* addServers(CLI::App& command, const std::string& description) {
+        return command
+            .add_option_function<std::vector<std::string>>(
+                "--server",
+                [this](const std::vector<std::string>& arguments) {
+                    for (const std::string& argument : arguments) {
+                        targets_.push_back(parseTarget(argument));
+                    }
+                },
+                description)
+            ->required();
+    }
+
+    std::uint16_t port_ = 4840;
+    double deadlineSeconds_ = 60;
+    std::vector<bench::Target> targets_;
+    bench::ReadLoad read_;
+    bench::SubscribeLoad subscribe_;
+    CLI::App app_{"Loads OPC UA servers on 127.0.0.1 and prints the measurement as JSON."};
+};
 
 }  // namespace
 
 int main(int argc, char** argv) {
     try {
-        return run(argc, argv);
+        return CommandLine().run(argc, argv);
     } catch (const std::exception& error) {
         (void)std::fprintf(stderr, "bench_load_client: %s\n", error.what());
         return 1;

@@ -2,15 +2,20 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <vector>
 
 namespace bench {
 
-/// The commands of bench_load_client. Each prints one JSON object on standard output and throws
-/// UaError or std::runtime_error when it cannot measure.
+/// A server on this machine, and the process whose time is counted for it.
+struct Target {
+    std::uint16_t port = 0;
+    int pid = 0;
+};
 
 struct ReadLoad {
     std::size_t nodesPerRequest = 1000;
-    double seconds = 2.0;
+    double seconds = 2.0;       // for each server
+    double sliceSeconds = 0.1;  // at a stretch, before the next server has its turn
 };
 
 struct SubscribeLoad {
@@ -18,11 +23,15 @@ struct SubscribeLoad {
     double seconds = 5.0;
 };
 
-/// Values per second that the server delivers when requests always wait for it. Reads the tree's
-/// variables in turn. `serverPid` is the process whose processor time is counted.
-void loadReads(std::uint16_t port, int serverPid, const ReadLoad& load);
+// The commands of bench_load_client. Each prints one JSON object on standard output and throws
+// UaError or std::runtime_error when it cannot measure.
 
-/// Processor time that the server spends on a subscription, once the first values have been sent.
-void loadSubscription(std::uint16_t port, int serverPid, const SubscribeLoad& load);
+/// Values that each server delivers while requests always wait for it, reading the tree's variables
+/// in turn. The servers take turns slice by slice, so that what else happens on the machine meets
+/// all alike.
+void loadReads(const std::vector<Target>& targets, const ReadLoad& load);
+
+/// Processor time that a server spends on a subscription, once the first values have been sent.
+void loadSubscription(const Target& target, const SubscribeLoad& load);
 
 }  // namespace bench

@@ -1,5 +1,7 @@
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
+#include <memory>
 #include <span>
 #include <string>
 #include <vector>
@@ -73,43 +75,94 @@ std::size_t outstandingFor(std::size_t nodesPerRequest) {
     return std::clamp<std::size_t>(10'000 / nodesPerRequest, 10, 500);
 }
 
+/// One server under load, and what it has delivered slice by slice.
+class LoadedServer {
+  public:
+    LoadedServer(const Target& target, const ReadLoad& load)
+        : pid_(target.pid), nodesPerRequest_(load.nodesPerRequest), connection_(target.port) {
+        const NodeListing listing(connection_);
+        requests_ = prepareReads(connection_, listing.variables(), nodesPerRequest_);
+        sizes_ = rehearse(connection_, requests_, nodesPerRequest_);
+    }
+
+    void runSlice(double seconds);
+    /// The results as a JSON object.
+    std::string json() const;
+
+  private:
+    void postNext() { (void)connection_.post(requests_[sent_++ % requests_.size()]); }
+    void takeAnswer();
+
+    int pid_;
+    std::size_t nodesPerRequest_;
+    UaConnection connection_;
+    Requests requests_;
+    std::vector<std::size_t> sizes_;  // of the answers, by request
+    std::size_t sent_ = 0;            // equal to answered_ between slices
+    std::size_t answered_ = 0;
+    std::size_t bytes_ = 0;
+    std::string slices_;
+};
+
+void LoadedServer::takeAnswer() {
+    RawResponse response;
+    (void)connection_.nextResponse(response);
+    if (response.body.length != sizes_[answered_ % sizes_.size()]) {
+        throw UaError("Read: an answer of another length than before");
+    }
+    ++answered_;
+    bytes_ += response.body.length;
+}
+
+void LoadedServer::runSlice(double seconds) {
+    const std::size_t before = answered_;
+    const std::size_t outstanding = outstandingFor(nodesPerRequest_);
+    for (std::size_t i = 0; i < outstanding; ++i) {
+        postNext();
+    }
+    const ProcessWindow window(pid_);
+    while (window.elapsed() < seconds) {
+        takeAnswer();
+        postNext();
+    }
+    const std::size_t values = (answered_ - before) * nodesPerRequest_;
+    if (!slices_.empty()) slices_ += ", ";
+    slices_ += R"({"values": )" + std::to_string(values) + ", " + window.json() + "}";
+    while (answered_ < sent_) {
+        takeAnswer();
+    }
+}
+
+std::string LoadedServer::json() const {
+    const double perValue = static_cast<double>(bytes_) /
+                            static_cast<double>(std::max<std::size_t>(answered_, 1)) /
+                            static_cast<double>(nodesPerRequest_);
+    return R"({"bytes_per_value": )" + std::to_string(perValue) + R"(, "slices": [)" + slices_ +
+           "]}";
+}
+
 }  // namespace
 
-void loadReads(std::uint16_t port, int serverPid, const ReadLoad& load) {
-    UaConnection connection(port);
-    const NodeListing listing(connection);
-    const Requests requests = prepareReads(connection, listing.variables(), load.nodesPerRequest);
-    const auto sizes = rehearse(connection, requests, load.nodesPerRequest);
-
-    std::size_t sent = 0;
-    const auto postNext = [&] { (void)connection.post(requests[sent++ % requests.size()]); };
-    const std::size_t outstanding = outstandingFor(load.nodesPerRequest);
-    while (sent < outstanding) {
-        postNext();
+void loadReads(const std::vector<Target>& targets, const ReadLoad& load) {
+    std::vector<std::unique_ptr<LoadedServer>> servers;
+    servers.reserve(targets.size());
+    for (const Target& target : targets) {
+        servers.push_back(std::make_unique<LoadedServer>(target, load));
     }
-    std::size_t answered = 0;
-    std::size_t bytes = 0;
-    const ProcessWindow window(serverPid);
-    while (window.elapsed() < load.seconds) {
-        RawResponse response;
-        (void)connection.nextResponse(response);
-        if (response.body.length != sizes[answered % sizes.size()]) {
-            throw UaError("Read: an answer of another length than before");
+    const auto rounds = std::max(1L, std::lround(load.seconds / load.sliceSeconds));
+    for (long round = 0; round < rounds; ++round) {
+        for (const auto& server : servers) {
+            server->runSlice(load.sliceSeconds);
         }
-        ++answered;
-        bytes += response.body.length;
-        postNext();
     }
-    const std::string times = window.json();
-    for (std::size_t late = answered; late < sent; ++late) {  // so that the session can be closed
-        RawResponse response;
-        (void)connection.nextResponse(response);
+    std::string results;
+    for (const auto& server : servers) {
+        if (!results.empty()) results += ", ";
+        results += server->json();
     }
-    const std::size_t values = answered * load.nodesPerRequest;
-    std::printf(R"({"values": %zu, %s, "bytes_per_value": %.2f})"
+    std::printf(R"({"servers": [%s]})"
                 "\n",
-                values, times.c_str(),
-                values == 0 ? 0.0 : static_cast<double>(bytes) / static_cast<double>(values));
+                results.c_str());
 }
 
 }  // namespace bench

@@ -126,8 +126,8 @@ void awaitFirstValues(Subscription& subscription, std::size_t items) {
 
 }  // namespace
 
-void loadSubscription(std::uint16_t port, int serverPid, const SubscribeLoad& load) {
-    UaConnection connection(port);
+void loadSubscription(const Target& target, const SubscribeLoad& load) {
+    UaConnection connection(target.port);
     const NodeListing listing(connection);
     std::span<const UA_NodeId> nodes(listing.variables());
     if (nodes.size() < load.items) throw UaError("the server has fewer variables than items");
@@ -140,7 +140,7 @@ void loadSubscription(std::uint16_t port, int serverPid, const SubscribeLoad& lo
     awaitFirstValues(subscription, load.items);
 
     std::size_t changes = 0;
-    const ProcessWindow window(serverPid);
+    const ProcessWindow window(target.pid);
     while (window.elapsed() < load.seconds) {
         const double left = load.seconds - window.elapsed();
         changes += subscription.receive(static_cast<int>(left * 1000) + 1);

@@ -1,7 +1,7 @@
 """The part that runs in the private root: carries out a plan, prints the samples as JSON.
 
 Both servers are measured at one size before the next size comes, round after round and in turn, so
-that whatever the machine does meanwhile meets both alike.
+that whatever else the machine does meets both alike.
 """
 
 from __future__ import annotations
@@ -15,11 +15,12 @@ from collections.abc import Iterator
 from typing import Any
 
 from harness import plan as plans
-from harness.processes import MeasurementError, Program, measure_with_client, run_client
+from harness.processes import MeasurementError, Program, run_client
 
 CONFIGURATION = pathlib.Path("/zrt/settings/opcuasrv.ini")
 SERVERS = ("server", "bare")
-READ_SIZES = (1, 100, 1000)
+BARE_PORT = plans.PORT + 1
+AWAIT_SECONDS = 120
 SETTLE_SECONDS = 0.3
 
 
@@ -42,16 +43,22 @@ def controller(plan: plans.Plan, tags: int) -> Iterator[None]:
         simulator.check_alive()
 
 
-def start(plan: plans.Plan, server: str, tags: int) -> Program:
+def start(plan: plans.Plan, server: str, tags: int, port: int = plans.PORT) -> Program:
+    """The configuration fixes this server's port, so only the bare one can have another."""
     if server == "server" and not plan.null_test:
         return Program([f"{plan.bin_dir}/opcuasrv"], plan.server_core)
-    bare = [f"{plan.bin_dir}/bench_bare_server", *plans.bare_arguments(tags)]
+    bare = [f"{plan.bin_dir}/bench_bare_server", *plans.bare_arguments(tags, port)]
     return Program(bare, plan.server_core)
 
 
-def client(plan: plans.Plan, arguments: list[str]) -> dict[str, Any]:
-    arguments = ["--port", str(plans.PORT), *arguments]
-    return measure_with_client(plan.bin_dir, plan.client_core, arguments)
+def client(plan: plans.Plan, *arguments: object) -> dict[str, Any]:
+    return json.loads(run_client(plan.bin_dir, plan.client_core, list(map(str, arguments))))
+
+
+def await_first_read(plan: plans.Plan, port: int = plans.PORT) -> float:
+    """CLOCK_MONOTONIC seconds."""
+    answered = client(plan, "await", "--port", port, "--deadline", AWAIT_SECONDS)
+    return answered["monotonic_ns"] / 1e9
 
 
 def idle(plan: plans.Plan, program: Program) -> dict[str, float]:
@@ -63,34 +70,54 @@ def idle(plan: plans.Plan, program: Program) -> dict[str, float]:
 
 
 def visit(plan: plans.Plan, server: str, tags: int) -> dict[str, Any]:
-    """Starts one server, measures it at this size, ends it."""
+    """Starts one server alone, measures it at this size, ends it."""
     with start(plan, server, tags) as program:
-        answered = client(plan, ["await", "--deadline", "120"])
-        times = program.times()
-        program.check_alive()
-        seconds = (answered["monotonic_ns"] - program.started_ns) / 1e9
+        seconds = await_first_read(plan) - program.started
         sample: dict[str, Any] = {
-            "startup": {"seconds": seconds, **times},
+            "startup": {"seconds": seconds, **program.times()},
             "memory": program.memory(),
         }
         if tags == plans.LOAD_TAGS:
-            pid = ["--server-pid", str(program.pid)]
             sample["idle"] = idle(plan, program)
-            for nodes in READ_SIZES:
-                wanted = ["--nodes", str(nodes), "--seconds", str(plan.read_seconds)]
-                sample[f"read_{nodes}"] = client(plan, ["read", *wanted, *pid])
-            items = str(tags * len(plans.ATTRIBUTES))
-            wanted = ["--items", items, "--seconds", str(plan.subscribe_seconds)]
-            sample["subscribe"] = client(plan, ["subscribe", *wanted, *pid])
+            sample["subscribe"] = client(
+                plan, "subscribe", "--server", f"{plans.PORT}:{program.pid}",
+                "--items", tags * len(plans.ATTRIBUTES), "--seconds", plan.subscribe_seconds,
+            )  # fmt: skip
         program.check_alive()
         return sample
 
 
+def alternate_reads(plan: plans.Plan, tags: int) -> dict[str, dict[str, Any]]:
+    """Both servers at once on one core; each rests while the other is loaded. By server."""
+    with start(plan, "server", tags) as ours, start(plan, "bare", tags, BARE_PORT) as bare:
+        targets = [f"{plans.PORT}:{ours.pid}", f"{BARE_PORT}:{bare.pid}"]
+        for port in (plans.PORT, BARE_PORT):
+            await_first_read(plan, port)
+        reads: dict[str, dict[str, Any]] = {server: {} for server in SERVERS}
+        for nodes in plans.READ_SIZES:
+            measured = client(
+                plan, "read", "--server", *targets,
+                "--nodes", nodes, "--seconds", plan.read_seconds,
+            )  # fmt: skip
+            for server, result in zip(SERVERS, measured["servers"], strict=True):
+                reads[server][f"read_{nodes}"] = result
+        return reads
+
+
+def measure_round(plan: plans.Plan, tags: int) -> dict[str, dict[str, Any]]:
+    """One sample of each server."""
+    samples = {server: visit(plan, server, tags) for server in SERVERS}
+    if tags == plans.LOAD_TAGS:
+        for server, reads in alternate_reads(plan, tags).items():
+            samples[server] |= reads
+    return samples
+
+
 def published(plan: plans.Plan, server: str, tags: int) -> set[str]:
     with start(plan, server, tags):
-        client(plan, ["await", "--deadline", "120"])
-        arguments = ["--port", str(plans.PORT), "list"]
-        return set(run_client(plan.bin_dir, plan.client_core, arguments).splitlines())
+        await_first_read(plan)
+        listing = run_client(plan.bin_dir, plan.client_core, ["list", "--port", str(plans.PORT)])
+        return set(listing.splitlines())
 
 
 def check_same_tree(plan: plans.Plan, tags: int) -> None:
@@ -112,8 +139,8 @@ def carry_out(plan: plans.Plan) -> dict[str, Any]:
             if tags == plans.LOAD_TAGS:
                 check_same_tree(plan, tags)
             for _ in range(rounds):
-                for server in SERVERS:
-                    by_server[server].append(visit(plan, server, tags))
+                for server, sample in measure_round(plan, tags).items():
+                    by_server[server].append(sample)
         samples[str(tags)] = by_server
     return samples
 

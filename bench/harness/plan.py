@@ -17,6 +17,9 @@ ATTRIBUTES = (
 LOAD_TAGS = 1000
 """Tags of the size at which reads, subscription and idling are measured (10 000 value nodes)."""
 
+READ_SIZES = (1, 100, 1000)
+"""Nodes a request."""
+
 
 @dataclasses.dataclass(frozen=True)
 class Plan:
@@ -51,7 +54,7 @@ def server_configuration(tags: int) -> bytes:
     return ("\r\n".join(lines) + "\r\n").encode("cp866")
 
 
-def bare_arguments(tags: int) -> list[str]:
+def bare_arguments(tags: int, port: int) -> list[str]:
     """The same by the bare server's command line."""
     attributes = [f"{name}={number}" for name, number in ATTRIBUTES]
-    return ["--port", str(PORT), "--tags", str(tags), "--attribute", *attributes]
+    return ["--port", str(port), "--tags", str(tags), "--attribute", *attributes]

@@ -2,13 +2,11 @@
 
 from __future__ import annotations
 
-import json
 import pathlib
 import signal
 import subprocess
 import tempfile
 import time
-from typing import Any
 
 STOP_SECONDS = 10.0
 
@@ -18,12 +16,12 @@ class MeasurementError(Exception):
 
 
 class Program:
-    """A running program; `started_ns` is the CLOCK_MONOTONIC time just before it was started."""
+    """A running program; `started` is the CLOCK_MONOTONIC time just before it was, in seconds."""
 
     def __init__(self, command: list[str], core: int) -> None:
         self.name = pathlib.Path(command[0]).name
         self._output = tempfile.TemporaryFile()
-        self.started_ns = time.monotonic_ns()
+        self.started = time.monotonic()
         # taskset replaces itself by the program, so the process id is the program's.
         self._process = subprocess.Popen(
             ["taskset", "-c", str(core), *command],
@@ -99,7 +97,3 @@ def run_client(bin_dir: str, core: int, arguments: list[str]) -> str:
     if done.returncode != 0:
         raise MeasurementError(done.stderr.strip() or f"{command} failed")
     return done.stdout
-
-
-def measure_with_client(bin_dir: str, core: int, arguments: list[str]) -> dict[str, Any]:
-    return json.loads(run_client(bin_dir, core, arguments))

@@ -92,7 +92,7 @@ def share(part: str) -> Figure:
 
 
 def rate(part: str) -> Figure:
-    return lambda s: s[part]["values"] / own_seconds(s[part])
+    return lambda s: statistics.median(x["values"] / own_seconds(x) for x in s[part]["slices"])
 
 
 def startup_us(sample: Sample) -> float:
@@ -105,7 +105,7 @@ def memory_bytes(sample: Sample) -> float:
 
 def load_rows(load: dict[str, list[Sample]]) -> list[Row]:
     rows = []
-    for nodes in (1, 100, 1000):
+    for nodes in plans.READ_SIZES:
         key = f"read_{nodes}"
         title = f"read, {nodes} node{'s' if nodes > 1 else ''} a request"
         bound = Bound(0.95, at_least=True) if nodes == 1000 else None
@@ -137,6 +137,14 @@ def size_rows(samples: Samples, tags: int) -> list[Row]:
             "µs",
             2,
             Bound(1.25),
+        ),
+        make_row(
+            at,
+            over_empty(lambda s: s["startup"]["running"] * 1e6),
+            f"startup_running_{nodes}",
+            f"  of it running, {nodes} nodes",
+            "µs",
+            2,
         ),
         make_row(
             at,
@@ -172,9 +180,9 @@ def warnings(samples: Samples) -> list[str]:
     found = []
     load = samples[str(plans.LOAD_TAGS)]
     for server, of_server in load.items():
-        for nodes in (1, 100, 1000):
-            reads = [s[f"read_{nodes}"] for s in of_server]
-            busy = statistics.median(r["running"] / own_seconds(r) for r in reads)
+        for nodes in plans.READ_SIZES:
+            slices = [x for s in of_server for x in s[f"read_{nodes}"]["slices"]]
+            busy = statistics.median(x["running"] / own_seconds(x) for x in slices)
             if busy < BUSY_ENOUGH:
                 found.append(
                     f"{server}: only {busy:.0%} of its core at {nodes} nodes a request; "
