@@ -135,9 +135,9 @@ CASES = {
     "lists without attributes": SERVING + "[Attributes]\nVA=all\nRV=all\nDV=1\n",
     "same item twice": SAME_ITEM_TWICE,
     "attributes barred for logical inputs": LOGICAL_INPUTS,
-    "operative data off": EVERY_KIND.replace("HistoricalData", "OperativeData"),
-    "off is told by the first word": EVERY_KIND.replace("HistoricalData = off", "OperativeData=off x"),
-    "OFF is not off": EVERY_KIND.replace("HistoricalData = off", "OperativeData = OFF"),
+    "operative data off": EVERY_KIND.replace("[Attr", "OperativeData = off\n[Attr"),
+    "off is told by the first word": EVERY_KIND.replace("[Attr", "OperativeData=off x\n[Attr"),
+    "OFF is not off": EVERY_KIND.replace("[Attr", "OperativeData = OFF\n[Attr"),
     "name of blanks": with_lists("VA=1\n").replace("[Attr", "AplicationName=  ; none\n[Attr"),
 }
 
@@ -187,9 +187,7 @@ def test_nodes_look_like_this(
     assert nodes.keys() - written_out.keys() == {5}
 
 
-def test_a_thousand_tags(
-    controller: Controller, server: ServerUnderTest, clients: Clients
-) -> None:
+def test_a_thousand_tags(controller: Controller, server: ServerUnderTest, clients: Clients) -> None:
     """More nodes than one answer of the services holds, in an order that none of them decides."""
     controller.start(va=400, av=1, rv=1, vd=600)
     configuration = (

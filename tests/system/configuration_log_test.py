@@ -130,9 +130,7 @@ def test_an_old_log_is_emptied(controller: Controller, server: ServerUnderTest) 
     assert server.log_lines() == [RUNNING]
 
 
-def test_controller_number_in_every_line(
-    controller: Controller, server: ServerUnderTest
-) -> None:
+def test_controller_number_in_every_line(controller: Controller, server: ServerUnderTest) -> None:
     controller.start(va=1, number=12345)
     server.start(SERVING + "Wrong = 1\n[Nowhere]\n")
     assert len(server.log_lines()) == 3

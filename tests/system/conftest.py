@@ -1,4 +1,4 @@
-"""Fixtures of the system tests. Each test gets an empty controller and cleans it up behind itself."""
+"""Fixtures of the system tests. Each test gets an empty controller and leaves an empty one."""
 
 import os
 import shutil
@@ -57,7 +57,7 @@ class Controller:
     def __init__(self, processes: Processes) -> None:
         self._processes = processes
         self._database: Database | None = None
-        self.simulator: Simulator | None = None
+        self._simulator: Simulator | None = None
 
     def start(
         self,
@@ -82,10 +82,15 @@ class Controller:
         self.write_settings(number, cycle_time_ms)
 
     def start_simulator(self, *arguments: str) -> Simulator:
-        self.simulator = Simulator(*arguments)
-        self._processes.add(self.simulator)
-        self.simulator.wait_ready()
-        return self.simulator
+        self._simulator = Simulator(*arguments)
+        self._processes.add(self._simulator)
+        self._simulator.wait_ready()
+        return self._simulator
+
+    @property
+    def simulator(self) -> Simulator:
+        assert self._simulator is not None, "no simulator was started"
+        return self._simulator
 
     def write_settings(self, number: int, cycle_time_ms: int) -> None:
         text = f"[General]\nNumber_kontr = {number}\nCycleTime = {cycle_time_ms}\n"
@@ -125,7 +130,7 @@ class ServerUnderTest:
 
     def __init__(self, processes: Processes) -> None:
         self._processes = processes
-        self.process: Server | None = None
+        self._process: Server | None = None
 
     def start(self, configuration: str | None, port: int = 4840) -> Server:
         process = self.launch(configuration)
@@ -136,12 +141,13 @@ class ServerUnderTest:
         """Starts it without waiting for its endpoint; None leaves the configuration as it is."""
         if configuration is not None:
             write_configuration(configuration)
-        self.process = Server()
-        self._processes.add(self.process)
-        return self.process
+        self._process = Server()
+        self._processes.add(self._process)
+        return self._process
 
     def log_lines(self) -> list[str]:
-        return self.process.log_lines()
+        assert self._process is not None, "no server was started"
+        return self._process.log_lines()
 
 
 @pytest.fixture

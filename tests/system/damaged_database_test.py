@@ -3,6 +3,7 @@
 import random
 import struct
 from collections.abc import Callable
+from pathlib import Path
 
 import pytest
 from asyncua import ua
@@ -10,6 +11,7 @@ from asyncua import ua
 from conftest import Clients, Controller, ServerUnderTest
 from controller import attribute_files, ipc_keys
 from controller.attribute_files import ENTRY, OFFSETS, STORAGES
+from expected.address_space import NodeKey
 from opc_client import OpcClient
 from published_tags import item, publishing
 
@@ -20,7 +22,7 @@ EVERYTHING = publishing(
 )
 
 
-def use_every_node(client: OpcClient) -> dict[str, ua.DataValue]:
+def use_every_node(client: OpcClient) -> dict[NodeKey, ua.DataValue]:
     """Reads each value and writes each by number and by text; the answers to the reads."""
     nodes = client.address_space()
     items = [key for key, node in nodes.items() if node.access_level is not None]
@@ -135,14 +137,14 @@ def test_a_table_shorter_than_its_count(
 
 # -- Attribute files
 
-Damage = Callable[[], None]
+Damage = Callable[[], object]
 
 
-def cut(path: object, length: int) -> Damage:
+def cut(path: Path, length: int) -> Damage:
     return lambda: path.write_bytes(path.read_bytes()[:length])
 
 
-def put(path: object, offset: int, layout: str, value: int) -> Damage:
+def put(path: Path, offset: int, layout: str, value: int) -> Damage:
     def damage() -> None:
         data = bytearray(path.read_bytes())
         struct.pack_into(layout, data, offset, value)

@@ -31,9 +31,7 @@ def test_without_a_database_process(processes: Processes, server: ServerUnderTes
     assert server.log_lines() == []
 
 
-def test_with_a_dead_database_process(
-    controller: Controller, server: ServerUnderTest
-) -> None:
+def test_with_a_dead_database_process(controller: Controller, server: ServerUnderTest) -> None:
     """Its name and its tables are still there, and nobody answers."""
     controller.start(va=1)
     controller.simulator.kill()
@@ -111,9 +109,7 @@ def test_a_bad_port_puts_the_server_to_sleep(
 
 @pytest.mark.parametrize("port", [4849, 4841])
 @pytest.mark.parametrize("tail", ["", "   ; the port", " : the port"])
-def test_good_ports(
-    port: int, tail: str, controller: Controller, server: ServerUnderTest
-) -> None:
+def test_good_ports(port: int, tail: str, controller: Controller, server: ServerUnderTest) -> None:
     controller.start(va=1)
     server.start(with_port(f"ServerPort = {port}{tail}"), port)
     assert not accepts_connections(PORT)

@@ -12,6 +12,7 @@ from controller.database import Value
 from opc_client import OpcClient
 from published_tags import item, publishing
 
+
 def published(client: OpcClient, node: str) -> tuple[ua.VariantType, object]:
     answer = client.read(node)
     assert answer.StatusCode.value != ua.StatusCodes.BadNodeIdUnknown, node

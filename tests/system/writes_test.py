@@ -84,7 +84,7 @@ TO_PASSPORT = [
     ("VA", 0, 5, "POZ", b"x" * 9, T.String, "", bytes(9)),
     ("VA", 0, 5, "POZ", bytes(9), T.Int16, -1, b"-1" + bytes(7)),
     # the first nine bytes of the seventeen
-    ("RV", 1, 12, "TEXT_TZN", b"z" * 17, T.String, "Ток", "Ток".encode("cp866") + bytes(6) + b"z" * 8),
+    ("RV", 1, 12, "TEXT_TZN", b"z" * 17, T.String, "Iab", b"Iab" + bytes(6) + b"z" * 8),
     # a text for what is no text is taken by its bytes
     ("VA", 0, 8, "UNIT", b"\x11", T.String, "A", b"A"),
     ("VA", 0, 29, "TZN", bytes(4), T.String, "12.5", b"12.5"),

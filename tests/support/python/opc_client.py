@@ -1,7 +1,7 @@
 """A client of another make, its calls made from plain functions.
 
-The session lives in an event loop of its own thread, so that its keep-alives and notifications go on
-while a test looks at something else.
+The session lives in an event loop of its own thread, so that its keep-alives and notifications go
+on while a test looks at something else.
 """
 
 import asyncio
@@ -12,7 +12,7 @@ from typing import Any
 
 from asyncua import Client, ua
 
-from expected.address_space import Node, Text, OBJECTS_FOLDER, NodeKey
+from expected.address_space import OBJECTS_FOLDER, Node, NodeKey, Text
 from programs import ENDPOINT
 
 _TIMEOUT_S = 15.0
@@ -62,7 +62,9 @@ class OpcClient:
 
     # -- Values
 
-    def read(self, key: NodeKey, attribute: ua.AttributeIds = ua.AttributeIds.Value) -> ua.DataValue:
+    def read(
+        self, key: NodeKey, attribute: ua.AttributeIds = ua.AttributeIds.Value
+    ) -> ua.DataValue:
         return self.read_many([(self.node_id(key), attribute)])[0]
 
     def read_many(self, wanted: Iterable[tuple[ua.NodeId, ua.AttributeIds]]) -> list[ua.DataValue]:
@@ -137,7 +139,7 @@ class OpcClient:
             references: list[list[ua.ReferenceDescription]] = []
             for first in range(0, len(level), _NODES_A_REQUEST):
                 references += self.browse(level[first : first + _NODES_A_REQUEST])
-            for node, own in zip(level, references):
+            for node, own in zip(level, references, strict=True):
                 assert node.Identifier not in found, f"{node} hangs in two places"
                 found[node.Identifier] = own
             level = [child for own in references for child in self._children(own)]

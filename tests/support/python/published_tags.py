@@ -10,10 +10,8 @@ _RV_MARKERS = ("Type50", "Type51", "Type52")
 
 def publishing(*items: tuple[str, int], rv_type: int = 0, right: str = "default") -> str:
     """A configuration that publishes attributes, each named N, of all tags."""
-    lines = [
-        f"{_RV_MARKERS[rv_type] if kind == 'RV' else _MARKERS[kind]}.n{number} = N, {number}, {right}"
-        for kind, number in items
-    ]
+    markers = _MARKERS | {"RV": _RV_MARKERS[rv_type]}
+    lines = [f"{markers[kind]}.n{number} = N, {number}, {right}" for kind, number in items]
     lists = "VA=all\nAV=all\nRV=all\nVD=all\nDV=all\n"
     return SERVING + "[Attributes]\n" + lists + "\n".join(lines) + "\n"
 

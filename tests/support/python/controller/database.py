@@ -30,7 +30,7 @@ class Database:
         generation = self._bytes_of(ipc_keys.fixed_key(ipc_keys.GENERATION))[0]
         self._generation = generation
         counts = struct.unpack("<13H", bytes(self._table(ipc_keys.COUNTS)[:26]))
-        self.counts = dict(zip(KINDS, counts))
+        self.counts = dict(zip(KINDS, counts, strict=False))  # other counts follow
 
     def close(self) -> None:
         for attached in self._attached.values():

@@ -15,7 +15,7 @@ GENERATION = 48
 COUNTS = 59
 TIME_QUALITY = 85
 
-# Passport, current data, current value of each exported kind; None where the kind has no such array.
+# Passport, current data, current value of each exported kind; None where it has no such array.
 TABLES: dict[str, tuple[int, int | None, int | None]] = {
     "VA": (10, 11, 12),
     "AV": (13, None, None),

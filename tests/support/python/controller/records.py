@@ -1,7 +1,7 @@
 """The passport records of the exported kinds: where each field lies and what it holds.
 
-A record is a row of fields in memory order, "NAME:kind". Kinds: c a byte, h int16, H uint16, f float,
-sN a text of N bytes, *N that many elements. A bare number is the offset that the next field has.
+A record is a row of fields in memory order, "NAME:kind". Kinds: c a byte, h int16, H uint16,
+f float, sN a text of N bytes, *N that many elements. A bare number is the offset of what follows.
 """
 
 import re
@@ -39,14 +39,14 @@ _RV = """
     0 POZ:s9 9 NAME1:s9 18 NAME2:s9 27 var_type:c 28 val_desc:s18 46 ALARM:c SELF_SECT:c 48
 """
 _VD = """
-    0 NKAN:c NUSO:c NPLT:c N_INPUT:c 4 POZ:s9 13 NAME1:s9 22 NAME2:s9 31 COLOR0:c LOGNAME0:c COLOR1:c
-    LOGNAME1:c KOP:c INVERS:c REG1:c REG0:c SGN0:c SGN1:c TYP_SGN:c 42 ZZP:c _ZZP:c ROZD:c SGN_Z:c
+    0 NKAN:c NUSO:c NPLT:c N_INPUT:c 4 POZ:s9 13 NAME1:s9 22 NAME2:s9 31 COLOR0:c LOGNAME0:c
+    COLOR1:c LOGNAME1:c KOP:c INVERS:c REG1:c REG0:c SGN0:c SGN1:c TYP_SGN:c 42 ZZP:c _ZZP:c ROZD:c SGN_Z:c
     TIM1:c TIM0:c 48 STATUS1:c STATUS2:c ALARM:c SELF_SECT:c 52 typevar:c indvar:h 55 justify:c 56
 """
 _DV = """
     0 NKAN:c NUSO:c TUSO:c NPLT:c N_OUTPUT:c 5 POZ:s9 14 NAME1:s9 23 NAME2:s9 32 COLOR0:c LOGNAME0:c
-    COLOR1:c LOGNAME1:c KOP:c INVERS:c REG1:c REG0:c RVS:c ZDR:c ZDA:c 43 OUT:c DU:c PLU:c MU:c TIME:c
-    48 STATUS1:c STATUS2:c ALARM:c SELF_SECT:c 52 typevar1:c indvar1:h 55 typevar2:c indvar2:h 58
+    COLOR1:c LOGNAME1:c KOP:c INVERS:c REG1:c REG0:c RVS:c ZDR:c ZDA:c 43 OUT:c DU:c PLU:c MU:c
+    TIME:c 48 STATUS1:c STATUS2:c ALARM:c SELF_SECT:c 52 typevar1:c indvar1:h 55 typevar2:c indvar2:h 58
 """
 # The three layouts of val_desc; the record's var_type tells which one holds.
 _RV_NUMBER = "28 UNIT:c 29 MAX:f MIN:f 37 TZN:f TZN2:f 45"

@@ -24,7 +24,7 @@ class Section:
 
 
 def order(name: str) -> bytes:
-    """Sort key of section and key names: by CP866 byte, without regard to the case of Latin letters."""
+    """Sort key of section and key names: CP866 bytes, Latin letters without their case."""
     return name.encode("cp866").lower()
 
 

@@ -1,0 +1,117 @@
+"""The simulated plant as an operator sees it: zrtsim's own sample configuration, over OPC UA."""
+
+from collections.abc import Iterator
+
+import pytest
+from asyncua import ua
+
+from conftest import Clients, Controller, ServerUnderTest
+from controller.database import KINDS
+from opc_client import OpcClient
+from waiting import wait_until
+
+_PLACE = {"VA": "1_VA", "AV": "3_AV", "VD": "2_VD", "DV": "4_DV", "RV": "50_RVV"}
+_DESIGNATION = {"VA": 5, "AV": 5, "VD": 5, "DV": 6, "RV": 1}  # attribute of the tag's name
+
+PROCESS_PATIENCE_S = 40.0  # what a process needs to follow, beside two other tests
+
+
+class Plant:
+    """The tags of the plant by their designations."""
+
+    def __init__(self, client: OpcClient, counts: dict[str, int]) -> None:
+        self._client = client
+        self._heads: dict[str, str] = {}
+        for kind, count in counts.items():
+            heads = [f"Котельная.Operative.{_PLACE[kind]}.{kind}_{n + 1}." for n in range(count)]
+            ids = [self._client.node_id(f"{h}Позиция.A{_DESIGNATION[kind]}") for h in heads]
+            answers = client.read_many((node, ua.AttributeIds.Value) for node in ids)
+            self._heads |= {answer.Value.Value: head for answer, head in zip(answers, heads)}
+
+    def read(self, designation: str, attribute: str) -> ua.DataValue:
+        return self._client.read(self._heads[designation] + attribute)
+
+    def value(self, designation: str, attribute: str) -> float:
+        return self.read(designation, attribute).Value.Value
+
+    def write(
+        self, designation: str, attribute: str, value: float, of_type: ua.VariantType
+    ) -> None:
+        assert self._client.write(self._heads[designation] + attribute, value, of_type).is_good()
+
+
+@pytest.fixture
+def plant(controller: Controller, server: ServerUnderTest, clients: Clients) -> Iterator[Plant]:
+    controller.start_simulator("--cycle=50")
+    server.start(None)
+    yield Plant(clients.connect(), controller.database.counts)
+
+
+def test_the_sample_configuration_has_no_faults(
+    plant: Plant, controller: Controller, server: ServerUnderTest, clients: Clients
+) -> None:
+    assert server.log_lines() == ["ЦП 1: OPC UA Сервер: Запущен: теги OA"]
+    nodes = clients.connect().address_space()
+    tags = [key for key in nodes if isinstance(key, str) and "." not in key]
+    assert len(tags) == sum(controller.database.counts.values()) == 200
+
+
+def test_a_set_point_moves_its_loop(plant: Plant) -> None:
+    """On two of three boilers at least: a sensor at fault holds its loop, and one may be."""
+    wanted = {}
+    for boiler in "123":
+        before = plant.value(f"К{boiler}Р зад", "Значение.A8")
+        assert before == pytest.approx(-25)
+        wanted[boiler] = -45.0
+        plant.write(f"К{boiler}Р зад", "Значение.A8", wanted[boiler], ua.VariantType.Float)
+
+    def loops_know() -> bool:
+        return all(plant.value(f"К{b}РегРаз", "Задание.A21") == w for b, w in wanted.items())
+
+    def boilers_follow() -> int:
+        return sum(plant.value(f"К{b}Разр", "Значение.A29") < -38 for b in wanted)
+
+    wait_until(loops_know, "the controllers take the set point over")
+    wait_until(lambda: boilers_follow() >= 2, "the draft follows", PROCESS_PATIENCE_S)
+
+
+def test_a_command_switches_its_drive(plant: Plant) -> None:
+    assert plant.value("НС3 раб", "Состояние.A27") == 0
+    assert plant.value("НС3 ток", "Значение.A29") < 10
+    plant.write("НС3 вкл", "Команда.A20", 1, ua.VariantType.SByte)
+    wait_until(lambda: plant.value("НС3 вкл", "Команда.A20") == 1, "the command shows")
+    wait_until(lambda: plant.value("НС3 раб", "Состояние.A27") == 1, "the contact answers")
+    wait_until(lambda: plant.value("НС3 ток", "Значение.A29") > 40, "the motor draws current")
+    plant.write("НС3 вкл", "Команда.A20", 0, ua.VariantType.SByte)
+    wait_until(lambda: plant.value("НС3 раб", "Состояние.A27") == 0, "the contact falls")
+
+
+def test_a_value_is_put_in_by_hand(plant: Plant) -> None:
+    """An input that is off the scan keeps what is written to its current data."""
+    plant.write("Тнар", "Запрет.A30", 1, ua.VariantType.SByte)
+    wait_until(
+        lambda: not plant.read("Тнар", "Значение.A29").StatusCode.is_good(), "not measured any more"
+    )
+    plant.write("Тнар", "Значение.A29", 33.25, ua.VariantType.Float)
+    wait_until(lambda: plant.value("Тнар", "Значение.A29") == 33.25, "the value stands")
+
+
+def test_everything_is_alive(plant: Plant, controller: Controller) -> None:
+    """Time goes on for every variable, values move, and a sensor breaks and recovers."""
+    database = controller.database
+    variables = [(k, n) for k in KINDS for n in range(1, database.counts[k] + 1)]
+    inputs = range(1, database.counts["VA"] + 1)
+    times = {v: database.time_quality(*v).seconds for v in variables}
+    values = {n: database.value("VA", n) for n in inputs}
+    seen: set[int] = set()
+
+    def all_seen() -> bool:
+        seen.update(database.time_quality("VA", n).quality & 0xC0 for n in inputs)
+        return seen >= {0xC0, 0x40, 0x00}
+
+    wait_until(all_seen, "good, uncertain and bad sensors", PROCESS_PATIENCE_S)
+    wait_until(
+        lambda: all(database.time_quality(*v).seconds > times[v] for v in variables), "all stamped"
+    )
+    moved = sum(database.value("VA", n) != values[n] for n in inputs)
+    assert moved > len(values) / 2
