@@ -66,12 +66,16 @@ void addRest(CLI::App& app, Options& options) {
     app.add_option("--seed", options.seed, "начало случайных чисел: одинаковое даёт одинаковый ход")
         ->capture_default_str();
     app.add_flag("--frozen", options.frozen,
-                 "установка стоит: таблицы не меняются, но на запросы ответы идут");
-    app.add_flag("--stats", options.stats, "печатать длительность и опоздание циклов");
+                 "установка стоит: таблицы не меняются, но на запросы ответы идут")
+        ->disable_flag_override();
+    app.add_flag("--stats", options.stats, "печатать длительность и опоздание циклов")
+        ->disable_flag_override();
     app.add_flag("--fresh", options.fresh,
-                 "создать файлы заново, даже если созданные прежде были изменены");
+                 "создать файлы заново, даже если созданные прежде были изменены")
+        ->disable_flag_override();
     app.add_flag("--attribute-table", options.attributeTable,
-                 "напечатать таблицу атрибутов (docs/attributes.md) и выйти");
+                 "напечатать таблицу атрибутов (docs/attributes.md) и выйти")
+        ->disable_flag_override();
 }
 
 constexpr const char* kFooter =

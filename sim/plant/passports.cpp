@@ -37,27 +37,37 @@ void putWiring(std::byte* record, std::size_t i, std::size_t stationAt, std::siz
     putByte(record, channelAt, static_cast<int>(1 + i % 16));
 }
 
+/// Which variable a passport is written for; numbers count from 0.
+struct Place {
+    const DatabaseMemory& memory;
+    std::size_t house;
+    std::size_t i;
+};
+
 /// The three texts lie side by side in every record, each with its own NUL.
 void putTexts(std::byte* record, std::size_t offset, TagTexts texts, const char* kind,
-              std::size_t house, std::size_t i) {
-    if (house > 0) {
+              const Place& place) {
+    if (place.house > 0) {
         Text9& designation = texts.designation;
         designation = {};
         std::snprintf(designation.data(), designation.size(), "%s%u", kind,
-                      static_cast<unsigned>(i + 1) % 1000000);
+                      static_cast<unsigned>(place.i + 1) % 1000000);
     }
     std::memcpy(record + offset, texts.designation.data(), texts.designation.size());
     std::memcpy(record + offset + 9, texts.name1.data(), texts.name1.size());
     std::memcpy(record + offset + 18, texts.name2.data(), texts.name2.size());
 }
 
-void putLink(std::byte* record, std::size_t offset, TypeCode type, std::size_t i) {
+/// A link to a variable that the database does not reach stays empty.
+void putLink(std::byte* record, std::size_t offset, TypeCode type, std::size_t i,
+             const Place& place) {
+    if (i >= place.memory.of(type).count) return;
     putByte(record, offset, static_cast<int>(type));
     store(record + offset + 1, static_cast<std::uint16_t>(i + 1));
 }
 
-void putAnalog(std::byte* record, const AnalogTag& tag, std::size_t i) {
-    putWiring(record, i, at(VA, "NUSO"), at(VA, "NPLT"), at(VA, "N_INPUT"));
+void putAnalog(std::byte* record, const AnalogTag& tag, const Place& place) {
+    putWiring(record, place.i, at(VA, "NUSO"), at(VA, "NPLT"), at(VA, "N_INPUT"));
     putByte(record, at(VA, "UNIT"), static_cast<int>(tag.unit));
     putByte(record, at(VA, "PP"), tag.decimals);
     store(record + at(VA, "NSHK"), tag.scaleLow);
@@ -77,12 +87,12 @@ void putAnalog(std::byte* record, const AnalogTag& tag, std::size_t i) {
     putByte(record, at(VA, "SELF_SECT"), 1);
 }
 
-void putLoop(std::byte* record, const LoopTag& tag, std::size_t house, std::size_t i) {
+void putLoop(std::byte* record, const LoopTag& tag, const Place& place) {
     const AnalogTag& process = houseTags().analogs[tag.signal];
     const InputTag& setPoint = houseTags().inputs[tag.input];
-    putWiring(record, i, at(AV, "NUSO"), at(AV, "NPLT"), at(AV, "NOUT"));
-    putLink(record, at(AV, "POZP.type"), VA, house * kHouseSignals + tag.signal);
-    putLink(record, at(AV, "POZD.type"), HI, house * kHouseInputs + tag.input);
+    putWiring(record, place.i, at(AV, "NUSO"), at(AV, "NPLT"), at(AV, "NOUT"));
+    putLink(record, at(AV, "POZP.type"), VA, place.house * kHouseSignals + tag.signal, place);
+    putLink(record, at(AV, "POZD.type"), HI, place.house * kHouseInputs + tag.input, place);
     putByte(record, at(AV, "PP"), tag.decimals);
     store(record + at(AV, "ZD"), setPoint.initial);
     store(record + at(AV, "ZDD"), setPoint.initial);
@@ -104,7 +114,7 @@ void putLoop(std::byte* record, const LoopTag& tag, std::size_t house, std::size
     putByte(record, at(AV, "SELF_SECT"), 1);
 }
 
-void putInput(std::byte* record, const InputTag& tag) {
+void putInput(std::byte* record, const InputTag& tag, const Place& /*place*/) {
     putByte(record, at(HI, "var_type"), static_cast<int>(tag.layout));
     putByte(record, at(HI, "SELF_SECT"), 1);
     switch (tag.layout) {
@@ -129,8 +139,8 @@ void putInput(std::byte* record, const InputTag& tag) {
     }
 }
 
-void putContact(std::byte* record, const DiscreteTag& tag, std::size_t i) {
-    putWiring(record, i, at(DI, "NUSO"), at(DI, "NPLT"), at(DI, "N_INPUT"));
+void putContact(std::byte* record, const DiscreteTag& tag, const Place& place) {
+    putWiring(record, place.i, at(DI, "NUSO"), at(DI, "NPLT"), at(DI, "N_INPUT"));
     putByte(record, at(DI, "COLOR0"), tag.alarmAt0 ? kRed : kGrey);
     putByte(record, at(DI, "COLOR1"), tag.alarmAt1 ? kRed : kGreen);
     putByte(record, at(DI, "LOGNAME1"), 1);
@@ -140,12 +150,12 @@ void putContact(std::byte* record, const DiscreteTag& tag, std::size_t i) {
     putByte(record, at(DI, "SGN1"), tag.alarmAt1 ? 1 : 0);
     putByte(record, at(DI, "SELF_SECT"), 1);
     const bool ofSignal = tag.source == ContactSource::above || tag.source == ContactSource::below;
-    const std::size_t house = i / kHouseContacts;
-    if (ofSignal) putLink(record, at(DI, "typevar"), VA, house * kHouseSignals + tag.index);
+    if (!ofSignal) return;
+    putLink(record, at(DI, "typevar"), VA, place.house * kHouseSignals + tag.index, place);
 }
 
-void putCommand(std::byte* record, const CommandTag& tag, std::size_t house, std::size_t i) {
-    putWiring(record, i, at(DO, "NUSO"), at(DO, "NPLT"), at(DO, "N_OUTPUT"));
+void putCommand(std::byte* record, const CommandTag& tag, const Place& place) {
+    putWiring(record, place.i, at(DO, "NUSO"), at(DO, "NPLT"), at(DO, "N_OUTPUT"));
     putByte(record, at(DO, "TUSO"), 1);
     putByte(record, at(DO, "COLOR0"), kGrey);
     putByte(record, at(DO, "COLOR1"), kGreen);
@@ -155,22 +165,21 @@ void putCommand(std::byte* record, const CommandTag& tag, std::size_t house, std
     putByte(record, at(DO, "OUT"), tag.initial);
     putByte(record, at(DO, "DU"), 1);
     putByte(record, at(DO, "SELF_SECT"), 1);
-    if (tag.feedback != CommandTag::kNoFeedback) {
-        putLink(record, at(DO, "typevar1"), DI, house * kHouseContacts + tag.feedback);
-    }
+    if (tag.feedback == CommandTag::kNoFeedback) return;
+    putLink(record, at(DO, "typevar1"), DI, place.house * kHouseContacts + tag.feedback, place);
 }
 
-/// Calls put(record, tag, house, i) for every variable of a type, after the texts are in place.
+/// Calls put for every variable of a type, after the texts are in place.
 template <class Tags, class Put>
 void forEach(const DatabaseMemory& memory, TypeCode type, std::size_t textsAt, const char* kindUtf8,
              const Tags& tags, Put put) {
     const std::string kind = Utf8ToCP866Converter::convertUtf8ToCP866_manual(kindUtf8);
     for (std::size_t i = 0; i < memory.of(type).count; ++i) {
-        const std::size_t house = i / tags.size();
+        const Place place{memory, i / tags.size(), i};
         const auto& tag = tags[i % tags.size()];
         std::byte* record = memory.passport(type, i);
-        putTexts(record, textsAt, tag.texts, kind.c_str(), house, i);
-        put(record, tag, house, i);
+        putTexts(record, textsAt, tag.texts, kind.c_str(), place);
+        put(record, tag, place);
     }
 }
 
@@ -178,19 +187,10 @@ void forEach(const DatabaseMemory& memory, TypeCode type, std::size_t textsAt, c
 
 void writePassports(const DatabaseMemory& memory) {
     const HouseTags& tags = houseTags();
-    forEach(memory, VA, at(VA, "POZ"), "А", tags.analogs,
-            [](std::byte* record, const AnalogTag& tag, std::size_t, std::size_t i) {
-                putAnalog(record, tag, i);
-            });
+    forEach(memory, VA, at(VA, "POZ"), "А", tags.analogs, putAnalog);
     forEach(memory, AV, at(AV, "POZ"), "Р", tags.loops, putLoop);
-    forEach(memory, HI, at(HI, "POZ"), "З", tags.inputs,
-            [](std::byte* record, const InputTag& tag, std::size_t, std::size_t) {
-                putInput(record, tag);
-            });
-    forEach(memory, DI, at(DI, "POZ"), "Д", tags.contacts,
-            [](std::byte* record, const DiscreteTag& tag, std::size_t, std::size_t i) {
-                putContact(record, tag, i);
-            });
+    forEach(memory, HI, at(HI, "POZ"), "З", tags.inputs, putInput);
+    forEach(memory, DI, at(DI, "POZ"), "Д", tags.contacts, putContact);
     forEach(memory, DO, at(DO, "POZ"), "К", tags.commands, putCommand);
 }
 

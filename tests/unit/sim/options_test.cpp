@@ -1,0 +1,61 @@
+#include "options.h"
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <initializer_list>
+#include <vector>
+
+#include "support/capture.h"
+
+namespace {
+
+std::optional<sim::Options> parse(std::initializer_list<const char*> arguments, int& status) {
+    std::vector<const char*> argv{"zrtsim"};
+    argv.insert(argv.end(), arguments);
+    return sim::parseOptions(static_cast<int>(argv.size()), argv.data(), status);
+}
+
+TEST(Options, TakeWhatIsInRange) {
+    int status = -1;
+    const auto options = parse({"--va", "65535", "--rv", "0", "--lv", "7", "--port", "4849",
+                                "--cycle", "10", "--generation", "255", "--frozen", "--fresh"},
+                               status);
+    ASSERT_TRUE(options);
+    EXPECT_EQ(options->counts, (sim::Counts{65535, 12, 0, 60, 24, 10, 10, 10, 20, 20, 7}));
+    EXPECT_EQ(options->port, 4849);
+    EXPECT_EQ(options->cycleMs, 10);
+    EXPECT_EQ(options->generation, 255);
+    EXPECT_TRUE(options->frozen && options->fresh && !options->stats);
+    EXPECT_FALSE(options->controllerNumber);
+}
+
+TEST(Options, RefuseTheRestWithAMessageAndStatus2) {
+    const std::initializer_list<const char*> cases[] = {
+        {"--va", "65536"}, {"--va", "-1"},          {"--va", "3x"},     {"--va", ""},
+        {"--va"},          {"--port", "4850"},      {"--port", "4839"}, {"--cycle", "9"},
+        {"--seed", "x"},   {"--generation", "256"}, {"--unknown"},      {"extra"},
+        {"--frozen=3x"},   {"--controller", "-1"},  {"--cycle", "1e9"}};
+    for (const auto& arguments : cases) {
+        int status = -1;
+        Capture errors(STDERR_FILENO);
+        EXPECT_FALSE(parse(arguments, status)) << *arguments.begin();
+        EXPECT_EQ(status, 2);
+        EXPECT_NE(errors.text().find("zrtsim"), std::string::npos);
+    }
+}
+
+TEST(Options, HelpNamesEveryOptionAndExitStatus) {
+    int status = -1;
+    Capture output(STDOUT_FILENO);
+    EXPECT_FALSE(parse({"--help"}, status));
+    EXPECT_EQ(status, 0);
+    const std::string text = output.text();
+    for (const char* word : {"--va", "--lv", "--port", "--cycle", "--config", "--generation",
+                             "--controller", "--frozen", "--stats", "--seed", "--fresh",
+                             "--attribute-table", "Код завершения", "котельной"}) {
+        EXPECT_NE(text.find(word), std::string::npos) << word;
+    }
+}
+
+}  // namespace

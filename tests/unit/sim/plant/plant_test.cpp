@@ -1,0 +1,353 @@
+#include "plant/plant.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <set>
+#include <string>
+
+#include "unit/sim/test_database.h"
+
+namespace {
+
+constexpr auto VA = sim::TypeCode::VA;
+constexpr auto AV = sim::TypeCode::AV;
+constexpr auto HI = sim::TypeCode::HI;
+constexpr auto DI = sim::TypeCode::DI;
+constexpr auto DO = sim::TypeCode::DO;
+
+constexpr sim::Counts kHouse{80, 12, 24, 60, 24, 2, 2, 2, 2, 2, 2};
+
+// Variables of boiler 1 by number, and where their fields lie.
+constexpr int kWaterOut = 6, kGasFlow = 2, kGasLoop = 1, kWaterSetPoint = 1, kPermit = 4;
+constexpr int kGasCommand = 1, kGasOpen = 10, kGasShut = 11, kFlame = 1;
+constexpr std::size_t kSetPointInUse = 50, kOutput = 167, kManualOutput = 171, kLoopStatus = 195;
+
+class PlantTest : public testing::Test {
+  protected:
+    explicit PlantTest(sim::Counts counts = kHouse) : db(counts), plant(db.memory, 1, {1000, 0}) {}
+
+    void run(float seconds) {
+        const int cycles = static_cast<int>(seconds * 10);
+        for (int i = 0; i < cycles; ++i) {
+            cycle();
+        }
+    }
+    void cycle() {
+        now.tv_usec += 100000;
+        if (now.tv_usec == 1000000) now = {now.tv_sec + 1, 0};
+        plant.cycle(now, 0.1F);
+    }
+    float meanOf(int analog, float seconds) {
+        double sum = 0;
+        const int cycles = static_cast<int>(seconds * 10);
+        for (int i = 0; i < cycles; ++i) {
+            cycle();
+            sum += db.value<float>(VA, analog);
+        }
+        return static_cast<float>(sum / cycles);
+    }
+
+    TestDatabase db;
+    sim::Plant plant;
+    timeval now{1000, 0};
+};
+
+TEST_F(PlantTest, StartsSettledWithGoodQualityAndItsTime) {
+    for (const auto type : {VA, AV, HI, DI, DO}) {
+        for (int num = 1; num <= db.memory.of(type).count; ++num) {
+            EXPECT_EQ(db.quality(type, num), 0xC0U);
+            EXPECT_EQ(db.seconds(type, num), 1000);
+        }
+    }
+    EXPECT_NEAR(db.value<float>(VA, kWaterOut), 82, 1.5);
+    EXPECT_EQ(db.value<float>(HI, kWaterSetPoint), 82);
+    const float output = db.field<float>(AV, kGasLoop, kOutput);
+    EXPECT_GT(output, 20) << "a loop at its limit could not show a change";
+    EXPECT_LT(output, 90);
+    for (int analog = 1; analog <= 80; ++analog) {
+        EXPECT_EQ(db.field<std::uint8_t>(VA, analog, 110), 0U) << "alarm of VA " << analog;
+    }
+    run(2);
+    EXPECT_EQ(db.seconds(DO, 24), 1002);
+}
+
+TEST_F(PlantTest, ASetPointMovesItsLoop) {
+    const float before = meanOf(kWaterOut, 5);
+    const float outputBefore = db.field<float>(AV, kGasLoop, kOutput);
+    db.setValue(HI, kWaterSetPoint, 90.0F);
+    run(1);
+    EXPECT_EQ(db.field<float>(HI, kWaterSetPoint, 37), 90) << "shown in the passport";
+    EXPECT_EQ(db.field<float>(AV, kGasLoop, kSetPointInUse), 90);
+    EXPECT_GT(db.field<float>(AV, kGasLoop, kOutput), outputBefore + 10);
+    run(60);
+    const float after = meanOf(kWaterOut, 5);
+    EXPECT_NEAR(before, 82, 1);
+    EXPECT_NEAR(after, 90, 1);
+}
+
+TEST_F(PlantTest, EveryLoopHoldsAndFollowsItsSetPoint) {
+    const struct {
+        int loop, analog, input;
+        float wanted, tolerance;
+    } cases[] = {{2, 11, 2, 5, 0.4F},
+                 {3, 4, 3, -35, 2},
+                 {10, 56, 16, 70, 1},
+                 {11, 64, 17, 52, 2},
+                 {12, 59, 18, 0.27F, 0.01F}};
+    for (const auto& c : cases) {
+        db.setValue(HI, c.input, c.wanted);
+    }
+    run(180);
+    for (const auto& c : cases) {
+        EXPECT_NEAR(meanOf(c.analog, 5), c.wanted, c.tolerance) << "AV " << c.loop;
+    }
+}
+
+TEST_F(PlantTest, WritingTheControllersSetPointMovesTheManualInput) {
+    run(1);
+    db.setField(AV, kGasLoop, kSetPointInUse, 75.0F);
+    run(0.5F);
+    EXPECT_EQ(db.value<float>(HI, kWaterSetPoint), 75);
+    EXPECT_EQ(db.field<float>(AV, kGasLoop, kSetPointInUse), 75);
+}
+
+TEST_F(PlantTest, ManualModeFollowsTheManualOutputWithoutBump) {
+    run(1);
+    const float before = db.field<float>(AV, kGasLoop, kOutput);
+    db.setField<std::uint8_t>(AV, kGasLoop, kLoopStatus, 1);
+    run(0.2F);
+    EXPECT_NEAR(db.field<float>(AV, kGasLoop, kOutput), before, 1.5);
+    db.setField(AV, kGasLoop, kManualOutput, 30.0F);
+    run(0.2F);
+    EXPECT_EQ(db.field<float>(AV, kGasLoop, kOutput), 30);
+    run(10);
+    EXPECT_EQ(db.field<float>(AV, kGasLoop, kOutput), 30);
+    EXPECT_NEAR(db.value<float>(VA, 14), 30, 1) << "the valve went there";
+    db.setField<std::uint8_t>(AV, kGasLoop, kLoopStatus, 0);
+    run(0.1F);
+    EXPECT_NEAR(db.field<float>(AV, kGasLoop, kOutput), 30, 6);
+}
+
+TEST_F(PlantTest, ACommandMovesTheValveAndItsContacts) {
+    ASSERT_EQ(db.value<std::uint8_t>(DI, kGasOpen), 1);
+    ASSERT_EQ(db.value<std::uint8_t>(DI, kFlame), 1);
+    db.setData<std::uint8_t>(DO, kGasCommand, 0);
+    run(0.3F);
+    EXPECT_EQ(db.value<std::uint8_t>(DO, kGasCommand), 0);
+    EXPECT_EQ(db.field<std::uint8_t>(DO, kGasCommand, 43), 0) << "OUT shows the command";
+    EXPECT_EQ(db.value<std::uint8_t>(DI, kGasOpen), 0) << "left its end position";
+    EXPECT_EQ(db.value<std::uint8_t>(DI, kGasShut), 0) << "not there yet";
+    EXPECT_EQ(db.field<std::uint8_t>(DO, kGasCommand, 48), 2) << "feedback contradicts";
+    run(10);
+    EXPECT_EQ(db.value<std::uint8_t>(DI, kGasShut), 1);
+    EXPECT_EQ(db.field<std::uint8_t>(DI, kGasShut, 48) & 1, 1) << "bit 0 of STATUS1";
+    EXPECT_EQ(db.value<std::uint8_t>(DI, kFlame), 0) << "and the fire is out";
+    EXPECT_LT(db.value<float>(VA, kGasFlow), 10);
+    EXPECT_EQ(db.field<std::uint8_t>(DO, kGasCommand, 48), 0);
+    db.setData<std::uint8_t>(DO, kGasCommand, 1);
+    run(10);
+    EXPECT_EQ(db.value<std::uint8_t>(DI, kGasOpen), 1);
+    EXPECT_EQ(db.value<std::uint8_t>(DI, kFlame), 1);
+}
+
+TEST_F(PlantTest, ABooleanInputWithdrawsThePermit) {
+    ASSERT_EQ(db.field<std::uint8_t>(HI, kPermit, 27), 2) << "boolean layout";
+    db.setField<std::uint8_t>(HI, kPermit, 28, 0);
+    run(5);
+    EXPECT_EQ(db.value<float>(HI, kPermit), 0);
+    EXPECT_EQ(db.value<std::uint8_t>(DI, kGasShut), 1);
+    EXPECT_EQ(db.value<std::uint8_t>(DO, kGasCommand), 1) << "the command itself stays";
+}
+
+TEST_F(PlantTest, WeatherModeTakesTheSetPointFromTheCurve) {
+    db.setField<std::uint8_t>(HI, 21, 28, 1);
+    run(1);
+    const float outdoor = db.value<float>(VA, 55);
+    EXPECT_NEAR(db.field<float>(AV, 10, kSetPointInUse), 35 + 1.2F * (20 - outdoor), 0.5);
+    EXPECT_EQ(db.value<float>(HI, 16), 74) << "the manual input keeps its value";
+    db.setField<std::uint8_t>(HI, 21, 28, 0);
+    run(1);
+    EXPECT_EQ(db.field<float>(AV, 10, kSetPointInUse), 74);
+}
+
+TEST_F(PlantTest, AnInputOffTheScanKeepsWhatAClientWrites) {
+    run(1);
+    db.setField<std::uint8_t>(VA, 1, 107, 1);
+    db.setData(VA, 1, 33.5F);
+    db.setField<std::uint8_t>(DI, kFlame, 48, 2);
+    db.setData<std::uint8_t>(DI, kFlame, 0);
+    run(1);
+    EXPECT_EQ(db.value<float>(VA, 1), 33.5F);
+    EXPECT_EQ(db.field<float>(VA, 1, 103), 33.5F) << "TZN";
+    EXPECT_EQ(db.quality(VA, 1), 0x40U);
+    EXPECT_EQ(db.field<std::uint8_t>(VA, 1, 108) & (64 | 8), 64 | 8) << "scan off, above 30";
+    EXPECT_EQ(db.field<std::uint8_t>(VA, 1, 110), 1) << "warning";
+    EXPECT_EQ(db.value<std::uint8_t>(DI, kFlame), 0);
+    EXPECT_EQ(db.quality(DI, kFlame), 0x40U);
+    EXPECT_EQ(db.field<std::uint8_t>(DI, kFlame, 50), 1) << "no flame is an alarm";
+    db.setField<std::uint8_t>(VA, 1, 107, 0);
+    db.setField<std::uint8_t>(DI, kFlame, 48, 0);
+    run(0.2F);
+    EXPECT_LT(db.value<float>(VA, 1), 30);
+    EXPECT_EQ(db.value<std::uint8_t>(DI, kFlame), 1);
+    EXPECT_EQ(db.quality(VA, 1), 0xC0U);
+}
+
+TEST_F(PlantTest, SensorsBreakAndRecoverButNotThoseOfLoops) {
+    std::set<unsigned> qualities[2];
+    std::set<int> affected;
+    bool recovered = false;
+    for (int i = 0; i < 3000; ++i) {
+        cycle();
+        bool anyBad = false;
+        for (int analog = 1; analog <= 80; ++analog) {
+            const unsigned quality = db.quality(VA, analog);
+            qualities[0].insert(quality);
+            if (quality != 0xC0) affected.insert(analog);
+            if (quality != 0) continue;
+            anyBad = true;
+            const float low = db.field<float>(VA, analog, 34);
+            EXPECT_LT(db.data<float>(VA, analog), low) << "a broken line lies below the scale";
+            EXPECT_GE(db.value<float>(VA, analog), low) << "the value stays what it was";
+            EXPECT_EQ(db.field<std::uint8_t>(VA, analog, 108) & 1, 1) << "fault bit";
+        }
+        for (int contact = 1; contact <= 60; ++contact) {
+            qualities[1].insert(db.quality(DI, contact));
+        }
+        recovered = recovered || (affected.size() > 2 && !anyBad);
+    }
+    EXPECT_EQ(qualities[0], (std::set<unsigned>{0, 0x40, 0xC0}));
+    EXPECT_EQ(qualities[1], (std::set<unsigned>{0, 0x40, 0xC0}));
+    EXPECT_TRUE(recovered);
+    EXPECT_FALSE(affected.contains(kWaterOut));
+    // A sensor that is well again shows its process.
+    for (const int analog : affected) {
+        if (db.quality(VA, analog) == 0xC0) {
+            EXPECT_GE(db.data<float>(VA, analog), db.field<float>(VA, analog, 34));
+        }
+    }
+}
+
+TEST_F(PlantTest, ContactsSwitchByThemselves) {
+    std::set<int> switched;
+    std::vector<std::uint8_t> last(61);
+    for (int contact = 1; contact <= 60; ++contact) {
+        last[std::size_t(contact)] = db.value<std::uint8_t>(DI, contact);
+    }
+    for (int i = 0; i < 1200; ++i) {
+        cycle();
+        for (int contact = 1; contact <= 60; ++contact) {
+            if (db.value<std::uint8_t>(DI, contact) != last[std::size_t(contact)]) {
+                switched.insert(contact);
+            }
+        }
+    }
+    EXPECT_TRUE(switched.contains(60)) << "gas meter";
+    EXPECT_TRUE(switched.contains(55)) << "door";
+    EXPECT_TRUE(switched.contains(56) && switched.contains(57)) << "tank";
+    EXPECT_FALSE(switched.contains(kGasOpen));
+}
+
+TEST_F(PlantTest, SurvivesWhateverAClientWrites) {
+    const float nan = std::numeric_limits<float>::quiet_NaN();
+    const float huge = std::numeric_limits<float>::max();
+    for (const float poison : {nan, huge, -huge}) {
+        for (int num = 1; num <= 24; ++num) {
+            if (db.field<std::uint8_t>(HI, num, 27) == 0) db.setValue(HI, num, poison);
+        }
+        for (int loop = 1; loop <= 12; ++loop) {
+            for (std::size_t field = 50; field <= 102; field += 4) {
+                db.setField(AV, loop, field, poison);
+            }
+        }
+        for (int analog = 1; analog <= 80; ++analog) {
+            for (std::size_t field = 34; field <= 78; field += 4) {
+                db.setField(VA, analog, field, poison);
+            }
+        }
+        run(5);
+    }
+    EXPECT_EQ(db.value<float>(HI, kWaterSetPoint), 50) << "cut to its limits";
+    EXPECT_EQ(db.field<std::uint8_t>(HI, kWaterSetPoint, 46), 1) << "and says so";
+    // With the settings as they were the plant works again.
+    const TestDatabase fresh(kHouse);
+    const sim::Plant again(fresh.memory, 1, {1000, 0});
+    for (std::size_t t = 0; t < sim::kMainTypeCount; ++t) {
+        const auto type = sim::kTypes[t].type;
+        const std::size_t size = db.memory.of(type).count * sim::kTypes[t].passport.elementSize;
+        std::copy_n(fresh.memory.of(type).passport, size, db.memory.of(type).passport);
+    }
+    db.setValue(HI, kWaterSetPoint, 82.0F);
+    run(300);
+    EXPECT_NEAR(meanOf(kWaterOut, 5), 82, 2);
+}
+
+TEST_F(PlantTest, PlainValuesCount) {
+    const float before = db.value<float>(sim::TypeCode::TS, 1);
+    const auto counter = db.value<std::int16_t>(sim::TypeCode::IV, 2);
+    run(3);
+    EXPECT_NEAR(db.value<float>(sim::TypeCode::TS, 1), before + 3, 0.05);
+    EXPECT_EQ(db.value<std::int16_t>(sim::TypeCode::IV, 2), counter + 30);
+    EXPECT_LE(db.value<std::uint8_t>(sim::TypeCode::LV, 1), 1);
+}
+
+TEST(Plant, TheSameSeedTakesTheSameCourse) {
+    TestDatabase one(kHouse);
+    TestDatabase same(kHouse);
+    TestDatabase other(kHouse);
+    sim::Plant a(one.memory, 7, {0, 0});
+    sim::Plant b(same.memory, 7, {0, 0});
+    sim::Plant c(other.memory, 8, {0, 0});
+    for (int i = 0; i < 100; ++i) {
+        a.cycle({i, 0}, 0.1F);
+        b.cycle({i, 0}, 0.1F);
+        c.cycle({i, 0}, 0.1F);
+    }
+    EXPECT_EQ(one.bytes(), same.bytes());
+    EXPECT_NE(one.bytes(), other.bytes());
+}
+
+TEST(Plant, GrowsToTheLargestDatabaseWithItsOwnDesignations) {
+    TestDatabase db({65535, 65535, 65535, 65535, 65535, 65535, 65535, 65535, 65535, 65535, 65535});
+    sim::Plant plant(db.memory, 1, {5, 0});
+    plant.cycle({6, 0}, 0.1F);
+    const struct {
+        sim::TypeCode type;
+        std::size_t designation;
+    } kinds[] = {{VA, 4}, {AV, 4}, {HI, 0}, {DI, 4}, {DO, 5}};
+    for (const auto& kind : kinds) {
+        std::set<std::string> designations;
+        for (int num = 1; num <= 65535; ++num) {
+            designations.insert(db.text(kind.type, num, kind.designation));
+        }
+        EXPECT_EQ(designations.size(), 65535U);
+        EXPECT_EQ(db.seconds(kind.type, 65535), 6);
+    }
+    EXPECT_NEAR(db.value<float>(VA, 80 * 700 + kWaterOut), 82, 2) << "the last houses work too";
+    constexpr int kLoop = 12 * 2000 + 1;
+    EXPECT_EQ(db.field<std::uint8_t>(AV, kLoop, 34), 3) << "set point: HI";
+    EXPECT_EQ(db.field<std::uint16_t>(AV, kLoop, 35), 24 * 2000 + 1);
+    EXPECT_EQ(db.field<std::uint8_t>(AV, kLoop, 31), 0) << "no such analog input, no link";
+}
+
+TEST(Plant, WorksWithPartOfAHouse) {
+    const sim::Counts cases[] = {
+        {5, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0}, {0, 12, 0, 0, 0, 0, 0, 0, 0, 0, 0},
+        {0, 0, 0, 0, 1, 0, 0, 0, 0, 0, 0}, {81, 13, 25, 61, 25, 1, 0, 0, 0, 0, 0},
+        {0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0}, {80, 12, 0, 60, 0, 0, 0, 0, 0, 0, 3}};
+    for (const sim::Counts& counts : cases) {
+        TestDatabase db(counts);
+        sim::Plant plant(db.memory, 1, {1, 0});
+        for (int i = 0; i < 50; ++i) {
+            plant.cycle({2, 0}, 0.1F);
+        }
+        if (counts[0] >= 80) {
+            EXPECT_NEAR(db.value<float>(VA, kWaterOut), 82, 2);
+        }
+    }
+}
+
+}  // namespace

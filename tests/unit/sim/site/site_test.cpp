@@ -1,0 +1,312 @@
+#include "site/site.h"
+
+#include <gtest/gtest.h>
+#include <sys/shm.h>
+#include <unistd.h>
+
+#include <cstring>
+#include <functional>
+#include <sstream>
+#include <string>
+
+#include "failure.h"
+#include "lib/util/shmem.h"
+#include "lib/util/vs_obj.h"
+#include "lib/util/vs_sem.h"
+#include "memory/controller_ipc.h"
+#include "support/child_process.h"
+#include "unit/sim/site/temporary_site.h"
+
+namespace {
+
+constexpr sim::Counts kSmall{3, 1, 2, 2, 1, 1, 0, 0, 0, 0, 0};
+
+class SiteTest : public testing::Test {
+  protected:
+    ~SiteTest() override { EXPECT_EQ(TemporarySite::objects(), 0U) << "objects left behind"; }
+
+    std::ostringstream messages;
+    TemporarySite temporary;
+
+    /// Runs in a process of its own, which reads the generation byte anew and may be killed.
+    static void inChild(const std::function<void()>& body) {
+        ChildProcess child([&] {
+            body();
+            return 0;
+        });
+        EXPECT_EQ(child.wait(), 0) << child.out() << child.err();
+    }
+
+    void occupy(sim::Site& site, bool fresh = false) {
+        site.enter(fresh);
+        site.makeFoldersAndKeyFiles();
+        site.makeFile(site.folders().offsetFile(), "offsets");
+        if (!site.keepsEdited(site.folders().serverIni())) {
+            site.makeFile(site.folders().serverIni(), "sample");
+        }
+    }
+
+    /// A run that is killed with everything in place.
+    void killedRun() {
+        ChildProcess run([&] {
+            sim::Site site(sim::controllerFolders(), messages);
+            occupy(site);
+            sim::ControllerIpc ipc(site.record(), 3);
+            static_cast<void>(ipc.makeDatabase(kSmall));
+            ipc.announce();
+            std::printf("ready\n");
+            std::fflush(stdout);
+            pause();
+            return 0;
+        });
+        ASSERT_TRUE(waitUntil([&] { return run.out().find("ready\n") != std::string::npos; }))
+            << run.err();
+        kill(run.pid(), SIGKILL);
+        run.wait();
+        ASSERT_GT(TemporarySite::objects(), 10U);
+    }
+
+    /// Enters as a new run and leaves again.
+    /// @return the exit code that it would have, 0 when it entered
+    int enter(bool fresh = false) {
+        int code = -1;
+        ChildProcess run([&] {
+            std::ostringstream out;
+            try {
+                sim::Site site(sim::controllerFolders(), out);
+                site.enter(fresh);
+                return 0;
+            } catch (const sim::Failure& failure) {
+                std::printf("%s", failure.what());
+                return static_cast<int>(failure.code());
+            }
+        });
+        code = run.wait();
+        refusal = run.out();
+        return code;
+    }
+
+    std::string refusal;
+};
+
+TEST_F(SiteTest, LeavesNothingBehind) {
+    inChild([&] {
+        sim::Site site(sim::controllerFolders(), messages);
+        occupy(site);
+        sim::ControllerIpc ipc(site.record(), 0);
+        const auto memory = ipc.makeDatabase(kSmall);
+        EXPECT_NE(memory.of(sim::TypeCode::DO).data, nullptr);
+        EXPECT_EQ(memory.of(sim::TypeCode::AV).value, nullptr) << "AV has no array of values";
+        EXPECT_EQ(memory.of(sim::TypeCode::TM).value, nullptr) << "no variables, no segment";
+        ipc.announce();
+        EXPECT_EQ(ipc.channel().name_find("VsBASE"), getpid());
+        for (const char* name : {"proxy", "vskontr", "cm", "sim", "rezerv", "udpvesk", "sigsim",
+                                 "show", "log", "sram/check", "system/offatrs.dat"}) {
+            EXPECT_TRUE(temporary.entries().contains(name)) << name;
+        }
+    });
+    EXPECT_TRUE(temporary.entries().empty());
+}
+
+TEST_F(SiteTest, TablesLieWhereReadersLook) {
+    inChild([&] {
+        sim::Site site(sim::controllerFolders(), messages);
+        occupy(site);
+        sim::ControllerIpc ipc(site.record(), 200);
+        static_cast<void>(ipc.makeDatabase(kSmall));
+        // Counts at index 59; 3 + 1 + 2 + 2 + 1 records of 24 bytes at index 85.
+        const auto* counts = static_cast<const std::uint16_t*>(ShmOpen(59, 26, 0, nullptr, 0));
+        ASSERT_NE(counts, nullptr);
+        EXPECT_EQ(counts[0], 3);
+        EXPECT_EQ(counts[4], 1);
+        EXPECT_EQ(counts[5], 0) << "only the main types are counted";
+        EXPECT_NE(ShmOpen(85, 9 * 24, 0, nullptr, 0), nullptr);
+        EXPECT_NE(ShmOpen(10, 3 * 114, 0, nullptr, 0), nullptr);
+        EXPECT_NE(ShmOpen(13, 1 * 204, 0, nullptr, 0), nullptr);
+        EXPECT_NE(ShmOpen(18, 2, 0, nullptr, 0), nullptr);
+        EXPECT_NE(ShmOpen(22, 4, 0, nullptr, 0), nullptr);
+        EXPECT_EQ(ShmOpen(23, 4, 0, nullptr, 0), nullptr);
+        EXPECT_EQ(get_shmidx(48, ID_mas.data()), 200);
+    });
+}
+
+TEST_F(SiteTest, ALaterRunRemovesWhatAKilledOneLeft) {
+    killedRun();
+    EXPECT_EQ(enter(), 0) << refusal;
+    EXPECT_TRUE(temporary.entries().empty());
+    EXPECT_EQ(TemporarySite::objects(), 0U);
+}
+
+TEST_F(SiteTest, ASecondRunIsRefusedWhileTheFirstLives) {
+    ChildProcess first([&] {
+        sim::Site site(sim::controllerFolders(), messages);
+        occupy(site);
+        std::printf("ready\n");
+        std::fflush(stdout);
+        pause();
+        return 0;
+    });
+    ASSERT_TRUE(waitUntil([&] { return first.out() == "ready\n"; }));
+    const auto before = temporary.entries();
+    EXPECT_EQ(enter(), 3);
+    EXPECT_EQ(enter(true), 3);
+    EXPECT_EQ(temporary.entries(), before);
+}
+
+TEST_F(SiteTest, FilesOfOthersAreRefusedAndUntouched) {
+    for (const char* name : {"proxy", "show", "system/offatrs.dat", "system/atributs.dat",
+                             "settings/opcuasrv.ini", "settings/veskkntr.ini"}) {
+        temporary.write(name, "of others");
+        const auto before = temporary.entries();
+        EXPECT_EQ(enter(), 4) << name;
+        EXPECT_EQ(enter(true), 4) << "--fresh gives no right to it: " << name;
+        EXPECT_NE(refusal.find(name), std::string::npos) << refusal;
+        EXPECT_EQ(temporary.entries(), before);
+        EXPECT_EQ(temporary.read(name), "of others");
+        std::filesystem::remove(temporary.path(name));
+    }
+}
+
+TEST_F(SiteTest, ALiveControllerIsRefusedFirst) {
+    temporary.write("proxy", "of the controller");
+    temporary.write("vskontr", "of the controller");
+    ChildProcess controller([&] {
+        vs_obj channel;
+        channel.name_add("VsBASE", 0);
+        std::printf("ready\n");
+        std::fflush(stdout);
+        return waitUntil([&] { return channel.name_find("end") != -1; }) ? 0 : 1;
+    });
+    ASSERT_TRUE(waitUntil([&] { return controller.out().find("ready\n") != std::string::npos; }));
+    EXPECT_EQ(enter(), 3);
+    EXPECT_NE(refusal.find(std::to_string(controller.pid())), std::string::npos) << refusal;
+    inChild([] { vs_obj().name_add("end", getppid()); });
+    EXPECT_EQ(controller.wait(), 0);
+}
+
+TEST_F(SiteTest, ARegistryWithoutADatabaseIsForeignToo) {
+    temporary.write("proxy", "of the controller");
+    ChildProcess controller([&] {
+        vs_obj channel;
+        std::printf("ready\n");
+        std::fflush(stdout);
+        return waitUntil([&] { return channel.name_find("end") != -1; }) ? 0 : 1;
+    });
+    ASSERT_TRUE(waitUntil([&] { return controller.out().find("ready\n") != std::string::npos; }));
+    EXPECT_EQ(enter(), 4);
+    EXPECT_NE(refusal.find("0x"), std::string::npos) << "names the key: " << refusal;
+    inChild([] { vs_obj().name_add("end", getppid()); });
+    EXPECT_EQ(controller.wait(), 0);
+}
+
+// The number of the killed process may belong to another program by now. The lock on the record
+// shows that the run has ended.
+TEST_F(SiteTest, AStalePidThatLivesAgainIsNoController) {
+    killedRun();
+    inChild([&] {
+        auto* registry = static_cast<char*>(ShmOpen(0, 1600, 0, nullptr, 0));
+        ASSERT_NE(registry, nullptr);
+        const int alive = getppid();
+        std::memcpy(registry, &alive, sizeof alive);  // the entry of "VsBASE"
+        ShmClose(registry);
+        sim::Record record(temporary.path(".zrtsim-record"));
+        ASSERT_EQ(record.takeOver(), sim::Record::Lock::held);
+        ASSERT_TRUE(record.noteOwner(alive));
+    });
+    EXPECT_EQ(enter(), 0) << refusal;
+    EXPECT_EQ(TemporarySite::objects(), 0U);
+}
+
+TEST_F(SiteTest, AnotherDatabaseInALeftRegistryIsRefused) {
+    killedRun();
+    ChildProcess other([] {
+        auto* registry = static_cast<char*>(ShmOpen(0, 1600, 0, nullptr, 0));
+        const int own = getpid();
+        std::memcpy(registry, &own, sizeof own);
+        std::printf("ready\n");
+        std::fflush(stdout);
+        pause();
+        return 0;
+    });
+    ASSERT_TRUE(waitUntil([&] { return other.out() == "ready\n"; }));
+    EXPECT_EQ(enter(), 3);
+    kill(other.pid(), SIGKILL);
+    other.wait();
+    EXPECT_EQ(enter(), 0) << refusal;
+}
+
+TEST_F(SiteTest, SegmentsOfOthersUnderOurKeysAreRefused) {
+    inChild([&] {
+        sim::Site site(sim::controllerFolders(), messages);
+        occupy(site);
+        // Index 51 of generation 0 lies in "/proxy" with the character at place 51 of the table.
+        const key_t key = SemKey(0) - ('a' << 24) + (symb[51] << 24);
+        const int foreign = shmget(key, 16, IPC_CREAT | IPC_EXCL | 0600);
+        ASSERT_NE(foreign, -1);
+        try {
+            const sim::ControllerIpc ipc(site.record(), 0);
+            ADD_FAILURE() << "started";
+        } catch (const sim::Failure& failure) {
+            EXPECT_EQ(failure.code(), sim::ExitCode::foreign);
+            EXPECT_NE(std::string(failure.what()).find("51"), std::string::npos) << failure.what();
+        }
+        EXPECT_EQ(TemporarySite::objects(), 1U) << "only the foreign one is left";
+        shmctl(foreign, IPC_RMID, nullptr);
+    });
+    EXPECT_TRUE(temporary.entries().empty());
+}
+
+TEST_F(SiteTest, AnEditedSettingStaysAndIsUsedAgain) {
+    inChild([&] {
+        sim::Site site(sim::controllerFolders(), messages);
+        occupy(site);
+        temporary.write("settings/opcuasrv.ini", "edited");
+        site.leave();
+        EXPECT_NE(messages.str().find("opcuasrv.ini"), std::string::npos) << messages.str();
+    });
+    EXPECT_EQ(temporary.entries(),
+              (std::set<std::string>{".zrtsim-record", "settings", "settings/opcuasrv.ini"}));
+    inChild([&] {
+        sim::Site site(sim::controllerFolders(), messages);
+        occupy(site);
+        EXPECT_TRUE(site.keepsEdited(site.folders().serverIni()));
+        EXPECT_FALSE(site.keepsEdited(site.folders().controllerIni()));
+    });
+    EXPECT_EQ(temporary.read("settings/opcuasrv.ini"), "edited");
+    inChild([&] {
+        sim::Site site(sim::controllerFolders(), messages);
+        occupy(site, true);
+        EXPECT_EQ(temporary.read("settings/opcuasrv.ini"), "sample");
+    });
+    EXPECT_FALSE(std::filesystem::exists(temporary.path("settings/opcuasrv.ini")));
+    EXPECT_FALSE(std::filesystem::exists(temporary.path(".zrtsim-record")));
+}
+
+TEST_F(SiteTest, AnEditedKeyFileIsRefusedUnlessFresh) {
+    killedRun();
+    temporary.write("vskontr", "changed");
+    EXPECT_EQ(enter(), 4);
+    EXPECT_NE(refusal.find("--fresh"), std::string::npos) << refusal;
+    EXPECT_EQ(temporary.read("vskontr"), "changed");
+    EXPECT_EQ(enter(true), 0) << refusal;
+    EXPECT_TRUE(temporary.entries().empty());
+}
+
+TEST_F(SiteTest, FoldersOfTheUserAndFullOnesStay) {
+    std::filesystem::create_directories(temporary.path("settings"));
+    inChild([&] {
+        sim::Site site(sim::controllerFolders(), messages);
+        occupy(site);
+        temporary.write("log/opcuasrv.log", "of the server");
+    });
+    EXPECT_EQ(temporary.entries(), (std::set<std::string>{"log", "log/opcuasrv.log", "settings"}));
+}
+
+TEST_F(SiteTest, AMissingInstallationFolderIsNotMade) {
+    const auto root = temporary.path("");
+    std::filesystem::remove_all(root);
+    EXPECT_EQ(enter(), 1);
+    EXPECT_FALSE(std::filesystem::exists(root));
+}
+
+}  // namespace

@@ -1,0 +1,43 @@
+#include "type_query.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+
+namespace {
+
+sim::Request request(std::uint32_t command, std::uint32_t type) {
+    sim::Request bytes{};
+    std::memcpy(bytes.data(), &command, 4);
+    std::memcpy(bytes.data() + 4, &type, 4);
+    return bytes;
+}
+
+std::uint32_t at(const sim::Answer& answer, std::size_t offset) {
+    std::uint32_t value = 0;
+    std::memcpy(&value, answer.data() + offset, 4);
+    return value;
+}
+
+TEST(TypeQuery, WalksAllTypesThenNamesNone) {
+    const sim::Counts counts{3, 0, 65535, 4, 5, 6, 7, 8, 9, 10, 11};
+    std::uint32_t type = 0;
+    for (std::uint32_t expected = 1; expected <= 11; ++expected) {
+        const sim::Answer answer = sim::answerTo(request(0x1100, type), counts);
+        type = at(answer, 32);
+        EXPECT_EQ(type, expected);
+        EXPECT_EQ(at(answer, 16), counts[expected - 1]);
+    }
+    for (const std::uint32_t beyond : {type, type + 1, 0xFFFFFFFFU}) {
+        const sim::Answer answer = sim::answerTo(request(0x1100, beyond), counts);
+        EXPECT_GT(at(answer, 32), 11U);
+        EXPECT_EQ(at(answer, 16), 0U);
+    }
+}
+
+TEST(TypeQuery, AnswersOtherRequestsWithZeros) {
+    EXPECT_EQ(sim::answerTo(request(0x1300, 0), sim::Counts{1}), sim::Answer{});
+    EXPECT_EQ(sim::answerTo(request(0, 0), sim::Counts{1}), sim::Answer{});
+}
+
+}  // namespace
