@@ -1,7 +1,5 @@
 """The simulated plant as an operator sees it: zrtsim's own sample configuration, over OPC UA."""
 
-from collections.abc import Iterator
-
 import pytest
 from asyncua import ua
 
@@ -26,7 +24,9 @@ class Plant:
             heads = [f"Котельная.Operative.{_PLACE[kind]}.{kind}_{n + 1}." for n in range(count)]
             ids = [self._client.node_id(f"{h}Позиция.A{_DESIGNATION[kind]}") for h in heads]
             answers = client.read_many((node, ua.AttributeIds.Value) for node in ids)
-            self._heads |= {answer.Value.Value: head for answer, head in zip(answers, heads)}
+            self._heads |= {
+                answer.Value.Value: head for answer, head in zip(answers, heads, strict=True)
+            }
 
     def read(self, designation: str, attribute: str) -> ua.DataValue:
         return self._client.read(self._heads[designation] + attribute)
@@ -41,10 +41,10 @@ class Plant:
 
 
 @pytest.fixture
-def plant(controller: Controller, server: ServerUnderTest, clients: Clients) -> Iterator[Plant]:
+def plant(controller: Controller, server: ServerUnderTest, clients: Clients) -> Plant:
     controller.start_simulator("--cycle=50")
     server.start(None)
-    yield Plant(clients.connect(), controller.database.counts)
+    return Plant(clients.connect(), controller.database.counts)
 
 
 def test_the_sample_configuration_has_no_faults(

@@ -40,13 +40,15 @@ _RV = """
 """
 _VD = """
     0 NKAN:c NUSO:c NPLT:c N_INPUT:c 4 POZ:s9 13 NAME1:s9 22 NAME2:s9 31 COLOR0:c LOGNAME0:c
-    COLOR1:c LOGNAME1:c KOP:c INVERS:c REG1:c REG0:c SGN0:c SGN1:c TYP_SGN:c 42 ZZP:c _ZZP:c ROZD:c SGN_Z:c
-    TIM1:c TIM0:c 48 STATUS1:c STATUS2:c ALARM:c SELF_SECT:c 52 typevar:c indvar:h 55 justify:c 56
+    COLOR1:c LOGNAME1:c KOP:c INVERS:c REG1:c REG0:c SGN0:c SGN1:c TYP_SGN:c
+    42 ZZP:c _ZZP:c ROZD:c SGN_Z:c TIM1:c TIM0:c 48 STATUS1:c STATUS2:c ALARM:c SELF_SECT:c
+    52 typevar:c indvar:h 55 justify:c 56
 """
 _DV = """
     0 NKAN:c NUSO:c TUSO:c NPLT:c N_OUTPUT:c 5 POZ:s9 14 NAME1:s9 23 NAME2:s9 32 COLOR0:c LOGNAME0:c
     COLOR1:c LOGNAME1:c KOP:c INVERS:c REG1:c REG0:c RVS:c ZDR:c ZDA:c 43 OUT:c DU:c PLU:c MU:c
-    TIME:c 48 STATUS1:c STATUS2:c ALARM:c SELF_SECT:c 52 typevar1:c indvar1:h 55 typevar2:c indvar2:h 58
+    TIME:c 48 STATUS1:c STATUS2:c ALARM:c SELF_SECT:c
+    52 typevar1:c indvar1:h 55 typevar2:c indvar2:h 58
 """
 # The three layouts of val_desc; the record's var_type tells which one holds.
 _RV_NUMBER = "28 UNIT:c 29 MAX:f MIN:f 37 TZN:f TZN2:f 45"
