@@ -331,7 +331,8 @@ TEST_F(AccessTest, ReadsAllAtOnceAsTheSingleOperationsDo) {
         db().getVal(var, &val);
         db().Read(var.type, var.num, var.num_atr, &all);  // over the former reading
         EXPECT_EQ(all.type_atr, db().getTypeAtr(var));
-        EXPECT_EQ(std::memcmp(&all.val, &val, sizeof(val)), 0);
+        EXPECT_EQ(all.val.type_val + 0, val.type_val + 0);
+        EXPECT_EQ(std::string(all.val.value.str17, 17), std::string(val.value.str17, 17));
         EXPECT_EQ(all.time.tv_sec, db().getTime(var).tv_sec);
         EXPECT_EQ(all.time.tv_usec, db().getTime(var).tv_usec);
         EXPECT_EQ(all.quality, db().getQuality(var));
