@@ -117,6 +117,13 @@ Type50.a = Запрещён, 11
 Type51.a = Запрещён, 19
 """
 
+# Whether an attribute may be published depends on kind and number alone: all of them, and beyond.
+EVERY_NUMBER = (SERVING + "[Attributes]\nVA=all\nAV=all\nRV=all\nVD=all\nDV=all\n") + "".join(
+    f"Type{kind}.{number:03} = N, {number}, OPC_READABLE+OPC_WRITEABLE\n"
+    for kind in (1, 2, 3, 4, 50, 51, 52)
+    for number in range(120)
+)
+
 
 def with_lists(lists: str) -> str:
     return ONE_ITEM_PER_KIND + lists
@@ -124,6 +131,7 @@ def with_lists(lists: str) -> str:
 
 CASES = {
     "every kind": EVERY_KIND,
+    "every attribute number": EVERY_NUMBER,
     "the reader's rules": READER_RULES,
     "nothing listed": ONE_ITEM_PER_KIND,
     "no Attributes section": SERVING,
