@@ -40,24 +40,12 @@ struct FieldRow {
     std::string_view meaning;
 };
 
-namespace rows {
-inline constexpr auto VA = TypeCode::VA;
-inline constexpr auto AV = TypeCode::AV;
-inline constexpr auto HI = TypeCode::HI;
-inline constexpr auto DI = TypeCode::DI;
-inline constexpr auto DO = TypeCode::DO;
-inline constexpr auto bit = Storage::bit;
-inline constexpr auto byte = Storage::byte;
-inline constexpr auto word = Storage::word;
-inline constexpr auto real = Storage::real;
-inline constexpr auto text = Storage::text;
-}  // namespace rows
-
 // Numbers follow the order of the fields from 1. Status bits follow the last field, at the numbers
 // that may be exported; DI 27 is the one bit that stands among the fields.
 // clang-format off
 inline constexpr auto kFieldRows = [] {
-    using namespace rows;
+    using enum TypeCode;
+    using enum Storage;
     return std::to_array<FieldRow>({
     {VA,  1, "NKAN",        0, byte, 0, 1, "channel of the I/O line"},
     {VA,  2, "NUSO",        1, byte, 0, 1, "I/O station"},

@@ -13,7 +13,7 @@ namespace sim {
 
 namespace {
 
-constexpr auto VA = TypeCode::VA;
+using enum TypeCode;
 
 enum Zapret : unsigned { scanOff = 1, alarmsInhibited = 2 };
 enum Status1 : unsigned {

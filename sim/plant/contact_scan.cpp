@@ -10,7 +10,7 @@ namespace sim {
 
 namespace {
 
-constexpr auto DI = TypeCode::DI;
+using enum TypeCode;
 
 enum Status1 : unsigned { stateOn = 1, scanOff = 2, contactFault = 4, alarmState = 8 };
 

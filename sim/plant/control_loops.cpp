@@ -13,8 +13,7 @@ namespace sim {
 
 namespace {
 
-constexpr auto AV = TypeCode::AV;
-constexpr auto VA = TypeCode::VA;
+using enum TypeCode;
 
 enum Status1 : unsigned { manualMode = 1, atMaximum = 2, atMinimum = 4, held = 8 };
 

@@ -11,7 +11,7 @@ namespace sim {
 
 namespace {
 
-constexpr auto HI = TypeCode::HI;
+using enum TypeCode;
 
 void takeNumber(std::byte* record, std::byte* value) {
     const float before = load<float>(record + at(HI, "number.TZN"));

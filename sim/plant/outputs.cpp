@@ -9,7 +9,7 @@ namespace sim {
 
 namespace {
 
-constexpr auto DO = TypeCode::DO;
+using enum TypeCode;
 
 enum Status1 : unsigned { outputOn = 1, contradicted = 2 };
 

@@ -13,11 +13,7 @@ namespace sim {
 
 namespace {
 
-constexpr auto VA = TypeCode::VA;
-constexpr auto AV = TypeCode::AV;
-constexpr auto HI = TypeCode::HI;
-constexpr auto DI = TypeCode::DI;
-constexpr auto DO = TypeCode::DO;
+using enum TypeCode;
 
 constexpr char kRed = 4;
 constexpr char kGreen = 2;

@@ -24,59 +24,59 @@ using enum Unit;
 
 // clang-format off
 constexpr AnalogRow kBoilerAnalogs[] = {
-    {"К#Ргаз",   "Газ К#",   "Р, кПа",   kilopascal,        2,    0,   40,    2,    4,   30,   35, 0.05F},
-    {"К#Fгаз",   "Газ К#",   "F, м3/ч",  cubicMetrePerHour, 0,    0,  700,   -1,    5,  600,  650, 1.0F},
-    {"К#Рвозд",  "Воздух#","Р, кПа",   kilopascal,        2,    0,  2.5F, 0.1F, 0.2F, 2.2F, 2.4F, 0.01F},
-    {"К#Разр",   "Разреж.#","топка,Па", pascal,            1, -100,   50,  -80,  -60,   -5,    5, 0.4F},
-    {"К#Твх",    "Вода К#",  "Твх,°C",   celsius,           1,    0,  150,   30,   45,   90,  100, 0.05F},
-    {"К#Твых",   "Вода К#",  "Твых,°C",  celsius,           1,    0,  150,   30,   50,  105,  115, 0.05F},
-    {"К#Fвод",   "Вода К#",  "F, т/ч",   tonnePerHour,      0,    0,  200,   40,   60,  170,  190, 0.4F},
-    {"К#Рвх",    "Вода К#",  "Рвх,МПа",  megapascal,        3,    0,    1, 0.2F, 0.3F, 0.8F, 0.9F, 0.001F},
-    {"К#Рвых",   "Вода К#",  "Рвых,МПа", megapascal,        3,    0,    1, 0.2F, 0.3F, 0.8F, 0.9F, 0.001F},
-    {"К#Тух",    "Дым.газы", "К# Т,°C",  celsius,           0,    0,  300,    0,   20,  200,  220, 0.3F},
-    {"К#О2",     "Дым.газы", "К# О2,%",  percent,           1,    0,   25, 0.5F,    1,   22,   23, 0.05F},
-    {"К#СО",     "Дым.газы", "К#СО,ppm", partsPerMillion,   0,    0,  500,   -2,   -1,  100,  200, 1.0F},
-    {"К#Факел",  "Факел К#", "ярк.,%",   percent,           0,    0,  100,   -2,   -1,  101,  102, 0.8F},
-    {"К#ПолГаз", "Заслонка", "газ К#,%", percent,           1,    0,  100,   -2,   -1,  101,  102, 0.02F},
-    {"К#ПолВоз", "Заслонка", "возд#,%",percent,           1,    0,  100,   -2,   -1,  101,  102, 0.02F},
-    {"К#ПолДым", "Заслонка", "дым К#,%", percent,           1,    0,  100,   -2,   -1,  101,  102, 0.02F},
-    {"К#Iвент",  "Вентил.#","ток, А",   ampere,            1,    0,  100,   -2,   -1,   70,   80, 0.2F},
-    {"К#Iдым",   "Дымосос#", "ток, А",   ampere,            1,    0,  150,   -2,   -1,  110,  120, 0.3F},
+    {"К#Ргаз",   "Газ К#",   "Р, кПа",    kilopascal,        2,    0,   40,    2,    4,   30,   35, 0.05F},
+    {"К#Fгаз",   "Газ К#",   "F, м3/ч",   cubicMetrePerHour, 0,    0,  700,   -1,    5,  600,  650, 1.0F},
+    {"К#Рвозд",  "Воздух#",  "Р, кПа",    kilopascal,        2,    0,  2.5F, 0.1F, 0.2F, 2.2F, 2.4F, 0.01F},
+    {"К#Разр",   "Разреж.#", "топка,Па",  pascal,            1, -100,   50,  -80,  -60,   -5,    5, 0.4F},
+    {"К#Твх",    "Вода К#",  "Твх,°C",    celsius,           1,    0,  150,   30,   45,   90,  100, 0.05F},
+    {"К#Твых",   "Вода К#",  "Твых,°C",   celsius,           1,    0,  150,   30,   50,  105,  115, 0.05F},
+    {"К#Fвод",   "Вода К#",  "F, т/ч",    tonnePerHour,      0,    0,  200,   40,   60,  170,  190, 0.4F},
+    {"К#Рвх",    "Вода К#",  "Рвх,МПа",   megapascal,        3,    0,    1, 0.2F, 0.3F, 0.8F, 0.9F, 0.001F},
+    {"К#Рвых",   "Вода К#",  "Рвых,МПа",  megapascal,        3,    0,    1, 0.2F, 0.3F, 0.8F, 0.9F, 0.001F},
+    {"К#Тух",    "Дым.газы", "К# Т,°C",   celsius,           0,    0,  300,    0,   20,  200,  220, 0.3F},
+    {"К#О2",     "Дым.газы", "К# О2,%",   percent,           1,    0,   25, 0.5F,    1,   22,   23, 0.05F},
+    {"К#СО",     "Дым.газы", "К#СО,ppm",  partsPerMillion,   0,    0,  500,   -2,   -1,  100,  200, 1.0F},
+    {"К#Факел",  "Факел К#", "ярк.,%",    percent,           0,    0,  100,   -2,   -1,  101,  102, 0.8F},
+    {"К#ПолГаз", "Заслонка", "газ К#,%",  percent,           1,    0,  100,   -2,   -1,  101,  102, 0.02F},
+    {"К#ПолВоз", "Заслонка", "возд#,%",   percent,           1,    0,  100,   -2,   -1,  101,  102, 0.02F},
+    {"К#ПолДым", "Заслонка", "дым К#,%",  percent,           1,    0,  100,   -2,   -1,  101,  102, 0.02F},
+    {"К#Iвент",  "Вентил.#", "ток, А",    ampere,            1,    0,  100,   -2,   -1,   70,   80, 0.2F},
+    {"К#Iдым",   "Дымосос#", "ток, А",    ampere,            1,    0,  150,   -2,   -1,  110,  120, 0.3F},
 };
 constexpr AnalogRow kCommonAnalogs[] = {
-    {"Тнар",     "Наружный", "возд.,°C", celsius,           1,  -50,   50,  -45,  -40,   40,   45, 0.05F},
-    {"Тпрям",    "Сеть пр.","Т,°C",     celsius,           1,    0,  150,   30,   40,  100,  110, 0.05F},
-    {"Тобр",     "Сеть об.","Т,°C",     celsius,           1,    0,  150,   20,   30,   75,   85, 0.05F},
-    {"Рпрям",    "Сеть пр.","Р,МПа",    megapascal,        3,    0,    1, 0.2F, 0.3F, 0.8F, 0.9F, 0.001F},
-    {"Робр",     "Сеть об.","Р,МПа",    megapascal,        3,    0,    1, 0.1F,0.18F, 0.4F, 0.5F, 0.0005F},
-    {"Fсеть",    "Сеть",     "F, т/ч",   tonnePerHour,      0,    0,  600,   60,  120,  560,  590, 1.2F},
-    {"Fподп",    "Подпитка", "F, т/ч",   tonnePerHour,      2,    0,   16,   -2,   -1,   12,   14, 0.03F},
-    {"Lбак",     "Бак подп","уров.,%",  percent,           1,    0,  100,   10,   20,   90,   95, 0.1F},
-    {"Тбак",     "Бак подп","Т,°C",     celsius,           1,    0,  100,    5,   10,   80,   90, 0.05F},
-    {"Тгвс",     "ГВС",      "Т,°C",     celsius,           1,    0,  100,   30,   45,   70,   75, 0.05F},
-    {"Ргвс",     "ГВС",      "Р,МПа",    megapascal,        3,    0,    1, 0.2F, 0.3F, 0.7F, 0.8F, 0.001F},
-    {"Fгвс",     "ГВС",      "F, т/ч",   tonnePerHour,      1,    0,   40,   -2,   -1,   36,   38, 0.1F},
-    {"РгазВвод", "Газ ввод", "Р, кПа",   kilopascal,        1,    0,   60,    5,   15,   45,   50, 0.1F},
-    {"FгазОбщ",  "Газ ввод", "F, м3/ч",  cubicMetrePerHour, 0,    0, 2000,   -2,   -1, 1700, 1850, 2.0F},
-    {"ТгазВвод", "Газ ввод", "Т,°C",     celsius,           1,  -40,   60,  -30,  -20,   40,   50, 0.03F},
-    {"Рхол",     "Хол.вода", "Р,МПа",    megapascal,        3,    0,    1, 0.1F, 0.2F, 0.6F, 0.7F, 0.001F},
-    {"НС1 ток",  "Насос С1","ток, А",   ampere,            1,    0,  150,   -2,   -1,  110,  120, 0.4F},
-    {"НС2 ток",  "Насос С2","ток, А",   ampere,            1,    0,  150,   -2,   -1,  110,  120, 0.4F},
-    {"НС3 ток",  "Насос С3","ток, А",   ampere,            1,    0,  150,   -2,   -1,  110,  120, 0.4F},
-    {"Тзал",     "Кот. зал","Т,°C",     celsius,           1,  -20,   60,    5,   10,   35,   40, 0.03F},
-    {"CH4-1",    "CH4 зал","т.1, %",   percent,           2,    0,    5,   -2,   -1, 0.5F,    1, 0.01F},
-    {"CH4-2",    "CH4 зал","т.2, %",   percent,           2,    0,    5,   -2,   -1, 0.5F,    1, 0.01F},
+    {"Тнар",     "Наружный", "возд.,°C",  celsius,           1,  -50,   50,  -45,  -40,   40,   45, 0.05F},
+    {"Тпрям",    "Сеть пр.", "Т,°C",      celsius,           1,    0,  150,   30,   40,  100,  110, 0.05F},
+    {"Тобр",     "Сеть об.", "Т,°C",      celsius,           1,    0,  150,   20,   30,   75,   85, 0.05F},
+    {"Рпрям",    "Сеть пр.", "Р,МПа",     megapascal,        3,    0,    1, 0.2F, 0.3F, 0.8F, 0.9F, 0.001F},
+    {"Робр",     "Сеть об.", "Р,МПа",     megapascal,        3,    0,    1, 0.1F,0.18F, 0.4F, 0.5F, 0.0005F},
+    {"Fсеть",    "Сеть",     "F, т/ч",    tonnePerHour,      0,    0,  600,   60,  120,  560,  590, 1.2F},
+    {"Fподп",    "Подпитка", "F, т/ч",    tonnePerHour,      2,    0,   16,   -2,   -1,   12,   14, 0.03F},
+    {"Lбак",     "Бак подп", "уров.,%",   percent,           1,    0,  100,   10,   20,   90,   95, 0.1F},
+    {"Тбак",     "Бак подп", "Т,°C",      celsius,           1,    0,  100,    5,   10,   80,   90, 0.05F},
+    {"Тгвс",     "ГВС",      "Т,°C",      celsius,           1,    0,  100,   30,   45,   70,   75, 0.05F},
+    {"Ргвс",     "ГВС",      "Р,МПа",     megapascal,        3,    0,    1, 0.2F, 0.3F, 0.7F, 0.8F, 0.001F},
+    {"Fгвс",     "ГВС",      "F, т/ч",    tonnePerHour,      1,    0,   40,   -2,   -1,   36,   38, 0.1F},
+    {"РгазВвод", "Газ ввод", "Р, кПа",    kilopascal,        1,    0,   60,    5,   15,   45,   50, 0.1F},
+    {"FгазОбщ",  "Газ ввод", "F, м3/ч",   cubicMetrePerHour, 0,    0, 2000,   -2,   -1, 1700, 1850, 2.0F},
+    {"ТгазВвод", "Газ ввод", "Т,°C",      celsius,           1,  -40,   60,  -30,  -20,   40,   50, 0.03F},
+    {"Рхол",     "Хол.вода", "Р,МПа",     megapascal,        3,    0,    1, 0.1F, 0.2F, 0.6F, 0.7F, 0.001F},
+    {"НС1 ток",  "Насос С1", "ток, А",    ampere,            1,    0,  150,   -2,   -1,  110,  120, 0.4F},
+    {"НС2 ток",  "Насос С2", "ток, А",    ampere,            1,    0,  150,   -2,   -1,  110,  120, 0.4F},
+    {"НС3 ток",  "Насос С3", "ток, А",    ampere,            1,    0,  150,   -2,   -1,  110,  120, 0.4F},
+    {"Тзал",     "Кот. зал", "Т,°C",      celsius,           1,  -20,   60,    5,   10,   35,   40, 0.03F},
+    {"CH4-1",    "CH4 зал",  "т.1, %",    percent,           2,    0,    5,   -2,   -1, 0.5F,    1, 0.01F},
+    {"CH4-2",    "CH4 зал",  "т.2, %",    percent,           2,    0,    5,   -2,   -1, 0.5F,    1, 0.01F},
     {"CO-1",     "СО зал",   "т.1,мг/м",  milligramPerCubicMetre, 1, 0, 200, -2,   -1,   20,  100, 0.2F},
     {"CO-2",     "СО зал",   "т.2,мг/м",  milligramPerCubicMetre, 1, 0, 200, -2,   -1,   20,  100, 0.2F},
-    {"ПолСмес",  "Клапан",   "смеш.,%",  percent,           1,    0,  100,   -2,   -1,  101,  102, 0.02F},
-    {"ПолПодп",  "Клапан",   "подп.,%",  percent,           1,    0,  100,   -2,   -1,  101,  102, 0.02F},
+    {"ПолСмес",  "Клапан",   "смеш.,%",   percent,           1,    0,  100,   -2,   -1,  101,  102, 0.02F},
+    {"ПолПодп",  "Клапан",   "подп.,%",   percent,           1,    0,  100,   -2,   -1,  101,  102, 0.02F},
 };
 
 struct DiscreteRow {
     const char *designation, *name1, *name2;
-    ContactSource source;
     std::size_t index;  // BoilerSignal or BoilerDrive, CommonSignal or CommonDrive
     float threshold;
+    ContactSource source;
     bool alarmAt1, alarmAt0;
 };
 
@@ -87,40 +87,40 @@ constexpr std::size_t n(CommonSignal which) { return static_cast<std::size_t>(wh
 constexpr std::size_t n(CommonDrive which) { return static_cast<std::size_t>(which); }
 
 constexpr DiscreteRow kBoilerContactRows[kBoilerContacts] = {
-    {"К#Горит",  "Факел К#", "есть",     above,    n(BoilerSignal::flame),        30,    false, true},
-    {"К#ГазНиз", "Газ К#",   "Р низкое", below,    n(BoilerSignal::gasPressure),  2,     true,  false},
-    {"К#ГазВыс", "Газ К#",   "Р высок.", above,    n(BoilerSignal::gasPressure),  35,    true,  false},
-    {"К#ВозНиз", "Воздух#","Р низкое", below,    n(BoilerSignal::airPressure),  0.1F,  true,  false},
-    {"К#РазНиз", "Разреж.#","мало",     above,    n(BoilerSignal::draft),        -5,    true,  false},
-    {"К#РвВыс","Вода К#",  "Р высок.", above,    n(BoilerSignal::pressureOut),  0.9F,  true,  false},
-    {"К#РвНиз","Вода К#",  "Р низкое", below,    n(BoilerSignal::pressureOut),  0.2F,  true,  false},
-    {"К#FвНиз","Вода К#",  "F низкий", below,    n(BoilerSignal::waterFlow),    40,    true,  false},
-    {"К#ТвВыс","Вода К#",  "Т высок.", above,    n(BoilerSignal::waterOut),     115,   true,  false},
-    {"К#КлГотк","Клап.газ", "К#открыт",driveOn,  n(BoilerDrive::gasValve),      0,     false, false},
-    {"К#КлГзак","Клап.газ", "К#закрыт",driveOff, n(BoilerDrive::gasValve),      0,     false, false},
-    {"К#Вент",   "Вентил.#","работает", driveOn,  n(BoilerDrive::fan),           0,     false, false},
-    {"К#Дымос","Дымосос#", "работает", driveOn,  n(BoilerDrive::exhauster),     0,     false, false},
-    {"К#Задв","Задвижка", "К#открыт",driveOn,  n(BoilerDrive::waterValve),    0,     false, false},
+    {"К#Горит",  "Факел К#", "есть",      n(BoilerSignal::flame),          30,   above,    false, true},
+    {"К#ГазНиз", "Газ К#",   "Р низкое",  n(BoilerSignal::gasPressure),    2,    below,    true,  false},
+    {"К#ГазВыс", "Газ К#",   "Р высок.",  n(BoilerSignal::gasPressure),    35,   above,    true,  false},
+    {"К#ВозНиз", "Воздух#",  "Р низкое",  n(BoilerSignal::airPressure),    0.1F, below,    true,  false},
+    {"К#РазНиз", "Разреж.#", "мало",      n(BoilerSignal::draft),          -5,   above,    true,  false},
+    {"К#РвВыс",  "Вода К#",  "Р высок.",  n(BoilerSignal::pressureOut),    0.9F, above,    true,  false},
+    {"К#РвНиз",  "Вода К#",  "Р низкое",  n(BoilerSignal::pressureOut),    0.2F, below,    true,  false},
+    {"К#FвНиз",  "Вода К#",  "F низкий",  n(BoilerSignal::waterFlow),      40,   below,    true,  false},
+    {"К#ТвВыс",  "Вода К#",  "Т высок.",  n(BoilerSignal::waterOut),       115,  above,    true,  false},
+    {"К#КлГотк", "Клап.газ", "К#открыт",  n(BoilerDrive::gasValve),        0,    driveOn,  false, false},
+    {"К#КлГзак", "Клап.газ", "К#закрыт",  n(BoilerDrive::gasValve),        0,    driveOff, false, false},
+    {"К#Вент",   "Вентил.#", "работает",  n(BoilerDrive::fan),             0,    driveOn,  false, false},
+    {"К#Дымос",  "Дымосос#", "работает",  n(BoilerDrive::exhauster),       0,    driveOn,  false, false},
+    {"К#Задв",   "Задвижка", "К#открыт",  n(BoilerDrive::waterValve),      0,    driveOn,  false, false},
 };
 constexpr DiscreteRow kCommonContactRows[kCommonContacts] = {
-    {"НС1 раб",  "Насос С1","работает", driveOn,  n(CommonDrive::networkPump1),  0,     false, false},
-    {"НС2 раб",  "Насос С2","работает", driveOn,  n(CommonDrive::networkPump2),  0,     false, false},
-    {"НС3 раб",  "Насос С3","работает", driveOn,  n(CommonDrive::networkPump3),  0,     false, false},
-    {"НП1 раб",  "Насос П1","работает", driveOn,  n(CommonDrive::makeupPump1),   0,     false, false},
-    {"НП2 раб",  "Насос П2","работает", driveOn,  n(CommonDrive::makeupPump2),   0,     false, false},
-    {"НГ1 раб",  "Насос Г1","работает", driveOn,  n(CommonDrive::hotWaterPump1), 0,     false, false},
-    {"НГ2 раб",  "Насос Г2","работает", driveOn,  n(CommonDrive::hotWaterPump2), 0,     false, false},
-    {"КлГазОтк", "Клап.вв.","открыт",   driveOn,  n(CommonDrive::gasMain),       0,     false, false},
-    {"КлГазЗак", "Клап.вв.","закрыт",   driveOff, n(CommonDrive::gasMain),       0,     false, false},
-    {"МетанАв",  "Метан",    "порог",    above,    n(CommonSignal::methane1),     1,     true,  false},
-    {"СО Авар",  "СО",       "порог",    above,    n(CommonSignal::roomMonoxide1),100,   true,  false},
-    {"Пожар",    "Пожар",    "сигнал",   steady,   0,                             0,     true,  false},
-    {"Дверь",    "Дверь",    "открыта",  door,     0,                             0,     false, false},
-    {"БакНиз",   "Бак подп","низкий",   below,    n(CommonSignal::tankLevel),    42,    true,  false},
-    {"БакВерх",  "Бак подп","высокий",  above,    n(CommonSignal::tankLevel),    58,    false, false},
-    {"Ввод1",    "Питание",  "ввод 1",   steady,   0,                             1,     false, true},
-    {"Ввод2",    "Питание",  "ввод 2",   steady,   0,                             1,     false, true},
-    {"ИмпГаз",   "Счетчик",  "импульс",  pulse,    0,                             0,     false, false},
+    {"НС1 раб",  "Насос С1", "работает",  n(CommonDrive::networkPump1),    0,    driveOn,  false, false},
+    {"НС2 раб",  "Насос С2", "работает",  n(CommonDrive::networkPump2),    0,    driveOn,  false, false},
+    {"НС3 раб",  "Насос С3", "работает",  n(CommonDrive::networkPump3),    0,    driveOn,  false, false},
+    {"НП1 раб",  "Насос П1", "работает",  n(CommonDrive::makeupPump1),     0,    driveOn,  false, false},
+    {"НП2 раб",  "Насос П2", "работает",  n(CommonDrive::makeupPump2),     0,    driveOn,  false, false},
+    {"НГ1 раб",  "Насос Г1", "работает",  n(CommonDrive::hotWaterPump1),   0,    driveOn,  false, false},
+    {"НГ2 раб",  "Насос Г2", "работает",  n(CommonDrive::hotWaterPump2),   0,    driveOn,  false, false},
+    {"КлГазОтк", "Клап.вв.", "открыт",    n(CommonDrive::gasMain),         0,    driveOn,  false, false},
+    {"КлГазЗак", "Клап.вв.", "закрыт",    n(CommonDrive::gasMain),         0,    driveOff, false, false},
+    {"МетанАв",  "Метан",    "порог",     n(CommonSignal::methane1),       1,    above,    true,  false},
+    {"СО Авар",  "СО",       "порог",     n(CommonSignal::roomMonoxide1),  100,  above,    true,  false},
+    {"Пожар",    "Пожар",    "сигнал",    0,                               0,    steady,   true,  false},
+    {"Дверь",    "Дверь",    "открыта",   0,                               0,    door,     false, false},
+    {"БакНиз",   "Бак подп", "низкий",    n(CommonSignal::tankLevel),      42,   below,    true,  false},
+    {"БакВерх",  "Бак подп", "высокий",   n(CommonSignal::tankLevel),      58,   above,    false, false},
+    {"Ввод1",    "Питание",  "ввод 1",    0,                               1,    steady,   false, true},
+    {"Ввод2",    "Питание",  "ввод 2",    0,                               1,    steady,   false, true},
+    {"ИмпГаз",   "Счетчик",  "импульс",   0,                               0,    pulse,    false, false},
 };
 
 struct CommandRow {
@@ -132,22 +132,22 @@ struct CommandRow {
 
 constexpr std::size_t kNone = CommandTag::kNoFeedback;
 constexpr CommandRow kBoilerCommands[] = {
-    {"К#КлГаз",  "Клап.газ", "К# откр.", 2.0F, 1, 9},
-    {"К#Запал",  "Запальн.","К# вкл.",  0.2F, 0, kNone},
-    {"К#ВенВкл","Вентил.#","включить", 1.0F, 1, 11},
-    {"К#ДымВкл", "Дымосос#", "включить", 1.0F, 1, 12},
-    {"К#ЗдвВкл","Задвижка", "К# откр.", 4.0F, 1, 13},
+    {"К#КлГаз",  "Клап.газ", "К# откр.",  2.0F, 1, 9},
+    {"К#Запал",  "Запальн.", "К# вкл.",   0.2F, 0, kNone},
+    {"К#ВенВкл", "Вентил.#", "включить",  1.0F, 1, 11},
+    {"К#ДымВкл", "Дымосос#", "включить",  1.0F, 1, 12},
+    {"К#ЗдвВкл", "Задвижка", "К# откр.",  4.0F, 1, 13},
 };
 constexpr CommandRow kCommonCommands[] = {
-    {"НС1 вкл",  "Насос С1","включить", 1.0F, 1, 0},
-    {"НС2 вкл",  "Насос С2","включить", 1.0F, 1, 1},
-    {"НС3 вкл",  "Насос С3","включить", 1.0F, 0, 2},
-    {"НП1 вкл",  "Насос П1","включить", 1.0F, 1, 3},
-    {"НП2 вкл",  "Насос П2","включить", 1.0F, 0, 4},
-    {"НГ1 вкл",  "Насос Г1","включить", 1.0F, 1, 5},
-    {"НГ2 вкл",  "Насос Г2","включить", 1.0F, 0, 6},
-    {"КлГазВкл", "Клап.вв.","открыть",  3.0F, 1, 7},
-    {"Сирена",   "Сирена",   "включить", 0.1F, 0, kNone},
+    {"НС1 вкл",  "Насос С1", "включить",  1.0F, 1, 0},
+    {"НС2 вкл",  "Насос С2", "включить",  1.0F, 1, 1},
+    {"НС3 вкл",  "Насос С3", "включить",  1.0F, 0, 2},
+    {"НП1 вкл",  "Насос П1", "включить",  1.0F, 1, 3},
+    {"НП2 вкл",  "Насос П2", "включить",  1.0F, 0, 4},
+    {"НГ1 вкл",  "Насос Г1", "включить",  1.0F, 1, 5},
+    {"НГ2 вкл",  "Насос Г2", "включить",  1.0F, 0, 6},
+    {"КлГазВкл", "Клап.вв.", "открыть",   3.0F, 1, 7},
+    {"Сирена",   "Сирена",   "включить",  0.1F, 0, kNone},
 };
 
 struct InputRow {
@@ -158,26 +158,24 @@ struct InputRow {
     const char* text;
 };
 
-constexpr auto number = InputLayout::number;
-constexpr auto string = InputLayout::string;
-constexpr auto boolean = InputLayout::boolean;
+using enum InputLayout;
 constexpr InputRow kBoilerInputs[] = {
-    {"К#Т зад",  "Задание",  "К# Т,°C",  number,  celsius,    82,   50,  110, ""},
-    {"К#О2 зад", "Задание",  "К# О2,%",  number,  percent,     4,    2,    8, ""},
-    {"К#Р зад",  "Задание",  "К#раз,Па",number,  pascal,    -25,  -60,  -10, ""},
-    {"К#Разреш", "Работа#","разрешен", boolean, Unit::none,  1,    0,    1, ""},
-    {"К#Запис",  "Записка",  "по К#",    string,  Unit::none,  0,    0,    0, "Котёл # в работе"},
+    {"К#Т зад",  "Задание",  "К# Т,°C",   number,  celsius,    82,   50,  110, ""},
+    {"К#О2 зад", "Задание",  "К# О2,%",   number,  percent,     4,    2,    8, ""},
+    {"К#Р зад",  "Задание",  "К#раз,Па",  number,  pascal,    -25,  -60,  -10, ""},
+    {"К#Разреш", "Работа#",  "разрешен",  boolean, Unit::none,  1,    0,    1, ""},
+    {"К#Запис",  "Записка",  "по К#",     string,  Unit::none,  0,    0,    0, "Котёл # в работе"},
 };
 constexpr InputRow kCommonInputs[] = {
-    {"Тпр зад",  "Задание",  "Тпрям,°C", number,  celsius,    74,   40,   95, ""},
-    {"Тгвс зад", "Задание",  "ГВС,°C",   number,  celsius,    58,   40,   70, ""},
-    {"Роб зад",  "Задание",  "Робр,МПа", number,  megapascal,0.25F,0.15F,0.35F, ""},
-    {"ГрафНакл", "Отопит.",  "график,к", number,  Unit::none, 1.2F,0.5F,   3, ""},
-    {"ГрафСдв",  "Отопит.",  "сдвиг,°C", number,  celsius,     0,  -15,   15, ""},
-    {"ПогодРег","По погод","режим",    boolean, Unit::none,  0,    0,    1, ""},
-    {"Лето",     "Летний",   "режим",    boolean, Unit::none,  0,    0,    1, ""},
-    {"Смена",    "Смена",    "фамилия",  string,  Unit::none,  0,    0,    0, "Иванов И.И."},
-    {"Сообщ",    "Сообщен.","смене",    string,  Unit::none,  0,    0,    0, "Норма"},
+    {"Тпр зад",  "Задание",  "Тпрям,°C",  number,  celsius,    74,   40,   95, ""},
+    {"Тгвс зад", "Задание",  "ГВС,°C",    number,  celsius,    58,   40,   70, ""},
+    {"Роб зад",  "Задание",  "Робр,МПа",  number,  megapascal,0.25F,0.15F,0.35F, ""},
+    {"ГрафНакл", "Отопит.",  "график,к",  number,  Unit::none, 1.2F,0.5F,   3, ""},
+    {"ГрафСдв",  "Отопит.",  "сдвиг,°C",  number,  celsius,     0,  -15,   15, ""},
+    {"ПогодРег", "По погод", "режим",     boolean, Unit::none,  0,    0,    1, ""},
+    {"Лето",     "Летний",   "режим",     boolean, Unit::none,  0,    0,    1, ""},
+    {"Смена",    "Смена",    "фамилия",   string,  Unit::none,  0,    0,    0, "Иванов И.И."},
+    {"Сообщ",    "Сообщен.", "смене",     string,  Unit::none,  0,    0,    0, "Норма"},
 };
 
 struct LoopRow {
@@ -188,14 +186,14 @@ struct LoopRow {
 };
 
 constexpr LoopRow kBoilerLoops[] = {
-    {"К#РегГаз", "Регул.Т", "воды К#", n(BoilerSignal::waterOut), static_cast<std::size_t>(BoilerInput::temperature), 3.0F, 12, 74, 1},
-    {"К#РегВоз", "Регул.О2","дыма К#", n(BoilerSignal::oxygen),   static_cast<std::size_t>(BoilerInput::oxygen),      2.5F,  5, 63, 1},
-    {"К#РегРаз", "Регулят.","разр К#", n(BoilerSignal::draft),    static_cast<std::size_t>(BoilerInput::draft),      -0.6F,  3, 50, 1},
+    {"К#РегГаз", "Регул.Т",  "воды К#",   n(BoilerSignal::waterOut), static_cast<std::size_t>(BoilerInput::temperature), 3.0F, 12, 74, 1},
+    {"К#РегВоз", "Регул.О2", "дыма К#",   n(BoilerSignal::oxygen),   static_cast<std::size_t>(BoilerInput::oxygen),      2.5F,  5, 63, 1},
+    {"К#РегРаз", "Регулят.", "разр К#",   n(BoilerSignal::draft),    static_cast<std::size_t>(BoilerInput::draft),      -0.6F,  3, 50, 1},
 };
 constexpr LoopRow kCommonLoops[] = {
-    {"РегСмес",  "Регул.Т", "прямой",  n(CommonSignal::supplyTemperature),   static_cast<std::size_t>(CommonInput::supplyTemperature),   2.0F, 10, 70, 1},
-    {"РегГВС",   "Регул.Т", "ГВС",     n(CommonSignal::hotWaterTemperature), static_cast<std::size_t>(CommonInput::hotWaterTemperature), 1.5F, 10, 76, 1},
-    {"РегПодп",  "Регул.Р", "обратной",n(CommonSignal::returnPressure),      static_cast<std::size_t>(CommonInput::returnPressure),     400.0F, 20, 25, 1},
+    {"РегСмес",  "Регул.Т",  "прямой",    n(CommonSignal::supplyTemperature),   static_cast<std::size_t>(CommonInput::supplyTemperature),   2.0F, 10, 70, 1},
+    {"РегГВС",   "Регул.Т",  "ГВС",       n(CommonSignal::hotWaterTemperature), static_cast<std::size_t>(CommonInput::hotWaterTemperature), 1.5F, 10, 76, 1},
+    {"РегПодп",  "Регул.Р",  "обратной",  n(CommonSignal::returnPressure),      static_cast<std::size_t>(CommonInput::returnPressure),     400.0F, 20, 25, 1},
 };
 // clang-format on
 
