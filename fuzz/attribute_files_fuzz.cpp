@@ -1,0 +1,63 @@
+// Attribute description files with any contents: reading ends with what stands before the first
+// fault, and every attribute that is left lies inside its record.
+//
+// An input is both files: uint16 length of offatrs.dat, its bytes, and atributs.dat for the rest.
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <span>
+
+#include "lib/bd_vesk/attributes.h"
+#include "lib/bd_vesk/typevars.h"
+
+namespace {
+
+std::size_t sizeOf(Storage storage) {
+    switch (storage) {
+        case Storage::none:
+            return 0;
+        case Storage::bit:
+        case Storage::byte:
+            return 1;
+        case Storage::word:
+            return 2;
+        case Storage::real:
+            return 4;
+        case Storage::text9:
+            return 9;
+        case Storage::text17:
+            return 17;
+    }
+    std::abort();
+}
+
+void checkPlaces(const TableRow& row, const ListAllVar& entry) {
+    for (int num = 1; num <= entry.Num; ++num) {
+        AtrFault fault;
+        const AtrPlace place = placeOf(row.code, entry, num, row.passportSize, &fault);
+        if (place.offset + sizeOf(place.storage) > row.passportSize) std::abort();
+        if (!fault.text.empty() && place.storage != Storage::none) std::abort();
+    }
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    std::uint16_t offsetsSize = 0;
+    if (size < sizeof(offsetsSize)) return 0;
+    std::memcpy(&offsetsSize, data, sizeof(offsetsSize));
+    const auto both = std::span(data, size).subspan(sizeof(offsetsSize));
+    const auto offsets = both.first(std::min<std::size_t>(offsetsSize, both.size()));
+
+    const AtrFiles files = readAtrFiles(offsets, both.subspan(offsets.size()));
+    if (!files.sameEntries && !files.entries.empty()) std::abort();
+    for (const TableRow& row : kTables) {
+        const auto entry = static_cast<std::size_t>(row.fileEntry);
+        if (row.fileEntry >= 0 && entry < files.entries.size())
+            checkPlaces(row, files.entries[entry]);
+    }
+    return 0;
+}
