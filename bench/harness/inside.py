@@ -29,13 +29,10 @@ def progress(text: str) -> None:
 
 
 @contextlib.contextmanager
-def controller(plan: plans.Plan, tags: int) -> Iterator[None]:
-    """A simulated controller whose values stand still, on the client's core."""
-    if plan.null_test:
-        yield
-        return
-    command = [f"{plan.bin_dir}/zrtsim", "--frozen", "--va", str(max(tags, 1))]
-    with Program(command, plan.client_core) as simulator:
+def controller(bin_dir: str, tags: int, core: int | None = None) -> Iterator[None]:
+    """A simulated controller whose values stand still, and the configuration that publishes them."""
+    command = [f"{bin_dir}/zrtsim", "--frozen", "--va", str(max(tags, 1))]
+    with Program(command, core) as simulator:
         simulator.await_line("zrtsim: ready", 60)
         CONFIGURATION.parent.mkdir(parents=True, exist_ok=True)
         CONFIGURATION.write_bytes(plans.server_configuration(tags))
@@ -135,7 +132,9 @@ def carry_out(plan: plans.Plan) -> dict[str, Any]:
     for tags, rounds in plan.rounds.items():
         progress(f"{tags * len(plans.ATTRIBUTES)} value nodes, {rounds} rounds ...")
         by_server: dict[str, list[dict[str, Any]]] = {server: [] for server in SERVERS}
-        with controller(plan, tags):
+        with contextlib.ExitStack() as stack:
+            if not plan.null_test:
+                stack.enter_context(controller(plan.bin_dir, tags, plan.client_core))
             if tags == plans.LOAD_TAGS:
                 check_same_tree(plan, tags)
             for _ in range(rounds):

@@ -18,13 +18,14 @@ class MeasurementError(Exception):
 class Program:
     """A running program; `started` is the CLOCK_MONOTONIC time just before it was, in seconds."""
 
-    def __init__(self, command: list[str], core: int) -> None:
+    def __init__(self, command: list[str], core: int | None) -> None:
         self.name = pathlib.Path(command[0]).name
         self._output = tempfile.TemporaryFile()
         self.started = time.monotonic()
         # taskset replaces itself by the program, so the process id is the program's.
+        pinning = [] if core is None else ["taskset", "-c", str(core)]
         self._process = subprocess.Popen(
-            ["taskset", "-c", str(core), *command],
+            [*pinning, *command],
             stdin=subprocess.DEVNULL,
             stdout=self._output,
             stderr=subprocess.STDOUT,
