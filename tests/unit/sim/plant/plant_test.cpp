@@ -12,11 +12,7 @@
 
 namespace {
 
-constexpr auto VA = sim::TypeCode::VA;
-constexpr auto AV = sim::TypeCode::AV;
-constexpr auto HI = sim::TypeCode::HI;
-constexpr auto DI = sim::TypeCode::DI;
-constexpr auto DO = sim::TypeCode::DO;
+using enum sim::TypeCode;
 
 constexpr sim::Counts kHouse{80, 12, 24, 60, 24, 2, 2, 2, 2, 2, 2};
 
@@ -286,12 +282,12 @@ TEST_F(PlantTest, SurvivesWhateverAClientWrites) {
 }
 
 TEST_F(PlantTest, PlainValuesCount) {
-    const float before = db.value<float>(sim::TypeCode::TS, 1);
-    const auto counter = db.value<std::int16_t>(sim::TypeCode::IV, 2);
+    const float before = db.value<float>(TS, 1);
+    const auto counter = db.value<std::int16_t>(IV, 2);
     run(3);
-    EXPECT_NEAR(db.value<float>(sim::TypeCode::TS, 1), before + 3, 0.05);
-    EXPECT_EQ(db.value<std::int16_t>(sim::TypeCode::IV, 2), counter + 30);
-    EXPECT_LE(db.value<std::uint8_t>(sim::TypeCode::LV, 1), 1);
+    EXPECT_NEAR(db.value<float>(TS, 1), before + 3, 0.05);
+    EXPECT_EQ(db.value<std::int16_t>(IV, 2), counter + 30);
+    EXPECT_LE(db.value<std::uint8_t>(LV, 1), 1);
 }
 
 TEST(Plant, TheSameSeedTakesTheSameCourse) {
