@@ -33,8 +33,13 @@ def parse_arguments() -> argparse.Namespace:
         formatter_class=argparse.RawDescriptionHelpFormatter,
     )
     parser.add_argument("--quick", action="store_true", help="a rough answer within a minute")
-    parser.add_argument("--rounds", type=int, metavar="N", help="rounds (default 5; four times as many for small trees)")
-    parser.add_argument("--json", type=pathlib.Path, metavar="FILE", help="write figures and samples")
+    parser.add_argument(
+        "--rounds", type=int, metavar="N",
+        help="rounds (default 5; small trees have four times as many)",
+    )  # fmt: skip
+    parser.add_argument(
+        "--json", type=pathlib.Path, metavar="FILE", help="write figures and samples"
+    )
     parser.add_argument("--markdown", action="store_true", help="print the table for the README")
     parser.add_argument("--check", action="store_true", help="status 1 when a bound is missed")
     parser.add_argument(
@@ -49,6 +54,8 @@ def parse_arguments() -> argparse.Namespace:
     arguments = parser.parse_args()
     if arguments.rounds is not None and arguments.rounds < 1:
         parser.error("--rounds must be at least 1")
+    if arguments.json is not None and not arguments.json.parent.is_dir():
+        parser.error(f"--json: there is no folder {arguments.json.parent}")
     return arguments
 
 
@@ -113,7 +120,8 @@ def measure(plan: plans.Plan) -> report.Samples:
     done = subprocess.run(command, stdout=subprocess.PIPE, text=True, check=False)
     if done.returncode != 0:
         sys.exit(1)
-    return json.loads(done.stdout)
+    samples: report.Samples = json.loads(done.stdout)
+    return samples
 
 
 def main() -> int:
@@ -138,4 +146,7 @@ def main() -> int:
 
 
 if __name__ == "__main__":
-    sys.exit(main())
+    try:
+        sys.exit(main())
+    except KeyboardInterrupt:
+        sys.exit(130)

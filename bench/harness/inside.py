@@ -20,7 +20,7 @@ from harness.processes import MeasurementError, Program, run_client
 CONFIGURATION = pathlib.Path("/zrt/settings/opcuasrv.ini")
 SERVERS = ("server", "bare")
 BARE_PORT = plans.PORT + 1
-AWAIT_SECONDS = 120
+AWAIT_SECONDS = 60
 SETTLE_SECONDS = 0.3
 
 
@@ -49,13 +49,19 @@ def start(plan: plans.Plan, server: str, tags: int, port: int = plans.PORT) -> P
 
 
 def client(plan: plans.Plan, *arguments: object) -> dict[str, Any]:
-    return json.loads(run_client(plan.bin_dir, plan.client_core, list(map(str, arguments))))
+    text = run_client(plan.bin_dir, plan.client_core, list(map(str, arguments)))
+    answer: dict[str, Any] = json.loads(text)
+    return answer
 
 
-def await_first_read(plan: plans.Plan, port: int = plans.PORT) -> float:
+def await_first_read(plan: plans.Plan, program: Program, port: int = plans.PORT) -> float:
     """CLOCK_MONOTONIC seconds."""
-    answered = client(plan, "await", "--port", port, "--deadline", AWAIT_SECONDS)
-    return answered["monotonic_ns"] / 1e9
+    try:
+        answered = client(plan, "await", "--port", port, "--deadline", AWAIT_SECONDS)
+    except MeasurementError:
+        program.check_alive()  # if it has ended, why is told by its output
+        raise
+    return float(answered["monotonic_ns"]) / 1e9
 
 
 def idle(plan: plans.Plan, program: Program) -> dict[str, float]:
@@ -69,7 +75,7 @@ def idle(plan: plans.Plan, program: Program) -> dict[str, float]:
 def visit(plan: plans.Plan, server: str, tags: int) -> dict[str, Any]:
     """Starts one server alone, measures it at this size, ends it."""
     with start(plan, server, tags) as program:
-        seconds = await_first_read(plan) - program.started
+        seconds = await_first_read(plan, program) - program.started
         sample: dict[str, Any] = {
             "startup": {"seconds": seconds, **program.times()},
             "memory": program.memory(),
@@ -88,8 +94,8 @@ def alternate_reads(plan: plans.Plan, tags: int) -> dict[str, dict[str, Any]]:
     """Both servers at once on one core; each rests while the other is loaded. By server."""
     with start(plan, "server", tags) as ours, start(plan, "bare", tags, BARE_PORT) as bare:
         targets = [f"{plans.PORT}:{ours.pid}", f"{BARE_PORT}:{bare.pid}"]
-        for port in (plans.PORT, BARE_PORT):
-            await_first_read(plan, port)
+        await_first_read(plan, ours)
+        await_first_read(plan, bare, BARE_PORT)
         reads: dict[str, dict[str, Any]] = {server: {} for server in SERVERS}
         for nodes in plans.READ_SIZES:
             measured = client(
@@ -111,8 +117,8 @@ def measure_round(plan: plans.Plan, tags: int) -> dict[str, dict[str, Any]]:
 
 
 def published(plan: plans.Plan, server: str, tags: int) -> set[str]:
-    with start(plan, server, tags):
-        await_first_read(plan)
+    with start(plan, server, tags) as program:
+        await_first_read(plan, program)
         listing = run_client(plan.bin_dir, plan.client_core, ["list", "--port", str(plans.PORT)])
         return set(listing.splitlines())
 

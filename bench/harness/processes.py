@@ -7,6 +7,7 @@ import signal
 import subprocess
 import tempfile
 import time
+from typing import Self
 
 STOP_SECONDS = 10.0
 
@@ -20,7 +21,7 @@ class Program:
 
     def __init__(self, command: list[str], core: int | None) -> None:
         self.name = pathlib.Path(command[0]).name
-        self._output = tempfile.TemporaryFile()
+        self._output = tempfile.TemporaryFile()  # noqa: SIM115 (closed by stop)
         self.started = time.monotonic()
         # taskset replaces itself by the program, so the process id is the program's.
         pinning = [] if core is None else ["taskset", "-c", str(core)]
@@ -50,7 +51,9 @@ class Program:
         while line not in self.output().splitlines():
             self.check_alive()
             if time.monotonic() > deadline:
-                raise MeasurementError(f'{self.name} did not print "{line}":\n{self.output()[-2000:]}')
+                raise MeasurementError(
+                    f'{self.name} did not print "{line}":\n{self.output()[-2000:]}'
+                )
             time.sleep(0.02)
 
     def stop(self) -> None:
@@ -65,7 +68,7 @@ class Program:
                 raise MeasurementError(f"{self.name} did not end at SIGINT") from None
         self._output.close()
 
-    def __enter__(self) -> Program:
+    def __enter__(self) -> Self:
         return self
 
     def __exit__(self, *_: object) -> None:

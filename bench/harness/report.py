@@ -100,7 +100,7 @@ def startup_us(sample: Sample) -> float:
 
 
 def memory_bytes(sample: Sample) -> float:
-    return sample["memory"]["total"]
+    return float(sample["memory"]["total"])
 
 
 def load_rows(load: dict[str, list[Sample]]) -> list[Row]:
@@ -124,8 +124,10 @@ def size_rows(samples: Samples, tags: int) -> list[Row]:
     nodes = tags * len(plans.ATTRIBUTES)
 
     def over_empty(figure: Figure) -> dict[str, Figure]:
-        fixed = {server: middle(figure, of_server) for server, of_server in samples["0"].items()}
-        return {server: lambda s, f=fixed[server]: (figure(s) - f) / nodes for server in fixed}
+        def less(fixed: float) -> Figure:
+            return lambda s: (figure(s) - fixed) / nodes
+
+        return {server: less(middle(figure, at_empty)) for server, at_empty in samples["0"].items()}
 
     at = samples[str(tags)]
     return [
@@ -162,9 +164,7 @@ def fixed_rows(samples: Samples) -> list[Row]:
     empty = samples["0"]
     return [
         make_row(empty, lambda s: startup_us(s) / 1e3, "startup_0", "start-up, empty", "ms", 1),
-        make_row(
-            empty, lambda s: memory_bytes(s) / 2**20, "memory_0", "memory, empty", "MiB", 2
-        ),
+        make_row(empty, lambda s: memory_bytes(s) / 2**20, "memory_0", "memory, empty", "MiB", 2),
     ]
 
 
@@ -188,15 +188,13 @@ def warnings(samples: Samples) -> list[str]:
                     f"{server}: only {busy:.0%} of its core at {nodes} nodes a request; "
                     "something else was the limit"
                 )
-    lengths = {
-        f"{s['read_1000']['bytes_per_value']:.1f}" for s in load["server"] + load["bare"]
-    }
+    lengths = {f"{s['read_1000']['bytes_per_value']:.1f}" for s in load["server"] + load["bare"]}
     if len(lengths) != 1:
         found.append(f"the servers' answers differ in length: {', '.join(sorted(lengths))} bytes")
     return found
 
 
-HEADER = ("", "unit", "this server", "bare server", "ratio", "wanted", "")
+HEADER: tuple[str, ...] = ("", "unit", "this server", "bare server", "ratio", "wanted", "")
 VERDICTS = {True: "met", False: "MISSED", None: ""}
 
 
@@ -219,7 +217,7 @@ def cells(rows: list[Row]) -> list[tuple[str, ...]]:
 
 
 def text_table(rows: list[Row]) -> str:
-    table = [HEADER, *cells(rows)]
+    table: list[tuple[str, ...]] = [HEADER, *cells(rows)]
     widths = [max(len(line[i]) for line in table) for i in range(len(HEADER))]
     left = (0, 1, 6)
     return "\n".join(
@@ -232,7 +230,7 @@ def text_table(rows: list[Row]) -> str:
 
 
 def markdown_table(rows: list[Row]) -> str:
-    lines = [HEADER[:-1], ("---", "---", "--:", "--:", "--:", "--:")]
+    lines: list[tuple[str, ...]] = [HEADER[:-1], ("---", "---", "--:", "--:", "--:", "--:")]
     lines += [line[:-1] for line in cells(rows)]
     return "\n".join(f"| {' | '.join(line)} |" for line in lines)
 
