@@ -1,0 +1,117 @@
+#include "lib/rolling2/rol_files.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+#include <memory>
+
+#include "lib/rolling2/rol_mes.h"
+#include "lib/rolling2/rol_report.h"
+
+namespace {
+
+struct CloseFile {
+    void operator()(std::FILE* file) const { std::fclose(file); }
+};
+using File = std::unique_ptr<std::FILE, CloseFile>;
+
+}  // namespace
+
+// ---- Messages ----------------------------------------------------------------------------------
+
+static int readHeader(std::span<const std::uint8_t> bytes, SRolFileHeader& header) {
+    if (bytes.size() < sizeof(header)) return kRolShortHeader;
+    std::memcpy(&header, bytes.data(), sizeof(header));
+    const bool isOurs = std::memcmp(header.tag, kRolFileTag, sizeof(header.tag)) == 0;
+    return isOurs && header.last < header.count ? kRolDone : kRolBadHeader;
+}
+
+RolMessages RolParseMessages(std::span<const std::uint8_t> bytes, std::size_t most) {
+    RolMessages file;
+    SRolFileHeader header{};
+    file.error = readHeader(bytes, header);
+    if (file.error != kRolDone) return file;
+
+    bytes = bytes.subspan(sizeof(header));
+    const std::size_t surplus = header.count > most ? header.count - most : 0;
+    for (std::size_t i = 0; i < header.count; ++i) {
+        SRolMessage message{};
+        std::size_t used = 0;
+        file.error = RolReadRaw(bytes, message, used);
+        if (file.error != kRolDone) break;
+        bytes = bytes.subspan(used);
+        if (i >= surplus) file.messages.push_back(message);
+    }
+    return file;
+}
+
+static void reportMessages(int error, const char* path) {
+    switch (error) {
+        case kRolDone:
+            return;
+        case kRolShortHeader:
+            RolReport(RolText::shortHeader, {.path = path});
+            return;
+        case kRolBadHeader:
+            RolReport(RolText::badHeader, {.path = path});
+            return;
+        default:
+            RolReport(RolText::badMessage, {.code = error, .path = path});
+            return;
+    }
+}
+
+/// All bytes of a file, up to the most that a messages file can have.
+static std::vector<std::uint8_t> contents(std::FILE* file) {
+    constexpr std::size_t kMost = sizeof(SRolFileHeader) + UINT16_MAX * sizeof(SRolMessage);
+    std::vector<std::uint8_t> bytes;
+    std::uint8_t part[16384];
+    std::size_t got = 0;
+    while (bytes.size() < kMost && (got = std::fread(part, 1, sizeof(part), file)) != 0)
+        bytes.insert(bytes.end(), part, part + got);
+    return bytes;
+}
+
+RolMessages RolLoadMessages(const char* path, std::size_t most) {
+    // For reading only, but a file that could not be written anew is as good as none.
+    const File file(std::fopen(path, "rb+"));
+    if (file == nullptr) {
+        RolReport(RolText::messagesNotReadable, {.path = path});
+        return {kRolCannotOpen, {}};
+    }
+    auto loaded = RolParseMessages(contents(file.get()), most);
+    reportMessages(loaded.error, path);
+    return loaded;
+}
+
+// ---- Counters ----------------------------------------------------------------------------------
+
+int RolLoadCounters(const char* path, std::array<std::uint8_t, kRolCountersRead>& bytes) {
+    const File file(std::fopen(path, "rb+"));
+    if (file == nullptr) {
+        RolReport(RolText::countersNotReadable, {.path = path});
+        return kRolCannotOpen;
+    }
+    std::array<std::uint8_t, kRolCountersRead> read{};
+    if (std::fread(read.data(), 1, read.size(), file.get()) != read.size()) {
+        RolReport(RolText::badCounters, {.path = path});
+        return kRolShortMessage;
+    }
+    bytes = read;
+    return kRolDone;
+}
+
+// ---- Writing -----------------------------------------------------------------------------------
+
+int RolWriteFile(const char* path, std::span<const std::uint8_t> bytes) {
+    const File file(std::fopen(path, "w+"));
+    if (file == nullptr) return kRolCannotOpen;
+    const bool isWritten = std::fwrite(bytes.data(), 1, bytes.size(), file.get()) == bytes.size();
+    const bool isFlushed = std::fflush(file.get()) == 0;
+    const bool isOnDisk = fdatasync(fileno(file.get())) == 0 && fsync(fileno(file.get())) == 0;
+    static_cast<void>(
+        isOnDisk);  // files that cannot be synchronised (a pipe) are written all the same
+    return isWritten && isFlushed ? kRolDone : kRolShortWrite;
+}

@@ -1,0 +1,35 @@
+#pragma once
+
+// The lines that the journal library prints. Operators and other programs read them: they are
+// fixed, CP866, and go to standard output.
+
+enum class RolText {
+    sharedMemoryFailed,     // code
+    iniFileMissing,         // path
+    messageLost,            // code, dictionary, message code
+    messagesNotWritable,    // path
+    countersNotWritable,    // path
+    shortWrite,             // path
+    nothingToWrite,         //
+    messagesNotReadable,    // path
+    shortHeader,            // path
+    badHeader,              // path
+    badMessage,             // code, path
+    countersNotReadable,    // path
+    badCounters,            // path
+    mainMessagesFailed,     // code
+    mainCountersFailed,     // code
+    reserveMessagesFailed,  // code
+    reserveCountersFailed,  // code
+};
+
+/// What a text names; each text takes what stands beside it above and ignores the rest.
+struct RolDetails {
+    int code = 0;
+    const char* path = "";
+    long dictionary = 0;
+    long messageCode = 0;
+};
+
+/// Prints one line. Any thread.
+void RolReport(RolText text, const RolDetails& details = {});

@@ -1,0 +1,17 @@
+#pragma once
+
+#include <cstdint>
+
+#include "lib/rolling2/rol_shared.h"
+
+/// What veskkntr.ini, the controller's settings file, tells the journal.
+
+/// Reads the controller's number ("StartSetup", "Number_kontr"). Untouched when there is none.
+void RolReadController(const char* path, std::int16_t& number);
+
+/// The settings of a new journal: defaults, then what the file sets. A file that cannot be used is
+/// reported; a number that its field cannot hold leaves the default.
+[[nodiscard]] SRolIniFileSettings RolReadSettings(const char* path);
+
+/// Replaces what no journal can work with; settings within their limits stay as they are.
+void RolCorrectSettings(SRolIniFileSettings& settings);

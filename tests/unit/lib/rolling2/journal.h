@@ -1,0 +1,202 @@
+#pragma once
+
+#include <gtest/gtest.h>
+#include <sys/ipc.h>
+#include <sys/shm.h>
+
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <initializer_list>
+#include <memory>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "lib/rolling2/rol_man.h"
+#include "lib/util/ipc_objects.h"
+#include "lib/util/shmem.h"
+#include "support/capture.h"
+#include "support/child_process.h"
+#include "support/vesk_path.h"
+
+/// A segment of the journal as another program sees it: bytes at offsets. Made when `bytes` is not
+/// 0 and there is none.
+class RawSegment {
+  public:
+    explicit RawSegment(int index, std::size_t bytes = 0) {
+        const int id = shmget(ShmKey(index, 0), bytes, bytes != 0 ? IPC_CREAT | 0777 : 0777);
+        shmid_ds info{};
+        if (id == -1 || shmctl(id, IPC_STAT, &info) == -1) return;
+        size_ = info.shm_segsz;
+        at_.reset(shmat(id, nullptr, 0));
+    }
+
+    bool exists() const { return at_ != nullptr; }
+    std::size_t size() const { return size_; }
+    template <class T>
+    T get(std::size_t offset) const {
+        T value{};
+        std::memcpy(&value, bytes() + offset, sizeof(value));
+        return value;
+    }
+    template <class T>
+    void put(std::size_t offset, T value) const {
+        std::memcpy(bytes() + offset, &value, sizeof(value));
+    }
+    std::string text(std::size_t offset, std::size_t length) const {
+        return {bytes() + offset, length};
+    }
+
+  private:
+    char* bytes() const { return static_cast<char*>(at_.get()); }
+
+    std::size_t size_ = 0;
+    ShmPtr at_;
+};
+
+/// A message's record, laid by hand.
+struct Record {
+    std::uint32_t code = 0;
+    std::int32_t stampSec = 1;
+    std::int32_t stampUsec = 0;
+    std::string args{};  // as they lie
+    std::uint8_t argCount = 0;
+
+    /// Head and arguments, as in a file.
+    std::string raw() const {
+        std::string bytes;
+        const auto add = [&bytes](auto value) {
+            bytes.append(reinterpret_cast<const char*>(&value), sizeof(value));
+        };
+        add(stampSec);
+        add(stampUsec);
+        add(std::uint32_t{1'700'000'000});
+        add(std::uint16_t{250});
+        add(std::uint32_t{301});
+        add(code);
+        add(std::int8_t{-1});
+        add(std::int16_t{-1});
+        add(argCount);
+        return bytes + args;
+    }
+};
+
+inline std::string little(std::uint64_t value, int bytes) {
+    std::string text;
+    for (; bytes > 0; --bytes, value >>= 8U)
+        text += static_cast<char>(value & 0xFFU);
+    return text;
+}
+
+/// Contents of a messages file; `count` and `last` as given, whatever follows.
+inline std::string messagesFile(unsigned count, unsigned last, const std::string& messages) {
+    return "veskrol2.1" + little(count, 2) + little(last, 2) + messages;
+}
+/// With messages of the codes `from` to `to`.
+inline std::string messagesFile(unsigned from, unsigned to) {
+    std::string messages;
+    for (unsigned code = from; code <= to; ++code)
+        messages += Record{.code = code, .stampSec = static_cast<std::int32_t>(code)}.raw();
+    return messagesFile(to - from + 1, to - from, messages);
+}
+
+/// An installation without a journal: key files, settings and the folders of the journal's files.
+class JournalTest : public testing::Test {
+  protected:
+    enum class Copy { main, reserve };
+
+    JournalTest() {
+        for (const char* name : {"dat", "rezerv", "check", "settings"})
+            std::filesystem::create_directories(path(name));
+        setenv("PATHDB", path("").c_str(), 1);
+        setenv("DIC", "/dictionaries", 1);
+        setenv("SETTINGS", path("settings").c_str(), 1);
+        SRV_Path.InitPathes();
+        settings(
+            "[StartSetup]\nNumber_kontr = 7\n[ROLLING]\nMaxNumMessageMemory = 20\n"
+            "MaxNumMessageDisk = 10\n");
+        // Without the generation byte every key would complain of it.
+        RawSegment(kGenerationIpcIndex, 1).put<std::uint8_t>(0, 7);
+    }
+    ~JournalTest() override {
+        for (const char* name : {"PATHDB", "DIC", "SETTINGS"})
+            unsetenv(name);
+        SRV_Path.InitPathes();
+    }
+
+    void settings(const std::string& text) const { write("settings/veskkntr.ini", text); }
+    /// Of a file below PATHDB (a folder "rezerv" would have the name of a key file).
+    std::string path(const std::string& name) const {
+        return (vesk.folder() / "sram").string() + (name.empty() ? "" : "/") + name;
+    }
+    void write(const std::string& name, const std::string& bytes) const {
+        std::ofstream(path(name), std::ios::binary | std::ios::trunc) << bytes;
+    }
+    std::string read(const std::string& name) const {
+        std::ifstream file(path(name), std::ios::binary);
+        return (std::ostringstream() << file.rdbuf()).str();
+    }
+    bool exists(const std::string& name) const { return std::filesystem::exists(path(name)); }
+
+    static std::string messagesName(Copy copy) {
+        return copy == Copy::main ? "dat/rolling2.dat" : "rezerv/rolling2.dat";
+    }
+    static std::string countersName(Copy copy) {
+        return copy == Copy::main ? "dat/cntroll2.dat" : "rezerv/cntroll2.dat";
+    }
+    static std::string crcName(Copy copy) {
+        return copy == Copy::main ? "check/chk_rol2.dat" : "check/chk_rol2.rez";
+    }
+    /// A whole CRC file. The check values are those of the published algorithm.
+    void writeCrc(Copy copy, int value) const {
+        const struct {
+            int value;
+            const char* check;
+        } known[] = {{0, "\x24\x00"}, {1, "\xD8\x01"}, {2, "\x9C\x01"}};
+        const char* const check = known[value].check;
+        write(crcName(copy),
+              "VSX__CRC" + little(static_cast<unsigned>(value), 4) + std::string(check, 2));
+    }
+
+    /// What a power cut leaves: the files.
+    static void removeShared() {
+        for (const int index : kRolOwnSegments)
+            if (const auto found = IpcFind(IpcKind::segment, ShmKey(index, 0)))
+                IpcRemove(IpcKind::segment, found->id);
+        if (const auto found = IpcFind(IpcKind::semaphore, SemKey(kRolSemaphore)))
+            IpcRemove(IpcKind::semaphore, found->id);
+    }
+
+    /// Codes of the messages in the ring, oldest first.
+    static std::vector<unsigned> codes(CRolManager& journal) {
+        std::vector<unsigned> all;
+        if (journal.GoFirstMes() != 0) return all;
+        do {
+            all.push_back(journal.CurMessage.Message.MessageCode + 0U);  // a copy: it is packed
+        } while (journal.GetNextMes() == 0);
+        return all;
+    }
+    /// Joins, quietly.
+    static void join(CRolManager& journal) {
+        const Capture quiet(STDOUT_FILENO);
+        ASSERT_EQ(journal.Init(), 0);
+    }
+    static void post(CRolManager& journal, unsigned from, unsigned to) {
+        for (unsigned code = from; code <= to; ++code)
+            ASSERT_EQ(journal.Message(code, new CRolArg(RT_END)), 0);
+    }
+
+    VeskPath vesk;
+};
+
+/// from, from + 1, ... to
+inline std::vector<unsigned> upTo(unsigned from, unsigned to) {
+    std::vector<unsigned> all;
+    for (; from <= to; ++from)
+        all.push_back(from);
+    return all;
+}

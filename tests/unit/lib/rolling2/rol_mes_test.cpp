@@ -1,0 +1,176 @@
+#include "lib/rolling2/rol_mes.h"
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <climits>
+#include <cstdlib>
+#include <ctime>
+
+#include "journal.h"
+
+namespace {
+
+std::string argsOf(const CRolMessageInterface& built) {
+    const auto* bytes = reinterpret_cast<const char*>(built.Message.ArgsBuffer);
+    return {bytes, RolArgsSize(built.Message)};
+}
+
+TEST(RolArguments, AreStoredByTypeLengthAndData) {
+    using std::string;
+    const struct {
+        const char* why;
+        CRolArg argument;
+        string bytes;
+        const char* shown;
+    } cases[] = {
+        {"char", CRolArg('A'), string("\x01\x01") + "A", "65"},
+        {"signed char", CRolArg(static_cast<signed char>(-1)), "\x01\x01\xFF", "-1"},
+        {"unsigned char", CRolArg(static_cast<unsigned char>(200)), "\x02\x01\xC8", "200"},
+        {"short", CRolArg(static_cast<short>(-2)), "\x03\x02\xFE\xFF", "-2"},
+        {"unsigned short", CRolArg(static_cast<unsigned short>(65535)), "\x04\x02\xFF\xFF",
+         "65535"},
+        {"long, 32 bits of it", CRolArg(LONG_MAX - 1), "\x05\x04\xFE\xFF\xFF\xFF", "-2"},
+        {"unsigned long", CRolArg(0x1FFFFFFFEUL), "\x06\x04\xFE\xFF\xFF\xFF", "4294967294"},
+        {"float", CRolArg(-1.5F), string("\x07\x04\0\0\xC0\xBF", 6), "-1.5"},
+        {"double", CRolArg(0.1), "\x08\x08\x9A\x99\x99\x99\x99\x99\xB9\x3F", "0.1"},
+        {"text with its NUL", CRolArg("\x92\x85"), string("\x09\x03\x92\x85\0", 5), "\x92\x85"},
+        {"empty text", CRolArg(""), string("\x09\x01\0", 3), ""},
+        {"no text", CRolArg(static_cast<const char*>(nullptr)), string("\x09\x01\0", 3), ""},
+        {"int", CRolArg(-3), "\x0B\x04\xFD\xFF\xFF\xFF", "-3"},
+        {"unsigned", CRolArg(4'000'000'000U), string("\x0C\x04\x00\x28\x6B\xEE", 6), "4000000000"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.why);
+        CRolMessageInterface message;
+        message.Start(5, 6, -1, -1);
+        ASSERT_EQ(message.AddArg(c.argument), kRolDone);
+        EXPECT_EQ(argsOf(message), c.bytes);
+        EXPECT_EQ(message.Message.NumberOfArgs, 1);
+        const std::string line = message.MakeString(nullptr);
+        EXPECT_EQ(line.substr(line.find("5/6")), std::string("5/6: ") + c.shown);
+    }
+}
+
+TEST(RolArguments, AreRefusedWhereTheRecordEnds) {
+    CRolMessageInterface message;
+    message.Start(1, 2, -1, -1);
+    EXPECT_EQ(message.AddArg(CRolArg(std::string(253, 'x').c_str())), kRolArgumentsOverflow);
+    EXPECT_EQ(message.AddArg(CRolArg(RT_NOTYPE)), kRolArgumentType);
+    EXPECT_EQ(message.AddArg(CRolArg(RT_INT)), kRolArgumentType) << "no value came with it";
+    EXPECT_EQ(message.Message.NumberOfArgs, 0);
+    const std::string longest(252, 'x');
+    EXPECT_EQ(message.AddArg(CRolArg(longest.c_str())), kRolDone);
+    EXPECT_EQ(argsOf(message), "\x09\xFD" + longest + '\0');
+    EXPECT_EQ(message.AddArg(CRolArg('x')), kRolArgumentsOverflow);
+    EXPECT_EQ(message.Message.NumberOfArgs, 1);
+
+    message.Start(1, 2, -1, -1);
+    int taken = 0;
+    while (message.AddArg(CRolArg('x')) == kRolDone)
+        ++taken;
+    EXPECT_EQ(taken, 85);
+    EXPECT_EQ(RolArgsSize(message.Message), 255U);
+}
+
+TEST(RolMessage, IsReadAtTheOffsetsOfTheRecord) {
+    const std::string raw(
+        "\x01\x00\x00\x00\x02\x00\x00\x00\x03\x00\x00\x00\x04\x00\x05\x00\x00\x00"
+        "\x06\x00\x00\x00\xFE\xFD\xFF\x02\x01\x01\x07\x0B\x04\x08\x00\x00\x00rest",
+        39);
+    SRolMessage message{};
+    std::size_t used = 0;
+    const std::span bytes(reinterpret_cast<const std::uint8_t*>(raw.data()), raw.size());
+    ASSERT_EQ(RolReadRaw(bytes, message, used), kRolDone);
+    EXPECT_EQ(used, 35U);
+    const timeval_32 stamp = message.PseudoTimeStamp;
+    EXPECT_EQ(stamp.tv_sec, 1);
+    EXPECT_EQ(stamp.tv_usec, 2);
+    const TFullTime date = message.Date;
+    EXPECT_EQ(date.sec, 3U);
+    EXPECT_EQ(date.msec, 4);
+    EXPECT_EQ(message.DicNumber + 0U, 5U);
+    EXPECT_EQ(message.MessageCode + 0U, 6U);
+    EXPECT_EQ(message.VarType, -2);
+    EXPECT_EQ(message.VarNumber + 0, -3);
+    EXPECT_EQ(message.NumberOfArgs, 2);
+    std::uint8_t back[sizeof(SRolMessage)];
+    ASSERT_EQ(RolWriteRaw(message, back), 35U);
+    EXPECT_EQ(std::memcmp(back, raw.data(), 35), 0);
+
+    for (std::size_t length = 0; length < 35; ++length)
+        EXPECT_EQ(RolReadRaw(bytes.first(length), message, used), kRolShortMessage) << length;
+    EXPECT_EQ(used, 35U) << "untouched by failures";
+}
+
+TEST(RolMessage, ShowsWhatADamagedOneStillHolds) {
+    SRolMessage message{};
+    message.NumberOfArgs = 200;
+    message.ArgsBuffer[0] = RT_UCHAR;
+    message.ArgsBuffer[1] = 1;
+    message.ArgsBuffer[2] = 9;
+    message.ArgsBuffer[3] = RT_INT;  // with two bytes only
+    message.ArgsBuffer[4] = 2;
+    message.ArgsBuffer[7] = 77;  // no such type
+    message.ArgsBuffer[8] = 1;
+    message.ArgsBuffer[10] = RT_STR;  // longer than the record
+    message.ArgsBuffer[11] = 255;
+    EXPECT_GT(RolArgsSize(message), 255U);
+    const auto values = RolArguments(message);
+    ASSERT_EQ(values.size(), 3U);
+    EXPECT_EQ(std::get<std::uint64_t>(values[0].value), 9U);
+    EXPECT_EQ(values[1].value.index(), 0U);
+    EXPECT_EQ(values[2].type, 77);
+    std::uint8_t raw[sizeof(SRolMessage)];
+    EXPECT_EQ(RolWriteRaw(message, raw), 26U) << "its head alone goes to a file";
+    EXPECT_EQ(raw[25], 0);
+
+    // A text without a closing NUL ends with its length.
+    message = SRolMessage{};
+    message.NumberOfArgs = 1;
+    std::memcpy(message.ArgsBuffer, "\x09\x02xyz", 5);
+    EXPECT_EQ(std::get<std::string>(RolArguments(message)[0].value), "xy");
+}
+
+TEST(RolMessage, ShowsTheServersMessagesInRussian) {
+    const auto shown = [](unsigned code, std::initializer_list<CRolArg> arguments) {
+        CRolMessageInterface message;
+        message.Start(301, code, -1, -1);
+        for (const auto& argument : arguments)
+            EXPECT_EQ(message.AddArg(argument), kRolDone);
+        const std::string line = message.MakeString(nullptr);
+        return line.substr(std::min(line.size(), std::size_t{24}));
+    };
+    // "ЦП 3: OPC UA Сервер: Запуск: Версия: 1.0-0" and so on
+    const std::string server = "\x96\x8F 3: OPC UA \x91\xA5\xE0\xA2\xA5\xE0: ";
+    EXPECT_EQ(shown(18091, {CRolArg(3), CRolArg("1.0-0")}),
+              server + "\x87\xA0\xAF\xE3\xE1\xAA: \x82\xA5\xE0\xE1\xA8\xEF: 1.0-0");
+    EXPECT_EQ(shown(18092, {CRolArg(3), CRolArg("OA")}),
+              server + "\x87\xA0\xAF\xE3\xE9\xA5\xAD: OA");
+    EXPECT_EQ(shown(18093, {CRolArg(3)}), server + "\x8E\xE1\xE2\xA0\xAD\xAE\xA2\xAB\xA5\xAD");
+    EXPECT_EQ(
+        shown(18094, {CRolArg(3), CRolArg(2), CRolArg(" ")}),
+        server + "\x8E\xE8\xA8\xA1\xAA\xA0 \xAA\xAE\xAD\xE4\xA8\xA3\xE3\xE0\xA0\xE6\xA8\xA8: 2  ");
+    EXPECT_EQ(shown(18093, {}), "301/18093") << "without its arguments it is like any other";
+    EXPECT_EQ(shown(5, {CRolArg(1), CRolArg("a")}), "301/5: 1, a");
+}
+
+TEST(RolMessage, ShowsTimeAndDesignation) {
+    ChildProcess child([] {
+        setenv("TZ", "UTC", 1);
+        tzset();
+        CRolMessageInterface message;
+        message.Start(1, 2, 1, 5);
+        message.Message.Date = {1'700'000'000, 250};
+        EXPECT_EQ(message.MakeString(""), "14/11/2023 22:13:20.250 1/2");
+        EXPECT_EQ(message.MakeString("TE101"),
+                  "14/11/2023 22:13:20.250 TE101                     1/2");
+        message.SetPoz24(true);
+        EXPECT_EQ(message.MakeString("TE101"),
+                  "14/11/2023 22:13:20.250 TE101                    1/2");
+        return 0;
+    });
+    EXPECT_EQ(child.wait(), 0);
+}
+
+}  // namespace
