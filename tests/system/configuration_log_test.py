@@ -60,9 +60,9 @@ CASES: dict[str, tuple[str, list[str]]] = {
         "Type1.d=D, 0\nType50.e=E, 11\nType52.f=F, 5\nType51.g=G, 5\n",
         [error(4, 7), error(4, 9), error(4, 10), error(4, 11), RUNNING],
     ),
-    "two attributes that are found on one line": (
+    "a refused attribute is found on its own line, beside a longer key": (
         "[Attributes]\nVA=all\nType1.aa=A, 27\nType1.a=B, 63\n",
-        [error(4, 6), RUNNING],
+        [error(4, 7), error(4, 6), RUNNING],
     ),
     "an attribute of no listed tag is not looked at": (
         "[Attributes]\nType1.a=A, 27, OPC_READABLE\n",
