@@ -101,12 +101,25 @@ BOOL CVeskBDSh::getDat(SVariable var, SVal* out) {
 
 void CVeskBDSh::Read(std::uint8_t type, std::uint16_t num, std::uint16_t num_atr, SReading* out) {
     const Address at(type, num, num_atr);
-    out->type_atr = typeOf(at);
-    if (!read(at, &out->val, Source::curVal)) out->val.Clear();
-    const TQF* const record =
+    if (num_atr != 0) {
+        // The way of nearly every read of a client: one look-up serves type and value, and an
+        // attribute that the type does not have is a place without storage.
+        const AtrPlace place = placeOfAttribute(at);
+        CTypeVars* const table = tableOf(type);
+        const void* const record = table != nullptr ? table->getAdrPasp(num) : nullptr;
+        out->type_atr = static_cast<TYPE_VAL>(place.valueType);
+        out->val.Clear();
+        if (record != nullptr) {
+            readField(static_cast<const std::uint8_t*>(record) + place.offset, place, out->val);
+        }
+    } else {
+        out->type_atr = typeOf(at);
+        if (!read(at, &out->val, Source::curVal)) out->val.Clear();
+    }
+    const TQF* const tqf =
         TQGetTQFPointer(static_cast<char>(type - 1), static_cast<std::uint16_t>(num - 1));
-    out->time = timeOf(record);
-    out->quality = qualityOf(record);
+    out->time = timeOf(tqf);
+    out->quality = qualityOf(tqf);
 }
 
 // ---- Writing -----------------------------------------------------------------------------------
