@@ -149,11 +149,13 @@ void loadReads(const std::vector<Target>& targets, const ReadLoad& load) {
     for (const Target& target : targets) {
         servers.push_back(std::make_unique<LoadedServer>(target, load));
     }
-    const auto rounds = std::max(1L, std::lround(load.seconds / load.sliceSeconds));
+    // An even number, after which the servers stand in their order again.
+    const auto rounds = 2 * std::max(1L, std::lround(load.seconds / load.sliceSeconds / 2));
     for (long round = 0; round < rounds; ++round) {
         for (const auto& server : servers) {
             server->runSlice(load.sliceSeconds);
         }
+        std::reverse(servers.begin(), servers.end());  // A B B A: nobody always comes first
     }
     std::string results;
     for (const auto& server : servers) {
