@@ -181,6 +181,7 @@ TEST_F(Joining, StartedTogetherLosesNothing) {
     for (int round = 0; round < 10; ++round) {
         removeShared();
         std::vector<std::unique_ptr<ChildProcess>> children;
+        children.reserve(kProcesses);
         for (int i = 0; i < kProcesses; ++i) {
             children.push_back(std::make_unique<ChildProcess>([i] {
                 CRolManager journal;
@@ -201,7 +202,7 @@ TEST_F(Joining, StartedTogetherLosesNothing) {
 TEST_F(Joining, UsesPositionFlagAndDictionariesOfOthers) {
     const RawSegment flag(45, 1);
     const RawSegment counts(59, 26);
-    const std::vector<std::string> names = {"TE101\0\0\0", "PID-8ch", "HAND", "DI1", "DO1"};
+    const std::vector<std::string> names = {"TE101", "PID-8ch", "HAND", "DI1", "DO1"};
     std::vector<std::unique_ptr<RawSegment>> dictionaries;
     for (int i = 0; i < 5; ++i) {
         counts.put<std::uint16_t>(static_cast<std::size_t>(i) * 2, 2);

@@ -209,24 +209,24 @@ TEST_F(Loading, ReportsWhatIsWrong) {
     const struct {
         const char* why;
         Copy copy;
+        int result;
         const char* messages;
         const char* counters;  // null: no file
-        int result;
         std::string printed;
     } cases[] = {
-        {"no file", Copy::main, nullptr, nullptr, 5,
+        {"no file", Copy::main, 5, nullptr, nullptr,
          cannotOpen + main + forReading + ofMessages + "\nRollingLib: LoadMainRolling error 5\n"},
-        {"header cut", Copy::reserve, "veskrol2.1", nullptr, 7,
+        {"header cut", Copy::reserve, 7, "veskrol2.1", nullptr,
          error + readingHeader + reserve + "\nRollingLib: LoadRezRolling error 7\n"},
-        {"header bad", Copy::main, "veskrol2.0123456", nullptr, 6,
+        {"header bad", Copy::main, 6, "veskrol2.0123456", nullptr,
          error + inHeader + main + "\nRollingLib: LoadMainRolling error 6\n"},
-        {"message cut", Copy::reserve, "veskrol2.1\x02\x01\x01\x01", nullptr, 3,
+        {"message cut", Copy::reserve, 3, "veskrol2.1\x02\x01\x01\x01", nullptr,
          error + "3 " + inFile + ofMessages + " " + reserve +
              "\nRollingLib: LoadRezRolling error 3\n"},
-        {"no counters", Copy::reserve, whole.c_str(), nullptr, 5,
+        {"no counters", Copy::reserve, 5, whole.c_str(), nullptr,
          cannotOpen + reserveCounters + forReading + ofCounters +
              "\nRollingLib: LoadRezRolling counters error 5\n"},
-        {"counters short", Copy::main, whole.c_str(), "short", 3,
+        {"counters short", Copy::main, 3, whole.c_str(), "short",
          error + inFile + ofCounters + " " + path("dat/cntroll2.dat") +
              " \nRollingLib: LoadMainRolling counters error 3\n"},
     };

@@ -264,6 +264,7 @@ class Together : public JournalTest {
 TEST_F(Together, NoStampRepeatsAndNoMessageIsTorn) {
     constexpr unsigned kEach = 5000;
     std::vector<std::unique_ptr<ChildProcess>> posters;
+    posters.reserve(kProcesses);
     for (unsigned poster = 0; poster < kProcesses; ++poster) {
         posters.push_back(std::make_unique<ChildProcess>([poster] {
             CRolManager journal;
@@ -303,6 +304,7 @@ TEST_F(Together, KilledPostersLeaveAWholeRing) {
     join(journal);
     for (int round = 0; round < 60; ++round) {
         std::vector<std::unique_ptr<ChildProcess>> posters;
+        posters.reserve(kProcesses);
         for (unsigned poster = 0; poster < kProcesses; ++poster) {
             posters.push_back(std::make_unique<ChildProcess>([poster, &journal] {
                 for (unsigned number = 0;; ++number)

@@ -217,18 +217,18 @@ TEST_F(Reading, HandsOutRawMessagesWithoutTheirStamp) {
     const struct {
         const char* why;
         unsigned short from;
+        unsigned count;
         unsigned long size;
         std::string bytes;
-        unsigned count;
     } cases[] = {
-        {"all", 1, 1000, first + second + third, 3},
-        {"just all", 1, 60, first + second + third, 3},
-        {"one byte less", 1, 59, first + second, 2},
-        {"not even one", 1, 23, "", 0},
-        {"the newest", 3, 1000, third, 1},
-        {"slots that hold none", 4, 1000, "", 0},
-        {"the slot before the first", 0, 1000, "", 0},
-        {"no slot", 20, 1000, "", 0},
+        {"all", 1, 3, 1000, first + second + third},
+        {"just all", 1, 3, 60, first + second + third},
+        {"one byte less", 1, 2, 59, first + second},
+        {"not even one", 1, 0, 23, ""},
+        {"the newest", 3, 1, 1000, third},
+        {"slots that hold none", 4, 0, 1000, ""},
+        {"the slot before the first", 0, 0, 1000, ""},
+        {"no slot", 20, 0, 1000, ""},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.why);
