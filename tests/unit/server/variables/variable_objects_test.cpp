@@ -23,29 +23,29 @@ namespace {
 template <class Class, int Type, int DbType, std::size_t NameOffset>
 struct Kind {
     using Variable = Class;
-    static constexpr int type = Type;
-    static constexpr int dbType = DbType;
-    static constexpr std::size_t nameOffset = NameOffset;
+    static constexpr int kType = Type;
+    static constexpr int kDbType = DbType;
+    static constexpr std::size_t kNameOffset = NameOffset;
 };
 
 struct VA : Kind<VariableTypeVA, 0, 1, 4> {
-    static constexpr const char *word = "VA", *number = "1";
+    static constexpr const char *kWord = "VA", *kNumber = "1";
     static int& counter() { return VariableTypeVA::objectCounterVA; }
 };
 struct AV : Kind<VariableTypeAV, 1, 2, 4> {
-    static constexpr const char *word = "AV", *number = "3";
+    static constexpr const char *kWord = "AV", *kNumber = "3";
     static int& counter() { return VariableTypeAV::objectCounterAV; }
 };
 struct RV : Kind<VariableTypeRV, 2, 3, 0> {
-    static constexpr const char *word = "RV", *number = "50";
+    static constexpr const char *kWord = "RV", *kNumber = "50";
     static int& counter() { return VariableTypeRV::objectCounterRV; }
 };
 struct VD : Kind<VariableTypeVD, 3, 4, 4> {
-    static constexpr const char *word = "VD", *number = "2";
+    static constexpr const char *kWord = "VD", *kNumber = "2";
     static int& counter() { return VariableTypeVD::objectCounterVD; }
 };
 struct DV : Kind<VariableTypeDV, 4, 5, 5> {
-    static constexpr const char *word = "DV", *number = "4";
+    static constexpr const char *kWord = "DV", *kNumber = "4";
     static int& counter() { return VariableTypeDV::objectCounterDV; }
 };
 
@@ -83,7 +83,7 @@ class EveryKind : public Variables {};
 struct KindNames {
     template <class K>
     static std::string GetName(int) {
-        return K::word;
+        return K::kWord;
     }
 };
 
@@ -94,15 +94,15 @@ TYPED_TEST_SUITE(EveryKind, Kinds, KindNames);
 
 TYPED_TEST(EveryKind, HasItsNumbersAndIdentifiers) {
     typename TypeParam::Variable variable;
-    const std::string word = TypeParam::word;
-    EXPECT_EQ(variable.getType(), TypeParam::type);
+    const std::string word = TypeParam::kWord;
+    EXPECT_EQ(variable.getType(), TypeParam::kType);
     EXPECT_EQ(variable.getRVType(), 0);
     EXPECT_EQ(variable.getStructId(0), word + "_0");
     EXPECT_EQ(variable.getStructId(65535), word + "_65535");
     EXPECT_EQ(variable.getStructId(-1), word + "_-1");
     EXPECT_EQ(variable.getNodeId(7), word + ".7.A");
     EXPECT_EQ(variable.getNameCp866(), "") << "not bound yet";
-    EXPECT_THAT(entryNames(variable), ElementsAre(TypeParam::number));
+    EXPECT_THAT(entryNames(variable), ElementsAre(TypeParam::kNumber));
 
     variable.setIdTag(5);
     variable.setIdAttr(6);
@@ -117,17 +117,17 @@ TYPED_TEST(EveryKind, NumbersItsObjectsByItself) {
     VariableTypeVA va;
     VariableTypeRV rv;
     typename TypeParam::Variable second;
-    const bool counted = TypeParam::type == va.getType() || TypeParam::type == rv.getType();
+    const bool counted = TypeParam::kType == va.getType() || TypeParam::kType == rv.getType();
     EXPECT_EQ(first.getId(), before);
     EXPECT_EQ(second.getId(), before + (counted ? 2 : 1));
 }
 
 TYPED_TEST(EveryKind, TakesItsNameFromThePassport) {
     typename TypeParam::Variable variable;
-    database.putText(TypeParam::dbType, 1, TypeParam::nameOffset, "\x8F-1");
-    database.putText(TypeParam::dbType, 2, TypeParam::nameOffset, "123456789x");
+    database.putText(TypeParam::kDbType, 1, TypeParam::kNameOffset, "\x8F-1");
+    database.putText(TypeParam::kDbType, 2, TypeParam::kNameOffset, "123456789x");
     const auto bind = [&](int num) {
-        CTypeVars* table = UARTEXVariable::veskdb.getTypeVars(TypeParam::dbType);
+        CTypeVars* table = UARTEXVariable::veskdb.getTypeVars(TypeParam::kDbType);
         variable.createVarObj(UARTEXVariable::veskdb,
                               table->getAdrPasp(static_cast<std::uint16_t>(num)));
     };
@@ -141,8 +141,8 @@ TYPED_TEST(EveryKind, TakesItsNameFromThePassport) {
 
 TYPED_TEST(EveryKind, BindsTheLastObjectOfTheList) {
     using Variable = typename TypeParam::Variable;
-    const int count = ControllerDatabase::kCounts[TypeParam::dbType - 1];
-    database.putText(TypeParam::dbType, count, TypeParam::nameOffset, "LAST");
+    const int count = ControllerDatabase::kCounts[TypeParam::kDbType - 1];
+    database.putText(TypeParam::kDbType, count, TypeParam::kNameOffset, "LAST");
     auto& first = this->template append<Variable>();
     auto& last = this->template append<Variable>();
     EXPECT_EQ(first.getCountVarFormObj(count), 0);
@@ -157,7 +157,7 @@ TYPED_TEST(EveryKind, CannotBindWithoutAList) {
     typename TypeParam::Variable variable;
     Capture err(STDERR_FILENO);
     EXPECT_EQ(variable.getCountVarFormObj(1), 1);
-    EXPECT_EQ(err.text().empty(), TypeParam::type != 1) << "only AV says so";
+    EXPECT_EQ(err.text().empty(), TypeParam::kType != 1) << "only AV says so";
 }
 
 // ---- What single kinds have of their own -------------------------------------------------------
