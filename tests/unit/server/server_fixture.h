@@ -58,7 +58,7 @@ void addVariables() {
 /// A process that has loaded this configuration, which a process can do once, and made the
 /// variables of all kinds. Its journal is its standard output.
 inline std::unique_ptr<ChildProcess> withConfiguration(const std::string& iniCp866,
-                                                       std::function<void(UAServer&)> body) {
+                                                       const std::function<void(UAServer&)>& body) {
     return std::make_unique<ChildProcess>([=] {
         static PrintingJournal journal;
         installEventJournal(&journal);

@@ -9,6 +9,7 @@ using testing::ElementsAre;
 
 static std::vector<std::string> names(const std::vector<TagInfo>& entries) {
     std::vector<std::string> result;
+    result.reserve(entries.size());
     for (const TagInfo& entry : entries)
         result.push_back(entry.name);
     return result;

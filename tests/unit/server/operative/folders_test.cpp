@@ -1,6 +1,5 @@
 #include "../server_fixture.h"
 
-using testing::Contains;
 using testing::ElementsAre;
 using testing::HasSubstr;
 

@@ -21,8 +21,8 @@ class NodeCallbacks : public testing::Test {
     }
 
     VariableTypeVA variable;
-    VarContext current{&variable, 0, 0};
-    VarContext lowEnd{&variable, 11, 0};
+    VarContext current{&variable, 0};
+    VarContext lowEnd{&variable, 11};
     UA_DataValue value{};
 };
 
@@ -44,7 +44,7 @@ TEST_F(NodeCallbacks, ReadTheAttributeOfTheirNode) {
             EXPECT_EQ(*static_cast<float*>(value.value.data), context == &current ? 1.5F : 2.5F);
         }
     }
-    VarContext unreadable{&variable, 9999, 0};
+    VarContext unreadable{&variable, 9999};
     EXPECT_EQ(read(&unreadable), UA_STATUSCODE_GOOD);
     EXPECT_TRUE(value.hasValue && value.hasStatus && value.hasSourceTimestamp)
         << "whatever the database said";

@@ -8,8 +8,7 @@
 #include "server/variables/VariableTypeVA.h"
 #include "support/controller_database.h"
 
-using Area = ControllerDatabase::Area;
-using enum Area;
+using enum ControllerDatabase::Area;
 
 namespace {
 
@@ -226,7 +225,7 @@ TEST_F(Exchange, IgnoresWhatTheDatabaseCannotTake) {
     UA_Variant value;
     UA_Variant_init(&value);
     RTEXHandle::setValueByAttrNumber(11, VA, 1, value);
-    for (const std::size_t type : {UA_TYPES_FLOAT, UA_TYPES_STRING}) {
+    for (const int type : {UA_TYPES_FLOAT, UA_TYPES_STRING}) {
         UA_Variant_setArray(&value, UA_EMPTY_ARRAY_SENTINEL, 0, &UA_TYPES[type]);
         RTEXHandle::setValueByAttrNumber(11, VA, 1, value);
     }
