@@ -1,11 +1,15 @@
-// A saver that is killed at each step of a save. Answers some calls of the C library itself, and so
-// stands alone.
+// What happens between two steps: a process ends, another one comes first. Answers some calls of
+// the C library itself, and so stands alone.
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <pthread.h>
+#include <sys/mman.h>
 #include <sys/resource.h>
+#include <sys/sem.h>
 
 #include <cstdarg>
+#include <functional>
+#include <utility>
 
 #include "journal.h"
 
@@ -16,6 +20,9 @@ int callsLeft = -1;
 /// What the process was told of its priority last, and by which thread.
 int lastNice = 0;
 pthread_t niceThread{};
+
+/// Run once, before this process takes the journal's lock.
+std::function<void()> beforeLock;
 
 void step() {
     if (callsLeft >= 0 && callsLeft-- == 0) kill(getpid(), SIGKILL);
@@ -53,6 +60,10 @@ int open(const char* path, int flags, ...) {
     const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(rest, mode_t) : 0;
     va_end(rest);
     return real<int(const char*, int, ...)>("open")(path, flags, mode);
+}
+int semop(int set, sembuf* operations, size_t count) noexcept {
+    if (beforeLock && operations->sem_op < 0) std::exchange(beforeLock, nullptr)();
+    return real<int(int, sembuf*, size_t)>("semop")(set, operations, count);
 }
 int setpriority(__priority_which_t which, id_t who, int nice) noexcept {
     niceThread = pthread_self();
@@ -129,6 +140,45 @@ TEST_F(KilledSaver, WritesAtALowerPriorityInAThreadOfItsOwn) {
     ASSERT_EQ(journal.ForceSave(), 0);
     EXPECT_EQ(lastNice, 10);
     EXPECT_FALSE(pthread_equal(niceThread, pthread_self()));
+}
+
+// ---- Posting and joining -----------------------------------------------------------------------
+
+class BetweenSteps : public JournalTest {};
+
+TEST_F(BetweenSteps, APosterThatEndsInsideARecordLeavesTheOthersWhole) {
+    constexpr std::size_t kPage = 4096;
+    static_assert(14 * 281 < kPage && 15 * 281 > kPage, "slot 14 lies on two pages");
+    CRolManager journal;
+    join(journal);
+    post(journal, 1, 33);  // the newest is in slot 13, the oldest in slot 14
+    ChildProcess poster([&journal] {
+        auto* const ring = reinterpret_cast<char*>(journal.Messages);
+        EXPECT_EQ(mprotect(ring + kPage, kPage, PROT_READ), 0);
+        return journal.Message(34, new CRolArg(RT_END));
+    });
+    EXPECT_NE(poster.wait(), 0);
+    EXPECT_EQ(codes(journal), upTo(15, 33)) << "without the one whose slot was being filled";
+    post(journal, 34, 34);
+    EXPECT_EQ(codes(journal), upTo(15, 34));
+}
+
+TEST_F(BetweenSteps, AProcessThatTakesTheLockBeforeTheFirstOneIsNotOverwritten) {
+    write(messagesName(Copy::main), messagesFile(1, 3));
+    write(countersName(Copy::main), std::string(64, '\0'));
+    beforeLock = [] {
+        ChildProcess quicker([] {
+            CRolManager journal;
+            EXPECT_EQ(journal.Init(), 0);
+            EXPECT_EQ(journal.is_already_init(), 1);
+            return journal.Message(4, new CRolArg(RT_END));
+        });
+        EXPECT_EQ(quicker.wait(), 0);
+    };
+    CRolManager journal;
+    join(journal);
+    EXPECT_EQ(journal.is_already_init(), 0);
+    EXPECT_EQ(codes(journal), upTo(1, 4));
 }
 
 }  // namespace
