@@ -10,13 +10,25 @@ set(OPEN62541_CRATE_SHA256 12fe6cb894630ce8b6d7f15c6c6ed7f457310d6cd318d563252e7
 set(OPEN62541_SOURCE_DIR "$ENV{OPEN62541_SOURCE_DIR}" CACHE PATH
     "Source of open62541 1.5, taken when no package is installed")
 set(deps_dir ${PROJECT_SOURCE_DIR}/build/deps)
-set(open62541_prefix ${deps_dir}/open62541-${CMAKE_SYSTEM_PROCESSOR})
-if(OPEN62541_SOURCE_DIR)
-    # Another source is another build, so that setting or clearing the variable takes effect at once.
-    string(MD5 open62541_source_hash ${OPEN62541_SOURCE_DIR})
-    string(SUBSTRING ${open62541_source_hash} 0 8 open62541_source_hash)
-    string(APPEND open62541_prefix -${open62541_source_hash})
+
+set(open62541_options
+    -DCMAKE_BUILD_TYPE=Release -DBUILD_SHARED_LIBS=OFF -DCMAKE_POSITION_INDEPENDENT_CODE=ON
+    -DUA_NAMESPACE_ZERO=REDUCED -DUA_ENABLE_NODEMANAGEMENT=OFF -DUA_ENABLE_PUBSUB=OFF)
+# Optimised across its files where gcc links. The objects hold plain code beside it, because the presets
+# that use clang link the same archive, and debug builds want a fast link.
+find_program(OPCUASRV_GCC gcc)
+if(CMAKE_CROSSCOMPILING OR OPCUASRV_GCC)
+    list(APPEND open62541_options -DCMAKE_INTERPROCEDURAL_OPTIMIZATION=OFF
+        "-DCMAKE_C_FLAGS=-flto=auto -ffat-lto-objects")
 endif()
+if(OPCUASRV_GCC AND NOT CMAKE_CROSSCOMPILING)
+    list(APPEND open62541_options -DCMAKE_C_COMPILER=${OPCUASRV_GCC})
+endif()
+
+# Other options or another source are another build, so that a change of them takes effect at once.
+string(MD5 open62541_variant "${open62541_options};${OPEN62541_SOURCE_DIR};${OPEN62541_CRATE_VERSION}")
+string(SUBSTRING ${open62541_variant} 0 8 open62541_variant)
+set(open62541_prefix ${deps_dir}/open62541-${CMAKE_SYSTEM_PROCESSOR}-${open62541_variant})
 
 function(opcuasrv_fetch_open62541 out_dir)
     set(crate_dir ${deps_dir}/open62541-sys-${OPEN62541_CRATE_VERSION})
@@ -45,11 +57,8 @@ function(opcuasrv_build_open62541 source_dir)
     foreach(step configure build)
         if(step STREQUAL configure)
             set(command ${CMAKE_COMMAND} -S ${source_dir} -B ${build_dir} -G Ninja ${toolchain}
-                -DCMAKE_BUILD_TYPE=Release -DBUILD_SHARED_LIBS=OFF
-                -DCMAKE_POSITION_INDEPENDENT_CODE=ON
-                -DCMAKE_INSTALL_PREFIX=${open62541_prefix} -DCMAKE_INSTALL_LIBDIR=lib
-                -DUA_NAMESPACE_ZERO=REDUCED
-                -DUA_ENABLE_NODEMANAGEMENT=OFF -DUA_ENABLE_PUBSUB=OFF)
+                ${open62541_options}
+                -DCMAKE_INSTALL_PREFIX=${open62541_prefix} -DCMAKE_INSTALL_LIBDIR=lib)
         else()
             set(command ${CMAKE_COMMAND} --build ${build_dir} --target install)
         endif()
@@ -61,6 +70,10 @@ function(opcuasrv_build_open62541 source_dir)
     endforeach()
 endfunction()
 
+# A build of ours that CMake remembers from an earlier run may be another variant.
+if("${open62541_DIR}" MATCHES "^${deps_dir}/")
+    unset(open62541_DIR CACHE)
+endif()
 # A package of the build machine must not be taken for the target's.
 if(NOT CMAKE_CROSSCOMPILING)
     find_package(open62541 1.5 QUIET CONFIG)
@@ -83,5 +96,8 @@ if(NOT open62541_FOUND)
     file(LOCK ${deps_dir}/lock RELEASE)
     find_package(open62541 1.5 REQUIRED CONFIG
         PATHS ${open62541_prefix} NO_DEFAULT_PATH NO_CMAKE_FIND_ROOT_PATH)
+endif()
+if(CMAKE_BUILD_TYPE STREQUAL "Debug" AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+    set_property(TARGET open62541::open62541 APPEND PROPERTY INTERFACE_LINK_OPTIONS -fno-lto)
 endif()
 message(STATUS "open62541 ${open62541_VERSION}: ${open62541_DIR}")
