@@ -43,6 +43,28 @@ void CVeskBDSh::LoadBD() {
     static_cast<void>(LoadOffAtr());
     // Without the table every time and quality reads as 0, that is bad.
     static_cast<void>(TQInit(0));
+    planReads();
+}
+
+/// Fills readPlans_ with what the tables, the descriptions and the time-quality-flags table are
+/// now.
+void CVeskBDSh::planReads() {
+    for (std::size_t index = 0; index < readPlans_.size(); ++index) {
+        ReadPlan& plan = readPlans_[index];
+        plan = {};
+        plan.places = places_[index].data();
+        plan.placeCount = static_cast<std::uint32_t>(places_[index].size());
+        if (TQF* const first = TQGetTQFPointer(static_cast<char>(index), 0); first != nullptr) {
+            plan.tqf = first;
+            plan.tqfCount = counts_[index];
+        }
+        CTypeVars* const table = getTypeVars(kTables[index].code);
+        const TableRow* const inPlace = table != nullptr ? tableRow(table->typeAt()) : nullptr;
+        if (inPlace == nullptr) continue;
+        plan.records = static_cast<const std::uint8_t*>(table->getAdrPasp(1));
+        plan.recordSize = static_cast<std::uint32_t>(inPlace->passportSize);
+        plan.recordCount = plan.records != nullptr ? table->maxnumAt() : 0;
+    }
 }
 
 static int locate(const char* name) {
@@ -179,6 +201,7 @@ int CVeskBDSh::LoadOffAtr() {
 /// Fills places_. What a file describes wrongly is told; what merely does not fit into the table of
 /// another type, which stands in the place of a type without variables, is not the file's fault.
 void CVeskBDSh::checkAttributes() {
+    readPlans_ = {};  // they point into places_; planReads makes them anew
     for (int index = 0; index < kDescribedTypeCount; ++index) {
         const TableRow& row = kTables[static_cast<std::size_t>(index)];
         auto& places = places_[static_cast<std::size_t>(index)];

@@ -156,6 +156,7 @@ class CVeskBDSh : public TQManager {
     [[nodiscard]] bool hasAttribute(Address at) const;
     [[nodiscard]] TYPE_VAL typeOf(Address at) const;
     BOOL read(Address at, SVal* out, Source source) const;
+    void readOneByOne(Address at, SReading* out) const;
     bool isChanged(std::uint8_t type, const SVal& now, const SVal& last) const;
 
     void findDatabase();
@@ -168,4 +169,20 @@ class CVeskBDSh : public TQManager {
     // The descriptions, checked against the record of the table in the type's place; constant after
     // LoadOffAtr. By type code - 1, then by attribute - 1.
     std::array<std::vector<AtrPlace>, kDescribedTypeCount> places_;
+
+    /// What Read needs of one type, on one line of the processor's cache: a client's reads push
+    /// everything else out of it, so the lines that are touched make up most of a read's time.
+    struct alignas(64) ReadPlan {
+        const std::uint8_t* records = nullptr;  // passports; null without a table
+        const AtrPlace* places = nullptr;
+        const TQF* tqf = nullptr;
+        std::uint32_t recordSize = 0;
+        std::uint32_t recordCount = 0;
+        std::uint32_t placeCount = 0;
+        std::uint32_t tqfCount = 0;
+    };
+    void planReads();
+
+    // By type code - 1; constant after LoadBD.
+    std::array<ReadPlan, kDescribedTypeCount> readPlans_;
 };

@@ -49,7 +49,7 @@ TYPE_VAL CVeskBDSh::getTypeAtr(SVariable var) {
 
 // ---- Reading -----------------------------------------------------------------------------------
 
-static void readField(const std::uint8_t* field, AtrPlace place, SVal& out) {
+static inline void readField(const std::uint8_t* field, AtrPlace place, SVal& out) {
     out.type_val = static_cast<TYPE_VAL>(place.valueType);
     switch (place.storage) {
         case Storage::bit:
@@ -99,25 +99,33 @@ BOOL CVeskBDSh::getDat(SVariable var, SVal* out) {
     return read(Address(var), out, Source::curDat);
 }
 
-void CVeskBDSh::Read(std::uint8_t type, std::uint16_t num, std::uint16_t num_atr, SReading* out) {
-    const Address at(type, num, num_atr);
-    if (num_atr != 0) {
-        // The way of nearly every read of a client: one look-up serves type and value, and an
-        // attribute that the type does not have is a place without storage.
-        const AtrPlace place = placeOfAttribute(at);
-        CTypeVars* const table = tableOf(type);
-        const void* const record = table != nullptr ? table->getAdrPasp(num) : nullptr;
-        out->type_atr = static_cast<TYPE_VAL>(place.valueType);
-        out->val.Clear();
-        if (record != nullptr) {
-            readField(static_cast<const std::uint8_t*>(record) + place.offset, place, out->val);
-        }
-    } else {
-        out->type_atr = typeOf(at);
-        if (!read(at, &out->val, Source::curVal)) out->val.Clear();
-    }
+/// All four operations one by one: attribute 0, the types without passports, and before LoadBD.
+void CVeskBDSh::readOneByOne(Address at, SReading* out) const {
+    out->type_atr = typeOf(at);
+    if (!read(at, &out->val, Source::curVal)) out->val.Clear();
     const TQF* const tqf =
-        TQGetTQFPointer(static_cast<char>(type - 1), static_cast<std::uint16_t>(num - 1));
+        TQGetTQFPointer(static_cast<char>(at.type - 1), static_cast<std::uint16_t>(at.num - 1));
+    out->time = timeOf(tqf);
+    out->quality = qualityOf(tqf);
+}
+
+void CVeskBDSh::Read(std::uint8_t type, std::uint16_t num, std::uint16_t num_atr, SReading* out) {
+    const std::uint32_t typeIndex = type - 1U;
+    const std::uint32_t attributeIndex = num_atr - 1U;
+    if (typeIndex >= readPlans_.size() || attributeIndex >= readPlans_[typeIndex].placeCount) {
+        readOneByOne(Address(type, num, num_atr), out);
+        return;
+    }
+    const ReadPlan& plan = readPlans_[typeIndex];
+    const std::uint32_t variableIndex = num - 1U;
+    const AtrPlace place = plan.places[attributeIndex];
+    out->type_atr = static_cast<TYPE_VAL>(place.valueType);
+    out->val.Clear();
+    if (variableIndex < plan.recordCount) {
+        const std::size_t record = std::size_t{variableIndex} * plan.recordSize;
+        readField(plan.records + record + place.offset, place, out->val);
+    }
+    const TQF* const tqf = variableIndex < plan.tqfCount ? plan.tqf + variableIndex : nullptr;
     out->time = timeOf(tqf);
     out->quality = qualityOf(tqf);
 }

@@ -103,6 +103,9 @@ class TQManager {
     int id_TQDBValues = 0;              ///< kernel id of the shared table if this object made it
     int TQVarsAmmount = 0;              ///< records of all types
     std::uint16_t* TQNumVar = nullptr;  ///< the counts where they came from; null without
+    /// Records of each sub-table. Copied at construction: the table keeps the shape it was attached
+    /// with, whatever the controller writes into its counts later.
+    std::array<std::uint16_t, kTypes> counts_{};
     std::array<TQF*, kTypes> TQDBValues{};  ///< start of each sub-table; null without a table
 
   private:
@@ -116,9 +119,6 @@ class TQManager {
     void useTable(TQF* table);
     void releaseShared();
 
-    // Copied at construction: the table keeps the shape it was attached with, whatever the
-    // controller writes into the counts later.
-    std::array<std::uint16_t, kTypes> counts_{};
     bool created_ = false;  // this object made the shared table; an id of 0 is a valid one
     std::unique_ptr<TQF[]> private_;
 };

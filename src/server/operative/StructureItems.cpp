@@ -88,7 +88,7 @@ class ItemAttributes {
 };
 
 VarContext& makeContext(UARTEXVariable& variable, int attributeNumber) {
-    varContexts.push_back(std::make_unique<VarContext>(VarContext{&variable, attributeNumber, 0}));
+    varContexts.push_back(std::make_unique<VarContext>(&variable, attributeNumber));
     return *varContexts.back();
 }
 

@@ -35,10 +35,11 @@ class VariableOfKind : public UARTEXVariable {
     const std::string& getNameCp866() const { return nameCp866_; }
 
   private:
+    // What a read touches comes first, so that it is one line of the processor's cache.
     const VariableKind& kind_;
+    int idTag_ = 0;          // main thread; constant after start-up
+    int idAttr_ = 0;         // main thread
+    std::mutex mutex_;       // a read and a write of one tag never overlap
     std::string nameCp866_;  // constant after start-up
     int id_;
-    int idTag_ = 0;     // main thread; constant after start-up
-    int idAttr_ = 0;    // main thread
-    std::mutex mutex_;  // a read and a write of one tag never overlap
 };
