@@ -71,7 +71,7 @@ CLI::Validator nodeIdText() {
 /// What CLI11 says in English, for the refusals that an operator meets. The checks above speak for
 /// themselves.
 static std::string reasonOf(const CLI::Error& error) {
-    const std::string text = error.what();
+    std::string text = error.what();
     const std::string option = text.substr(0, text.find(':'));
     if (dynamic_cast<const CLI::ExtrasError*>(&error) != nullptr) {
         return "неизвестный аргумент " + text.substr(text.rfind(": ") + 2);
