@@ -180,7 +180,7 @@ void UAServer::denyNodeManagement() {
 
 // ---- Running -----------------------------------------------------------------------------------
 
-void UAServer::run(std::string modeText) {
+void UAServer::run(const std::string& modeText) {
     reportRunning(modeText);
     endOnSigterm();
     const UA_StatusCode status = UA_Server_runUntilInterrupt(server_);

@@ -48,7 +48,7 @@ class UAServer {
     /// Runs the server loop until SIGINT or SIGTERM. A loop that ends badly is reported, a good end
     /// is not.
     /// @param modeText  what is published, for the operators; CP866
-    void run(std::string modeText);
+    void run(const std::string& modeText);
 
     UA_Server* instance() const { return server_; }
     UA_UInt16 namespaceIndex() const { return namespaceIndex_; }
@@ -86,8 +86,9 @@ class UAServer {
     /// @param itemPrefix  all of an item's id that stands before the structure id
     /// @param mode        "main" or "group", see readTagConfig
     /// @return the status of the last add; a later success hides an earlier failure
-    UA_StatusCode createUAItems(UARTEXVariable* variable, int tagNumber, std::string parentId,
-                                std::string itemPrefix, std::string mode, int groupNumber,
+    UA_StatusCode createUAItems(UARTEXVariable* variable, int tagNumber,
+                                const std::string& parentId, const std::string& itemPrefix,
+                                const std::string& mode, int groupNumber,
                                 const std::map<int, int>& groupMap);
 
     // ---- Callbacks of the value variables (operative/NodeCallbacks.cpp) ----

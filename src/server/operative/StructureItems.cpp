@@ -115,8 +115,9 @@ const ItemPlan& UAServer::itemPlan(UARTEXVariable& variable, const PublishedType
     return plan;
 }
 
-UA_StatusCode UAServer::createUAItems(UARTEXVariable* variable, int tagNumber, std::string parentId,
-                                      std::string itemPrefix, std::string mode, int groupNumber,
+UA_StatusCode UAServer::createUAItems(UARTEXVariable* variable, int tagNumber,
+                                      const std::string& parentId, const std::string& itemPrefix,
+                                      const std::string& mode, int groupNumber,
                                       const std::map<int, int>& groupMap) {
     if (variable == nullptr || server_ == nullptr) return UA_STATUSCODE_BADINTERNALERROR;
     const PublishedType* const published =
