@@ -7,7 +7,7 @@
 namespace {
 
 /// KEPT: the local time as text, made for each read and never shown; nothing may print it. It is
-/// formed anew only when the second changes, because forming it is dearer than the whole rest of a read.
+/// formed anew only when the second changes: on every read it would be a large part of the cost.
 void formatReadTime() noexcept {
     static time_t formattedSecond = -1;  // server thread only
     static char text[100];

@@ -13,8 +13,9 @@ struct VarContext {
 
     VarContext(UARTEXVariable* of, int attribute) : variable(of), attributeNumber(attribute) {}
 
-    /// Contexts lie side by side in blocks of their own. One by one they would lie scattered among the
-    /// library's nodes, each on a line of memory that every read has to fetch. Main thread only.
+    /// Contexts lie side by side in blocks of their own. One by one they would lie scattered among
+    /// the library's nodes, each on a line of memory that every read has to fetch. Main thread
+    /// only.
     static void* operator new(std::size_t size);
     /// Gives nothing back: contexts live as long as the process.
     static void operator delete(void* context) noexcept;

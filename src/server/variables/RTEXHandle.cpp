@@ -34,8 +34,8 @@ T loadAs(const UTypeValue& bytes) {
     return result;
 }
 
-/// A scalar of the variant's own, as the library's scalar copy makes it, but not cleared first: every
-/// byte is written anyway, and the allocator's cache serves malloc only.
+/// A scalar of the variant's own, as the library's scalar copy makes it, but not cleared first:
+/// every byte is written anyway, and the allocator's cache serves malloc only.
 template <class T>
 void setScalar(UA_Variant& value, const T& scalar, std::size_t typeIndex) {
     void* const data = UA_malloc(sizeof(T));
