@@ -122,6 +122,10 @@ void UAServer::setApplicationName() {
     applicationNameCp866_ = applicationNameCp866(sections());
 }
 
+std::string UAServer::applicationNameUtf8() const {
+    return ToUTF8Converter::convertCP866ToUtf8_manual(applicationNameCp866_);
+}
+
 bool UAServer::operativeDataMode() const {
     return switchedOn(sections(), "OperativeData");
 }
@@ -159,8 +163,7 @@ void UAServer::configureSubscriptionLimits() {
 
 void UAServer::configureApplicationName() {
     if (applicationNameCp866_.empty()) return;  // the library's default stays
-    ToUTF8Converter converter;
-    const std::string name = converter.convertCP866ToUtf8_manual(applicationNameCp866_);
+    const std::string name = applicationNameUtf8();
     const UA_LocalizedText text = uaTextView("ru-RU", name);
     UA_LocalizedText& applicationName =
         UA_Server_getConfig(server_)->applicationDescription.applicationName;

@@ -12,6 +12,7 @@
 #include "server/operative/ItemPlan.h"
 
 class UARTEXVariable;
+struct TagGroup;
 
 /// The OPC UA server of the process: owns the library's server instance, knows the endpoint's
 /// settings and builds the address space. One object, `uaserver`. Main thread; the library calls
@@ -91,6 +92,23 @@ class UAServer {
                                 const std::string& mode, int groupNumber,
                                 const std::map<int, int>& groupMap);
 
+    // ---- Tag groups (operative/GroupedTree.cpp) ----
+
+    /// Builds the folder of every group below "Operative", with the structures of its tags. The
+    /// flat tree was built before: it makes the parent folder and reads the application name.
+    /// @return Good unless the "Operative" folder is missing; failures of single tags are logged
+    UA_StatusCode initializeOperativeTreeGroup();
+
+    /// As createStructure, below the folder of a group; manual inputs below a folder of their type
+    /// in it, which is made when missing.
+    /// @param groupFolder  numeric node id of the group's folder
+    /// @param groupMap     group number -> numeric node id of its folder
+    /// @return the status of folder, structure or items, whichever failed. A tag that is published
+    ///         already cannot be again: its first structure stays as it is.
+    UA_StatusCode createStructureGroup(UARTEXVariable* variable, int tagNumber,
+                                       const std::string& prefix, int groupFolder,
+                                       const std::map<int, int>& groupMap);
+
     // ---- Callbacks of the value variables (operative/NodeCallbacks.cpp) ----
 
     /// Read callback of every value variable. Called by the library on the server thread, once per
@@ -121,8 +139,9 @@ class UAServer {
 
   private:
     void createOperativeFolders();
-    std::string operativePrefix() const;
+    std::string applicationNameUtf8() const;
     void publishListedTags();
+    void publishGroupedTags(const std::vector<TagGroup>& groups);
     void removeFolder(std::uint32_t folderId);
     bool folderExists(std::uint32_t folderId) const;
     UA_StatusCode addStructureObject(const std::string& structId, const UA_NodeId& parent);

@@ -50,7 +50,7 @@ int groupNumberOfFolder(int groupFolder, const std::map<int, int>& groupMap) {
     for (const auto& [group, folder] : groupMap) {
         if (folder == groupFolder) return group;
     }
-    return groupFolder;
+    return groupMap.empty() ? groupFolder : -1;
 }
 
 std::vector<TagInfo> readTagConfig(const std::vector<Section>& sections, std::string_view marker,

@@ -12,7 +12,8 @@
 std::string trim(std::string_view text);
 
 /// Number of the group whose folder has this numeric node id: the map (group number -> folder id)
-/// read backwards. An id that the map does not hold is taken for the group number itself.
+/// read backwards. An id that it does not hold is -1, for no group; without a map the id is taken
+/// for the group number itself.
 int groupNumberOfFolder(int groupFolder, const std::map<int, int>& groupMap);
 
 /// The configured attributes of one published type, in the order of the loaded configuration;

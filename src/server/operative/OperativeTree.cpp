@@ -6,47 +6,25 @@
 
 #include "server/ServerState.h"
 #include "server/UAServer.h"
+#include "server/attributes/TagLists.h"
+#include "server/attributes/TreeNames.h"
 #include "server/config/IniConfigManager.h"
-#include "server/config/NumberLists.h"
 #include "server/operative/UaView.h"
-#include "server/text/ToUTF8Converter.h"
 #include "server/variables/UARTEXVariable.h"
 
 namespace {
 
-constexpr std::uint32_t kOperativeFolder = 6;
-constexpr std::uint32_t kApplicationFolder = 8;
-
 constexpr UA_UInt32 kHasComponent = 47;
 constexpr UA_UInt32 kBaseObjectType = 58;
 
-std::string toUtf8(const std::string& cp866) {
-    ToUTF8Converter converter;
-    return converter.convertCP866ToUtf8_manual(cp866);
-}
-
 // ---- Which tags --------------------------------------------------------------------------------
 
-using TagList = std::vector<std::int32_t>;
-using TagLists = std::array<TagList, kKinds.size()>;  // by VariableType
-
-TagLists readTagLists(const std::vector<Section>& sections) {
+TagLists flatTagLists(const std::vector<Section>& sections) {
     TagLists lists;
     for (const Section& section : sections) {
-        if (section.name != "Attributes") continue;
-        for (const KeyValue& entry : section.params) {
-            const auto* const kind = std::ranges::find(kKinds, entry.key, &VariableKind::word);
-            if (kind == kKinds.end()) continue;
-            lists[static_cast<std::size_t>(kind->type)] = getNumbersTagsOperative(entry.value);
-        }
+        if (section.name == "Attributes") readTagLists(section, lists);
     }
     return lists;
-}
-
-/// @param list  sorted
-bool lists(const TagList& list, int tagNumber) {
-    const bool all = list.size() == 1 && list.front() == -1;
-    return all || std::ranges::binary_search(list, tagNumber);
 }
 
 /// The folder that goes when the list of its kind is empty. Manual inputs have three and their own
@@ -77,7 +55,7 @@ void UAServer::createOperativeFolders() {
     };
     UA_NodeId application = folderId(kApplicationFolder);
     UA_NodeId operative = folderId(kOperativeFolder);
-    std::string name = toUtf8(applicationNameCp866_);
+    std::string name = applicationNameUtf8();
     const bool named = !name.empty();
     if (named) createFolder(application, name.data(), nullptr);
     name = "Operative";
@@ -88,14 +66,9 @@ void UAServer::createOperativeFolders() {
     }
 }
 
-std::string UAServer::operativePrefix() const {
-    if (applicationNameCp866_.empty()) return "Operative";
-    return toUtf8(applicationNameCp866_) + ".Operative";
-}
-
 void UAServer::publishListedTags() {
-    const TagLists tagLists = readTagLists(IniConfigManager::instance().getSections());
-    const std::string prefix = operativePrefix();
+    const TagLists tagLists = flatTagLists(IniConfigManager::instance().getSections());
+    const std::string prefix = operativePrefix(applicationNameUtf8());
     std::array<int, kKinds.size()> lastTagNumber{};
     std::bitset<kKinds.size()> folderRemoved;
 
@@ -103,7 +76,7 @@ void UAServer::publishListedTags() {
         const auto kindIndex = static_cast<std::size_t>(variable->getType());
         const TagList& tagList = tagLists[kindIndex];
         const int tagNumber = ++lastTagNumber[kindIndex];
-        if (lists(tagList, tagNumber)) {
+        if (listsTag(tagList, tagNumber)) {
             const UA_StatusCode status = createStructure(variable.get(), tagNumber, prefix);
             if (status != UA_STATUSCODE_GOOD) {
                 UA_LOG_WARNING(UA_Log_Stdout, UA_LOGCATEGORY_SERVER,

@@ -1,0 +1,34 @@
+#include "server/attributes/TreeNames.h"
+
+#include <algorithm>
+
+#include "server/config/NumberLists.h"
+#include "server/text/ToUTF8Converter.h"
+
+static std::string prefixFor(std::string_view applicationName, const char* tree) {
+    if (applicationName.empty()) return tree;
+    return std::string(applicationName).append(".").append(tree);
+}
+
+std::string operativePrefix(std::string_view applicationName) {
+    return prefixFor(applicationName, "Operative");
+}
+
+std::string historicalPrefix(std::string_view applicationName) {
+    return prefixFor(applicationName, "Historical");
+}
+
+std::string groupFolderName(const Section& section) {
+    const auto name = std::ranges::find(section.params, "Name", &KeyValue::key);
+    if (name == section.params.end()) {
+        return "Group_" + std::to_string(getNumberGroup(section.name));
+    }
+    return ToUTF8Converter::convertCP866ToUtf8_manual(name->value);
+}
+
+std::string groupItemPrefix(const std::string& operativePrefix, const PublishedType& published,
+                            std::string_view groupName) {
+    std::string prefix = operativePrefix;
+    if (published.kind == VariableType::RV) return prefix.append(published.folderName).append(".");
+    return prefix.append(".").append(groupName).append(".");
+}

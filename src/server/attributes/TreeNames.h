@@ -1,0 +1,34 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "server/attributes/PublishedType.h"
+#include "server/config/Section.h"
+
+// How the folders of the address space are numbered and named, for the server that makes them and
+// for tools that tell beforehand what it will make. Texts in UTF-8.
+
+// Numeric node ids in the server's namespace. The folders of the published types lie between them
+// (PublishedType::folderId); the groups' begin behind them, in the order of their sections.
+inline constexpr std::uint32_t kOperativeFolder = 6;
+inline constexpr std::uint32_t kHistoricalFolder = 7;
+inline constexpr std::uint32_t kApplicationFolder = 8;
+inline constexpr std::uint32_t kFirstGroupFolder = 12;
+
+/// With which the ids of all value variables of the operative trees begin: "Operative", or
+/// "<application>.Operative" when the application has a name.
+std::string operativePrefix(std::string_view applicationName);
+/// The same for historical nodes: "Historical".
+std::string historicalPrefix(std::string_view applicationName);
+
+/// Name of a group's folder: its configured name, as it stands there, or "Group_<number>".
+std::string groupFolderName(const Section& section);
+
+/// All of a grouped value variable's id that stands before the structure id.
+///
+/// KEPT: manual inputs have the name of their type's folder there instead of the group's, and
+/// without a dot before it: "Operative50_RVV.". Clients' configurations hold such ids.
+std::string groupItemPrefix(const std::string& operativePrefix, const PublishedType& published,
+                            std::string_view groupName);
