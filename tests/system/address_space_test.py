@@ -117,6 +117,69 @@ Type50.a = Запрещён, 11
 Type51.a = Запрещён, 19
 """
 
+# Sections sort as text (1, 12, 2), and group 1 takes the attributes of group 12 too.
+GROUPS = """
+[General]
+ServerPort = 4840
+HistoricalData = off
+[Attributes]
+VA = 1
+Type1.Value = Значение, 29, OPC_READABLE
+[Attributes_Group2]
+Name = Насос №2 ; the blank stays
+VA = 2-3
+RV = 1-3
+AV = all
+Type1.Value = Значение, 29, OPC_READABLE
+Type1.Limit = Предел, 14, OPC_READABLE+OPC_WRITEABLE
+Type3.Value = Задание, 21
+Type50.Value = Число, 8, OPC_READABLE+OPC_WRITEABLE
+Type52.Value = Ключ, 14
+[Attributes_Group12]
+RV = 4-6
+DV = all
+VD = 1,,2
+Type4.Value = Выход, 20, OPC_WRITEABLE
+Type50.Value = Число, 8
+Type51.Value = Текст, 12
+Type52.Value = Ключ, 14
+Type4.Hidden = Нет, 18
+[Attributes_Group1]
+Name =
+VD = 2
+Type2.Value = Состояние, 27
+Type4.Other = Имя, 3
+"""
+
+# What is listed twice: in the flat tree and in a group, in two groups, and in sections whose names
+# hold no number.
+GROUPS_IN_CONFLICT = """
+[General]
+ServerPort = 4840
+HistoricalData = off
+AplicationName = Цех
+[Attributes]
+VA = 1-2
+Type1.Flat = Плоское, 29
+[Attributes_Group1]
+VA = 2-3
+VD = all
+Type1.One = Один, 29
+Type2.a = Имя, 5
+Type2.b = Имя, 5
+[Attributes_Group7]
+VA = 3-4
+VD = 1
+DV = 1
+Type1.Seven = Семь, 29
+[Attributes_Group7x]
+DV = 1-2
+Type4.x = Имя, 20
+[Attributes_Group7y]
+DV = 2-3
+Type4.y = Имя, 20
+"""
+
 # Whether an attribute may be published depends on kind and number alone: all of them, and beyond.
 EVERY_NUMBER = (SERVING + "[Attributes]\nVA=all\nAV=all\nRV=all\nVD=all\nDV=all\n") + "".join(
     f"Type{kind}.{number:03} = N, {number}, OPC_READABLE+OPC_WRITEABLE\n"
@@ -143,6 +206,9 @@ CASES = {
     "lists without attributes": SERVING + "[Attributes]\nVA=all\nRV=all\nDV=1\n",
     "same item twice": SAME_ITEM_TWICE,
     "attributes barred for logical inputs": LOGICAL_INPUTS,
+    "groups": GROUPS,
+    "groups in conflict": GROUPS_IN_CONFLICT,
+    "no operative data, no groups": GROUPS.replace("[Attributes]", "OperativeData=off\n[Attr]"),
     "operative data off": EVERY_KIND.replace("[Attr", "OperativeData = off\n[Attr"),
     "off is told by the first word": EVERY_KIND.replace("[Attr", "OperativeData=off x\n[Attr"),
     "OFF is not off": EVERY_KIND.replace("[Attr", "OperativeData = OFF\n[Attr"),
@@ -193,6 +259,32 @@ def test_nodes_look_like_this(
     }
     assert {key: nodes.get(key) for key in written_out} == written_out
     assert nodes.keys() - written_out.keys() == {5}
+
+
+def test_grouped_nodes_look_like_this(
+    controller: Controller, server: ServerUnderTest, clients: Clients
+) -> None:
+    controller.start(va=1, av=1, rv=1, vd=1, dv=1)
+    process = server.start(
+        SERVING + "[Attributes_Group3]\nVA=1\nRV=1\nType1.T=Темп., 29\nType50.S=Зад., 8\n"
+        "[Attributes_Group4]\nVA=1\nRV=1\nType1.Bad=Нет, 27\n"
+    )
+    nodes = clients.connect().address_space()
+    parents = {key: (node.parent, node.browse_name) for key, node in nodes.items()}
+    assert parents == {
+        6: ("Objects", "Operative"),
+        12: (6, "Group_3"),
+        13: (6, "Group_4"),
+        "VA_1": (12, "VA_1"),
+        "Operative.Group_3.VA_1.Темп..A29": ("VA_1", "Темп."),
+        "12_50_RVV": (12, "50_RVV"),
+        "RV_1": ("12_50_RVV", "RV_1"),
+        "Operative50_RVV.RV_1.Зад..A8": ("RV_1", "Зад."),
+        "13_50_RVV": (13, "50_RVV"),
+    }
+    said = process.output().decode()
+    for tag in ("VA", "RV"):
+        assert f"Failed to create structure for {tag} variable 1 in group 13: BadNodeIdExists" in said
 
 
 def test_a_thousand_tags(controller: Controller, server: ServerUnderTest, clients: Clients) -> None:

@@ -1,6 +1,7 @@
 """The nodes of the operative tree for a configuration and a database."""
 
 import re
+from collections.abc import Callable, Iterator
 from dataclasses import dataclass
 from typing import NamedTuple
 
@@ -12,6 +13,8 @@ OBJECTS_FOLDER = "Objects"
 OBJECT, VARIABLE = 1, 2
 FOLDER_TYPE, BASE_OBJECT_TYPE, BASE_DATA_VARIABLE_TYPE = 61, 58, 63
 BASE_DATA_TYPE, ANY_RANK = 24, -2
+
+GROUP_SECTION = "Attributes_Group"
 
 NodeKey = int | str  # identifier in the server's namespace
 
@@ -75,10 +78,48 @@ class Variables:
         return self.rv_types[number - 1] if kind == "RV" else 0
 
 
-def _attributes(sections: list[Section], marker: str) -> list[Attribute]:
+@dataclass
+class Group:
+    """A section of grouped tags; `number` is None where its name does not end in one."""
+
+    folder: int
+    number: int | None
+    name: str
+    lists: dict[str, list[int] | None]
+
+
+def _is_flat(section_name: str) -> bool:
+    return section_name == "Attributes"
+
+
+def _groups(sections: list[Section]) -> list[Group]:
+    groups = []
+    for section in sections:
+        if GROUP_SECTION not in section.name:
+            continue
+        match = re.fullmatch(GROUP_SECTION + r"\s*([+-]?\d+)", section.name)
+        number = int(match[1]) if match else None
+        default_name = f"Group_{-1 if number is None else number}"
+        name = dict(section.entries).get("Name", default_name)
+        groups.append(Group(12 + len(groups), number, name, _tag_lists([section])))
+    return groups
+
+
+def _tag_lists(sections: list[Section]) -> dict[str, list[int] | None]:
+    lists: dict[str, list[int] | None] = {kind: [] for kind in _WALK}
+    for section in sections:
+        for key, value in section.entries:
+            if key in lists:
+                lists[key] = configuration.tag_numbers(value)
+    return lists
+
+
+def _attributes(
+    sections: list[Section], marker: str, wanted: Callable[[str], bool]
+) -> list[Attribute]:
     found = []
     for section in sections:
-        if section.name != "Attributes":
+        if not wanted(section.name):
             continue
         for key, value in section.entries:
             if not key.startswith(marker) or "," not in value:
@@ -91,11 +132,11 @@ def _attributes(sections: list[Section], marker: str) -> list[Attribute]:
 
 
 def _folder(name: str, parent: NodeKey) -> Node:
-    text = Text("en-US", name)
+    text = Text("en-US", name) if name else Text(None, None)
     return Node(OBJECT, parent, ORGANIZES, FOLDER_TYPE, name, text)
 
 
-def _structure(name: str, folder: int) -> Node:
+def _structure(name: str, folder: NodeKey) -> Node:
     text = Text("ru-RU", name)
     return Node(OBJECT, folder, HAS_COMPONENT, BASE_OBJECT_TYPE, name, text, text)
 
@@ -121,20 +162,14 @@ class _Tree:
         self.nodes: dict[NodeKey, Node] = {}
         self._variables = variables
         self._used_rv_types: set[int] = set()
-        self._lists = {kind: [] for kind in _WALK}
-        for section in sections:
-            if section.name == "Attributes":
-                for key, value in section.entries:
-                    if key in self._lists:
-                        self._lists[key] = configuration.tag_numbers(value)
-        self._attributes = {
-            place: _attributes(sections, publication.marker)
-            for place, publication in _PUBLICATIONS.items()
-        }
+        self._sections = sections
+        self._lists = _tag_lists([section for section in sections if _is_flat(section.name)])
         self._prefix = self._add_folders(configuration.application_name(sections))
         for kind in _WALK:
-            self._add_kind(kind)
+            for number in self._listed(kind, self._lists):
+                self._add_flat_tag(kind, number)
         self._prune()
+        self._add_groups(_groups(sections))
 
     def _add_folders(self, application: str) -> str:
         root: NodeKey = OBJECTS_FOLDER
@@ -146,30 +181,63 @@ class _Tree:
             self.nodes[publication.folder] = _folder(publication.name, 6)
         return f"{application}.Operative" if application else "Operative"
 
-    def _add_kind(self, kind: str) -> None:
-        count = self._variables.counts[kind]
-        listed = self._lists[kind]
-        for number in range(1, count + 1):
+    def _listed(self, kind: str, lists: dict[str, list[int] | None]) -> Iterator[int]:
+        listed = lists[kind]
+        for number in range(1, self._variables.counts[kind] + 1):
             if listed is None or number in listed:
-                self._add_tag(kind, number)
+                yield number
 
-    def _add_tag(self, kind: str, number: int) -> None:
-        rv_type = self._variables.rv_type(kind, number)
-        publication = _PUBLICATIONS[kind, rv_type]
+    def _add_flat_tag(self, kind: str, number: int) -> None:
+        publication = _PUBLICATIONS[kind, self._variables.rv_type(kind, number)]
+        prefix = f"{self._prefix}.{publication.name}."
+        self._add_tag(kind, number, publication.folder, prefix, _is_flat)
+
+    def _add_groups(self, groups: list[Group]) -> None:
+        for group in groups:
+            self.nodes[group.folder] = _folder(group.name, 6)
+        for kind in _WALK:  # a tag in two groups is in the first
+            for group in groups:
+                for number in self._listed(kind, group.lists):
+                    self._add_grouped_tag(kind, number, group)
+
+    def _add_grouped_tag(self, kind: str, number: int, group: Group) -> None:
+        def in_group(section_name: str) -> bool:
+            return f"{GROUP_SECTION}{group.number}" in section_name
+
+        parent: NodeKey = group.folder
+        prefix = f"{self._prefix}.{group.name}."
+        if kind == "RV":
+            folder_name = _PUBLICATIONS[kind, self._variables.rv_type(kind, number)].name
+            prefix = f"{self._prefix}{folder_name}."
+            parent = f"{group.folder}_{folder_name}"
+            self.nodes[parent] = _folder(folder_name, group.folder)
+        self._add_tag(kind, number, parent, prefix, in_group)
+
+    def _add_tag(
+        self,
+        kind: str,
+        number: int,
+        parent: NodeKey,
+        prefix: str,
+        section_wanted: Callable[[str], bool],
+    ) -> None:
         structure = f"{kind}_{number}"
+        if structure in self.nodes:
+            return
+        rv_type = self._variables.rv_type(kind, number)
+        marker = _PUBLICATIONS[kind, rv_type].marker
         items: dict[NodeKey, Node] = {}
         last_add_failed = False
-        for attribute in self._attributes[kind, rv_type]:
+        for attribute in _attributes(self._sections, marker, section_wanted):
             if not access.admitted(kind, rv_type, attribute.number):
                 continue
             name = f"{structure}.{attribute.name}.A{attribute.number}"
-            item_id = f"{self._prefix}.{publication.name}.{name}"
-            last_add_failed = item_id in items
-            items.setdefault(item_id, _item(structure, attribute))
+            last_add_failed = prefix + name in items
+            items.setdefault(prefix + name, _item(structure, attribute))
             if kind == "RV":
                 self._used_rv_types.add(rv_type)
         if not last_add_failed:  # else the whole tag is taken back
-            self.nodes[structure] = _structure(structure, publication.folder)
+            self.nodes[structure] = _structure(structure, parent)
             self.nodes |= items
 
     def _prune(self) -> None:
