@@ -17,6 +17,7 @@ struct Right {
 constexpr std::string_view kRead = "OPC_READABLE";
 constexpr std::string_view kWrite = "OPC_WRITEABLE";
 constexpr std::string_view kReadWrite = "OPC_READABLE+OPC_WRITEABLE";
+constexpr std::string_view kError = "Error";
 constexpr std::string_view kWriteRead = "OPC_WRITEABLE+OPC_READABLE";
 
 constexpr std::initializer_list<std::string_view> kFitsRead = {kRead};
@@ -49,19 +50,32 @@ std::string AccessTypeAtr::trim(const std::string& text) {
 
 std::string AccessTypeAtr::checkAccessRights(const std::string& text, int attributeNumber,
                                              const AccessTable& table) {
+    const AccessAnswer answer = decideAccess(text, attributeNumber, table);
+    if (answer.whenOverruled != nullptr) std::fputs(answer.whenOverruled, stdout);
+    return answer.text;
+}
+
+AccessAnswer AccessTypeAtr::decideAccess(const std::string& text, int attributeNumber,
+                                         const AccessTable& table) {
     // KEPT: only the test for "default" looks at the trimmed text. " OPC_READABLE" fits nothing, so
     // the table's right wins; and "default" is answered for attributes that no table holds.
-    if (trim(text) == "default") return std::string(kRead);
+    if (trim(text) == "default") return {std::string(kRead)};
     const auto entry = table.find(attributeNumber);
-    if (entry == table.end()) return "Error";
+    if (entry == table.end()) return {std::string(kError)};
 
     for (const Right& right : kRights) {
         if (right.name != entry->second) continue;
         for (const std::string_view fitting : right.fits) {
-            if (text == fitting) return text;
+            if (text == fitting) return {text};
         }
-        std::fputs(right.whenOverruled, stdout);
-        return std::string(right.answer);
+        return {std::string(right.answer), right.whenOverruled};
     }
-    return "Error";
+    return {std::string(kError)};
+}
+
+std::uint8_t accessLevelOf(std::string_view answer) {
+    if (answer == kRead) return kReadAccess;
+    if (answer == kWrite) return kWriteAccess;
+    if (answer == kError) return 0;
+    return kReadAccess | kWriteAccess;
 }

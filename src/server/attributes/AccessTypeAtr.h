@@ -1,8 +1,16 @@
 #pragma once
 
+#include <cstdint>
 #include <string>
+#include <string_view>
 
 #include "server/attributes/AccessTables.h"
+
+/// What becomes of an access text.
+struct AccessAnswer {
+    std::string text;                     ///< as checkAccessRights answers
+    const char* whenOverruled = nullptr;  ///< line for standard output: the text did not fit
+};
 
 /// Turns the access text of a configuration entry into the right that the node gets. No state.
 class AccessTypeAtr {
@@ -16,4 +24,15 @@ class AccessTypeAtr {
     /// standard output.
     static std::string checkAccessRights(const std::string& text, int attributeNumber,
                                          const AccessTable& table);
+
+    /// The same, and prints nothing.
+    static AccessAnswer decideAccess(const std::string& text, int attributeNumber,
+                                     const AccessTable& table);
 };
+
+/// Bits of a node's access level (OPC 10000-3, 8.57).
+inline constexpr std::uint8_t kReadAccess = 1;
+inline constexpr std::uint8_t kWriteAccess = 2;
+
+/// Access level of an answer of checkAccessRights; 0 for "Error": no node.
+std::uint8_t accessLevelOf(std::string_view answer);

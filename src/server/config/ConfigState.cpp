@@ -2,4 +2,4 @@
 
 std::vector<std::int32_t> usedLines;
 MissingAttrManager missAttrManager;
-const std::string iniFilePath = "/zrt/settings/opcuasrv.ini";
+std::string iniFilePath = "/zrt/settings/opcuasrv.ini";

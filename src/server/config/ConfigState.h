@@ -13,5 +13,6 @@
 /// 4).
 extern std::vector<std::int32_t> usedLines;
 extern MissingAttrManager missAttrManager;
-/// "/zrt/settings/opcuasrv.ini".
-extern const std::string iniFilePath;
+/// The configuration file in whose text lines are searched: "/zrt/settings/opcuasrv.ini". A tool
+/// that looks at another file names that one here before it reads it.
+extern std::string iniFilePath;

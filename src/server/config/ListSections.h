@@ -16,6 +16,11 @@ class ListSections {
     /// Adds one parameter to a section, which is made when missing.
     void addParam(const std::string& section, const std::string& parameter);
 
+    /// What was declared: section -> parameters in their order.
+    [[nodiscard]] const std::map<std::string, std::vector<std::string>>& declared() const noexcept {
+        return sections_;
+    }
+
     /// Numbered sections first: a name with "Plotter_" in it, or else with "Attributes_Group", is
     /// known when an integer follows that text (blanks before and anything behind allowed). Any
     /// other name must be a declared one.

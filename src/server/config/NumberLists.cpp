@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cctype>
 #include <string_view>
+#include <utility>
 
 #include "server/config/IntegerText.h"
 
@@ -22,39 +23,46 @@ static std::string trimmed(std::string_view text) {
     return std::string(text);
 }
 
-static void append(std::vector<std::int32_t>& numbers, std::int32_t first, std::int32_t last) {
-    for (std::int64_t number = first; number <= last; ++number) {
-        if (number != 0) numbers.push_back(static_cast<std::int32_t>(number));
-    }
-}
-
-/// @return false when the item is neither a number nor a range; `numbers` is then unchanged
-static bool appendItem(std::vector<std::int32_t>& numbers, const std::string& item) {
+static std::optional<NumberRange> readItem(const std::string& item) {
     const auto dash = item.find('-');
     // Without a dash both ends are the item itself. Blanks next to a dash are refused on purpose.
     const auto first = wholeInteger(item.substr(0, dash), LeadingBlanks::refused);
     const auto last = dash == std::string::npos
                           ? first
                           : wholeInteger(item.substr(dash + 1), LeadingBlanks::refused);
-    if (!first || !last) return false;
-    append(numbers, *first, *last);
-    return true;
+    if (!first || !last) return std::nullopt;
+    return NumberRange{*first, *last};
+}
+
+NumberList readNumberList(const std::string& value) {
+    NumberList list;
+    const std::string text = trimmed(value);
+    list.all = text == "all";
+    if (list.all) return list;
+
+    // A comma at the very end starts no further item.
+    for (std::size_t begin = 0; begin < text.size();) {
+        const std::size_t comma = std::min(text.find(',', begin), text.size());
+        std::string item = trimmed(std::string_view(text).substr(begin, comma - begin));
+        const auto range = readItem(item);
+        if (!range) return {false, {}, std::move(item)};
+        list.ranges.push_back(*range);
+        begin = comma + 1;
+    }
+    return list;
 }
 
 /// @param whenAll  the answer to "all"
-static std::vector<std::int32_t> parseList(std::string_view value,
-                                           const std::vector<std::int32_t>& whenAll) {
-    const std::string list = trimmed(value);
-    if (list == "all") return whenAll;
+static std::vector<std::int32_t> expandedList(const std::string& value,
+                                              const std::vector<std::int32_t>& whenAll) {
+    const NumberList list = readNumberList(value);
+    if (list.all) return whenAll;
 
     std::vector<std::int32_t> numbers;
-    // A comma at the very end starts no further item.
-    for (std::size_t begin = 0; begin < list.size();) {
-        const std::size_t comma = std::min(list.find(',', begin), list.size());
-        if (!appendItem(numbers, trimmed(std::string_view(list).substr(begin, comma - begin)))) {
-            return {};
+    for (const auto& [first, last] : list.ranges) {
+        for (std::int64_t number = first; number <= last; ++number) {
+            if (number != 0) numbers.push_back(static_cast<std::int32_t>(number));
         }
-        begin = comma + 1;
     }
     std::sort(numbers.begin(), numbers.end());
     numbers.erase(std::unique(numbers.begin(), numbers.end()), numbers.end());
@@ -62,7 +70,7 @@ static std::vector<std::int32_t> parseList(std::string_view value,
 }
 
 std::vector<std::int32_t> getNumbersTagsOperative(const std::string& value) {
-    return parseList(value, {-1});
+    return expandedList(value, {-1});
 }
 
 std::vector<std::int32_t> getNumbersTagsOperativeByGroup(const std::string& value) {
@@ -71,7 +79,7 @@ std::vector<std::int32_t> getNumbersTagsOperativeByGroup(const std::string& valu
 
 std::vector<std::int32_t> getNumbersTagsHistorical(const std::string& value) {
     // KEPT: "all" is the empty list here and {-1} above. A plotter without a list has all its pens.
-    return parseList(value, {});
+    return expandedList(value, {});
 }
 
 // ---- Numbers of sections -----------------------------------------------------------------------

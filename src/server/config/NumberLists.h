@@ -1,12 +1,26 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
 // Lists of variable or pen numbers as the configuration writes them: "3, 7, 10-25" or "all".
 // Sorted, without duplicates and without 0. One bad item empties the whole list, nothing is
 // reported. A range is expanded in full, however long. No state, any thread.
+
+/// A list as it is written, before anything is expanded. `first` and `last` may be 0, and `first`
+/// is greater than `last` where the list says so: such a range adds no number.
+struct NumberRange {
+    std::int32_t first;
+    std::int32_t last;
+};
+struct NumberList {
+    bool all = false;                    ///< the word "all"
+    std::vector<NumberRange> ranges;     ///< in the order written; empty with a bad item
+    std::optional<std::string> badItem;  ///< the first that is neither number nor range, as written
+};
+[[nodiscard]] NumberList readNumberList(const std::string& value);
 
 /// Tag numbers of the flat operative tree. "all" gives the one number -1, which stands for every
 /// tag.

@@ -14,3 +14,7 @@ MsgHandler& getMsgHandler() {
     static MsgHandler handler("/zrt/settings/veskkntr.ini");
     return handler;
 }
+
+void useControllerSettings(const std::string& settingsPath) {
+    getMsgHandler() = MsgHandler(settingsPath);
+}

@@ -24,3 +24,7 @@ class MsgHandler {
 /// The process's instance, made from "/zrt/settings/veskkntr.ini" on the first call, whatever the
 /// environment says about the settings folder. Any thread.
 MsgHandler& getMsgHandler();
+
+/// Makes the instance anew from another settings file: for tools that speak of another controller.
+/// Before the first message, main thread.
+void useControllerSettings(const std::string& settingsPath);

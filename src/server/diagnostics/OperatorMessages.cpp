@@ -4,6 +4,7 @@
 #include <cassert>
 #include <cstddef>
 #include <string_view>
+#include <utility>
 
 #include "server/diagnostics/LogControllerWriter.h"
 #include "server/diagnostics/MsgHandler.h"
@@ -84,6 +85,15 @@ static std::string placeText(Place place, const std::string& line) {
     return place == Place::line ? line : "строка №" + line;
 }
 
+static std::function<void(const ConfigErrorReport&)>& receiverOfErrors() {
+    static std::function<void(const ConfigErrorReport&)> receiver;
+    return receiver;
+}
+
+void redirectConfigErrors(std::function<void(const ConfigErrorReport&)> receiver) {
+    receiverOfErrors() = std::move(receiver);
+}
+
 /// @param encode  from the UTF-8 of this source to the bytes that journal and log get
 template <typename Encode>
 static void report(ConfigError error, std::optional<std::int32_t> maybeLine, Encode encode) {
@@ -92,8 +102,13 @@ static void report(ConfigError error, std::optional<std::int32_t> maybeLine, Enc
     const std::string line = maybeLine ? std::to_string(*maybeLine) : "";
     const std::string logLine = "ЦП " + getMsgHandler().getNumContrStroke() +
                                 std::string(texts.logText) + (texts.lineInLog ? line : "");
-    postAndLog(MessageNumber::configurationError,
-               {static_cast<std::int32_t>(error), encode(placeText(texts.inJournal, line))},
+    const std::string journalText = encode(placeText(texts.inJournal, line));
+    if (const auto& receiver = receiverOfErrors()) {
+        receiver({error, maybeLine, journalText,
+                  ToUTF8Converter::convertCP866ToUtf8_manual(encode(logLine))});
+        return;
+    }
+    postAndLog(MessageNumber::configurationError, {static_cast<std::int32_t>(error), journalText},
                encode(logLine));
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -29,6 +30,18 @@ enum class ConfigError : std::int32_t {
     unknownSection = 5,  ///< line of the section's heading
     unknownKey = 6,      ///< line of the key
 };
+
+/// A configuration error as operators would read it.
+struct ConfigErrorReport {
+    ConfigError error;
+    std::optional<std::int32_t> line;  ///< in the configuration file, where the message names one
+    std::string journalText;           ///< last argument of the journal's message, its bytes
+    std::string logLine;               ///< as the log shows it behind the time; UTF-8
+};
+
+/// Hands configuration errors to `receiver` instead of journal and log: for tools that look at a
+/// configuration for another server and must leave no trace. An empty one ends that.
+void redirectConfigErrors(std::function<void(const ConfigErrorReport&)> receiver);
 
 /// The one way out: posts `number` with the controller's number and `arguments` to the installed
 /// journal (to none when none is installed) and writes `logLineCp866`, converted to UTF-8, to the

@@ -46,14 +46,6 @@ ItemPlan::Item plannedItem(TagInfo entry) {
 
 // ---- One value variable ------------------------------------------------------------------------
 
-/// Access level of an answer of checkAccessRights; 0 for "Error": no node.
-UA_Byte accessLevelOf(std::string_view access) {
-    if (access == "OPC_READABLE") return UA_ACCESSLEVELMASK_READ;
-    if (access == "OPC_WRITEABLE") return UA_ACCESSLEVELMASK_WRITE;
-    if (access == "Error") return 0;
-    return UA_ACCESSLEVELMASK_READ | UA_ACCESSLEVELMASK_WRITE;
-}
-
 /// The attributes of the nodes of one createUAItems call. KEPT: one record serves all of its
 /// entries, so an attribute without a value type has the value of the entry before it.
 class ItemAttributes {
