@@ -12,6 +12,8 @@ struct Folders {
     std::filesystem::path settings;  // ini files
     /// Folders that a controller has, parents first.
     std::vector<std::filesystem::path> all;
+    /// Files that a run writes all the time and leaves for the next one.
+    std::vector<std::filesystem::path> savedFiles;
     /// Files that System V keys are made from: every one that the index tables name.
     std::vector<std::filesystem::path> keyFiles;
 

@@ -28,6 +28,10 @@ std::string fileLine(const std::filesystem::path& file, const std::optional<Fing
     return line.str();
 }
 
+std::string savedLine(const std::filesystem::path& file) {
+    return "saved " + file.string() + "\n";
+}
+
 /// The rest of a line behind one blank.
 std::filesystem::path restOf(std::istringstream& line) {
     std::string rest;
@@ -101,6 +105,11 @@ bool Record::noteFile(const std::filesystem::path& file,
     return append(fileLine(file, fingerprint));
 }
 
+bool Record::noteSaved(const std::filesystem::path& file) {
+    contents_.saved.insert(file);
+    return append(savedLine(file));
+}
+
 bool Record::noteIpc(const IpcMark& mark) {
     std::erase_if(contents_.ipc, [&](const IpcMark& old) { return sameKeyAndKind(old, mark); });
     contents_.ipc.push_back(mark);
@@ -112,19 +121,23 @@ bool Record::noteIpc(const IpcMark& mark) {
 
 bool Record::forgetFile(const std::filesystem::path& file) {
     contents_.files.erase(file);
+    contents_.saved.erase(file);
     return append("forget " + file.string() + "\n");
 }
 
 void Record::finish() {
     contents_.ipc.clear();
     contents_.directories.clear();
-    if (contents_.files.empty()) {
+    if (contents_.files.empty() && contents_.saved.empty()) {
         static_cast<void>(::unlink(file_.c_str()));
         return;
     }
     std::string text = kHeader;
     for (const auto& [file, print] : contents_.files) {
         text += fileLine(file, print);
+    }
+    for (const auto& file : contents_.saved) {
+        text += savedLine(file);
     }
     // A failure leaves the longer record, which says the same and more.
     if (::ftruncate(descriptor_, 0) == 0) static_cast<void>(append(text));
@@ -157,7 +170,11 @@ void Record::parse(const std::string& text) {
     } else if (word == "intent") {
         contents_.files[restOf(line)] = std::nullopt;
     } else if (word == "forget") {
-        contents_.files.erase(restOf(line));
+        const auto file = restOf(line);
+        contents_.files.erase(file);
+        contents_.saved.erase(file);
+    } else if (word == "saved") {
+        contents_.saved.insert(restOf(line));
     } else if (word == "file") {
         Fingerprint print;
         line >> print.size >> print.hash;

@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <map>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -29,6 +30,8 @@ struct RecordContents {
     std::vector<std::filesystem::path> directories;
     /// A file without fingerprint was noted before it was written, so it may be there in part.
     std::map<std::filesystem::path, std::optional<Fingerprint>> files;
+    /// Files that grow while a run lasts and stay for the next one, so no fingerprint fits them.
+    std::set<std::filesystem::path> saved;
     std::vector<IpcMark> ipc;
 
     /// True when one of the marks stands for this very object.
@@ -61,6 +64,7 @@ class Record {
     [[nodiscard]] bool noteDirectory(const std::filesystem::path& directory);
     [[nodiscard]] bool noteFile(const std::filesystem::path& file,
                                 const std::optional<Fingerprint>& fingerprint);
+    [[nodiscard]] bool noteSaved(const std::filesystem::path& file);
     [[nodiscard]] bool noteIpc(const IpcMark& mark);
     [[nodiscard]] bool forgetFile(const std::filesystem::path& file);
 

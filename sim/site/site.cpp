@@ -108,11 +108,12 @@ std::vector<std::string> Site::foreignFiles() const {
     std::vector<fs::path> files = folders_.keyFiles;
     files.insert(files.end(), {folders_.offsetFile(), folders_.kindFile(), folders_.controllerIni(),
                                folders_.serverIni()});
+    files.insert(files.end(), folders_.savedFiles.begin(), folders_.savedFiles.end());
     std::vector<std::string> found;
     for (const fs::path& file : files) {
         std::error_code ignored;
         if (fs::exists(fs::symlink_status(file, ignored)) &&
-            !record_.contents().files.contains(file)) {
+            !record_.contents().files.contains(file) && !record_.contents().saved.contains(file)) {
             found.push_back("файл " + file.string());
         }
     }
@@ -195,6 +196,15 @@ void Site::removeLeftFiles(bool fresh) {
         if (::unlink(file.c_str()) != 0 && errno != ENOENT) failedOn("не удаляется", file);
         if (!record_.forgetFile(file)) failedOn("не пишется запись", folders_.record());
     }
+    if (fresh) removeSavedFiles();
+}
+
+void Site::removeSavedFiles() {
+    const auto saved = record_.contents().saved;  // a copy: forgetting changes the original
+    for (const fs::path& file : saved) {
+        if (::unlink(file.c_str()) != 0 && errno != ENOENT) failedOn("не удаляется", file);
+        if (!record_.forgetFile(file)) failedOn("не пишется запись", folders_.record());
+    }
 }
 
 // ---- making and removing -------------------------------------------------------------------
@@ -231,6 +241,14 @@ void Site::makeFile(const fs::path& file, const std::string& bytes) {
     }
 }
 
+void Site::adoptSavedFile(const fs::path& file) {
+    if (record_.contents().saved.contains(file)) return;
+    if (fs::exists(fs::symlink_status(file))) {
+        throw Failure(ExitCode::foreign, "файл " + file.string() + " создан не zrtsim");
+    }
+    if (!record_.noteSaved(file)) failedOn("не пишется запись", folders_.record());
+}
+
 bool Site::keepsEdited(const fs::path& file) const {
     return std::find(edited_.begin(), edited_.end(), file) != edited_.end();
 }
@@ -252,8 +270,22 @@ void Site::leave() {
         }
         static_cast<void>(record_.forgetFile(file));  // finish writes the record anew
     }
+    tellSavedFiles();
     removeFolders();
     record_.finish();
+}
+
+void Site::tellSavedFiles() {
+    const auto saved = record_.contents().saved;
+    for (const fs::path& file : saved) {
+        std::error_code ignored;
+        if (!fs::exists(file, ignored)) {
+            static_cast<void>(record_.forgetFile(file));
+            continue;
+        }
+        out_ << "Файл " << file.string()
+             << " оставлен: следующий запуск его продолжит (ключ --fresh его удалит).\n";
+    }
 }
 
 void Site::removeFolders() {

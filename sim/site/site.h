@@ -22,8 +22,8 @@ class Site {
     Site& operator=(const Site&) = delete;
 
     /// Takes possession: checks that nothing of others is here, and removes what a killed run left.
-    /// A setting that was edited after zrtsim wrote it stays, unless `fresh`.
-    /// Throws Failure with everything that stands against it; then nothing was changed.
+    /// A setting that was edited after zrtsim wrote it stays, and so do saved files, unless
+    /// `fresh`. Throws Failure with everything that stands against it; then nothing was changed.
     void enter(bool fresh);
 
     /// Makes the controller's folders as far as they are missing, and its key files. The key files
@@ -34,11 +34,15 @@ class Site {
     /// Writes a file that does not exist. Throws Failure.
     void makeFile(const std::filesystem::path& file, const std::string& bytes);
 
+    /// Notes a file of Folders::savedFiles as ours before something else writes it, now and as long
+    /// as the run lasts. Throws Failure.
+    void adoptSavedFile(const std::filesystem::path& file);
+
     /// True when the user's edited version of a setting stayed.
     [[nodiscard]] bool keepsEdited(const std::filesystem::path& file) const;
 
-    /// Removes everything that was made; an edited setting stays, with a message. Does nothing when
-    /// the site was not entered.
+    /// Removes everything that was made; an edited setting and the saved files stay, with a
+    /// message. Does nothing when the site was not entered.
     void leave();
 
     [[nodiscard]] const Folders& folders() const { return folders_; }
@@ -52,6 +56,8 @@ class Site {
     void refuseForeign(bool fresh) const;
     void removeLeftObjects();
     void removeLeftFiles(bool fresh);
+    void removeSavedFiles();
+    void tellSavedFiles();
     void removeFolders();
 
     Folders folders_;
