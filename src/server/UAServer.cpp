@@ -7,10 +7,8 @@
 #include <cstdint>
 #include <stdexcept>
 
-#include "server/GeneralSettings.h"
-#include "server/config/ConfigState.h"
+#include "server/config/GeneralSettings.h"
 #include "server/config/IniConfigManager.h"
-#include "server/config/LineSearch.h"
 #include "server/diagnostics/MsgHandler.h"
 #include "server/diagnostics/OperatorMessages.h"
 #include "server/diagnostics/SleepForever.h"
@@ -97,25 +95,9 @@ UAServer::~UAServer() {
 // ---- Settings ----------------------------------------------------------------------------------
 
 void UAServer::setServerPort() {
-    const auto fail = [](std::optional<std::int32_t> maybeLine) {
-        reportConfigError(ConfigError::serverPort, maybeLine);
-        sleepForever();
-    };
-    bool found = false;
-    for (const std::string_view value : valuesOf(sections(), "ServerPort")) {
-        const std::optional<int> port = parseWholeInteger(value);
-        if (!port) fail(std::nullopt);
-        // KEPT: only these ten ports, which the controllers' firewalls know.
-        if (*port < kFirstPort || *port > kLastPort) {
-            fail(findLineNumber(iniFilePath, "ServerPort"));
-        }
-        port_ = *port;
-        found = true;
-    }
-    if (!found) {
-        port_ = 0;
-        fail(std::nullopt);
-    }
+    const std::optional<int> port = readServerPort(sections());
+    port_ = port.value_or(0);
+    if (!port) sleepForever();
 }
 
 void UAServer::setApplicationName() {
@@ -135,18 +117,8 @@ bool UAServer::historicalDataMode() const {
 }
 
 void UAServer::setSourcesSampleInterval() {
-    for (const std::string_view value : valuesOf(sections(), "SamplingInterval")) {
-        const std::optional<double> askedMs = parseLeadingNumber(value);
-        // KEPT: a value that is no number ends the scan, without a report.
-        if (!askedMs) return;
-        const auto [intervalMs, report] =
-            decideSamplingInterval(*askedMs, getMsgHandler().getCycleTimeMsg());
-        samplingIntervalMs_ = intervalMs.value_or(samplingIntervalMs_);
-        if (report) {
-            reportConfigError(ConfigError::samplingInterval,
-                              findLineNumber(iniFilePath, "SamplingInterval"));
-        }
-    }
+    samplingIntervalMs_ =
+        readSamplingInterval(sections(), getMsgHandler().getCycleTimeMsg(), samplingIntervalMs_);
 }
 
 // ---- The library's configuration ---------------------------------------------------------------

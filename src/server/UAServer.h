@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "server/attributes/PublishedType.h"
-#include "server/operative/ItemPlan.h"
+#include "server/attributes/ItemPlan.h"
 
 class UARTEXVariable;
 struct TagGroup;

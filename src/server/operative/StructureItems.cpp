@@ -1,48 +1,16 @@
-#include <algorithm>
 #include <utility>
 
 #include "server/ServerState.h"
 #include "server/UAServer.h"
 #include "server/attributes/AccessTypeAtr.h"
-#include "server/attributes/HidenAttr.h"
-#include "server/config/ConfigState.h"
 #include "server/config/IniConfigManager.h"
-#include "server/config/LineSearch.h"
-#include "server/diagnostics/OperatorMessages.h"
 #include "server/operative/UaView.h"
-#include "server/text/ToUTF8Converter.h"
 #include "server/variables/UARTEXVariable.h"
 
 namespace {
 
 constexpr UA_UInt32 kHasComponent = 47;
 constexpr UA_UInt32 kBaseDataVariableType = 63;
-
-// ---- Which attributes --------------------------------------------------------------------------
-
-/// Reports, once for its line, an entry whose attribute may not be exported.
-void reportRefused(const TagInfo& entry, int groupNumber, const std::map<int, int>& groupMap) {
-    const std::int32_t line = findLineNumberTagConf(iniFilePath, entry.key, groupNumber, groupMap);
-    if (std::ranges::find(usedLines, line) != usedLines.end()) return;
-    reportConfigError(ConfigError::attribute, line);
-    usedLines.push_back(line);
-}
-
-bool mayBeExported(const PublishedType& published, int attributeNumber) {
-    const bool logical = published.kind == VariableType::RV && published.rvType == 2;
-    if (logical && barredForRVL(attributeNumber)) return false;
-    return HidenAttr::checkStatusAttr(attributeNumber, published.access);
-}
-
-ItemPlan::Item plannedItem(TagInfo entry) {
-    ToUTF8Converter converter;
-    ItemPlan::Item item;
-    item.nameUtf8 = converter.convertCP866ToUtf8_manual(entry.name);
-    item.descriptionTail = ".A" + std::to_string(entry.attributeNumber);
-    item.idTail = "." + item.nameUtf8 + item.descriptionTail;
-    item.info = std::move(entry);
-    return item;
-}
 
 // ---- One value variable ------------------------------------------------------------------------
 
@@ -91,20 +59,12 @@ const ItemPlan& UAServer::itemPlan(UARTEXVariable& variable, const PublishedType
                                    const std::map<int, int>& groupMap) {
     const auto [place, isNew] =
         itemPlans_.try_emplace(std::make_tuple(published.folderId, mode, groupNumber));
-    ItemPlan& plan = place->second;
-    if (!isNew) return plan;
+    if (!isNew) return place->second;
 
     const auto& sections = IniConfigManager::instance().getSections();
-    for (TagInfo& entry : variable.getConfigForTag(sections, mode, groupNumber, groupMap)) {
-        missAttrManager.addMissingAttr(entry.missing);
-        if (entry.key.find(published.marker) == std::string::npos) continue;
-        if (mayBeExported(published, entry.attributeNumber)) {
-            plan.items.push_back(plannedItem(std::move(entry)));
-        } else {
-            reportRefused(entry, groupNumber, groupMap);
-        }
-    }
-    return plan;
+    return place->second =
+               makeItemPlan(variable.getConfigForTag(sections, mode, groupNumber, groupMap),
+                            published, groupNumber, groupMap);
 }
 
 UA_StatusCode UAServer::createUAItems(UARTEXVariable* variable, int tagNumber,

@@ -2,6 +2,7 @@
 
 #include <cstring>
 
+#include "server/attributes/ItemPlan.h"
 #include "server/attributes/PublishedType.h"
 #include "server/attributes/TagConfig.h"
 #include "server/variables/RTEXHandle.h"
@@ -10,17 +11,6 @@ namespace {
 
 /// Bytes of the designation in every passport record, its NUL included.
 constexpr std::size_t kDesignationBytes = sizeof(ANALOG::POZ);
-
-/// Whether an entry names an attribute that could be exported, but that this database does not
-/// have.
-bool missingInDatabase(const PublishedType& published, std::uint8_t dbCode, int attributeNumber) {
-    if (!published.access.contains(attributeNumber)) return false;
-    SVariable variable{};
-    variable.type = dbCode;
-    variable.num = 1;
-    variable.num_atr = static_cast<std::uint16_t>(attributeNumber);
-    return UARTEXVariable::veskdb.isAttribute(variable) == 0;
-}
 
 }  // namespace
 
@@ -72,10 +62,9 @@ std::vector<TagInfo> VariableOfKind::getConfigForTag(const std::vector<Section>&
     const PublishedType* published = findPublishedType(getType(), getRVType());
     if (published == nullptr) return {};
     auto entries = readTagConfig(sections, published->marker, mode, groupNumber, groupMap);
-    for (TagInfo& entry : entries) {
-        if (missingInDatabase(*published, kind_.dbCode, entry.attributeNumber)) {
-            entry.missing.push_back(entry.key);
-        }
-    }
+    noteMissing(entries, *published, [this](int attributeNumber) {
+        const SVariable variable{kind_.dbCode, 1, static_cast<std::uint16_t>(attributeNumber)};
+        return veskdb.isAttribute(variable) != 0;
+    });
     return entries;
 }

@@ -1,4 +1,4 @@
-#include "server/GeneralSettings.h"
+#include "server/config/GeneralSettings.h"
 
 #include <gtest/gtest.h>
 

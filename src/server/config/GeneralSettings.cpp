@@ -1,9 +1,12 @@
-#include "server/GeneralSettings.h"
+#include "server/config/GeneralSettings.h"
 
 #include <algorithm>
 #include <sstream>
 
-#include "server/attributes/TagConfig.h"
+#include "server/config/ConfigState.h"
+#include "server/config/IntegerText.h"
+#include "server/config/LineSearch.h"
+#include "server/diagnostics/OperatorMessages.h"
 
 namespace {
 
@@ -25,12 +28,23 @@ std::vector<std::string_view> valuesOf(const std::vector<Section>& sections, std
 }
 
 std::optional<int> parseWholeInteger(std::string_view text) {
-    std::istringstream stream(trim(text));
-    int number = 0;
-    if (!(stream >> number) || stream.peek() != std::istringstream::traits_type::eof()) {
-        return std::nullopt;
+    const auto end = text.find_last_not_of(" \t\n\r") + 1;
+    return wholeInteger(std::string(text.substr(0, end)), LeadingBlanks::skipped);
+}
+
+std::optional<int> readServerPort(const std::vector<Section>& sections) {
+    std::optional<int> last;
+    for (const std::string_view value : valuesOf(sections, "ServerPort")) {
+        last = parseWholeInteger(value);
+        if (!last) break;
+        // KEPT: only these ten ports, which the controllers' firewalls know.
+        if (*last < kFirstPort || *last > kLastPort) {
+            reportConfigError(ConfigError::serverPort, findLineNumber(iniFilePath, "ServerPort"));
+            return std::nullopt;
+        }
     }
-    return number;
+    if (!last) reportConfigError(ConfigError::serverPort);
+    return last;
 }
 
 std::string applicationNameCp866(const std::vector<Section>& sections) {
@@ -60,6 +74,22 @@ SamplingDecision decideSamplingInterval(double askedMs, double cycleTimeMs) {
     // KEPT: an interval below the controller's cycle is reported but not raised to it.
     if (askedMs < cycleTimeMs) return {std::nullopt, true};
     return {askedMs, false};
+}
+
+double readSamplingInterval(const std::vector<Section>& sections, double cycleTimeMs,
+                            double intervalMs) {
+    for (const std::string_view value : valuesOf(sections, "SamplingInterval")) {
+        const std::optional<double> askedMs = parseLeadingNumber(value);
+        // KEPT: a value that is no number ends the scan, without a report.
+        if (!askedMs) break;
+        const SamplingDecision decision = decideSamplingInterval(*askedMs, cycleTimeMs);
+        intervalMs = decision.intervalMs.value_or(intervalMs);
+        if (decision.report) {
+            reportConfigError(ConfigError::samplingInterval,
+                              findLineNumber(iniFilePath, "SamplingInterval"));
+        }
+    }
+    return intervalMs;
 }
 
 std::optional<double> parseLeadingNumber(std::string_view text) {

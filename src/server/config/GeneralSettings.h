@@ -8,7 +8,7 @@
 #include "server/config/Section.h"
 
 // The endpoint's settings as the loaded configuration has them. Keys are compared with case and
-// looked for in every section. Pure functions: what to report, and to whom, is UAServer's business.
+// looked for in every section. Main thread.
 
 /// TCP ports that a controller's firewall lets through.
 inline constexpr int kFirstPort = 4840;
@@ -19,6 +19,10 @@ std::vector<std::string_view> valuesOf(const std::vector<Section>& sections, std
 
 /// A decimal integer that is the whole text but for white space at its ends.
 std::optional<int> parseWholeInteger(std::string_view text);
+
+/// The last "ServerPort". A missing one, or any that cannot be had, is reported as configuration
+/// error 3; the server cannot start then.
+std::optional<int> readServerPort(const std::vector<Section>& sections);
 
 /// Value of the last "AplicationName", cut to 16 bytes and then freed of its blanks; empty when
 /// there is none. CP866.
@@ -37,6 +41,12 @@ struct SamplingDecision {
 /// @param askedMs  milliseconds, as configured
 /// @param cycleTimeMs  the controller's cycle; values change no faster
 SamplingDecision decideSamplingInterval(double askedMs, double cycleTimeMs);
+
+/// The interval after each "SamplingInterval" was applied in turn; those that cannot be had are
+/// reported as configuration error 2.
+/// @param intervalMs  the interval before
+double readSamplingInterval(const std::vector<Section>& sections, double cycleTimeMs,
+                            double intervalMs);
 
 /// The number at the start of the text; none when it starts with something else.
 std::optional<double> parseLeadingNumber(std::string_view text);

@@ -1,0 +1,62 @@
+#include "server/attributes/ItemPlan.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "server/attributes/HidenAttr.h"
+#include "server/config/ConfigState.h"
+#include "server/config/LineSearch.h"
+#include "server/diagnostics/OperatorMessages.h"
+#include "server/text/ToUTF8Converter.h"
+
+namespace {
+
+/// Reports, once for its line, an entry whose attribute may not be exported.
+void reportRefused(const TagInfo& entry, int groupFolder, const std::map<int, int>& groupMap) {
+    const std::int32_t line = findLineNumberTagConf(iniFilePath, entry.key, groupFolder, groupMap);
+    if (std::ranges::find(usedLines, line) != usedLines.end()) return;
+    reportConfigError(ConfigError::attribute, line);
+    usedLines.push_back(line);
+}
+
+ItemPlan::Item plannedItem(TagInfo entry) {
+    ItemPlan::Item item;
+    item.nameUtf8 = ToUTF8Converter::convertCP866ToUtf8_manual(entry.name);
+    item.descriptionTail = ".A" + std::to_string(entry.attributeNumber);
+    item.idTail = "." + item.nameUtf8 + item.descriptionTail;
+    item.info = std::move(entry);
+    return item;
+}
+
+}  // namespace
+
+bool mayBeExported(const PublishedType& published, int attributeNumber) {
+    const bool logical = published.kind == VariableType::RV && published.rvType == 2;
+    if (logical && barredForRVL(attributeNumber)) return false;
+    return HidenAttr::checkStatusAttr(attributeNumber, published.access);
+}
+
+ItemPlan makeItemPlan(std::vector<TagInfo> entries, const PublishedType& published, int groupFolder,
+                      const std::map<int, int>& groupMap) {
+    ItemPlan plan;
+    for (TagInfo& entry : entries) {
+        missAttrManager.addMissingAttr(entry.missing);
+        if (entry.key.find(published.marker) == std::string::npos) continue;
+        if (mayBeExported(published, entry.attributeNumber)) {
+            plan.items.push_back(plannedItem(std::move(entry)));
+        } else {
+            reportRefused(entry, groupFolder, groupMap);
+        }
+    }
+    return plan;
+}
+
+void noteMissing(std::vector<TagInfo>& entries, const PublishedType& published,
+                 const std::function<bool(int)>& isDescribed) {
+    for (TagInfo& entry : entries) {
+        const int number = entry.attributeNumber;
+        if (published.access.contains(number) && !isDescribed(number)) {
+            entry.missing.push_back(entry.key);
+        }
+    }
+}
