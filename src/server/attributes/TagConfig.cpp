@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cstdlib>
 #include <limits>
-#include <optional>
 
 namespace {
 
@@ -16,12 +15,20 @@ int leadingInteger(std::string_view text) {
         std::clamp<long>(number, std::numeric_limits<int>::min(), std::numeric_limits<int>::max()));
 }
 
-/// Fields of `<name>, <number>, <access>`; the access is the whole rest, commas included.
-std::optional<TagInfo> parseEntry(const KeyValue& entry) {
+}  // namespace
+
+std::string trim(std::string_view text) {
+    const std::size_t begin = text.find_first_not_of(kBlanks);
+    if (begin == std::string_view::npos) return {};
+    return std::string(text.substr(begin, text.find_last_not_of(kBlanks) - begin + 1));
+}
+
+std::optional<TagInfo> readTagEntry(const KeyValue& entry) {
     const std::string_view value = entry.value;
     const std::size_t firstComma = value.find(',');
     if (firstComma == std::string_view::npos) return std::nullopt;
 
+    // The access is the whole rest, commas included.
     std::string_view number = value.substr(firstComma + 1);
     std::string_view access;
     if (const std::size_t secondComma = number.find(','); secondComma != std::string_view::npos) {
@@ -36,14 +43,6 @@ std::optional<TagInfo> parseEntry(const KeyValue& entry) {
     info.access = trim(access);
     if (info.access.empty()) info.access = "default";
     return info;
-}
-
-}  // namespace
-
-std::string trim(std::string_view text) {
-    const std::size_t begin = text.find_first_not_of(kBlanks);
-    if (begin == std::string_view::npos) return {};
-    return std::string(text.substr(begin, text.find_last_not_of(kBlanks) - begin + 1));
 }
 
 int groupNumberOfFolder(int groupFolder, const std::map<int, int>& groupMap) {
@@ -70,7 +69,7 @@ std::vector<TagInfo> readTagConfig(const std::vector<Section>& sections, std::st
         if (!chosen(section)) continue;
         for (const KeyValue& entry : section.params) {
             if (!entry.key.starts_with(marker)) continue;
-            if (auto info = parseEntry(entry)) result.push_back(std::move(*info));
+            if (auto info = readTagEntry(entry)) result.push_back(std::move(*info));
         }
     }
     return result;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <map>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -15,6 +16,9 @@ std::string trim(std::string_view text);
 /// read backwards. An id that it does not hold is -1, for no group; without a map the id is taken
 /// for the group number itself.
 int groupNumberOfFolder(int groupFolder, const std::map<int, int>& groupMap);
+
+/// One entry, `<name>, <number>, <access>`; none when its value holds no comma. `missing` is empty.
+std::optional<TagInfo> readTagEntry(const KeyValue& entry);
 
 /// The configured attributes of one published type, in the order of the loaded configuration;
 /// `missing` is left empty (only the database knows).

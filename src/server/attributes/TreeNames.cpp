@@ -32,3 +32,25 @@ std::string groupItemPrefix(const std::string& operativePrefix, const PublishedT
     if (published.kind == VariableType::RV) return prefix.append(published.folderName).append(".");
     return prefix.append(".").append(groupName).append(".");
 }
+
+std::string plotterFolderName(int plotter, const std::string& configuredNameCp866) {
+    if (configuredNameCp866.empty()) return "Plotter_" + std::to_string(plotter);
+    return ToUTF8Converter::convertCP866ToUtf8_manual(configuredNameCp866);
+}
+
+std::string historyTagName(int plotter, int pen, int variableNum, std::string_view kindWord) {
+    return "R" + std::to_string(plotter) + "_P" + std::to_string(pen) + "." +
+           std::string(kindWord) + "_" + std::to_string(variableNum);
+}
+
+std::string_view penKindWord(int variableKind) {
+    const bool known = variableKind >= 0 && variableKind < static_cast<int>(kKinds.size());
+    return known ? kKinds[static_cast<std::size_t>(variableKind)].word : std::string_view();
+}
+
+PenIds penIds(bool listed, const std::string& historicalPrefix, const std::string& plotterFolder,
+              const std::string& tagName) {
+    if (!listed) return {tagName, tagName + ".A"};
+    const std::string path = historicalPrefix + "." + plotterFolder + "." + tagName;
+    return {path, path};
+}

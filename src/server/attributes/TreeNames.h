@@ -32,3 +32,24 @@ std::string groupFolderName(const Section& section);
 /// without a dot before it: "Operative50_RVV.". Clients' configurations hold such ids.
 std::string groupItemPrefix(const std::string& operativePrefix, const PublishedType& published,
                             std::string_view groupName);
+
+/// Name of a plotter's folder, which is its node id too: the configured name, or "Plotter_<number>"
+/// when that is empty.
+std::string plotterFolderName(int plotter, const std::string& configuredNameCp866);
+
+/// "R2_P5.AV_17": plotter 2, pen 5, which records AV 17.
+/// @param kindWord  of the recorded variable, see penKindWord
+std::string historyTagName(int plotter, int pen, int variableNum, std::string_view kindWord);
+
+/// Word for the kind of variable that a pen records, which the trend system numbers as VariableType
+/// does; empty for any other number.
+std::string_view penKindWord(int variableKind);
+
+/// How a pen's node is identified. KEPT: the pens of a plotter that are published all, without a
+/// list, go by their tag name alone; listed ones by their whole path.
+struct PenIds {
+    std::string nodeId;
+    std::string description;
+};
+PenIds penIds(bool listed, const std::string& historicalPrefix, const std::string& plotterFolder,
+              const std::string& tagName);

@@ -92,9 +92,18 @@ double readSamplingInterval(const std::vector<Section>& sections, double cycleTi
     return intervalMs;
 }
 
-std::optional<double> parseLeadingNumber(std::string_view text) {
+template <class Number>
+static std::optional<Number> leadingNumber(std::string_view text) {
     std::istringstream stream{std::string(text)};
-    double number = 0;
+    Number number = 0;
     if (!(stream >> number)) return std::nullopt;
     return number;
+}
+
+std::optional<double> parseLeadingNumber(std::string_view text) {
+    return leadingNumber<double>(text);
+}
+
+std::optional<std::int32_t> parseLeadingInteger(std::string_view text) {
+    return leadingNumber<std::int32_t>(text);
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -50,3 +51,5 @@ double readSamplingInterval(const std::vector<Section>& sections, double cycleTi
 
 /// The number at the start of the text; none when it starts with something else.
 std::optional<double> parseLeadingNumber(std::string_view text);
+/// The same for a decimal integer of 32 bits.
+std::optional<std::int32_t> parseLeadingInteger(std::string_view text);

@@ -47,7 +47,8 @@ static Section acceptedPart(const IniReader& ini, const char* name, const std::s
     for (const auto& key : keys) {
         if (!ListSections::getInstance().hasParam(section.name, key.pItem)) {
             reportConfigError(ConfigError::unknownKey,
-                              findLineNumberParam(path, key.pItem, reportedLines));
+                              findLineNumberParam(path, key.pItem, reportedLines),
+                              {name, key.pItem});
             continue;
         }
         if (const char* value = ini.GetValue(name, key.pItem)) {
@@ -73,7 +74,7 @@ int IniConfigManager::readConfigFile(const std::string& path, std::vector<Sectio
             sections.push_back(acceptedPart(ini, name.pItem, path, reportedLines));
         } else {
             reportConfigError(ConfigError::unknownSection,
-                              findLineNumberBySubstring(path, name.pItem));
+                              findLineNumberBySubstring(path, name.pItem), {name.pItem, ""});
         }
     }
     return 0;

@@ -96,7 +96,8 @@ void redirectConfigErrors(std::function<void(const ConfigErrorReport&)> receiver
 
 /// @param encode  from the UTF-8 of this source to the bytes that journal and log get
 template <typename Encode>
-static void report(ConfigError error, std::optional<std::int32_t> maybeLine, Encode encode) {
+static void report(ConfigError error, std::optional<std::int32_t> maybeLine,
+                   const ConfigSubject& subject, Encode encode) {
     const ErrorTexts& texts = kErrorTexts.at(static_cast<std::size_t>(error) - 1);
     assert(maybeLine || (!texts.lineInLog && texts.inJournal != Place::wordAndLine));
     const std::string line = maybeLine ? std::to_string(*maybeLine) : "";
@@ -104,7 +105,7 @@ static void report(ConfigError error, std::optional<std::int32_t> maybeLine, Enc
                                 std::string(texts.logText) + (texts.lineInLog ? line : "");
     const std::string journalText = encode(placeText(texts.inJournal, line));
     if (const auto& receiver = receiverOfErrors()) {
-        receiver({error, maybeLine, journalText,
+        receiver({error, subject, maybeLine, journalText,
                   ToUTF8Converter::convertCP866ToUtf8_manual(encode(logLine))});
         return;
     }
@@ -112,12 +113,13 @@ static void report(ConfigError error, std::optional<std::int32_t> maybeLine, Enc
                encode(logLine));
 }
 
-void reportConfigError(ConfigError error, std::optional<std::int32_t> maybeLine) {
-    report(error, maybeLine, Utf8ToCP866Converter::convertUtf8ToCP866_manual);
+void reportConfigError(ConfigError error, std::optional<std::int32_t> maybeLine,
+                       const ConfigSubject& subject) {
+    report(error, maybeLine, subject, Utf8ToCP866Converter::convertUtf8ToCP866_manual);
 }
 
-void reportMissingAttribute(std::int32_t line) {
+void reportMissingAttribute(std::int32_t line, const ConfigSubject& subject) {
     // KEPT: this message alone keeps its UTF-8. The journal gets it so, and the log the same bytes
     // taken for CP866 and converted once more. Readers of both have learnt to expect exactly that.
-    report(ConfigError::attribute, line, [](std::string utf8) { return utf8; });
+    report(ConfigError::attribute, line, subject, [](std::string utf8) { return utf8; });
 }

@@ -31,9 +31,17 @@ enum class ConfigError : std::int32_t {
     unknownKey = 6,      ///< line of the key
 };
 
+/// What a configuration error is about, as far as the place that found it knows. Operators get a
+/// line number instead. CP866.
+struct ConfigSubject {
+    std::string section;
+    std::string key;
+};
+
 /// A configuration error as operators would read it.
 struct ConfigErrorReport {
     ConfigError error;
+    ConfigSubject subject;
     std::optional<std::int32_t> line;  ///< in the configuration file, where the message names one
     std::string journalText;           ///< last argument of the journal's message, its bytes
     std::string logLine;               ///< as the log shows it behind the time; UTF-8
@@ -68,8 +76,9 @@ void reportStopped();
 /// goes on, and decides whether the line was reported before.
 /// @param maybeLine  line in the configuration file, from 1. Required for errors 2, 4, 5 and 6; for
 ///                   error 3 when the number is out of range; ignored for error 1.
-void reportConfigError(ConfigError error, std::optional<std::int32_t> maybeLine = std::nullopt);
+void reportConfigError(ConfigError error, std::optional<std::int32_t> maybeLine = std::nullopt,
+                       const ConfigSubject& subject = {});
 
 /// Error 4 for an attribute that is configured and that the database does not describe.
 /// Differs from reportConfigError(ConfigError::attribute, line) in its bytes, see the source.
-void reportMissingAttribute(std::int32_t line);
+void reportMissingAttribute(std::int32_t line, const ConfigSubject& subject = {});
