@@ -1,5 +1,9 @@
 #include "server/ServerState.h"
 
+#include "server/history/HistoryBackend.h"
+
 UAServer uaserver;
 std::vector<std::unique_ptr<VarContext>> varContexts;
+RTEXContext RtexContext;
+const std::int32_t PointCountForTrends = static_cast<std::int32_t>(getCountHistoryTrends());
 const std::string ServerVersion = "1.0-0";

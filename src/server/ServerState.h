@@ -1,10 +1,12 @@
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <string>
 #include <vector>
 
 #include "server/UAServer.h"
+#include "server/history/RTEXContext.h"
 #include "server/operative/VarContext.h"
 
 // The process-wide objects of the server, defined together in ServerState.cpp in the order in which
@@ -17,6 +19,13 @@ extern UAServer uaserver;
 /// The contexts of all value variables. Only grows: the library keeps raw pointers into it, also
 /// for nodes that were removed again.
 extern std::vector<std::unique_ptr<VarContext>> varContexts;
+
+/// What the history callbacks know of the pens.
+extern RTEXContext RtexContext;
+
+/// getCountHistoryTrends() before any configuration is loaded: 100. The reads ask for the number
+/// themselves.
+extern const std::int32_t PointCountForTrends;
 
 /// As the start message tells it.
 extern const std::string ServerVersion;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <open62541/plugin/historydata/history_data_gathering.h>
 #include <open62541/server.h>
 
 #include <array>
@@ -8,9 +9,11 @@
 #include <string_view>
 #include <vector>
 
-#include "server/attributes/PublishedType.h"
 #include "server/attributes/ItemPlan.h"
+#include "server/attributes/PublishedType.h"
+#include "server/config/PlotterSelection.h"
 
+class IHDA_BrowseConfig;
 class UARTEXVariable;
 struct TagGroup;
 
@@ -108,6 +111,40 @@ class UAServer {
     UA_StatusCode createStructureGroup(UARTEXVariable* variable, int tagNumber,
                                        const std::string& prefix, int groupFolder,
                                        const std::map<int, int>& groupMap);
+
+    // ---- Historical tree (history/HistoricalTree.cpp) ----
+
+    /// Builds the folder "Historical" with a folder for each plotter that the configuration names,
+    /// and their pens in it, and registers the pens with the library's gathering. Before the server
+    /// runs; the application name was read before.
+    /// @param settings  filled as every pen is registered with it
+    /// @return BADUNEXPECTEDERROR without a trend system or with one that has no plotter; else the
+    ///         status of the add that failed, or of the last plotter. What was built stays.
+    UA_StatusCode initializeHistoryTree(UA_HistoryDataBackend& backend,
+                                        UA_HistoryDataGathering& gathering,
+                                        UA_HistorizingNodeIdSettings& settings);
+
+    /// The folders of the plotters, with their pens.
+    /// @param baseName  with which the ids of listed pens begin
+    UA_StatusCode createHistoricalStructure(UA_HistoryDataBackend& backend,
+                                            UA_HistoryDataGathering& gathering,
+                                            UA_HistorizingNodeIdSettings& settings,
+                                            const std::string& baseName);
+
+    /// The pens of one plotter, below its folder. Pens that the trend system does not have are left
+    /// out without a word.
+    /// @param browse  not owned; its records are used before its next call
+    /// @param folder  name of the plotter's folder
+    /// @return Good, also for a plotter that is in no list; the status of the step that failed
+    UA_StatusCode createHistoryTag(const UA_NodeId& parent, int plotter, const PenLists& penLists,
+                                   IHDA_BrowseConfig& browse, UA_HistoryDataBackend& backend,
+                                   UA_HistoryDataGathering& gathering,
+                                   UA_HistorizingNodeIdSettings& settings,
+                                   const std::string& folder, const std::string& baseName);
+
+    /// "R2_P5.AV_17", see historyTagName.
+    std::string formHistoryTagName(int plotter, int pen, int variableNum,
+                                   std::string_view kindWord) const;
 
     // ---- Callbacks of the value variables (operative/NodeCallbacks.cpp) ----
 

@@ -1,6 +1,7 @@
 #include <cstdio>
 
 #include "server/UAServer.h"
+#include "server/history/HistoryAccess.h"
 #include "server/startup/StartupSequence.h"
 
 int main() {
@@ -9,5 +10,8 @@ int main() {
     (void)std::setvbuf(stdout, nullptr, _IOLBF, 0);
     Subsystems subsystems;
     subsystems.buildGroups = [](UAServer& server) { return server.initializeOperativeTreeGroup(); };
+    HistoryAccess history;
+    subsystems.installHistory = [&](UAServer& server) { history.install(server); };
+    subsystems.buildHistory = [&](UAServer& server) { return history.build(server); };
     return runStartupSequence(subsystems);
 }

@@ -1,0 +1,67 @@
+#include "server/history/ArchivedValue.h"
+
+#include <cmath>
+#include <limits>
+
+#include "server/variables/TimeQuality.h"
+
+namespace {
+
+/// Towards zero; what 64 bits cannot hold ends at their limits, as the controller's processor does.
+UA_Int64 truncated(float number) noexcept {
+    constexpr float kBeyond = 9223372036854775808.0F;  // 2^63, the first that does not fit
+    if (std::isnan(number)) return 0;
+    if (number >= kBeyond) return std::numeric_limits<UA_Int64>::max();
+    if (number < -kBeyond) return std::numeric_limits<UA_Int64>::min();
+    return static_cast<UA_Int64>(number);
+}
+
+void setTimes(const OPCHDAITEMVALUE& archived, UA_TimestampsToReturn timestamps,
+              UA_DataValue& value) noexcept {
+    const UA_DateTime time = timevalToUaDateTime({archived.seconds, archived.microseconds});
+    const bool both = timestamps == UA_TIMESTAMPSTORETURN_BOTH;
+    if (both || timestamps == UA_TIMESTAMPSTORETURN_SOURCE) {
+        value.sourceTimestamp = time;
+        value.hasSourceTimestamp = true;
+    }
+    if (both || timestamps == UA_TIMESTAMPSTORETURN_SERVER) {
+        value.serverTimestamp = time;
+        value.hasServerTimestamp = true;
+    }
+}
+
+template <class Scalar>
+void setValue(Scalar scalar, std::size_t typeIndex, unsigned quality,
+              UA_DataValue& value) noexcept {
+    if (UA_Variant_setScalarCopy(&value.value, &scalar, &UA_TYPES[typeIndex]) !=
+        UA_STATUSCODE_GOOD) {
+        return;
+    }
+    value.hasValue = true;
+    value.status = qualityConvertFromDA(quality);
+    value.hasStatus = true;
+}
+
+}  // namespace
+
+void toDataValue(const OPCHDAITEMVALUE& archived, UA_TimestampsToReturn timestamps,
+                 UA_DataValue& value) noexcept {
+    switch (archived.vt) {
+        case jxo::kVtFloat:
+            setValue(archived.value.number, UA_TYPES_FLOAT, archived.quality, value);
+            break;
+        case jxo::kVtDouble:
+            setValue(archived.value.wide, UA_TYPES_DOUBLE, archived.quality, value);
+            break;
+        case jxo::kVtBoolean:
+            setValue(archived.value.boolean != 0, UA_TYPES_BOOLEAN, archived.quality, value);
+            break;
+        case jxo::kVtInteger:
+            // KEPT: the archive keeps integers as floats, so they are read through that field.
+            setValue(truncated(archived.value.number), UA_TYPES_INT64, archived.quality, value);
+            break;
+        default:
+            return;
+    }
+    setTimes(archived, timestamps, value);
+}

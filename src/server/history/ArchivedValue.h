@@ -1,0 +1,13 @@
+#pragma once
+
+#include <open62541/types.h>
+
+#include "jxotr/opchda.h"
+
+/// Turns a value of the trend archive into what a client gets.
+///
+/// @param timestamps  which of the two times are set; both are the archive's
+/// @param value       empty before. Left empty for a type code other than 3, 4, 5 and 11; with its
+///                    times only when memory ran out. The caller clears it.
+void toDataValue(const OPCHDAITEMVALUE& archived, UA_TimestampsToReturn timestamps,
+                 UA_DataValue& value) noexcept;

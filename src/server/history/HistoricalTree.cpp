@@ -1,0 +1,196 @@
+#include <iterator>
+#include <numeric>
+#include <optional>
+
+#include "jxotr/IHDA_BrowseConfig.h"
+#include "server/ServerState.h"
+#include "server/UAServer.h"
+#include "server/attributes/TreeNames.h"
+#include "server/config/IniConfigManager.h"
+#include "server/history/RTEXContext.h"
+#include "server/operative/UaView.h"
+
+namespace {
+
+constexpr UA_UInt32 kOrganizes = 35;
+constexpr UA_UInt32 kHasComponent = 47;
+constexpr UA_UInt32 kBaseObjectType = 58;
+constexpr UA_UInt32 kBaseDataVariableType = 63;
+
+constexpr std::size_t kMostValuesOfAResponse = 10'000;
+
+// ---- The trend system's own configuration ------------------------------------------------------
+// The records are the library's and hold until its next call; numbers are taken out at once.
+
+std::optional<std::uint64_t> plotterCount(IHDA_BrowseConfig& browse) {
+    jxo::CTrendsControlSettingsExt* settings = nullptr;
+    if (browse.GetConfigAll(false, &settings) != 0 || settings == nullptr) return std::nullopt;
+    return settings->plotterCount;
+}
+
+std::optional<std::uint64_t> penCount(IHDA_BrowseConfig& browse, int plotter) {
+    OPCHDAITEMDEF item{static_cast<std::uint32_t>(plotter), 0};
+    jxo::CPlotterSettingsExt* settings = nullptr;
+    HRESULT* errors = nullptr;
+    const HRESULT result = browse.GetConfigPlotters(1, &item, false, &settings, &errors);
+    if (result != 0 || settings == nullptr) return std::nullopt;
+    return settings->penCount;
+}
+
+const jxo::CPenSettingsExt* penSettings(IHDA_BrowseConfig& browse, int plotter, int pen) {
+    OPCHDAITEMDEF item{static_cast<std::uint32_t>(plotter), static_cast<std::uint32_t>(pen)};
+    jxo::CPenSettingsExt* settings = nullptr;
+    HRESULT* errors = nullptr;
+    return browse.GetConfigPens(1, &item, &settings, &errors) == 0 ? settings : nullptr;
+}
+
+// ---- Which pens --------------------------------------------------------------------------------
+
+/// The pens that the configuration lists for a plotter; null when it does not name the plotter.
+const std::vector<std::int32_t>* listedPens(const PenLists& lists, int plotter) {
+    for (const auto& ofSection : lists) {
+        const auto found = ofSection.find(plotter);
+        if (found != ofSection.end()) return &found->second;
+    }
+    return nullptr;
+}
+
+std::vector<std::int32_t> everyPen(std::uint64_t count) {
+    constexpr std::uint64_t kMost = std::numeric_limits<std::int32_t>::max();
+    std::vector<std::int32_t> pens(std::min(count, kMost));
+    std::iota(pens.begin(), pens.end(), 1);
+    return pens;
+}
+
+// ---- Nodes -------------------------------------------------------------------------------------
+
+/// A scalar of the pen's type, so that clients see what its history holds; other types than these
+/// two keep the library's defaults. The value is not copied.
+void describeType(std::int16_t valueType, UA_VariableAttributes& attributes) {
+    static UA_Float zero = 0;
+    static UA_Boolean no = false;
+    if (valueType == jxo::kVtFloat) {
+        UA_Variant_setScalar(&attributes.value, &zero, &UA_TYPES[UA_TYPES_FLOAT]);
+    } else if (valueType == jxo::kVtBoolean) {
+        UA_Variant_setScalar(&attributes.value, &no, &UA_TYPES[UA_TYPES_BOOLEAN]);
+    } else {
+        return;
+    }
+    attributes.valueRank = UA_VALUERANK_SCALAR;
+    attributes.dataType = attributes.value.type->typeId;
+}
+
+UA_StatusCode addPlotterFolder(UAServer& server, const std::string& name) {
+    const UA_UInt16 ns = server.namespaceIndex();
+    UA_ObjectAttributes attributes = UA_ObjectAttributes_default;
+    attributes.displayName = uaTextView("ru-RU", name);
+    attributes.description = uaTextView("ru-RU", name);
+    return UA_Server_addObjectNode(
+        server.instance(), uaNodeIdView(ns, name), UA_NODEID_NUMERIC(ns, kHistoricalFolder),
+        UA_NODEID_NUMERIC(0, kHasComponent), uaNameView(ns, name),
+        UA_NODEID_NUMERIC(0, kBaseObjectType), attributes, nullptr, nullptr);
+}
+
+UA_StatusCode addPenNode(UAServer& server, const UA_NodeId& parent, const std::string& tagName,
+                         const PenIds& ids, std::int16_t valueType) {
+    const UA_UInt16 ns = server.namespaceIndex();
+    UA_VariableAttributes attributes = UA_VariableAttributes_default;
+    attributes.displayName = uaTextView("ru-RU", tagName);
+    attributes.description = uaTextView("ru-RU", ids.description);
+    attributes.accessLevel = UA_ACCESSLEVELMASK_READ | UA_ACCESSLEVELMASK_HISTORYREAD;
+    attributes.historizing = true;
+    describeType(valueType, attributes);
+    return UA_Server_addVariableNode(server.instance(), uaNodeIdView(ns, ids.nodeId), parent,
+                                     UA_NODEID_NUMERIC(0, kOrganizes), uaNameView(ns, tagName),
+                                     UA_NODEID_NUMERIC(0, kBaseDataVariableType), attributes,
+                                     nullptr, nullptr);
+}
+
+UA_StatusCode registerPen(UAServer& server, const UA_HistoryDataGathering& gathering,
+                          const UA_HistorizingNodeIdSettings& settings, const std::string& nodeId,
+                          int plotter, int pen) {
+    const UA_NodeId id = uaNodeIdView(server.namespaceIndex(), nodeId);
+    const UA_StatusCode status =
+        gathering.registerNodeId(server.instance(), gathering.context, &id, settings);
+    if (status != UA_STATUSCODE_GOOD) return status;
+    RtexContext.plotterByNode.try_emplace(nodeId, plotter);
+    RtexContext.penByNode.try_emplace(nodeId, pen);
+    return UA_STATUSCODE_GOOD;
+}
+
+}  // namespace
+
+// ---- The tree ----------------------------------------------------------------------------------
+
+UA_StatusCode UAServer::initializeHistoryTree(UA_HistoryDataBackend& backend,
+                                              UA_HistoryDataGathering& gathering,
+                                              UA_HistorizingNodeIdSettings& settings) {
+    const std::string application = applicationNameUtf8();
+    UA_NodeId applicationFolder = UA_NODEID_NUMERIC(namespaceIndex_, kApplicationFolder);
+    if (!application.empty()) {
+        std::string name = application;
+        createFolder(applicationFolder, name.data(), nullptr);
+    }
+    std::string name = "Historical";
+    createFolder(UA_NODEID_NUMERIC(namespaceIndex_, kHistoricalFolder), name.data(),
+                 application.empty() ? nullptr : &applicationFolder);
+    return createHistoricalStructure(backend, gathering, settings, historicalPrefix(application));
+}
+
+UA_StatusCode UAServer::createHistoricalStructure(UA_HistoryDataBackend& backend,
+                                                  UA_HistoryDataGathering& gathering,
+                                                  UA_HistorizingNodeIdSettings& settings,
+                                                  const std::string& baseName) {
+    IHDA_BrowseConfig browse;
+    const std::uint64_t plotters = plotterCount(browse).value_or(0);
+    if (plotters == 0) return UA_STATUSCODE_BADUNEXPECTEDERROR;
+    const PlotterSelection selection =
+        selectPlotters(IniConfigManager::instance().getSections(), plotters);
+
+    UA_StatusCode status = UA_STATUSCODE_GOOD;
+    for (const auto& [plotter, configuredName] : selection.nameByPlotter) {
+        const std::string folder = plotterFolderName(plotter, configuredName);
+        const UA_StatusCode added = addPlotterFolder(*this, folder);
+        if (added != UA_STATUSCODE_GOOD) return added;
+        // KEPT: what is told is how the last plotter went.
+        status = createHistoryTag(uaNodeIdView(namespaceIndex_, folder), plotter, selection.pens,
+                                  browse, backend, gathering, settings, folder, baseName);
+    }
+    return status;
+}
+
+UA_StatusCode UAServer::createHistoryTag(const UA_NodeId& parent, int plotter,
+                                         const PenLists& penLists, IHDA_BrowseConfig& browse,
+                                         UA_HistoryDataBackend& backend,
+                                         UA_HistoryDataGathering& gathering,
+                                         UA_HistorizingNodeIdSettings& settings,
+                                         const std::string& folder, const std::string& baseName) {
+    settings.historizingBackend = backend;
+    settings.maxHistoryDataResponseSize = kMostValuesOfAResponse;
+    settings.historizingUpdateStrategy = UA_HISTORIZINGUPDATESTRATEGY_VALUESET;
+
+    const std::optional<std::uint64_t> pensOfPlotter = penCount(browse, plotter);
+    if (!pensOfPlotter) return UA_STATUSCODE_BADUNEXPECTEDERROR;
+    if (plotter < 0) return UA_STATUSCODE_GOOD;
+    const std::vector<std::int32_t>* const list = listedPens(penLists, plotter);
+    if (list == nullptr) return UA_STATUSCODE_GOOD;
+    const bool listed = !list->empty();
+
+    for (const int pen : listed ? *list : everyPen(*pensOfPlotter)) {
+        const jxo::CPenSettingsExt* const settingsOfPen = penSettings(browse, plotter, pen);
+        if (settingsOfPen == nullptr) continue;  // KEPT: not a word about a pen that is not there
+        const std::string tagName = formHistoryTagName(plotter, pen, settingsOfPen->variableNum,
+                                                       penKindWord(settingsOfPen->variableKind));
+        const PenIds ids = penIds(listed, baseName, folder, tagName);
+        UA_StatusCode status = addPenNode(*this, parent, tagName, ids, settingsOfPen->valueType);
+        if (status != UA_STATUSCODE_GOOD) return status;
+        status = registerPen(*this, gathering, settings, ids.nodeId, plotter, pen);
+        if (status != UA_STATUSCODE_GOOD) return status;
+    }
+    return UA_STATUSCODE_GOOD;
+}
+
+std::string UAServer::formHistoryTagName(int plotter, int pen, int variableNum,
+                                         std::string_view kindWord) const {
+    return historyTagName(plotter, pen, variableNum, kindWord);
+}

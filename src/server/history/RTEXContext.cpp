@@ -1,0 +1,6 @@
+#include "server/history/RTEXContext.h"
+
+int numberOfNode(const NumberByNode& numbers, std::string_view nodeId) noexcept {
+    const auto found = numbers.find(nodeId);
+    return found != numbers.end() ? found->second : 0;
+}
