@@ -18,12 +18,15 @@ constexpr unsigned kQualityBits = 0xC0;
 constexpr unsigned kQualityBad = 0x00;
 constexpr unsigned kQualityGood = 0xC0;
 
-/// Whether daylight saving is in force now. The offset that is added to a time before it is broken
-/// down is today's, so mktime has to subtract the same one, whatever the date's own would be.
-int daylightSavingNow() {
+/// The tm_isdst with which mktime subtracts the offset that was added to a time before it was
+/// broken down, whatever the date's own would be. That offset is the current one; for some hours
+/// around a change, in which the library is ahead or behind, it is that of the change's other side.
+int daylightSavingWith(UA_DateTime addedOffset) {
     const time_t now = time(nullptr);
     tm local{};
-    return localtime_r(&now, &local) != nullptr ? local.tm_isdst : 0;
+    if (localtime_r(&now, &local) == nullptr) return 0;
+    if (local.tm_gmtoff * kTicksPerSecond == addedOffset) return local.tm_isdst;
+    return local.tm_isdst == 0 ? 1 : 0;
 }
 
 }  // namespace
@@ -40,7 +43,10 @@ UA_StatusCode qualityConvertFromDA(unsigned quality) {
 }
 
 UA_DateTime timevalToUaDateTime(const timeval& time) {
-    return time.tv_usec * kTicksPerMicrosecond + time.tv_sec * kTicksPerSecond + kUnixEpoch;
+    // Unsigned: what foreign memory holds may overflow, which wraps then.
+    const auto ticks = static_cast<UA_UInt64>(time.tv_usec) * kTicksPerMicrosecond +
+                       static_cast<UA_UInt64>(time.tv_sec) * kTicksPerSecond + kUnixEpoch;
+    return static_cast<UA_DateTime>(ticks);
 }
 
 UA_DateTime timevalToUaDateTimeOperative(const timeval& time) {
@@ -49,9 +55,9 @@ UA_DateTime timevalToUaDateTimeOperative(const timeval& time) {
 
 timeval uaDateTimeToTimeval(UA_DateTime dateTime) {
     const bool clamped = dateTime > kLastArchiveTime;
+    const UA_DateTime offset = UA_DateTime_localTimeUtcOffset();
     const UA_DateTimeStruct parts = UA_DateTime_toStruct(
-        clamped ? kLastArchiveTime
-                : std::max(dateTime, kEarliestTime) + UA_DateTime_localTimeUtcOffset());
+        clamped ? kLastArchiveTime : std::max(dateTime, kEarliestTime) + offset);
 
     tm calendar{};
     calendar.tm_sec = parts.sec;
@@ -60,7 +66,7 @@ timeval uaDateTimeToTimeval(UA_DateTime dateTime) {
     calendar.tm_mday = parts.day;
     calendar.tm_mon = parts.month - 1;
     calendar.tm_year = parts.year - 1900;
-    calendar.tm_isdst = clamped ? -1 : daylightSavingNow();
+    calendar.tm_isdst = clamped ? -1 : daylightSavingWith(offset);
     const time_t seconds = mktime(&calendar);
     if (seconds == -1) return {0, 0};
     return {seconds, static_cast<suseconds_t>(parts.milliSec) * 1000};
