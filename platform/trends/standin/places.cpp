@@ -1,0 +1,20 @@
+#include "standin/places.h"
+
+#include <cstdlib>
+
+namespace trends {
+
+static std::string folder(const char* variable, const char* otherwise) {
+    const char* value = std::getenv(variable);
+    return value != nullptr ? value : otherwise;
+}
+
+std::string definitionsFile() {
+    return folder("SETTINGS", "/zrt/settings") + "/trends.ini";
+}
+
+std::string archiveFile() {
+    return folder("VESKPATH", "/zrt") + "/trends/archive.db";
+}
+
+}  // namespace trends
