@@ -132,16 +132,23 @@ class ServerUnderTest:
         self._processes = processes
         self._process: Server | None = None
 
-    def start(self, configuration: str | None, port: int = 4840) -> Server:
-        process = self.launch(configuration)
+    def start(
+        self,
+        configuration: str | None,
+        port: int = 4840,
+        environment: dict[str, str] | None = None,
+    ) -> Server:
+        process = self.launch(configuration, environment)
         process.wait_ready(port)
         return process
 
-    def launch(self, configuration: str | None) -> Server:
+    def launch(
+        self, configuration: str | None, environment: dict[str, str] | None = None
+    ) -> Server:
         """Starts it without waiting for its endpoint; None leaves the configuration as it is."""
         if configuration is not None:
             write_configuration(configuration)
-        self._process = Server()
+        self._process = Server(environment)
         self._processes.add(self._process)
         return self._process
 

@@ -8,6 +8,7 @@ import asyncio
 import threading
 from collections.abc import Coroutine, Iterable
 from contextlib import suppress
+from datetime import datetime
 from typing import Any
 
 from asyncua import Client, ua
@@ -91,6 +92,34 @@ class OpcClient:
         wanted = ua.WriteValue(NodeId=self.node_id(key), AttributeId=attribute, Value=value)
         parameters = ua.WriteParameters(NodesToWrite=[wanted])
         return self.run(self.client.uaclient.write(parameters))[0]
+
+    # -- History
+
+    def read_history(
+        self,
+        key: NodeKey,
+        start: datetime,
+        end: datetime,
+        timestamps: ua.TimestampsToReturn = ua.TimestampsToReturn.Source,
+        values: int = 0,
+        bounds: bool = False,
+    ) -> tuple[ua.StatusCode, list[ua.DataValue]]:
+        """Raw values of one node, as one answer holds them."""
+        details = ua.ReadRawModifiedDetails(
+            IsReadModified=False,
+            StartTime=start,
+            EndTime=end,
+            NumValuesPerNode=values,
+            ReturnBounds=bounds,
+        )
+        parameters = ua.HistoryReadParameters(
+            HistoryReadDetails=details,
+            TimestampsToReturn=timestamps,
+            NodesToRead=[ua.HistoryReadValueId(NodeId=self.node_id(key))],
+        )
+        (result,) = self.run(self.client.uaclient.history_read(parameters))
+        assert not result.ContinuationPoint
+        return result.StatusCode, result.HistoryData.DataValues or []
 
     # -- The address space
 

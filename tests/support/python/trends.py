@@ -1,0 +1,62 @@
+"""The controller's trend library as a test wants it: a second one, which answers as it is told."""
+
+import os
+from dataclasses import dataclass, field
+from pathlib import Path
+
+from programs import program_path
+
+_SCRIPT = Path("/zrt/told.trends")
+_LOG = Path("/zrt/told.log")
+
+INTEGER, FLOAT, DOUBLE, BOOLEAN = 3, 4, 5, 11
+GOOD = 0xC0
+
+
+@dataclass(frozen=True)
+class Pen:
+    """What a pen records: values of a type code, of a variable of kind 0 VA, 1 AV, 2 RV, 3 VD, 4 DV."""
+
+    type_code: int
+    kind: int
+    number: int
+
+
+@dataclass
+class Trends:
+    """Plotters, pens and archived values, as tests/support/trends/told_script.h understands them."""
+
+    plotters: int | None = None
+    pens_of: dict[int, int] = field(default_factory=dict)
+    pens: dict[tuple[int, int], Pen] = field(default_factory=dict)
+    more: list[str] = field(default_factory=list)
+
+    def tell(self) -> None:
+        """Replaces what the library answers, also while it is in use."""
+        lines = [] if self.plotters is None else [f"plotters {self.plotters}"]
+        lines += [f"plotter {plotter} {count}" for plotter, count in self.pens_of.items()]
+        lines += [
+            f"pen {plotter} {pen} {told.type_code} {told.kind} {told.number}"
+            for (plotter, pen), told in self.pens.items()
+        ]
+        fresh = _SCRIPT.with_suffix(".new")
+        fresh.write_text("\n".join(lines + self.more) + "\n")
+        os.replace(fresh, _SCRIPT)
+
+    @property
+    def environment(self) -> dict[str, str]:
+        """For a server that shall take this library in the place of its own."""
+        library_dir = program_path("opcuasrv").resolve().parent.parent / "lib" / "told"
+        assert (library_dir / "libjxotr.so").exists(), f"no library in {library_dir}"
+        return {
+            "LD_LIBRARY_PATH": str(library_dir),
+            "TOLD_TRENDS": str(_SCRIPT),
+            "TOLD_TRENDS_LOG": str(_LOG),
+            # The library's objects are not of the size that the server reserves for them.
+            "ASAN_OPTIONS": "new_delete_type_mismatch=0:allocator_may_return_null=1",
+        }
+
+    def calls(self, operation: str = "") -> list[str]:
+        """The calls so far, or those of one operation."""
+        lines = _LOG.read_text().splitlines() if _LOG.exists() else []
+        return [line for line in lines if not operation or line.split()[0] == operation]

@@ -1,0 +1,286 @@
+"""What a history read asks of the trend library, and what a client gets of its answer."""
+
+import calendar
+import re
+from datetime import datetime, timedelta, timezone
+
+import pytest
+from asyncua import ua
+
+from conftest import Clients, Controller, ServerUnderTest
+from opc_client import OpcClient
+from programs import PORT
+from trends import BOOLEAN, DOUBLE, FLOAT, GOOD, INTEGER, Pen, Trends
+
+HISTORY_ONLY = f"[General]\nServerPort = {PORT}\nOperativeData = off\n"
+PLOTTERS = "[Plotter_1]\n[Plotter_2]\nName = Насосы\nPens = 1-3\n"
+
+PEN = "R1_P1.VA_17"
+LISTED_PEN = "Historical.Насосы.R2_P3.DV_4"
+PENS = {(1, 1): Pen(FLOAT, 0, 17), (2, 3): Pen(BOOLEAN, 4, 4)}
+
+UTC = timezone.utc
+FIRST = datetime(2026, 7, 1, 8, tzinfo=UTC)  # of the ramp's values, one a second
+RAMP = f"ramp 1 1 {calendar.timegm(FIRST.timetuple())} 2000"
+
+
+def told(*more: str) -> Trends:
+    return Trends(plotters=2, pens_of={1: 1, 2: 3}, pens=PENS, more=list(more))
+
+
+class History:
+    """A server over a trend library that answers as told."""
+
+    def __init__(self, server: ServerUnderTest, clients: Clients) -> None:
+        self._server = server
+        self._clients = clients
+
+    def start(self, trends: Trends, more: str = "", time_zone: str = "UTC0") -> OpcClient:
+        trends.tell()
+        configuration = HISTORY_ONLY + more + PLOTTERS
+        self.process = self._server.start(
+            configuration, environment=trends.environment | {"TZ": time_zone}
+        )
+        return self._clients.connect()
+
+
+@pytest.fixture
+def history(controller: Controller, server: ServerUnderTest, clients: Clients) -> History:
+    controller.start(va=1)
+    return History(server, clients)
+
+
+def seconds_later(seconds: float) -> datetime:
+    return FIRST + timedelta(seconds=seconds)
+
+
+def ramp_values(answer: tuple[ua.StatusCode, list[ua.DataValue]]) -> list[int]:
+    """The numbers of a ramp's values, whose times are checked on the way."""
+    status, values = answer
+    assert status.is_good()
+    for value in values:
+        assert value.SourceTimestamp == seconds_later(value.Value.Value)
+    return [int(value.Value.Value) for value in values]
+
+
+# ---- Values ------------------------------------------------------------------------------------
+
+G, U, B = ua.StatusCodes.Good, ua.StatusCodes.Uncertain, ua.StatusCodes.Bad
+FLOAT_T, DOUBLE_T = ua.VariantType.Float, ua.VariantType.Double
+INT_T, BOOL_T = ua.VariantType.Int64, ua.VariantType.Boolean
+
+# As archived: type code, number, quality. As a client gets it: type, value, status.
+VALUES = [
+    ((FLOAT, 1.5, GOOD), (FLOAT_T, 1.5, G)),
+    ((FLOAT, -0.25, 0xD8), (FLOAT_T, -0.25, G)),
+    ((DOUBLE, 1e300, 0x40), (DOUBLE_T, 1e300, U)),
+    ((DOUBLE, 2.5, 0x80), (DOUBLE_T, 2.5, U)),
+    ((BOOLEAN, 0, 0x00), (BOOL_T, False, B)),
+    ((BOOLEAN, -1, GOOD), (BOOL_T, True, G)),
+    ((BOOLEAN, 256, 0x3F), (BOOL_T, True, B)),
+    ((INTEGER, 12.7, 0x41), (INT_T, 12, U)),
+    ((INTEGER, -3.9, 0x1C0), (INT_T, -3, G)),
+    ((INTEGER, 1e30, GOOD), (INT_T, 2**63 - 1, G)),
+    ((2, 7.0, GOOD), None),
+    ((0, 7.0, GOOD), None),
+    ((8, 7.0, GOOD), None),
+]
+SECOND, MICROS = calendar.timegm(FIRST.timetuple()), 123_456
+TIME = FIRST.replace(microsecond=MICROS)
+
+
+@pytest.mark.parametrize("asked", list(ua.TimestampsToReturn)[:4], ids=lambda asked: asked.name)
+def test_values_become(asked: ua.TimestampsToReturn, history: History) -> None:
+    lines = [
+        f"value 1 1 {code} {number!r} {SECOND} {MICROS} {quality}"
+        for (code, number, quality), _ in VALUES
+    ]
+    client = history.start(told(*lines))
+    status, values = client.read_history(PEN, FIRST, TIME, asked)
+    assert status.is_good()
+    assert values == [], "the end of the range is cut to a millisecond"
+    status, values = client.read_history(PEN, TIME, seconds_later(1), asked)
+    assert status.is_good()
+    source = TIME if asked.name in ("Source", "Both") else None
+    server = TIME if asked.name in ("Server", "Both") else None
+    empty = ((ua.VariantType.Null, None), G, None, None)
+    expected = [
+        empty if want is None else (want[:2], want[2], source, server) for _, want in VALUES
+    ]
+    got = [
+        (
+            (value.Value.VariantType, value.Value.Value),
+            value.StatusCode.value,
+            value.SourceTimestamp,
+            value.ServerTimestamp,
+        )
+        for value in values
+    ]
+    assert got == expected
+
+
+# ---- Requests ----------------------------------------------------------------------------------
+
+CENTRAL_EUROPE = "CET-1CEST,M3.5.0,M10.5.0/3"
+NEW_YORK = "EST5EDT,M3.2.0,M11.1.0"
+SOUTH = "AEST-10AEDT,M10.1.0,M4.1.0/3"
+
+# Both sides of each zone's changes of clocks, by the second, and far from them.
+MOMENTS = [
+    datetime(1970, 1, 2),
+    datetime(2026, 1, 15, 12, 30, 15, 250_000),
+    datetime(2026, 3, 29, 0, 59, 59),
+    datetime(2026, 3, 29, 1, 0, 0),
+    datetime(2026, 7, 1, 23, 59, 59, 999_999),
+    datetime(2026, 10, 25, 0, 30),
+    datetime(2026, 10, 25, 1, 30),
+    datetime(2026, 3, 8, 6, 59),
+    datetime(2026, 11, 1, 6, 30),
+    datetime(2026, 4, 4, 15, 59),
+    datetime(2038, 1, 18),
+]
+CLAMPED = [datetime(2038, 1, 18, 0, 0, 1), datetime(2038, 1, 19, 4), datetime(2100, 1, 1)]
+EAST_OF_GREENWICH_S = {"UTC0": 0, "MSK-3": 10_800, CENTRAL_EUROPE: 3_600}
+
+
+def asked_moments(trends: Trends) -> list[tuple[str, str]]:
+    """The two times of each read."""
+    return [(call.split()[1], call.split()[2]) for call in trends.calls("ReadRaw")]
+
+
+def as_asked(moment: datetime) -> str:
+    utc = moment.replace(tzinfo=UTC)
+    return f"{calendar.timegm(utc.timetuple())}.{moment.microsecond // 1000:03}000"
+
+
+@pytest.mark.parametrize("zone", ["UTC0", "MSK-3", CENTRAL_EUROPE, NEW_YORK, SOUTH])
+def test_times_reach_the_library_unchanged(zone: str, history: History) -> None:
+    trends = told()
+    client = history.start(trends, time_zone=zone)
+    for start, end in zip(MOMENTS, MOMENTS[1:], strict=False):
+        client.read_history(PEN, start, end)
+    expected = [as_asked(moment) for moment in MOMENTS]
+    assert asked_moments(trends) == list(zip(expected, expected[1:], strict=False))
+
+
+@pytest.mark.parametrize("zone", EAST_OF_GREENWICH_S)
+def test_times_after_january_2038_are_that_midnight_local(zone: str, history: History) -> None:
+    trends = told()
+    client = history.start(trends, time_zone=zone)
+    for end in CLAMPED:
+        client.read_history(PEN, FIRST, end)
+    midnight = calendar.timegm((2038, 1, 18, 0, 0, 0)) - EAST_OF_GREENWICH_S[zone]
+    assert asked_moments(trends) == [(as_asked(FIRST), f"{midnight}.000000")] * len(CLAMPED)
+
+
+# By the end of the configuration: the count that the library is asked for.
+COUNTS = {
+    "": 100,
+    "CountHistoryTrends = 250 values": 250,
+    "CountHistoryTrends = 1000": 1000,
+    "CountHistoryTrends = 5000": 1000,
+    "CountHistoryTrends = abc": 100,
+    "CountHistoryTrends =": 100,
+    "CountHistoryTrends = 0": 0,
+    "CountHistoryTrends = -3": 2**32 - 3,
+    "CountHistoryTrends = 99999999999": 100,
+}
+
+
+@pytest.mark.parametrize("setting", COUNTS)
+def test_asks_for_the_configured_number_of_values(setting: str, history: History) -> None:
+    trends = told(RAMP)
+    client = history.start(trends, more=setting + "\n")
+    answer = client.read_history(PEN, FIRST, seconds_later(5000), values=7, bounds=True)
+    count = COUNTS[setting]
+    assert trends.calls("ReadRaw")[0].split()[3:] == [str(count), "0", "1", "1/1"]
+    assert ramp_values(answer) == list(range(min(count, 2000)))
+
+
+RANGES = {
+    "before the archive": (-10, -0.001, []),
+    "across its begin": (-10, 2, [0, 1, 2]),
+    "inside": (1500.5, 1503, [1501, 1502, 1503]),
+    "a moment": (7, 7, [7]),
+    "between two values": (7.25, 7.75, []),
+    "across its end": (1998, 3000, [1998, 1999]),
+    "after it": (2000, 2001, []),
+    "backwards": (9, 3, []),
+}
+
+
+def test_answers_what_the_library_finds(history: History) -> None:
+    trends = told(RAMP)
+    client = history.start(trends)
+    for why, (start, end, numbers) in RANGES.items():
+        answer = client.read_history(PEN, seconds_later(start), seconds_later(end))
+        assert ramp_values(answer) == numbers, why
+    answer = client.read_history(LISTED_PEN, FIRST, seconds_later(1))
+    assert ramp_values(answer) == []
+    assert trends.calls("ReadRaw")[-1].split()[-1] == "2/3"
+    # The library's objects: one for the process, one for the tree, and a reader for each read.
+    assert trends.calls("BrowseConfig") == ["BrowseConfig"] * 2
+    assert trends.calls("~BrowseConfig") == ["~BrowseConfig"]
+    reads = ["SyncRead"] * (len(RANGES) + 1)
+    assert trends.calls("SyncRead") == reads
+    assert trends.calls("~SyncRead") == [f"~{read}" for read in reads]
+
+
+# ---- Faults ------------------------------------------------------------------------------------
+
+
+def test_outlives_a_library_that_fails(history: History) -> None:
+    client = history.start(told(RAMP))
+    cases = [
+        ("an error with an answer is still an answer", [RAMP, "status -5"], ua.StatusCodes.Good, 3),
+        ("no answer", [RAMP, "missing"], ua.StatusCodes.Good, 0),
+        ("no answer and an error", ["missing", "status -2147467259"], ua.StatusCodes.Good, 0),
+        ("more than fits", ["claim 4294967295"], ua.StatusCodes.BadOutOfMemory, 0),
+        ("more than asked for", [RAMP, "whole"], ua.StatusCodes.Good, 2000),
+        ("an empty archive", [], ua.StatusCodes.Good, 0),
+        ("well again", [RAMP], ua.StatusCodes.Good, 3),
+    ]
+    for why, more, wanted, count in cases:
+        told(*more).tell()
+        status, values = client.read_history(PEN, FIRST, seconds_later(2))
+        assert (status.value, len(values)) == (wanted, count), why
+    Trends().tell()  # plotters and pens are gone, and the archive with them
+    status, values = client.read_history(PEN, FIRST, seconds_later(2))
+    assert (status.value, values) == (ua.StatusCodes.Good, [])
+    assert PEN in client.address_space(), "the tree stays as it was built"
+    assert history.process.stop() == 0
+
+
+def test_refuses_all_but_raw_reads_of_pens(history: History) -> None:
+    client = history.start(told(RAMP))
+    refused, values = client.read_history("Historical", FIRST, seconds_later(2))
+    assert refused.is_bad() and values == []
+    folder, values = client.read_history(7, FIRST, seconds_later(2))
+    assert folder.is_bad() and values == []
+
+    processed = ua.HistoryReadParameters(
+        HistoryReadDetails=ua.ReadProcessedDetails(StartTime=FIRST, EndTime=seconds_later(2)),
+        NodesToRead=[ua.HistoryReadValueId(NodeId=client.node_id(PEN))],
+    )
+    with pytest.raises(ua.UaStatusCodeError):
+        client.run(client.client.uaclient.history_read(processed))
+    assert ramp_values(client.read_history(PEN, FIRST, seconds_later(1))) == [0, 1]
+
+
+def test_writes_are_not_reported_to_the_archive(
+    history: History, controller: Controller, server: ServerUnderTest, clients: Clients
+) -> None:
+    trends = told()
+    trends.tell()
+    configuration = (
+        f"[General]\nServerPort = {PORT}\n{PLOTTERS}"
+        "[Attributes]\nVA=1\nType1.V=V, 29, OPC_READABLE+OPC_WRITEABLE\n"
+    )
+    server.start(configuration, environment=trends.environment)
+    client = clients.connect()
+    before = trends.calls()
+    for _ in range(3):
+        written = client.write("Operative.1_VA.VA_1.V.A29", 2.5, ua.VariantType.Float)
+        assert written.is_good()
+    assert trends.calls() == before
+    assert re.fullmatch("GetConfigPens 1 2/3", before[-2])
