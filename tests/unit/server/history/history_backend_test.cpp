@@ -72,8 +72,8 @@ TEST(HistoryCapabilities, AreAddedWhereTheyAreMissing) {
     for (const UA_UInt32 max : {1000U, 7U}) {
         EXPECT_EQ(announceHistory(server.instance(), max), UA_STATUSCODE_GOOD);
         EXPECT_EQ(told(11193), 1U);
-        EXPECT_EQ(told(11196), max);
-        for (const UA_UInt32 id : {11193U, 11196U, 11192U})
+        EXPECT_EQ(told(11273), max);
+        for (const UA_UInt32 id : {11193U, 11273U, 11192U})
             (void)UA_Server_deleteNode(server.instance(), UA_NODEID_NUMERIC(0, id), true);
     }
 }
