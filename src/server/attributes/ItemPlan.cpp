@@ -15,7 +15,7 @@ namespace {
 void reportRefused(const TagInfo& entry, int groupFolder, const std::map<int, int>& groupMap) {
     const std::int32_t line = findLineNumberTagConf(iniFilePath, entry.key, groupFolder, groupMap);
     if (std::ranges::find(usedLines, line) != usedLines.end()) return;
-    reportConfigError(ConfigError::attribute, line, {"", entry.key});
+    reportConfigError(ConfigError::attribute, line, {"", entry.key, false});
     usedLines.push_back(line);
 }
 

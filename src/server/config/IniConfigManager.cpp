@@ -48,7 +48,7 @@ static Section acceptedPart(const IniReader& ini, const char* name, const std::s
         if (!ListSections::getInstance().hasParam(section.name, key.pItem)) {
             reportConfigError(ConfigError::unknownKey,
                               findLineNumberParam(path, key.pItem, reportedLines),
-                              {name, key.pItem});
+                              {name, key.pItem, false});
             continue;
         }
         if (const char* value = ini.GetValue(name, key.pItem)) {
@@ -74,7 +74,7 @@ int IniConfigManager::readConfigFile(const std::string& path, std::vector<Sectio
             sections.push_back(acceptedPart(ini, name.pItem, path, reportedLines));
         } else {
             reportConfigError(ConfigError::unknownSection,
-                              findLineNumberBySubstring(path, name.pItem), {name.pItem, ""});
+                              findLineNumberBySubstring(path, name.pItem), {name.pItem, "", false});
         }
     }
     return 0;

@@ -20,6 +20,6 @@ bool MissingAttrManager::messageBlocker(int type) {
 
 void MissingAttrManager::sendMessage() const {
     for (const auto& name : missing_) {
-        reportMissingAttribute(findLineNumber(iniFilePath, name), {"", name});
+        reportMissingAttribute(findLineNumber(iniFilePath, name), {"", name, true});
     }
 }

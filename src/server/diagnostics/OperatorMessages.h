@@ -36,6 +36,7 @@ enum class ConfigError : std::int32_t {
 struct ConfigSubject {
     std::string section;
     std::string key;
+    bool missing = false;  ///< an attribute that the database does not describe
 };
 
 /// A configuration error as operators would read it.
