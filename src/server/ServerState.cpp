@@ -2,6 +2,7 @@
 
 #include "server/history/HistoryBackend.h"
 
+CRolManager Rolling;
 UAServer uaserver;
 std::vector<std::unique_ptr<VarContext>> varContexts;
 RTEXContext RtexContext;

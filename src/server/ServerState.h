@@ -5,12 +5,16 @@
 #include <string>
 #include <vector>
 
+#include "lib/rolling2/rol_man.h"
 #include "server/UAServer.h"
 #include "server/history/RTEXContext.h"
 #include "server/operative/VarContext.h"
 
 // The process-wide objects of the server, defined together in ServerState.cpp in the order in which
 // they are made. The variables and the configuration have theirs in their own folders.
+
+/// The controller's event journal; joined by start-up.
+extern CRolManager Rolling;
 
 /// The OPC UA server. Made before main runs; without it the process ends with an uncaught runtime
 /// error.

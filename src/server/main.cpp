@@ -1,7 +1,8 @@
 #include <cstdio>
 
-#include "server/UAServer.h"
+#include "server/ServerState.h"
 #include "server/history/HistoryAccess.h"
+#include "server/startup/ControllerJournal.h"
 #include "server/startup/StartupSequence.h"
 
 int main() {
@@ -9,6 +10,8 @@ int main() {
     // for the end of a process that never ends.
     (void)std::setvbuf(stdout, nullptr, _IOLBF, 0);
     Subsystems subsystems;
+    ControllerJournal journal(Rolling);
+    subsystems.openJournal = [&] { return journal.open(); };
     subsystems.buildGroups = [](UAServer& server) { return server.initializeOperativeTreeGroup(); };
     HistoryAccess history;
     subsystems.installHistory = [&](UAServer& server) { history.install(server); };
