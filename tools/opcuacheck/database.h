@@ -1,0 +1,43 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "lib/bd_vesk/bdvstype.h"
+#include "server/attributes/VariableKind.h"
+
+namespace opcuacheck {
+
+/// What is known of the controller's database without one running. Everything may be unknown.
+struct Database {
+    /// Variables of each kind, by VariableType.
+    std::array<std::optional<int>, kKinds.size()> counts;
+    /// Numbers of the manual inputs that are texts and switches, sorted; the others are numbers.
+    /// Without a value nothing is known of any.
+    std::optional<std::array<std::vector<std::int32_t>, 3>> manualInputs;
+    /// Value type of each attribute, from attribute 1 on, by VariableType; `none` for one that
+    /// cannot be read.
+    std::optional<std::array<std::vector<TYPE_VAL>, kKinds.size()>> attributes;
+
+    [[nodiscard]] const std::optional<int>& countOf(VariableType kind) const {
+        return counts[static_cast<std::size_t>(kind)];
+    }
+    /// getRVType() of a variable: 0 for all kinds but manual inputs. None where it is not known.
+    [[nodiscard]] std::optional<int> rvTypeOf(VariableType kind, int tag) const;
+};
+
+/// Reads "va=120,rv=8". @return what is wrong with the text; empty when nothing is
+[[nodiscard]] std::string readCounts(const std::string& text, Database& database, bool russian);
+
+/// Reads offatrs.dat and atributs.dat in `folder`.
+/// @return what is wrong; empty when nothing is. Attributes before a damage are kept.
+[[nodiscard]] std::string readAttributeFiles(const std::string& folder, Database& database,
+                                             bool russian);
+
+/// The name of the OPC UA type with which such a value is published; "—" for `none`.
+[[nodiscard]] const char* publishedTypeName(TYPE_VAL type);
+
+}  // namespace opcuacheck

@@ -1,0 +1,247 @@
+#include <algorithm>
+#include <charconv>
+#include <map>
+#include <set>
+#include <tuple>
+
+#include "server/attributes/AccessTypeAtr.h"
+#include "server/attributes/TagConfig.h"
+#include "server/config/NumberLists.h"
+#include "tools/opcuacheck/finding.h"
+#include "tools/opcuacheck/nearest.h"
+
+namespace opcuacheck {
+
+namespace {
+
+bool isPlotter(const Section& section) {
+    return section.name.find("Plotter_") != std::string::npos;
+}
+
+bool holdsEntries(const Section& section) {
+    return section.name == "Attributes" ||
+           (!isPlotter(section) && section.name.find("Attributes_Group") != std::string::npos);
+}
+
+/// Whether the section publishes any tag of the kind.
+bool listsAny(const Section& section, VariableType kind) {
+    for (const KeyValue& entry : section.params) {
+        if (entry.key != kindOf(kind).word) continue;
+        const NumberList list = readNumberList(entry.value);
+        return list.all || !mergedRanges(list.ranges).empty();
+    }
+    return false;
+}
+
+/// Checks the entries of one section on their own.
+class EntryTraps {
+  public:
+    EntryTraps(const Checked& checked, Findings& findings)
+        : checked_(checked), findings_(findings) {}
+
+    void look(const Section& section) {
+        section_ = &section;
+        std::set<const PublishedType*> configured;
+        for (const KeyValue& entry : section.params) {
+            if (entry.key.find("Type") == std::string::npos || isPlotter(section)) continue;
+            entry_ = &entry;
+            if (!holdsEntries(section)) {
+                add(RuleId::entryPlace, {shown(section.name)});
+                continue;
+            }
+            type_ = typeOf(entry.key);
+            if (type_ == nullptr) {
+                lookAtMarker();
+                continue;
+            }
+            configured.insert(type_);
+            lookAtEntry();
+        }
+        if (holdsEntries(section)) lookAtKindsWithout(configured);
+    }
+
+  private:
+    static const PublishedType* typeOf(std::string_view key) {
+        for (const PublishedType& type : kPublishedTypes) {
+            if (key.starts_with(type.marker)) return &type;
+        }
+        return nullptr;
+    }
+
+    void add(RuleId rule, std::vector<std::string> arguments) {
+        findings_.push_back(atEntry(checked_, rule, *section_, *entry_, std::move(arguments)));
+    }
+
+    void lookAtMarker() {
+        const std::string& key = entry_->key;
+        const auto at = key.find("Type");
+        std::string digits;
+        for (std::size_t i = at + 4; i < key.size() && key[i] >= '0' && key[i] <= '9'; ++i) {
+            digits += key[i];
+        }
+        std::string marker = "Type" + digits + ".";
+        const bool known = std::ranges::any_of(
+            kPublishedTypes, [&](const PublishedType& type) { return type.marker == marker; });
+        if (!known) marker = "Type1.";
+        add(RuleId::entryMarker, {shown(key), marker});
+    }
+
+    void lookAtEntry() {
+        const auto info = readTagEntry(*entry_);
+        if (!info) return add(RuleId::entryNoComma, {shown(entry_->key), exampleOf(*type_)});
+        if (info->name.empty()) {
+            add(RuleId::entryNameEmpty, {shown(entry_->key), exampleOf(*type_)});
+        }
+        lookAtNumber(info->attributeNumber);
+        if (mayBeExported(*type_, info->attributeNumber)) {
+            lookAtAccess(*info);
+        } else if (!isReported()) {
+            add(RuleId::entryRefused,
+                {std::to_string(info->attributeNumber), wordOf(*type_), permittedNumbers(*type_)});
+        }
+        if (!isPublishedHere(type_->kind)) {
+            add(RuleId::entryUnused,
+                {wordOf(*type_), shown(section_->name), std::string(kindOf(type_->kind).word)});
+        }
+    }
+
+    /// Whether the server itself complains about the line.
+    bool isReported() const {
+        const std::int32_t line = checked_.text.lineOf(section_->name, entry_->key);
+        return std::ranges::any_of(checked_.view.reports, [=](const GivenReport& given) {
+            return given.report.error == ConfigError::attribute && given.report.line == line;
+        });
+    }
+
+    void lookAtNumber(int number) {
+        const std::string& value = entry_->value;
+        const auto begin = value.find(',') + 1;
+        const std::string field = trim(value.substr(begin, value.find(',', begin) - begin));
+        int whole = 0;
+        const char* const end = field.data() + field.size();
+        const auto [rest, error] = std::from_chars(field.data(), end, whole);
+        if (error == std::errc{} && rest == end) return;
+        add(RuleId::entryNumber, {shown(field), std::to_string(number)});
+    }
+
+    void lookAtAccess(const TagInfo& info) {
+        const AccessAnswer answer =
+            AccessTypeAtr::decideAccess(info.access, info.attributeNumber, type_->access);
+        if (answer.whenOverruled == nullptr) return;
+        static const std::vector<std::string> kTexts{"OPC_READABLE", "OPC_WRITEABLE",
+                                                     "OPC_READABLE+OPC_WRITEABLE",
+                                                     "OPC_WRITEABLE+OPC_READABLE"};
+        if (std::ranges::find(kTexts, info.access) != kTexts.end()) {
+            return add(RuleId::accessReadOnly,
+                       {std::to_string(info.attributeNumber), shown(info.access)});
+        }
+        const std::string near = nearest(info.access, kTexts);
+        add(RuleId::accessUnknown,
+            {shown(info.access), answer.text, near.empty() ? "OPC_READABLE" : near});
+    }
+
+    /// A group's entries serve the tags of every group whose number this one's begins with.
+    bool isPublishedHere(VariableType kind) const {
+        if (listsAny(*section_, kind)) return true;
+        if (section_->name == "Attributes") return false;
+        return std::ranges::any_of(checked_.view.sections, [&](const Section& other) {
+            const int number = getNumberGroup(other.name);
+            if (&other == section_ || number < 0) return false;
+            const std::string text = "Attributes_Group" + std::to_string(number);
+            return section_->name.find(text) != std::string::npos && listsAny(other, kind);
+        });
+    }
+
+    void lookAtKindsWithout(const std::set<const PublishedType*>& configured) {
+        for (const KeyValue& entry : section_->params) {
+            const auto* const kind = std::ranges::find(kKinds, entry.key, &VariableKind::word);
+            if (kind == kKinds.end() || !listsAny(*section_, kind->type)) continue;
+            const bool has = std::ranges::any_of(
+                configured, [&](const PublishedType* type) { return type->kind == kind->type; });
+            if (has || takesFromOthers(kind->type)) continue;
+            entry_ = &entry;
+            const PublishedType* const type = findPublishedType(static_cast<int>(kind->type), 0);
+            add(RuleId::listNoEntries, {std::string(kind->word), shown(section_->name),
+                                        std::string(type->marker) + "1 = " + exampleOf(*type)});
+        }
+    }
+
+    bool takesFromOthers(VariableType kind) const {
+        const int number = getNumberGroup(section_->name);
+        if (number < 0) return false;
+        const std::string text = "Attributes_Group" + std::to_string(number);
+        return std::ranges::any_of(checked_.view.sections, [&](const Section& other) {
+            if (&other == section_ || other.name.find(text) == std::string::npos) return false;
+            return std::ranges::any_of(other.params, [&](const KeyValue& entry) {
+                const PublishedType* const type = typeOf(entry.key);
+                return type != nullptr && type->kind == kind;
+            });
+        });
+    }
+
+    const Checked& checked_;
+    Findings& findings_;
+    const Section* section_ = nullptr;
+    const KeyValue* entry_ = nullptr;
+    const PublishedType* type_ = nullptr;
+};
+
+// ---- The same node twice -----------------------------------------------------------------------
+
+struct PlacedEntry {
+    const Section* section;
+    const KeyValue* entry;
+    TagInfo info;
+};
+
+/// The entries of one type that make nodes, out of the sections that one place of the tree uses.
+std::vector<PlacedEntry> nodeEntries(const std::vector<const Section*>& sections,
+                                     const PublishedType& type) {
+    std::vector<PlacedEntry> entries;
+    for (const Section* section : sections) {
+        for (const KeyValue& entry : section->params) {
+            if (!entry.key.starts_with(type.marker)) continue;
+            auto info = readTagEntry(entry);
+            if (!info || !mayBeExported(type, info->attributeNumber)) continue;
+            entries.push_back({section, &entry, std::move(*info)});
+        }
+    }
+    return entries;
+}
+
+void addTwins(const Checked& checked, const std::vector<const Section*>& sections,
+              Findings& findings) {
+    for (const PublishedType& type : kPublishedTypes) {
+        const auto entries = nodeEntries(sections, type);
+        std::map<std::pair<std::string, int>, std::int32_t> lineOf;
+        for (std::size_t i = 0; i < entries.size(); ++i) {
+            const auto& [section, entry, info] = entries[i];
+            const std::int32_t line = checked.text.lineOf(section->name, entry->key);
+            const auto [first, isNew] =
+                lineOf.try_emplace(std::pair(info.name, info.attributeNumber), line);
+            if (isNew) continue;
+            const bool last = i + 1 == entries.size();
+            findings.push_back(atEntry(checked, last ? RuleId::entryTwiceLast : RuleId::entryTwice,
+                                       *section, *entry,
+                                       {shown(info.name), std::to_string(info.attributeNumber),
+                                        std::to_string(first->second), wordOf(type)}));
+        }
+    }
+}
+
+}  // namespace
+
+void addEntryTraps(const Checked& checked, Findings& findings) {
+    EntryTraps traps(checked, findings);
+    std::vector<const Section*> flat;
+    for (const Section& section : checked.view.sections) {
+        traps.look(section);
+        if (section.name == "Attributes") flat.push_back(&section);
+        if (section.name != "Attributes" && holdsEntries(section)) {
+            addTwins(checked, {&section}, findings);
+        }
+    }
+    addTwins(checked, flat, findings);
+}
+
+}  // namespace opcuacheck

@@ -1,0 +1,61 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "tools/opcuacheck/config_text.h"
+#include "tools/opcuacheck/database.h"
+#include "tools/opcuacheck/rules.h"
+#include "tools/opcuacheck/server_view.h"
+
+namespace opcuacheck {
+
+/// One place of the configuration and what is wrong with it. Texts are UTF-8.
+struct Finding {
+    RuleId rule;
+    std::int32_t line = 0;  ///< 0: the file as a whole. For an error the line that the server names
+    std::int32_t trueLine = 0;  ///< where the cause stands, when the server names another line
+    std::string section;
+    std::string key;
+    std::vector<std::string> arguments;  ///< of the rule's texts
+    std::optional<std::string> logLine;  ///< what the server writes to its log, when it does
+};
+
+using Findings = std::vector<Finding>;
+
+/// Everything that the checks look at.
+struct Checked {
+    const ConfigText& text;
+    const ServerView& view;
+    const Database& database;
+};
+
+/// The server's own complaints, explained.
+void addServerErrors(const Checked& checked, Findings& findings);
+
+// The traps that the server accepts silently, by subject.
+void addFileTraps(const std::string& bytes, const Checked& checked, Findings& findings);
+void addGeneralTraps(const Checked& checked, Findings& findings);
+void addListTraps(const Checked& checked, Findings& findings);
+void addEntryTraps(const Checked& checked, Findings& findings);
+void addSectionTraps(const Checked& checked, Findings& findings);
+
+/// All of them, by line, errors first within one; each place and code once.
+[[nodiscard]] Findings allFindings(const std::string& bytes, const Checked& checked);
+
+/// A finding of an entry of the loaded configuration, at the line whose value counts.
+[[nodiscard]] Finding atEntry(const Checked& checked, RuleId rule, const Section& section,
+                              const KeyValue& entry, std::vector<std::string> arguments = {});
+
+/// "VA", "RVV": what engineers call a published type.
+[[nodiscard]] std::string wordOf(const PublishedType& type);
+
+/// The attribute numbers that may be exported, as ranges: "1-26, 28-35".
+[[nodiscard]] std::string permittedNumbers(const PublishedType& type);
+
+/// An example of an attribute entry of the type: "Значение, 29, OPC_READABLE".
+[[nodiscard]] std::string exampleOf(const PublishedType& type);
+
+}  // namespace opcuacheck

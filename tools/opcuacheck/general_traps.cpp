@@ -1,0 +1,191 @@
+#include <algorithm>
+#include <set>
+#include <string_view>
+
+#include "server/attributes/TagConfig.h"
+#include "server/config/GeneralSettings.h"
+#include "tools/opcuacheck/finding.h"
+
+namespace opcuacheck {
+
+// ---- The file as such --------------------------------------------------------------------------
+
+/// Bytes that begin a Cyrillic letter of UTF-8 with a byte behind them that continues one.
+static bool looksLikeUtf8(const std::string& bytes) {
+    std::size_t pairs = 0;
+    std::size_t others = 0;
+    for (std::size_t i = 0; i < bytes.size(); ++i) {
+        const auto byte = static_cast<unsigned char>(bytes[i]);
+        if (byte < 0x80) continue;
+        const bool begins = byte == 0xD0 || byte == 0xD1;
+        const bool continued =
+            i + 1 < bytes.size() && (static_cast<unsigned char>(bytes[i + 1]) & 0xC0U) == 0x80;
+        if (begins && continued) {
+            ++pairs;
+            ++i;
+        } else {
+            ++others;
+        }
+    }
+    return pairs > 0 && pairs > others;
+}
+
+/// In CP866 these bytes are frames, in Windows-1251 the letters of every word.
+static bool looksLikeCp1251(const std::string& bytes) {
+    const auto count = [&](unsigned low, unsigned high) {
+        return std::ranges::count_if(bytes, [=](char c) {
+            const auto byte = static_cast<unsigned char>(c);
+            return byte >= low && byte <= high;
+        });
+    };
+    const auto frames = count(0xC0, 0xDF);
+    return frames > 0 && frames + count(0xF2, 0xFF) > count(0x80, 0xAF);
+}
+
+void addFileTraps(const std::string& bytes, const Checked& checked, Findings& findings) {
+    const ConfigText& text = checked.text;
+    const auto add = [&](RuleId rule, std::int32_t line, std::vector<std::string> arguments) {
+        findings.push_back({rule, line, 0, {}, {}, std::move(arguments), {}});
+    };
+    if (looksLikeUtf8(bytes)) {
+        add(RuleId::encodingUtf8, 0, {});
+    } else if (looksLikeCp1251(bytes)) {
+        add(RuleId::encodingCp1251, 0, {});
+    }
+    if (text.nulLine() != 0) add(RuleId::fileHasNul, text.nulLine(), {});
+    for (const std::int32_t line : text.ignoredLines()) {
+        add(RuleId::lineIgnored, line, {});
+    }
+    for (const ConfigText::Heading& heading : text.headings()) {
+        if (!heading.closed) add(RuleId::headingUnclosed, heading.line, {shown(heading.name)});
+    }
+}
+
+// ---- Settings ----------------------------------------------------------------------------------
+
+namespace {
+
+class GeneralTraps {
+  public:
+    GeneralTraps(const Checked& checked, Findings& findings)
+        : checked_(checked), findings_(findings) {}
+
+    void look(const Section& section, const KeyValue& entry) {
+        section_ = &section;
+        entry_ = &entry;
+        lookAtRepeats();
+        lookAtColon();
+        lookAtUnused();
+        if (entry.key == "OperativeData" || entry.key == "HistoricalData") lookAtSwitch();
+        if (entry.key == "AplicationName") lookAtName();
+        if (entry.key == "SamplingInterval") lookAtSampling();
+        if (entry.key == "CountHistoryTrends") lookAtHistoryCount();
+    }
+
+  private:
+    void add(RuleId rule, std::vector<std::string> arguments) {
+        findings_.push_back(atEntry(checked_, rule, *section_, *entry_, std::move(arguments)));
+    }
+
+    void lookAtRepeats() {
+        const auto entries = checked_.text.find(section_->name, entry_->key);
+        for (std::size_t i = 0; i + 1 < entries.size(); ++i) {
+            add(RuleId::keyRepeated,
+                {shown(entry_->key), shown(section_->name), std::to_string(entries.back()->line)});
+            findings_.back().line = entries[i]->line;
+        }
+    }
+
+    void lookAtColon() {
+        const auto entries = checked_.text.find(section_->name, entry_->key);
+        if (entries.empty()) return;
+        std::string whole = entries.back()->value;
+        whole = trim(whole.substr(0, whole.find(';')));
+        if (whole.find(':') == std::string::npos) return;
+        const std::string left = shown(trim(entry_->value));
+        std::ranges::replace(whole, ':', '.');
+        add(RuleId::valueColon, {left, shown(entry_->key + " = " + whole)});
+    }
+
+    void lookAtUnused() {
+        const std::string& key = entry_->key;
+        const bool unused =
+            key == "Work_mode" || key == "AccessUserN" || section_->name == "Access";
+        const bool attribute = key.find("Type") != std::string::npos;  // told as entry-place
+        if (unused && !attribute) add(RuleId::keyUnused, {shown(key)});
+    }
+
+    void lookAtSwitch() {
+        const std::string value = trim(entry_->value);
+        const std::string word = value.substr(0, value.find_first_of(" \t"));
+        if (word == "on" || word == "off") return;
+        const std::string low = lowered(word);
+        const std::set<std::string> off{
+            "off",      "no",           "0",
+            "false",    "of",           "disable",
+            "disabled", "\xAD\xA5\xE2", "\xA2\xEB\xAA\xAB"};  // CP866: нет, выкл
+        add(RuleId::switchWord, {shown(word), entry_->key, off.contains(low) ? "off" : "on"});
+    }
+
+    void lookAtName() {
+        const std::string name = trim(entry_->value);
+        const std::string taken = applicationNameCp866({{section_->name, {*entry_}}});
+        if (name == taken) return;
+        std::string whole = name;
+        std::erase(whole, ' ');
+        if (whole != taken) {
+            add(RuleId::nameCut, {shown(taken)});
+        } else {
+            add(RuleId::nameBlanks, {shown(taken), shown(taken)});
+        }
+    }
+
+    /// @return whether the value begins with a number
+    bool lookAtNumber(const std::string& value, RuleId whenNone) {
+        const auto number = parseLeadingNumber(value);
+        if (!number) {
+            add(whenNone, {shown(value)});
+            return false;
+        }
+        const auto end = value.find_first_not_of("+-.0123456789eE");
+        if (end != std::string::npos) {
+            add(RuleId::numberWithRest, {shown(trim(value.substr(0, end))), entry_->key});
+        }
+        return true;
+    }
+
+    void lookAtSampling() { (void)lookAtNumber(trim(entry_->value), RuleId::samplingNoNumber); }
+
+    void lookAtHistoryCount() {
+        const std::string value = trim(entry_->value);
+        const auto count = parseLeadingInteger(value);
+        if (!count) return add(RuleId::historyCountNoNumber, {shown(value)});
+        (void)lookAtNumber(value, RuleId::historyCountNoNumber);
+        if (*count > kMostHistoryValues) {
+            add(RuleId::historyCountBounds,
+                {std::to_string(*count), std::to_string(kMostHistoryValues)});
+        } else if (*count < 1) {
+            add(RuleId::historyCountBounds, {std::to_string(*count), std::to_string(*count)});
+        }
+    }
+
+    static constexpr int kMostHistoryValues = 1000;
+
+    const Checked& checked_;
+    Findings& findings_;
+    const Section* section_ = nullptr;
+    const KeyValue* entry_ = nullptr;
+};
+
+}  // namespace
+
+void addGeneralTraps(const Checked& checked, Findings& findings) {
+    GeneralTraps traps(checked, findings);
+    for (const Section& section : checked.view.sections) {
+        for (const KeyValue& entry : section.params) {
+            traps.look(section, entry);
+        }
+    }
+}
+
+}  // namespace opcuacheck

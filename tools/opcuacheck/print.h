@@ -1,0 +1,29 @@
+#pragma once
+
+#include <ostream>
+#include <string>
+#include <vector>
+
+#include "tools/opcuacheck/finding.h"
+#include "tools/opcuacheck/tree.h"
+
+namespace opcuacheck {
+
+struct PrintStyle {
+    Language language = Language::ru;
+    bool colours = false;
+};
+
+/// The findings for people, in order, and a summary.
+void printFindings(std::ostream& out, const std::string& file, const Findings& findings,
+                   const Checked& checked, const PrintStyle& style);
+/// The findings as one JSON array.
+void printFindingsJson(std::ostream& out, const Findings& findings, const ConfigText& text,
+                       Language language);
+
+void printTree(std::ostream& out, const std::vector<TreeNode>& tree, const Checked& checked,
+               const PrintStyle& style);
+/// The nodes as one JSON array.
+void printTreeJson(std::ostream& out, const std::vector<TreeNode>& tree);
+
+}  // namespace opcuacheck

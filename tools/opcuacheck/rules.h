@@ -1,0 +1,105 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace opcuacheck {
+
+enum class Language { ru, en };
+enum class Severity { warning, error };
+
+/// What can be wrong, in the order of the table in rules.cpp. Rules that are one thing to the
+/// engineer share a code.
+enum class RuleId {
+    fileNotOpened,
+    samplingShort,
+    samplingBelowCycle,
+    samplingLong,
+    portMissing,
+    portNoNumber,
+    portOutside,
+    attributeRefused,
+    attributeMissing,
+    sectionUnknown,
+    sectionNear,
+    sectionNone,
+    keyUnknown,
+    keyNear,
+    keyElsewhere,
+    encodingUtf8,
+    encodingCp1251,
+    fileHasNul,
+    lineIgnored,
+    headingUnclosed,
+    keyRepeated,
+    keyUnused,
+    valueColon,
+    switchWord,
+    nameCut,
+    nameBlanks,
+    nameTrailingBlank,
+    samplingNoNumber,
+    historyCountNoNumber,
+    historyCountBounds,
+    numberWithRest,
+    listBadItem,
+    pensBadItem,
+    pensAll,
+    pensEmpty,
+    listEmpty,
+    rangeReversed,
+    listZero,
+    listAbsent,
+    listBeyond,
+    listTooLong,
+    listNoEntries,
+    entryNoComma,
+    entryNumber,
+    entryNameEmpty,
+    entryMarker,
+    entryPlace,
+    entryUnused,
+    entryRefused,
+    entryTwice,
+    entryTwiceLast,
+    accessUnknown,
+    accessReadOnly,
+    sectionTextInFront,
+    sectionTextBehind,
+    groupNumberForm,
+    groupPrefix,
+    groupSameNumber,
+    plotterSameNumber,
+    plotterSameName,
+    plotterNumber,
+    tagTwice,
+    treeTooLarge,
+};
+
+struct Text {
+    std::string_view ru, en;
+
+    [[nodiscard]] std::string_view in(Language language) const {
+        return language == Language::ru ? ru : en;
+    }
+};
+
+/// One row: what is told of a finding. "{0}", "{1}" ... stand for the finding's arguments.
+struct Rule {
+    RuleId id;
+    std::string_view code;  ///< for scripts and docs/configuration.md
+    Severity severity;
+    Text message;  ///< what is wrong and what becomes of it
+    Text advice;   ///< what to write instead
+};
+
+[[nodiscard]] const Rule& ruleOf(RuleId id);
+/// Every row, for the list of codes.
+[[nodiscard]] const std::vector<Rule>& allRules();
+
+/// The pattern with its arguments; a place without an argument stays as it is.
+[[nodiscard]] std::string filled(std::string_view pattern,
+                                 const std::vector<std::string>& arguments);
+
+}  // namespace opcuacheck

@@ -1,0 +1,246 @@
+#include <algorithm>
+#include <map>
+#include <optional>
+
+#include "server/attributes/TagConfig.h"
+#include "server/config/GeneralSettings.h"
+#include "server/config/ListSections.h"
+#include "tools/opcuacheck/finding.h"
+#include "tools/opcuacheck/nearest.h"
+
+namespace opcuacheck {
+
+namespace {
+
+std::string number(double value) {
+    std::string text = std::to_string(value);
+    text.erase(text.find_last_not_of('0') + 1);
+    if (text.ends_with('.')) text.pop_back();
+    return text;
+}
+
+std::string joined(const std::vector<std::string>& words) {
+    std::string text;
+    for (const std::string& word : words) {
+        text.append(text.empty() ? "" : ", ").append(word);
+    }
+    return text;
+}
+
+// ---- Sections and keys -------------------------------------------------------------------------
+
+/// The digits at the end of a name, or "1".
+std::string numberAtEnd(std::string_view name) {
+    const auto begin = name.find_last_not_of("0123456789") + 1;
+    return begin == name.size() ? "1" : std::string(name.substr(begin));
+}
+
+std::string nearestSection(const std::string& name) {
+    const std::string digits = numberAtEnd(name);
+    return nearest(name, {"General", "Access", "Attributes", "Attributes_Group" + digits,
+                          "Plotter_" + digits});
+}
+
+/// Keys that the section of this name may have, attribute entries left out.
+const std::vector<std::string>& keysOf(const std::string& section) {
+    static const std::vector<std::string> kNone;
+    const auto& declared = ListSections::getInstance().declared();
+    const auto has = [&](const char* part) { return section.find(part) != std::string::npos; };
+    const auto found = declared.find(has("Plotter_")           ? "Plotter"
+                                     : has("Attributes_Group") ? "Attributes_Group"
+                                                               : section);
+    return found == declared.end() ? kNone : found->second;
+}
+
+/// A misspelled attribute entry with its marker put right; empty when the key looks like none.
+std::string nearestEntry(const std::string& key) {
+    const auto dot = key.find('.');
+    if (dot == std::string::npos) return {};
+    std::vector<std::string> markers;
+    for (const PublishedType& type : kPublishedTypes) {
+        markers.emplace_back(type.marker);
+    }
+    const std::string marker = nearest(key.substr(0, dot + 1), markers);
+    return marker.empty() ? marker : marker + key.substr(dot + 1);
+}
+
+std::string otherSectionOf(const std::string& key) {
+    for (const auto& [section, keys] : ListSections::getInstance().declared()) {
+        if (std::ranges::find(keys, key) == keys.end()) continue;
+        const bool numbered = section == "Plotter" || section == "Attributes_Group";
+        return section == "Plotter" ? "Plotter_1" : numbered ? section + "1" : section;
+    }
+    return {};
+}
+
+void explainSection(const ConfigErrorReport& report, Finding& finding) {
+    const std::string& name = report.subject.section;
+    finding.rule = RuleId::sectionUnknown;
+    finding.arguments = {shown(name)};
+    if (name.empty()) finding.rule = RuleId::sectionNone;
+    if (const std::string near = nearestSection(name); !near.empty()) {
+        finding.rule = RuleId::sectionNear;
+        finding.arguments.push_back(shown(near));
+    }
+}
+
+void explainKey(const ConfigErrorReport& report, Finding& finding) {
+    const std::string& section = report.subject.section;
+    const std::string& key = report.subject.key;
+    std::vector<std::string> known = keysOf(section);
+    std::string near = nearest(key, known);
+    if (near.empty() && section.find("Plotter_") == std::string::npos) near = nearestEntry(key);
+    const std::string elsewhere = otherSectionOf(key);
+    finding.arguments = {shown(key), shown(section)};
+    if (!elsewhere.empty()) {
+        finding.rule = RuleId::keyElsewhere;
+        finding.arguments.push_back(elsewhere);
+    } else if (!near.empty()) {
+        finding.rule = RuleId::keyNear;
+        finding.arguments.push_back(shown(near));
+    } else {
+        finding.rule = RuleId::keyUnknown;
+        if (section.starts_with("Attributes")) known.emplace_back("Type1.<...>");
+        finding.arguments.push_back(joined(known));
+    }
+}
+
+// ---- Attribute entries -------------------------------------------------------------------------
+
+const PublishedType* typeOfKey(std::string_view key) {
+    const auto* const found = std::ranges::find_if(
+        kPublishedTypes, [&](const PublishedType& type) { return key.starts_with(type.marker); });
+    return found == kPublishedTypes.end() ? nullptr : &*found;
+}
+
+/// The loaded entry that a complaint about an attribute means: the one of the key, at the server's
+/// line when there are several, whose attribute is wrong in the same way.
+struct MeantEntry {
+    std::string section;
+    std::int32_t line;
+    TagInfo info;
+};
+std::optional<MeantEntry> meantEntry(const Checked& checked, const ConfigErrorReport& report,
+                                     bool refused) {
+    std::optional<MeantEntry> best;
+    const PublishedType* const type = typeOfKey(report.subject.key);
+    if (type == nullptr) return best;
+    for (const Section& section : checked.view.sections) {
+        if (section.name.find("Attributes") == std::string::npos) continue;
+        for (const KeyValue& entry : section.params) {
+            if (entry.key != report.subject.key) continue;
+            auto info = readTagEntry(entry);
+            if (!info || mayBeExported(*type, info->attributeNumber) == refused) continue;
+            const std::int32_t line = checked.text.lineOf(section.name, entry.key);
+            if (!best || line == report.line) best = {section.name, line, std::move(*info)};
+        }
+    }
+    return best;
+}
+
+void explainAttribute(const Checked& checked, const ConfigErrorReport& report, Finding& finding) {
+    const bool missing = report.subject.missing;
+    finding.rule = missing ? RuleId::attributeMissing : RuleId::attributeRefused;
+    const PublishedType* const type = typeOfKey(report.subject.key);
+    const auto entry = meantEntry(checked, report, !missing);
+    if (type == nullptr || !entry) return;
+    finding.section = shown(entry->section);
+    finding.trueLine = entry->line;
+    finding.arguments = {std::to_string(entry->info.attributeNumber), wordOf(*type),
+                         shown(entry->info.name)};
+    if (missing && checked.database.attributes) {
+        const auto kind = static_cast<std::size_t>(type->kind);
+        finding.arguments.push_back(std::to_string((*checked.database.attributes)[kind].size()));
+    } else {
+        finding.arguments.push_back(permittedNumbers(*type));
+    }
+}
+
+// ---- General -----------------------------------------------------------------------------------
+
+void explainPort(const Checked& checked, Finding& finding) {
+    finding.section = "General";
+    finding.key = "ServerPort";
+    finding.rule = RuleId::portMissing;
+    for (const std::string_view value : valuesOf(checked.view.sections, "ServerPort")) {
+        finding.rule = parseWholeInteger(value) ? RuleId::portOutside : RuleId::portNoNumber;
+        finding.arguments = {shown(trim(value))};
+    }
+    const std::int32_t line = checked.text.lineOf("General", "ServerPort");
+    if (finding.line == 0) finding.line = line;
+    finding.trueLine = line;
+}
+
+/// @param index  of the report among those of its kind
+void explainSampling(const Checked& checked, std::size_t index, Finding& finding) {
+    finding.section = "General";
+    finding.key = "SamplingInterval";
+    finding.trueLine = checked.text.lineOf("General", "SamplingInterval");
+    const double cycleMs = checked.view.cycleTimeMs;
+    for (const std::string_view value : valuesOf(checked.view.sections, "SamplingInterval")) {
+        const auto askedMs = parseLeadingNumber(value);
+        if (!askedMs) break;
+        const SamplingDecision decision = decideSamplingInterval(*askedMs, cycleMs);
+        if (!decision.report || index-- > 0) continue;
+        finding.rule = !decision.intervalMs              ? RuleId::samplingBelowCycle
+                       : *askedMs > *decision.intervalMs ? RuleId::samplingLong
+                                                         : RuleId::samplingShort;
+        finding.arguments = {number(*askedMs), number(cycleMs), number(std::max(30.0, cycleMs))};
+        return;
+    }
+}
+
+}  // namespace
+
+/// The section without a name is what stands before the first heading.
+static std::int32_t lineOfSection(const ConfigText& text, const std::string& section) {
+    if (!section.empty()) return text.lineOfSection(section);
+    return text.entries().empty() ? 0 : text.entries().front().line;
+}
+
+static Finding explained(const Checked& checked, const ConfigErrorReport& report,
+                         std::size_t index) {
+    Finding finding;
+    finding.line = report.line.value_or(0);
+    finding.section = shown(report.subject.section);
+    finding.key = shown(report.subject.key);
+    switch (report.error) {
+        case ConfigError::fileNotOpened:
+            finding.rule = RuleId::fileNotOpened;
+            break;
+        case ConfigError::samplingInterval:
+            explainSampling(checked, index, finding);
+            break;
+        case ConfigError::serverPort:
+            explainPort(checked, finding);
+            break;
+        case ConfigError::attribute:
+            explainAttribute(checked, report, finding);
+            break;
+        case ConfigError::unknownSection:
+            explainSection(report, finding);
+            finding.trueLine = lineOfSection(checked.text, report.subject.section);
+            break;
+        case ConfigError::unknownKey: {
+            explainKey(report, finding);
+            const auto entries = checked.text.find(report.subject.section, report.subject.key);
+            const bool named = std::ranges::any_of(
+                entries, [&](const auto* entry) { return entry->line == finding.line; });
+            if (!named && !entries.empty()) finding.trueLine = entries.front()->line;
+            break;
+        }
+    }
+    if (finding.trueLine == finding.line) finding.trueLine = 0;
+    return finding;
+}
+
+void addServerErrors(const Checked& checked, Findings& findings) {
+    std::map<ConfigError, std::size_t> seen;
+    for (const auto& [report, given] : checked.view.reports) {
+        Finding finding = explained(checked, report, seen[report.error]++);
+        if (given) finding.logLine = report.logLine;
+        findings.push_back(std::move(finding));
+    }
+}
+
+}  // namespace opcuacheck

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "tools/opcuacheck/database.h"
+#include "tools/opcuacheck/server_view.h"
+
+namespace opcuacheck {
+
+/// One node that the configuration gives. Texts are UTF-8.
+struct TreeNode {
+    std::string id;        ///< "i=6" or "s=VA_1", in the server's namespace
+    std::string parentId;  ///< likewise; "i=85" of namespace 0 for the top
+    std::string name;
+    int depth = 0;
+    bool variable = false;
+    std::string dataType;  ///< of its values; empty when not known
+    std::string access;    ///< "R", "W", "RW"; history: "R+H"
+    /// Another sub-kind of a manual input, a pen whose variable only the trend archive knows.
+    bool uncertain = false;
+};
+
+/// The operative trees, flat and by group, and as much of the historical one as the configuration
+/// tells; a parent stands before its children. Empty when the lists are too long.
+[[nodiscard]] std::vector<TreeNode> treeOf(const ServerView& view, const Database& database);
+
+}  // namespace opcuacheck
