@@ -1,6 +1,7 @@
 #include "options.h"
 
 #include <CLI/CLI.hpp>
+#include <charconv>
 #include <iostream>
 
 #include "failure.h"
@@ -23,6 +24,36 @@ CLI::Validator between(long low, long high) {
                 return "нужно целое число " + range + ", получено \"" + text + "\"";
             },
             range, "range"};
+}
+
+/// Reads "30d", "12h", "45m" or "90s".
+std::optional<std::chrono::seconds> durationOf(const std::string& text) {
+    constexpr struct {
+        char letter;
+        std::int64_t seconds;
+    } kUnits[] = {{'d', 86'400}, {'h', 3600}, {'m', 60}, {'s', 1}};
+    constexpr std::int64_t kLongest = 3660 * std::int64_t{86'400};
+    std::int64_t number = 0;
+    const char* end = text.data() + text.size();
+    const auto [rest, error] = std::from_chars(text.data(), end, number);
+    if (error != std::errc{} || rest + 1 != end || number < 1) return std::nullopt;
+    for (const auto& unit : kUnits) {
+        if (*rest != unit.letter || number > kLongest / unit.seconds) continue;
+        return std::chrono::seconds(number * unit.seconds);
+    }
+    return std::nullopt;
+}
+
+void addDuration(CLI::App& app, const char* name, std::optional<std::chrono::seconds>& to,
+                 const std::string& help) {
+    const auto check = [](std::string& text) {
+        if (durationOf(text)) return std::string();
+        return "нужно время как 30d, 12h, 45m или 90s, до 3660d, получено \"" + text + "\"";
+    };
+    app.add_option_function<std::string>(
+           name, [&to](const std::string& text) { to = durationOf(text); }, help)
+        ->check(CLI::Validator(check, "время"))
+        ->type_name("");
 }
 
 void addCounts(CLI::App& app, Options& options) {
@@ -59,6 +90,10 @@ void addRest(CLI::App& app, Options& options) {
         ->check(between(10, 60000));
     app.add_option("--controller", options.controllerNumber, "номер контроллера, иначе 1")
         ->check(between(0, 32767));
+    addDuration(app, "--history", options.history,
+                "наполнить архив трендов прошлым такой длины, например 30d, 12h, 45m");
+    addDuration(app, "--keep", options.keep,
+                "хранить в архиве трендов значения за такое время, иначе 35d");
     app.add_option("--config", options.config, "взять этот opcuasrv.ini вместо образца");
     app.add_option("--generation", options.generation, "байт поколения ключей System V")
         ->check(between(0, 255))
@@ -112,6 +147,9 @@ std::optional<Options> parseOptions(int argc, const char* const* argv, int& exit
     addRest(app, options);
     try {
         app.parse(argc, argv);
+        if (options.history && options.keep && *options.history > *options.keep) {
+            throw CLI::ValidationError("--history", "прошлое длиннее, чем хранит --keep");
+        }
     } catch (const CLI::CallForHelp&) {
         std::cout << app.help();
         exitStatus = 0;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -15,7 +16,9 @@ struct Options {
     std::optional<int> port;            // for the sample opcuasrv.ini; 4840 without it
     std::optional<int> cycleMs;         // else veskkntr.ini, else 100
     std::optional<int> controllerNumber;
-    std::string config;  // opcuasrv.ini of the user's; empty: the sample
+    std::optional<std::chrono::seconds> history;  // past to make for the trend archive
+    std::optional<std::chrono::seconds> keep;  // of the archive; 35 days or the history without it
+    std::string config;                        // opcuasrv.ini of the user's; empty: the sample
     std::uint8_t generation = 0;
     std::uint64_t seed = 1;
     bool frozen = false;

@@ -11,6 +11,7 @@
 #include "failure.h"
 #include "layout/attribute_files.h"
 #include "settings/samples.h"
+#include "trends/past.h"
 #include "type_query.h"
 
 namespace sim {
@@ -20,6 +21,7 @@ namespace {
 constexpr int kDefaultCycleMs = 100;
 constexpr int kDefaultPort = 4840;
 constexpr int kDefaultController = 1;
+constexpr auto kKeepTrends = std::chrono::hours(35 * 24);
 constexpr auto kStatsEvery = std::chrono::seconds(5);
 
 timeval wallClock() {
@@ -54,6 +56,9 @@ void Simulator::run() {
     ControllerIpc ipc(site.record(), options_.generation);
     const DatabaseMemory memory = ipc.makeDatabase(options_.counts);
     Plant plant(memory, options_.seed, wallClock());
+    const auto trends = makeRecorder(site, memory);
+    startTrends(*trends, plant, site.folders());
+    if (stop_ != 0) return;  // asked while the past was made
     ipc.announce();
     const std::chrono::duration<double> took = Clock::now() - begin;
     out_ << "База данных: " << tagsIn(options_.counts) << " тегов, котельных " << plant.houses()
@@ -61,7 +66,7 @@ void Simulator::run() {
          << "; запуск занял " << std::fixed << std::setprecision(2) << took.count() << " с\n"
          << "zrtsim: ready" << std::endl;
 
-    cycleUntilStopped(ipc, plant);
+    cycleUntilStopped(ipc, plant, *trends);
     if (options_.stats) stats_.print(out_);
     out_ << "Остановка: удаляю созданное.\n";
 }
@@ -90,6 +95,7 @@ void Simulator::placeFiles(Site& site) {
                                     options_.cycleMs.value_or(kDefaultCycleMs)));
     }
     placeServerIni(site);
+    placeTrendsIni(site);
 }
 
 void Simulator::placeServerIni(Site& site) {
@@ -112,6 +118,12 @@ void Simulator::placeServerIni(Site& site) {
     if (options_.port) out_ << "Ключ --port не действует: порт стоит в этом файле.\n";
 }
 
+void Simulator::placeTrendsIni(Site& site) {
+    const auto file = site.folders().trendsIni();
+    if (!site.keepsEdited(file)) return site.makeFile(file, trendsIni());
+    out_ << "Взят изменённый ранее файл " << file.string() << "\n";
+}
+
 void Simulator::readCycleTime(const Site& site) {
     const auto text = readFile(site.folders().controllerIni());
     const int fromFile = cycleTimeOf(text.value_or(std::string()), kDefaultCycleMs);
@@ -122,9 +134,41 @@ void Simulator::readCycleTime(const Site& site) {
     }
 }
 
+// ---- trends ------------------------------------------------------------------------------------
+
+std::unique_ptr<TrendRecorder> Simulator::makeRecorder(Site& site,
+                                                       const DatabaseMemory& memory) try {
+    const Folders& folders = site.folders();
+    std::string problem;
+    const auto definitions = trends::loadDefinitions(folders.trendsIni().string(), problem);
+    if (!problem.empty()) {
+        throw Failure(ExitCode::failed, "не понятен файл " + folders.trendsIni().string() + ": " +
+                                            problem + " (образец - с ключом --fresh)");
+    }
+    for (const auto& file : folders.savedFiles) {
+        site.adoptSavedFile(file);
+    }
+    const auto history = options_.history.value_or(std::chrono::seconds(0));
+    const auto keep = options_.keep.value_or(std::max<std::chrono::seconds>(kKeepTrends, history));
+    return std::make_unique<TrendRecorder>(folders.trendArchive(), definitions, memory, keep);
+} catch (const trends::ArchiveError& error) {
+    throw Failure(ExitCode::failed, "архив трендов " + site.folders().trendArchive().string() +
+                                        " не открывается (" + error.what() +
+                                        "). Уберите его или запустите с ключом --fresh.");
+}
+
+void Simulator::startTrends(TrendRecorder& trends, Plant& plant, const Folders& folders) {
+    if (options_.history) {
+        Past past(trends, *options_.history, out_, stop_);
+        past.announce(folders.trendArchive().parent_path(), wallClock());
+        past.make(plant, wallClock);
+    }
+    trends.start();
+}
+
 // ---- the cycle ---------------------------------------------------------------------------------
 
-void Simulator::cycleUntilStopped(ControllerIpc& ipc, Plant& plant) {
+void Simulator::cycleUntilStopped(ControllerIpc& ipc, Plant& plant, TrendRecorder& trends) {
     auto next = Clock::now() + cycle_;
     nextStats_ = Clock::now() + kStatsEvery;
     const std::chrono::duration<float> step = cycle_;
@@ -132,7 +176,9 @@ void Simulator::cycleUntilStopped(ControllerIpc& ipc, Plant& plant) {
         answerUntil(ipc.channel(), next);
         if (stop_ != 0) return;
         const auto begin = Clock::now();
-        if (!options_.frozen) plant.cycle(wallClock(), step.count());
+        const timeval now = wallClock();
+        if (!options_.frozen) plant.cycle(now, step.count());
+        trends.record(now);
         const auto end = Clock::now();
         stats_.add(end - begin, begin - next);
         next += cycle_;
@@ -141,6 +187,8 @@ void Simulator::cycleUntilStopped(ControllerIpc& ipc, Plant& plant) {
             stats_.addSkipped();
         }
         if (options_.stats) printStats(end);
+        const std::string problem = trends.takeProblem();
+        if (!problem.empty()) out_ << "Запись трендов прекращена: " << problem << std::endl;
     }
 }
 

@@ -3,6 +3,7 @@
 #include <chrono>
 #include <csignal>
 #include <iosfwd>
+#include <memory>
 #include <optional>
 #include <string>
 
@@ -11,6 +12,7 @@
 #include "options.h"
 #include "plant/plant.h"
 #include "site/site.h"
+#include "trends/trend_recorder.h"
 
 namespace sim {
 
@@ -31,8 +33,12 @@ class Simulator {
     void readConfig();
     void placeFiles(Site& site);
     void placeServerIni(Site& site);
+    void placeTrendsIni(Site& site);
     void readCycleTime(const Site& site);
-    void cycleUntilStopped(ControllerIpc& ipc, Plant& plant);
+    [[nodiscard]] std::unique_ptr<TrendRecorder> makeRecorder(Site& site,
+                                                              const DatabaseMemory& memory);
+    void startTrends(TrendRecorder& trends, Plant& plant, const Folders& folders);
+    void cycleUntilStopped(ControllerIpc& ipc, Plant& plant, TrendRecorder& trends);
     void answerUntil(vs_obj& channel, Clock::time_point next);
     void printStats(Clock::time_point now);
 

@@ -42,8 +42,9 @@ constexpr const char* kServerIni =
 AplicationName = Котельная        ; имя сервера и папки, до 16 знаков
 ServerPort = @PORT@               ; порт от 4840 до 4849
 OperativeData = on                ; текущие значения
-HistoricalData = off              ; история - когда в контроллере есть архив трендов
+HistoricalData = on               ; история из архива трендов
 SamplingInterval = 500            ; наименьший период опроса, мс
+CountHistoryTrends = 1000         ; значений в одном ответе на запрос истории, до 1000
 
 ; Какие переменные публикуются: all - все, иначе номера и диапазоны, как 1-18, 55, 60-65.
 [Attributes]
@@ -120,6 +121,76 @@ Type52.01 = Значение, 14, OPC_READABLE+OPC_WRITEABLE
 Type52.02 = Позиция, 1, OPC_READABLE
 Type52.03 = Имя1, 2, OPC_READABLE
 Type52.04 = Имя2, 3, OPC_READABLE
+
+; Самописцы, чьи перья публикуются с историей. Что они пишут, задаёт trends.ini. Без ключа Pens
+; публикуются все перья с короткими именами узлов (R1_P1.VA_6); с перечнем - только они, с полными
+; (Котельная.Historical.Теплосеть.R4_P2.VA_56).
+[Plotter_1]
+Name = Котёл 1
+
+[Plotter_2]
+Name = Котёл 2
+
+[Plotter_3]
+Name = Котёл 3
+
+[Plotter_4]
+Name = Теплосеть
+Pens = 1-6, 8
+)";
+
+constexpr const char* kTrendsIni =
+    R"(; Самописцы и перья архива трендов. Файл создан имитатором zrtsim. Кодировка CP866.
+; Изменённый файл при остановке имитатора останется и будет взят при следующем запуске.
+;
+; Самописцы и перья нумеруются с 1 подряд. Перо:
+;   Pen_N = вид переменной, номер, тип значений, название
+; Вид: VA, AV, RV, VD или DV. Тип: float, double, integer или boolean. Название не обязательно.
+; Если перо получит другую переменную, его прежние значения из архива удаляются.
+
+[Plotter_1]
+Name = Котёл 1
+Pen_1 = VA, 6, float, Вода за котлом
+Pen_2 = RV, 1, float, Задание температуры воды
+Pen_3 = AV, 1, float, Выход регулятора газа
+Pen_4 = VA, 2, integer, Расход газа
+Pen_5 = VA, 11, float, Кислород в дыме
+Pen_6 = VA, 4, float, Разрежение в топке
+Pen_7 = VD, 1, boolean, Факел
+Pen_8 = DV, 1, boolean, Клапан газа
+
+[Plotter_2]
+Name = Котёл 2
+Pen_1 = VA, 24, float, Вода за котлом
+Pen_2 = RV, 6, float, Задание температуры воды
+Pen_3 = AV, 4, float, Выход регулятора газа
+Pen_4 = VA, 20, integer, Расход газа
+Pen_5 = VA, 29, float, Кислород в дыме
+Pen_6 = VA, 22, float, Разрежение в топке
+Pen_7 = VD, 15, boolean, Факел
+Pen_8 = DV, 6, boolean, Клапан газа
+
+[Plotter_3]
+Name = Котёл 3
+Pen_1 = VA, 42, float, Вода за котлом
+Pen_2 = RV, 11, float, Задание температуры воды
+Pen_3 = AV, 7, float, Выход регулятора газа
+Pen_4 = VA, 38, integer, Расход газа
+Pen_5 = VA, 47, float, Кислород в дыме
+Pen_6 = VA, 40, float, Разрежение в топке
+Pen_7 = VD, 29, boolean, Факел
+Pen_8 = DV, 11, boolean, Клапан газа
+
+[Plotter_4]
+Name = Теплосеть
+Pen_1 = VA, 55, float, Наружный воздух
+Pen_2 = VA, 56, float, Вода в сеть
+Pen_3 = VA, 57, float, Вода из сети
+Pen_4 = RV, 16, float, Задание воды в сеть
+Pen_5 = AV, 10, float, Выход регулятора смешения
+Pen_6 = VA, 60, integer, Расход воды в сети
+Pen_7 = VD, 43, boolean, Сетевой насос 1
+Pen_8 = RV, 21, boolean, Погодный режим
 )";
 
 std::string filledIn(std::string text, const std::string& mark, const std::string& value) {
@@ -135,6 +206,10 @@ std::string controllerIni(int controllerNumber, int cycleMs) {
     text = filledIn(text, "@CYCLE@", std::to_string(cycleMs));
     text = filledIn(text, "@DIC@", SRV_Path.DIC);
     return Utf8ToCP866Converter::convertUtf8ToCP866_manual(text);
+}
+
+std::string trendsIni() {
+    return Utf8ToCP866Converter::convertUtf8ToCP866_manual(kTrendsIni);
 }
 
 std::string serverIni(int port) {

@@ -38,11 +38,12 @@ Folders controllerFolders() {
     folders.settings = SRV_Path.SETTINGS;
     const std::filesystem::path data = SRV_Path.PATHDB;
     for (const auto& folder :
-         {folders.root / "log", folders.system, folders.settings,
-          std::filesystem::path(SRV_Path.LIB), std::filesystem::path(SRV_Path.DIC), data / "dat",
-          data / "rezerv", data / "check"}) {
+         {folders.root / "log", folders.trendArchive().parent_path(), folders.system,
+          folders.settings, std::filesystem::path(SRV_Path.LIB),
+          std::filesystem::path(SRV_Path.DIC), data / "dat", data / "rezerv", data / "check"}) {
         addWithParents(folder, folders.root, folders.all);
     }
+    folders.savedFiles.push_back(folders.trendArchive());
     folders.keyFiles = keyFilesBelow(SRV_Path.VESKPATH);
     return folders;
 }

@@ -23,8 +23,21 @@ struct Folders {
     [[nodiscard]] std::filesystem::path controllerIni() const { return settings / "veskkntr.ini"; }
     [[nodiscard]] std::filesystem::path serverIni() const { return settings / "opcuasrv.ini"; }
 
+    /// Plotters and pens, and what they recorded; the trend library looks for both here.
+    [[nodiscard]] std::filesystem::path trendsIni() const { return settings / "trends.ini"; }
+    [[nodiscard]] std::filesystem::path trendArchive() const {
+        return root / "trends" / "archive.db";
+    }
+
+    /// What SQLite keeps beside a saved file that is a database. A reader may make them at any
+    /// time, so they belong to whom the file belongs.
+    [[nodiscard]] static std::vector<std::filesystem::path> besideSaved(
+        const std::filesystem::path& file) {
+        return {file.string() + "-wal", file.string() + "-shm"};
+    }
+
     [[nodiscard]] bool isSetting(const std::filesystem::path& file) const {
-        return file == controllerIni() || file == serverIni();
+        return file == controllerIni() || file == serverIni() || file == trendsIni();
     }
 };
 

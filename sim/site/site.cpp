@@ -107,13 +107,19 @@ void Site::refuseLiveController() const {
 std::vector<std::string> Site::foreignFiles() const {
     std::vector<fs::path> files = folders_.keyFiles;
     files.insert(files.end(), {folders_.offsetFile(), folders_.kindFile(), folders_.controllerIni(),
-                               folders_.serverIni()});
-    files.insert(files.end(), folders_.savedFiles.begin(), folders_.savedFiles.end());
+                               folders_.serverIni(), folders_.trendsIni()});
+    for (const fs::path& file : folders_.savedFiles) {
+        if (record_.contents().saved.contains(file)) continue;
+        files.push_back(file);
+        for (const fs::path& beside : Folders::besideSaved(file)) {
+            files.push_back(beside);
+        }
+    }
     std::vector<std::string> found;
     for (const fs::path& file : files) {
         std::error_code ignored;
         if (fs::exists(fs::symlink_status(file, ignored)) &&
-            !record_.contents().files.contains(file) && !record_.contents().saved.contains(file)) {
+            !record_.contents().files.contains(file)) {
             found.push_back("файл " + file.string());
         }
     }
@@ -202,7 +208,11 @@ void Site::removeLeftFiles(bool fresh) {
 void Site::removeSavedFiles() {
     const auto saved = record_.contents().saved;  // a copy: forgetting changes the original
     for (const fs::path& file : saved) {
-        if (::unlink(file.c_str()) != 0 && errno != ENOENT) failedOn("не удаляется", file);
+        std::vector<fs::path> files = Folders::besideSaved(file);
+        files.push_back(file);
+        for (const fs::path& each : files) {
+            if (::unlink(each.c_str()) != 0 && errno != ENOENT) failedOn("не удаляется", each);
+        }
         if (!record_.forgetFile(file)) failedOn("не пишется запись", folders_.record());
     }
 }

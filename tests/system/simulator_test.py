@@ -13,6 +13,7 @@ from controller.records import FIELDS
 from programs import CONFIGURATION, CONTROLLER_SETTINGS, Program
 
 ROOT = Path("/zrt")
+SAVED = {f"{ROOT}/{name}" for name in (".zrtsim-record", "trends", "trends/archive.db")}
 USAGE, CONTROLLER_HERE, FOREIGN = 2, 3, 4
 
 
@@ -34,7 +35,7 @@ def test_takes_everything_away(number: int, arguments: list[str], controller: Co
     assert {o.kind for o in sysv.objects()} == {"shm", "sem", "msg"}
     assert simulator.stop(number) == 0
     assert sysv.objects() == []
-    assert tree() == {}
+    assert set(tree()) == SAVED
 
 
 def test_keeps_settings_that_were_edited(controller: Controller) -> None:

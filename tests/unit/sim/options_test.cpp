@@ -18,9 +18,10 @@ std::optional<sim::Options> parse(std::initializer_list<const char*> arguments, 
 
 TEST(Options, TakeWhatIsInRange) {
     int status = -1;
-    const auto options = parse({"--va", "65535", "--rv", "0", "--lv", "7", "--port", "4849",
-                                "--cycle", "10", "--generation", "255", "--frozen", "--fresh"},
-                               status);
+    const auto options =
+        parse({"--va", "65535", "--rv", "0", "--lv", "7", "--port", "4849", "--cycle", "10",
+               "--generation", "255", "--frozen", "--fresh", "--history", "36h", "--keep", "3660d"},
+              status);
     ASSERT_TRUE(options);
     EXPECT_EQ(options->counts, (sim::Counts{65535, 12, 0, 60, 24, 10, 10, 10, 20, 20, 7}));
     EXPECT_EQ(options->port, 4849);
@@ -28,14 +29,33 @@ TEST(Options, TakeWhatIsInRange) {
     EXPECT_EQ(options->generation, 255);
     EXPECT_TRUE(options->frozen && options->fresh && !options->stats);
     EXPECT_FALSE(options->controllerNumber);
+    EXPECT_EQ(options->history, std::chrono::hours(36));
+    EXPECT_EQ(options->keep, std::chrono::hours(24 * 3660));
 }
 
 TEST(Options, RefuseTheRestWithAMessageAndStatus2) {
-    const std::initializer_list<const char*> cases[] = {
-        {"--va", "65536"}, {"--va", "-1"},          {"--va", "3x"},     {"--va", ""},
-        {"--va"},          {"--port", "4850"},      {"--port", "4839"}, {"--cycle", "9"},
-        {"--seed", "x"},   {"--generation", "256"}, {"--unknown"},      {"extra"},
-        {"--frozen=3x"},   {"--controller", "-1"},  {"--cycle", "1e9"}};
+    const std::initializer_list<const char*> cases[] = {{"--va", "65536"},
+                                                        {"--va", "-1"},
+                                                        {"--va", "3x"},
+                                                        {"--va", ""},
+                                                        {"--va"},
+                                                        {"--port", "4850"},
+                                                        {"--port", "4839"},
+                                                        {"--cycle", "9"},
+                                                        {"--seed", "x"},
+                                                        {"--generation", "256"},
+                                                        {"--unknown"},
+                                                        {"extra"},
+                                                        {"--frozen=3x"},
+                                                        {"--controller", "-1"},
+                                                        {"--cycle", "1e9"},
+                                                        {"--history", "30"},
+                                                        {"--history", "0d"},
+                                                        {"--history", "-1d"},
+                                                        {"--keep", "3661d"},
+                                                        {"--history", "1dd"},
+                                                        {"--history", "9999999999999999999d"},
+                                                        {"--history", "2d", "--keep", "1d"}};
     for (const auto& arguments : cases) {
         int status = -1;
         Capture errors(STDERR_FILENO);

@@ -1,0 +1,54 @@
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <iosfwd>
+#include <vector>
+
+#include "lib/rolling2/rol_man.h"
+#include "memory/controller_ipc.h"
+#include "memory/database_memory.h"
+#include "plant/quality.h"
+#include "site/site.h"
+
+namespace sim {
+
+/// The controller's part in the event journal: its first user, who loads the saved one, and the one
+/// who saves it. Posts what happens to the plant. See docs/journal.md. One thread.
+class EventJournal {
+  public:
+    using Clock = std::chrono::steady_clock;
+
+    /// Messages of the simulated controller in the system dictionary. The first argument of each is
+    /// the controller's number (RT_INT).
+    enum Code : std::uint32_t {
+        started = 17901,          ///< tags in the database (RT_UINT)
+        stops = 17902,            ///< none
+        sensorBroken = 17911,     ///< about an analog input
+        sensorRecovered = 17912,  ///< about an analog input
+    };
+
+    /// Makes what the library attaches only (position flag, dictionaries), joins, posts the start
+    /// and saves both copies. Throws Failure.
+    /// @param memory  filled; stays as long as this
+    EventJournal(Site& site, ControllerIpc& ipc, const DatabaseMemory& memory, std::ostream& out);
+    /// Posts the stop, saves and detaches. The objects are removed by ControllerIpc.
+    ~EventJournal();
+    EventJournal(const EventJournal&) = delete;
+    EventJournal& operator=(const EventJournal&) = delete;
+
+    /// Posts the sensors that broke or recovered since the last call, and saves when it is time.
+    void follow(Clock::time_point now);
+
+  private:
+    void makeDictionaries(ControllerIpc& ipc) const;
+    void join(std::ostream& out);
+    void post(Code code, std::vector<CRolArg> arguments, int analogInput = 0);
+
+    DatabaseMemory memory_;
+    CRolManager rolling_;
+    std::vector<bool> isBroken_;  // by analog input
+    Clock::time_point nextSave_;
+};
+
+}  // namespace sim
