@@ -1,5 +1,6 @@
 """The simulated plant as an operator sees it: zrtsim's own sample configuration, over OPC UA."""
 
+import re
 import pytest
 from asyncua import ua
 
@@ -50,10 +51,12 @@ def plant(controller: Controller, server: ServerUnderTest, clients: Clients) -> 
 def test_the_sample_configuration_has_no_faults(
     plant: Plant, controller: Controller, server: ServerUnderTest, clients: Clients
 ) -> None:
-    assert server.log_lines() == ["ЦП 1: OPC UA Сервер: Запущен: теги OA"]
+    assert server.log_lines() == ["ЦП 1: OPC UA Сервер: Запущен: теги OA+HA"]
     nodes = clients.connect().address_space()
-    tags = [key for key in nodes if isinstance(key, str) and "." not in key]
+    names = [key for key in nodes if isinstance(key, str)]
+    tags = [name for name in names if "_" in name and "." not in name]
     assert len(tags) == sum(controller.database.counts.values()) == 200
+    assert len([name for name in names if re.search(r"(^|\.)R\d_P\d\.", name)]) == 31
 
 
 def test_a_set_point_moves_its_loop(plant: Plant) -> None:

@@ -7,19 +7,29 @@ from pathlib import Path
 import pytest
 
 from conftest import Controller, Processes
-from controller import attribute_files, ipc_keys, registry, sysv
+from controller import attribute_files, ipc_keys, journal, registry, sysv
 from controller.attribute_files import BIT, BYTE, ENTRY, FLOAT, INT16, TEXT
 from controller.records import FIELDS
 from programs import CONFIGURATION, CONTROLLER_SETTINGS, Program
 
 ROOT = Path("/zrt")
-SAVED = {f"{ROOT}/{name}" for name in (".zrtsim-record", "trends", "trends/archive.db")}
+SAVED = {
+    str(path)
+    for path in (
+        *(ROOT / name for name in (".zrtsim-record", "trends", "trends/archive.db", "sram")),
+        *(journal.DATA / name for name in ("dat", "rezerv", "check")),
+        *journal.FILES,
+    )
+}
 USAGE, CONTROLLER_HERE, FOREIGN = 2, 3, 4
 
 
 def tree() -> dict[str, bytes | None]:
-    """Everything below the root: files with their bytes, folders with None."""
-    return {str(p): p.read_bytes() if p.is_file() else None for p in ROOT.rglob("*")}
+    """Everything below the root: files with their bytes, folders and the growing archive with None."""
+    return {
+        str(p): p.read_bytes() if p.is_file() and p.parent.name != "trends" else None
+        for p in ROOT.rglob("*")
+    }
 
 
 def run_to_its_end(processes: Processes, *arguments: str) -> tuple[int, str]:
@@ -61,7 +71,7 @@ def test_cleans_up_behind_a_killed_one(controller: Controller) -> None:
     assert controller.database.counts["VA"] == 3
     controller.close()
     assert last.stop() == 0
-    assert (sysv.objects(), tree()) == ([], {})
+    assert (sysv.objects(), set(tree())) == ([], SAVED)
 
 
 def test_refuses_to_run_twice(controller: Controller, processes: Processes) -> None:
@@ -198,4 +208,4 @@ def test_the_generation_moves_the_keys(controller: Controller) -> None:
     assert controller.database.counts["VA"] == 5
     controller.close()
     assert simulator.stop() == 0
-    assert (sysv.objects(), tree()) == ([], {})
+    assert (sysv.objects(), set(tree())) == ([], SAVED)
