@@ -4,6 +4,7 @@
 
 #include "failure.h"
 #include "layout/attribute_files.h"
+#include "library_lines.h"
 #include "options.h"
 #include "simulator.h"
 
@@ -42,6 +43,7 @@ int main(int argc, char** argv) {
     }
     std::cout << std::unitbuf;  // scripts wait for lines of the start-up
     installHandlers();
+    sim::showLibraryLines();
     try {
         sim::Simulator(*options, std::cout, stopAsked).run();
         return static_cast<int>(sim::ExitCode::ok);

@@ -56,6 +56,7 @@ void Simulator::run() {
     ControllerIpc ipc(site.record(), options_.generation);
     const DatabaseMemory memory = ipc.makeDatabase(options_.counts);
     Plant plant(memory, options_.seed, wallClock());
+    EventJournal journal(site, ipc, memory, out_);
     const auto trends = makeRecorder(site, memory);
     startTrends(*trends, plant, site.folders());
     if (stop_ != 0) return;  // asked while the past was made
@@ -66,7 +67,7 @@ void Simulator::run() {
          << "; запуск занял " << std::fixed << std::setprecision(2) << took.count() << " с\n"
          << "zrtsim: ready" << std::endl;
 
-    cycleUntilStopped(ipc, plant, *trends);
+    cycleUntilStopped(ipc, plant, *trends, journal);
     if (options_.stats) stats_.print(out_);
     out_ << "Остановка: удаляю созданное.\n";
 }
@@ -168,7 +169,8 @@ void Simulator::startTrends(TrendRecorder& trends, Plant& plant, const Folders& 
 
 // ---- the cycle ---------------------------------------------------------------------------------
 
-void Simulator::cycleUntilStopped(ControllerIpc& ipc, Plant& plant, TrendRecorder& trends) {
+void Simulator::cycleUntilStopped(ControllerIpc& ipc, Plant& plant, TrendRecorder& trends,
+                                  EventJournal& journal) {
     auto next = Clock::now() + cycle_;
     nextStats_ = Clock::now() + kStatsEvery;
     const std::chrono::duration<float> step = cycle_;
@@ -179,6 +181,7 @@ void Simulator::cycleUntilStopped(ControllerIpc& ipc, Plant& plant, TrendRecorde
         const timeval now = wallClock();
         if (!options_.frozen) plant.cycle(now, step.count());
         trends.record(now);
+        journal.follow(begin);
         const auto end = Clock::now();
         stats_.add(end - begin, begin - next);
         next += cycle_;

@@ -8,6 +8,7 @@
 #include <string>
 
 #include "cycle_stats.h"
+#include "journal/event_journal.h"
 #include "memory/controller_ipc.h"
 #include "options.h"
 #include "plant/plant.h"
@@ -38,7 +39,8 @@ class Simulator {
     [[nodiscard]] std::unique_ptr<TrendRecorder> makeRecorder(Site& site,
                                                               const DatabaseMemory& memory);
     void startTrends(TrendRecorder& trends, Plant& plant, const Folders& folders);
-    void cycleUntilStopped(ControllerIpc& ipc, Plant& plant, TrendRecorder& trends);
+    void cycleUntilStopped(ControllerIpc& ipc, Plant& plant, TrendRecorder& trends,
+                           EventJournal& journal);
     void answerUntil(vs_obj& channel, Clock::time_point next);
     void printStats(Clock::time_point now);
 

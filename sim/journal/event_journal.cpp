@@ -1,6 +1,8 @@
 #include "journal/event_journal.h"
 
 #include <algorithm>
+#include <array>
+#include <cstdint>
 #include <ostream>
 
 #include "failure.h"
@@ -11,6 +13,14 @@ namespace sim {
 namespace {
 
 constexpr char kSavingOn = 1;
+
+/// Of the position designation in the passport, in the order of the dictionaries.
+constexpr std::array<std::size_t, kRolDictionaries> kDesignationAt = {
+    at(TypeCode::VA, "POZ"), at(TypeCode::AV, "POZ"), at(TypeCode::HI, "POZ"),
+    at(TypeCode::DI, "POZ"), at(TypeCode::DO, "POZ")};
+
+/// A message has 15 bits for a variable's number.
+constexpr std::size_t kMostNumbered = INT16_MAX;
 
 unsigned tagsIn(const DatabaseMemory& memory) {
     unsigned tags = 0;
@@ -24,7 +34,8 @@ unsigned tagsIn(const DatabaseMemory& memory) {
 
 EventJournal::EventJournal(Site& site, ControllerIpc& ipc, const DatabaseMemory& memory,
                            std::ostream& out)
-    : memory_(memory), isBroken_(memory.of(TypeCode::VA).count, false) {
+    : memory_(memory),
+      isBroken_(std::min<std::size_t>(memory.of(TypeCode::VA).count, kMostNumbered), false) {
     for (const auto& file : site.folders().journalFiles) {
         site.adoptSavedFile(file);
     }
@@ -50,12 +61,12 @@ void EventJournal::makeDictionaries(ControllerIpc& ipc) const {
     for (std::size_t i = 0; i < kRolDictionaries; ++i) {
         const auto type = static_cast<TypeCode>(i + 1);
         const std::size_t count = memory_.of(type).count;
-        std::byte* entry = ipc.makeSegment(kRolFirstDictionary + static_cast<int>(i),
-                                           count * kRolDictionaryEntry);
-        const std::size_t designation = offsetOf(type, "POZ");
+        std::byte* entry =
+            ipc.makeSegment(kRolFirstDictionary + static_cast<int>(i), count * kRolDictionaryEntry);
         for (std::size_t variable = 0; variable < count; ++variable) {
             // The record has a NUL behind the longest designation, the dictionary has not.
-            std::copy_n(memory_.passport(type, variable) + designation, kRolDictionaryEntry, entry);
+            std::copy_n(memory_.passport(type, variable) + kDesignationAt[i], kRolDictionaryEntry,
+                        entry);
             entry += kRolDictionaryEntry;
         }
     }
@@ -65,9 +76,13 @@ void EventJournal::join(std::ostream& out) {
     if (rolling_.Init() != kRolDone) {
         throw Failure(ExitCode::failed, "журнал событий не открывается (причина выше)");
     }
-    if (*rolling_.MessageCounter == 0) return;
-    out << "Журнал событий: прежних сообщений " << *rolling_.MessageCounter
-        << ". Счётчики непрочитанного начаты заново, как всегда при загрузке.\n";
+    // The library has named every file that it did not get, also those that cannot be there.
+    if (*rolling_.MessageCounter == 0) {
+        out << "Журнал событий: сохранённых сообщений нет, начат новый.\n";
+    } else {
+        out << "Журнал событий: прежних сообщений " << *rolling_.MessageCounter
+            << ". Счётчики непрочитанного начаты заново, как при всякой загрузке.\n";
+    }
 }
 
 void EventJournal::post(Code code, std::vector<CRolArg> arguments, int analogInput) {

@@ -68,7 +68,6 @@ constexpr const TypeLayout& layoutOf(TypeCode type) {
 
 /// IPC indices beside the arrays of the types.
 inline constexpr int kRegistryIndex = 0;
-inline constexpr int kJournalSemaphoreIndex = 49;
 inline constexpr int kGenerationIndex = 48;
 inline constexpr int kCountsIndex = 59;
 inline constexpr int kTimeQualityIndex = 85;

@@ -10,6 +10,7 @@
 
 #include "failure.h"
 #include "layout/little_endian.h"
+#include "lib/rolling2/rol_shared.h"
 #include "lib/util/vs_sem.h"
 #include "site/ipc_names.h"
 
@@ -30,7 +31,7 @@ std::vector<std::pair<key_t, int>> allKeys() {
             keys.emplace_back(ShmKey(index, debug), index);
         }
     }
-    keys.emplace_back(SemKey(kJournalSemaphoreIndex), kJournalSemaphoreIndex);
+    keys.emplace_back(SemKey(kRolSemaphore), kRolSemaphore);
     return keys;
 }
 
@@ -39,6 +40,7 @@ std::vector<std::pair<key_t, int>> allKeys() {
 ControllerIpc::ControllerIpc(Record& record, std::uint8_t generation) : record_(record) {
     try {
         makeChannel(generation);
+        expectJournal();
         refuseTakenKeys();
     } catch (...) {
         removeObjects();
@@ -71,6 +73,15 @@ void ControllerIpc::makeChannel(std::uint8_t generation) {
     made(IpcKind::queue, registry);
     made(IpcKind::queue, registry + 1);
     made(IpcKind::segment, byte);
+}
+
+/// Before this process joins it, and whoever makes it: a server that is started again and again may
+/// come first, also between two runs.
+void ControllerIpc::expectJournal() {
+    for (const int index : kRolOwnSegments) {
+        note({IpcKind::segment, ShmKey(index, 0), kMadeByAny, std::time(nullptr)});
+    }
+    note({IpcKind::semaphore, SemKey(kRolSemaphore), kMadeByAny, std::time(nullptr)});
 }
 
 void ControllerIpc::refuseTakenKeys() const {
@@ -117,7 +128,6 @@ void ControllerIpc::announce() {
     }
 }
 
-/// Null for size 0: an array that the type does not have.
 std::byte* ControllerIpc::makeSegment(int index, std::size_t size) {
     if (size == 0) return nullptr;
     const key_t key = ShmKey(index, 0);
@@ -138,10 +148,14 @@ std::byte* ControllerIpc::makeSegment(int index, std::size_t size) {
     return static_cast<std::byte*>(attached_.back().get());
 }
 
-void ControllerIpc::intend(IpcKind kind, key_t key) {
-    if (key != -1 && record_.noteIpc({kind, key, -1, std::time(nullptr)})) return;
+void ControllerIpc::note(const IpcMark& mark) {
+    if (mark.key != -1 && record_.noteIpc(mark)) return;
     throw Failure(ExitCode::failed,
                   std::string("ключ или запись о нём не создаётся: ") + std::strerror(errno));
+}
+
+void ControllerIpc::intend(IpcKind kind, key_t key) {
+    note({kind, key, kNotMadeYet, std::time(nullptr)});
 }
 
 void ControllerIpc::made(IpcKind kind, key_t key) {

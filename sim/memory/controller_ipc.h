@@ -17,7 +17,8 @@ namespace sim {
 
 /// Everything of the controller that lives in System V objects: the name registry with both message
 /// queues, the generation byte, the database's tables. Makes them, notes each in the record, and
-/// removes them at its end. The key files must exist as long as this does.
+/// removes them at its end, with those of the event journal. The key files must exist as long as
+/// this does.
 class ControllerIpc {
   public:
     /// Makes registry, queues and generation byte. Throws Failure when something of others has one
@@ -36,10 +37,15 @@ class ControllerIpc {
 
     [[nodiscard]] vs_obj& channel() { return *channel_; }
 
+    /// Makes a zeroed segment that stays as long as this. Throws Failure.
+    /// @return null for size 0: an array that the type does not have
+    std::byte* makeSegment(int index, std::size_t size);
+
   private:
     void makeChannel(std::uint8_t generation);
+    void expectJournal();
     void refuseTakenKeys() const;
-    std::byte* makeSegment(int index, std::size_t size);
+    void note(const IpcMark& mark);
     void intend(IpcKind kind, key_t key);
     void made(IpcKind kind, key_t key);
     void removeObjects();

@@ -44,6 +44,12 @@ Folders controllerFolders() {
         addWithParents(folder, folders.root, folders.all);
     }
     folders.savedFiles.push_back(folders.trendArchive());
+    for (const char* file : {"dat/rolling2.dat", "dat/cntroll2.dat", "check/chk_rol2.dat",
+                             "rezerv/rolling2.dat", "rezerv/cntroll2.dat", "check/chk_rol2.rez"}) {
+        folders.journalFiles.push_back(data / file);
+    }
+    folders.savedFiles.insert(folders.savedFiles.end(), folders.journalFiles.begin(),
+                              folders.journalFiles.end());
     folders.keyFiles = keyFilesBelow(SRV_Path.VESKPATH);
     return folders;
 }

@@ -14,6 +14,8 @@ struct Folders {
     std::vector<std::filesystem::path> all;
     /// Files that a run writes all the time and leaves for the next one.
     std::vector<std::filesystem::path> savedFiles;
+    /// Those of them that the event journal is saved to.
+    std::vector<std::filesystem::path> journalFiles;
     /// Files that System V keys are made from: every one that the index tables name.
     std::vector<std::filesystem::path> keyFiles;
 

@@ -49,7 +49,8 @@ bool sameKeyAndKind(const IpcMark& a, const IpcMark& b) {
 bool RecordContents::owns(const IpcObject& object) const {
     return std::any_of(ipc.begin(), ipc.end(), [&](const IpcMark& mark) {
         if (mark.kind != object.kind || mark.key != object.key) return false;
-        if (mark.id == -1) {
+        if (mark.id == kMadeByAny) return object.changeTime >= mark.changeTime;
+        if (mark.id == kNotMadeYet) {
             const bool ours = mark.kind != IpcKind::segment || object.creatorPid == owner;
             return ours && object.changeTime >= mark.changeTime;
         }

@@ -20,9 +20,15 @@ namespace sim {
 struct IpcMark {
     IpcKind kind;
     key_t key;
-    int id;                  // -1: noted before it was made
-    std::time_t changeTime;  // s since 1970; with id -1, when it was noted
+    int id;                  // or one of those below
+    std::time_t changeTime;  // s since 1970; without an id, when it was noted
 };
+
+/// Noted before this process makes it.
+inline constexpr int kNotMadeYet = -1;
+/// One that any process of the controller makes when it is the first to need it. The key comes from
+/// a key file of ours, so what has it is part of this simulated controller.
+inline constexpr int kMadeByAny = -2;
 
 /// What earlier runs made and did not remove.
 struct RecordContents {

@@ -13,6 +13,7 @@
 
 #include "failure.h"
 #include "layout/types.h"
+#include "lib/rolling2/rol_shared.h"
 #include "lib/util/ipc_objects.h"
 #include "lib/util/shmem.h"
 #include "lib/util/vs_sem.h"
@@ -133,7 +134,7 @@ std::vector<std::string> Site::foreignObjects() const {
     std::vector<std::string> found;
     for (int index = 0; index < kIpcIndexCount; ++index) {
         const ID_struct& row = ID_mas[static_cast<std::size_t>(index)];
-        const bool literal = row.ch != '*' || index == kJournalSemaphoreIndex;
+        const bool literal = row.ch != '*' || index == kRolSemaphore;
         if (row.file[0] == '\0' || !literal) continue;
         for (const IpcObject& object : objectsAt(SemKey(index))) {
             if (!record_.contents().owns(object)) found.push_back(describe(object, index));

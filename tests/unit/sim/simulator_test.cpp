@@ -46,8 +46,20 @@ class Running {
     ChildProcess child_;
 };
 
-/// The trends stay for the next run, and the record that tells whose they are.
-const std::set<std::string> kSaved{".zrtsim-record", "trends", "trends/archive.db"};
+/// Trends and journal stay for the next run, and the record that tells whose they are.
+const std::set<std::string> kSaved{".zrtsim-record",
+                                   "trends",
+                                   "trends/archive.db",
+                                   "sram",
+                                   "sram/dat",
+                                   "sram/dat/rolling2.dat",
+                                   "sram/dat/cntroll2.dat",
+                                   "sram/rezerv",
+                                   "sram/rezerv/rolling2.dat",
+                                   "sram/rezerv/cntroll2.dat",
+                                   "sram/check",
+                                   "sram/check/chk_rol2.dat",
+                                   "sram/check/chk_rol2.rez"};
 
 std::uint32_t wordAt(const unsigned char* bytes, std::size_t offset) {
     std::uint32_t word = 0;

@@ -60,6 +60,11 @@ def fixed_key(index: int) -> int:
     return ftok(ROOT / file, ord(character))
 
 
+def project_character(index: int, generation: int) -> int:
+    """The character of an index that follows the generation byte."""
+    return _CHARACTERS[(index + generation) & 0xFF]
+
+
 def table_key(index: int, generation: int) -> int:
-    """Key of a segment whose character follows the generation byte; all of them lie on vskontr."""
-    return ftok(ROOT / "vskontr", _CHARACTERS[(index + generation) & 0xFF])
+    """Key of a database segment whose character follows the generation byte; they lie on vskontr."""
+    return ftok(ROOT / "vskontr", project_character(index, generation))

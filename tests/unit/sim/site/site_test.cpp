@@ -239,8 +239,8 @@ TEST_F(SiteTest, SegmentsOfOthersUnderOurKeysAreRefused) {
     inChild([&] {
         sim::Site site(sim::controllerFolders(), messages);
         occupy(site);
-        // Index 51 of generation 0 lies in "/proxy" with the character at place 51 of the table.
-        const key_t key = SemKey(0) - ('a' << 24) + (symb[51] << 24);
+        // Index 63 of generation 0 lies in "/proxy" with the character at place 63 of the table.
+        const key_t key = SemKey(0) - ('a' << 24) + (symb[63] << 24);
         const int foreign = shmget(key, 16, IPC_CREAT | IPC_EXCL | 0600);
         ASSERT_NE(foreign, -1);
         try {
@@ -248,7 +248,7 @@ TEST_F(SiteTest, SegmentsOfOthersUnderOurKeysAreRefused) {
             ADD_FAILURE() << "started";
         } catch (const sim::Failure& failure) {
             EXPECT_EQ(failure.code(), sim::ExitCode::foreign);
-            EXPECT_NE(std::string(failure.what()).find("51"), std::string::npos) << failure.what();
+            EXPECT_NE(std::string(failure.what()).find("63"), std::string::npos) << failure.what();
         }
         EXPECT_EQ(TemporarySite::objects(), 1U) << "only the foreign one is left";
         shmctl(foreign, IPC_RMID, nullptr);

@@ -1,0 +1,29 @@
+#include "library_lines.h"
+
+#include <sys/types.h>
+
+#include <cstddef>
+#include <cstdio>
+#include <iostream>
+#include <string>
+
+#include "server/text/ToUTF8Converter.h"
+
+namespace sim {
+
+static ssize_t writeAsUtf8(void* /*cookie*/, const char* bytesCp866, std::size_t size) {
+    std::cout << ToUTF8Converter::convertCP866ToUtf8_manual({bytesCp866, size}) << std::flush;
+    return static_cast<ssize_t>(size);
+}
+
+void showLibraryLines() {
+    cookie_io_functions_t functions{};
+    functions.write = writeAsUtf8;
+    // std::cout keeps the stream that it was made with.
+    std::FILE* stream = fopencookie(nullptr, "w", functions);
+    if (stream == nullptr) return;  // the lines are as good as they were
+    static_cast<void>(std::setvbuf(stream, nullptr, _IOLBF, 0));
+    stdout = stream;
+}
+
+}  // namespace sim
