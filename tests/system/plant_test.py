@@ -1,6 +1,7 @@
 """The simulated plant as an operator sees it: zrtsim's own sample configuration, over OPC UA."""
 
 import re
+
 import pytest
 from asyncua import ua
 

@@ -10,9 +10,9 @@
 #include <vector>
 
 #include "standin/archive_reader.h"
+#include "standin/definitions.h"
 #include "standin/places.h"
 #include "standin/results.h"
-#include "standin/schema.h"
 
 namespace {
 

@@ -35,7 +35,9 @@ struct ArchiveWriter::Statements {
 ArchiveWriter::ArchiveWriter(const std::string& file, const Definitions& definitions)
     : database_(file, SqliteDatabase::Access::write, kBusyTimeoutMs) {
     // A power failure may cost the last moments, never the archive.
-    database_.execute("PRAGMA journal_mode = WAL; PRAGMA synchronous = NORMAL");
+    database_.execute(
+        "PRAGMA journal_mode = WAL; PRAGMA synchronous = NORMAL; PRAGMA journal_size_limit = "
+        "4000000");
     begin();
     makeTables();
     statements_ = std::make_unique<Statements>(database_);

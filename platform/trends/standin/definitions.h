@@ -9,6 +9,11 @@
 /// Its format, with an example, is in docs/simulator.md.
 namespace trends {
 
+/// What stands for a pen in the archive.
+constexpr std::int64_t penKey(std::uint32_t plotterNum, std::uint32_t penNum) {
+    return std::int64_t{plotterNum} * 65536 + penNum;
+}
+
 /// A pen records one variable of the database.
 struct PenDefinition {
     std::int32_t variableKind = 0;  // 0 VA, 1 AV, 2 RV, 3 VD, 4 DV

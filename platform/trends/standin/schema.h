@@ -25,9 +25,4 @@ PRAGMA user_version = 1;
 )";
 static_assert(kApplicationId == 1515475505 && kSchemaVersion == 1, "the schema says them too");
 
-/// Key of a pen in every table.
-constexpr std::int64_t penKey(std::uint32_t plotterNum, std::uint32_t penNum) {
-    return std::int64_t{plotterNum} * 65536 + penNum;
-}
-
 }  // namespace trends
