@@ -1,0 +1,109 @@
+"""opcuacheck against the server: what it foretells of a configuration is what the server does."""
+
+import json
+import subprocess
+
+import pytest
+from asyncua import ua
+
+import address_space_test
+import configuration_log_test
+from conftest import Clients, Controller, ServerUnderTest
+from expected.address_space import OBJECTS_FOLDER, Node, NodeKey
+from programs import CONFIGURATION, SERVING, program_path
+
+COUNTS = "va=4,av=3,rv=6,vd=3,dv=4"
+RV_TYPES = (0, 1, 2, 2, 1, 0)
+MANUAL_INPUTS = ("--rvs=2,5", "--rvl=3,4")
+ACCESS = {"R": 1, "W": 2, "RW": 3}
+
+
+def check(*arguments: str) -> list[dict[str, object]]:
+    command = [program_path("opcuacheck"), CONFIGURATION, "--json", "--system=/zrt/system"]
+    run = subprocess.run([*command, *arguments], capture_output=True, timeout=30, check=False)
+    assert run.stderr == b""
+    assert run.returncode in (0, 1, 2)
+    return json.loads(run.stdout)
+
+
+def key_of(node_id: str) -> NodeKey:
+    kind, _, text = node_id.partition("=")
+    if node_id == "i=85":
+        return OBJECTS_FOLDER
+    return int(text) if kind == "i" else text
+
+
+@pytest.mark.parametrize(
+    "configuration", address_space_test.CASES.values(), ids=address_space_test.CASES.keys()
+)
+def test_tree_is_the_one_that_a_client_browses(
+    configuration: str, controller: Controller, server: ServerUnderTest, clients: Clients
+) -> None:
+    controller.start(va=4, av=3, rv=6, vd=3, dv=4)
+    controller.set_rv_types(*RV_TYPES)
+    server.start(configuration)
+    client = clients.connect()
+
+    def seen(node: Node) -> tuple[NodeKey, str, int | None]:
+        return node.parent, node.browse_name, node.access_level
+
+    foretold = check("--tree", f"--counts={COUNTS}", *MANUAL_INPUTS)
+    assert {
+        key_of(node["id"]): (key_of(node["parent"]), node["name"], ACCESS.get(node["access"]))
+        for node in foretold
+    } == {key: seen(node) for key, node in client.address_space().items()}
+
+    readable = [node for node in foretold if "R" in (node["access"] or "")]
+    values = client.read_many(
+        (client.node_id(key_of(node["id"])), ua.AttributeIds.Value) for node in readable
+    )
+    for node, value in zip(readable, values, strict=True):
+        if value.Value is not None and value.Value.VariantType != ua.VariantType.Null:
+            assert value.Value.VariantType.name == node["dataType"], node["id"]
+        else:
+            assert node["dataType"] == "—", node["id"]
+
+
+BROKEN = {name: SERVING + text for name, (text, _) in configuration_log_test.CASES.items()} | {
+    "sampling below the cycle": SERVING + "SamplingInterval = 99\n",
+    "sampling too short": SERVING + "SamplingInterval = 29.5\n",
+    "sampling too long": SERVING + "SamplingInterval = 20000 ms\n",
+    "no database has such attributes": SERVING
+    + "[Attributes]\nAV=all\nType3.a=A, 107\nType3.b=B, 94\n[Attributes_Group1]\nVD=2\nType2.x=X, 28\n",
+}
+FATAL = {
+    "no port": "[General]\nServrPort = 4840\nSamplingInterval = 20\n",
+    "no number": "[General]\nServerPort = 48 40\n",
+    "outside": "[General]\nWrong = 1\nServerPort = 4850\nSamplingInterval = 20\n",
+}
+
+
+def test_errors_are_those_of_the_servers_log(
+    controller: Controller, server: ServerUnderTest
+) -> None:
+    controller.start(va=4, av=3, rv=6, vd=3, dv=4)
+    controller.set_rv_types(*RV_TYPES)
+    for name, text in BROKEN.items():
+        process = server.start(text)
+        logged = [line for line in server.log_lines() if "Запущен" not in line]
+        process.stop()
+        findings = check(f"--counts={COUNTS}", *MANUAL_INPUTS)
+        foretold = [finding["log"] for finding in findings if finding["log"] is not None]
+        assert sorted(foretold) == sorted(logged), name
+
+
+@pytest.mark.parametrize("text", FATAL.values(), ids=FATAL.keys())
+def test_fatal_errors_are_the_last_that_the_server_tells(
+    text: str, controller: Controller, server: ServerUnderTest
+) -> None:
+    controller.start(va=1, av=1, rv=1, vd=1, dv=1)
+    process = server.launch(text)
+    process.wait_for_log("ЦП 7: OPC UA Сервер: Ошибка конфигурации: 3 ")
+    logs = [finding["log"] for finding in check() if finding["severity"] == "error"]
+    assert sorted(log for log in logs if log is not None) == sorted(server.log_lines())
+    assert logs.count(None) == text.count("SamplingInterval"), "told, though the server sleeps"
+
+
+def test_the_sample_is_clean(controller: Controller) -> None:
+    controller.start_simulator("--frozen")
+    assert check() == []
