@@ -40,6 +40,7 @@ struct Options {
 
 struct HelpTexts {
     const char* title;
+    const char* argument;
     const char* options;
     const char* usage;
     const char* help;
@@ -59,6 +60,7 @@ struct HelpTexts {
 constexpr HelpTexts kRussian{
     "Проверяет конфигурацию сервера OPC UA (opcuasrv.ini) до её загрузки.\n"
     "Показывает ошибки — теми же словами, что и сервер, — и ловушки, о которых сервер молчит.",
+    "АРГУМЕНТ",
     "КЛЮЧИ",
     "Вызов",
     "Показать эту справку",
@@ -78,6 +80,7 @@ constexpr HelpTexts kRussian{
 constexpr HelpTexts kEnglish{
     "Checks the configuration of the OPC UA server (opcuasrv.ini) before it is loaded.\n"
     "Tells errors, in the server's own words, and the traps that the server is silent about.",
+    "ARGUMENT",
     "OPTIONS",
     "Usage",
     "Show this help",
@@ -111,13 +114,13 @@ void declareOptions(CLI::App& app, Options& options, const HelpTexts& texts) {
     app.option_defaults()->group(texts.options);
     app.get_formatter()->label("Usage", texts.usage);
     app.get_formatter()->label("OPTIONS", texts.options);
-    app.get_formatter()->label("Positionals", "");
+    app.get_formatter()->label("Positionals", texts.argument);
     app.get_formatter()->column_width(24);
     app.set_help_flag("-h,--help", texts.help);
     app.add_option("FILE", options.file, texts.file)->type_name("");
     app.add_option("--system", options.system, texts.system)->type_name("DIR");
     app.add_option("--settings", options.settings, texts.settings)->type_name("DIR");
-    app.add_option("--counts", options.counts, texts.counts)->type_name("va=N,…");
+    app.add_option("--counts", options.counts, texts.counts)->type_name("va=N,...");
     app.add_option("--rvs", options.rvs, texts.rvs)->type_name("N-M");
     app.add_option("--rvl", options.rvl, texts.rvl)->type_name("N-M");
     app.add_option("--lang", options.language, texts.language)->type_name("ru|en");
@@ -169,12 +172,19 @@ std::string fillDatabase(const Options& options, Database& database) {
 // ---- Checking ----------------------------------------------------------------------------------
 
 std::optional<std::string> readBytes(const std::string& path) {
-    if (std::error_code error; std::filesystem::is_directory(path, error)) return std::nullopt;
     std::ifstream file(path, std::ios::binary);
     if (!file) return std::nullopt;
     std::string bytes{std::istreambuf_iterator<char>(file), {}};
     if (file.bad()) return std::nullopt;
     return bytes;
+}
+
+/// The server opens a folder and then finds nothing in it; here it can only be a slip.
+int refuseFolder(const Options& options) {
+    std::cerr << "opcuacheck: " << options.file
+              << (options.russian() ? " — папка, а нужен файл\n" : " is a folder, not a file\n");
+    if (options.json) std::cout << "[]\n";
+    return kNotReadable;
 }
 
 int notReadable(const Options& options, const std::string& settingsPath) {
@@ -186,7 +196,8 @@ int notReadable(const Options& options, const std::string& settingsPath) {
     reportConfigError(ConfigError::fileNotOpened);
     redirectConfigErrors({});
     const ConfigText text("");
-    const Checked checked{text, view, {}};
+    const Database database;
+    const Checked checked{text, view, database};
     Findings findings{{RuleId::fileNotOpened, 0, 0, {}, {}, {options.file}, {}}};
     findings.front().logLine = view.reports.front().report.logLine;
     if (options.json) {
@@ -210,6 +221,9 @@ int check(const Options& options, Database& database) {
                                              ? std::filesystem::path(options.file).parent_path()
                                              : std::filesystem::path(options.settings);
     const std::string settingsPath = (folder / "veskkntr.ini").string();
+    if (std::error_code error; std::filesystem::is_directory(options.file, error)) {
+        return refuseFolder(options);
+    }
     const auto bytes = readBytes(options.file);
     if (!bytes) return notReadable(options, settingsPath);
     if (!options.system.empty()) {

@@ -1,8 +1,9 @@
 #include <algorithm>
+#include <bitset>
 #include <charconv>
 #include <map>
 #include <set>
-#include <tuple>
+#include <unordered_map>
 
 #include "server/attributes/AccessTypeAtr.h"
 #include "server/attributes/TagConfig.h"
@@ -23,21 +24,58 @@ bool holdsEntries(const Section& section) {
            (!isPlotter(section) && section.name.find("Attributes_Group") != std::string::npos);
 }
 
-/// Whether the section publishes any tag of the kind.
-bool listsAny(const Section& section, VariableType kind) {
+using KindSet = std::bitset<kKinds.size()>;  // by VariableType
+
+/// The kinds of which the section publishes any tag.
+KindSet listedKinds(const Section& section) {
+    KindSet kinds;
     for (const KeyValue& entry : section.params) {
-        if (entry.key != kindOf(kind).word) continue;
+        const auto* const kind = std::ranges::find(kKinds, entry.key, &VariableKind::word);
+        if (kind == kKinds.end()) continue;
         const NumberList list = readNumberList(entry.value);
-        return list.all || !mergedRanges(list.ranges).empty();
+        kinds[static_cast<std::size_t>(kind->type)] =
+            list.all || !mergedRanges(list.ranges).empty();
     }
-    return false;
+    return kinds;
+}
+
+/// With which numbers the digits behind "Attributes_Group" begin: "1" and "12" of group 12. The
+/// groups of all these numbers take the section's entries.
+std::vector<std::string> numberStarts(const std::string& name) {
+    constexpr std::string_view kGroup = "Attributes_Group";
+    constexpr std::size_t kMostDigits = 10;
+    std::vector<std::string> starts;
+    const auto at = name.find(kGroup);
+    if (at == std::string::npos) return starts;
+    std::string digits;
+    for (auto i = at + kGroup.size(); i < name.size() && digits.size() < kMostDigits; ++i) {
+        if (name[i] < '0' || name[i] > '9') break;
+        digits += name[i];
+        starts.push_back(digits);
+    }
+    return starts;
 }
 
 /// Checks the entries of one section on their own.
 class EntryTraps {
   public:
     EntryTraps(const Checked& checked, Findings& findings)
-        : checked_(checked), findings_(findings) {}
+        : checked_(checked), findings_(findings) {
+        for (const GivenReport& given : checked.view.reports) {
+            if (given.report.error == ConfigError::attribute) {
+                reportedLines_.insert(given.report.line.value_or(0));
+            }
+        }
+        for (const Section& section : checked.view.sections) {
+            listed_.emplace(&section, listedKinds(section));
+            for (const std::string& number : numberStarts(section.name)) {
+                groupsByStart_[number].push_back(&section);
+            }
+            if (const int number = getNumberGroup(section.name); number >= 0) {
+                groupsByNumber_[std::to_string(number)].push_back(&section);
+            }
+        }
+    }
 
     void look(const Section& section) {
         section_ = &section;
@@ -108,9 +146,7 @@ class EntryTraps {
     /// Whether the server itself complains about the line.
     bool isReported() const {
         const std::int32_t line = checked_.text.lineOf(section_->name, entry_->key);
-        return std::ranges::any_of(checked_.view.reports, [=](const GivenReport& given) {
-            return given.report.error == ConfigError::attribute && given.report.line == line;
-        });
+        return reportedLines_.contains(line);
     }
 
     void lookAtNumber(int number) {
@@ -140,16 +176,21 @@ class EntryTraps {
             {shown(info.access), answer.text, near.empty() ? "OPC_READABLE" : near});
     }
 
+    bool listsAny(const Section& section, VariableType kind) const {
+        return listed_.at(&section)[static_cast<std::size_t>(kind)];
+    }
+
     /// A group's entries serve the tags of every group whose number this one's begins with.
     bool isPublishedHere(VariableType kind) const {
         if (listsAny(*section_, kind)) return true;
         if (section_->name == "Attributes") return false;
-        return std::ranges::any_of(checked_.view.sections, [&](const Section& other) {
-            const int number = getNumberGroup(other.name);
-            if (&other == section_ || number < 0) return false;
-            const std::string text = "Attributes_Group" + std::to_string(number);
-            return section_->name.find(text) != std::string::npos && listsAny(other, kind);
-        });
+        for (const std::string& number : numberStarts(section_->name)) {
+            const auto groups = groupsByNumber_.find(number);
+            if (groups == groupsByNumber_.end()) continue;
+            const auto lists = [&](const Section* group) { return listsAny(*group, kind); };
+            if (std::ranges::any_of(groups->second, lists)) return true;
+        }
+        return false;
     }
 
     void lookAtKindsWithout(const std::set<const PublishedType*>& configured) {
@@ -169,13 +210,14 @@ class EntryTraps {
     bool takesFromOthers(VariableType kind) const {
         const int number = getNumberGroup(section_->name);
         if (number < 0) return false;
-        const std::string text = "Attributes_Group" + std::to_string(number);
-        return std::ranges::any_of(checked_.view.sections, [&](const Section& other) {
-            if (&other == section_ || other.name.find(text) == std::string::npos) return false;
-            return std::ranges::any_of(other.params, [&](const KeyValue& entry) {
-                const PublishedType* const type = typeOf(entry.key);
-                return type != nullptr && type->kind == kind;
-            });
+        const auto sources = groupsByStart_.find(std::to_string(number));
+        if (sources == groupsByStart_.end()) return false;
+        const auto isOfKind = [&](const KeyValue& entry) {
+            const PublishedType* const type = typeOf(entry.key);
+            return type != nullptr && type->kind == kind;
+        };
+        return std::ranges::any_of(sources->second, [&](const Section* other) {
+            return other != section_ && std::ranges::any_of(other->params, isOfKind);
         });
     }
 
@@ -184,6 +226,10 @@ class EntryTraps {
     const Section* section_ = nullptr;
     const KeyValue* entry_ = nullptr;
     const PublishedType* type_ = nullptr;
+    std::set<std::int32_t> reportedLines_;
+    std::unordered_map<const Section*, KindSet> listed_;
+    std::unordered_map<std::string, std::vector<const Section*>> groupsByStart_;
+    std::unordered_map<std::string, std::vector<const Section*>> groupsByNumber_;
 };
 
 // ---- The same node twice -----------------------------------------------------------------------

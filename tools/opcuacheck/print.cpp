@@ -123,7 +123,8 @@ class TextPrinter {
             out_ << in("С этой конфигурацией сервер НЕ ЗАПУСТИТСЯ (нет допустимого порта).\n",
                        "With this configuration the server will NOT START (no valid port).\n");
         }
-        printUnknown(checked);
+        const bool unread = !findings.empty() && findings.front().rule == RuleId::fileNotOpened;
+        if (!unread) printUnknown(checked);
     }
 
   private:

@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <map>
-#include <optional>
+#include <unordered_map>
+#include <utility>
 
 #include "server/attributes/TagConfig.h"
 #include "server/config/GeneralSettings.h"
@@ -113,38 +114,51 @@ const PublishedType* typeOfKey(std::string_view key) {
     return found == kPublishedTypes.end() ? nullptr : &*found;
 }
 
-/// The loaded entry that a complaint about an attribute means: the one of the key, at the server's
-/// line when there are several, whose attribute is wrong in the same way.
-struct MeantEntry {
-    std::string section;
+/// A loaded attribute entry.
+struct PlacedEntry {
+    const Section* section;
     std::int32_t line;
     TagInfo info;
 };
-std::optional<MeantEntry> meantEntry(const Checked& checked, const ConfigErrorReport& report,
-                                     bool refused) {
-    std::optional<MeantEntry> best;
-    const PublishedType* const type = typeOfKey(report.subject.key);
-    if (type == nullptr) return best;
+using EntriesByKey = std::unordered_map<std::string, std::vector<PlacedEntry>>;
+
+EntriesByKey entriesByKey(const Checked& checked) {
+    EntriesByKey entries;
     for (const Section& section : checked.view.sections) {
         if (section.name.find("Attributes") == std::string::npos) continue;
         for (const KeyValue& entry : section.params) {
-            if (entry.key != report.subject.key) continue;
-            auto info = readTagEntry(entry);
-            if (!info || mayBeExported(*type, info->attributeNumber) == refused) continue;
-            const std::int32_t line = checked.text.lineOf(section.name, entry.key);
-            if (!best || line == report.line) best = {section.name, line, std::move(*info)};
+            if (typeOfKey(entry.key) == nullptr) continue;
+            if (auto info = readTagEntry(entry)) {
+                entries[entry.key].push_back(
+                    {&section, checked.text.lineOf(section.name, entry.key), std::move(*info)});
+            }
         }
+    }
+    return entries;
+}
+
+/// The entry that a complaint about an attribute means: one of its key that is wrong in this way,
+/// at the server's line when there are several.
+const PlacedEntry* meantEntry(const EntriesByKey& entries, const ConfigErrorReport& report,
+                              const PublishedType& type) {
+    const auto sameKey = entries.find(report.subject.key);
+    if (sameKey == entries.end()) return nullptr;
+    const PlacedEntry* best = nullptr;
+    for (const PlacedEntry& entry : sameKey->second) {
+        if (mayBeExported(type, entry.info.attributeNumber) != report.subject.missing) continue;
+        if (best == nullptr || entry.line == report.line) best = &entry;
     }
     return best;
 }
 
-void explainAttribute(const Checked& checked, const ConfigErrorReport& report, Finding& finding) {
+void explainAttribute(const Checked& checked, const EntriesByKey& entries,
+                      const ConfigErrorReport& report, Finding& finding) {
     const bool missing = report.subject.missing;
     finding.rule = missing ? RuleId::attributeMissing : RuleId::attributeRefused;
     const PublishedType* const type = typeOfKey(report.subject.key);
-    const auto entry = meantEntry(checked, report, !missing);
-    if (type == nullptr || !entry) return;
-    finding.section = shown(entry->section);
+    const PlacedEntry* const entry = type == nullptr ? nullptr : meantEntry(entries, report, *type);
+    if (entry == nullptr) return;
+    finding.section = shown(entry->section->name);
     finding.trueLine = entry->line;
     finding.arguments = {std::to_string(entry->info.attributeNumber), wordOf(*type),
                          shown(entry->info.name)};
@@ -198,8 +212,8 @@ static std::int32_t lineOfSection(const ConfigText& text, const std::string& sec
     return text.entries().empty() ? 0 : text.entries().front().line;
 }
 
-static Finding explained(const Checked& checked, const ConfigErrorReport& report,
-                         std::size_t index) {
+static Finding explained(const Checked& checked, const EntriesByKey& entries,
+                         const ConfigErrorReport& report, std::size_t index) {
     Finding finding;
     finding.line = report.line.value_or(0);
     finding.section = shown(report.subject.section);
@@ -215,7 +229,7 @@ static Finding explained(const Checked& checked, const ConfigErrorReport& report
             explainPort(checked, finding);
             break;
         case ConfigError::attribute:
-            explainAttribute(checked, report, finding);
+            explainAttribute(checked, entries, report, finding);
             break;
         case ConfigError::unknownSection:
             explainSection(report, finding);
@@ -223,10 +237,10 @@ static Finding explained(const Checked& checked, const ConfigErrorReport& report
             break;
         case ConfigError::unknownKey: {
             explainKey(report, finding);
-            const auto entries = checked.text.find(report.subject.section, report.subject.key);
+            const auto lines = checked.text.find(report.subject.section, report.subject.key);
             const bool named = std::ranges::any_of(
-                entries, [&](const auto* entry) { return entry->line == finding.line; });
-            if (!named && !entries.empty()) finding.trueLine = entries.front()->line;
+                lines, [&](const auto* entry) { return entry->line == finding.line; });
+            if (!named && !lines.empty()) finding.trueLine = lines.front()->line;
             break;
         }
     }
@@ -235,9 +249,10 @@ static Finding explained(const Checked& checked, const ConfigErrorReport& report
 }
 
 void addServerErrors(const Checked& checked, Findings& findings) {
+    const EntriesByKey entries = entriesByKey(checked);
     std::map<ConfigError, std::size_t> seen;
     for (const auto& [report, given] : checked.view.reports) {
-        Finding finding = explained(checked, report, seen[report.error]++);
+        Finding finding = explained(checked, entries, report, seen[report.error]++);
         if (given) finding.logLine = report.logLine;
         findings.push_back(std::move(finding));
     }

@@ -191,19 +191,24 @@ class TreeWork {
     }
 
     void noteConflict(VariableType kind, int tag, int groupFolder, int owner) {
-        const auto [place, isNew] =
-            conflictAt_.try_emplace(std::pair(kind, groupFolder), view_.conflicts.size());
-        if (isNew) view_.conflicts.push_back({kind, groupFolder, tag, owner, 0});
-        ++view_.conflicts[place->second].count;
+        auto& indices = conflictAt_[static_cast<std::size_t>(kind)];
+        const auto folder = static_cast<std::size_t>(groupFolder);
+        if (indices.size() <= folder) indices.resize(folder + 1, kNone);
+        if (indices[folder] == kNone) {
+            indices[folder] = view_.conflicts.size();
+            view_.conflicts.push_back({kind, groupFolder, tag, owner, 0});
+        }
+        ++view_.conflicts[indices[folder]].count;
     }
 
+    static constexpr std::size_t kNone = static_cast<std::size_t>(-1);
     static constexpr int kNobody = -1;
 
     ServerView& view_;
     const std::vector<Section>& sections_;
     const Database& database_;
-    std::array<std::vector<int>, kKinds.size()> owners_;  // group folder by tag number
-    std::map<std::pair<VariableType, int>, std::size_t> conflictAt_;
+    std::array<std::vector<int>, kKinds.size()> owners_;              // group folder by tag number
+    std::array<std::vector<std::size_t>, kKinds.size()> conflictAt_;  // by group folder
 };
 
 /// Takes what the server would post and log, as long as it lives.

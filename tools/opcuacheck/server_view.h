@@ -71,7 +71,7 @@ struct ServerView {
 };
 
 /// Tags in all lists together up to which the trees are worked out.
-inline constexpr std::int64_t kMostTags = 20'000'000;
+inline constexpr std::int64_t kMostTags = 5'000'000;
 
 /// @param path  of a file that can be opened; lines are searched in it
 /// @param settingsPath  the controller's settings file, for its number and cycle; may be missing
