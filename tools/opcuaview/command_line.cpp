@@ -7,6 +7,7 @@
 #include <charconv>
 #include <cstdio>
 
+#include "tools/opcuaview/history.h"
 #include "tools/opcuaview/item_list.h"
 #include "tools/opcuaview/text.h"
 #include "tools/opcuaview/watch.h"
@@ -16,7 +17,8 @@ namespace opcuaview {
 static constexpr const char* kOptionGroup = "Ключи";
 static constexpr const char* kFooter =
     "Код завершения: 0 — получено хотя бы одно значение, 1 — ни одного, 2 — неверные ключи,\n"
-    "3 — нет связи с сервером, 4 — связь потеряна и не восстановлена.";
+    "3 — нет связи с сервером, 4 — связь потеряна и не восстановлена, 5 — история прочитана не\n"
+    "до конца.";
 
 static std::string urlProblem(std::string& url) {
     const UA_String text = borrowed(url);
@@ -129,6 +131,7 @@ int runProgram(int argc, const char* const* argv) {
     app.failure_message(refusal);
     app.require_subcommand(0, 1);  // none is refused below, after an unknown word has been named
     addWatchCommand(app, status);
+    addHistoryCommand(app, status);
     try {
         app.parse(argc, argv);
         if (app.get_subcommands().empty()) throw CLI::RequiredError("");

@@ -3,6 +3,7 @@
 #include <open62541/client_config_default.h>
 
 #include <algorithm>
+#include <limits>
 
 #include "tools/opcuaview/text.h"
 
@@ -140,6 +141,89 @@ UA_StatusCode Session::read(const std::vector<const UA_NodeId*>& nodes, UA_Attri
         if (status != UA_STATUSCODE_GOOD) return status;
     }
     return UA_STATUSCODE_GOOD;
+}
+
+UA_StatusCode Session::browsePens(std::vector<Child>& pens) {
+    constexpr UA_UInt32 kHistoricalFolder = 7;
+    const UA_NodeId folder = UA_NODEID_NUMERIC(namespaceIndex_, kHistoricalFolder);
+    std::vector<std::vector<Child>> plotters;
+    UA_StatusCode status = browse({&folder}, plotters);
+    for (std::size_t i = 0; status == UA_STATUSCODE_GOOD && i < plotters.front().size(); ++i) {
+        std::vector<std::vector<Child>> lists;
+        status = browse({plotters.front()[i].id.get()}, lists);
+        for (Child& pen : lists.front()) {
+            if (pen.isVariable) pens.push_back(std::move(pen));
+        }
+    }
+    return status;
+}
+
+/// Times and numbers as the history's readers need them; other values are none.
+static HistoryValue historyValueOf(const UA_DataValue& data) {
+    HistoryValue value;
+    if (data.hasSourceTimestamp) value.time = data.sourceTimestamp;
+    if (data.hasStatus) value.status = data.status;
+    value.number = std::numeric_limits<double>::quiet_NaN();
+    if (!data.hasValue || !UA_Variant_isScalar(&data.value)) return value;
+    switch (data.value.type->typeKind) {
+        case UA_DATATYPEKIND_BOOLEAN:
+            value.number = *static_cast<const UA_Boolean*>(data.value.data) ? 1 : 0;
+            break;
+        case UA_DATATYPEKIND_INT64:
+            value.number = static_cast<double>(*static_cast<const UA_Int64*>(data.value.data));
+            value.wide = true;
+            break;
+        case UA_DATATYPEKIND_FLOAT:
+            value.number = static_cast<double>(*static_cast<const UA_Float*>(data.value.data));
+            break;
+        case UA_DATATYPEKIND_DOUBLE:
+            value.number = *static_cast<const UA_Double*>(data.value.data);
+            value.wide = true;
+            break;
+        default:
+            break;
+    }
+    return value;
+}
+
+UA_StatusCode Session::readHistory(const UA_NodeId& node, UA_DateTime from, UA_DateTime to,
+                                   std::vector<HistoryValue>& values) {
+    UA_ReadRawModifiedDetails details{};
+    details.startTime = from;
+    details.endTime = to;
+    UA_HistoryReadValueId wanted{};
+    wanted.nodeId = node;
+    UA_HistoryReadRequest request{};
+    UA_HistoryReadRequest_init(&request);
+    UA_ExtensionObject_setValueNoDelete(&request.historyReadDetails, &details,
+                                        &UA_TYPES[UA_TYPES_READRAWMODIFIEDDETAILS]);
+    request.timestampsToReturn = UA_TIMESTAMPSTORETURN_SOURCE;
+    request.nodesToRead = &wanted;
+    request.nodesToReadSize = 1;
+    HistoryReadResponse response{UA_Client_Service_historyRead(client_.get(), request)};
+    if (UA_StatusCode_isBad(response->responseHeader.serviceResult)) {
+        return response->responseHeader.serviceResult;
+    }
+    if (response->resultsSize != 1) return UA_STATUSCODE_BADUNEXPECTEDERROR;
+    const UA_HistoryReadResult& result = response->results[0];
+    if (UA_StatusCode_isBad(result.statusCode)) return result.statusCode;
+    const UA_ExtensionObject& data = result.historyData;
+    const bool decoded = data.encoding == UA_EXTENSIONOBJECT_DECODED &&
+                         data.content.decoded.type == &UA_TYPES[UA_TYPES_HISTORYDATA];
+    if (!decoded) return UA_STATUSCODE_GOOD;  // no values
+    const auto& history = *static_cast<const UA_HistoryData*>(data.content.decoded.data);
+    for (std::size_t i = 0; i < history.dataValuesSize; ++i) {
+        values.push_back(historyValueOf(history.dataValues[i]));
+    }
+    return UA_STATUSCODE_GOOD;
+}
+
+bool Session::isConnected() const {
+    UA_SecureChannelState channel{};
+    UA_SessionState session{};
+    UA_StatusCode status = UA_STATUSCODE_GOOD;
+    UA_Client_getState(client_.get(), &channel, &session, &status);
+    return session == UA_SESSIONSTATE_ACTIVATED;
 }
 
 UA_StatusCode Session::idle(std::chrono::milliseconds time) {

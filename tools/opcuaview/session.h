@@ -8,6 +8,7 @@
 #include <string_view>
 #include <vector>
 
+#include "tools/opcuaview/history_pager.h"
 #include "tools/opcuaview/ua_handle.h"
 
 namespace opcuaview {
@@ -50,6 +51,18 @@ class Session {
     /// @param attributeId  OPC 10000-6, A.1: 13 the value, 4 the display name
     [[nodiscard]] UA_StatusCode read(const std::vector<const UA_NodeId*>& nodes,
                                      UA_AttributeId attributeId, std::vector<DataValue>& values);
+
+    /// The pens of the "Historical" folder: the variables with a history, in the server's order.
+    [[nodiscard]] UA_StatusCode browsePens(std::vector<Child>& pens);
+
+    /// Raw values of one node between two times, both included, as one answer of the server holds
+    /// them: it may be cut without a sign. `values` gets them behind what it has.
+    /// @return of the request, else of the node
+    [[nodiscard]] UA_StatusCode readHistory(const UA_NodeId& node, UA_DateTime from, UA_DateTime to,
+                                            std::vector<HistoryValue>& values);
+
+    /// Whether the connection broke, rather than a request was answered with an error.
+    [[nodiscard]] bool isConnected() const;
 
     /// Waits and keeps the connection alive meanwhile. Returns early when it is lost or on a
     /// signal.

@@ -51,6 +51,7 @@ using ByteString = UaHandle<UA_ByteString, UA_TYPES_BYTESTRING>;
 using DataValue = UaHandle<UA_DataValue, UA_TYPES_DATAVALUE>;
 using BrowseResponse = UaHandle<UA_BrowseResponse, UA_TYPES_BROWSERESPONSE>;
 using BrowseNextResponse = UaHandle<UA_BrowseNextResponse, UA_TYPES_BROWSENEXTRESPONSE>;
+using HistoryReadResponse = UaHandle<UA_HistoryReadResponse, UA_TYPES_HISTORYREADRESPONSE>;
 using ReadResponse = UaHandle<UA_ReadResponse, UA_TYPES_READRESPONSE>;
 
 /// A view of the library's string; lives no longer than it.

@@ -1,0 +1,48 @@
+#pragma once
+
+#include <chrono>
+#include <optional>
+#include <string>
+
+#include "tools/opcuaview/exit_status.h"
+#include "tools/opcuaview/session.h"
+
+namespace CLI {
+class App;
+}
+
+namespace opcuaview {
+
+struct HistoryOptions {
+    std::string url = "opc.tcp://localhost:4840";
+    std::string nodeId;  ///< "ns=1;s=..."; else the pen is found by `pen`
+    std::string pen;     ///< part of the node id, in any case
+    std::string from;    ///< empty: `last` before the end
+    std::string to;      ///< empty: now
+    std::chrono::seconds last = std::chrono::hours{1};
+    double waitSeconds = 10;
+    bool list = false;  ///< only the pens
+    bool plot = false;  ///< a picture instead of CSV
+};
+
+/// Adds "history" to the program; `status` gets what it answers.
+void addHistoryCommand(CLI::App& app, ExitStatus& status);
+
+/// Reads the history of one pen and writes it to standard output.
+[[nodiscard]] ExitStatus readHistory(const HistoryOptions& options);
+
+/// Time in "2026-11-21", "2026-11-21 12:33", "... 12:33:10" or "... 12:33:10.123", local; with a
+/// "Z" behind it UTC. A "T" may stand for the blank.
+[[nodiscard]] std::optional<UA_DateTime> parseTime(const std::string& text);
+
+/// "30d", "12h", "45m" or "90s".
+[[nodiscard]] std::optional<std::chrono::seconds> parseDuration(const std::string& text);
+
+/// The pens whose node id contains the text, in any case; all for an empty text.
+[[nodiscard]] std::vector<const Child*> matchingPens(const std::vector<Child>& pens,
+                                                     const std::string& text);
+
+/// One line of the CSV output: UTC time with microseconds, value, quality.
+[[nodiscard]] std::string csvLine(const HistoryValue& value);
+
+}  // namespace opcuaview

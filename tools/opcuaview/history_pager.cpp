@@ -1,0 +1,75 @@
+#include "tools/opcuaview/history_pager.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace opcuaview {
+
+static constexpr UA_DateTime kTicksPerMs = 10'000;
+
+static UA_DateTime startOfMs(UA_DateTime time) {
+    return time - time % kTicksPerMs;
+}
+
+HistoryPager::HistoryPager(HistoryRequest request, UA_DateTime from, UA_DateTime to)
+    : request_(std::move(request)), from_(from), to_(to), position_(from) {}
+
+HistoryPager::Step HistoryPager::next(std::vector<HistoryValue>& values) {
+    values.clear();
+    std::vector<HistoryValue> answer;
+    if (!ask(startOfMs(position_), answer)) return Step::failed;
+    takeNew(answer, values);
+    return values.empty() ? stepWithoutNew(answer) : Step::values;
+}
+
+/// The end is asked for to the next millisecond, because the server cuts it.
+bool HistoryPager::ask(UA_DateTime from, std::vector<HistoryValue>& answer) {
+    answer.clear();
+    status_ = request_(from, startOfMs(to_ + kTicksPerMs - 1), answer);
+    if (UA_StatusCode_isBad(status_)) return false;
+    largest_ = std::max(largest_, answer.size());
+    UA_DateTime before = from;
+    for (HistoryValue& value : answer) {
+        if (value.time == 0) value.time = before;
+        before = value.time;
+    }
+    return true;
+}
+
+/// Values of one time are told apart by their number alone: the archive only grows at its end.
+void HistoryPager::takeNew(const std::vector<HistoryValue>& answer,
+                           std::vector<HistoryValue>& values) {
+    std::size_t seen = 0;
+    for (const HistoryValue& value : answer) {
+        if (value.time < std::max(position_, from_) || value.time > to_) continue;
+        if (value.time == position_ && seen < atPosition_) {
+            ++seen;
+            continue;
+        }
+        values.push_back(value);
+    }
+    if (values.empty()) return;
+    const UA_DateTime last = values.back().time;
+    const auto atLast = static_cast<std::size_t>(std::count_if(
+        values.begin(), values.end(), [last](const HistoryValue& v) { return v.time == last; }));
+    atPosition_ = last == position_ ? atPosition_ + atLast : atLast;
+    position_ = last;
+}
+
+HistoryPager::Step HistoryPager::stepWithoutNew(const std::vector<HistoryValue>& answer) {
+    if (answer.empty() || answer.size() < largest_ || answer.back().time > to_) return Step::end;
+    // As large as any answer so far, and all of one millisecond. What comes behind it tells whether
+    // it was cut.
+    std::vector<HistoryValue> others;
+    const UA_DateTime nextMs = startOfMs(position_) + kTicksPerMs;
+    if (nextMs <= to_) {
+        if (!ask(nextMs, others)) return Step::failed;
+        if (!others.empty()) return Step::stuck;
+    }
+    if (answer.size() == 1) return Step::end;
+    // Nothing behind it. A larger answer to any other question shows that this one was whole.
+    if (!ask(UA_DATETIME_UNIX_EPOCH, others)) return Step::failed;
+    return others.size() > answer.size() ? Step::end : Step::stuck;
+}
+
+}  // namespace opcuaview

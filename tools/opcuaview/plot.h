@@ -1,0 +1,30 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "tools/opcuaview/history_pager.h"
+
+/// Histories as pictures of characters.
+namespace opcuaview {
+
+/// A curve of dots, two by four in a character, with its scale at the left and times below. Where
+/// several values share a column it reaches from the least to the greatest; where the quality is
+/// bad or values are missing it has a gap.
+/// @param rows   lines of the picture, at least 4: two of them are the time axis
+/// @param width  columns of the picture, at least 30
+/// @return `rows` lines, none wider than `width`
+[[nodiscard]] std::vector<std::string> plot(const std::vector<HistoryValue>& values,
+                                            UA_DateTime from, UA_DateTime to, int rows, int width);
+
+/// The same in one line of `width` blocks of eight heights; a gap is a blank.
+[[nodiscard]] std::string sparkline(const std::vector<HistoryValue>& values, UA_DateTime from,
+                                    UA_DateTime to, int width);
+
+/// "82.03 … 82.41": from the least to the greatest; "—" without values.
+[[nodiscard]] std::string rangeText(const std::vector<HistoryValue>& values);
+
+/// Time of day, local, "12:33:10".
+[[nodiscard]] std::string timeOfDay(UA_DateTime time);
+
+}  // namespace opcuaview
