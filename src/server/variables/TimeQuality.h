@@ -14,7 +14,7 @@ UA_DateTime timevalToUaDateTime(const timeval& time);
 /// The same conversion under the name that the operative data use.
 UA_DateTime timevalToUaDateTimeOperative(const timeval& time);
 
-/// UTC seconds and microseconds of an OPC UA time, by way of the controller's calendar; parts below
-/// a millisecond are dropped. A time after 2038-01-18 00:00:00 becomes that moment, taken as local
-/// time: the trend archive's stamps have 32 bits. {0, 0} when the calendar has no such time.
+/// UTC seconds and microseconds of an OPC UA time; parts below a millisecond are dropped. A time
+/// after 2038-01-18 00:00:00 becomes that moment, taken as local time: the trend archive's stamps
+/// have 32 bits. {0, 0} for the second before 1970, which the calendar takes for a failure.
 timeval uaDateTimeToTimeval(UA_DateTime dateTime);
