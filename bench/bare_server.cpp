@@ -13,6 +13,8 @@
 #include <open62541/server_config_default.h>
 #include <CLI/CLI.hpp>
 
+#include "bare_history.h"
+
 namespace {
 
 struct Attribute {
@@ -24,6 +26,9 @@ struct Options {
     std::uint16_t port = 4840;
     std::size_t tags = 0;
     std::vector<Attribute> attributes;
+    bool writable = false;
+    std::size_t pens = 0;       // historical nodes
+    std::size_t penValues = 0;  // of each
 };
 
 // The server's default sampling interval, which is its lower limit for publishing and sampling too.
@@ -54,6 +59,16 @@ UA_StatusCode readFloat(UA_Server*, const UA_NodeId*, void*, const UA_NodeId*, v
     value->status = UA_STATUSCODE_GOOD;
     value->sourceTimestamp = kSourceTime;
     return UA_Variant_setScalarCopy(&value->value, nodeContext, &UA_TYPES[UA_TYPES_FLOAT]);
+}
+
+/// The counterpart for writes.
+UA_StatusCode writeFloat(UA_Server*, const UA_NodeId*, void*, const UA_NodeId*, void* nodeContext,
+                         const UA_NumericRange*, const UA_DataValue* value) noexcept {
+    if (!UA_Variant_hasScalarType(&value->value, &UA_TYPES[UA_TYPES_FLOAT])) {
+        return UA_STATUSCODE_BADTYPEMISMATCH;
+    }
+    *static_cast<float*>(nodeContext) = *static_cast<float*>(value->value.data);
+    return UA_STATUSCODE_GOOD;
 }
 
 class BareServer {
@@ -121,6 +136,10 @@ UA_StatusCode BareServer::addValue(const std::string& structure, const Attribute
     attributes.accessLevel = UA_ACCESSLEVELMASK_READ;
     UA_CallbackValueSource source{};
     source.read = readFloat;
+    if (options_.writable) {
+        attributes.accessLevel |= UA_ACCESSLEVELMASK_WRITE;
+        source.write = writeFloat;
+    }
     return UA_Server_addCallbackValueSourceVariableNode(
         server_, named(id), named(structure), ns0(UA_NS0ID_HASCOMPONENT),
         {ns_, text(attribute.name)}, ns0(UA_NS0ID_BASEDATAVARIABLETYPE), attributes, source, value,
@@ -151,6 +170,9 @@ UA_StatusCode BareServer::build() {
     for (std::size_t i = 0; i < options_.tags && status == UA_STATUSCODE_GOOD; ++i) {
         status = addTag(i);
     }
+    if (status == UA_STATUSCODE_GOOD && options_.pens != 0) {
+        status = bench::addBareHistory(server_, ns_, options_.pens, options_.penValues);
+    }
     return status;
 }
 
@@ -179,6 +201,9 @@ int run(int argc, char** argv) {
             }
         },
         "attributes of every tag as NAME=NUMBER (UTF-8)");
+    app.add_flag("--writable", options.writable, "the values can be written");
+    app.add_option("--pens", options.pens, "historical nodes, pens of plotter 1");
+    app.add_option("--pen-values", options.penValues, "values of each pen");
     CLI11_PARSE(app, argc, argv);
 
     BareServer server(options);

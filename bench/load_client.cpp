@@ -82,6 +82,9 @@ class CommandLine {
         addAwait();
         addList();
         addRead();
+        addHistory();
+        addWrite();
+        addWait();
         addSubscribe();
     }
     CommandLine(const CommandLine&) = delete;
@@ -115,9 +118,40 @@ class CommandLine {
         command->add_option("--nodes", read_.nodesPerRequest, "nodes a request")
             ->capture_default_str()
             ->check(CLI::Range(1, 10'000));
-        command->add_option("--seconds", read_.seconds, "length of the measurement of each server")
-            ->capture_default_str();
+        addTimes(*command, read_.times);
         command->callback([this] { bench::loadReads(targets_, read_); });
+    }
+
+    void addHistory() {
+        CLI::App* command =
+            app_.add_subcommand("history", "values per second of saturating raw history reads");
+        addServers(*command, "servers that take turns, as PORT:PID");
+        command->add_option("--pens", history_.pens, "pens of plotter 1, read in turn")
+            ->capture_default_str();
+        command->add_option("--values", history_.values, "values that each answer must hold")
+            ->capture_default_str();
+        addTimes(*command, history_.times);
+        command->callback([this] { bench::loadHistory(targets_, history_); });
+    }
+
+    void addWrite() {
+        CLI::App* command = app_.add_subcommand("write", "values per second of saturating writes");
+        addServers(*command, "servers that take turns, as PORT:PID");
+        command->add_option("--tags", write_.tags, "analog inputs written in one request")
+            ->capture_default_str();
+        addTimes(*command, write_.times);
+        command->callback([this] { bench::loadWrites(targets_, write_); });
+    }
+
+    void addWait() {
+        CLI::App* command = app_.add_subcommand(
+            "wait", "how long live reads and notifications wait while history is read");
+        addServers(*command, "server as PORT:PID")->expected(1);
+        command->add_option("--pens", wait_.pens, "pens in each request; 0 reads no history")
+            ->capture_default_str();
+        command->add_option("--seconds", wait_.seconds, "length of the measurement")
+            ->capture_default_str();
+        command->callback([this] { bench::measureWaits(targets_.front(), wait_); });
     }
 
     void addSubscribe() {
@@ -127,6 +161,11 @@ class CommandLine {
         command->add_option("--seconds", subscribe_.seconds, "length of the measurement")
             ->capture_default_str();
         command->callback([this] { bench::loadSubscription(targets_.front(), subscribe_); });
+    }
+
+    static void addTimes(CLI::App& command, bench::LoadTimes& times) {
+        command.add_option("--seconds", times.seconds, "length of the measurement of each server")
+            ->capture_default_str();
     }
 
     void addPort(CLI::App& command) {
@@ -150,6 +189,9 @@ class CommandLine {
     double deadlineSeconds_ = 60;
     std::vector<bench::Target> targets_;
     bench::ReadLoad read_;
+    bench::HistoryLoad history_;
+    bench::WriteLoad write_;
+    bench::WaitLoad wait_;
     bench::SubscribeLoad subscribe_;
     CLI::App app_{"Loads OPC UA servers on 127.0.0.1 and prints the measurement as JSON."};
 };

@@ -12,10 +12,31 @@ struct Target {
     int pid = 0;
 };
 
-struct ReadLoad {
-    std::size_t nodesPerRequest = 1000;
+struct LoadTimes {
     double seconds = 2.0;       // for each server
     double sliceSeconds = 0.1;  // at a stretch, before the next server has its turn
+};
+
+struct ReadLoad {
+    std::size_t nodesPerRequest = 1000;
+    LoadTimes times;
+};
+
+/// Pens are those of plotter 1, named by number as all pens of a plotter are.
+struct HistoryLoad {
+    std::size_t pens = 10;
+    std::size_t values = 1000;  // in each answer
+    LoadTimes times;
+};
+
+struct WriteLoad {
+    std::size_t tags = 100;  // analog inputs, whose values are written, all in one request
+    LoadTimes times;
+};
+
+struct WaitLoad {
+    std::size_t pens = 10;  // read in one request, again and again; 0 reads no history
+    double seconds = 5.0;
 };
 
 struct SubscribeLoad {
@@ -30,6 +51,15 @@ struct SubscribeLoad {
 /// in turn. The servers take turns slice by slice, so that what else happens on the machine meets
 /// all alike.
 void loadReads(const std::vector<Target>& targets, const ReadLoad& load);
+
+/// As loadReads, raw history reads of one pen each.
+void loadHistory(const std::vector<Target>& targets, const HistoryLoad& load);
+
+/// As loadReads, writes of floats.
+void loadWrites(const std::vector<Target>& targets, const WriteLoad& load);
+
+/// How long live reads and notifications wait for a server whose history is read at the same time.
+void measureWaits(const Target& target, const WaitLoad& load);
 
 /// Processor time that a server spends on a subscription, once the first values have been sent.
 void loadSubscription(const Target& target, const SubscribeLoad& load);

@@ -9,13 +9,16 @@ import pathlib
 import subprocess
 import sys
 import time
+from typing import Any
 
 from harness import plan as plans
 from harness import report
+from harness.report_history import history_rows
 
 REPOSITORY = pathlib.Path(__file__).resolve().parents[2]
-TARGETS = ("bench_bare_server", "bench_load_client")
+TARGETS = ("bench_bare_server", "bench_load_client", "jxotr_told")
 OWN_TARGETS = ("opcuasrv", "zrtsim")
+PARTS = ("operative", "history")
 NOISY_LOAD = 0.5
 
 EPILOG = """\
@@ -46,6 +49,9 @@ def parse_arguments() -> argparse.Namespace:
         "--null-test",
         action="store_true",
         help="the bare server on both sides: shows how far ratios stray from 1 by chance",
+    )
+    parser.add_argument(
+        "--only", choices=PARTS, help="measure one part (default: both)"
     )
     parser.add_argument(
         "--build-dir", type=pathlib.Path, metavar="DIR",
@@ -102,17 +108,19 @@ def make_plan(arguments: argparse.Namespace, folder: pathlib.Path) -> plans.Plan
     }
     return plans.Plan(
         bin_dir=str((folder / "bin").resolve()),
-        rounds=sizes,
+        rounds={} if arguments.only == "history" else sizes,
         read_seconds=0.3 if quick else 2.0,
         subscribe_seconds=1.5 if quick else 5.0,
         idle_seconds=0.7 if quick else 5.0,
+        wait_seconds=1.0 if quick else 10.0,
+        history_rounds=0 if arguments.only == "operative" else (1 if quick else rounds),
         server_core=cores[0],
         client_core=cores[1],
         null_test=arguments.null_test,
     )
 
 
-def measure(plan: plans.Plan) -> report.Samples:
+def measure(plan: plans.Plan) -> Any:
     command = [
         str(REPOSITORY / "tools/dev/sandbox"), "--private-net", "--",
         sys.executable, "-B", "-m", "harness.inside", plan.to_json(),
@@ -120,8 +128,7 @@ def measure(plan: plans.Plan) -> report.Samples:
     done = subprocess.run(command, stdout=subprocess.PIPE, text=True, check=False)
     if done.returncode != 0:
         sys.exit(1)
-    samples: report.Samples = json.loads(done.stdout)
-    return samples
+    return json.loads(done.stdout)
 
 
 def main() -> int:
@@ -131,10 +138,12 @@ def main() -> int:
     load = os.getloadavg()[0]
     begin = time.monotonic()
     samples = measure(plan)
-    rows = report.make_rows(samples)
+    rows = report.make_rows(samples["operative"])
+    if samples["history"]:
+        rows += history_rows(samples["history"])
     table = report.markdown_table(rows) if arguments.markdown else report.text_table(rows)
     print(table, flush=True)
-    for warning in report.warnings(samples):
+    for warning in report.warnings(samples["operative"]):
         say(f"warning: {warning}")
     if load > NOISY_LOAD:
         say(f"warning: the machine was not idle before the start (load {load:.2f})")

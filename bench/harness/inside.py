@@ -15,6 +15,7 @@ from collections.abc import Iterator
 from typing import Any
 
 from harness import plan as plans
+from harness.history import History
 from harness.processes import MeasurementError, Program, run_client
 
 CONFIGURATION = pathlib.Path("/zrt/settings/opcuasrv.ini")
@@ -133,6 +134,21 @@ def check_same_tree(plan: plans.Plan, tags: int) -> None:
             raise MeasurementError(f"{title} publishes {len(lines)} nodes, first:\n  {first}")
 
 
+def measure_history(plan: plans.Plan) -> dict[str, Any]:
+    """Samples by figure and server, and the waits of this server's clients."""
+    progress(f"history, {plan.history_rounds} rounds ...")
+    rounds: dict[str, dict[str, list[dict[str, Any]]]] = {}
+    with controller(plan.bin_dir, plans.WRITE_TAGS, plan.client_core):
+        history = History(plan, sys.modules[__name__])
+        for _ in range(plan.history_rounds):
+            for figure, samples in history.measure_round().items():
+                by_server = rounds.setdefault(figure, {server: [] for server in SERVERS})
+                for server, sample in samples.items():
+                    by_server[server].append(sample)
+        waits = {} if plan.null_test else history.waits()
+    return {"figures": rounds, "waits": waits}
+
+
 def carry_out(plan: plans.Plan) -> dict[str, Any]:
     samples: dict[str, dict[str, list[dict[str, Any]]]] = {}
     for tags, rounds in plan.rounds.items():
@@ -152,7 +168,10 @@ def carry_out(plan: plans.Plan) -> dict[str, Any]:
 
 def main() -> int:
     try:
-        json.dump(carry_out(plans.Plan.from_json(sys.argv[1])), sys.stdout)
+        plan = plans.Plan.from_json(sys.argv[1])
+        samples = carry_out(plan) if plan.rounds else {}
+        history = measure_history(plan) if plan.history_rounds else {}
+        json.dump({"operative": samples, "history": history}, sys.stdout)
     except MeasurementError as error:
         progress(f"bench: {error}")
         return 1

@@ -21,6 +21,17 @@ READ_SIZES = (1, 100, 1000)
 """Nodes a request."""
 
 
+# History.
+HISTORY_VALUES = (100, 1000)
+"""Values a call."""
+READ_PENS = 10
+WRITE_TAGS = 100
+MOST_PENS = 10_000
+PEN_COUNTS = (0, 1000, MOST_PENS)
+WAITS = (("none", 0, 0), ("fast", READ_PENS, 0), ("slow", READ_PENS, 20_000))
+"""Name, pens a request, and microseconds that the archive takes for each pen."""
+
+
 @dataclasses.dataclass(frozen=True)
 class Plan:
     """One run. Times are seconds; `rounds` maps a number of tags to its number of rounds."""
@@ -30,6 +41,8 @@ class Plan:
     read_seconds: float
     subscribe_seconds: float
     idle_seconds: float
+    wait_seconds: float
+    history_rounds: int
     server_core: int
     client_core: int
     null_test: bool

@@ -46,7 +46,8 @@ class Row:
     unit: str
     digits: int
     server: float
-    bare: float
+    bare: float | None
+    """None where there is nothing to compare with."""
     rounds: dict[str, list[float]]
     bound: Bound | None = None
 
@@ -91,8 +92,12 @@ def share(part: str) -> Figure:
     return lambda s: 100 * s[part]["running"] / s[part]["seconds"]
 
 
+def slices_rate(measured: dict[str, Any]) -> float:
+    return statistics.median(x["values"] / own_seconds(x) for x in measured["slices"])
+
+
 def rate(part: str) -> Figure:
-    return lambda s: statistics.median(x["values"] / own_seconds(x) for x in s[part]["slices"])
+    return lambda s: slices_rate(s[part])
 
 
 def startup_us(sample: Sample) -> float:
@@ -169,6 +174,8 @@ def fixed_rows(samples: Samples) -> list[Row]:
 
 
 def make_rows(samples: Samples) -> list[Row]:
+    if not samples:
+        return []
     rows = load_rows(samples[str(plans.LOAD_TAGS)])
     sizes = [size_rows(samples, int(tags)) for tags in samples if tags != "0"]
     rows += [row for kind in zip(*sizes, strict=True) for row in kind]
@@ -177,7 +184,9 @@ def make_rows(samples: Samples) -> list[Row]:
 
 def warnings(samples: Samples) -> list[str]:
     """What makes the figures doubtful."""
-    found = []
+    found: list[str] = []
+    if not samples:
+        return found
     load = samples[str(plans.LOAD_TAGS)]
     for server, of_server in load.items():
         for nodes in plans.READ_SIZES:
@@ -207,7 +216,7 @@ def cells(rows: list[Row]) -> list[tuple[str, ...]]:
             row.title,
             row.unit,
             number(row.server, row.digits),
-            number(row.bare, row.digits),
+            "" if row.bare is None else number(row.bare, row.digits),
             "" if row.ratio is None else f"{row.ratio:.3f}",
             str(row.bound) if row.bound else "",
             VERDICTS[row.met],
@@ -243,7 +252,7 @@ def processor() -> str:
     return platform.machine()
 
 
-def as_json(rows: list[Row], plan: plans.Plan, samples: Samples) -> dict[str, Any]:
+def as_json(rows: list[Row], plan: plans.Plan, samples: Any) -> dict[str, Any]:
     return {
         "machine": {
             "processor": processor(),
@@ -252,7 +261,7 @@ def as_json(rows: list[Row], plan: plans.Plan, samples: Samples) -> dict[str, An
         },
         "rounds": plan.rounds,
         "null_test": plan.null_test,
-        "warnings": warnings(samples),
+        "warnings": warnings(samples["operative"]),
         "figures": {
             row.name: {
                 "title": row.title.strip(),

@@ -40,6 +40,7 @@ struct ToldPen {
 ///     missing                      reads give no answer at all
 ///     claim COUNT                  reads claim to have so many values
 ///     delay MICROS                 reads take so long
+///     fixed                        the file is not looked at again
 ///
 /// An unknown line is an error, told on standard error, and ends the process: a test must not pass
 /// because of a slip.
@@ -55,6 +56,7 @@ struct ToldScript {
     bool missing = false;
     std::optional<std::uint32_t> claim;
     unsigned delayMicros = 0;
+    bool fixed = false;
 };
 
 /// The script that TOLD_TRENDS names, read again when the file has changed.

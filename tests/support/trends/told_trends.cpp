@@ -102,17 +102,28 @@ static bool within(const ToldValue& value, const timeval& start, const timeval& 
     return micros(start.tv_sec, start.tv_usec) <= at && at <= micros(end.tv_sec, end.tv_usec);
 }
 
-static std::vector<ToldValue> chosen(const ToldScript& script, const OPCHDAITEMDEF& item,
-                                     const timeval& start, const timeval& end, unsigned count) {
+/// An answer of the caller's; an empty one has an array too.
+static OPCHDAITEM* makeAnswer(const std::vector<ToldValue>& values) {
+    auto* const item = new OPCHDAITEM;
+    item->count = static_cast<std::uint32_t>(values.size());
+    item->values = new ToldValue[values.size()];
+    if (!values.empty()) {
+        std::memcpy(item->values, values.data(), values.size() * sizeof(ToldValue));
+    }
+    return item;
+}
+
+static OPCHDAITEM* answer(const ToldScript& script, const OPCHDAITEMDEF& item, const timeval& start,
+                          const timeval& end, unsigned count) {
     const auto found = script.values.find({item.plotter, item.pen});
-    if (found == script.values.end()) return {};
-    if (script.whole) return found->second;
+    if (found == script.values.end()) return makeAnswer({});
+    if (script.whole) return makeAnswer(found->second);
     std::vector<ToldValue> values;
     for (const ToldValue& value : found->second) {
         if (values.size() >= count) break;
         if (within(value, start, end)) values.push_back(value);
     }
-    return values;
+    return makeAnswer(values);
 }
 
 int IHDA_SyncRead::ReadRaw(timeval* start, timeval* end, unsigned count, bool bounds,
@@ -126,13 +137,8 @@ int IHDA_SyncRead::ReadRaw(timeval* start, timeval* end, unsigned count, bool bo
     if (script.delayMicros != 0) (void)usleep(script.delayMicros);
     if (script.missing) return script.status;
 
-    const std::vector<ToldValue> values = chosen(script, *items, *start, *end, count);
-    *results = new OPCHDAITEM;
-    (*results)->count = script.claim.value_or(static_cast<std::uint32_t>(values.size()));
-    (*results)->values = new ToldValue[values.size()];
-    if (!values.empty()) {
-        std::memcpy((*results)->values, values.data(), values.size() * sizeof(ToldValue));
-    }
+    *results = answer(script, *items, *start, *end, count);
+    (*results)->count = script.claim.value_or((*results)->count);
     *errors = new int[itemCount]();
     return script.status;
 }

@@ -1,0 +1,117 @@
+"""History: raw reads, registration of pens, writes beside them, and how long others wait.
+
+Runs in the private root, after what harness.inside measures. The trend library is the one that
+answers out of memory as it is told, so that no archive's speed is in the comparison.
+"""
+
+from __future__ import annotations
+
+import contextlib
+import os
+import pathlib
+from collections.abc import Iterator
+from typing import Any
+
+from harness import plan as plans
+from harness.processes import MeasurementError, Program
+
+SCRIPT = pathlib.Path("/zrt/told.trends")
+FIRST_SECOND = 1_767_225_600  # 2026-01-01, as the bare server's
+
+Sample = dict[str, Any]
+
+
+def server_configuration(pens: int) -> bytes:
+    lines = ["[General]", f"ServerPort = {plans.PORT}", "SamplingInterval = 100", "[Attributes]"]
+    lines += [f"VA = 1-{plans.WRITE_TAGS}", "Type1.29 = Знач, 29, OPC_READABLE+OPC_WRITEABLE"]
+    lines += ["[Plotter_1]"] if pens else ["[Plotter_2]"]
+    return ("\r\n".join(lines) + "\r\n").encode("cp866")
+
+
+def tell(pens: int, values: int, delay_us: int = 0) -> None:
+    """Float pens, of which the first ten have values; every read answers all of them."""
+    lines = ["plotters 1", f"plotter 1 {pens}", f"pens 1 1 {pens} 4 0", "whole", "fixed"]
+    lines += [f"ramp 1 {pen} {FIRST_SECOND} {values}" for pen in range(1, plans.READ_PENS + 1)]
+    lines += [f"delay {delay_us}"] if delay_us else []
+    SCRIPT.write_text("\n".join(lines) + "\n")
+
+
+def bare_arguments(pens: int, values: int, port: int) -> list[str]:
+    return [
+        "--port", str(port), "--tags", str(plans.WRITE_TAGS), "--attribute", "Знач=29",
+        "--writable", "--pens", str(pens), "--pen-values", str(values),
+    ]  # fmt: skip
+
+
+class History:
+    """The measurements, with the tools of the surrounding run."""
+
+    def __init__(self, plan: plans.Plan, tools: Any) -> None:
+        self._plan = plan
+        self._tools = tools
+        library_dir = pathlib.Path(plan.bin_dir).parent / "lib" / "told"
+        if not (library_dir / "libjxotr.so").exists():
+            raise MeasurementError(f"no libjxotr.so in {library_dir}; build the target jxotr_told")
+        os.environ["LD_LIBRARY_PATH"] = str(library_dir)
+        os.environ["TOLD_TRENDS"] = str(SCRIPT)
+
+    def _start(
+        self, server: str, pens: int, values: int, port: int, delay_us: int = 0
+    ) -> Program:
+        if server == "server" and not self._plan.null_test:
+            tell(max(pens, 1), values, delay_us)
+            self._tools.CONFIGURATION.write_bytes(server_configuration(pens))
+            return Program([f"{self._plan.bin_dir}/opcuasrv"], self._plan.server_core)
+        command = [f"{self._plan.bin_dir}/bench_bare_server", *bare_arguments(pens, values, port)]
+        return Program(command, self._plan.server_core)
+
+    @contextlib.contextmanager
+    def _both(self, pens: int, values: int) -> Iterator[list[str]]:
+        """Both servers at once; yields them as the client's arguments."""
+        bare_port = self._tools.BARE_PORT
+        with (
+            self._start("server", pens, values, plans.PORT) as ours,
+            self._start("bare", pens, values, bare_port) as bare,
+        ):
+            self._tools.await_first_read(self._plan, ours)
+            self._tools.await_first_read(self._plan, bare, bare_port)
+            yield [f"{plans.PORT}:{ours.pid}", f"{bare_port}:{bare.pid}"]
+
+    def _load(self, targets: list[str], *arguments: object) -> dict[str, Sample]:
+        measured = self._tools.client(
+            self._plan, *arguments, "--server", *targets, "--seconds", self._plan.read_seconds
+        )
+        return dict(zip(self._tools.SERVERS, measured["servers"], strict=True))
+
+    def measure_round(self) -> dict[str, dict[str, Sample]]:
+        """One sample of each server by name of the figure."""
+        figures: dict[str, dict[str, Sample]] = {}
+        for values in plans.HISTORY_VALUES:
+            with self._both(plans.READ_PENS, values) as targets:
+                arguments = ("history", "--pens", plans.READ_PENS, "--values", values)
+                figures[f"history_{values}"] = self._load(targets, *arguments)
+        for pens in (0, plans.MOST_PENS):
+            with self._both(pens, 1) as targets:
+                figures[f"writes_{pens}"] = self._load(targets, "write", "--tags", plans.WRITE_TAGS)
+        for pens in plans.PEN_COUNTS:
+            figures[f"pens_{pens}"] = {
+                server: self._startup(server, pens) for server in self._tools.SERVERS
+            }
+        return figures
+
+    def _startup(self, server: str, pens: int) -> Sample:
+        with self._start(server, pens, 1, plans.PORT) as program:
+            seconds = self._tools.await_first_read(self._plan, program) - program.started
+            return {"startup": {"seconds": seconds, **program.times()}}
+
+    def waits(self) -> dict[str, Sample]:
+        """How long others wait, by how long the archive takes for a pen, in microseconds."""
+        found = {}
+        for name, pens, delay_us in plans.WAITS:
+            with self._start("server", plans.READ_PENS, 1000, plans.PORT, delay_us) as program:
+                self._tools.await_first_read(self._plan, program)
+                found[name] = self._tools.client(
+                    self._plan, "wait", "--server", f"{plans.PORT}:{program.pid}",
+                    "--pens", pens, "--seconds", self._plan.wait_seconds,
+                )  # fmt: skip
+        return found

@@ -1,0 +1,81 @@
+"""The rows of the table that are about history."""
+
+from __future__ import annotations
+
+from typing import Any
+
+from harness import plan as plans
+from harness.report import Bound, Row, Sample, make_row, middle, own_seconds, slices_rate, startup_us
+
+TENTH_OVER = 1 / 1.1
+"""Rate of a server that takes a tenth longer for each call."""
+
+WAIT_TITLES = {
+    "none": "no history read",
+    "fast": f"{plans.READ_PENS} pens of 1000 values, fast archive",
+    "slow": f"{plans.READ_PENS} pens of 1000 values, 20 ms a pen",
+}
+
+
+def read_rows(figures: dict[str, dict[str, list[Sample]]]) -> list[Row]:
+    rows = []
+    for values in plans.HISTORY_VALUES:
+        samples = figures[f"history_{values}"]
+        title = f"history, {values} values a call"
+        bound = Bound(round(TENTH_OVER, 2), at_least=True)
+        rows.append(
+            make_row(samples, slices_rate, f"history_{values}", title, "values/s", 0, bound)
+        )
+
+        def calls(sample: Sample, values: int = values) -> float:
+            return slices_rate(sample) / values
+
+        rows.append(make_row(samples, calls, f"history_calls_{values}", title, "calls/s", 0))
+    return rows
+
+
+def write_rows(figures: dict[str, dict[str, list[Sample]]]) -> list[Row]:
+    rows = []
+    for pens in (0, plans.MOST_PENS):
+        name = f"writes_{pens}"
+        title = f"writes, {pens} pens registered"
+        rows.append(make_row(figures[name], slices_rate, name, title, "values/s", 0))
+    return rows
+
+
+def pen_rows(figures: dict[str, dict[str, list[Sample]]]) -> list[Row]:
+    """Start-up time a pen, over the same server without pens."""
+    empty = figures["pens_0"]
+    rows = []
+    for pens in plans.PEN_COUNTS[1:]:
+        by_server = {}
+        for server in empty:
+
+            def over_empty(
+                sample: Sample, fixed: float = middle(startup_us, empty[server]), pens: int = pens
+            ) -> float:
+                return (startup_us(sample) - fixed) / pens
+
+            by_server[server] = over_empty
+        name = f"pens_{pens}"
+        title = f"start-up a pen, {pens} pens"
+        rows.append(make_row(figures[name], by_server, name, title, "µs", 2, Bound(1.25)))
+    return rows
+
+
+def wait_rows(waits: dict[str, Sample]) -> list[Row]:
+    rows = []
+    for what, title in (("read", "live read waits"), ("notification", "notification is late")):
+        for load, of_load in WAIT_TITLES.items():
+            for quantile, text in (("p50", "median"), ("p999", "p99.9")):
+                value = waits[load][what][quantile]
+                name = f"wait_{what}_{load}_{quantile}"
+                row = Row(name, f"{title}, {text}, {of_load}", "ms", 2, value, None, {})
+                rows.append(row)
+    return rows
+
+
+def history_rows(history: dict[str, Any]) -> list[Row]:
+    figures = history["figures"]
+    rows = read_rows(figures) + write_rows(figures) + pen_rows(figures)
+    return rows + (wait_rows(history["waits"]) if history["waits"] else [])

@@ -1,0 +1,151 @@
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <cmath>
+#include <cstdio>
+#include <exception>
+#include <functional>
+#include <map>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "load_commands.h"
+#include "pen_requests.h"
+#include "subscription.h"
+#include "ua_connection.h"
+
+namespace bench {
+namespace {
+
+using namespace std::chrono_literals;
+using Clock = std::chrono::steady_clock;
+using Millis = std::chrono::duration<double, std::milli>;
+
+constexpr auto kReadEvery = 2ms;
+constexpr int kSilenceMs = 30'000;
+
+/// How long something waited, in milliseconds.
+class Waits {
+  public:
+    void add(double ms) { ms_.push_back(ms); }
+
+    std::string json() {
+        std::sort(ms_.begin(), ms_.end());
+        return R"({"count": )" + std::to_string(ms_.size()) + R"(, "p50": )" + quantile(0.5) +
+               R"(, "p999": )" + quantile(0.999) + R"(, "max": )" + quantile(1.0) + "}";
+    }
+
+  private:
+    std::string quantile(double share) const {
+        if (ms_.empty()) throw UaError("nothing was measured");
+        const auto rank = std::ceil(share * static_cast<double>(ms_.size()));
+        return std::to_string(ms_[static_cast<std::size_t>(std::max(rank, 1.0)) - 1]);
+    }
+
+    std::vector<double> ms_;
+};
+
+UA_ReadValueId currentTime() {
+    UA_ReadValueId what{};
+    what.nodeId = UA_NODEID_NUMERIC(0, UA_NS0ID_SERVER_SERVERSTATUS_CURRENTTIME);
+    what.attributeId = UA_ATTRIBUTEID_VALUE;
+    return what;
+}
+
+/// A read every two milliseconds, whether the one before was answered or not: each waits from the
+/// moment at which it was due.
+void timeReads(std::uint16_t port, Clock::time_point end, Waits& waits) {
+    UaConnection connection(port);
+    Owned<UA_ReadRequest> request(UA_TYPES_READREQUEST);
+    request->nodesToRead = UA_ReadValueId_new();
+    if (request->nodesToRead == nullptr) throw UaError("out of memory");
+    request->nodesToReadSize = 1;
+    *request->nodesToRead = currentTime();
+    const PreparedRequest read = connection.prepare(request);
+
+    std::map<std::uint32_t, Clock::time_point> due;
+    Clock::time_point next = Clock::now();
+    while (next < end || !due.empty()) {
+        while (next < end && next <= Clock::now()) {
+            due.emplace(connection.post(read), next);
+            next += kReadEvery;
+        }
+        RawResponse answer;
+        if (!connection.nextResponse(answer, due.empty() ? 0 : 1)) continue;
+        const auto found = due.find(answer.requestId);
+        if (found == due.end()) throw UaError("Read: the answer of another request");
+        waits.add(Millis(Clock::now() - found->second).count());
+        due.erase(found);
+    }
+}
+
+/// Lateness of each notification of a value that changes all the time.
+void timeNotifications(std::uint16_t port, Clock::time_point end, Waits& waits) {
+    UaConnection connection(port);
+    Subscription subscription(connection);
+    const UA_NodeId node = currentTime().nodeId;
+    subscription.add({&node, 1});
+    subscription.startPublishing();
+    if (subscription.receive(kSilenceMs) == 0) throw UaError("no first value");
+    Clock::time_point last = Clock::now();
+    while (Clock::now() < end) {
+        if (subscription.receive(kSilenceMs) == 0) continue;
+        const auto now = Clock::now();
+        waits.add(std::max(0.0, Millis(now - last).count() - subscription.intervalMs()));
+        last = now;
+    }
+}
+
+/// Reads of all pens, one after the other without a pause; the time that each took.
+void readPens(std::uint16_t port, std::size_t pens, Clock::time_point end, Waits& waits) {
+    UaConnection connection(port);
+    const PreparedRequest read = prepareHistoryRead(connection, 1, pens);
+    while (Clock::now() < end) {
+        const auto begin = Clock::now();
+        (void)connection.post(read);
+        RawResponse answer;
+        (void)connection.nextResponse(answer);
+        Owned<UA_HistoryReadResponse> response(UA_TYPES_HISTORYREADRESPONSE);
+        UaConnection::decode(answer, response);
+        if (response->resultsSize != pens) throw UaError("HistoryRead: wrong answer");
+        waits.add(Millis(Clock::now() - begin).count());
+    }
+}
+
+}  // namespace
+
+void measureWaits(const Target& target, const WaitLoad& load) {
+    const auto end = Clock::now() + std::chrono::duration_cast<Clock::duration>(
+                                        std::chrono::duration<double>(load.seconds));
+    Waits reads;
+    Waits notifications;
+    Waits history;
+    std::exception_ptr failure;
+    std::atomic_flag failed;
+    const auto guarded = [&](const std::function<void()>& work) {
+        return std::thread([&, work] {
+            try {
+                work();
+            } catch (...) {
+                if (!failed.test_and_set()) failure = std::current_exception();
+            }
+        });
+    };
+    std::vector<std::thread> threads;
+    threads.push_back(guarded([&] { timeReads(target.port, end, reads); }));
+    threads.push_back(guarded([&] { timeNotifications(target.port, end, notifications); }));
+    if (load.pens != 0) {
+        threads.push_back(guarded([&] { readPens(target.port, load.pens, end, history); }));
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    if (failure) std::rethrow_exception(failure);
+    const std::string ofHistory = load.pens != 0 ? R"(, "history": )" + history.json() : "";
+    std::printf(R"({"read": %s, "notification": %s%s})"
+                "\n",
+                reads.json().c_str(), notifications.json().c_str(), ofHistory.c_str());
+}
+
+}  // namespace bench

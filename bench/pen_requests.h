@@ -1,0 +1,13 @@
+#pragma once
+
+#include <cstddef>
+
+#include "ua_connection.h"
+
+namespace bench {
+
+/// A raw history read of `count` pens of plotter 1, from pen `first` on, over all that the archive
+/// of a measurement can hold.
+PreparedRequest prepareHistoryRead(UaConnection& connection, std::size_t first, std::size_t count);
+
+}  // namespace bench

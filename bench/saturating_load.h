@@ -1,0 +1,28 @@
+#pragma once
+
+#include <cstddef>
+#include <functional>
+#include <vector>
+
+#include "load_commands.h"
+#include "ua_connection.h"
+
+namespace bench {
+
+/// What a server is asked again and again.
+struct Workload {
+    std::vector<PreparedRequest> requests;
+    std::size_t valuesPerRequest = 0;
+    /// Looks at the answer of each request once, before the measurement; throws UaError.
+    std::function<void(const RawResponse&)> check;
+};
+
+/// Values that each server delivers while requests always wait for it. The servers take turns slice
+/// by slice, so that what else happens on the machine meets all alike. Answers are not decoded
+/// while it is measured, but each must be as long as the one that was checked. Prints one JSON
+/// object.
+/// @param prepare  makes the workload of one server over its own connection
+void loadSaturating(const std::vector<Target>& targets, const LoadTimes& times,
+                    const std::function<Workload(UaConnection&)>& prepare);
+
+}  // namespace bench

@@ -1,0 +1,35 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+
+#include "ua_connection.h"
+
+namespace bench {
+
+/// A subscription that takes a connection for itself once it publishes.
+class Subscription {
+  public:
+    /// At the shortest publishing interval that the server gives.
+    explicit Subscription(UaConnection& connection);
+
+    double intervalMs() const { return intervalMs_; }
+
+    /// Adds items that are sampled at the publishing interval.
+    void add(std::span<const UA_NodeId> nodes);
+    /// From now on publish requests are outstanding; no other service may be called.
+    void startPublishing();
+    /// Takes one notification message or keep-alive; the number of values in it. `deadlineMs` from
+    /// now at most; 0 when nothing came.
+    std::size_t receive(int deadlineMs);
+
+  private:
+    void postPublish(std::uint32_t acknowledged);
+
+    UaConnection& connection_;
+    UA_UInt32 id_ = 0;
+    double intervalMs_ = 0;
+};
+
+}  // namespace bench
