@@ -67,6 +67,7 @@ enum class RuleId {
     accessReadOnly,
     sectionTextInFront,
     sectionTextBehind,
+    sectionNoNumber,
     groupNumberForm,
     groupPrefix,
     groupSameNumber,

@@ -136,6 +136,10 @@ class GroupTraps {
 void addPlotterTraps(const Checked& checked, Findings& findings) {
     std::map<int, const Section*> firstOfNumber;
     for (const Section& section : checked.view.sections) {
+        if (section.name == "Plotter") {
+            findings.push_back(
+                atHeading(checked, RuleId::sectionNoNumber, section, {section.name}));
+        }
         if (!isPlotter(section)) continue;
         lookAtName(checked, section, findings);
         const int number = getNumberPlotter(section.name);
