@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <string>
 #include <variant>
@@ -38,6 +39,11 @@ struct RolValue {
 
 /// The arguments in their order; those that lie within the record, whatever NumberOfArgs claims.
 [[nodiscard]] std::vector<RolValue> RolArguments(const SRolMessage& message);
+
+/// The text of a message whose text is known here (18091 to 18094, from the OPC UA server), filled
+/// in with its arguments; nothing for others, whose texts are in the controller's dictionaries.
+/// @return CP866
+[[nodiscard]] std::optional<std::string> RolKnownText(const SRolMessage& message);
 
 // ---- The cursor --------------------------------------------------------------------------------
 

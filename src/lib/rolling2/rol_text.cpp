@@ -44,18 +44,24 @@ std::string joined(std::span<const RolValue> values, std::string_view separator)
 }
 
 std::string textOf(const SRolMessage& message) {
+    if (auto known = RolKnownText(message)) return *known;
     const auto values = RolArguments(message);
-    for (const KnownText& known : kKnownTexts) {
-        if (known.code != message.MessageCode || values.empty()) continue;
-        return known.beforeController + std::visit(AsText{}, values[0].value) + known.text +
-               joined(std::span(values).subspan(1), " ");
-    }
     const std::string number =
         std::to_string(message.DicNumber) + "/" + std::to_string(message.MessageCode);
     return values.empty() ? number : number + ": " + joined(values, ", ");
 }
 
 }  // namespace
+
+std::optional<std::string> RolKnownText(const SRolMessage& message) {
+    const auto values = RolArguments(message);
+    for (const KnownText& known : kKnownTexts) {
+        if (known.code != message.MessageCode || values.empty()) continue;
+        return known.beforeController + std::visit(AsText{}, values[0].value) + known.text +
+               joined(std::span(values).subspan(1), " ");
+    }
+    return std::nullopt;
+}
 
 std::string CRolMessageInterface::MakeString(const char* designationCp866) const {
     constexpr long kUsPerMs = 1000;

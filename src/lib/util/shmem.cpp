@@ -164,3 +164,40 @@ std::uint8_t get_shmidx(int index, const ID_struct* table) {
     if (generation == nullptr) generation = attachGeneration(table[index]);
     return generation != nullptr ? *generation : kNoGeneration;
 }
+
+// ---- Looking at a segment ----
+
+namespace {
+
+ShmView attachToRead(key_t key) {
+    ShmView view;
+    view.id = key != -1 ? shmget(key, 0, 0) : -1;
+    shmid_ds info{};
+    if (view.id == -1 || shmctl(view.id, IPC_STAT, &info) == -1) {
+        view.error = errno;
+        return view;
+    }
+    const void* const address = shmat(view.id, nullptr, SHM_RDONLY);
+    if (address == reinterpret_cast<void*>(-1)) {
+        view.error = errno;
+        return view;
+    }
+    view.address.reset(address);
+    view.size = info.shm_segsz;
+    return view;
+}
+
+std::uint8_t generationNow() {
+    const ID_struct& row = ID_mas[static_cast<std::size_t>(kGenerationIpcIndex)];
+    const ShmView view = attachToRead(keyOf(row, row.ch));
+    return view.address ? *static_cast<const std::uint8_t*>(view.address.get()) : kNoGeneration;
+}
+
+}  // namespace
+
+ShmView ShmOpenReadOnly(int index) {
+    if (index < 0 || index >= kIpcIndexCount) return {.address = {}, .error = EINVAL};
+    const ID_struct& row = ID_mas[static_cast<std::size_t>(index)];
+    if (row.ch != '*') return attachToRead(keyOf(row, row.ch));
+    return attachToRead(keyOf(row, symb[(static_cast<unsigned>(index) + generationNow()) & 0xFFU]));
+}

@@ -74,3 +74,17 @@ struct ShmDetach {
     void operator()(const void* address) const { static_cast<void>(ShmClose(address)); }
 };
 using ShmPtr = std::unique_ptr<void, ShmDetach>;
+
+/// A segment that is looked at only.
+struct ShmView {
+    std::unique_ptr<const void, ShmDetach> address;  ///< null on failure
+    std::size_t size = 0;                            ///< bytes
+    int id = -1;                                     ///< kernel id
+    int error = 0;                                   ///< errno of the step that failed
+};
+
+/// Attaches the segment of an IPC index for reading, for programs that must leave no trace: makes
+/// nothing, prints nothing, and needs no right but to read. The generation byte is read anew, so a
+/// controller that was started again is found.
+/// @return error ENOENT when the key file or the segment is missing
+[[nodiscard]] ShmView ShmOpenReadOnly(int index);

@@ -1,0 +1,333 @@
+#include "tools/zrtjournal/command_line.h"
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <cerrno>
+#include <charconv>
+#include <chrono>
+#include <csignal>
+#include <cstring>
+#include <iostream>
+#include <optional>
+#include <string>
+#include <thread>
+
+#include "lib/util/veskpath.h"
+#include "tools/zrtjournal/designations.h"
+#include "tools/zrtjournal/display.h"
+#include "tools/zrtjournal/exit_status.h"
+#include "tools/zrtjournal/live_ring.h"
+#include "tools/zrtjournal/saved_copies.h"
+#include "tools/zrtjournal/selection.h"
+
+namespace zrtjournal {
+
+namespace {
+
+// ---- Command line ------------------------------------------------------------------------------
+
+struct Options {
+    bool files = false;
+    std::string folder;
+    bool follow = false;
+    std::string codes;
+    std::string from;
+    std::string to;
+    std::string last;
+    bool json = false;
+    std::string languageName = "ru";
+
+    Language language = Language::russian;
+    Selection selection;
+    std::optional<std::size_t> most;  // of --last
+};
+
+struct HelpTexts {
+    const char* title;
+    const char* usage;
+    const char* options;
+    const char* help;
+    const char* files;
+    const char* folder;
+    const char* follow;
+    const char* codes;
+    const char* from;
+    const char* to;
+    const char* last;
+    const char* json;
+    const char* language;
+    const char* footer;
+};
+
+constexpr HelpTexts kRussianHelp{
+    "Показывает журнал событий контроллера, начиная со старых сообщений. Только читает.",
+    "Вызов",
+    "КЛЮЧИ",
+    "показать эту справку",
+    "читать сохранённые файлы, а не память; об их состоянии - в поток ошибок",
+    "папка с dat, rezerv и check, если файлы не там, где у контроллера",
+    "показывать и новые сообщения, до Ctrl-C",
+    "только эти коды, например 18091-18094,1003",
+    "не раньше этого местного времени: \"2026-11-21 09:30:15\", \"21-11-2026\", \"09:30\"",
+    "не позже него; названные секунда, минута или день входят целиком",
+    "только столько последних из выбранных",
+    "по объекту JSON в строке",
+    "язык: ru или en",
+    "\nКод завершения: 0 - показано, 1 - показано, но копия повреждена (--files), 2 - неверные "
+    "ключи,\n3 - журнала нет. Запись: docs/journal.md."};
+
+constexpr HelpTexts kEnglishHelp{
+    "Shows the controller's event journal, oldest messages first. Only reads.",
+    "Usage",
+    "OPTIONS",
+    "show this help",
+    "read the saved files instead of the memory; their state goes to standard error",
+    "folder with dat, rezerv and check, when the files are not where the controller has them",
+    "show new messages too, until Ctrl-C",
+    "these codes only, for example 18091-18094,1003",
+    "not before this local time: \"2026-11-21 09:30:15\", \"21-11-2026\", \"09:30\"",
+    "not after it; the second, minute or day that is named is included",
+    "only so many of the newest of those chosen",
+    "one JSON object a line",
+    "language: ru or en",
+    "\nExit status: 0 shown, 1 shown, but a copy is damaged (--files), 2 bad usage, 3 no journal.\n"
+    "See docs/journal.md."};
+
+/// The language is needed before anything is parsed: help and refusals are in it.
+Language askedLanguage(int argc, const char* const* argv) {
+    for (int i = 1; i < argc; ++i) {
+        const std::string argument = argv[i];
+        const bool isEnglish = argument == "--lang=en" || (argument == "--lang" && i + 1 < argc &&
+                                                           argv[i + 1] == std::string("en"));
+        if (isEnglish) return Language::english;
+    }
+    return Language::russian;
+}
+
+void declareOptions(CLI::App& app, Options& options, const HelpTexts& texts) {
+    app.option_defaults()->group(texts.options);
+    app.get_formatter()->label("Usage", texts.usage);
+    app.get_formatter()->label("OPTIONS", texts.options);
+    app.get_formatter()->column_width(20);
+    app.set_help_flag("-h,--help", texts.help);
+    auto* files = app.add_flag("--files", options.files, texts.files)->disable_flag_override();
+    app.add_option("--dir", options.folder, texts.folder)->type_name("DIR")->needs(files);
+    app.add_flag("--follow", options.follow, texts.follow)
+        ->disable_flag_override()
+        ->excludes(files);
+    app.add_option("--code", options.codes, texts.codes)->type_name("N-M,...");
+    app.add_option("--from", options.from, texts.from)->type_name("TIME");
+    app.add_option("--to", options.to, texts.to)->type_name("TIME");
+    app.add_option("--last", options.last, texts.last)->type_name("N");
+    app.add_flag("--json", options.json, texts.json)->disable_flag_override();
+    app.add_option("--lang", options.languageName, texts.language)->type_name("ru|en");
+    app.footer(texts.footer);
+}
+
+int refuse(const std::string& reason, Language language) {
+    std::cerr << "zrtjournal: " << reason << "\n"
+              << (language == Language::russian ? "Справка: " : "Help: ") << "zrtjournal --help\n";
+    return kBadUsage;
+}
+
+std::string reasonOf(const CLI::ParseError& error, Language language) {
+    const std::string text = error.what();
+    if (language == Language::english) return text;
+    if (dynamic_cast<const CLI::ExtrasError*>(&error) != nullptr) {
+        return "неизвестный аргумент " + text.substr(text.rfind(": ") + 2);
+    }
+    if (dynamic_cast<const CLI::ExcludesError*>(&error) != nullptr) {
+        return "--follow и --files исключают друг друга";
+    }
+    if (dynamic_cast<const CLI::RequiresError*>(&error) != nullptr)
+        return "--dir - только с --files";
+    return "у ключа нет значения, или оно не подходит (" + text + ")";
+}
+
+/// What CLI11 cannot check.
+/// @return what is wrong, empty when nothing is
+std::string understand(Options& options) {
+    const bool russian = options.language == Language::russian;
+    if (options.languageName != "ru" && options.languageName != "en") {
+        return "--lang: \"" + options.languageName + "\"" + (russian ? " - ни ru, ни en" : "");
+    }
+    const std::time_t now = std::time(nullptr);
+    Selection& selection = options.selection;
+    if (!options.codes.empty() && !selection.setCodes(options.codes)) {
+        return "--code: \"" + options.codes + "\"" +
+               (russian ? " - не список кодов" : " is no list of codes");
+    }
+    std::size_t most = 0;
+    const char* const end = options.last.data() + options.last.size();
+    const auto [rest, error] = std::from_chars(options.last.data(), end, most);
+    if (!options.last.empty() && (error != std::errc{} || rest != end)) {
+        return "--last: \"" + options.last + "\"" + (russian ? " - не число" : " is no number");
+    }
+    if (!options.last.empty()) options.most = most;
+    const char* noTime = russian ? " - не время" : " is no time";
+    if (!options.from.empty() && !selection.setFrom(options.from, now)) {
+        return "--from: \"" + options.from + "\"" + noTime;
+    }
+    if (!options.to.empty() && !selection.setTo(options.to, now)) {
+        return "--to: \"" + options.to + "\"" + noTime;
+    }
+    return {};
+}
+
+// ---- Showing -----------------------------------------------------------------------------------
+
+/// Designations are those of the memory: files carry none.
+void show(const std::vector<SRolMessage>& messages, const Options& options) {
+    std::vector<const SRolMessage*> chosen;
+    for (const SRolMessage& message : messages) {
+        if (options.selection.takes(message)) chosen.push_back(&message);
+    }
+    const std::size_t count = std::min(chosen.size(), options.most.value_or(chosen.size()));
+    for (std::size_t i = chosen.size() - count; i < chosen.size(); ++i) {
+        const std::string designation = options.files ? "" : designationOf(*chosen[i]);
+        const auto line = options.json ? jsonLine : textLine;
+        std::cout << line(*chosen[i], designation, options.language) << "\n";
+    }
+    std::cout << std::flush;
+}
+
+void say(const Options& options, const char* russian, const char* english) {
+    std::cerr << "zrtjournal: " << (options.language == Language::russian ? russian : english)
+              << "\n";
+}
+
+int showFiles(const Options& options) {
+    const SavedCopies copies =
+        readCopies(options.folder.empty() ? SRV_Path.PATHDB : options.folder);
+    const std::size_t best = bestCopy(copies);
+    if (options.json) {
+        printCopiesJson(std::cout, copies, best, options.language);
+    } else {
+        printCopies(std::cerr, copies, best, options.language);
+    }
+    if (best == copies.size()) return kNoJournal;
+    show(copies.at(best).messages.messages, options);
+    for (const SavedCopy& copy : copies) {
+        if (!copy.isAbsent() && !copy.isGood()) return kDamaged;
+    }
+    return kShown;
+}
+
+void sayWhyNot(const Options& options, int error) {
+    if (error == ENOENT) {
+        say(options,
+            "журнала в памяти нет: контроллер не работает (сохранённое - с ключом --files)",
+            "no journal in memory: the controller does not run (saved messages: --files)");
+    } else if (error == EACCES) {
+        say(options, "нет права читать журнал", "no right to read the journal");
+    } else {
+        say(options, "журнал в памяти не читается", "the journal in memory cannot be read");
+        std::cerr << "zrtjournal: " << std::strerror(error) << "\n";
+    }
+}
+
+// ---- Following ---------------------------------------------------------------------------------
+
+volatile std::sig_atomic_t stopAsked = 0;
+
+void askToStop(int /*signal*/) {
+    stopAsked = 1;
+}
+
+/// Shows what was posted since the call before.
+class Follower {
+  public:
+    explicit Follower(Options& options) : options_(options) {}
+
+    void begin(RingCopy& copy) {
+        showNew(copy);
+        options_.most.reset();  // of those that were there
+    }
+
+    void showNew(RingCopy& copy) {
+        if (copy.error != 0) {
+            if (!isGone_) sayWhyNot(options_, copy.error);
+            isGone_ = true;
+            return;
+        }
+        isGone_ = false;
+        auto& messages = copy.messages;
+        if (messages.empty()) return;
+        const Stamp newest = stampOf(messages.back());
+        // A journal that was made anew, with the clock set back, begins again.
+        if (copy.id != ringId_ && newest < shown_) shown_ = Stamp{};
+        ringId_ = copy.id;
+        const bool wasShown = shown_ == Stamp{} || stampOf(messages.front()) <= shown_;
+        if (!wasShown) {
+            say(options_, "часть сообщений вытеснена новыми раньше, чем была показана",
+                "some messages were overwritten before they could be shown");
+        }
+        std::erase_if(messages,
+                      [&](const SRolMessage& message) { return stampOf(message) <= shown_; });
+        show(messages, options_);
+        shown_ = newest;
+    }
+
+  private:
+    using Stamp = std::pair<std::int32_t, std::int32_t>;
+    static Stamp stampOf(const SRolMessage& message) {
+        const timeval_32 stamp = message.PseudoTimeStamp;
+        return {stamp.tv_sec, stamp.tv_usec};
+    }
+
+    Options& options_;
+    Stamp shown_{};
+    int ringId_ = -1;
+    bool isGone_ = false;
+};
+
+int follow(Options& options, RingCopy& copy) {
+    struct sigaction action {};
+    action.sa_handler = askToStop;
+    for (const int signal : {SIGINT, SIGTERM}) {
+        static_cast<void>(sigaction(signal, &action, nullptr));
+    }
+    Follower follower(options);
+    follower.begin(copy);
+    constexpr auto kPause = std::chrono::milliseconds(200);
+    while (stopAsked == 0) {
+        std::this_thread::sleep_for(kPause);
+        RingCopy next = copyRing();
+        follower.showNew(next);
+    }
+    return kShown;
+}
+
+int showRing(Options& options) {
+    RingCopy copy = copyRing();
+    if (options.follow) return follow(options, copy);
+    if (copy.error != 0) {
+        sayWhyNot(options, copy.error);
+        return kNoJournal;
+    }
+    show(copy.messages, options);
+    return kShown;
+}
+
+}  // namespace
+
+int runProgram(int argc, const char* const* argv) {
+    Options options;
+    options.language = askedLanguage(argc, argv);
+    const HelpTexts& texts = options.language == Language::russian ? kRussianHelp : kEnglishHelp;
+    CLI::App app{texts.title, "zrtjournal"};
+    declareOptions(app, options, texts);
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::CallForHelp&) {
+        std::cout << app.help();
+        return kShown;
+    } catch (const CLI::ParseError& error) {
+        return refuse(reasonOf(error, options.language), options.language);
+    }
+    const std::string problem = understand(options);
+    if (!problem.empty()) return refuse(problem, options.language);
+    return options.files ? showFiles(options) : showRing(options);
+}
+
+}  // namespace zrtjournal

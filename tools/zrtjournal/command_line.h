@@ -1,0 +1,8 @@
+#pragma once
+
+namespace zrtjournal {
+
+/// The whole program. @return exit status
+[[nodiscard]] int runProgram(int argc, const char* const* argv);
+
+}  // namespace zrtjournal

@@ -1,0 +1,142 @@
+#include "tools/zrtjournal/live_ring.h"
+
+#include <algorithm>
+#include <atomic>
+#include <cerrno>
+#include <cstring>
+#include <thread>
+
+#include "lib/rolling2/rol_man.h"
+#include "lib/util/shmem.h"
+
+namespace zrtjournal {
+
+namespace {
+
+bool isLater(const timeval_32& a, const timeval_32& b) {
+    return a.tv_sec != b.tv_sec ? a.tv_sec > b.tv_sec : a.tv_usec > b.tv_usec;
+}
+
+/// The journal's segments, attached for reading.
+class Ring {
+  public:
+    Ring()
+        : settings_(ShmOpenReadOnly(kRolSettings)),
+          records_(ShmOpenReadOnly(kRolRing)),
+          held_(ShmOpenReadOnly(kRolMessageCounter)),
+          last_(ShmOpenReadOnly(kRolLastIndex)) {
+        for (const ShmView* view : {&settings_, &records_, &held_, &last_}) {
+            if (!view->address && error_ == 0) error_ = view->error;
+        }
+        if (error_ != 0) return;
+        // Segments of another size are none of the journal's.
+        const std::size_t slots = records_.size / sizeof(SRolMessage);
+        const bool fit = settings_.size >= sizeof(SRolIniFileSettings) && slots > 0 &&
+                         held_.size >= sizeof(std::uint16_t) && last_.size >= sizeof(std::uint16_t);
+        if (!fit) {
+            error_ = EINVAL;
+            return;
+        }
+        SRolIniFileSettings settings;
+        std::memcpy(&settings, settings_.address.get(), sizeof(settings));
+        const std::size_t claimed = settings.NumMessagesInMemory;
+        capacity_ = static_cast<unsigned>(claimed != 0 && claimed < slots ? claimed : slots);
+    }
+
+    int error() const { return error_; }
+    int id() const { return records_.id; }
+    unsigned capacity() const { return capacity_; }
+    unsigned held() const { return std::min(wordAt(held_), capacity_); }
+    unsigned newest() const { return wordAt(last_) % capacity_; }
+    SRolMessage record(unsigned slot) const {
+        SRolMessage message;
+        const auto* records = static_cast<const char*>(records_.address.get());
+        std::memcpy(&message, records + slot * sizeof(message), sizeof(message));
+        return message;
+    }
+
+  private:
+    /// Another process changes it: one load each time.
+    static unsigned wordAt(const ShmView& view) {
+        return *static_cast<const volatile std::uint16_t*>(view.address.get());
+    }
+
+    ShmView settings_;
+    ShmView records_;
+    ShmView held_;
+    ShmView last_;
+    int error_ = 0;
+    unsigned capacity_ = 0;
+};
+
+/// The messages as they lie, oldest first, and what tells whether they changed meanwhile.
+struct Snapshot {
+    unsigned newest = 0;
+    unsigned held = 0;
+    std::vector<SRolMessage> messages;
+};
+
+Snapshot take(const Ring& ring) {
+    Snapshot snapshot;
+    snapshot.held = ring.held();
+    snapshot.newest = ring.newest();
+    std::atomic_thread_fence(std::memory_order_seq_cst);
+    snapshot.messages.reserve(snapshot.held);
+    for (unsigned age = snapshot.held; age-- > 0;) {
+        snapshot.messages.push_back(
+            ring.record(CRolManager::CycMinus(snapshot.newest, age, ring.capacity())));
+    }
+    std::atomic_thread_fence(std::memory_order_seq_cst);
+    return snapshot;
+}
+
+/// A poster takes the oldest message out of the count before it fills its slot, and moves the index
+/// behind it: as long as neither changed, nothing that was copied did. A whole round would bring
+/// both back, but not the stamp.
+bool isWhole(const Snapshot& snapshot, const Ring& ring) {
+    if (ring.newest() != snapshot.newest || ring.held() != snapshot.held) return false;
+    if (snapshot.messages.empty()) return true;
+    const timeval_32 copied = snapshot.messages.back().PseudoTimeStamp;
+    const timeval_32 now = ring.record(snapshot.newest).PseudoTimeStamp;
+    return copied.tv_sec == now.tv_sec && copied.tv_usec == now.tv_usec;
+}
+
+/// Under posters that never pause: leaves out the slots that were filled since, the one that may be
+/// being filled, and what is older than a stamp that does not rise.
+void dropChanged(Snapshot& snapshot, const Ring& ring) {
+    const unsigned capacity = ring.capacity();
+    const unsigned filled = CRolManager::CycMinus(ring.newest(), snapshot.newest, capacity) + 1;
+    auto& messages = snapshot.messages;
+    // In a ring that is not full, the slots that are filled next hold nothing yet.
+    const unsigned unused = capacity - snapshot.held;
+    const std::size_t gone =
+        std::min<std::size_t>(filled - std::min(filled, unused), messages.size());
+    messages.erase(messages.begin(), messages.begin() + static_cast<std::ptrdiff_t>(gone));
+    const auto fall =
+        std::adjacent_find(messages.rbegin(), messages.rend(),
+                           [](const SRolMessage& later, const SRolMessage& earlier) {
+                               return !isLater(later.PseudoTimeStamp, earlier.PseudoTimeStamp);
+                           });
+    if (fall != messages.rend()) messages.erase(messages.begin(), fall.base() - 1);
+}
+
+}  // namespace
+
+RingCopy copyRing() {
+    const Ring ring;
+    RingCopy copy;
+    copy.error = ring.error();
+    copy.id = ring.id();
+    if (copy.error != 0) return copy;
+    constexpr int kAttempts = 200;
+    Snapshot snapshot = take(ring);
+    for (int i = 0; i < kAttempts && !isWhole(snapshot, ring); ++i) {
+        std::this_thread::yield();
+        snapshot = take(ring);
+    }
+    if (!isWhole(snapshot, ring)) dropChanged(snapshot, ring);
+    copy.messages = std::move(snapshot.messages);
+    return copy;
+}
+
+}  // namespace zrtjournal

@@ -1,0 +1,46 @@
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <string>
+
+#include "lib/rolling2/rol_files.h"
+
+namespace zrtjournal {
+
+/// One of the two copies of the journal on the disk.
+struct SavedCopy {
+    enum class Crc { good, missing, damaged };
+    enum class Counters { good, missing, damaged };
+
+    bool isReserve = false;
+    std::string messagesPath;
+    std::string countersPath;
+    std::string crcPath;
+
+    RolMessages messages;  ///< error kRolCannotOpen: no such file, or not to be read
+    Crc crc = Crc::missing;
+    unsigned saveNumber = 0;  ///< of a good CRC file
+    Counters counters = Counters::missing;
+
+    /// None of its files is there.
+    [[nodiscard]] bool isAbsent() const;
+    /// Whole in every respect.
+    [[nodiscard]] bool isGood() const;
+    /// All its messages can be read.
+    [[nodiscard]] bool hasAllMessages() const { return messages.error == kRolDone; }
+};
+
+/// The main copy, then the reserve.
+using SavedCopies = std::array<SavedCopy, 2>;
+
+/// Reads both copies and changes nothing.
+/// @param folder  with "dat", "rezerv" and "check" in it
+[[nodiscard]] SavedCopies readCopies(const std::string& folder);
+
+/// The copy to be shown: the newer one of those that are good, else the one of which most can be
+/// read.
+/// @return its index, 2 when nothing can be read
+[[nodiscard]] std::size_t bestCopy(const SavedCopies& copies);
+
+}  // namespace zrtjournal
