@@ -146,12 +146,6 @@ Dots drawn(std::vector<Column> columns, Range scale, int rows, UA_DateTime colum
     return dots;
 }
 
-std::string numberText(double number) {
-    std::array<char, 32> text{};
-    std::snprintf(text.data(), text.size(), "%.5g", number);
-    return text.data();
-}
-
 std::string timeAxis(UA_DateTime from, UA_DateTime to, int width) {
     const std::string left = timeOfDay(from);
     const std::string right = timeOfDay(to);
@@ -160,6 +154,12 @@ std::string timeAxis(UA_DateTime from, UA_DateTime to, int width) {
 }
 
 }  // namespace
+
+std::string numberText(double number) {
+    std::array<char, 32> text{};
+    std::snprintf(text.data(), text.size(), "%.5g", number);
+    return text.data();
+}
 
 std::string timeOfDay(UA_DateTime time) {
     constexpr std::size_t kDate = 11;

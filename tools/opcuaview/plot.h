@@ -24,6 +24,9 @@ namespace opcuaview {
 /// "82.03 … 82.41": from the least to the greatest; "—" without values.
 [[nodiscard]] std::string rangeText(const std::vector<HistoryValue>& values);
 
+/// The number as the pictures show it, at most five digits.
+[[nodiscard]] std::string numberText(double number);
+
 /// Time of day, local, "12:33:10".
 [[nodiscard]] std::string timeOfDay(UA_DateTime time);
 

@@ -9,12 +9,14 @@
 #include "tools/opcuaview/format.h"
 #include "tools/opcuaview/table.h"
 #include "tools/opcuaview/terminal.h"
+#include "tools/opcuaview/trend.h"
 
 namespace opcuaview {
 
 using Clock = std::chrono::steady_clock;
 using std::chrono::milliseconds;
 
+static constexpr auto kPlainTrendEvery = std::chrono::seconds{5};
 static constexpr std::size_t kPlainLimit = 100;  // lines of the first round
 static constexpr int kFrameRows =
     4;  // of a frame that hold no variable: two heads, the foot, the cursor
@@ -66,6 +68,7 @@ struct Round {
     const std::vector<Reading>& now;
     const std::vector<bool>& changed;
     bool complete;
+    const Trend* trend;  // null: none is wanted
 };
 
 class Output {
@@ -92,6 +95,10 @@ class PlainOutput final : public Output {
         if (columns_.empty()) measure(round);
         for (std::size_t i = 0; i < round.items.size(); ++i) {
             if (round.changed[i]) print(round.items[i], round.now[i]);
+        }
+        if (round.trend != nullptr && Clock::now() >= nextTrend_) {
+            std::puts(round.trend->line().c_str());
+            nextTrend_ = Clock::now() + kPlainTrendEvery;
         }
         std::fflush(stdout);
     }
@@ -125,15 +132,17 @@ class PlainOutput final : public Output {
     }
 
     std::vector<int> columns_;
+    Clock::time_point nextTrend_;
 };
 
 /// A table that is drawn anew in its place.
 class TableOutput final : public Output {
   public:
-    explicit TableOutput(std::string url) : url_(std::move(url)) {}
+    TableOutput(std::string url, bool trend) : url_(std::move(url)), trend_(trend) {}
 
     [[nodiscard]] std::size_t room() const override {
-        return static_cast<std::size_t>(std::max(1, terminalSize().rows - kFrameRows));
+        return static_cast<std::size_t>(
+            std::max(1, terminalSize().rows - kFrameRows - trendRows()));
     }
 
     void show(const Round& round) override {
@@ -147,11 +156,22 @@ class TableOutput final : public Output {
         }
         std::vector<std::string> lines = table_.render(rows, size.columns, true);
         lines.insert(lines.begin(), fitted(headOf(round, rows.size()), size.columns));
+        if (round.trend != nullptr) {
+            for (std::string& line : round.trend->picture(trendRows(), std::max(size.columns, 30)))
+                lines.push_back(std::move(line));
+        }
         lines.push_back(fitted("Ctrl-C — выход", size.columns));
         screen_.draw(lines);
     }
 
   private:
+    /// Of the screen, for headline, curve and time axis.
+    [[nodiscard]] int trendRows() const {
+        constexpr int kSmallTerminal = 30;
+        if (!trend_) return 0;
+        return terminalSize().rows < kSmallTerminal ? 8 : 12;
+    }
+
     [[nodiscard]] std::string headOf(const Round& round, std::size_t shown) const {
         const bool more = !round.complete || shown < round.items.size();
         return url_ + "   показано: " + std::to_string(shown) +
@@ -179,6 +199,7 @@ class TableOutput final : public Output {
     }
 
     std::string url_;
+    bool trend_;
     Screen screen_;
     TerminalSize size_{};
     TableRenderer table_{{{"Тег", 8, 3},
@@ -199,13 +220,17 @@ class Watch {
         : options_(options),
           session_(options.url),
           table_(!options.plain && isTerminal()),
-          output_(table_ ? std::unique_ptr<Output>{std::make_unique<TableOutput>(options.url)}
-                         : std::make_unique<PlainOutput>()) {}
+          output_(table_ ? std::unique_ptr<Output>{std::make_unique<TableOutput>(
+                               options.url, !options.trend.empty())}
+                         : std::make_unique<PlainOutput>()) {
+        if (options.trend.empty()) return;
+        trend_.emplace(session_, options.trend, std::chrono::minutes{options.trendMinutes});
+    }
 
     ExitStatus run() {
         catchStopSignals();
         if (!connect("нет связи с")) return stopRequested() ? kNoValue : kCannotConnect;
-        UA_StatusCode status = loadItems();
+        UA_StatusCode status = loadAll();
         startedAt_ = Clock::now();  // a large tree takes its time, and is not what --seconds means
         while (!over()) {
             if (status == UA_STATUSCODE_GOOD) {
@@ -218,7 +243,7 @@ class Watch {
             }
             if (over()) break;
             if (!reconnect(status)) return over() ? finish() : kConnectionLost;
-            status = loadItems();
+            status = loadAll();
         }
         return finish();
     }
@@ -261,6 +286,12 @@ class Watch {
         return true;
     }
 
+    /// After a connect.
+    UA_StatusCode loadAll() {
+        const UA_StatusCode status = trend_ ? trend_->find() : UA_STATUSCODE_GOOD;
+        return status == UA_STATUSCODE_GOOD ? loadItems() : status;
+    }
+
     UA_StatusCode loadItems() {
         ItemChoice choice = options_.choice;
         if (!options_.limitGiven) choice.limit = output_->room();
@@ -276,7 +307,8 @@ class Watch {
         for (const Item& item : items_.items)
             ids.push_back(item.id.get());
         std::vector<DataValue> values;
-        const UA_StatusCode status = session_.read(ids, UA_ATTRIBUTEID_VALUE, values);
+        UA_StatusCode status = session_.read(ids, UA_ATTRIBUTEID_VALUE, values);
+        if (status == UA_STATUSCODE_GOOD && trend_) status = trend_->update();
         if (status != UA_STATUSCODE_GOOD) return status;
 
         std::vector<Reading> now;
@@ -288,7 +320,7 @@ class Watch {
             valuesRead_ += now.back().hasValue ? 1 : 0;
             changes_ += !first && changed.back() ? 1 : 0;
         }
-        output_->show({items_.items, now, changed, items_.complete});
+        output_->show({items_.items, now, changed, items_.complete, trend_ ? &*trend_ : nullptr});
         previous_ = std::move(now);
         return UA_STATUSCODE_GOOD;
     }
@@ -338,6 +370,7 @@ class Watch {
     Session session_;
     bool table_;
     std::unique_ptr<Output> output_;
+    std::optional<Trend> trend_;
     Clock::time_point startedAt_;
     ItemList items_;
     std::vector<Reading> previous_;  // empty before the first round after a connect
@@ -365,6 +398,14 @@ void addWatchCommand(CLI::App& app, ExitStatus& status) {
         ->check(numberFrom(50, 3'600'000))
         ->type_name("МС");
     command.add_flag("--plain", options->plain, "Печатать строками: сначала всё, затем изменения");
+    command
+        .add_option("--trend", options->trend,
+                    "Под таблицей — последние минуты пера, в чьём идентификаторе есть этот текст")
+        ->type_name("ТЕКСТ");
+    command.add_option("--trend-minutes", options->trendMinutes, "За сколько минут")
+        ->capture_default_str()
+        ->check(numberFrom(1, 1440))
+        ->type_name("МИНУТЫ");
     command
         .add_option("--filter", options->choice.filters,
                     "Только переменные с этим текстом в идентификаторе узла; можно повторять")

@@ -19,6 +19,8 @@ struct WatchOptions {
     double runSeconds = 0;  ///< 0: until a signal
     int intervalMs = 500;
     bool plain = false;
+    std::string trend;        ///< part of a pen's node id; empty: no trend
+    int trendMinutes = 10;    ///< how far back it is shown
     bool limitGiven = false;  ///< else as many variables as the output shows well
 };
 
