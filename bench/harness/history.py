@@ -100,6 +100,13 @@ class History:
         return figures
 
     def _startup(self, server: str, pens: int) -> Sample:
+        """Small trees start in milliseconds, which one delay can double: the middle one of three."""
+        starts = [self._start_once(server, pens) for _ in range(1 if pens > 1000 else 3)]
+        return sorted(starts, key=lambda sample: float(sample["startup"]["seconds"]))[
+            len(starts) // 2
+        ]
+
+    def _start_once(self, server: str, pens: int) -> Sample:
         with self._start(server, pens, 1, plans.PORT) as program:
             seconds = self._tools.await_first_read(self._plan, program) - program.started
             return {"startup": {"seconds": seconds, **program.times()}}
