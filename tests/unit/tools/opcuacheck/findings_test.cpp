@@ -4,6 +4,7 @@
 #include <chrono>
 #include <set>
 
+#include "server/text/Utf8ToCP866Converter.h"
 #include "support/capture.h"
 #include "support/operator_view.h"
 #include "tools/opcuacheck/command_line.h"
@@ -235,10 +236,13 @@ TEST(OpcuacheckProgram, TellsItsResultByItsStatus) {
     EXPECT_THAT(json, testing::HasSubstr("unknown to the server in section [Attributes]"));
 }
 
-TEST(OpcuacheckProgram, CodesStandInBothDocuments) {
+TEST(OpcuacheckProgram, DocumentsHoldItsCodesAndACleanExample) {
     const std::string root = OPCUASRV_SOURCE_DIR;
     for (const char* name : {"/docs/configuration.md", "/docs/configuration.ru.md"}) {
         const std::string document = readFile(root + name);
+        const auto begin = document.find("```ini\n") + 7;
+        const std::string example = document.substr(begin, document.find("```", begin) - begin);
+        EXPECT_EQ(told(Utf8ToCP866Converter::convertUtf8ToCP866_manual(example), {}), Told{});
         for (const Rule& rule : allRules()) {
             EXPECT_NE(document.find("`" + std::string(rule.code) + "`"), std::string::npos)
                 << rule.code << " in " << name;
