@@ -22,15 +22,14 @@ void VariableOfKind::createVarObj(CVeskBDSh& /*db*/, void* passport) {
 
 int VariableOfKind::getValue(UA_Variant& value, unsigned int& status, int attributeNumber,
                              long& sourceTime) {
-    const std::lock_guard lock(mutex_);
-    RTEXHandle::getValueByAttrNumber(attributeNumber, kind_.type, idTag_, value, status,
-                                     sourceTime);
+    const ObjectMutex::Guard guard(mutex_);
+    RTEXHandle::getValueByAttrNumber(attributeNumber, type_, idTag_, value, status, sourceTime);
     return 0;
 }
 
 int VariableOfKind::setValue(const UA_Variant& value, int attributeNumber) {
-    const std::lock_guard lock(mutex_);
-    RTEXHandle::setValueByAttrNumber(attributeNumber, kind_.type, idTag_, value);
+    const ObjectMutex::Guard guard(mutex_);
+    RTEXHandle::setValueByAttrNumber(attributeNumber, type_, idTag_, value);
     return 0;
 }
 

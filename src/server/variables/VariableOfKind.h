@@ -1,16 +1,16 @@
 #pragma once
 
-#include <mutex>
 #include <string>
 
 #include "server/attributes/VariableKind.h"
+#include "server/variables/ObjectMutex.h"
 #include "server/variables/UARTEXVariable.h"
 
 /// Everything that the five kinds share, driven by the kind's row of kKinds.
 class VariableOfKind : public UARTEXVariable {
   public:
     /// @param id  the object's number among those of its class, from the class's own counter
-    VariableOfKind(const VariableKind& kind, int id) : kind_(kind), id_(id) {}
+    VariableOfKind(const VariableKind& kind, int id) : kind_(kind), type_(kind.type), id_(id) {}
 
     void createVarObj(CVeskBDSh& db, void* passport) override;
     int getType() const override { return static_cast<int>(kind_.type); }
@@ -37,9 +37,10 @@ class VariableOfKind : public UARTEXVariable {
   private:
     // What a read touches comes first, so that it is one line of the processor's cache.
     const VariableKind& kind_;
+    const VariableType type_;
     int idTag_ = 0;          // main thread; constant after start-up
     int idAttr_ = 0;         // main thread
-    std::mutex mutex_;       // a read and a write of one tag never overlap
+    ObjectMutex mutex_;      // a read and a write of one tag never overlap
     std::string nameCp866_;  // constant after start-up
     int id_;
 };
