@@ -8,7 +8,7 @@ import pytest
 from asyncua import ua
 
 from conftest import Clients, Controller, Processes, ServerUnderTest
-from controller import ipc_keys, registry, sysv
+from controller import ipc_keys, journal, registry, sysv
 from programs import CONFIGURATION, CONTROLLER_SETTINGS, LOG, PORT, SERVING, accepts_connections
 from published_tags import item, publishing
 
@@ -23,12 +23,31 @@ def make_settings_folders() -> None:
     LOG.parent.mkdir()
 
 
-def test_without_a_database_process(processes: Processes, server: ServerUnderTest) -> None:
+def test_without_a_journal_it_sleeps_and_says_nothing(
+    processes: Processes, server: ServerUnderTest
+) -> None:
+    """No key file, so there is no segment to be had; the library names the first one, 50."""
     make_settings_folders()
+    process = server.launch(SERVING)
+    process.wait_for_output("Rolling LIB: ")
+    process.sleeps_for_ever()
+    assert process.own_output()[-1].startswith("Rolling LIB: ошибка 50 при инициализации")
+    assert server.log_lines() == []
+    assert journal.objects() == []
+
+
+def test_without_a_database_process(processes: Processes, server: ServerUnderTest) -> None:
+    """The journal that it had to make stays."""
+    make_settings_folders()
+    for key_file in ("proxy", "vskontr"):
+        (journal.ROOT / key_file).touch()
     process = server.launch(SERVING)
     assert process.exit_status() == REFUSED
     assert process.own_output()[-1] == "No Base in lib"
     assert server.log_lines() == []
+    assert len(journal.objects()) == 11
+    no_generation = 255
+    assert [message.code for message in journal.ring(no_generation)] == [18091]
 
 
 def test_with_a_dead_database_process(controller: Controller, server: ServerUnderTest) -> None:
@@ -164,6 +183,8 @@ def test_a_port_in_use_ends_the_run_with_a_message(
         process = server.launch(SERVING)
         assert process.exit_status() == 0
         assert server.log_lines() == [RUNNING, "ЦП 7: OPC UA Сервер: Остановлен"]
+        last = journal.ring()[-1]
+        assert (last.code, last.arguments) == (18093, (7,))
 
 
 @pytest.mark.parametrize("number", [signal.SIGTERM, signal.SIGINT])

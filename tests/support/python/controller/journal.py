@@ -75,9 +75,9 @@ def segment(index: int, generation: int = 0) -> bytes | None:
         attached.detach()
 
 
-def ring() -> list[Message]:
+def ring(generation: int = 0) -> list[Message]:
     """The messages in shared memory, oldest first. Nobody must be posting."""
-    parts = [segment(index) for index in (RING, COUNTER, LAST, SETTINGS)]
+    parts = [segment(index, generation) for index in (RING, COUNTER, LAST, SETTINGS)]
     assert None not in parts, "there is no journal"
     records, counter, last, settings = (bytes(part or b"") for part in parts)
     held, newest, capacity = (struct.unpack_from("<H", p)[0] for p in (counter, last, settings))
@@ -129,9 +129,9 @@ def _assert_stamps_rise(messages: list[Message]) -> None:
 
 
 def objects() -> list[sysv.IpcObject]:
-    """The journal's own objects that there are."""
+    """The journal's own objects that there are, of the first generation or of none."""
     try:
-        segments = {_key(index, 0) for index in _OWN_SEGMENTS}
+        segments = {_key(index, generation) for index in _OWN_SEGMENTS for generation in (0, 255)}
         semaphore = ipc_keys.ftok(ROOT / "proxy", ord("*"))
     except FileNotFoundError:
         return []
