@@ -282,7 +282,7 @@ def test_grouped_nodes_look_like_this(
         "Operative50_RVV.RV_1.Зад..A8": ("RV_1", "Зад."),
         "13_50_RVV": (13, "50_RVV"),
     }
-    said = process.output().decode()
+    said = process.output().decode("cp866")
     for tag in ("VA", "RV"):
         assert f"Failed to create structure for {tag} variable 1 in group 13: BadNodeIdExists" in said
 

@@ -232,23 +232,31 @@ def test_answers_what_the_library_finds(history: History) -> None:
 def test_outlives_a_library_that_fails(history: History) -> None:
     client = history.start(told(RAMP))
     cases = [
-        ("an error with an answer is still an answer", [RAMP, "status -5"], ua.StatusCodes.Good, 3),
-        ("no answer", [RAMP, "missing"], ua.StatusCodes.Good, 0),
-        ("no answer and an error", ["missing", "status -2147467259"], ua.StatusCodes.Good, 0),
-        ("more than fits", ["claim 4294967295"], ua.StatusCodes.BadOutOfMemory, 0),
-        ("more than asked for", [RAMP, "whole"], ua.StatusCodes.Good, 2000),
-        ("an empty archive", [], ua.StatusCodes.Good, 0),
-        ("well again", [RAMP], ua.StatusCodes.Good, 3),
+        ("an error with an answer is still an answer", [RAMP, "status -5"], 3),
+        ("no answer", [RAMP, "missing"], 0),
+        ("no answer and an error", ["missing", "status -2147467259"], 0),
+        ("more than asked for", [RAMP, "whole"], 2000),
+        ("an empty archive", [], 0),
+        ("well again", [RAMP], 3),
     ]
-    for why, more, wanted, count in cases:
+    for why, more, count in cases:
         told(*more).tell()
         status, values = client.read_history(PEN, FIRST, seconds_later(2))
-        assert (status.value, len(values)) == (wanted, count), why
+        assert (status.value, len(values)) == (ua.StatusCodes.Good, count), why
     Trends().tell()  # plotters and pens are gone, and the archive with them
     status, values = client.read_history(PEN, FIRST, seconds_later(2))
     assert (status.value, values) == (ua.StatusCodes.Good, [])
     assert PEN in client.address_space(), "the tree stays as it was built"
+    # A leak would show here when the server is built with the address sanitizer.
     assert history.process.stop() == 0
+
+
+def test_refuses_an_answer_that_no_memory_can_hold(history: History) -> None:
+    client = history.start(told(RAMP, "claim 4294967295"))
+    status, values = client.read_history(PEN, FIRST, seconds_later(2))
+    assert (status.value, values) == (ua.StatusCodes.BadOutOfMemory, [])
+    told(RAMP).tell()
+    assert ramp_values(client.read_history(PEN, FIRST, seconds_later(2))) == [0, 1, 2]
 
 
 def test_refuses_all_but_raw_reads_of_pens(history: History) -> None:
