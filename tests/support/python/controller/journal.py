@@ -12,7 +12,8 @@ MAIN = (DATA / "dat/rolling2.dat", DATA / "dat/cntroll2.dat", DATA / "check/chk_
 RESERVE = (DATA / "rezerv/rolling2.dat", DATA / "rezerv/cntroll2.dat", DATA / "check/chk_rol2.rez")
 FILES = (*MAIN, *RESERVE)
 
-SEMAPHORE, SETTINGS, RING, COUNTER, LAST = 49, 50, 51, 52, 53
+POSITION_FLAG, FIRST_DICTIONARY = 45, 71
+SETTINGS, RING, COUNTER, LAST = 50, 51, 52, 53
 SAVING, SAVE_PLACE, NEW, READERS, UDP, VERSION = 54, 55, 56, 57, 58, 87
 _OWN_SEGMENTS = (SETTINGS, RING, COUNTER, LAST, SAVING, SAVE_PLACE, NEW, READERS, UDP, VERSION)
 
@@ -59,7 +60,9 @@ def parse(data: bytes) -> Message:
 
 
 def _key(index: int, generation: int) -> int:
-    file = "vskontr" if index in (45, 59, *range(71, 76)) else "proxy"
+    if index == POSITION_FLAG:
+        return ipc_keys.ftok(ROOT / "vskontr", ord("d"))
+    file = "vskontr" if index in range(FIRST_DICTIONARY, FIRST_DICTIONARY + 5) else "proxy"
     return ipc_keys.ftok(ROOT / file, ipc_keys.project_character(index, generation))
 
 

@@ -1,0 +1,322 @@
+"""The event journal of a whole controller: saved, killed, loaded again, and shown by zrtjournal."""
+
+import json
+import random
+import signal
+import time
+from collections.abc import Callable
+from pathlib import Path
+
+import pytest
+
+from conftest import Controller, Processes, ServerUnderTest
+from controller import attribute_files, journal, sysv
+from programs import CONTROLLER_SETTINGS, SERVING, Program
+from published_tags import publishing
+from waiting import wait_until
+
+SIM_STARTED, SIM_STOPS, BROKEN, RECOVERED = 17901, 17902, 17911, 17912
+SERVER_RUNS = 18092
+OWN_OBJECTS = 11  # ten segments and the semaphore
+ERRORS = 400
+MANY_ERRORS = SERVING + "".join(f"Wrong{number} = 1\n" for number in range(ERRORS))
+
+
+def codes(messages: list[journal.Message]) -> list[int]:
+    return [message.code for message in messages]
+
+
+def start_quiet(controller: Controller, *arguments: str) -> None:
+    """A plant that stands still posts nothing but its start."""
+    controller.start_simulator("--va=3", "--vd=2", "--frozen", *arguments)
+
+
+def copies() -> list[tuple[int | None, list[int]]]:
+    """Number of the save and codes of both copies; both must be whole."""
+    return [
+        (journal.save_number(crc), codes(journal.messages_file(messages)))
+        for messages, _, crc in (journal.MAIN, journal.RESERVE)
+    ]
+
+
+def test_the_controller_owns_saves_and_loads(
+    controller: Controller, server: ServerUnderTest
+) -> None:
+    start_quiet(controller)
+    assert copies() == [(0, [SIM_STARTED]), (1, [SIM_STARTED])], "both at once after the start"
+    assert journal.segment(45) == b"\0"
+    assert len(journal.objects()) == OWN_OBJECTS
+    for index, kind in ((71, "VA"), (74, "VD")):
+        names = [bytes(controller.database.field(kind, n, "POZ")) for n in (1, 2)]
+        dictionary = journal.segment(index)
+        assert dictionary is not None and names[0].strip(b"\0")
+        assert [dictionary[:8], dictionary[8:16]] == [name[:8] for name in names]
+    controller.close()
+
+    process = server.start(SERVING)
+    wait_until(lambda: SERVER_RUNS in copies()[0][1] + copies()[1][1], "the messages are saved")
+    assert process.stop() == 0
+    before = journal.ring()
+    assert controller.simulator.stop() == 0
+    assert sysv.objects() == []
+    newest = max(copies(), key=lambda copy: copy[0] or 0)
+    assert newest[1] == [*codes(before), SIM_STOPS]
+
+    start_quiet(controller)
+    after = journal.ring()
+    assert after[: len(before)] == before, "as they were, with their stamps"
+    assert codes(after[len(before) :]) == [SIM_STOPS, SIM_STARTED]
+    assert copies() == [(0, codes(after)), (1, codes(after))]
+    readers = journal.segment(journal.READERS)
+    assert readers is not None and readers[:4] == len(after).to_bytes(4, "little")
+    assert controller.simulator.stop() == 0
+
+    start_quiet(controller, "--fresh")
+    assert codes(journal.ring()) == [SIM_STARTED]
+
+
+def test_the_plant_posts_its_sensors(controller: Controller) -> None:
+    controller.start_simulator("--va=40", "--cycle=10", "--seed=3")
+
+    def seen() -> set[int]:
+        return set(codes(journal.ring()))
+
+    wait_until(lambda: {BROKEN, RECOVERED} <= seen(), "a sensor broke and recovered", 60)
+    about = [m for m in journal.ring() if m.code in (BROKEN, RECOVERED)]
+    assert {(m.variable[0], m.arguments) for m in about} == {(1, (1,))}
+    assert all(1 <= m.variable[1] <= 40 for m in about)
+    sensor = about[0].variable
+    assert codes([m for m in about if m.variable == sensor])[:2] == [BROKEN, RECOVERED]
+
+
+@pytest.mark.parametrize("maker", ["zrtsim", "a server that came first"])
+@pytest.mark.parametrize("server_lives", [True, False])
+def test_a_killed_controller_starts_again(
+    maker: str, server_lives: bool, controller: Controller, server: ServerUnderTest
+) -> None:
+    start_quiet(controller)
+    process = server.start(SERVING)
+    wait_until(lambda: SERVER_RUNS in copies()[0][1] + copies()[1][1], "the messages are saved")
+    if not server_lives:
+        process.kill()
+    controller.simulator.kill()
+    if maker != "zrtsim":
+        for left in journal.objects():
+            sysv.remove(left)
+        assert server.launch(SERVING).exit_status() == 255, "no database"
+        assert len(journal.objects()) == OWN_OBJECTS
+    start_quiet(controller)
+    # A server that has to make the journal takes the saved one, whose files are gone then.
+    loaded = [SIM_STARTED, 18091, SERVER_RUNS] if maker == "zrtsim" else []
+    assert codes(journal.ring()) == [*loaded, SIM_STARTED]
+    assert controller.simulator.stop() == 0
+    assert [o for o in sysv.objects() if o.key != 0] == []
+
+
+def test_killed_while_they_post_and_save(
+    controller: Controller, server: ServerUnderTest
+) -> None:
+    """Whatever the instant, the ring is whole, and so is one of the copies."""
+    chance = random.Random(5)
+    start_quiet(controller)
+    CONTROLLER_SETTINGS.write_bytes(
+        b"[StartSetup]\nNumber_kontr = 7\n[ROLLING]\nMaxNumMessageMemory = 500\nSaveTime = 100\n"
+        b"MaxNumMessageDisk = 500\n"
+    )
+    assert controller.simulator.stop() == 0
+    saved = 0
+    for _ in range(8):
+        start_quiet(controller)
+        loaded = len(journal.ring())
+        assert loaded >= min(saved, 500), "what was saved is there"
+        poster = server.launch(MANY_ERRORS)
+        time.sleep(chance.uniform(0.005, 0.2))
+        poster.kill()
+        journal.ring()  # asserts that it is whole
+        time.sleep(chance.uniform(0, 0.12))
+        controller.simulator.kill()
+        journal.ring()
+        saved = max(whole_copies())
+    assert saved > ERRORS
+
+
+def whole_copies() -> list[int]:
+    """Numbers of messages of those copies that are whole."""
+    whole = []
+    for messages, _, crc in (journal.MAIN, journal.RESERVE):
+        if journal.save_number(crc) is None:
+            continue
+        try:
+            whole.append(len(journal.messages_file(messages)))
+        except (AssertionError, ValueError):
+            continue
+    assert whole, "one copy is whole"
+    return whole
+
+
+# ---- zrtjournal ----------------------------------------------------------------------------------
+
+
+class Reader:
+    """zrtjournal, run to its end."""
+
+    def __init__(self, processes: Processes) -> None:
+        self._processes = processes
+
+    def run(self, *arguments: str, status: int = 0) -> list[str]:
+        program = Program("zrtjournal", *arguments)
+        self._processes.add(program)
+        assert program.exit_status() == status, program.describe_end()
+        return program.output().decode("utf-8").splitlines()
+
+    def json(self, *arguments: str, status: int = 0) -> list[dict]:
+        return [json.loads(line) for line in self.run("--json", *arguments, status=status)]
+
+
+@pytest.fixture
+def reader(processes: Processes) -> Reader:
+    return Reader(processes)
+
+
+def text_of(argument: int | float | bytes) -> int | float | str:
+    return argument.decode("cp866") if isinstance(argument, bytes) else argument
+
+
+def test_zrtjournal_shows_the_ring_and_changes_nothing(
+    controller: Controller, server: ServerUnderTest, reader: Reader
+) -> None:
+    start_quiet(controller)
+    server.start(publishing(("VA", 29)) + "Type1.2 = x, 500\n[Nowhere]\n").stop()
+    controller.simulator.process.send_signal(signal.SIGSTOP)  # nobody else changes anything
+    before = sysv.objects(), {f: f.read_bytes() for f in journal.FILES}
+    ring = journal.ring()
+    shown = reader.json()
+    assert [(tuple(m["stamp"]), m["code"], m["dictionary"]) for m in shown] == [
+        (m.stamp, m.code, m.dictionary) for m in ring
+    ]
+    assert [m["arguments"] for m in shown] == [[text_of(a) for a in m.arguments] for m in ring]
+
+    lines = reader.run()
+    assert [line.split("  ", 2)[1] for line in lines] == [f"301/{m.code}" for m in ring]
+    assert lines[1].endswith("  ЦП 1: OPC UA Сервер: Запуск: Версия: 1.0-0")
+    assert lines[-1].endswith("  ЦП 1: OPC UA Сервер: Запущен: теги OA")
+    assert "ЦП 1: OPC UA Сервер: Ошибка конфигурации: 5 строка №" in lines[2]
+    assert reader.run("--lang", "en", "--last=1") != reader.run("--last=1")
+    assert len(reader.run("--code", "18091, 18093-18095")) == len(ring) - 2
+    today = time.strftime("%d-%m-%Y", time.localtime(ring[0].time_ms / 1000))
+    assert reader.run("--from", today, "--to", today) == lines
+    assert reader.run("--to", "2020-01-01") == reader.run("--from", "2099-01-01 10:00") == []
+    assert (sysv.objects(), {f: f.read_bytes() for f in journal.FILES}) == before
+
+
+def test_zrtjournal_reads_what_the_server_posts_as_utf8(
+    controller: Controller, server: ServerUnderTest, reader: Reader
+) -> None:
+    controller.start(va=1)
+    entries = attribute_files.read_files()
+    entry = entries[attribute_files.ENTRY["VA"]]
+    del entry.attributes[28:]
+    del entry.storages[28:]
+    attribute_files.write_files(entries)
+    server.start(publishing(("VA", 29)))
+    assert any("Ошибка конфигурации: 4 строка №" in line for line in reader.run())
+
+
+def test_zrtjournal_follows(
+    controller: Controller, server: ServerUnderTest, processes: Processes
+) -> None:
+    follower = Program("zrtjournal", "--follow", "--json")
+    processes.add(follower)
+    follower.wait_for_output("журнала в памяти нет")
+    start_quiet(controller)
+    follower.wait_for_output('"code": 17901')
+    server.start(SERVING)
+    follower.wait_for_output('"code": 18092')
+    assert follower.stop(signal.SIGINT) == 0
+    shown = [line for line in follower.output().decode().splitlines() if line[0] == "{"]
+    assert [json.loads(line)["code"] for line in shown] == codes(journal.ring()), "each once"
+
+
+def cut(path: Path) -> None:
+    path.write_bytes(path.read_bytes()[:-3])
+
+
+# name: what happens to the files (main is newer), whether main and reserve are good, the one shown
+DAMAGES = {
+    "nothing": (lambda: None, [True, True], 0),
+    "newer messages cut": (lambda: cut(journal.MAIN[0]), [False, True], 1),
+    "newer header damaged": (lambda: journal.MAIN[0].write_bytes(b"veskrol9"), [False, True], 1),
+    "newer CRC file damaged": (lambda: damage(journal.MAIN[2]), [False, True], 1),
+    "newer CRC file missing": (lambda: journal.MAIN[2].unlink(), [False, True], 1),
+    "newer counters cut": (lambda: cut(journal.MAIN[1]), [False, True], 0),
+    "older messages cut": (lambda: cut(journal.RESERVE[0]), [True, False], 0),
+    "no CRC files": (lambda: remove(journal.MAIN[2], journal.RESERVE[2]), [False, False], 0),
+    "only the reserve is there": (lambda: remove(*journal.MAIN), [None, True], 1),
+    "both cut": (lambda: [cut(f) for f in (journal.MAIN[0], journal.RESERVE[0])], [False] * 2, 0),
+    "no files": (lambda: remove(*journal.FILES), [None, None], None),
+}
+
+
+def cut(path: Path) -> None:
+    path.write_bytes(path.read_bytes()[:-3])
+
+
+def damage(path: Path) -> None:
+    path.write_bytes(path.read_bytes()[:-1] + b"?")
+
+
+def remove(*paths: Path) -> None:
+    for path in paths:
+        path.unlink()
+
+
+@pytest.mark.parametrize("spoil, good, shown", DAMAGES.values(), ids=DAMAGES.keys())
+def test_zrtjournal_tells_the_good_copy(
+    spoil: Callable[[], object],
+    good: list[bool | None],
+    shown: int | None,
+    controller: Controller,
+    reader: Reader,
+) -> None:
+    start_quiet(controller)
+    controller.simulator.stop()  # the start went to both copies, the stop to the main one
+    files = (journal.MAIN[0], journal.RESERVE[0])
+    saved = [codes(journal.messages_file(file)) for file in files]
+    assert saved == [[SIM_STARTED, SIM_STOPS], [SIM_STARTED]]
+    spoil()
+    status = 3 if shown is None else 1 if False in good else 0
+    told = reader.json("--files", status=status)
+    assert [copy["good"] for copy in told[:2]] == [is_good is True for is_good in good]
+    assert [copy["shown"] for copy in told[:2]] == [index == shown for index in (0, 1)]
+    expected = saved[shown] if shown is not None else []
+    if spoil is DAMAGES["both cut"][0]:
+        expected = expected[:-1]
+    assert [m["code"] for m in told[2:]] == expected
+    states = [line for line in reader.run("--files", status=status) if "копия" in line]
+    words = {True: " - цела: ", False: " - повреждена: ", None: " - файлов нет"}
+    assert [words[is_good] in state for is_good, state in zip(good, states)] == [True, True]
+
+
+@pytest.mark.parametrize(
+    "arguments",
+    [
+        ["--nonsense"],
+        ["stray"],
+        ["--code", "x"],
+        ["--code", "5-4"],
+        ["--from", "yesterday"],
+        ["--to", "31-02-2026"],
+        ["--last", "-1"],
+        ["--follow", "--files"],
+        ["--dir", "/zrt"],
+        ["--lang", "de"],
+    ],
+)
+def test_zrtjournal_refuses(arguments: list[str], reader: Reader) -> None:
+    assert reader.run(*arguments, status=2)[0].startswith("zrtjournal: ")
+
+
+def test_zrtjournal_without_a_journal(reader: Reader) -> None:
+    assert "контроллер не работает" in reader.run(status=3)[0]
+    assert "--follow" in "".join(reader.run("--help"))
+    assert sysv.objects() == []
