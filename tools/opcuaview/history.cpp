@@ -231,9 +231,8 @@ class HistoryCommand {
 
     ExitStatus stuck(const HistoryPager& pager) const {
         say("прочитано значений: " + std::to_string(count_) + "; дальше нельзя: в миллисекунде " +
-            formatTime(pager.position()) +
-            " не меньше значений, чем сервер отдаёт за один ответ (" +
-            std::to_string(pager.largestAnswer()) + "), остальные пропали бы");
+            formatTime(pager.position()) + " их не меньше, чем сервер отдаёт за один ответ (" +
+            std::to_string(pager.largestAnswer()) + "), и остальные пропали бы");
         return kIncomplete;
     }
 

@@ -1,0 +1,204 @@
+#include "tools/opcuaview/history.h"
+
+#include <gmock/gmock.h>
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <vector>
+
+#include "tools/opcuaview/history_pager.h"
+#include "tools/opcuaview/plot.h"
+
+namespace opcuaview {
+
+namespace {
+
+constexpr UA_DateTime kBegin = UA_DATETIME_UNIX_EPOCH + 1'800'000'000 * UA_DATETIME_SEC;
+constexpr UA_DateTime kUs = UA_DATETIME_USEC;
+constexpr UA_DateTime kMs = UA_DATETIME_MSEC;
+constexpr UA_DateTime kSecond = UA_DATETIME_SEC;
+
+/// A server that cuts answers at a number of values and request times to milliseconds.
+class CuttingServer {
+  public:
+    CuttingServer(std::vector<UA_DateTime> times, std::size_t limit)
+        : times_(std::move(times)), limit_(limit) {}
+
+    HistoryRequest request() {
+        return [this](UA_DateTime from, UA_DateTime to, std::vector<HistoryValue>& values) {
+            if (failures > 0) {
+                --failures;
+                return UA_STATUSCODE_BADTIMEOUT;
+            }
+            from -= from % kMs;
+            to -= to % kMs;
+            for (std::size_t i = 0; i < times_.size() && values.size() < limit_; ++i) {
+                if (times_[i] < from || times_[i] > to) continue;
+                values.push_back({times_[i], static_cast<double>(i), UA_STATUSCODE_GOOD, false});
+            }
+            return UA_STATUSCODE_GOOD;
+        };
+    }
+
+    void append(UA_DateTime time) { times_.push_back(time); }
+    int failures = 0;
+
+  private:
+    std::vector<UA_DateTime> times_;
+    std::size_t limit_;
+};
+
+std::vector<UA_DateTime> every(UA_DateTime step, int count, int equal = 1) {
+    std::vector<UA_DateTime> times;
+    for (int i = 0; i < count; ++i)
+        times.push_back(kBegin + i / equal * step);
+    return times;
+}
+
+struct Read {
+    std::vector<int> numbers;
+    HistoryPager::Step last = HistoryPager::Step::values;
+};
+
+Read readOn(HistoryPager& pager) {
+    Read read;
+    std::vector<HistoryValue> values;
+    while ((read.last = pager.next(values)) == HistoryPager::Step::values) {
+        for (const HistoryValue& value : values)
+            read.numbers.push_back(static_cast<int>(value.number));
+    }
+    return read;
+}
+
+std::vector<int> numbers(int from, int to) {
+    std::vector<int> all;
+    for (int i = from; i < to; ++i)
+        all.push_back(i);
+    return all;
+}
+
+}  // namespace
+
+TEST(HistoryPager, ReadsEverythingOnceOrSaysWhereItCannotGoOn) {
+    using enum HistoryPager::Step;
+    std::vector<UA_DateTime> crowded = every(kSecond, 25);
+    for (int i = 0; i < 15; ++i)
+        crowded.insert(crowded.begin() + 20, kBegin + 19 * kSecond + 30 * kUs);
+    const struct {
+        const char* why;
+        std::vector<UA_DateTime> times;
+        std::size_t limit;
+        UA_DateTime from, to;
+        int first, count;
+        HistoryPager::Step end;
+    } cases[] = {
+        {"a day", every(kSecond, 86'400), 1000, kBegin, kBegin + 86'400 * kSecond, 0, 86'400, end},
+        {"several values a millisecond", every(150 * kUs, 5000), 10, 0, kBegin + kSecond, 0, 5000,
+         end},
+        {"several values of one time, cut between them", every(2 * kMs, 500, 4), 6, 0,
+         kBegin + 2 * kSecond, 0, 500, end},
+        {"times between milliseconds", every(100 * kUs, 100), 30, kBegin + 1050 * kUs,
+         kBegin + 5150 * kUs, 11, 41, end},
+        {"nothing there", every(kSecond, 5), 10, kBegin + 10 * kSecond, kBegin + kMs * 90'000, 0, 0,
+         end},
+        {"one value", every(kSecond, 1), 10, 0, kBegin + kSecond, 0, 1, end},
+        {"one value in the range", every(kSecond, 50), 10, kBegin + 7 * kSecond - kUs,
+         kBegin + 7 * kSecond + kUs, 7, 1, end},
+        {"less than an answer", every(kSecond, 9), 10, 0, kBegin + kSecond * 10, 0, 9, end},
+        {"just an answer", every(kSecond, 10), 10, 0, kBegin + kSecond * 10, 0, 10, end},
+        {"few of one millisecond, at the end of more", every(kMs, 40, 4), 10, kBegin + 9 * kMs,
+         kBegin + kSecond, 36, 4, end},
+        {"a millisecond with more than an answer", crowded, 10, 0, kBegin + kSecond * 99, 0, 29,
+         stuck},
+        {"the same at the end", every(kUs, 30), 10, 0, kBegin + kSecond, 0, 10, stuck},
+        {"an archive of one millisecond, which nothing tells from a cut one", every(kUs, 7), 10, 0,
+         kBegin + kSecond, 0, 7, stuck},
+        {"one value an answer", every(kSecond, 5), 1, 0, kBegin + kSecond * 9, 0, 1, stuck},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.why);
+        CuttingServer server(c.times, c.limit);
+        HistoryPager pager(server.request(), c.from, c.to);
+        const Read read = readOn(pager);
+        EXPECT_EQ(read.numbers, numbers(c.first, c.first + c.count));
+        EXPECT_EQ(read.last, c.end);
+    }
+}
+
+TEST(HistoryPager, GoesOnAfterAFailureAndWithWhatIsAdded) {
+    CuttingServer server(every(kSecond, 95), 10);
+    HistoryPager pager(server.request(), kBegin, kBegin + 94 * kSecond);
+    std::vector<HistoryValue> values;
+    ASSERT_EQ(pager.next(values), HistoryPager::Step::values);
+    server.failures = 2;
+    EXPECT_EQ(pager.next(values), HistoryPager::Step::failed);
+    EXPECT_EQ(pager.status(), UA_STATUSCODE_BADTIMEOUT);
+    EXPECT_EQ(pager.next(values), HistoryPager::Step::failed);
+    EXPECT_EQ(readOn(pager).numbers, numbers(10, 95));
+
+    server.append(kBegin + 94 * kSecond);  // the time of the last one
+    server.append(kBegin + 95 * kSecond);
+    pager.extendTo(kBegin + 99 * kSecond);
+    EXPECT_EQ(readOn(pager).numbers, numbers(95, 97));
+    EXPECT_EQ(readOn(pager).numbers, numbers(0, 0));
+}
+
+TEST(History, TimesAndDurationsAreReadAsWritten) {
+    setenv("TZ", "MSK-3", 1);
+    tzset();
+    const struct {
+        const char* text;
+        std::int64_t unixMs;  // -1: refused
+    } times[] = {{"2026-11-21T09:30:15.250Z", 1'795'253'415'250},
+                 {"2026-11-21 12:30:15", 1'795'253'415'000},
+                 {"2026-11-21 12:30", 1'795'253'400'000},
+                 {"2026-11-21", 1'795'208'400'000},
+                 {"2026-02-30", -1},
+                 {"21.11.2026", -1},
+                 {"2026-11-21 12:30:15.5", -1},
+                 {"2026-11-21 12", -1},
+                 {"", -1},
+                 {"2026-11-21 12:61", -1}};
+    for (const auto& row : times) {
+        const auto time = parseTime(row.text);
+        EXPECT_EQ(time ? (*time - UA_DATETIME_UNIX_EPOCH) / kMs : -1, row.unixMs) << row.text;
+    }
+    unsetenv("TZ");
+    tzset();
+    EXPECT_EQ(parseDuration("90s"), std::chrono::seconds{90});
+    EXPECT_EQ(parseDuration("30d"), std::chrono::hours{720});
+    for (const char* text : {"", "d", "0h", "-1h", "10", "1w", "5m5s", "100001s"})
+        EXPECT_FALSE(parseDuration(text)) << text;
+}
+
+TEST(History, CsvKeepsEveryDigit) {
+    const UA_DateTime time = kBegin + 123'456 * kUs;
+    EXPECT_EQ(csvLine({time, static_cast<double>(0.1F), UA_STATUSCODE_GOOD, false}),
+              "2027-01-15T08:00:00.123456Z,0.100000001,Good");
+    EXPECT_EQ(csvLine({time, 0.1, UA_STATUSCODE_UNCERTAIN, true}),
+              "2027-01-15T08:00:00.123456Z,0.10000000000000001,Uncertain");
+    EXPECT_EQ(csvLine({0, std::numeric_limits<double>::quiet_NaN(), UA_STATUSCODE_BAD, false}),
+              ",,Bad");
+}
+
+TEST(Plot, DrawsTheCurveWithItsScaleAndGaps) {
+    std::vector<HistoryValue> values;
+    for (int i = 0; i <= 60; ++i)
+        values.push_back({kBegin + i * kSecond, i < 30 ? 0.0 : 10.0, UA_STATUSCODE_GOOD, false});
+    for (int i = 40; i < 55; ++i)
+        values[static_cast<std::size_t>(i)].status = UA_STATUSCODE_BAD;
+    const UA_DateTime to = kBegin + 60 * kSecond;
+    // 30 characters are 60 columns of dots, one a second.
+    const auto lines = plot(values, kBegin, to, 4, 41);
+    ASSERT_EQ(lines.size(), 4U);
+    EXPECT_EQ(lines[0], "       10 │               ⡏⠉⠉⠉⠉       ⠈⠉⠉");
+    EXPECT_EQ(lines[1].substr(0, 19), "        0 │⣀⣀");
+    EXPECT_EQ(lines[1].find("⣀", lines[1].rfind("⡇")), std::string::npos);
+    EXPECT_EQ(sparkline(values, kBegin, to, 6), "▁▁▁█ █");
+    EXPECT_EQ(rangeText(values), "0 … 10");
+    EXPECT_EQ(rangeText({}), "—");
+    EXPECT_EQ(plot({}, kBegin, to, 6, 30).size(), 6U);
+}
+
+}  // namespace opcuaview

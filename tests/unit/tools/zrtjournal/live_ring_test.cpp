@@ -1,0 +1,98 @@
+// Reading the ring while others post, and reading memory that must not be written.
+#include "tools/zrtjournal/live_ring.h"
+
+#include <sys/mman.h>
+
+#include <set>
+
+#include "unit/lib/rolling2/journal.h"
+
+namespace {
+
+class LiveRing : public JournalTest {
+  protected:
+    static std::vector<unsigned> copied() {
+        std::vector<unsigned> all;
+        for (const SRolMessage& message : zrtjournal::copyRing().messages)
+            all.push_back(message.MessageCode + 0U);  // a copy: it is packed
+        return all;
+    }
+};
+
+TEST_F(LiveRing, IsCopiedWholeAndInOrder) {
+    EXPECT_EQ(zrtjournal::copyRing().error, ENOENT);
+    CRolManager journal;
+    join(journal);
+    EXPECT_EQ(copied(), upTo(1, 0)) << "empty";
+    post(journal, 1, 3);
+    EXPECT_EQ(copied(), upTo(1, 3));
+    post(journal, 4, 20);
+    EXPECT_EQ(copied(), upTo(1, 20)) << "full: the oldest one too";
+    post(journal, 21, 33);
+    EXPECT_EQ(copied(), upTo(14, 33)) << "gone round";
+}
+
+TEST_F(LiveRing, DoesNotTrustWhatOthersWrote) {
+    CRolManager journal;
+    join(journal);
+    post(journal, 1, 5);
+    for (const int index : {50, 52, 53})
+        RawSegment(index).put<std::uint16_t>(0, 65535);
+    EXPECT_LE(copied().size(), 20U);
+    RawSegment(50).put<std::uint16_t>(0, 0);
+    EXPECT_LE(copied().size(), 20U);
+}
+
+/// Posters number their messages, and the text repeats the number.
+TEST_F(LiveRing, HoldsNoTornMessageWhileOthersPost) {
+    CRolManager journal;
+    join(journal);
+    std::vector<std::unique_ptr<ChildProcess>> posters;
+    for (unsigned poster = 0; poster < 2; ++poster) {
+        posters.push_back(std::make_unique<ChildProcess>([&journal] {
+            for (unsigned number = 0;; ++number) {
+                const std::string text(1 + number % 200, static_cast<char>('a' + number % 26));
+                static_cast<void>(journal.Message(number, new CRolArg(number),
+                                                  new CRolArg(text.c_str()), new CRolArg(RT_END)));
+            }
+            return 0;
+        }));
+    }
+    std::set<std::size_t> sizes;
+    const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(700);
+    while (std::chrono::steady_clock::now() < end) {
+        const auto messages = zrtjournal::copyRing().messages;
+        sizes.insert(messages.size());
+        std::pair<int, int> last{0, -1};
+        for (const SRolMessage& message : messages) {
+            const timeval_32 stamp = message.PseudoTimeStamp;
+            const std::pair<int, int> now{stamp.tv_sec, stamp.tv_usec};
+            ASSERT_GT(now, last);
+            last = now;
+            const unsigned number = message.MessageCode;
+            const auto values = RolArguments(message);
+            ASSERT_EQ(values.size(), 2U);
+            ASSERT_EQ(std::get<std::uint64_t>(values[0].value), number);
+            ASSERT_EQ(std::get<std::string>(values[1].value),
+                      std::string(1 + number % 200, static_cast<char>('a' + number % 26)));
+        }
+    }
+    EXPECT_GT(*sizes.rbegin(), 5U) << "something could be read";
+}
+
+TEST_F(LiveRing, IsAttachedForReadingOnly) {
+    CRolManager journal;
+    join(journal);
+    ChildProcess writer([] {
+        const ShmView view = ShmOpenReadOnly(51);
+        EXPECT_EQ(view.size, 20 * 281U);
+        *const_cast<char*>(static_cast<const char*>(view.address.get())) = 1;
+        return 0;
+    });
+    EXPECT_NE(writer.wait(), 0);
+    EXPECT_EQ(ShmOpenReadOnly(71).error, ENOENT);
+    EXPECT_EQ(ShmOpenReadOnly(128).error, EINVAL);
+    EXPECT_EQ(ShmOpenReadOnly(-1).error, EINVAL);
+}
+
+}  // namespace

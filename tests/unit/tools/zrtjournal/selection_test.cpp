@@ -1,0 +1,92 @@
+#include "tools/zrtjournal/selection.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+
+#include "tools/zrtjournal/message_text.h"
+
+namespace {
+
+SRolMessage message(std::uint32_t code, std::time_t time = 0) {
+    SRolMessage made{};
+    made.MessageCode = code;
+    made.Date = {static_cast<std::uint32_t>(time), 999};
+    return made;
+}
+
+TEST(Selection, TakesCodesOfAList) {
+    const struct {
+        const char* list;
+        bool isList;
+        const char* taken;  // of the codes 1 to 5
+    } cases[] = {
+        {"2", true, "2"},       {"1-3", true, "123"},          {" 5 , 1 - 2", true, "125"},
+        {"4-4,4", true, "4"},   {"3-4294967295", true, "345"}, {"", false, "12345"},
+        {"x", false, "12345"},  {"1,,2", false, "12345"},      {"3-2", false, "12345"},
+        {"1-", false, "12345"}, {"-1", false, "12345"},        {"4294967296", false, "12345"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.list);
+        zrtjournal::Selection selection;
+        EXPECT_EQ(selection.setCodes(c.list), c.isList);
+        std::string taken;
+        for (unsigned code = 1; code <= 5; ++code)
+            if (selection.takes(message(code))) taken += std::to_string(code);
+        EXPECT_EQ(taken, c.taken);
+    }
+}
+
+TEST(Selection, TakesALocalSpanOfTime) {
+    setenv("TZ", "XXX-3", 1);
+    tzset();
+    constexpr std::time_t kNoon = 1'795'251'600;  // 2026-11-21 12:00:00 local
+    const struct {
+        const char* text;
+        bool isTime;
+        std::time_t begin, end;  // from kNoon; the span that the text names
+    } cases[] = {
+        {"2026-11-21 12:00:00", true, 0, 1},
+        {"2026-11-21T12:00:05", true, 5, 6},
+        {"21-11-2026 12:01:00", true, 60, 61},
+        {"2026-11-21 12:00", true, 0, 60},
+        {"21-11-2026 11:59", true, -60, 0},
+        {"2026-11-21", true, -12 * 3600, 12 * 3600},
+        {"21-11-2026", true, -12 * 3600, 12 * 3600},
+        {"12:30", true, 1800, 1860},
+        {"12:00:07", true, 7, 8},
+        {"31-11-2026", false, 0, 0},
+        {"2026-11-21 25:00", false, 0, 0},
+        {"21-11-26", false, 0, 0},
+        {"12:00:00x", false, 0, 0},
+        {"yesterday", false, 0, 0},
+        {"", false, 0, 0},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.text);
+        zrtjournal::Selection selection;
+        EXPECT_EQ(selection.setFrom(c.text, kNoon + 100), c.isTime);
+        EXPECT_EQ(selection.setTo(c.text, kNoon + 100), c.isTime);
+        if (!c.isTime) continue;
+        EXPECT_FALSE(selection.takes(message(1, kNoon + c.begin - 1)));
+        EXPECT_TRUE(selection.takes(message(1, kNoon + c.begin)));
+        EXPECT_TRUE(selection.takes(message(1, kNoon + c.end - 1)));
+        EXPECT_FALSE(selection.takes(message(1, kNoon + c.end)));
+    }
+    unsetenv("TZ");
+    tzset();
+}
+
+TEST(MessageText, TellsUtf8FromCp866) {
+    using zrtjournal::readable;
+    EXPECT_EQ(readable("\xE1\xE2\xE0\xAE\xAA\xA0 \xFC"
+                       "8"),
+              "строка №8");
+    EXPECT_EQ(readable("строка №8"), "строка №8");
+    EXPECT_EQ(readable("\xE0\xA0\xAC"), "рам") << "would be a letter of another script";
+    EXPECT_EQ(readable("\xD0"), "╨");
+    EXPECT_EQ(readable("a\x1B[2J\n\xAA"), "a [2J к") << "a terminal stays undisturbed";
+    EXPECT_EQ(readable(""), "");
+}
+
+}  // namespace
