@@ -1,8 +1,6 @@
 // Reading the ring while others post, and reading memory that must not be written.
 #include "tools/zrtjournal/live_ring.h"
 
-#include <sys/mman.h>
-
 #include <set>
 
 #include "unit/lib/rolling2/journal.h"
