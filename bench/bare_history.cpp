@@ -7,6 +7,8 @@
 #include <string>
 #include <vector>
 
+#include "pen_names.h"
+
 namespace bench {
 namespace {
 
@@ -115,8 +117,7 @@ UA_StatusCode addBareHistory(UA_Server* server, UA_UInt16 ns, std::size_t pens,
 
     UA_StatusCode status = addFolders(server, ns);
     for (std::size_t pen = 1; pen <= pens && status == UA_STATUSCODE_GOOD; ++pen) {
-        const std::string number = std::to_string(pen);
-        const std::string tagName = "R1_P" + number + ".VA_" + number;
+        const std::string tagName = penTagName(pen);
         status = addPen(server, ns, tagName);
         if (status != UA_STATUSCODE_GOOD) break;
         const UA_NodeId id = UA_NODEID_STRING(ns, const_cast<char*>(tagName.c_str()));

@@ -2,6 +2,8 @@
 
 #include <string>
 
+#include "pen_names.h"
+
 namespace bench {
 
 static constexpr UA_UInt16 kNamespace = 2;  // of both servers' nodes
@@ -19,8 +21,7 @@ PreparedRequest prepareHistoryRead(UaConnection& connection, std::size_t first, 
     if (request->nodesToRead == nullptr) throw UaError("out of memory");
     request->nodesToReadSize = count;
     for (std::size_t i = 0; i < count; ++i) {
-        const std::string number = std::to_string(first + i);
-        const std::string id = "R1_P" + number + ".VA_" + number;
+        const std::string id = penTagName(first + i);
         request->nodesToRead[i].nodeId = UA_NODEID_STRING_ALLOC(kNamespace, id.c_str());
     }
     return connection.prepare(request);

@@ -15,7 +15,7 @@
 // ---- Number of values --------------------------------------------------------------------------
 
 /// The last number that was configured; kept between calls.
-static constinit std::int32_t CountHistoryTrends = minCountHistoryTrends;
+static std::int32_t CountHistoryTrends = minCountHistoryTrends;
 
 std::uint32_t getCountHistoryTrends() {
     const auto& sections = IniConfigManager::instance().getSections();

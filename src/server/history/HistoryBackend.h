@@ -9,8 +9,8 @@
 // is C.
 
 /// Number of values of one history read, when the configuration does not say another.
-inline constexpr std::int32_t minCountHistoryTrends = 100;
-inline constexpr std::int32_t maxCountHistoryTrends = 1000;
+inline const std::int32_t minCountHistoryTrends = 100;
+inline const std::int32_t maxCountHistoryTrends = 1000;
 
 /// Number of values that one read asks the archive for: the last "CountHistoryTrends" of the loaded
 /// configuration, at most 1000. A value that is no number makes it 100 at once.
