@@ -2,12 +2,14 @@
 
 import json
 import subprocess
+from fnmatch import fnmatchcase
 
 import pytest
 from asyncua import ua
 
 import address_space_test
 import configuration_log_test
+import historical_tree_test
 from conftest import Clients, Controller, ServerUnderTest
 from expected.address_space import OBJECTS_FOLDER, Node, NodeKey
 from programs import CONFIGURATION, SERVING, program_path
@@ -15,7 +17,7 @@ from programs import CONFIGURATION, SERVING, program_path
 COUNTS = "va=4,av=3,rv=6,vd=3,dv=4"
 RV_TYPES = (0, 1, 2, 2, 1, 0)
 MANUAL_INPUTS = ("--rvs=2,5", "--rvl=3,4")
-ACCESS = {"R": 1, "W": 2, "RW": 3}
+ACCESS = {"R": 1, "W": 2, "RW": 3, "R+H": 5}
 
 
 def check(*arguments: str) -> list[dict[str, object]]:
@@ -62,6 +64,32 @@ def test_tree_is_the_one_that_a_client_browses(
             assert value.Value.VariantType.name == node["dataType"], node["id"]
         else:
             assert node["dataType"] == "—", node["id"]
+
+
+def test_historical_nodes_are_among_those_foretold(
+    controller: Controller, server: ServerUnderTest, clients: Clients
+) -> None:
+    """Which pens there are is told by the trend system alone: a "*" stands for what it adds."""
+    controller.start(va=1)
+    system = historical_tree_test.SYSTEM
+    system.tell()
+    for name, more in historical_tree_test.CASES.items():
+        process = server.start(
+            historical_tree_test.HISTORY_ONLY + more, environment=system.environment
+        )
+        client = clients.connect()
+        browsed = client.address_space()
+        client.close()
+        process.stop()
+        foretold = [
+            (str(key_of(node["id"])), key_of(node["parent"]), ACCESS.get(node["access"]))
+            for node in check("--tree")
+        ]
+        for key, node in browsed.items():
+            assert any(
+                fnmatchcase(str(key), pattern) and (parent, access) == (node.parent, node.access_level)
+                for pattern, parent, access in foretold
+            ), f"{name}: {key}"
 
 
 BROKEN = {name: SERVING + text for name, (text, _) in configuration_log_test.CASES.items()} | {

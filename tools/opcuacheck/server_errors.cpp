@@ -58,6 +58,7 @@ std::string nearestEntry(const std::string& key) {
     const auto dot = key.find('.');
     if (dot == std::string::npos) return {};
     std::vector<std::string> markers;
+    markers.reserve(kPublishedTypes.size());
     for (const PublishedType& type : kPublishedTypes) {
         markers.emplace_back(type.marker);
     }
