@@ -105,7 +105,8 @@ void EventJournal::follow(Clock::time_point now) {
         isBroken_[i] = isBroken;
         post(isBroken ? sensorBroken : sensorRecovered, {}, static_cast<int>(i + 1));
     }
-    const std::chrono::milliseconds interval(rolling_.IniFileSettings->SaveInterval);
+    const auto intervalMs = rolling_.IniFileSettings->SaveInterval;  // copied: the record is packed
+    const std::chrono::milliseconds interval(intervalMs);
     if (interval.count() == 0 || now < nextSave_) return;  // 0: at start and end only
     nextSave_ = now + interval;
     static_cast<void>(rolling_.Save());  // what fails is reported, and tried again with the next
