@@ -1,11 +1,11 @@
 #include "tools/opcuacheck/print.h"
 
 #include <algorithm>
-#include <array>
-#include <cstdio>
 #include <initializer_list>
 #include <string_view>
 #include <utility>
+
+#include "tools/json/json_text.h"
 
 namespace opcuacheck {
 
@@ -13,30 +13,13 @@ namespace {
 
 // ---- JSON --------------------------------------------------------------------------------------
 
-std::string quoted(std::string_view utf8) {
-    std::string text = "\"";
-    for (const char c : utf8) {
-        if (c == '"' || c == '\\') {
-            text.append(1, '\\').append(1, c);
-        } else if (static_cast<unsigned char>(c) < ' ') {
-            std::array<char, 8> escape{};
-            (void)std::snprintf(escape.data(), escape.size(), "\\u%04x",
-                                static_cast<unsigned>(static_cast<unsigned char>(c)));
-            text += escape.data();
-        } else {
-            text += c;
-        }
-    }
-    return text + '"';
-}
-
 /// One object of an array; values are JSON already.
 void printObject(std::ostream& out, bool first,
                  std::initializer_list<std::pair<std::string_view, std::string>> members) {
     out << (first ? "\n  {" : ",\n  {");
     const char* separator = "";
     for (const auto& [name, value] : members) {
-        out << separator << quoted(name) << ": " << value;
+        out << separator << jsonText(name) << ": " << value;
         separator = ", ";
     }
     out << '}';
@@ -174,14 +157,14 @@ void printFindingsJson(std::ostream& out, const Findings& findings, const Config
         printObject(out, std::exchange(first, false),
                     {{"line", std::to_string(finding.line)},
                      {"causeLine", std::to_string(place)},
-                     {"severity", quoted(severityName(rule.severity))},
-                     {"code", quoted(rule.code)},
-                     {"section", quoted(finding.section)},
-                     {"key", quoted(finding.key)},
-                     {"text", quoted(text.lineUtf8(place))},
-                     {"message", quoted(messageOf(finding, language))},
-                     {"advice", quoted(adviceOf(finding, language))},
-                     {"log", finding.logLine ? quoted(*finding.logLine) : "null"}});
+                     {"severity", jsonText(severityName(rule.severity))},
+                     {"code", jsonText(rule.code)},
+                     {"section", jsonText(finding.section)},
+                     {"key", jsonText(finding.key)},
+                     {"text", jsonText(text.lineUtf8(place))},
+                     {"message", jsonText(messageOf(finding, language))},
+                     {"advice", jsonText(adviceOf(finding, language))},
+                     {"log", finding.logLine ? jsonText(*finding.logLine) : "null"}});
     }
     out << (findings.empty() ? "]\n" : "\n]\n");
 }
@@ -217,12 +200,12 @@ void printTreeJson(std::ostream& out, const std::vector<TreeNode>& tree) {
     bool first = true;
     for (const TreeNode& node : tree) {
         printObject(out, std::exchange(first, false),
-                    {{"id", quoted(node.id)},
-                     {"parent", quoted(node.parentId)},
-                     {"name", quoted(node.name)},
+                    {{"id", jsonText(node.id)},
+                     {"parent", jsonText(node.parentId)},
+                     {"name", jsonText(node.name)},
                      {"class", node.variable ? "\"variable\"" : "\"object\""},
-                     {"dataType", node.dataType.empty() ? "null" : quoted(node.dataType)},
-                     {"access", node.variable ? quoted(node.access) : "null"},
+                     {"dataType", node.dataType.empty() ? "null" : jsonText(node.dataType)},
+                     {"access", node.variable ? jsonText(node.access) : "null"},
                      {"uncertain", node.uncertain ? "true" : "false"}});
     }
     out << (tree.empty() ? "]\n" : "\n]\n");

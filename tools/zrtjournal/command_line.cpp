@@ -131,7 +131,7 @@ int refuse(const std::string& reason, Language language) {
 }
 
 std::string reasonOf(const CLI::ParseError& error, Language language) {
-    const std::string text = error.what();
+    std::string text = error.what();
     if (language == Language::english) return text;
     if (dynamic_cast<const CLI::ExtrasError*>(&error) != nullptr) {
         return "неизвестный аргумент " + text.substr(text.rfind(": ") + 2);

@@ -1,9 +1,9 @@
 #include "tools/zrtjournal/message_text.h"
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstdio>
-#include <cstring>
 #include <functional>
 #include <span>
 
@@ -56,8 +56,7 @@ SRolMessage withCp866Texts(const SRolMessage& message) {
         }
         *to++ = from[0];
         *to++ = static_cast<std::uint8_t>(data.size());  // CP866 is never longer
-        std::memcpy(to, data.data(), data.size());
-        to += data.size();
+        to = std::copy(data.begin(), data.end(), to);
         from = from.subspan(kHead + size);
     }
     return copy;
