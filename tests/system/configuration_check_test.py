@@ -87,7 +87,8 @@ def test_historical_nodes_are_among_those_foretold(
         ]
         for key, node in browsed.items():
             assert any(
-                fnmatchcase(str(key), pattern) and (parent, access) == (node.parent, node.access_level)
+                fnmatchcase(str(key), pattern)
+                and (parent, access) == (node.parent, node.access_level)
                 for pattern, parent, access in foretold
             ), f"{name}: {key}"
 
@@ -97,7 +98,8 @@ BROKEN = {name: SERVING + text for name, (text, _) in configuration_log_test.CAS
     "sampling too short": SERVING + "SamplingInterval = 29.5\n",
     "sampling too long": SERVING + "SamplingInterval = 20000 ms\n",
     "no database has such attributes": SERVING
-    + "[Attributes]\nAV=all\nType3.a=A, 107\nType3.b=B, 94\n[Attributes_Group1]\nVD=2\nType2.x=X, 28\n",
+    + "[Attributes]\nAV=all\nType3.a=A, 107\nType3.b=B, 94\n"
+    + "[Attributes_Group1]\nVD=2\nType2.x=X, 28\n",
 }
 FATAL = {
     "no port": "[General]\nServrPort = 4840\nSamplingInterval = 20\n",

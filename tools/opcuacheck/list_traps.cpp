@@ -63,6 +63,7 @@ class ListTraps {
                        {shown(*list.badItem), entry.key, shown(repaired(entry.value))});
         }
         lookAtItems(list.ranges);
+        lookAtSemicolon();
         lookAtLength(list.ranges);
         const auto numbers = mergedRanges(list.ranges);
         if (numbers.empty()) {
@@ -86,6 +87,17 @@ class ListTraps {
                                         std::to_string(last) + "-" + std::to_string(first)});
         }
         if (zero) add(RuleId::listZero, {});
+    }
+
+    /// Numbers behind a semicolon that follows its number directly are meant to belong to the list.
+    void lookAtSemicolon() {
+        const auto entries = checked_.text.find(section_->name, entry_->key);
+        const std::string whole = entries.empty() ? std::string() : entries.back()->value;
+        const auto at = whole.find(';');
+        if (at == std::string::npos || at == 0 || whole[at - 1] == ' ') return;
+        const std::string rest = trim(whole.substr(at + 1));
+        if (rest.empty() || readNumberList(rest).ranges.empty()) return;
+        add(RuleId::listSemicolon, {rest, entry_->key, trim(entry_->value) + ", " + rest});
     }
 
     void lookAtLength(const std::vector<NumberRange>& ranges) {

@@ -92,6 +92,11 @@ class GroupTraps {
                 lookAtNumber(checked_, *group, kGroup, findings_);
                 continue;
             }
+            const KeyValue* const name = entryOf(*group, "Name");
+            if (name != nullptr && name->value.empty()) {
+                findings_.push_back(atEntry(checked_, RuleId::groupNameEmpty, *group, *name,
+                                            {"Group_" + std::to_string(number)}));
+            }
             lookAtForm(*group, number);
             lookAtPrefixes(*group, number);
         }
