@@ -75,7 +75,8 @@ def build(null_test: bool) -> pathlib.Path:
     folder = REPOSITORY / "build" / "release"
     targets = TARGETS if null_test else TARGETS + OWN_TARGETS
     for command in (
-        ["cmake", "--preset", "release", "-DOPCUASRV_BENCH=ON", "-DOPCUASRV_SIM=ON"],
+        ["cmake", "--preset", "release", "-DOPCUASRV_BENCH=ON", "-DOPCUASRV_SIM=ON",
+         "-DOPCUASRV_TESTS=ON"],
         ["cmake", "--build", str(folder), "--target", *targets],
     ):
         done = subprocess.run(
@@ -112,7 +113,7 @@ def make_plan(arguments: argparse.Namespace, folder: pathlib.Path) -> plans.Plan
         read_seconds=0.3 if quick else 2.0,
         subscribe_seconds=1.5 if quick else 5.0,
         idle_seconds=0.7 if quick else 5.0,
-        wait_seconds=1.0 if quick else 10.0,
+        wait_seconds=0.5 if quick else 10.0,
         history_rounds=0 if arguments.only == "operative" else (1 if quick else rounds),
         server_core=cores[0],
         client_core=cores[1],
