@@ -2,31 +2,19 @@
 
 #include <gtest/gtest.h>
 
-#include <filesystem>
-#include <fstream>
+#include <algorithm>
 #include <sstream>
 #include <string>
-#include <string_view>
 #include <utility>
 #include <vector>
 
 #include "server/diagnostics/EventJournal.h"
+#include "support/files.h"
 
 // What an operator sees of the server: the lines of its log and the messages in the journal. For
 // tests in the sandbox, where /zrt is a folder of their own.
 
 inline constexpr const char* kLogPath = "/zrt/log/opcuasrv.log";
-
-inline std::string readFile(const std::string& path) {
-    std::ifstream file(path, std::ios::binary);
-    return (std::ostringstream() << file.rdbuf()).str();
-}
-
-/// Makes the folders that are missing.
-inline void writeFile(const std::string& path, std::string_view bytes) {
-    std::filesystem::create_directories(std::filesystem::path(path).parent_path());
-    std::ofstream(path, std::ios::binary | std::ios::trunc) << bytes;
-}
 
 /// The journal as a list of what was posted.
 class RecordingJournal : public EventJournal {

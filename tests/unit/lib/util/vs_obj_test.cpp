@@ -34,13 +34,13 @@ struct RawMessage {
 
 class Messages : public testing::Test {
   protected:
-    Messages() {
-        const Capture out(STDOUT_FILENO);
-        object = std::make_unique<vs_obj>();
-    }
     ~Messages() override {
         const Capture unused(STDERR_FILENO);  // says that no generation byte was set
         object.reset();
+    }
+    static std::unique_ptr<vs_obj> make() {
+        const Capture out(STDOUT_FILENO);
+        return std::make_unique<vs_obj>();
     }
     // As another program: `sender` asks `addressee`.
     void request(int addressee, int sender, const std::string& data) const {
@@ -59,19 +59,13 @@ class Messages : public testing::Test {
         return std::to_string(sender) + ':' +
                std::string(message.text + 4, static_cast<std::size_t>(got) - 4);
     }
-    // Leaves no room in a queue for a message of 1000 bytes.
-    static void stuff(int queue) {
-        const RawMessage message{1, {}};
-        while (msgsnd(queue, &message, 1000, IPC_NOWAIT) == 0) {
-        }
-    }
     static long timerRestUs() {
         itimerval now{};
         getitimer(ITIMER_REAL, &now);
         return now.it_value.tv_sec * 1000000 + now.it_value.tv_usec;
     }
-    static void startTimer(long us, long everyUs) {
-        const itimerval timer{{everyUs / 1000000, everyUs % 1000000}, {us / 1000000, us % 1000000}};
+    static void startTimer(long us, long everySec = 0) {
+        const itimerval timer{{everySec, 0}, {us / 1000000, us % 1000000}};
         setitimer(ITIMER_REAL, &timer, nullptr);
     }
     // Answers one request after `wait` with its own text in brackets.
@@ -84,15 +78,14 @@ class Messages : public testing::Test {
         return own.Reply(client, answer.data(), static_cast<unsigned>(answer.size()), 0);
     }
     std::string ask(int pid, std::string text) const {
-        std::array<char, 12> reply{};
-        reply.fill('#');
+        std::string reply(12, '#');
         const int result =
             object->Send(pid, text.data(), reply.data(), static_cast<unsigned>(text.size()), 10);
-        return std::to_string(result) + ' ' + std::string(reply.data(), reply.size());
+        return std::to_string(result) + ' ' + reply;
     }
 
     const VeskPath path;
-    std::unique_ptr<vs_obj> object;
+    std::unique_ptr<vs_obj> object = make();
     const int own = getpid();
 };
 
@@ -103,9 +96,7 @@ TEST_F(Messages, QueuesHaveTheRegistrysKeyAndTheNext) {
     EXPECT_EQ(object->crSRR, 1);
     ChildProcess joining([&] {
         const vs_obj joined;
-        EXPECT_EQ(joined.crSRR, 0);
-        EXPECT_EQ(joined.SR_id, object->SR_id);
-        return 0;
+        return joined.crSRR == 0 && joined.SR_id == object->SR_id ? 0 : 1;
     });
     EXPECT_EQ(joining.wait(), 0);
     EXPECT_EQ(joining.out(), "vs_shm: ProxyTimer=" + std::to_string(joining.pid()) + "\n");
@@ -115,7 +106,6 @@ TEST_F(Messages, QueuesHaveTheRegistrysKeyAndTheNext) {
     Capture out(STDOUT_FILENO);
     EXPECT_EQ(vs_obj().ProxyTimer, getppid());
     EXPECT_EQ(out.text(), "");
-    object->pid_del(getppid());
 
     const Capture unused(STDERR_FILENO);
     object.reset();
@@ -131,18 +121,15 @@ TEST_F(Messages, CarrySenderAndDataAndNothingMore) {
 
     request(own, 4711, "question");
     EXPECT_EQ(object->getNumMsg_SR(), 1);
-    char got[10];
-    std::memset(got, '#', sizeof got);
-    EXPECT_EQ(object->Creceive(0, got, 9), 4711);
-    EXPECT_EQ(std::string(got, 10), std::string("question\0#", 10));
+    std::string got(10, '#');
+    EXPECT_EQ(object->Creceive(0, got.data(), 9), 4711);
+    EXPECT_EQ(got, std::string("question\0#", 10));
     EXPECT_EQ(object->BackToSR(8), 0);
     EXPECT_EQ(take(object->SR_id, own), "4711:question");
-}
 
-TEST_F(Messages, LargestFitsAndLargerIsRefused) {
     std::string data(4077, 'x');
     Capture err(STDERR_FILENO);
-    EXPECT_EQ(object->Reply(own, data.data(), 4076, 0), 0);
+    EXPECT_EQ(object->Reply(own, data.data(), 4076, 0), 0) << "the largest";
     EXPECT_EQ(take(object->RS_id, own).size(), std::to_string(own).size() + 1 + 4076);
     EXPECT_EQ(object->Reply(own, data.data(), 4077, 0), -1);
     EXPECT_EQ(object->Send(getppid(), data.data(), nullptr, 4077, 0), -1);
@@ -154,14 +141,45 @@ TEST_F(Messages, LargestFitsAndLargerIsRefused) {
               "BackToSR: Message too long\n");
 }
 
-TEST_F(Messages, SendWaitsForTheReply) {
-    for (const auto wait : {milliseconds(0), milliseconds(250)}) {
-        ChildProcess server([wait] { return answerOnce(wait); });
-        EXPECT_EQ(ask(server.pid(), "level"), std::string("0 [level]\0\0\0##", 14));
-        EXPECT_EQ(server.wait(), 0);
+TEST_F(Messages, SendWaitsForTheReplyAndTheCallersTimerRunsOn) {
+    const struct {
+        const char* why;
+        int waitMs;
+        const char *question, *want;
+        long restUs, everySec;     // of the caller's timer before; 0: off
+        long atLeastUs, atMostUs;  // and after
+        int endedBy = 0;           // by the caller's alarm handler
+    } cases[] = {
+        {"off stays off", 250, "level", "0 [level]", 0, 0, 0, 0},
+        {"the rest is dropped", 0, "a long question", "0 [a long qu", 0, 0, 0, 0},
+        {"less the time spent", 250, "x", "0 [x]", 60000000, 0, 50000000, 59800000},
+        {"due meanwhile: 10 ms", 250, "x", "0 [x]", 100000, 90, 1, 10100},
+        {"the handler sees no tick and is kept", 250, "x", "0 [x]", 0, 0, 0, 0, 9},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.why);
+        // In a process of its own: SIGALRM has its default action there, which would end it.
+        ChildProcess client([&] {
+            ChildProcess server([&] { return answerOnce(milliseconds(c.waitMs)); });
+            struct sigaction action {};
+            action.sa_handler = [](int) { _exit(9); };
+            if (c.endedBy != 0) sigaction(SIGALRM, &action, nullptr);
+            startTimer(c.restUs, c.everySec);
+            const std::string reply = ask(server.pid(), c.question);
+            const long rest = timerRestUs();
+            itimerval now{};
+            getitimer(ITIMER_REAL, &now);
+            startTimer(0);
+            EXPECT_EQ(reply.substr(0, std::strlen(c.want)), c.want);
+            EXPECT_EQ(reply.substr(12), "##") << "ten bytes were asked for";
+            EXPECT_GE(rest, c.atLeastUs);
+            EXPECT_LE(rest, c.atMostUs);
+            EXPECT_EQ(now.it_interval.tv_sec, c.everySec);
+            if (c.endedBy != 0) raise(SIGALRM);
+            return server.wait();
+        });
+        EXPECT_EQ(client.wait(), c.endedBy);
     }
-    ChildProcess server([] { return answerOnce(milliseconds(0)); });
-    EXPECT_EQ(ask(server.pid(), "a long question"), "0 [a long qu##") << "the rest is dropped";
 }
 
 TEST_F(Messages, SendFailsWithoutAnAnsweringProcess) {
@@ -172,8 +190,7 @@ TEST_F(Messages, SendFailsWithoutAnAnsweringProcess) {
     EXPECT_EQ(object->getNumMsg_SR(), 0);
     ChildProcess leaving([this] {
         char data[1];
-        vs_obj joined;
-        return joined.Receive(own, data, 1) == own ? 0 : 1;
+        return vs_obj().Receive(own, data, 1) == own ? 0 : 1;
     });
     std::thread reaper([&] { leaving.wait(); });
     EXPECT_EQ(ask(leaving.pid(), "?"), untouched) << "ended without a reply";
@@ -184,55 +201,14 @@ TEST_F(Messages, SendFailsWithoutAnAnsweringProcess) {
     EXPECT_EQ(err.text(), "Send: Invalid argument\n");
 }
 
-TEST_F(Messages, TimerOfTheCallerRunsOnAfterTheWait) {
-    const struct {
-        const char* why;
-        long restUs, everyUs;      // before; 0: off
-        long atLeastUs, atMostUs;  // after a wait of 250 ms
-    } cases[] = {
-        {"off stays off", 0, 0, 0, 0},
-        {"less the time spent", 60000000, 0, 50000000, 59800000},
-        {"due meanwhile: 10 ms", 100000, 90000000, 1, 10100},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.why);
-        // In a process of its own: SIGALRM has its default action there, which would end it.
-        ChildProcess client([&] {
-            ChildProcess server([] { return answerOnce(milliseconds(250)); });
-            startTimer(c.restUs, c.everyUs);
-            EXPECT_EQ(ask(server.pid(), "x").substr(0, 5), "0 [x]");
-            const long rest = timerRestUs();
-            itimerval now{};
-            getitimer(ITIMER_REAL, &now);
-            startTimer(0, 0);
-            EXPECT_GE(rest, c.atLeastUs);
-            EXPECT_LE(rest, c.atMostUs);
-            EXPECT_EQ(now.it_interval.tv_sec, c.everyUs / 1000000);
-            return server.wait();
-        });
-        EXPECT_EQ(client.wait(), 0);
-    }
-}
-
-TEST_F(Messages, AlarmHandlerOfTheCallerIsKeptAndSeesNoTick) {
-    ChildProcess client([&] {
-        struct sigaction action {};
-        action.sa_handler = [](int) { _exit(9); };
-        sigaction(SIGALRM, &action, nullptr);
-        ChildProcess server([] { return answerOnce(milliseconds(250)); });
-        EXPECT_EQ(ask(server.pid(), "x").substr(0, 5), "0 [x]");
-        raise(SIGALRM);
-        return 0;
-    });
-    EXPECT_EQ(client.wait(), 9);
-}
-
 TEST_F(Messages, WaitForRoomInAFullQueue) {
-    stuff(object->RS_id);
+    const RawMessage filler{1, {}};
+    while (msgsnd(object->RS_id, &filler, 1000, IPC_NOWAIT) == 0) {
+    }
     std::string data(2000, 'x');
     // With the caller's timer kept running, it survives the wait all the same.
     ChildProcess replying([&] {
-        startTimer(60000000, 0);
+        startTimer(60000000);
         EXPECT_EQ(object->Reply(own, data.data(), 2000, 1), 0);
         EXPECT_GT(timerRestUs(), 50000000);
         return 0;
@@ -264,33 +240,13 @@ TEST_F(Messages, ReceiveTakesFromTheNamedProcessOnly) {
     EXPECT_EQ(object->Creceive_QNXStyle(0, data, 4), 4711);
     EXPECT_EQ(object->getNumMsg_SR(), 1);
 
-    EXPECT_EQ(object->Receive(deadPid(), data, 4), -1);
     const int dead = deadPid();
+    EXPECT_EQ(object->Receive(dead, data, 4), -1);
     request(own, dead, "last");
     EXPECT_EQ(object->Receive(dead, data, 4), dead) << "sent before its end";
 }
 
-TEST_F(Messages, ReceiveEndsWithTheNamedProcess) {
-    ChildProcess peer([]() -> int {
-        for (;;)
-            pause();
-    });
-    std::thread killer([&] {
-        std::this_thread::sleep_for(milliseconds(150));
-        kill(peer.pid(), SIGKILL);
-        peer.wait();
-    });
-    startTimer(60000000, 0);
-    char data[4];
-    EXPECT_EQ(object->Receive(peer.pid(), data, 4), -1);
-    const long rest = timerRestUs();
-    startTimer(0, 0);
-    killer.join();
-    EXPECT_LT(rest, 59900000) << "the wait counts";
-    EXPECT_GT(rest, 50000000);
-}
-
-TEST_F(Messages, ReceiveWithTimeoutEndsByMessageEndOrTime) {
+TEST_F(Messages, WaitingEndsWithAMessageTheNamedProcessOrTheTime) {
     char data[8] = {};
     ChildProcess sender([this] {
         std::this_thread::sleep_for(milliseconds(60));
@@ -305,9 +261,23 @@ TEST_F(Messages, ReceiveWithTimeoutEndsByMessageEndOrTime) {
     EXPECT_EQ(object->ReceiveWithTimeout(sender.pid(), data, 4, 200), -ENOENT);
     EXPECT_GE(std::chrono::steady_clock::now() - start, milliseconds(200));
 
-    kill(sender.pid(), SIGKILL);
+    std::thread killer([&] {
+        std::this_thread::sleep_for(milliseconds(150));
+        kill(sender.pid(), SIGKILL);
+    });
     EXPECT_EQ(object->ReceiveWithTimeout(sender.pid(), data, 4, 60000), -1);
     EXPECT_EQ(kill(sender.pid(), 0), -1) << "the child that ended is reaped";
+    killer.join();
+
+    ChildProcess leaving([] { return usleep(150000); });
+    std::thread reaper([&] { leaving.wait(); });
+    startTimer(60000000);
+    EXPECT_EQ(object->Receive(leaving.pid(), data, 4), -1);
+    const long rest = timerRestUs();
+    startTimer(0);
+    reaper.join();
+    EXPECT_LT(rest, 59900000) << "the wait counts";
+    EXPECT_GT(rest, 50000000);
 }
 
 }  // namespace

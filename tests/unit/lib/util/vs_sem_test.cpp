@@ -25,90 +25,64 @@ int valueOf(const vs_sem& sem) {
     return semctl(sem.id_sem, 0, GETVAL);
 }
 
-void say(const char* text) {
-    static_cast<void>(!write(STDOUT_FILENO, text, std::char_traits<char>::length(text)));
-}
-
 TEST(SemKey, TakesTheRowAsItStandsAndTheEnvironmentOfTheMoment) {
     const VeskPath path;
     EXPECT_EQ(SemKey(0), path.key("proxy", 'a'));
     EXPECT_EQ(SemKey(10), path.key("vskontr", '*'));  // segments of this row follow the generation
     EXPECT_EQ(SemKey(-1), -1);
     EXPECT_EQ(SemKey(128), -1);
-    {
-        const VeskPath other;
-        EXPECT_EQ(SemKey(0), other.key("proxy", 'a'));
-    }
     setenv("VESKPATH", (path.folder() / "no").c_str(), 1);
     EXPECT_EQ(SemKey(0), -1);
 }
 
-TEST(VsSem, IsMadeOnceAndRemovedByItsMaker) {
+TEST(VsSem, IsRemovedByItsMakerAndCountsUsers) {
     const VeskPath path;
     auto maker = std::make_unique<vs_sem>(kIndex, 0640);
     EXPECT_EQ(maker->is_created(), 1);
     EXPECT_EQ(maker->sem_key, path.key("vskontr", 'a'));
-    EXPECT_EQ(valueOf(*maker), 1);
-    {
-        const vs_sem joined(kIndex, 0640);
+    EXPECT_EQ(maker->sem_enter(), 2);
+    EXPECT_EQ(maker->sem_enter(), 3);
+    EXPECT_EQ(maker->sem_exit(), 2);
+    ChildProcess user([&] {
+        vs_sem joined(kIndex, 0640);
         EXPECT_EQ(joined.is_created(), 0);
         EXPECT_EQ(joined.id_sem, maker->id_sem);
-        EXPECT_EQ(valueOf(joined), 1);
-    }
-    const auto set = IpcFind(IpcKind::semaphore, maker->sem_key);
-    ASSERT_TRUE(set) << "who joined must not remove it";
-    EXPECT_EQ(set->size, 1U);
+        return joined.sem_enter();
+    });
+    EXPECT_EQ(user.wait(), 3);
+    EXPECT_EQ(valueOf(*maker), 2) << "a user that died does not count, nor does its end remove";
     maker.reset();
     EXPECT_EQ(path.objectCount(), 0U);
 }
 
-TEST(VsSem, CountsUsers) {
-    const VeskPath path;
-    vs_sem sem(kIndex, 0666);
-    EXPECT_EQ(sem.sem_enter(), 2);
-    EXPECT_EQ(sem.sem_enter(), 3);
-    EXPECT_EQ(sem.sem_exit(), 2);
-    ChildProcess user([] { return vs_sem(kIndex, 0666).sem_enter(); });
-    EXPECT_EQ(user.wait(), 3);
-    EXPECT_EQ(valueOf(sem), 2) << "a user that died must not count";
-}
-
-TEST(VsSem, LockKeepsOthersOutWhateverSignalsThey) {
-    const VeskPath path;
-    vs_sem sem(kIndex, 0666);
-    auto lock = std::make_unique<SemLock>(sem);
-    EXPECT_EQ(valueOf(sem), 0);
-    ChildProcess waiting([] {
-        struct sigaction action {};
-        action.sa_handler = [](int) { say("signal "); };
-        sigaction(SIGALRM, &action, nullptr);
-        const itimerval every5ms{{0, 5000}, {0, 5000}};
-        setitimer(ITIMER_REAL, &every5ms, nullptr);
-        vs_sem joined(kIndex, 0666);
-        const SemLock held(joined);
-        say("locked");
-        return 0;
-    });
-    EXPECT_TRUE(waitUntil([&] { return waiting.out().size() > 5 * 7; }));
-    EXPECT_EQ(waiting.out().find("locked"), std::string::npos);
-    lock.reset();
-    EXPECT_EQ(waiting.wait(), 0);
-    EXPECT_NE(waiting.out().find("locked"), std::string::npos);
-}
-
-TEST(VsSem, LockOfAKilledProcessIsReleased) {
+TEST(VsSem, LockKeepsOthersOutWhateverSignalsTheyGetAndEndsWithItsHolder) {
     const VeskPath path;
     vs_sem sem(kIndex, 0666);
     ChildProcess holder([]() -> int {
         vs_sem joined(kIndex, 0666);
-        joined.sem_lock();
+        const SemLock held(joined);
         for (;;)
             pause();
     });
     EXPECT_TRUE(waitUntil([&] { return valueOf(sem) == 0; }));
+    ChildProcess waiting([] {
+        struct sigaction action {};
+        action.sa_handler = [](int) { static_cast<void>(!write(STDOUT_FILENO, "signal ", 7)); };
+        sigaction(SIGALRM, &action, nullptr);
+        const itimerval every5ms{{0, 5000}, {0, 5000}};
+        setitimer(ITIMER_REAL, &every5ms, nullptr);
+        vs_sem joined(kIndex, 0666);
+        joined.sem_lock();
+        static_cast<void>(!write(STDOUT_FILENO, "locked", 6));
+        joined.sem_unlock();
+        return semctl(joined.id_sem, 0, GETVAL);
+    });
+    EXPECT_TRUE(waitUntil([&] { return waiting.out().size() > 5 * 7; }));
+    EXPECT_EQ(waiting.out().find("locked"), std::string::npos);
     kill(holder.pid(), SIGKILL);
     EXPECT_EQ(holder.wait(), 128 + SIGKILL);
-    EXPECT_EQ(valueOf(sem), 1);
+    EXPECT_EQ(waiting.wait(), 1);
+    EXPECT_NE(waiting.out().find("locked"), std::string::npos);
 }
 
 TEST(VsSem, TellsWhatFailed) {
@@ -121,11 +95,8 @@ TEST(VsSem, TellsWhatFailed) {
         EXPECT_EQ(removed.sem_exit(), -1);
     }
     std::filesystem::remove(path.file("vskontr"));
-    {
-        const vs_sem keyless(kIndex, 0666);
-        EXPECT_EQ(keyless.sem_key, -1);
-        EXPECT_NE(keyless.id_sem, -1);
-    }
+    const vs_sem keyless(kIndex, 0666);
+    EXPECT_NE(keyless.id_sem, -1) << "goes on with the key -1";
     EXPECT_EQ(err.text(),
               "vs_sem(semctl): Invalid argument\n"
               "vs_sem(ftok): No such file or directory\n");
