@@ -75,7 +75,7 @@ constexpr HelpTexts kRussian{
     "Вывести массив JSON: замечания, с --tree — узлы",
     "Показать коды замечаний и выйти",
     "\nКод завершения: 0 — замечаний нет, 1 — только предупреждения, 2 — есть ошибки,\n"
-    "3 — файл не читается, 4 — неверные ключи. Запись: docs/configuration.ru.md."};
+    "3 — файл не читается, 4 — неверные ключи. Описание: docs/configuration.ru.md."};
 
 constexpr HelpTexts kEnglish{
     "Checks the configuration of the OPC UA server (opcuasrv.ini) before it is loaded.\n"

@@ -84,8 +84,8 @@ class TreeBuilder {
 
     void addGroupedType(const TagGroup& group, const PublishedType& type, const std::string& folder,
                         int depth) {
-        const std::string prefix =
-            groupItemPrefix(operativePrefix(view_.applicationName), type, group.folderName);
+        const std::string prefix = groupItemPrefix(operativePrefix(view_.applicationName), type,
+                                                   groupText(group.folderName));
         if (type.kind != VariableType::RV) {
             return addTags(type, group.folderId, folder, prefix, depth);
         }
