@@ -26,11 +26,15 @@ std::string groupFolderName(const Section& section) {
     return ToUTF8Converter::convertCP866ToUtf8_manual(name->value);
 }
 
+std::string groupText(std::string_view groupName) {
+    return std::string(".").append(groupName).append(".");
+}
+
 std::string groupItemPrefix(const std::string& operativePrefix, const PublishedType& published,
-                            std::string_view groupName) {
+                            std::string_view groupText) {
     std::string prefix = operativePrefix;
     if (published.kind == VariableType::RV) return prefix.append(published.folderName).append(".");
-    return prefix.append(".").append(groupName).append(".");
+    return prefix.append(groupText);
 }
 
 std::string plotterFolderName(int plotter, const std::string& configuredNameCp866) {

@@ -26,12 +26,16 @@ std::string historicalPrefix(std::string_view applicationName);
 /// Name of a group's folder: its configured name, as it stands there, or "Group_<number>".
 std::string groupFolderName(const Section& section);
 
+/// What stands for a group in the ids of its value variables: ".<name>.".
+std::string groupText(std::string_view groupName);
+
 /// All of a grouped value variable's id that stands before the structure id.
+/// @param groupText  of its group
 ///
 /// KEPT: manual inputs have the name of their type's folder there instead of the group's, and
 /// without a dot before it: "Operative50_RVV.". Clients' configurations hold such ids.
 std::string groupItemPrefix(const std::string& operativePrefix, const PublishedType& published,
-                            std::string_view groupName);
+                            std::string_view groupText);
 
 /// Name of a plotter's folder, which is its node id too: the configured name, or "Plotter_<number>"
 /// when that is empty.

@@ -45,13 +45,17 @@ void UAServer::publishGroupedTags(const std::vector<TagGroup>& groups) {
 
 namespace {
 
-/// The folder's display name, as the server shows it; empty when there is no such folder.
-std::string displayNameOf(UA_Server* server, const UA_NodeId& folder) {
+/// The group's part of item ids, by the folder's display name as the server shows it; that of an
+/// empty name when there is no such folder.
+std::string getGroupNameForTag(UA_Server* server, const UA_NodeId& folder) {
     UA_LocalizedText name{};
-    if (UA_Server_readDisplayName(server, folder, &name) != UA_STATUSCODE_GOOD) return {};
-    std::string text(reinterpret_cast<const char*>(name.text.data), name.text.length);
+    if (UA_Server_readDisplayName(server, folder, &name) != UA_STATUSCODE_GOOD) {
+        return groupText({});
+    }
+    const std::string_view text(reinterpret_cast<const char*>(name.text.data), name.text.length);
+    std::string group = groupText(text);
     UA_LocalizedText_clear(&name);
-    return text;
+    return group;
 }
 
 class OwnedNodeId {
@@ -76,7 +80,7 @@ UA_StatusCode UAServer::createStructureGroup(UARTEXVariable* variable, int tagNu
     OwnedNodeId parent;
     parent.id = UA_NODEID_NUMERIC(namespaceIndex_, static_cast<UA_UInt32>(groupFolder));
     const std::string itemPrefix =
-        groupItemPrefix(prefix, *published, displayNameOf(server_, parent.id));
+        groupItemPrefix(prefix, *published, getGroupNameForTag(server_, parent.id));
     if (published->kind == VariableType::RV) {
         const UA_StatusCode folder =
             createFolderRVGroup(published->folderName.data(), groupFolder, &parent.id);
