@@ -1,7 +1,6 @@
 #include "trends/pen_sampler.h"
 
 #include <cmath>
-#include <utility>
 
 #include "jxotr/opchda.h"
 #include "layout/field_table.h"
@@ -61,7 +60,7 @@ PenSampler::PenSampler(const DatabaseMemory& memory, const trends::Definitions& 
             auto pen = penFor(pens[num - 1]);
             if (!pen) continue;
             pen->key = trends::penKey(plotter, num);
-            pens_.push_back(*std::move(pen));
+            pens_.push_back(*pen);
         }
     }
 }

@@ -89,23 +89,21 @@ void holdBetween(std::vector<Column>& columns, UA_DateTime columnTicks) {
 /// Dots of a picture, two by four to a character (U+2800 and on).
 class Dots {
   public:
-    Dots(int rows, int columns)
-        : columns_(columns), cells_(static_cast<std::size_t>(rows * columns), 0) {}
+    Dots(std::size_t rows, std::size_t columns) : columns_(columns), cells_(rows * columns, 0) {}
 
     /// Sets the dots of column x between two heights, 0 at the top.
-    void line(int x, int y1, int y2) {
+    void line(std::size_t x, std::size_t y1, std::size_t y2) {
         constexpr std::array<std::array<std::uint8_t, 4>, 2> kBits{
             {{0x01, 0x02, 0x04, 0x40}, {0x08, 0x10, 0x20, 0x80}}};
-        for (int y = std::min(y1, y2); y <= std::max(y1, y2); ++y) {
-            cells_[static_cast<std::size_t>(y / 4 * columns_ + x / 2)] |=
-                kBits[static_cast<std::size_t>(x % 2)][static_cast<std::size_t>(y % 4)];
+        for (std::size_t y = std::min(y1, y2); y <= std::max(y1, y2); ++y) {
+            cells_[y / 4 * columns_ + x / 2] |= kBits[x % 2][y % 4];
         }
     }
 
-    [[nodiscard]] std::string row(int y) const {
+    [[nodiscard]] std::string row(std::size_t y) const {
         std::string text;
-        for (int x = 0; x < columns_; ++x) {
-            const unsigned bits = cells_[static_cast<std::size_t>(y * columns_ + x)];
+        for (std::size_t x = 0; x < columns_; ++x) {
+            const unsigned bits = cells_[y * columns_ + x];
             if (bits == 0) {
                 text += ' ';
                 continue;
@@ -118,17 +116,17 @@ class Dots {
     }
 
   private:
-    int columns_;
+    std::size_t columns_;
     std::vector<std::uint8_t> cells_;
 };
 
-Dots drawn(std::vector<Column> columns, Range scale, int rows, UA_DateTime columnTicks) {
+Dots drawn(std::vector<Column> columns, Range scale, std::size_t rows, UA_DateTime columnTicks) {
     holdBetween(columns, columnTicks);
-    Dots dots(rows, static_cast<int>(columns.size()) / 2);
-    const int lowest = rows * 4 - 1;
+    Dots dots(rows, columns.size() / 2);
+    const std::size_t lowest = rows * 4 - 1;
     const auto heightOf = [&](double value) {
         const double place = (value - scale.low) / (scale.high - scale.low);
-        return lowest - static_cast<int>(std::lround(place * lowest));
+        return lowest - static_cast<std::size_t>(std::lround(place * static_cast<double>(lowest)));
     };
     const Column* before = nullptr;
     for (std::size_t x = 0; x < columns.size(); ++x) {
@@ -139,7 +137,7 @@ Dots drawn(std::vector<Column> columns, Range scale, int rows, UA_DateTime colum
                 range.low = std::min(range.low, before->last);
                 range.high = std::max(range.high, before->last);
             }
-            dots.line(static_cast<int>(x), heightOf(range.low), heightOf(range.high));
+            dots.line(x, heightOf(range.low), heightOf(range.high));
         }
         before = column.range && !column.bad ? &column : nullptr;
     }
@@ -177,14 +175,14 @@ std::vector<std::string> plot(const std::vector<HistoryValue>& values, UA_DateTi
                               UA_DateTime to, int rows, int width) {
     constexpr int kAxisRows = 2;
     constexpr int kScaleWidth = 10;
-    const int height = rows - kAxisRows;
+    const auto height = static_cast<std::size_t>(rows - kAxisRows);
     const int picture = width - kScaleWidth - 1;
     const Range scale = withRoom(rangeOf(values).value_or(Range{}));
     const auto count = static_cast<std::size_t>(picture) * 2;
     const Dots dots = drawn(columnsOf(values, from, to, count), scale, height,
                             (to - from) / static_cast<UA_DateTime>(count));
     std::vector<std::string> lines;
-    for (int y = 0; y < height; ++y) {
+    for (std::size_t y = 0; y < height; ++y) {
         std::string label;
         if (y == 0) label = numberText(scale.high);
         if (y == height - 1) label = numberText(scale.low);

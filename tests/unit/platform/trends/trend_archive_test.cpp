@@ -23,7 +23,6 @@ namespace {
 using trends::ArchiveWriter;
 using trends::Definitions;
 using trends::penKey;
-using trends::Sample;
 
 constexpr std::int64_t kSecond = 1'000'000;
 constexpr std::int64_t kBegin = 1'700'000'000 * kSecond;
