@@ -1,5 +1,5 @@
-#include <iterator>
-#include <numeric>
+#include <algorithm>
+#include <limits>
 #include <optional>
 
 #include "jxotr/IHDA_BrowseConfig.h"
@@ -18,6 +18,7 @@ constexpr UA_UInt32 kBaseObjectType = 58;
 constexpr UA_UInt32 kBaseDataVariableType = 63;
 
 constexpr std::size_t kMostValuesOfAResponse = 10'000;
+constexpr std::uint64_t kMostPens = std::numeric_limits<std::int32_t>::max();  // by their type
 
 // ---- The trend system's own configuration ------------------------------------------------------
 // The records are the library's and hold until its next call; numbers are taken out at once.
@@ -55,13 +56,6 @@ const std::vector<std::int32_t>* listedPens(const PenLists& lists, int plotter) 
     return nullptr;
 }
 
-std::vector<std::int32_t> everyPen(std::uint64_t count) {
-    constexpr std::uint64_t kMost = std::numeric_limits<std::int32_t>::max();
-    std::vector<std::int32_t> pens(std::min(count, kMost));
-    std::iota(pens.begin(), pens.end(), 1);
-    return pens;
-}
-
 // ---- Nodes -------------------------------------------------------------------------------------
 
 /// A scalar of the pen's type, so that clients see what its history holds; other types than these
@@ -91,30 +85,39 @@ UA_StatusCode addPlotterFolder(UAServer& server, const std::string& name) {
         UA_NODEID_NUMERIC(0, kBaseObjectType), attributes, nullptr, nullptr);
 }
 
-UA_StatusCode addPenNode(UAServer& server, const UA_NodeId& parent, const std::string& tagName,
-                         const PenIds& ids, std::int16_t valueType) {
+struct PenToPublish {
+    int plotter;
+    int pen;
+    std::int16_t valueType;  // type code
+    std::string tagName;
+    PenIds ids;
+};
+
+UA_StatusCode addPenNode(UAServer& server, const UA_NodeId& parent, const PenToPublish& pen) {
     const UA_UInt16 ns = server.namespaceIndex();
     UA_VariableAttributes attributes = UA_VariableAttributes_default;
-    attributes.displayName = uaTextView("ru-RU", tagName);
-    attributes.description = uaTextView("ru-RU", ids.description);
+    attributes.displayName = uaTextView("ru-RU", pen.tagName);
+    attributes.description = uaTextView("ru-RU", pen.ids.description);
     attributes.accessLevel = UA_ACCESSLEVELMASK_READ | UA_ACCESSLEVELMASK_HISTORYREAD;
     attributes.historizing = true;
-    describeType(valueType, attributes);
-    return UA_Server_addVariableNode(server.instance(), uaNodeIdView(ns, ids.nodeId), parent,
-                                     UA_NODEID_NUMERIC(0, kOrganizes), uaNameView(ns, tagName),
+    describeType(pen.valueType, attributes);
+    return UA_Server_addVariableNode(server.instance(), uaNodeIdView(ns, pen.ids.nodeId), parent,
+                                     UA_NODEID_NUMERIC(0, kOrganizes), uaNameView(ns, pen.tagName),
                                      UA_NODEID_NUMERIC(0, kBaseDataVariableType), attributes,
                                      nullptr, nullptr);
 }
 
-UA_StatusCode registerPen(UAServer& server, const UA_HistoryDataGathering& gathering,
-                          const UA_HistorizingNodeIdSettings& settings, const std::string& nodeId,
-                          int plotter, int pen) {
-    const UA_NodeId id = uaNodeIdView(server.namespaceIndex(), nodeId);
-    const UA_StatusCode status =
-        gathering.registerNodeId(server.instance(), gathering.context, &id, settings);
+/// Adds the pen's node and makes it known to the library and to the history callbacks.
+UA_StatusCode publishPen(UAServer& server, const UA_NodeId& parent,
+                         const UA_HistoryDataGathering& gathering,
+                         const UA_HistorizingNodeIdSettings& settings, const PenToPublish& pen) {
+    UA_StatusCode status = addPenNode(server, parent, pen);
     if (status != UA_STATUSCODE_GOOD) return status;
-    RtexContext.plotterByNode.try_emplace(nodeId, plotter);
-    RtexContext.penByNode.try_emplace(nodeId, pen);
+    const UA_NodeId id = uaNodeIdView(server.namespaceIndex(), pen.ids.nodeId);
+    status = gathering.registerNodeId(server.instance(), gathering.context, &id, settings);
+    if (status != UA_STATUSCODE_GOOD) return status;
+    RtexContext.plotterByNode.try_emplace(pen.ids.nodeId, pen.plotter);
+    RtexContext.penByNode.try_emplace(pen.ids.nodeId, pen.pen);
     return UA_STATUSCODE_GOOD;
 }
 
@@ -175,16 +178,18 @@ UA_StatusCode UAServer::createHistoryTag(const UA_NodeId& parent, int plotter,
     const std::vector<std::int32_t>* const list = listedPens(penLists, plotter);
     if (list == nullptr) return UA_STATUSCODE_GOOD;
     const bool listed = !list->empty();
+    const std::uint64_t count =
+        listed ? list->size() : std::min<std::uint64_t>(*pensOfPlotter, kMostPens);
 
-    for (const int pen : listed ? *list : everyPen(*pensOfPlotter)) {
-        const jxo::CPenSettingsExt* const settingsOfPen = penSettings(browse, plotter, pen);
-        if (settingsOfPen == nullptr) continue;  // KEPT: not a word about a pen that is not there
-        const std::string tagName = formHistoryTagName(plotter, pen, settingsOfPen->variableNum,
-                                                       penKindWord(settingsOfPen->variableKind));
-        const PenIds ids = penIds(listed, baseName, folder, tagName);
-        UA_StatusCode status = addPenNode(*this, parent, tagName, ids, settingsOfPen->valueType);
-        if (status != UA_STATUSCODE_GOOD) return status;
-        status = registerPen(*this, gathering, settings, ids.nodeId, plotter, pen);
+    for (std::uint64_t index = 0; index < count; ++index) {
+        const int pen = listed ? (*list)[index] : static_cast<int>(index + 1);
+        const jxo::CPenSettingsExt* const of = penSettings(browse, plotter, pen);
+        if (of == nullptr) continue;  // KEPT: not a word about a pen that is not there
+        const std::string tagName =
+            formHistoryTagName(plotter, pen, of->variableNum, penKindWord(of->variableKind));
+        const PenToPublish published{plotter, pen, of->valueType, tagName,
+                                     penIds(listed, baseName, folder, tagName)};
+        const UA_StatusCode status = publishPen(*this, parent, gathering, settings, published);
         if (status != UA_STATUSCODE_GOOD) return status;
     }
     return UA_STATUSCODE_GOOD;
