@@ -288,24 +288,26 @@ void Site::leave() {
 
 void Site::tellSavedFiles() {
     const auto saved = record_.contents().saved;
+    std::string left;
     for (const fs::path& file : saved) {
         std::error_code ignored;
-        if (!fs::exists(file, ignored)) {
+        if (fs::exists(file, ignored)) {
+            left += " " + file.string();
+        } else {
             static_cast<void>(record_.forgetFile(file));
-            continue;
         }
-        out_ << "Файл " << file.string()
-             << " оставлен: следующий запуск его продолжит (ключ --fresh его удалит).\n";
     }
+    if (left.empty()) return;
+    out_ << "Оставлено следующему запуску (ключ --fresh это удалит):" << left << "\n";
 }
 
 void Site::removeFolders() {
     const auto& folders = record_.contents().directories;
+    std::string left;
     for (auto folder = folders.rbegin(); folder != folders.rend(); ++folder) {
-        if (::rmdir(folder->c_str()) != 0 && errno == ENOTEMPTY) {
-            out_ << "Каталог " << folder->string() << " оставлен: он не пуст.\n";
-        }
+        if (::rmdir(folder->c_str()) != 0 && errno == ENOTEMPTY) left += " " + folder->string();
     }
+    if (!left.empty()) out_ << "Не пусты и потому оставлены каталоги:" << left << "\n";
 }
 
 }  // namespace sim
