@@ -16,6 +16,8 @@
 #include "lib/util/ipc_objects.h"
 #include "lib/util/shmem.h"
 #include "lib/util/vs_obj.h"
+#include "support/attribute_files.h"
+#include "support/files.h"
 #include "support/wait_until.h"
 
 // Behind the folders' table of the libraries, before objects without a priority.
@@ -30,97 +32,51 @@ struct TableLayout {
     std::size_t passportBytes, valueBytes;
     int passportIndex, dataIndex, valueIndex;  // IPC; 0: the type has no such array
 };
-constexpr std::array<TableLayout, 5> kLayouts{{
+constexpr std::array<TableLayout, 11> kLayouts{{
     {114, 4, 10, 11, 12},
     {204, 4, 13, 0, 0},
     {48, 4, 14, 0, 15},
     {56, 1, 16, 17, 18},
     {58, 1, 19, 20, 21},
+    {4, 0, 22, 0, 0},
+    {4, 0, 23, 0, 0},
+    {4, 0, 24, 0, 0},
+    {4, 0, 25, 0, 0},
+    {2, 0, 26, 0, 0},
+    {1, 0, 27, 0, 0},
 }};
 
-// ---- Attribute descriptions --------------------------------------------------------------------
-
-struct Attribute {
-    int num, storage;
-    std::int32_t offset;
-    std::int16_t bit = 0;
-};
-enum Storage : int { kBit = 0, kByte = 1, kWord = 2, kFloat = 3, kText = 6, kUnknown = 5 };
-
-struct Description {
-    std::int16_t count = 0;
-    std::vector<Attribute> attributes;
-};
-
-/// In the order of the files; the empty ones belong to types that the server does not publish.
-const std::vector<Description>& descriptions() {
-    static const std::vector<Description> all = {
-        {50,
-         {{1, kByte, 0},
-          {5, kText, 4},
-          {11, kFloat, 34},
-          {24, kWord, 83},
-          {29, kFloat, 103},
-          {30, kByte, 107},
-          {31, kBit, 108, 0},
-          {38, kBit, 108, 7}}},
-        {41, {{5, kText, 4}, {9, kByte, 32}, {27, kBit, 48, 0}}},
-        {18,
-         {{1, kText, 0},
-          {6, kFloat, 29},
-          {8, kFloat, 37},
-          {10, kByte, 46},
-          {12, kText, 28},
-          {14, kByte, 28}}},
-        {},
-        {},
-        {48, {{6, kText, 5}, {10, kByte, 33}, {20, kByte, 43}}},
-        {},
-        {107, {{1, kByte, 0}, {5, kText, 4}, {21, kFloat, 50}, {39, kFloat, 119}}},
-    };
-    return all;
-}
-
-template <class T>
-void append(std::string& bytes, T value) {
-    bytes.append(reinterpret_cast<const char*>(&value), sizeof(value));
-}
-
-/// Each attribute has a kind of its own, with the same number.
-void appendEntry(std::string& offsets, std::string& types, const Description& entry) {
-    append(offsets, entry.count);
-    append(types, entry.count);
-    for (int num = 1; num <= entry.count; ++num) {
-        Attribute attribute{num, kUnknown, 0};
-        for (const Attribute& given : entry.attributes) {
-            if (given.num == num) attribute = given;
-        }
-        append(offsets, static_cast<std::int16_t>(num));
-        append(offsets, attribute.bit);
-        append(offsets, attribute.offset);
-        append(offsets, std::uint16_t{2});
-        offsets += "xy";
-        append(types, static_cast<std::int16_t>(num));
-        append(types, static_cast<char>(attribute.storage));
-    }
-}
-
 void writeAttributeFiles() {
-    const auto count = static_cast<std::int16_t>(descriptions().size());
-    std::string positions;
-    std::string entries;
-    std::string types;
-    append(positions, count);
-    append(types, count);
-    const std::size_t start = sizeof(count) + descriptions().size() * sizeof(std::uint32_t);
-    for (const Description& entry : descriptions()) {
-        // Positions count from behind the number of entries.
-        append(positions, static_cast<std::uint32_t>(start + entries.size() - sizeof(count)));
-        appendEntry(entries, types, entry);
-    }
-    std::filesystem::create_directory("/zrt/system");
-    std::ofstream("/zrt/system/offatrs.dat", std::ios::binary) << positions << entries;
-    std::ofstream("/zrt/system/atributs.dat", std::ios::binary) << types;
+    using Files = AttributeFiles;
+    using enum Files::Storage;
+    Files files;
+    files.entries[Files::kVA] = {50,
+                                 {{1, kByte, 0},
+                                  {5, kText, 4},
+                                  {11, kFloat, 34},
+                                  {24, kWord, 83},
+                                  {29, kFloat, 103},
+                                  {30, kByte, 107},
+                                  {31, kBit, 108, 0},
+                                  {38, kBit, 108, 7}}};
+    files.entries[Files::kDI] = {41, {{5, kText, 4}, {9, kByte, 32}, {27, kBit, 48, 0}}};
+    files.entries[Files::kHI] = {18,
+                                 {{1, kText, 0},
+                                  {6, kFloat, 29},
+                                  {8, kFloat, 37},
+                                  {10, kByte, 46},
+                                  {12, kText, 28},
+                                  {14, kByte, 28}}};
+    files.entries[Files::kDO] = {48, {{6, kText, 5}, {10, kByte, 33}, {20, kByte, 43}}};
+    files.entries[Files::kAV] = {107,
+                                 {{1, kByte, 0},
+                                  {5, kText, 4},
+                                  {21, kFloat, 50},
+                                  {39, kFloat, 119},
+                                  {40, kFloat, 123},
+                                  {41, kFloat, 127}}};
+    writeFile("/zrt/system/offatrs.dat", files.offsets());
+    writeFile("/zrt/system/atributs.dat", files.types());
 }
 
 }  // namespace
@@ -177,9 +133,10 @@ struct ControllerDatabase::Shared {
     Answer answers[11];
     int answerCount;
     struct {
-        pid_t pid;
-        int count;
-    } queries[64];
+        pid_t sender;
+        Request request;
+    } log[4096];
+    int requestCount;
 };
 
 void ControllerDatabase::answer(const std::vector<Answer>& answers) {
@@ -187,11 +144,26 @@ void ControllerDatabase::answer(const std::vector<Answer>& answers) {
     shared_->answerCount = static_cast<int>(answers.size());
 }
 
-int ControllerDatabase::queriesFrom(pid_t pid) const {
-    for (const auto& query : shared_->queries) {
-        if (query.pid == pid) return query.count;
-    }
-    return 0;
+void ControllerDatabase::answerAll() {
+    std::vector<Answer> all;
+    for (std::uint32_t i = 0; i < kCounts.size(); ++i)
+        all.push_back({i + 1, kCounts[i]});
+    answer(all);
+}
+
+std::vector<ControllerDatabase::Request> ControllerDatabase::requestsFrom(pid_t pid) const {
+    std::vector<Request> requests;
+    for (int i = 0; i < shared_->requestCount; ++i)
+        if (shared_->log[i].sender == pid) requests.push_back(shared_->log[i].request);
+    return requests;
+}
+
+/// What follows the type of the request among the answers.
+ControllerDatabase::Answer ControllerDatabase::next(std::uint32_t type) const {
+    int i = 0;
+    while (type != 0 && i < shared_->answerCount)
+        if (shared_->answers[i++].type == type) break;
+    return i < shared_->answerCount ? shared_->answers[i] : Answer{12, 0};
 }
 
 void ControllerDatabase::serve() {
@@ -202,24 +174,31 @@ void ControllerDatabase::serve() {
     vs_obj channel;
     channel.name_add("VsBASE", 0);
     for (;;) {
-        std::uint32_t request[5] = {};
-        const int sender = channel.Receive(0, request, sizeof(request));
+        Request request{};
+        const int sender = channel.Receive(0, request.data(), sizeof(request));
         if (sender <= 0) continue;
-        for (auto& query : shared_->queries) {
-            if (query.pid != 0 && query.pid != sender) continue;
-            query.pid = sender;
-            ++query.count;
-            break;
-        }
+        if (shared_->requestCount == std::ssize(shared_->log)) std::abort();
+        shared_->log[shared_->requestCount++] = {sender, request};
         std::uint32_t reply[10] = {};
-        reply[8] = 12;  // no further type
-        for (int i = shared_->answerCount - 1; i >= 0; --i) {
-            if (shared_->answers[i].type <= request[1]) break;
-            reply[4] = shared_->answers[i].count;
-            reply[8] = shared_->answers[i].type;
-        }
+        const Answer answer = next(request[1]);
+        reply[4] = answer.count;
+        reply[8] = answer.type;
         channel.Reply(sender, reply, sizeof(reply), 0);
     }
+}
+
+void ControllerDatabase::start() {
+    process_ = fork();
+    if (process_ == 0) serve();
+    // The first to join the registry removes it again: that must be the database process.
+    waitUntil([] { return IpcFind(IpcKind::queue, SemKey(0)).has_value(); });
+    if (All == nullptr) All = new vs_obj;
+    if (!waitUntil([] { return All->name_find("VsBASE") != -1; })) std::abort();
+}
+
+void ControllerDatabase::stop() {
+    kill(process_, SIGKILL);
+    waitpid(process_, nullptr, 0);
 }
 
 // ---- The whole ---------------------------------------------------------------------------------
@@ -242,7 +221,7 @@ ControllerDatabase::ControllerDatabase() {
     for (std::size_t i = 0; i < kLayouts.size(); ++i) {
         const TableLayout& layout = kLayouts[i];
         const std::size_t count = kCounts[i];
-        records += count;
+        if (i < 5) records += count;
         const auto array = [&](int index, std::size_t bytes) {
             return index != 0 ? makeSegment(index, count * bytes) : nullptr;
         };
@@ -254,22 +233,13 @@ ControllerDatabase::ControllerDatabase() {
 
     shared_ = static_cast<Shared*>(
         mmap(nullptr, sizeof(Shared), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
-    std::vector<Answer> all;
-    for (std::uint32_t i = 0; i < kCounts.size(); ++i)
-        all.push_back({i + 1, kCounts[i]});
-    answer(all);
-    process_ = fork();
-    if (process_ == 0) serve();
-    // The first to join the registry removes it again: that must be the database process.
-    waitUntil([] { return IpcFind(IpcKind::queue, SemKey(0)).has_value(); });
-    All = new vs_obj;
-    if (!waitUntil([] { return All->name_find("VsBASE") != -1; })) std::abort();
+    answerAll();
+    start();
 }
 
 ControllerDatabase::~ControllerDatabase() {
     if (getpid() != owner_) return;  // a child that ended by exit()
-    kill(process_, SIGKILL);
-    waitpid(process_, nullptr, 0);
+    stop();
     for (const Segment& segment : segments_)
         ShmRemove(segment.id);
     for (const IpcKind kind : {IpcKind::segment, IpcKind::semaphore, IpcKind::queue}) {

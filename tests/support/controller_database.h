@@ -21,14 +21,15 @@
 ///
 /// Attributes by number (kinds: c byte, w int16, f float, s text, a digit: that bit; ? unreadable):
 ///   VA (50)  1 c0, 5 s4, 11 f34, 24 w83, 29 f103, 30 c107, 31 bit 0 and 38 bit 7 of 108, 40 ?
-///   AV (107) 1 c0, 5 s4, 21 f50, 39 f119
+///   AV (107) 1 c0, 5 s4, 21 f50, 39 f119, 40 f123, 41 f127
 ///   HI (18)  1 s0, 6 f29, 8 f37, 10 c46, 12 s28 (17 bytes), 14 c28
 ///   DI (41)  5 s4, 9 c32, 27 bit 0 of 48
 ///   DO (48)  6 s5, 10 c33, 20 c43
 /// All other numbers up to the one in brackets are unreadable.
 class ControllerDatabase {
   public:
-    static constexpr std::array<std::uint16_t, 5> kCounts = {3, 2, 4, 2, 2};  // VA AV HI DI DO
+    /// By type code - 1. The values of TH fill a page, with nothing of ours behind it.
+    static constexpr std::array<std::uint16_t, 11> kCounts = {3, 2, 4, 2, 2, 1024, 3, 3, 3, 3, 3};
     enum class Area : std::uint8_t { passport, currentData, currentValue };
 
     ControllerDatabase();
@@ -39,7 +40,8 @@ class ControllerDatabase {
     /// Zeroes all tables, times and qualities.
     void clear();
 
-    /// @param type  database type code, 1 to 5
+    /// @param area  one that the type has an array of its own for
+    /// @param type  database type code, 1 to 11
     /// @param num   variable, from 1
     template <class T>
     void put(Area area, int type, int num, std::size_t offset, const T& value) {
@@ -56,13 +58,18 @@ class ControllerDatabase {
     void setQuality(int type, int num, std::uint32_t quality);
     void setTime(int type, int num, std::int64_t seconds, std::int64_t microseconds);
 
-    /// What the type query answers from now on, instead of kCounts.
+    /// What the type query answers from now on, one after the other, instead of kCounts.
     struct Answer {
         std::uint32_t type, count;
     };
     void answer(const std::vector<Answer>& answers);
-    /// Type queries that a process has sent.
-    int queriesFrom(pid_t pid) const;
+    void answerAll();
+    /// All that a process has asked.
+    using Request = std::array<std::uint32_t, 5>;
+    std::vector<Request> requestsFrom(pid_t pid) const;
+    /// The database process ends, and another one takes its place.
+    void stop();
+    void start();
     pid_t processId() const { return process_; }
 
   private:
@@ -71,13 +78,14 @@ class ControllerDatabase {
     std::uint8_t* at(Area area, int type, int num);
     std::uint8_t* tqf(int type, int num);
     std::uint8_t* makeSegment(int index, std::size_t bytes, bool isValues = true);
+    [[nodiscard]] Answer next(std::uint32_t type) const;
     [[noreturn]] void serve();
 
     pid_t owner_ = getpid();
     pid_t process_ = -1;
     Shared* shared_ = nullptr;
     std::uint8_t* tqfs_ = nullptr;
-    std::array<std::array<std::uint8_t*, 3>, 5> arrays_{};  // by type - 1 and Area
+    std::array<std::array<std::uint8_t*, 3>, 11> arrays_{};  // by type - 1 and Area
     struct Segment {
         void* address;
         std::size_t bytes;

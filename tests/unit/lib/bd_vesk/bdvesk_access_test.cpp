@@ -5,9 +5,12 @@
 #include <cstring>
 #include <limits>
 #include <string>
+#include <tuple>
 
-#include "database.h"
 #include "lib/bd_vesk/bdvesk.h"
+#include "support/controller_database.h"
+
+using enum ControllerDatabase::Area;
 
 namespace {
 
@@ -29,52 +32,22 @@ SVal text(TYPE_VAL type, const std::string& bytes) {
     return val;
 }
 
-/// A loaded database of zeros with attributes of every storage. One for all tests of the suite;
-/// each starts with zeroed tables.
+std::string shown(SVariable var) {
+    return std::to_string(var.type) + "." + std::to_string(var.num + 0) + ".A" +
+           std::to_string(var.num_atr + 0);
+}
+
+/// A loaded database of zeros. See controller_database.h for its attributes.
 class AccessTest : public testing::Test {
   protected:
-    static void SetUpTestSuite() {
-        database_ = new FullDatabase;
-        AttributeFiles files;
-        files.describe(AttributeFiles::kVA,
-                       {{103, 3}, {108, 0, 0}, {108, 0, 7}, {31, 1}, {4, 6}, {107, 4}, {200, 3}});
-        std::vector<AttributeFiles::Field> hi(13, {28, 1});
-        hi[10] = hi[11] = {28, 6};
-        files.describe(AttributeFiles::kHI, hi);
-        std::vector<AttributeFiles::Field> av(41, {0, 1});
-        av[20] = {50, 3};   // 21 ZD
-        av[38] = {119, 3};  // 39 PRM
-        av[39] = {123, 3};  // 40
-        av[40] = {127, 3};  // 41
-        files.describe(AttributeFiles::kAV, av);
-        files.describe(AttributeFiles::kDO, {{53, 2}});
-        AttributeFiles::write(database_->system(), files.bytes());
-        database_->startAll();
-        db_ = new CVeskBDSh(0);
-        Capture out(STDOUT_FILENO);  // VA 7 is outside its record
-        db_->LoadBD();
-    }
-    static void TearDownTestSuite() {
-        delete db_;
-        delete database_;
-    }
     AccessTest() {
-        for (const auto& table : FullDatabase::kTables)
-            std::memset(bytes(table.index), 0, FullDatabase::count(table.type) * table.element);
-        std::memset(bytes(85), 0, 25 * 24);
+        database.clear();
+        db.LoadBD();
     }
 
-    static std::uint8_t* bytes(int index) { return database_->bytes(index); }
-    static CVeskBDSh& db() { return *db_; }
-    /// Bytes of a variable's passport.
-    static std::uint8_t* passport(int index, std::size_t size, int num) {
-        return bytes(index) + (num - 1) * static_cast<std::ptrdiff_t>(size);
-    }
-    static std::uint8_t* va(int num) { return passport(10, 114, num); }
-
-    static std::string read(SVariable var, bool current = true) {
+    std::string read(SVariable var, bool current = true) {
         SVal val = number(type_int, 99);
-        const BOOL ok = current ? db().getVal(var, &val) : db().getDat(var, &val);
+        const BOOL ok = current ? db.getVal(var, &val) : db.getDat(var, &val);
         if (!ok) return val.type_val == type_int ? "refused" : "refused, but changed";
         switch (val.type_val) {
             case none:
@@ -94,282 +67,274 @@ class AccessTest : public testing::Test {
         }
     }
 
-  private:
-    static inline FullDatabase* database_ = nullptr;
-    static inline CVeskBDSh* db_ = nullptr;
+    CVeskBDSh db{0};
 };
 
-void put(std::uint8_t* at, float value) {
-    std::memcpy(at, &value, sizeof(value));
-}
-float floatAt(const std::uint8_t* at) {
-    float value = 0;
-    std::memcpy(&value, at, sizeof(value));
-    return value;
-}
-
 TEST_F(AccessTest, ReadsEveryStorage) {
-    put(va(2) + 103, -1.5F);
-    va(2)[108] = 0x80;
-    va(2)[31] = 0xFF;
-    std::memcpy(va(2) + 4, "\x92\x85-789012", 9);
-    std::memcpy(passport(14, 48, 3) + 28, "seventeen letters", 17);
-    std::memcpy(passport(19, 58, 1) + 53, "\xFE\xFF", 2);
+    database.put(passport, DB_VA, 2, 103, -1.5F);
+    database.put<std::uint8_t>(passport, DB_VA, 2, 108, 0x80);
+    database.put<std::uint8_t>(passport, DB_VA, 2, 107, 0xFF);
+    database.put<std::int16_t>(passport, DB_VA, 2, 83, -2);
+    database.putText(DB_VA, 2, 4, "\x92\x85-789012");
+    database.putText(DB_HI, 3, 28, "seventeen letters");
+    database.put(currentData, DB_VA, 2, 0, 1.0F);
+    database.put(currentValue, DB_VA, 2, 0, 2.0F);
+    database.put(passport, DB_AV, 2, 167, 3.0F);
+    database.put(currentValue, DB_HI, 2, 0, 4.0F);
+    database.put<char>(currentData, DB_DI, 2, 0, 5);
+    database.put<char>(currentValue, DB_DI, 2, 0, 6);
+    database.put<char>(currentData, DB_DO, 2, 0, 7);
+    database.put<std::uint8_t>(currentValue, DB_DO, 2, 0, 0xF8);
+    database.put(passport, DB_TH, 2, 0, 9.0F);
+    database.put<std::int16_t>(passport, DB_IV, 2, 0, -32768);
+    database.put<char>(passport, DB_LV, 2, 0, 11);
     const struct {
         SVariable var;
-        const char* want;
+        const char* current;
+        const char* raw = nullptr;  // the same
     } cases[] = {
-        {{1, 2, 1}, "float -1.500000"},
-        {{1, 1, 1}, "float 0.000000"},
-        {{1, 2, 2}, "char 0"},
-        {{1, 2, 3}, "char 1"},
-        {{1, 2, 4}, "char 255"},
+        {{1, 2, 29}, "float -1.500000"},
+        {{1, 1, 29}, "float 0.000000"},
+        {{1, 2, 31}, "char 0"},
+        {{1, 2, 38}, "char 1"},
+        {{1, 2, 30}, "char 255"},
+        {{1, 2, 24}, "short -2"},
         {{1, 2, 5}, "str9 \x92\x85-789012"},
-        {{1, 2, 6}, "none"},
-        {{1, 2, 7}, "none"},
-        {{1, 2, 8}, "refused"},
-        {{3, 3, 11}, "str9 seventeen"},
+        {{1, 2, 40}, "none"},
+        {{1, 2, 51}, "refused"},
         {{3, 3, 12}, "str17 seventeen letters"},
-        {{5, 1, 1}, "short -2"},
-        {{1, 0, 1}, "none"},
-        {{1, 4, 1}, "none"},
-        {{4, 1, 1}, "refused"},
+        {{1, 0, 5}, "none"},
+        {{1, 4, 5}, "none"},
         {{6, 1, 1}, "refused"},
         {{0, 1, 0}, "refused"},
         {{12, 1, 0}, "refused"},
+        {{1, 2, 0}, "float 2.000000", "float 1.000000"},
+        {{2, 2, 0}, "float 3.000000"},
+        {{3, 2, 0}, "float 4.000000"},
+        {{4, 2, 0}, "char 6", "char 5"},
+        {{5, 2, 0}, "char 248", "char 7"},
+        {{6, 2, 0}, "float 9.000000"},
+        {{10, 2, 0}, "short -32768"},
+        {{11, 2, 0}, "char 11"},
+        {{11, 99, 0}, "none"},
+        {{1, 0, 0}, "none"},
     };
     for (const auto& c : cases) {
-        SCOPED_TRACE(std::to_string(c.var.type) + "." + std::to_string(c.var.num + 0) + ".A" +
-                     std::to_string(c.var.num_atr + 0));
-        EXPECT_EQ(read(c.var), c.want);
-        EXPECT_EQ(read(c.var, false), c.want);
+        EXPECT_EQ(read(c.var), c.current) << shown(c.var);
+        EXPECT_EQ(read(c.var, false), c.raw != nullptr ? c.raw : c.current) << shown(c.var);
     }
-    EXPECT_EQ(db().getVal({1, 1, 0}, nullptr), 0);
-}
-
-TEST_F(AccessTest, ReadsCurrentValueAndCurrentData) {
-    put(bytes(11) + 4, 1.0F);
-    put(bytes(12) + 4, 2.0F);
-    put(passport(13, 204, 2) + 167, 3.0F);
-    put(bytes(15) + 4, 4.0F);
-    bytes(17)[1] = 5;
-    bytes(18)[1] = 6;
-    bytes(20)[1] = 7;
-    bytes(21)[1] = 0xF8;
-    put(bytes(22) + 4, 9.0F);
-    std::memcpy(bytes(26) + 2, "\x00\x80", 2);
-    bytes(27)[1] = 11;
-    const char* const want[][2] = {{"float 1.000000", "float 2.000000"},
-                                   {"float 3.000000", "float 3.000000"},
-                                   {"float 4.000000", "float 4.000000"},
-                                   {"char 5", "char 6"},
-                                   {"char 7", "char 248"},
-                                   {"float 9.000000", "float 9.000000"}};
-    for (std::uint8_t type = 1; type <= 6; ++type) {
-        EXPECT_EQ(read({type, 2, 0}, false), want[type - 1][0]);
-        EXPECT_EQ(read({type, 2, 0}, true), want[type - 1][1]);
-    }
-    EXPECT_EQ(read({10, 2, 0}), "short -32768");
-    EXPECT_EQ(read({11, 2, 0}), "char 11");
-    EXPECT_EQ(read({11, 99, 0}), "none") << "no such variable";
-    EXPECT_EQ(read({1, 0, 0}), "none");
+    EXPECT_EQ(db.getVal({1, 1, 0}, nullptr), 0);
 }
 
 TEST_F(AccessTest, WritesAttributeZeroIntoTheCurrentData) {
-    EXPECT_EQ(db().setDat({1, 3, 0}, text(type_str9, "2.5")), 1);
-    EXPECT_EQ(read({1, 3, 0}, false), "float 2.500000");
-    EXPECT_EQ(read({1, 3, 0}, true), "float 0.000000") << "the value is the controller's";
-    EXPECT_EQ(db().setDat({4, 2, 0}, text(type_str9, "12")), 1);
-    EXPECT_EQ(bytes(17)[1], 12);
-    EXPECT_EQ(db().setDat({4, 3, 0}, real(-1.5F)), 1);
-    EXPECT_EQ(bytes(17)[2], 0);
-    EXPECT_EQ(db().setDat({10, 1, 0}, real(2.9F)), 1);
-    EXPECT_EQ(read({10, 1, 0}), "short 2");
-    EXPECT_EQ(db().setDat({2, 1, 0}, number(type_short, -4)), 1);
-    EXPECT_EQ(floatAt(passport(13, 204, 1) + 167), -4.0F);
-    EXPECT_EQ(db().setDat({6, 2, 500}, number(type_uchar, 200)), 1) << "types without attributes";
+    database.put<char>(currentData, DB_DI, 1, 0, 9);
+    const struct {
+        const char* why;
+        SVariable var;
+        SVal val;
+        BOOL result;
+        const char* raw;
+    } cases[] = {
+        {"a text", {1, 3, 0}, text(type_str9, "2.5"), 1, "float 2.500000"},
+        {"a text for a byte", {4, 2, 0}, text(type_str9, "12"), 1, "char 12"},
+        {"a negative float for a byte", {5, 2, 0}, real(-1.5F), 1, "char 0"},
+        {"a float is truncated", {10, 1, 0}, real(2.9F), 1, "short 2"},
+        {"into the passport", {2, 1, 0}, number(type_short, -4), 1, "float -4.000000"},
+        {"a value without type is zero", {4, 1, 0}, SVal(), 1, "char 0"},
+        {"number 0 is taken and lost", {4, 0, 0}, number(type_char, 1), 1, "none"},
+        {"no such variable", {4, 7, 0}, number(type_char, 1), 0, "none"},
+        {"no such type", {0, 1, 0}, number(type_char, 1), 0, "refused"},
+        {"no such type", {12, 1, 0}, number(type_char, 1), 0, "refused"},
+    };
+    for (const auto& c : cases) {
+        EXPECT_EQ(db.setDat(c.var, c.val), c.result) << c.why;
+        EXPECT_EQ(read(c.var, false), c.raw) << c.why;
+    }
+    EXPECT_EQ(read({1, 3, 0}), "float 0.000000") << "the value is the controller's";
+    EXPECT_EQ(db.setDat({6, 2, 500}, number(type_uchar, 200)), 1) << "types without attributes";
     EXPECT_EQ(read({6, 2, 0}), "float 200.000000");
-    bytes(17)[0] = 9;
-    EXPECT_EQ(db().setDat({4, 1, 0}, SVal()), 1) << "a value without type writes zero";
-    EXPECT_EQ(bytes(17)[0], 0);
-    EXPECT_EQ(db().setDat({4, 0, 0}, number(type_char, 1)), 1) << "number 0 is taken and lost";
-    EXPECT_EQ(db().setDat({4, 7, 0}, number(type_char, 1)), 0);
-    EXPECT_EQ(db().setDat({0, 1, 0}, number(type_char, 1)), 0);
-    EXPECT_EQ(db().setDat({12, 1, 0}, number(type_char, 1)), 0);
 }
 
 TEST_F(AccessTest, WritesEveryStorageAndNothingBesideIt) {
-    std::memset(va(1), 0x55, 3 * 114);
-    std::vector<std::uint8_t> want(va(1), va(1) + 3 * 114);
-    const auto wanted = [&want](int offset) { return want.begin() + 114 + offset; };
+    const auto records = [] {
+        std::string all;
+        for (int num = 1; num <= 3; ++num)
+            for (std::size_t i = 0; i < 114; ++i)
+                all += database.get<char>(passport, DB_VA, num, i);
+        return all;
+    };
+    for (int num = 1; num <= 3; ++num)
+        database.putText(DB_VA, num, 0, std::string(114, '\x55'));
+    std::string want = records();
+    const struct {
+        const char* why;
+        std::uint16_t attribute;
+        SVal val;
+        std::size_t offset;
+        std::string bytes;
+    } cases[] = {
+        {"a float, 3", 29, number(type_int, 3), 103, std::string("\0\0\x40\x40", 4)},
+        {"bit 0 goes", 31, number(type_int, 0), 108, "\x54"},
+        {"half is no bit", 31, real(0.5F), 108, "\x54"},
+        {"bit 7 comes", 38, text(type_str9, "2"), 108, "\xD4"},
+        {"a byte", 30, number(type_short, -1), 107, "\xFF"},
+        {"a word, -300", 24, real(-300), 83, "\xD4\xFE"},
+        {"a text", 5, number(type_short, -1), 4, std::string("-1\0\0\0\0\0\0\0", 9)},
+        {"an unknown storage", 40, number(type_int, 1), 0, ""},
+        {"no such attribute", 51, number(type_int, 1), 0, ""},
+        {"nor the last one", 0xFFFF, number(type_int, 1), 0, ""},
+    };
+    for (const auto& c : cases) {
+        EXPECT_EQ(db.setDat({1, 2, c.attribute}, c.val), 1) << c.why;
+        want.replace(114 + c.offset, c.bytes.size(), c.bytes);
+        EXPECT_EQ(records(), want) << c.why;
+    }
+    EXPECT_EQ(db.setDat({1, 0, 1}, number(type_int, 1)), 1);
+    EXPECT_EQ(db.setDat({1, 4, 1}, number(type_int, 1)), 0);
+    EXPECT_EQ(records(), want);
 
-    EXPECT_EQ(db().setDat({1, 2, 1}, number(type_int, 3)), 1);
-    put(&*wanted(103), 3.0F);
-    EXPECT_EQ(db().setDat({1, 2, 2}, number(type_int, 0)), 1);
-    EXPECT_EQ(db().setDat({1, 2, 3}, text(type_str9, "2")), 1);
-    *wanted(108) = 0xD4;
-    EXPECT_EQ(db().setDat({1, 2, 4}, number(type_short, -1)), 1);
-    *wanted(31) = 0xFF;
-    EXPECT_EQ(db().setDat({1, 2, 5}, number(type_short, -1)), 1);
-    std::memcpy(&*wanted(4), "-1\0\0\0\0\0\0\0", 9);
-    for (const auto lost : std::initializer_list<std::uint16_t>{6, 7, 8, 0xFFFF})
-        EXPECT_EQ(db().setDat({1, 2, lost}, number(type_int, 1)), 1) << lost;
-    EXPECT_EQ(db().setDat({1, 0, 1}, number(type_int, 1)), 1);
-    EXPECT_EQ(db().setDat({1, 4, 1}, number(type_int, 1)), 0);
-    EXPECT_EQ(std::vector<std::uint8_t>(va(1), va(1) + 3 * 114), want);
-
-    EXPECT_EQ(db().setDat({5, 7, 1}, real(-300)), 1);
-    EXPECT_EQ(read({5, 7, 1}), "short -300");
-    EXPECT_EQ(db().setDat({1, 1, 2}, real(0.5F)), 1) << "half is no bit";
-    EXPECT_EQ(read({1, 1, 2}), "char 0");
-}
-
-TEST_F(AccessTest, WritesNineBytesOfTheLongText) {
-    std::memcpy(passport(14, 48, 1) + 28, "seventeen letters", 17);
-    EXPECT_EQ(db().setDat({3, 1, 12}, text(type_str17, "abcdefghijklmnopq")), 1);
-    EXPECT_EQ(read({3, 1, 12}), "str17 abcdefghi letters");
+    database.putText(DB_HI, 1, 28, "seventeen letters");
+    EXPECT_EQ(db.setDat({3, 1, 12}, text(type_str17, "abcdefghijklmnopq")), 1);
+    EXPECT_EQ(read({3, 1, 12}), "str17 abcdefghi letters") << "nine bytes of the long text";
 }
 
 TEST_F(AccessTest, ScalesCurrentDataOfAnalogInputs) {
-    put(va(1) + 34, 0.0F);
-    put(va(1) + 38, 50.0F);
-    EXPECT_EQ(db().setDatScale({1, 1, 0}, number(type_short, 7), 2, 12), 1);
-    EXPECT_EQ(floatAt(bytes(11)), 1.0F) << "(7 - 2) * (12 - 2) / (50 - 0) + 0";
-    EXPECT_EQ(db().setDatScale({1, 2, 0}, real(1), 0, 1), 1) << "an empty scale";
-    EXPECT_TRUE(std::isinf(floatAt(bytes(11) + 4)));
-    EXPECT_EQ(db().setDatScale({1, 3, 1}, real(1), 0, 1), 1);
-    EXPECT_EQ(db().setDatScale({2, 1, 0}, real(1), 0, 1), 1);
-    EXPECT_EQ(floatAt(va(3) + 103) + floatAt(passport(13, 204, 1) + 167), 0.0F) << "not stored";
-    EXPECT_EQ(db().setDatScale({1, 4, 0}, real(1), 0, 1), 0);
-    EXPECT_EQ(db().setDatScale({12, 1, 0}, real(1), 0, 1), 0);
+    database.put(passport, DB_VA, 1, 34, -50.0F);
+    database.put(passport, DB_VA, 1, 38, 150.0F);
+    const struct {
+        const char* why;
+        SVariable var;
+        BOOL result;
+        const char* raw;
+    } cases[] = {
+        {"(30 - 10) * (90 - 10) / (150 + 50) - 50", {1, 1, 0}, 1, "float -42.000000"},
+        {"an empty scale", {1, 2, 0}, 1, "float inf"},
+        {"no attribute", {1, 3, 29}, 1, "float 0.000000"},
+        {"no other type", {2, 1, 0}, 1, "float 0.000000"},
+        {"no such variable", {1, 4, 0}, 0, "none"},
+        {"no such type", {12, 1, 0}, 0, "refused"},
+    };
+    for (const auto& c : cases) {
+        EXPECT_EQ(db.setDatScale(c.var, number(type_short, 30), 10, 90), c.result) << c.why;
+        EXPECT_EQ(read(c.var, false), c.raw) << c.why;
+    }
+    EXPECT_EQ(read({1, 3, 0}, false) + read({1, 1, 0}), "float 0.000000float 0.000000");
 }
 
 TEST_F(AccessTest, TellsChangesOfTheTypesAperture) {
-    SApertures apertures;
-    apertures.aperture_VA = 0.5F;
-    apertures.aperture_HI = 10;
-    db().LoadAperture(&apertures);
-    db().LoadAperture(nullptr);
+    SApertures apertures{0.5F, 0, 10};
+    db.LoadAperture(&apertures);
+    db.LoadAperture(nullptr);
     SVal last;
-    const auto changes = [&last](SVariable var) { return db().getChangeVal(var, &last, nullptr); };
+    const auto changes = [&](SVariable var) { return db.getChangeVal(var, &last, nullptr); };
     EXPECT_EQ(changes({1, 1, 0}), 1) << "another type than before";
-    EXPECT_EQ(changes({1, 1, 0}), 0);
-    put(bytes(12), 0.4F);
-    EXPECT_EQ(changes({1, 1, 0}), 0) << "below the aperture";
-    put(bytes(12), -0.5F);
-    EXPECT_EQ(changes({1, 1, 0}), 1);
-    EXPECT_EQ(static_cast<float>(last.value.fl), -0.5F);
-    put(bytes(12), std::numeric_limits<float>::quiet_NaN());
-    EXPECT_EQ(changes({1, 1, 0}), 1) << "no number any more";
-    EXPECT_EQ(changes({1, 1, 0}), 0);
-
-    last = SVal();
-    last.Set(real(0));
-    put(bytes(15), 9.0F);
-    EXPECT_EQ(changes({3, 1, 0}), 0);
-    put(bytes(15), 10.0F);
-    EXPECT_EQ(changes({3, 1, 0}), 1);
-    last.Set(real(0));
-    put(passport(13, 204, 1) + 167, 0.001F);
-    EXPECT_EQ(changes({2, 1, 0}), 1) << "no aperture: any change";
+    const std::tuple<SVariable, ControllerDatabase::Area, std::size_t, float, BOOL> floats[] = {
+        {{1, 1, 0}, currentValue, 0, 0.4F, 0},  // below the aperture
+        {{1, 1, 0}, currentValue, 0, -0.5F, 1},
+        {{1, 1, 0}, currentValue, 0, std::numeric_limits<float>::quiet_NaN(), 1},
+        {{1, 1, 0}, currentValue, 0, std::numeric_limits<float>::quiet_NaN(), 0},
+        {{1, 1, 0}, currentValue, 0, 0.0F, 1},
+        {{3, 1, 0}, currentValue, 0, 9.0F, 0},
+        {{3, 1, 0}, currentValue, 0, 10.0F, 1},
+        {{2, 1, 0}, passport, 167, 10.001F, 1},  // no aperture: any change
+    };
+    for (const auto& [var, area, offset, value, changed] : floats) {
+        database.put(area, var.type, var.num, offset, value);
+        EXPECT_EQ(changes(var), changed) << shown(var) << ' ' << value;
+    }
+    EXPECT_EQ(static_cast<float>(last.value.fl), 10.001F);
 
     last.Set(number(type_char, 0));
     EXPECT_EQ(changes({4, 1, 0}), 0);
-    bytes(18)[0] = 1;
+    database.put<char>(currentValue, DB_DI, 1, 0, 1);
     EXPECT_EQ(changes({4, 1, 0}), 1);
-    EXPECT_EQ(changes({4, 1, 0}), 0);
     last.Set(text(type_str9, ""));
-    std::memcpy(va(1) + 4, "TE-1", 4);
+    database.putText(DB_VA, 1, 4, "TE-1");
     EXPECT_EQ(changes({1, 1, 5}), 1);
     EXPECT_EQ(changes({1, 1, 5}), 0);
     EXPECT_EQ(changes({1, 1, 99}), 0) << "no such attribute";
-    EXPECT_EQ(db().getChangeVal({1, 1, 0}, nullptr, nullptr), 0);
-}
+    EXPECT_EQ(db.getChangeVal({1, 1, 0}, nullptr, nullptr), 0);
 
-TEST_F(AccessTest, JudgesTwoAttributesOfAnalogOutputsByOthers) {
-    SApertures apertures;
     apertures.aperture_AV = 2;
-    db().LoadAperture(&apertures);
-    for (const auto& [attribute, offset, related] :
+    db.LoadAperture(&apertures);
+    for (const auto& [attribute, own, related] :
          {std::tuple(21, 50, 127), std::tuple(39, 119, 123)}) {
         SCOPED_TRACE(attribute);
         const SVariable var{2, 1, static_cast<std::uint16_t>(attribute)};
-        SVal last;
         SVal aux;
-        EXPECT_EQ(db().getChangeVal(var, &last, &aux), 1);
-        put(passport(13, 204, 1) + offset, 5.0F);
-        EXPECT_EQ(db().getChangeVal(var, &last, &aux), 0) << "its own change does not count";
-        put(passport(13, 204, 1) + related, 1.0F);
-        EXPECT_EQ(db().getChangeVal(var, &last, &aux), 0) << "below the aperture";
-        put(passport(13, 204, 1) + related, 2.0F);
-        EXPECT_EQ(db().getChangeVal(var, &last, &aux), 1);
+        EXPECT_EQ(db.getChangeVal(var, &last, &aux), 1);
+        database.put(passport, DB_AV, 1, static_cast<std::size_t>(own), 5.0F);
+        EXPECT_EQ(db.getChangeVal(var, &last, &aux), 0) << "its own change does not count";
+        database.put(passport, DB_AV, 1, static_cast<std::size_t>(related), 1.0F);
+        EXPECT_EQ(db.getChangeVal(var, &last, &aux), 0) << "below the aperture";
+        database.put(passport, DB_AV, 1, static_cast<std::size_t>(related), 2.0F);
+        EXPECT_EQ(db.getChangeVal(var, &last, &aux), 1);
         EXPECT_EQ(static_cast<float>(last.value.fl), 5.0F);
         EXPECT_EQ(static_cast<float>(aux.value.fl), 2.0F);
     }
 }
 
 TEST_F(AccessTest, ReadsAllAtOnceAsTheSingleOperationsDo) {
-    std::memset(bytes(85), 0x5A, 25 * 24);
-    std::memset(bytes(12), 0x3C, 12);
-    std::memset(va(1), 0x3D, 3 * 114);
+    for (int num = 1; num <= 2; ++num) {
+        database.putText(DB_VA, num, 0, std::string(114, '\x3D'));
+        database.put(currentValue, DB_VA, num, 0, 4.5F);
+        database.putText(DB_DO, num, 0, std::string(58, '\x3C'));
+        for (const int type : {DB_VA, DB_AV, DB_HI, DB_DI, DB_DO}) {
+            database.setTime(type, num, 0x5A5A, 0x5B5B);
+            database.setQuality(type, num, 0x5C);
+        }
+    }
     SReading all;
     for (const SVariable var : {SVariable{1, 2, 0},
-                                {1, 2, 1},
+                                {1, 2, 29},
                                 {1, 2, 5},
-                                {1, 2, 8},
+                                {1, 2, 51},
                                 {1, 4, 0},
                                 {1, 0, 1},
                                 {3, 5, 12},
-                                {5, 7, 1},
+                                {5, 2, 20},
                                 {6, 1, 0},
                                 {11, 2, 0},
                                 {0, 1, 0},
                                 {12, 1, 0}}) {
-        SCOPED_TRACE(std::to_string(var.type) + "." + std::to_string(var.num + 0) + ".A" +
-                     std::to_string(var.num_atr + 0));
+        SCOPED_TRACE(shown(var));
         SVal val;
-        db().getVal(var, &val);
-        db().Read(var.type, var.num, var.num_atr, &all);  // over the former reading
-        EXPECT_EQ(all.type_atr, db().getTypeAtr(var));
-        EXPECT_EQ(all.val.type_val + 0, val.type_val + 0);
-        EXPECT_EQ(std::string(all.val.value.str17, 17), std::string(val.value.str17, 17));
-        EXPECT_EQ(all.time.tv_sec, db().getTime(var).tv_sec);
-        EXPECT_EQ(all.time.tv_usec, db().getTime(var).tv_usec);
-        EXPECT_EQ(all.quality, db().getQuality(var));
+        db.getVal(var, &val);
+        db.Read(var.type, var.num, var.num_atr, &all);  // over the former reading
+        EXPECT_EQ(all.type_atr, db.getTypeAtr(var));
+        EXPECT_EQ(std::memcmp(&all.val, &val, sizeof(val)), 0);
+        EXPECT_EQ(all.time.tv_sec, db.getTime(var).tv_sec);
+        EXPECT_EQ(all.time.tv_usec, db.getTime(var).tv_usec);
+        EXPECT_EQ(all.quality, db.getQuality(var));
     }
 }
 
 TEST_F(AccessTest, TimesAndQualitiesAreThoseOfTheVariable) {
-    // The table starts with 3 VA, 4 AV and 5 HI.
-    constexpr int kFirstDI = 12;
-    std::uint8_t* const record = bytes(85) + kFirstDI * 24;
-    record[0] = 1;
-    record[8] = 2;
-    record[16] = 0xC0;
-    record[20] = 4;
-    EXPECT_EQ(db().getTime({4, 1, 77}).tv_sec, 1);
-    EXPECT_EQ(db().getTime({4, 1, 0}).tv_usec, 2);
-    EXPECT_EQ(db().getQuality({4, 1, 0}), 0xC0U);
-    EXPECT_EQ(db().getFlags({4, 1, 0}), 4U);
-    EXPECT_EQ(db().setTime({1, 1, 0}, {9, 8}), 0);
-    EXPECT_EQ(db().setQuality({1, 1, 0}, 7), 0);
-    EXPECT_EQ(db().setFlags({1, 1, 0}, 6), 0);
-    EXPECT_EQ(bytes(85)[0] * 1000 + bytes(85)[8] * 100 + bytes(85)[16] * 10 + bytes(85)[20], 9876);
+    database.setTime(DB_DI, 1, 1, 2);
+    database.setQuality(DB_DI, 1, 0xC0);
+    EXPECT_EQ(db.getTime({4, 1, 77}).tv_sec, 1);
+    EXPECT_EQ(db.getTime({4, 1, 0}).tv_usec, 2);
+    EXPECT_EQ(db.getQuality({4, 1, 0}), 0xC0U);
 
-    TimeQuality* const asymmetric = db().getTQFPointer({1, 1, 0});
+    EXPECT_EQ(db.setTime({2, 2, 0}, {9, 8}), 0);
+    EXPECT_EQ(db.setQuality({2, 2, 0}, 7), 0);
+    EXPECT_EQ(db.setFlags({2, 2, 0}, 6), 0);
+    EXPECT_EQ(db.getFlags({2, 2, 0}), 6U);
+    const TimeQuality* const asymmetric = db.getTQFPointer({1, 1, 0});
     ASSERT_NE(asymmetric, nullptr);
-    asymmetric->Flags = 0x55;
-    EXPECT_EQ(bytes(85)[(3 + 1) * 24 + 20], 0x55) << "AV's second record";
-    EXPECT_EQ(db().getTQFPointer({5, 1, 0}), nullptr);
+    EXPECT_EQ(asymmetric->Time.tv_sec, 9) << "AV's second record";
+    EXPECT_EQ(asymmetric->Time.tv_usec, 8);
+    EXPECT_EQ(asymmetric->Quality * 10 + asymmetric->Flags, 76U);
+    EXPECT_EQ(db.getTQFPointer({5, 1, 0}), nullptr);
 
     for (const SVariable outside :
          {SVariable{0, 1, 0}, {1, 0, 0}, {1, 4, 0}, {6, 1, 0}, {11, 1, 0}}) {
-        EXPECT_EQ(db().getTime(outside).tv_sec, 0);
-        EXPECT_EQ(db().getQuality(outside), 0U);
-        EXPECT_EQ(db().getFlags(outside), 0U);
-        EXPECT_EQ(db().setTime(outside, {1, 1}), -1);
-        EXPECT_EQ(db().setQuality(outside, 1), -1);
-        EXPECT_EQ(db().setFlags(outside, 1), -1);
+        SCOPED_TRACE(shown(outside));
+        EXPECT_EQ(db.getTime(outside).tv_sec, 0);
+        EXPECT_EQ(db.getQuality(outside) + db.getFlags(outside), 0U);
+        EXPECT_EQ(db.setTime(outside, {1, 1}), -1);
+        EXPECT_EQ(db.setQuality(outside, 1), -1);
+        EXPECT_EQ(db.setFlags(outside, 1), -1);
     }
 }
 

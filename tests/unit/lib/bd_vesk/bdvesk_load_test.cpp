@@ -3,49 +3,74 @@
 #include <chrono>
 #include <csignal>
 #include <cstdint>
+#include <cstdlib>
 #include <filesystem>
-#include <optional>
 #include <string>
 #include <thread>
 
-#include "database.h"
 #include "lib/bd_vesk/bdvesk.h"
+#include "lib/util/veskpath.h"
+#include "lib/util/vs_obj.h"
 #include "slots.h"
+#include "support/attribute_files.h"
 #include "support/capture.h"
+#include "support/child_process.h"
+#include "support/controller_database.h"
+#include "support/files.h"
+#include "support/wait_until.h"
 
 namespace {
 
-using Fields = std::vector<AttributeFiles::Field>;
+using Files = AttributeFiles;
+using enum Files::Storage;
+using Area = ControllerDatabase::Area;
+using Request = ControllerDatabase::Request;
 
-std::uint8_t byteOf(CVeskBDSh& db, SVariable var, bool current) {
-    SVal val;
-    EXPECT_EQ(current ? db.getVal(var, &val) : db.getDat(var, &val), 1);
-    return val.value.uch;
-}
+class LoadBD : public testing::Test {
+  protected:
+    LoadBD() { database.clear(); }
+    ~LoadBD() override { database.answerAll(); }
 
-TEST(LoadBD, AsksForElevenTypesAndAttachesTheirTables) {
-    FullDatabase database;
-    database.startAll();
+    static int value(CVeskBDSh& db, SVariable var, bool current) {
+        SVal val;
+        EXPECT_EQ(current ? db.getVal(var, &val) : db.getDat(var, &val), 1);
+        return val.value.uch;
+    }
+};
+
+TEST_F(LoadBD, AsksForElevenTypesAndAttachesTheirTables) {
+    const std::size_t before = database.requestsFrom(getpid()).size();
     CVeskBDSh db(0);
     db.LoadBD();
-
-    ASSERT_EQ(database.requestCount(), 11);
+    const std::vector<Request> requests = database.requestsFrom(getpid());
+    ASSERT_EQ(requests.size(), before + 11);
     for (std::uint32_t i = 0; i < 11; ++i)
-        EXPECT_EQ(database.request(static_cast<int>(i)),
-                  (std::array<std::uint32_t, 5>{0x1100, i, 0, 0, 0}));
+        EXPECT_EQ(requests[before + i], (Request{0x1100, i, 0, 0, 0}));
 
-    // Current data and current value of each type show the bytes of the array they live in.
-    const int arrays[11][2] = {{1, 2}, {0, 0}, {2, 2}, {1, 2}, {1, 2}, {0, 0},
-                               {0, 0}, {0, 0}, {0, 0}, {0, 0}, {0, 0}};
+    // Where the first byte of variable 1 lies that is its current data and its current value.
+    struct Place {
+        Area area;
+        std::size_t offset;
+    };
+    using enum Area;
+    const Place values[11][2] = {{{currentData, 0}, {currentValue, 0}},
+                                 {{passport, 167}, {passport, 167}},
+                                 {{currentValue, 0}, {currentValue, 0}},
+                                 {{currentData, 0}, {currentValue, 0}},
+                                 {{currentData, 0}, {currentValue, 0}}};
     for (std::uint8_t type = 1; type <= 11; ++type) {
         SCOPED_TRACE(static_cast<int>(type));
         CTypeVars* const table = db.getTypeVars(type);
         ASSERT_NE(table, nullptr);
         EXPECT_EQ(table->typeAt(), type);
-        EXPECT_EQ(table->maxnumAt(), FullDatabase::count(type));
-        EXPECT_EQ(byteOf(db, {type, 1, 0}, false), FullDatabase::fill(type, arrays[type - 1][0]));
-        EXPECT_EQ(byteOf(db, {type, 1, 0}, true), FullDatabase::fill(type, arrays[type - 1][1]));
-        const auto last = static_cast<std::uint16_t>(FullDatabase::count(type));
+        const std::uint16_t last = ControllerDatabase::kCounts[type - 1U];
+        EXPECT_EQ(table->maxnumAt(), last);
+        for (const bool current : {false, true}) {
+            const Place& place = values[type - 1][current];
+            const auto byte = static_cast<std::uint8_t>(16 * type + current);
+            database.put(place.area, type, 1, place.offset, byte);
+            EXPECT_EQ(value(db, {type, 1, 0}, current), byte);
+        }
         EXPECT_EQ(db.isVariable({type, last, 0}), 1);
         EXPECT_EQ(db.isVariable({type, static_cast<std::uint16_t>(last + 1), 0}), 0);
         EXPECT_EQ(db.isVariable({type, 0, 0}), 1) << "number 0 is not checked";
@@ -55,109 +80,76 @@ TEST(LoadBD, AsksForElevenTypesAndAttachesTheirTables) {
     EXPECT_EQ(db.getTypeVars(12), db.getTypeVars(1)) << "the list comes round";
 }
 
-TEST(LoadBD, ATypeWithoutVariablesMovesTheLaterOnesDown) {
-    FullDatabase database;
-    AttributeFiles files;
-    // Offset 48 is inside AV's and HI's neighbours, but behind HI's own record of 48 bytes.
-    files.describe(AttributeFiles::kAV, {{44, 3}, {45, 3}, {0, 6}});
-    files.describe(AttributeFiles::kDO, {{0, 3}, {1, 3}, {3, 0, 1}});
-    AttributeFiles::write(database.system(), files.bytes());
-    database.startAll(2);
+TEST_F(LoadBD, TypesWithoutVariablesAndWhatIsNoTypeMoveTheLaterOnesDown) {
+    database.answer({{77, 5}, {1, 3}, {2, 0}, {3, 4}, {6, 3}});
     CVeskBDSh db(0);
     Capture out(STDOUT_FILENO);
     db.LoadBD();
-    EXPECT_EQ(out.text(), "") << "the files are right";
-
-    EXPECT_EQ(db.getTypeVars(2)->typeAt(), 3);
-    EXPECT_EQ(db.getTypeVars(10)->typeAt(), 11);
-    EXPECT_EQ(db.getTypeVars(11), nullptr);
-    EXPECT_EQ(db.isVariable({11, 1, 0}), 0);
-    SVal val;
-    EXPECT_EQ(db.getVal({11, 1, 0}, &val), 0);
-    EXPECT_EQ(db.setDat({11, 1, 0}, SVal(type_char)), 0);
-
-    // Attributes of AV are looked up in HI's records, of DO in those of TH, which are single
-    // floats.
-    EXPECT_EQ(db.getTypeAtr({2, 1, 1}), type_float);
-    EXPECT_EQ(db.getTypeAtr({2, 1, 2}), none) << "reaches beyond HI's record";
-    EXPECT_EQ(db.getTypeAtr({5, 1, 1}), type_float);
-    EXPECT_EQ(db.getTypeAtr({5, 1, 2}), none);
-    EXPECT_EQ(db.getTypeAtr({5, 1, 3}), type_char);
-    EXPECT_EQ(db.getVal({2, 1, 3}, &val), 1);
-    EXPECT_EQ(val.value.uch, FullDatabase::fill(3, 0));
-    // The value of type 5 is a char, the table in its place holds floats.
-    EXPECT_EQ(db.getVal({5, 1, 0}, &val), 1);
-    EXPECT_EQ(val.type_val, type_char);
-    EXPECT_EQ(val.value.uch, FullDatabase::fill(6, 0));
-}
-
-TEST(LoadBD, SkipsWhatIsNoType) {
-    FullDatabase database;
-    database.start({{77, 5}, {1, 3}, {0, 9}, {2, 0}, {3, 5}});
-    Capture out(STDOUT_FILENO);
-    CVeskBDSh db(0);
-    db.LoadBD();
-    EXPECT_EQ(database.requestCount(), 11) << "the counter advances either way";
-    EXPECT_EQ(database.request(1)[1], 77U) << "the type that was answered";
+    EXPECT_EQ(out.text(), "") << "the description files are right";
+    EXPECT_EQ(database.requestsFrom(getpid()).back()[1], 12U) << "goes on to the eleventh answer";
     EXPECT_EQ(db.getTypeVars(1)->typeAt(), 1);
     EXPECT_EQ(db.getTypeVars(2)->typeAt(), 3);
-    EXPECT_EQ(db.getTypeVars(3), nullptr);
+    EXPECT_EQ(db.getTypeVars(3)->typeAt(), 6);
+    EXPECT_EQ(db.getTypeVars(4), nullptr);
+    EXPECT_EQ(db.isVariable({4, 1, 0}), 0);
+    SVal val;
+    EXPECT_EQ(db.getVal({4, 1, 0}, &val), 0);
+    EXPECT_EQ(db.setDat({4, 1, 0}, SVal(type_char)), 0);
+
+    // Attributes of AV are looked up in HI's records, those of HI in single floats.
+    database.put<std::uint8_t>(Area::passport, DB_HI, 1, 4, 'x');
+    EXPECT_EQ(value(db, {2, 1, 5}, true), 'x');
+    EXPECT_EQ(db.getTypeAtr({2, 1, 21}), none) << "reaches beyond HI's record";
+    EXPECT_EQ(db.getTypeAtr({3, 1, 8}), none);
 }
 
-TEST(LoadBD, WorksWithoutAnySegment) {
-    Database database;
-    database.start({{1, 5}, {2, 5}, {3, 5}, {4, 5}, {5, 5}, {6, 5}, {10, 5}, {11, 5}});
-    AttributeFiles files;
-    files.describe(AttributeFiles::kVA, {{103, 3}});
-    AttributeFiles::write(database.system(), files.bytes());
-    CVeskBDSh db(0);
+TEST_F(LoadBD, WorksWithoutAnySegment) {
+    constexpr std::uint32_t kMore = 60000;  // than the segments hold
+    database.answer({{1, kMore}, {2, kMore}, {3, kMore}, {4, kMore}, {5, kMore}, {6, kMore}});
     Capture out(STDOUT_FILENO);
     Capture err(STDERR_FILENO);
+    CVeskBDSh db(0);
     db.LoadBD();
-    for (std::uint8_t type = 1; type <= 8; ++type) {
-        SVal val(type_int);
-        EXPECT_EQ(db.isVariable({type, 1, 0}), 1);
-        EXPECT_EQ(db.getVal({type, 1, 0}, &val), 1);
-        EXPECT_EQ(val.type_val, none);
-        EXPECT_EQ(db.setDat({type, 1, 0}, SVal(type_int)), 1);
+    SReading reading;
+    for (std::uint8_t type = 1; type <= 6; ++type) {
+        for (const auto attribute : std::initializer_list<std::uint16_t>{0, 5}) {
+            const SVariable var{type, 1, type == 6 ? std::uint16_t{0} : attribute};
+            SVal val(type_int);
+            EXPECT_EQ(db.isVariable(var), 1);
+            EXPECT_EQ(db.getVal(var, &val), 1);
+            EXPECT_EQ(val.type_val, none);
+            EXPECT_EQ(db.setDat(var, SVal(type_int)), 1);
+            db.Read(var.type, var.num, var.num_atr, &reading);
+            EXPECT_EQ(reading.val.type_val, none);
+        }
     }
-    SVal val(type_int);
-    EXPECT_EQ(db.getVal({1, 1, 1}, &val), 1);
-    EXPECT_EQ(val.type_val, none);
-    EXPECT_EQ(db.setDat({1, 1, 1}, SVal(type_int)), 1);
     EXPECT_EQ(db.setDatScale({1, 1, 0}, SVal(type_float), 0, 1), 1);
-    EXPECT_EQ(db.getTime({1, 1, 0}).tv_sec, 0);
-    EXPECT_EQ(db.setQuality({1, 1, 0}, 1), -1);
 }
 
-TEST(LoadBD, EndsTheProcessWithoutDatabase) {
-    Database database;
-    ChildProcess server([] {
-        All = new vs_obj;
-        CVeskBDSh(0).LoadBD();
-        return 0;
-    });
+// ---- The database process ----------------------------------------------------------------------
+
+int loadInAnotherProcess() {
+    All = new vs_obj;
+    CVeskBDSh db(0);
+    db.LoadBD();
+    return db.isVariable({1, 1, 0}) ? 7 : 8;
+}
+
+TEST_F(LoadBD, LooksForTheDatabaseASecondTimeAndEndsTheProcess) {
+    database.stop();
     const auto start = std::chrono::steady_clock::now();
-    EXPECT_EQ(server.wait(), 255);
+    ChildProcess early(loadInAnotherProcess);
+    EXPECT_EQ(early.wait(), 255);
     EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(950));
-    EXPECT_NE(server.out().find("No Base in lib"), std::string::npos);
-}
+    EXPECT_NE(early.out().find("No Base in lib"), std::string::npos);
 
-TEST(LoadBD, LooksForTheDatabaseASecondTime) {
-    FullDatabase database;
-    ChildProcess server([] {
-        All = new vs_obj;
-        CVeskBDSh db(0);
-        db.LoadBD();
-        return db.isVariable({1, 1, 0}) ? 7 : 8;
-    });
+    ChildProcess inTime(loadInAnotherProcess);
     std::this_thread::sleep_for(std::chrono::milliseconds(300));  // the first look finds nothing
-    database.startAll();
-    EXPECT_EQ(server.wait(), 7);
+    database.start();
+    EXPECT_EQ(inTime.wait(), 7);
 }
 
-TEST(LoadBD, RefusesOtherChannels) {
-    Database database;
+TEST_F(LoadBD, RefusesOtherChannels) {
     ChildProcess server([] {
         CVeskBDSh(1).LoadBD();
         return 0;
@@ -166,176 +158,145 @@ TEST(LoadBD, RefusesOtherChannels) {
     EXPECT_EQ(server.out(), "Sorry. Featcher not supported.");
 }
 
-// ---- Attribute files ---------------------------------------------------------------------------
-
-std::size_t openFiles() {
-    std::size_t count = 0;
-    for ([[maybe_unused]] const auto& entry : std::filesystem::directory_iterator("/proc/self/fd"))
-        ++count;
-    return count;
-}
-
-/// Loads the files of a folder without any table.
-struct Loaded {
-    explicit Loaded(const Database&) : db(std::make_unique<CVeskBDSh>(0)) {
-        const std::size_t before = openFiles();
-        {
-            Capture capture(STDOUT_FILENO);
-            result = db->LoadOffAtr();
-            out = capture.text();
-        }
-        EXPECT_EQ(openFiles(), before) << "files are closed on every path";
-    }
-    std::unique_ptr<CVeskBDSh> db;
-    int result = 0;
-    std::string out;
-};
-
-TEST(LoadOffAtr, DescribesTheFiveTypes) {
-    Database database;
-    AttributeFiles files;
-    files.describe(AttributeFiles::kVA, {{103, 3}, {108, 0, 2}, {4, 6}, {0, 9}});
-    files.describe(AttributeFiles::kDI, {{50, 1}});
-    files.describe(AttributeFiles::kHI, Fields(13, {28, 6}));
-    files.describe(AttributeFiles::kDO, {{53, 2}});
-    files.describe(AttributeFiles::kAV, {{49, 1}, {167, 3}});
-    files.describe(3, {{0, 3}, {0, 3}, {0, 3}, {0, 3}, {0, 3}, {0, 3}});  // nobody's
-    AttributeFiles::write(database.system(), files.bytes());
-    const Loaded loaded(database);
-    EXPECT_EQ(loaded.result, 0);
-    EXPECT_EQ(loaded.out, "");
-
-    const struct {
-        std::uint8_t type;
-        std::vector<TYPE_VAL> types;  // of attribute 0, 1, ... and one beyond
-    } cases[] = {
-        {1, {type_float, type_float, type_char, type_str9, none, none}},
-        {2, {type_float, type_char, type_float, none}},
-        {3,
-         {type_float, type_str9, type_str9, type_str9, type_str9, type_str9, type_str9, type_str9,
-          type_str9, type_str9, type_str9, type_str9, type_str17, type_str9, none}},
-        {4, {type_char, type_char, none}},
-        {5, {type_char, type_short, none}},
-        {6, {type_float, none}},
-        {7, {type_float, none}},
-        {8, {type_float, none}},
-        {9, {type_float, none}},
-        {10, {type_short, none}},
-        {11, {type_char, none}},
-    };
-    for (const auto& c : cases) {
-        for (std::size_t n = 0; n < c.types.size(); ++n) {
-            SCOPED_TRACE(std::to_string(c.type) + "." + std::to_string(n));
-            const SVariable var{c.type, 1, static_cast<std::uint16_t>(n)};
-            EXPECT_EQ(loaded.db->getTypeAtr(var), c.types[n]);
-            EXPECT_EQ(loaded.db->isAttribute(var), n + 1 < c.types.size());
-        }
-    }
-    for (const auto noType : std::initializer_list<std::uint8_t>{0, 12, 255}) {
-        EXPECT_EQ(loaded.db->isAttribute({noType, 1, 0}), 0);
-        EXPECT_EQ(loaded.db->getTypeAtr({noType, 1, 0}), none);
-    }
-}
-
-TEST(LoadOffAtr, NamesTheFileThatCannotBeOpened) {
-    Database database;
-    // CP866 of the Russian for "The attribute description file cannot be opened - "
-    const std::string message =
-        "\x8D\xA5\xA2\xAE\xA7\xAC\xAE\xA6\xAD\xAE\x20\xAE\xE2\xAA\xE0\xEB\xE2\xEC\x20\xE4\xA0\xA9"
-        "\xAB\x20\xAE\xAF\xA8\xE1\xA0\xAD\xA8\xEF\x20\xA0\xE2\xE0\xA8\xA1\xE3\xE2\xAE\xA2 - ";
-    const Loaded nothing(database);
-    EXPECT_EQ(nothing.result, -1);
-    EXPECT_EQ(nothing.out, message + database.file("offatrs.dat").string() + "\n\r");
-
-    AttributeFiles::write(database.file("offatrs.dat"), AttributeFiles().bytes().offsets);
-    const Loaded second(database);
-    EXPECT_EQ(second.result, -1);
-    EXPECT_EQ(second.out, message + database.file("atributs.dat").string() + "\n\r");
-    EXPECT_EQ(second.db->getTypeAtr({1, 1, 0}), type_float) << "values need no description";
-    EXPECT_EQ(second.db->getTypeAtr({1, 1, 1}), none);
-}
-
-TEST(LoadOffAtr, TellsFaultsWithFileEntryAndAttribute) {
-    // In the file of offsets, of the second attribute: behind eight positions, the entry's head and
-    // the first attribute with its name.
-    constexpr std::size_t kOffsetOfSecond = 2 + 8 * 4 + 4 + 14 + 4;
-    const struct {
-        const char* why;
-        void (*spoil)(AttributeFiles::Bytes&);
-        const char* file;  // null: silent
-        const char* text;
-        int result;
-        TYPE_VAL first;  // of VA 1, whose entry is the first
-    } cases[] = {
-        {"entry counts differ", [](auto& b) { b.types[0] = 9; }, nullptr, "", -1, none},
-        {"an empty file", [](auto& b) { b.offsets.clear(); }, "offatrs.dat",
-         ": the file ends here\n", -1, none},
-        {"cut in the second entry", [](auto& b) { b.types.resize(b.types.size() - 14); },
-         "atributs.dat", ", entry 1, attribute 1: the file ends here\n", -1, type_float},
-        {"other counts in the first", [](auto& b) { b.types[2] = 5; }, "atributs.dat",
-         ", entry 0: 5 attributes, 2 in the file of offsets\n", -1, none},
-        {"an attribute outside", [](auto& b) { b.offsets[kOffsetOfSecond] = 111; }, "offatrs.dat",
-         ", entry 0, attribute 2: 4 bytes at 111 are not inside a record of 114\n", 0, type_float},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.why);
-        Database database;
-        AttributeFiles files;
-        files.describe(AttributeFiles::kVA, {{103, 3}, {38, 3}});
-        files.describe(AttributeFiles::kDI, {{50, 1}});
-        auto bytes = files.bytes();
-        ASSERT_EQ(bytes.offsets[kOffsetOfSecond - 14], 103);
-        ASSERT_EQ(bytes.offsets[kOffsetOfSecond], 38);
-        c.spoil(bytes);
-        AttributeFiles::write(database.system(), bytes);
-        const Loaded loaded(database);
-        EXPECT_EQ(loaded.result, c.result);
-        EXPECT_EQ(loaded.out, c.file == nullptr ? "" : database.file(c.file).string() + c.text);
-        EXPECT_EQ(loaded.db->getTypeAtr({1, 1, 1}), c.first);
-        EXPECT_EQ(loaded.db->getTypeAtr({1, 1, 2}), c.result == 0 ? none : c.first);
-        EXPECT_EQ(loaded.db->isAttribute({1, 1, 2}), c.first == type_float);
-    }
-}
-
-TEST(LoadOffAtr, SurvivesAFolderInPlaceOfAFile) {
-    Database database;
-    AttributeFiles::write(database.file("atributs.dat"), AttributeFiles().bytes().types);
-    std::filesystem::create_directory(database.file("offatrs.dat"));
-    const Loaded loaded(database);
-    EXPECT_EQ(loaded.result, -1);
-    EXPECT_EQ(loaded.out, database.file("offatrs.dat").string() + ": the file ends here\n");
-}
-
-// ---- Requests ----------------------------------------------------------------------------------
-
-TEST(ObrBD, AsksTheDatabaseToProcess) {
-    FullDatabase database;
-    database.startAll();
+TEST_F(LoadBD, IsFollowedByRequestsToProcess) {
     CVeskBDSh db(0);
     db.LoadBD();
     db.ObrBD();
-    ASSERT_EQ(database.requestCount(), 12);
-    EXPECT_EQ(database.request(11), (std::array<std::uint32_t, 5>{0x1300, 0, 0, 0, 0}));
-
+    const std::vector<Request> requests = database.requestsFrom(getpid());
+    EXPECT_EQ(requests.back(), (Request{0x1300, 0, 0, 0, 0}));
     ASSERT_NE(All->name_add("Simulator", getpid()), -1);
     db.ObrBD();
-    EXPECT_EQ(database.requestCount(), 12) << "the simulator does it by itself";
-}
+    EXPECT_EQ(database.requestsFrom(getpid()).size(), requests.size()) << "does it by itself";
+    All->name_del("Simulator");
 
-TEST(ObrBD, EndsTheProcessWhenTheDatabaseIsGone) {
-    FullDatabase database;
-    database.startAll();
-    ChildProcess server([] {
-        All = new vs_obj;
-        CVeskBDSh db(0);
-        db.LoadBD();
-        EXPECT_TRUE(waitUntil([] { return All->name_find("VsBASE") == -1; }));
+    database.stop();
+    ChildProcess server([&] {
         db.ObrBD();
         return 0;
     });
-    ASSERT_TRUE(waitUntil([&] { return database.requestCount() == 11; }));
-    database.stop();
-    EXPECT_EQ(server.wait(), 255);
+    EXPECT_EQ(server.wait(), 255) << "nobody answers";
+    database.start();
+}
+
+// ---- Attribute files ---------------------------------------------------------------------------
+
+std::size_t openFiles() {
+    const std::filesystem::directory_iterator files("/proc/self/fd");
+    return static_cast<std::size_t>(std::distance(begin(files), end(files)));
+}
+
+/// The files of a folder of their own, loaded without any table.
+class LoadOffAtr : public testing::Test {
+  protected:
+    LoadOffAtr() {
+        std::filesystem::create_directory(folder);
+        setenv("SYSTEM", folder.c_str(), 1);
+        SRV_Path.InitPathes();
+        files.entries[Files::kVA] = {2, {{1, kFloat, 103}, {2, kFloat, 38}}};
+        files.entries[Files::kDI] = {1, {{1, kByte, 50}}};
+        files.entries[Files::kHI] = {12, {{11, kText, 28}, {12, kText, 28}}};
+        files.entries[3] = {6, {{1, kFloat, 0}}};  // nobody's
+        files.entries[Files::kDO] = {1, {{1, kWord, 53}}};
+        files.entries[Files::kAV] = {2, {{1, kBit, 49, 2}, {2, kFloat, 167}}};
+    }
+    ~LoadOffAtr() override {
+        std::filesystem::remove_all(folder);
+        unsetenv("SYSTEM");
+        SRV_Path.InitPathes();
+    }
+    int load() {
+        db = std::make_unique<CVeskBDSh>(0);
+        const std::size_t before = openFiles();
+        Capture capture(STDOUT_FILENO);
+        const int result = db->LoadOffAtr();
+        out = capture.text();
+        EXPECT_EQ(openFiles(), before + 1) << "the capture's; files are closed on every path";
+        return result;
+    }
+
+    const std::string folder = testing::TempDir() + "descriptions";
+    const std::string offsets = folder + "/offatrs.dat", types = folder + "/atributs.dat";
+    Files files;
+    std::unique_ptr<CVeskBDSh> db;
+    std::string out;
+};
+
+TEST_F(LoadOffAtr, DescribesTheFiveTypes) {
+    writeFile(offsets, files.offsets());
+    writeFile(types, files.types());
+    EXPECT_EQ(load(), 0);
+    EXPECT_EQ(out, "");
+    const struct {
+        std::uint8_t type;
+        std::uint16_t count;
+        std::vector<std::pair<int, TYPE_VAL>> types;  // by attribute
+    } cases[] = {
+        {1, 2, {{0, type_float}, {1, type_float}, {2, type_float}, {3, none}}},
+        {2, 2, {{0, type_float}, {1, type_char}, {2, type_float}, {3, none}}},
+        {3, 12, {{0, type_float}, {1, none}, {11, type_str9}, {12, type_str17}, {13, none}}},
+        {4, 1, {{0, type_char}, {1, type_char}, {2, none}}},
+        {5, 1, {{0, type_char}, {1, type_short}, {2, none}}},
+        {6, 0, {{0, type_float}, {1, none}}},
+        {7, 0, {{0, type_float}, {1, none}}},
+        {8, 0, {{0, type_float}, {1, none}}},
+        {9, 0, {{0, type_float}, {1, none}}},
+        {10, 0, {{0, type_short}, {1, none}}},
+        {11, 0, {{0, type_char}, {1, none}}},
+    };
+    for (const auto& c : cases) {
+        for (const auto& [attribute, type] : c.types) {
+            SCOPED_TRACE(std::to_string(c.type) + "." + std::to_string(attribute));
+            const SVariable var{c.type, 1, static_cast<std::uint16_t>(attribute)};
+            EXPECT_EQ(db->getTypeAtr(var), type);
+            EXPECT_EQ(db->isAttribute(var), attribute <= c.count);
+        }
+    }
+    for (const auto noType : std::initializer_list<std::uint8_t>{0, 12, 255}) {
+        EXPECT_EQ(db->isAttribute({noType, 1, 0}), 0);
+        EXPECT_EQ(db->getTypeAtr({noType, 1, 0}), none);
+    }
+}
+
+TEST_F(LoadOffAtr, TellsFaultsWithFileEntryAndAttribute) {
+    // CP866 of the Russian for "The attribute description file cannot be opened - "
+    const std::string notOpened =
+        "\x8D\xA5\xA2\xAE\xA7\xAC\xAE\xA6\xAD\xAE\x20\xAE\xE2\xAA\xE0\xEB\xE2\xEC\x20\xE4\xA0\xA9"
+        "\xAB\x20\xAE\xAF\xA8\xE1\xA0\xAD\xA8\xEF\x20\xA0\xE2\xE0\xA8\xA1\xE3\xE2\xAE\xA2 - ";
+    const struct {
+        const char* why;
+        int offsetOfSecond;  // attribute of VA
+        std::size_t typeBytes;
+        std::string typeCount;
+        int result;
+        TYPE_VAL first;  // of VA 1, whose entry is the first
+        std::string told;
+    } cases[] = {
+        {"no file of types", 38, 0, "", -1, none, notOpened + types + "\n\r"},
+        {"other entry counts", 38, 99, "\x09", -1, none, ""},
+        {"cut in the second entry", 38, 11, "\x08", -1, type_float,
+         types + ", entry 1: the file ends here\n"},
+        {"an attribute outside", 111, 99, "\x08", 0, type_float,
+         offsets + ", entry 0, attribute 2: 4 bytes at 111 are not inside a record of 114\n"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.why);
+        files.entries[Files::kVA].attributes[1].offset = c.offsetOfSecond;
+        writeFile(offsets, files.offsets());
+        if (c.typeBytes != 0)
+            writeFile(types, c.typeCount + files.types().substr(1, c.typeBytes - 1));
+        EXPECT_EQ(load(), c.result);
+        EXPECT_EQ(out, c.told);
+        EXPECT_EQ(db->getTypeAtr({1, 1, 1}), c.first);
+        EXPECT_EQ(db->getTypeAtr({1, 1, 2}), c.result == 0 ? none : c.first);
+        EXPECT_EQ(db->isAttribute({1, 1, 2}), c.first == type_float);
+        EXPECT_EQ(db->getTypeAtr({1, 1, 0}), type_float) << "values need no description";
+    }
+    std::filesystem::remove(offsets);
+    EXPECT_EQ(load(), -1);
+    EXPECT_EQ(out, notOpened + offsets + "\n\r");
+    std::filesystem::create_directory(offsets);
+    EXPECT_EQ(load(), -1);
+    EXPECT_EQ(out, offsets + ": the file ends here\n") << "a folder in place of the file";
 }
 
 TEST(CVeskBDSh, KeepsTheOrderOfTheVirtualTable) {

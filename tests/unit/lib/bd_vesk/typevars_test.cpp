@@ -68,106 +68,95 @@ class Table {
     std::unique_ptr<CTypeVars> table;
 };
 
-TEST(TypeVars, FindsEveryElementOfEveryType) {
-    for (const Layout& layout : kLayouts) {
-        SCOPED_TRACE(layout.code);
-        Table t(layout);
-        ASSERT_NE(t.table, nullptr);
-        EXPECT_EQ(t.table->typeAt(), layout.code);
-        EXPECT_EQ(t.table->maxnumAt(), kCount);
-        EXPECT_GT(t.table->SizeOf(), 2 * sizeof(void*));
+using Copy = BOOL (CTypeVars::*)(std::uint16_t, void*);
+constexpr Copy kGets[] = {&CTypeVars::getPasp, &CTypeVars::getCurDat, &CTypeVars::getCurVal};
+constexpr Copy kSets[] = {&CTypeVars::setPasp, &CTypeVars::setCurDat, &CTypeVars::setCurVal};
+
+class TypeVars : public testing::TestWithParam<Layout> {
+  protected:
+    /// Every operation answers 0, and the buffer stays.
+    static void expectFailure(CTypeVars& table, std::uint16_t num, bool isNull = false) {
+        Bytes buffer(256, 0xEE);
+        void* const data = isNull ? nullptr : buffer.data();
+        for (const auto& operations : {kGets, kSets})
+            for (int i = 0; i < 3; ++i)
+                EXPECT_EQ((table.*operations[i])(num, data), 0);
+        EXPECT_EQ(table.setCurDatScale(num, data, 0, 1), 0);
+        EXPECT_EQ(buffer, Bytes(256, 0xEE));
+        if (isNull) return;
+        EXPECT_EQ(table.getAdrPasp(num), nullptr);
+        EXPECT_EQ(table.getAdrCurDat(num), nullptr);
+        EXPECT_EQ(table.getAdrCurVal(num), nullptr);
+    }
+    static void expectSame(const Table& a, const Table& b) {
+        EXPECT_EQ(a.passports, b.passports);
+        EXPECT_EQ(a.data, b.data);
+        EXPECT_EQ(a.values, b.values);
+    }
+
+    Table t{GetParam()};
+    Table untouched{GetParam()};
+};
+INSTANTIATE_TEST_SUITE_P(All, TypeVars, testing::ValuesIn(kLayouts));
+
+TEST_P(TypeVars, CopiesOneElementAndNothingBesideIt) {
+    ASSERT_NE(t.table, nullptr);
+    EXPECT_EQ(t.table->typeAt(), GetParam().code);
+    EXPECT_EQ(t.table->maxnumAt(), kCount);
+    EXPECT_GT(t.table->SizeOf(), 2 * sizeof(void*));
+    const std::size_t sizes[] = {GetParam().passport, GetParam().element, GetParam().element};
+    for (int i = 0; i < 3; ++i) {
+        const auto placeIn = [i](Table& table, std::uint16_t num) {
+            return i == 0 ? table.passportOf(num) : i == 1 ? table.dataOf(num) : table.valueOf(num);
+        };
         for (std::uint16_t num = 1; num <= kCount; ++num) {
-            EXPECT_EQ(t.table->getAdrPasp(num), t.passportOf(num));
-            EXPECT_EQ(t.table->getAdrCurDat(num), t.dataOf(num));
-            EXPECT_EQ(t.table->getAdrCurVal(num), t.valueOf(num));
+            SCOPED_TRACE(testing::Message() << "array " << i << " variable " << num);
+            const auto address = i == 0   ? t.table->getAdrPasp(num)
+                                 : i == 1 ? t.table->getAdrCurDat(num)
+                                          : t.table->getAdrCurVal(num);
+            EXPECT_EQ(address, placeIn(t, num));
+            Bytes buffer(sizes[i] + 1, 0xEE);
+            EXPECT_EQ((t.table.get()->*kGets[i])(num, buffer.data()), 1);
+            EXPECT_EQ(std::memcmp(buffer.data(), placeIn(untouched, num), sizes[i]), 0);
+            EXPECT_EQ(buffer[sizes[i]], 0xEE);
+
+            Table changed(GetParam());
+            Table expected(GetParam());
+            std::memset(placeIn(expected, num), 0x77, sizes[i]);
+            buffer.assign(sizes[i], 0x77);
+            EXPECT_EQ((changed.table.get()->*kSets[i])(num, buffer.data()), 1);
+            expectSame(changed, expected);
         }
     }
+}
+
+TEST_P(TypeVars, FailsForNumbersArraysAndBuffersThatAreNotThere) {
+    for (const auto num : std::initializer_list<std::uint16_t>{0, kCount + 1, 0xFFFF})
+        expectFailure(*t.table, num);
+    expectFailure(*t.table, 1, true);
+    expectSame(t, untouched);
+    const auto missing = newTypeVars(GetParam().code);
+    EXPECT_EQ(missing->maxnumAt(), 0);
+    missing->setmaxnum(kCount);
+    expectFailure(*missing, 1);
     EXPECT_EQ(newTypeVars(0), nullptr);
     EXPECT_EQ(newTypeVars(12), nullptr);
 }
 
-TEST(TypeVars, CopiesOneElementAndNothingBesideIt) {
-    for (const Layout& layout : kLayouts) {
-        SCOPED_TRACE(layout.code);
-        const auto copiesOne = [&](auto get, auto set, auto place, std::size_t size) {
-            Table t(layout);
-            Bytes buffer(size + 1, 0xEE);
-            ASSERT_EQ((t.table.get()->*get)(2, buffer.data()), 1);
-            EXPECT_EQ(std::memcmp(buffer.data(), (t.*place)(2), size), 0);
-            EXPECT_EQ(buffer[size], 0xEE);
-
-            Table expected(layout);
-            std::memset((expected.*place)(3), 0x77, size);
-            Bytes source(size, 0x77);
-            ASSERT_EQ((t.table.get()->*set)(3, source.data()), 1);
-            EXPECT_EQ(t.passports, expected.passports);
-            EXPECT_EQ(t.data, expected.data);
-            EXPECT_EQ(t.values, expected.values);
-        };
-        copiesOne(&CTypeVars::getPasp, &CTypeVars::setPasp, &Table::passportOf, layout.passport);
-        copiesOne(&CTypeVars::getCurDat, &CTypeVars::setCurDat, &Table::dataOf, layout.element);
-        copiesOne(&CTypeVars::getCurVal, &CTypeVars::setCurVal, &Table::valueOf, layout.element);
+TEST_P(TypeVars, ScalesTheCurrentDataOfAnalogInputsOnly) {
+    const float scale[] = {-50, 150};  // NSHK, KSHK
+    float value = 30;
+    if (GetParam().code == 1) {
+        for (Table* table : {&t, &untouched})
+            std::memcpy(table->passportOf(2) + 34, scale, sizeof(scale));
+        const float stored = -42;  // (30 - 10) * (90 - 10) / (150 + 50) - 50
+        std::memcpy(untouched.dataOf(2), &stored, sizeof(stored));
     }
+    EXPECT_EQ(t.table->setCurDatScale(2, &value, 10, 90), GetParam().code == 1);
+    expectSame(t, untouched);
 }
 
-/// Every operation on one number answers 0, and the buffer stays.
-void expectFailure(CTypeVars& table, std::uint16_t num) {
-    Bytes buffer(256, 0xEE);
-    EXPECT_EQ(table.getAdrPasp(num), nullptr);
-    EXPECT_EQ(table.getAdrCurDat(num), nullptr);
-    EXPECT_EQ(table.getAdrCurVal(num), nullptr);
-    for (const auto get : {&CTypeVars::getPasp, &CTypeVars::getCurDat, &CTypeVars::getCurVal,
-                           &CTypeVars::setPasp, &CTypeVars::setCurDat, &CTypeVars::setCurVal})
-        EXPECT_EQ((table.*get)(num, buffer.data()), 0);
-    EXPECT_EQ(table.setCurDatScale(num, buffer.data(), 0, 1), 0);
-    EXPECT_EQ(buffer, Bytes(256, 0xEE));
-}
-
-TEST(TypeVars, FailsForNumbersAndArraysThatAreNotThere) {
-    for (const Layout& layout : kLayouts) {
-        SCOPED_TRACE(layout.code);
-        Table t(layout);
-        const Table untouched(layout);
-        for (const auto num : std::initializer_list<std::uint16_t>{0, kCount + 1, 0xFFFF})
-            expectFailure(*t.table, num);
-        for (const auto copy : {&CTypeVars::getPasp, &CTypeVars::getCurDat, &CTypeVars::getCurVal,
-                                &CTypeVars::setPasp, &CTypeVars::setCurDat, &CTypeVars::setCurVal})
-            EXPECT_EQ((t.table.get()->*copy)(1, nullptr), 0) << "a null buffer";
-        EXPECT_EQ(t.table->setCurDatScale(1, nullptr, 0, 1), 0);
-        EXPECT_EQ(t.passports, untouched.passports);
-        EXPECT_EQ(t.data, untouched.data);
-        EXPECT_EQ(t.values, untouched.values);
-
-        const auto missing = newTypeVars(layout.code);
-        missing->setmaxnum(kCount);
-        expectFailure(*missing, 1);
-        EXPECT_EQ(newTypeVars(layout.code)->maxnumAt(), 0);
-    }
-}
-
-TEST(TypeVars, ScalesTheCurrentDataOfAnalogInputsOnly) {
-    for (const Layout& layout : kLayouts) {
-        SCOPED_TRACE(layout.code);
-        Table t(layout);
-        const Table untouched(layout);
-        const float scale[] = {-50, 150};  // NSHK, KSHK
-        float value = 30;
-        if (layout.code != 1) {
-            EXPECT_EQ(t.table->setCurDatScale(2, &value, 10, 90), 0);
-            EXPECT_EQ(t.passports, untouched.passports);
-            EXPECT_EQ(t.data, untouched.data);
-            continue;
-        }
-        std::memcpy(t.passportOf(2) + 34, scale, sizeof(scale));
-        ASSERT_EQ(t.table->setCurDatScale(2, &value, 10, 90), 1);
-        float stored = 0;
-        ASSERT_EQ(t.table->getCurDat(2, &stored), 1);
-        EXPECT_FLOAT_EQ(stored, 20.0F * 80.0F / 200.0F - 50.0F);  // -42
-        EXPECT_EQ(t.values, untouched.values);
-    }
-}
-
-TEST(TypeVars, KeepsTheOrderOfTheVirtualTable) {
+TEST(CTypeVars, KeepsTheOrderOfTheVirtualTable) {
     EXPECT_EQ(
         slotsOf<CTypeVars>(&CTypeVars::SizeOf, &CTypeVars::InitPasp, &CTypeVars::InitCurDat,
                            &CTypeVars::InitCurVal, &CTypeVars::getAdrPasp, &CTypeVars::getAdrCurDat,

@@ -222,7 +222,7 @@ TEST_F(Variables, LoadTheDatabaseOnce) {
     VariableTypeVA first;
     VariableTypeVA second;
     VariableTypeDV other;
-    EXPECT_EQ(database.queriesFrom(getpid()), 11);
+    EXPECT_EQ(database.requestsFrom(getpid()).size(), 11U);
 }
 
 TEST_F(Variables, BindNothingFromAnArrayOfPlainValues) {
