@@ -14,45 +14,37 @@ const bool tableWasComplete = SRV_Path.VESKPATH != nullptr && SRV_Path.XML_SETTI
 
 TEST(CsrvPath, PrintsDefaultsForUnsetVariablesAndTakesSetOnesAsTheyAre) {
     EXPECT_TRUE(tableWasComplete);
-    ChildProcess child([] {
+    const struct {
+        const char *label, *variable, *standard, *set;
+    } rows[] = {
+        {"VESKPATH = <", "VESKPATH", "/zrt", ""},
+        {"PATHDB   = <", "PATHDB", "/zrt/sram", "/a"},
+        {"PRG      = <", "PRG", "/zrt/prg", "/b"},
+        {"SYSTEM   = <", "SYSTEM", "/zrt/system", "/opt/x"},
+        {"LIB      = <", "LIB", "/zrt/lib", "/c"},
+        {"DIC      = <", "DIC", "/zrt/dic", "/d"},
+        {"SETTINGS = <", "SETTINGS", "/zrt/settings", "/etc/c"},
+        {"PRG_DEBUG= <", "PRG_DEBUG", "/var/tmp/prg_debug", "/e"},
+        {"XML_SETTINGS = <", "XML_SETTINGS", "/zrt/veskdb", "/f"},
+    };
+    ChildProcess child([&] {
         clearenv();
         SRV_Path.InitPathes();
         SRV_Path.Print();
-        setenv("VESKPATH", "", 1);
-        setenv("PATHDB", "/a", 1);
-        setenv("PRG", "/b", 1);
-        setenv("SYSTEM", "/opt/x", 1);
-        setenv("LIB", "/c", 1);
-        setenv("DIC", "/d", 1);
-        setenv("SETTINGS", "/etc/c", 1);
-        setenv("PRG_DEBUG", "/e", 1);
-        setenv("XML_SETTINGS", "/f", 1);
+        for (const auto& row : rows)
+            setenv(row.variable, row.set, 1);
         CSRV_PATH().Print();
         // The process's own table keeps what it read.
         return SRV_Path.SETTINGS == std::string("/zrt/settings") ? 0 : 1;
     });
     EXPECT_EQ(child.wait(), 0);
-    EXPECT_EQ(child.out(),
-              "VESK_PATHES:\n"
-              "VESKPATH = </zrt>\n"
-              "PATHDB   = </zrt/sram>\n"
-              "PRG      = </zrt/prg>\n"
-              "SYSTEM   = </zrt/system>\n"
-              "LIB      = </zrt/lib>\n"
-              "DIC      = </zrt/dic>\n"
-              "SETTINGS = </zrt/settings>\n"
-              "PRG_DEBUG= </var/tmp/prg_debug>\n"
-              "XML_SETTINGS = </zrt/veskdb>\n"
-              "VESK_PATHES:\n"
-              "VESKPATH = <>\n"
-              "PATHDB   = </a>\n"
-              "PRG      = </b>\n"
-              "SYSTEM   = </opt/x>\n"
-              "LIB      = </c>\n"
-              "DIC      = </d>\n"
-              "SETTINGS = </etc/c>\n"
-              "PRG_DEBUG= </e>\n"
-              "XML_SETTINGS = </f>\n");
+    std::string unset = "VESK_PATHES:\n";
+    std::string set = unset;
+    for (const auto& row : rows) {
+        unset += std::string(row.label) + row.standard + ">\n";
+        set += std::string(row.label) + row.set + ">\n";
+    }
+    EXPECT_EQ(child.out(), unset + set);
 }
 
 }  // namespace

@@ -21,27 +21,15 @@
 
 namespace {
 
-// The registry as another program of the controller sees it: bytes at offsets.
-class RawRegistry {
-  public:
-    explicit RawRegistry(const VeskPath& path)
-        : bytes_(static_cast<char*>(
-              shmat(shmget(path.key("proxy", 'a'), 1600, IPC_CREAT | 0666), nullptr, 0))) {}
-    ~RawRegistry() { shmdt(bytes_); }
-    RawRegistry(const RawRegistry&) = delete;
-    RawRegistry& operator=(const RawRegistry&) = delete;
-
+class Registry : public testing::Test {
+  protected:
+    // As another program of the controller writes and reads the segment.
     void set(int entry, const std::string& name, int pid) {
-        std::memset(at(entry), 0, 40);
-        std::memcpy(at(entry), &pid, 4);
-        std::memcpy(at(entry) + 4, name.data(), name.size());
+        registry.buf_names[entry] = {pid, {}};
+        std::memcpy(registry.buf_names[entry].name, name.data(), name.size());
     }
-    std::string name(int entry) const { return at(entry) + 4; }
-    int pid(int entry) const {
-        int pid = 0;
-        std::memcpy(&pid, at(entry), 4);
-        return pid;
-    }
+    std::string name(int entry) const { return registry.buf_names[entry].name; }
+    int pid(int entry) const { return registry.buf_names[entry].pid; }
     // Names up to the first free entry.
     std::string names() const {
         std::string all;
@@ -49,21 +37,13 @@ class RawRegistry {
             all += name(i) + ' ';
         return all;
     }
-
-  private:
-    char* at(int entry) const { return bytes_ + 40 * entry; }
-    char* bytes_;
-};
-
-class Registry : public testing::Test {
-  protected:
-    void fill(int count, int pid) {
-        for (int i = 0; i < count; ++i)
-            raw.set(i, "n" + std::to_string(i), pid);
+    void fill(int pid) {
+        for (int i = 0; i < 40; ++i)
+            set(i, "n" + std::to_string(i), pid);
     }
 
     VeskPath path;
-    RawRegistry raw{path};
+    const Capture unused{STDERR_FILENO};  // says that no generation byte was set
     vs_shm registry{0};
     const int live = getpid();
     const int live2 = getppid();
@@ -113,7 +93,7 @@ TEST(RegistryLife, WithoutItsSegmentNothingIsFoundOrTaken) {
 }
 
 TEST_F(Registry, TakesNamesThatFitAndAreFree) {
-    raw.set(0, "VsBASE", live);
+    set(0, "VsBASE", live);
     EXPECT_EQ(registry.name_add("Opcua", 0), live);
     EXPECT_EQ(registry.name_add("Opcua", live2), -1) << "a live process has it";
     const std::string longest(35, 'x');
@@ -124,9 +104,9 @@ TEST_F(Registry, TakesNamesThatFitAndAreFree) {
     EXPECT_EQ(err.text(), "vs_shm: name \"" + longest +
                               "x\" refused: 36 bytes, 1 to 35 fit\n"
                               "vs_shm: name \"\" refused: 0 bytes, 1 to 35 fit\n");
-    EXPECT_EQ(raw.names(), "VsBASE Opcua " + longest + ' ');
-    EXPECT_EQ(raw.pid(1), live);
-    EXPECT_EQ(raw.pid(2), live2);
+    EXPECT_EQ(names(), "VsBASE Opcua " + longest + ' ');
+    EXPECT_EQ(pid(1), live);
+    EXPECT_EQ(pid(2), live2);
     EXPECT_EQ(registry.name_find("VsBASE"), live);
     for (const char* unknown : {"opcua", "Opcu", ""})
         EXPECT_EQ(registry.name_find(unknown), -1) << unknown;
@@ -135,23 +115,23 @@ TEST_F(Registry, TakesNamesThatFitAndAreFree) {
 }
 
 TEST_F(Registry, GivesTheNameOfADeadHolderAway) {
-    raw.set(0, "first", live);
-    raw.set(1, "Opcua", dead);
-    raw.set(2, "dead too", dead);
-    raw.set(3, "last", live);
+    set(0, "first", live);
+    set(1, "Opcua", dead);
+    set(2, "dead too", dead);
+    set(3, "last", live);
     EXPECT_EQ(registry.name_add("Opcua", live2), live2);
-    EXPECT_EQ(raw.names(), "first last Opcua ") << "all names of the dead process go";
-    EXPECT_EQ(raw.pid(2), live2);
+    EXPECT_EQ(names(), "first last Opcua ") << "all names of the dead process go";
+    EXPECT_EQ(pid(2), live2);
 }
 
 TEST_F(Registry, OverlooksALiveHolderThatMovesToTheFirstEntry) {
-    raw.set(0, "Opcua", dead);
-    raw.set(1, "Opcua", live);
+    set(0, "Opcua", dead);
+    set(1, "Opcua", live);
     EXPECT_EQ(registry.name_find("Opcua"), -1);
     EXPECT_EQ(registry.name_find("Opcua"), live) << "the next search sees it";
-    raw.set(0, "first", live);
-    raw.set(1, "Opcua", dead);
-    raw.set(2, "Opcua", live2);
+    set(0, "first", live);
+    set(1, "Opcua", dead);
+    set(2, "Opcua", live2);
     EXPECT_EQ(registry.name_find("Opcua"), live2);
 }
 
@@ -176,35 +156,35 @@ TEST_F(Registry, DeletesByPidOrName) {
     for (const auto& c : cases) {
         SCOPED_TRACE(c.why);
         for (int i = 0; i < 40; ++i)
-            raw.set(i, "", 0);
+            set(i, "", 0);
         for (int i = 0; i < std::ssize(c.pids); ++i)
-            raw.set(i, std::string(1, static_cast<char>('a' + i)), c.pids.at(std::size_t(i)));
+            set(i, std::string(1, static_cast<char>('a' + i)), c.pids.at(std::size_t(i)));
         EXPECT_EQ(c.name != nullptr ? registry.name_del(c.name) : registry.pid_del(c.pid),
                   c.result);
-        EXPECT_EQ(raw.names(), c.left);
+        EXPECT_EQ(names(), c.left);
     }
 }
 
 TEST_F(Registry, KeepsTheLastEntryTwiceAfterADeletionFromAFullTable) {
-    fill(40, live);
+    fill(live);
     EXPECT_EQ(registry.name_add("41st", 0), -1);
     EXPECT_EQ(registry.name_del("n5"), live);
-    EXPECT_EQ(raw.name(5), "n6");
-    EXPECT_EQ(raw.name(38), "n39");
-    EXPECT_EQ(raw.name(39), "n39");
+    EXPECT_EQ(name(5), "n6");
+    EXPECT_EQ(name(38), "n39");
+    EXPECT_EQ(name(39), "n39");
     EXPECT_EQ(registry.name_add("41st", 0), -1) << "so there is no room";
     EXPECT_EQ(registry.name_del("n39"), live) << "ends, and takes both";
     EXPECT_EQ(registry.name_add("41st", 0), live);
-    EXPECT_EQ(raw.name(37) + ' ' + raw.name(38) + ' ' + raw.name(39), "n38 41st ");
+    EXPECT_EQ(name(37) + ' ' + name(38) + ' ' + name(39), "n38 41st ");
 
-    fill(40, dead);
+    fill(dead);
     EXPECT_EQ(registry.name_find("n39"), -1);
-    EXPECT_EQ(raw.names(), "");
+    EXPECT_EQ(names(), "");
 }
 
 TEST_F(Registry, ChangesWaitForTheLockAndSearchesDoNot) {
-    raw.set(0, "VsBASE", live);
-    raw.set(1, "other", live2);
+    set(0, "VsBASE", live);
+    set(1, "other", live2);
     const struct {
         const char* why;
         int (*change)(vs_shm&, int pid);
@@ -216,7 +196,7 @@ TEST_F(Registry, ChangesWaitForTheLockAndSearchesDoNot) {
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.why);
-        const std::string before = raw.names();
+        const std::string before = names();
         auto lock = std::make_unique<SemLock>(registry);
         ChildProcess changing([&] {
             vs_shm joined(0);
@@ -225,10 +205,10 @@ TEST_F(Registry, ChangesWaitForTheLockAndSearchesDoNot) {
             return 0;
         });
         EXPECT_TRUE(waitUntil([&] { return semctl(registry.id_sem, 0, GETNCNT) == 1; }));
-        EXPECT_EQ(raw.names(), before);
+        EXPECT_EQ(names(), before);
         lock.reset();
         EXPECT_EQ(changing.wait(), 0);
-        EXPECT_EQ(raw.names(), c.after);
+        EXPECT_EQ(names(), c.after);
     }
 }
 
