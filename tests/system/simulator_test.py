@@ -197,7 +197,8 @@ def test_attribute_numbers(controller: Controller) -> None:
         (kind, number): (FIELDS[kind][field].offset, storage)
         for kind, number, field, storage in NUMBERS
     }
-    assert entries[ENTRY["VD"]].attributes[26].bit == 0
+    bits = {("VD", 27): 0, ("VA", 45): 7, ("VD", 41): 2, ("AV", 107): 3, ("DV", 48): 7}
+    assert {(k, n): entries[ENTRY[k]].attributes[n - 1].bit for k, n in bits} == bits
 
 
 def test_the_generation_moves_the_keys(controller: Controller) -> None:

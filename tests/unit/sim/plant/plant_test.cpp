@@ -3,10 +3,10 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cmath>
 #include <limits>
 #include <set>
 #include <string>
+#include <utility>
 
 #include "unit/sim/test_database.h"
 
@@ -17,14 +17,12 @@ using enum sim::TypeCode;
 constexpr sim::Counts kHouse{80, 12, 24, 60, 24, 2, 2, 2, 2, 2, 2};
 
 // Variables of boiler 1 by number, and where their fields lie.
-constexpr int kWaterOut = 6, kGasFlow = 2, kGasLoop = 1, kWaterSetPoint = 1, kPermit = 4;
-constexpr int kGasCommand = 1, kGasOpen = 10, kGasShut = 11, kFlame = 1;
+constexpr int kWaterOut = 6, kGasLoop = 1, kWaterSetPoint = 1, kPermit = 4;
+constexpr int kGasCommand = 1, kGasShut = 11;
 constexpr std::size_t kSetPointInUse = 50, kOutput = 167, kManualOutput = 171, kLoopStatus = 195;
 
 class PlantTest : public testing::Test {
   protected:
-    explicit PlantTest(sim::Counts counts = kHouse) : db(counts), plant(db.memory, 1, {1000, 0}) {}
-
     void run(float seconds) {
         const int cycles = static_cast<int>(seconds * 10);
         for (int i = 0; i < cycles; ++i) {
@@ -46,8 +44,8 @@ class PlantTest : public testing::Test {
         return static_cast<float>(sum / cycles);
     }
 
-    TestDatabase db;
-    sim::Plant plant;
+    TestDatabase db{kHouse};
+    sim::Plant plant{db.memory, 1, {1000, 0}};
     timeval now{1000, 0};
 };
 
@@ -68,20 +66,6 @@ TEST_F(PlantTest, StartsSettledWithGoodQualityAndItsTime) {
     }
     run(2);
     EXPECT_EQ(db.seconds(DO, 24), 1002);
-}
-
-TEST_F(PlantTest, ASetPointMovesItsLoop) {
-    const float before = meanOf(kWaterOut, 5);
-    const float outputBefore = db.field<float>(AV, kGasLoop, kOutput);
-    db.setValue(HI, kWaterSetPoint, 90.0F);
-    run(1);
-    EXPECT_EQ(db.field<float>(HI, kWaterSetPoint, 37), 90) << "shown in the passport";
-    EXPECT_EQ(db.field<float>(AV, kGasLoop, kSetPointInUse), 90);
-    EXPECT_GT(db.field<float>(AV, kGasLoop, kOutput), outputBefore + 10);
-    run(60);
-    const float after = meanOf(kWaterOut, 5);
-    EXPECT_NEAR(before, 82, 1);
-    EXPECT_NEAR(after, 90, 1);
 }
 
 TEST_F(PlantTest, EveryLoopHoldsAndFollowsItsSetPoint) {
@@ -127,28 +111,6 @@ TEST_F(PlantTest, ManualModeFollowsTheManualOutputWithoutBump) {
     EXPECT_NEAR(db.field<float>(AV, kGasLoop, kOutput), 30, 6);
 }
 
-TEST_F(PlantTest, ACommandMovesTheValveAndItsContacts) {
-    ASSERT_EQ(db.value<std::uint8_t>(DI, kGasOpen), 1);
-    ASSERT_EQ(db.value<std::uint8_t>(DI, kFlame), 1);
-    db.setData<std::uint8_t>(DO, kGasCommand, 0);
-    run(0.3F);
-    EXPECT_EQ(db.value<std::uint8_t>(DO, kGasCommand), 0);
-    EXPECT_EQ(db.field<std::uint8_t>(DO, kGasCommand, 43), 0) << "OUT shows the command";
-    EXPECT_EQ(db.value<std::uint8_t>(DI, kGasOpen), 0) << "left its end position";
-    EXPECT_EQ(db.value<std::uint8_t>(DI, kGasShut), 0) << "not there yet";
-    EXPECT_EQ(db.field<std::uint8_t>(DO, kGasCommand, 48), 2) << "feedback contradicts";
-    run(10);
-    EXPECT_EQ(db.value<std::uint8_t>(DI, kGasShut), 1);
-    EXPECT_EQ(db.field<std::uint8_t>(DI, kGasShut, 48) & 1, 1) << "bit 0 of STATUS1";
-    EXPECT_EQ(db.value<std::uint8_t>(DI, kFlame), 0) << "and the fire is out";
-    EXPECT_LT(db.value<float>(VA, kGasFlow), 10);
-    EXPECT_EQ(db.field<std::uint8_t>(DO, kGasCommand, 48), 0);
-    db.setData<std::uint8_t>(DO, kGasCommand, 1);
-    run(10);
-    EXPECT_EQ(db.value<std::uint8_t>(DI, kGasOpen), 1);
-    EXPECT_EQ(db.value<std::uint8_t>(DI, kFlame), 1);
-}
-
 TEST_F(PlantTest, ABooleanInputWithdrawsThePermit) {
     ASSERT_EQ(db.field<std::uint8_t>(HI, kPermit, 27), 2) << "boolean layout";
     db.setField<std::uint8_t>(HI, kPermit, 28, 0);
@@ -169,82 +131,25 @@ TEST_F(PlantTest, WeatherModeTakesTheSetPointFromTheCurve) {
     EXPECT_EQ(db.field<float>(AV, 10, kSetPointInUse), 74);
 }
 
-TEST_F(PlantTest, AnInputOffTheScanKeepsWhatAClientWrites) {
-    run(1);
-    db.setField<std::uint8_t>(VA, 1, 107, 1);
-    db.setData(VA, 1, 33.5F);
-    db.setField<std::uint8_t>(DI, kFlame, 48, 2);
-    db.setData<std::uint8_t>(DI, kFlame, 0);
-    run(1);
-    EXPECT_EQ(db.value<float>(VA, 1), 33.5F);
-    EXPECT_EQ(db.field<float>(VA, 1, 103), 33.5F) << "TZN";
-    EXPECT_EQ(db.quality(VA, 1), 0x40U);
-    EXPECT_EQ(db.field<std::uint8_t>(VA, 1, 108) & (64 | 8), 64 | 8) << "scan off, above 30";
-    EXPECT_EQ(db.field<std::uint8_t>(VA, 1, 110), 1) << "warning";
-    EXPECT_EQ(db.value<std::uint8_t>(DI, kFlame), 0);
-    EXPECT_EQ(db.quality(DI, kFlame), 0x40U);
-    EXPECT_EQ(db.field<std::uint8_t>(DI, kFlame, 50), 1) << "no flame is an alarm";
-    db.setField<std::uint8_t>(VA, 1, 107, 0);
-    db.setField<std::uint8_t>(DI, kFlame, 48, 0);
-    run(0.2F);
-    EXPECT_LT(db.value<float>(VA, 1), 30);
-    EXPECT_EQ(db.value<std::uint8_t>(DI, kFlame), 1);
-    EXPECT_EQ(db.quality(VA, 1), 0xC0U);
-}
-
-TEST_F(PlantTest, SensorsBreakAndRecoverButNotThoseOfLoops) {
-    std::set<unsigned> qualities[2];
+TEST_F(PlantTest, SensorsBreakButNotThoseOfLoops) {
+    std::set<unsigned> qualities;
     std::set<int> affected;
-    bool recovered = false;
     for (int i = 0; i < 3000; ++i) {
         cycle();
-        bool anyBad = false;
         for (int analog = 1; analog <= 80; ++analog) {
             const unsigned quality = db.quality(VA, analog);
-            qualities[0].insert(quality);
+            qualities.insert(quality);
             if (quality != 0xC0) affected.insert(analog);
             if (quality != 0) continue;
-            anyBad = true;
             const float low = db.field<float>(VA, analog, 34);
             EXPECT_LT(db.data<float>(VA, analog), low) << "a broken line lies below the scale";
             EXPECT_GE(db.value<float>(VA, analog), low) << "the value stays what it was";
             EXPECT_EQ(db.field<std::uint8_t>(VA, analog, 108) & 1, 1) << "fault bit";
         }
-        for (int contact = 1; contact <= 60; ++contact) {
-            qualities[1].insert(db.quality(DI, contact));
-        }
-        recovered = recovered || (affected.size() > 2 && !anyBad);
     }
-    EXPECT_EQ(qualities[0], (std::set<unsigned>{0, 0x40, 0xC0}));
-    EXPECT_EQ(qualities[1], (std::set<unsigned>{0, 0x40, 0xC0}));
-    EXPECT_TRUE(recovered);
+    EXPECT_EQ(qualities, (std::set<unsigned>{0, 0x40, 0xC0}));
+    EXPECT_GT(affected.size(), 2U);
     EXPECT_FALSE(affected.contains(kWaterOut));
-    // A sensor that is well again shows its process.
-    for (const int analog : affected) {
-        if (db.quality(VA, analog) == 0xC0) {
-            EXPECT_GE(db.data<float>(VA, analog), db.field<float>(VA, analog, 34));
-        }
-    }
-}
-
-TEST_F(PlantTest, ContactsSwitchByThemselves) {
-    std::set<int> switched;
-    std::vector<std::uint8_t> last(61);
-    for (int contact = 1; contact <= 60; ++contact) {
-        last[std::size_t(contact)] = db.value<std::uint8_t>(DI, contact);
-    }
-    for (int i = 0; i < 1200; ++i) {
-        cycle();
-        for (int contact = 1; contact <= 60; ++contact) {
-            if (db.value<std::uint8_t>(DI, contact) != last[std::size_t(contact)]) {
-                switched.insert(contact);
-            }
-        }
-    }
-    EXPECT_TRUE(switched.contains(60)) << "gas meter";
-    EXPECT_TRUE(switched.contains(55)) << "door";
-    EXPECT_TRUE(switched.contains(56) && switched.contains(57)) << "tank";
-    EXPECT_FALSE(switched.contains(kGasOpen));
 }
 
 TEST_F(PlantTest, SurvivesWhateverAClientWrites) {
@@ -271,56 +176,40 @@ TEST_F(PlantTest, SurvivesWhateverAClientWrites) {
     // With the settings as they were the plant works again.
     const TestDatabase fresh(kHouse);
     const sim::Plant again(fresh.memory, 1, {1000, 0});
-    for (std::size_t t = 0; t < sim::kMainTypeCount; ++t) {
-        const auto type = sim::kTypes[t].type;
-        const std::size_t size = db.memory.of(type).count * sim::kTypes[t].passport.elementSize;
-        std::copy_n(fresh.memory.of(type).passport, size, db.memory.of(type).passport);
+    for (const auto type : {VA, AV, HI}) {
+        const auto& layout = sim::kTypes[static_cast<std::size_t>(type) - 1];
+        std::copy_n(fresh.memory.of(type).passport,
+                    db.memory.of(type).count * layout.passport.elementSize,
+                    db.memory.of(type).passport);
     }
     db.setValue(HI, kWaterSetPoint, 82.0F);
     run(300);
     EXPECT_NEAR(meanOf(kWaterOut, 5), 82, 2);
 }
 
-TEST_F(PlantTest, PlainValuesCount) {
-    const float before = db.value<float>(TS, 1);
-    const auto counter = db.value<std::int16_t>(IV, 2);
-    run(3);
-    EXPECT_NEAR(db.value<float>(TS, 1), before + 3, 0.05);
-    EXPECT_EQ(db.value<std::int16_t>(IV, 2), counter + 30);
-    EXPECT_LE(db.value<std::uint8_t>(LV, 1), 1);
-}
-
 TEST(Plant, TheSameSeedTakesTheSameCourse) {
-    TestDatabase one(kHouse);
-    TestDatabase same(kHouse);
-    TestDatabase other(kHouse);
-    sim::Plant a(one.memory, 7, {0, 0});
-    sim::Plant b(same.memory, 7, {0, 0});
-    sim::Plant c(other.memory, 8, {0, 0});
-    for (int i = 0; i < 100; ++i) {
-        a.cycle({i, 0}, 0.1F);
-        b.cycle({i, 0}, 0.1F);
-        c.cycle({i, 0}, 0.1F);
-    }
-    EXPECT_EQ(one.bytes(), same.bytes());
-    EXPECT_NE(one.bytes(), other.bytes());
+    const auto course = [](std::uint64_t seed) {
+        TestDatabase db(kHouse);
+        sim::Plant plant(db.memory, seed, {0, 0});
+        for (int i = 0; i < 100; ++i)
+            plant.cycle({i, 0}, 0.1F);
+        return db.bytes();
+    };
+    EXPECT_EQ(course(7), course(7));
+    EXPECT_NE(course(7), course(8));
 }
 
 TEST(Plant, GrowsToTheLargestDatabaseWithItsOwnDesignations) {
     TestDatabase db({65535, 65535, 65535, 65535, 65535, 65535, 65535, 65535, 65535, 65535, 65535});
     sim::Plant plant(db.memory, 1, {5, 0});
     plant.cycle({6, 0}, 0.1F);
-    const struct {
-        sim::TypeCode type;
-        std::size_t designation;
-    } kinds[] = {{VA, 4}, {AV, 4}, {HI, 0}, {DI, 4}, {DO, 5}};
-    for (const auto& kind : kinds) {
+    for (const auto& [type, place] : {std::pair{VA, 4}, {AV, 4}, {HI, 0}, {DI, 4}, {DO, 5}}) {
         std::set<std::string> designations;
         for (int num = 1; num <= 65535; ++num) {
-            designations.insert(db.text(kind.type, num, kind.designation));
+            designations.insert(db.text(type, num, std::size_t(place)));
         }
         EXPECT_EQ(designations.size(), 65535U);
-        EXPECT_EQ(db.seconds(kind.type, 65535), 6);
+        EXPECT_EQ(db.seconds(type, 65535), 6);
     }
     EXPECT_NEAR(db.value<float>(VA, 80 * 700 + kWaterOut), 82, 2) << "the last houses work too";
     constexpr int kLoop = 12 * 2000 + 1;

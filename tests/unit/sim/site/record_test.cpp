@@ -35,6 +35,7 @@ TEST_F(RecordTest, WhatWasNotedIsFoundByTheNextRun) {
         EXPECT_TRUE(record.noteIpc({IpcKind::segment, 0x61, -1, 100}));
         EXPECT_TRUE(record.noteIpc({IpcKind::segment, 0x61, 5, 101}));
         EXPECT_TRUE(record.noteIpc({IpcKind::queue, -7, -1, 100}));
+        EXPECT_TRUE(record.noteIpc({IpcKind::segment, 0x70, -1, 100}));
     }
     Record record(file);
     ASSERT_EQ(record.takeOver(), Record::Lock::held);
@@ -45,7 +46,7 @@ TEST_F(RecordTest, WhatWasNotedIsFoundByTheNextRun) {
     ASSERT_EQ(found.files.size(), 2U);
     EXPECT_EQ(found.files.at("/a b/half"), std::nullopt);
     EXPECT_EQ(found.files.at("/a b/whole"), (sim::Fingerprint{3, 0xFFFFFFFFFFFFFFFFU}));
-    EXPECT_EQ(found.ipc.size(), 2U);
+    EXPECT_EQ(found.ipc.size(), 3U);
 
     const auto object = [](IpcKind kind, key_t key, int id, pid_t maker, std::time_t time) {
         return IpcObject{kind, key, id, 0, maker, 0, 0, time};
@@ -62,19 +63,12 @@ TEST_F(RecordTest, WhatWasNotedIsFoundByTheNextRun) {
         {"another kind", object(IpcKind::semaphore, 0x61, 5, 1, 101), false},
         {"noted, killed before it was confirmed", object(IpcKind::queue, -7, 9, 0, 100), true},
         {"there before it was noted", object(IpcKind::queue, -7, 9, 0, 99), false},
+        {"not confirmed, made by the run", object(IpcKind::segment, 0x70, 3, 4711, 100), true},
+        {"not confirmed, of another maker", object(IpcKind::segment, 0x70, 3, 78, 100), false},
     };
     for (const auto& c : cases) {
         EXPECT_EQ(found.owns(c.object), c.ours) << c.why;
     }
-}
-
-TEST_F(RecordTest, AnUnconfirmedSegmentMustHaveTheRunAsItsMaker) {
-    Record record(file);
-    ASSERT_EQ(record.create(), Record::Lock::held);
-    ASSERT_TRUE(record.noteOwner(77));
-    ASSERT_TRUE(record.noteIpc({IpcKind::segment, 0x61, -1, 100}));
-    EXPECT_TRUE(record.contents().owns({IpcKind::segment, 0x61, 3, 0, 77, 1, 0, 100}));
-    EXPECT_FALSE(record.contents().owns({IpcKind::segment, 0x61, 3, 0, 78, 1, 0, 100}));
 }
 
 TEST_F(RecordTest, OneRunHoldsItAtATimeAndAKilledOneNoLonger) {
@@ -97,25 +91,6 @@ TEST_F(RecordTest, OneRunHoldsItAtATimeAndAKilledOneNoLonger) {
     holder.wait();
     Record next(file);
     EXPECT_EQ(next.takeOver(), Record::Lock::held);
-}
-
-TEST_F(RecordTest, FinishingKeepsOnlyWhatStays) {
-    {
-        Record record(file);
-        ASSERT_EQ(record.create(), Record::Lock::held);
-        ASSERT_TRUE(record.noteDirectory("/x"));
-        ASSERT_TRUE(record.noteFile("/kept", sim::Fingerprint{2, 9}));
-        record.finish();
-    }
-    {
-        Record record(file);
-        ASSERT_EQ(record.takeOver(), Record::Lock::held);
-        EXPECT_TRUE(record.contents().directories.empty());
-        EXPECT_EQ(record.contents().files.size(), 1U);
-        ASSERT_TRUE(record.forgetFile("/kept"));
-        record.finish();
-    }
-    EXPECT_TRUE(site.entries().empty());
 }
 
 TEST_F(RecordTest, AFileOfAnotherKindIsNotTakenOver) {

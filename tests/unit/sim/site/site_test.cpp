@@ -89,114 +89,14 @@ class SiteTest : public testing::Test {
     std::string refusal;
 };
 
-TEST_F(SiteTest, LeavesNothingBehind) {
-    inChild([&] {
-        sim::Site site(sim::controllerFolders(), messages);
-        occupy(site);
-        sim::ControllerIpc ipc(site.record(), 0);
-        const auto memory = ipc.makeDatabase(kSmall);
-        EXPECT_NE(memory.of(sim::TypeCode::DO).data, nullptr);
-        EXPECT_EQ(memory.of(sim::TypeCode::AV).value, nullptr) << "AV has no array of values";
-        EXPECT_EQ(memory.of(sim::TypeCode::TM).value, nullptr) << "no variables, no segment";
-        ipc.announce();
-        EXPECT_EQ(ipc.channel().name_find("VsBASE"), getpid());
-        for (const char* name : {"proxy", "vskontr", "cm", "sim", "rezerv", "udpvesk", "sigsim",
-                                 "show", "log", "sram/check", "system/offatrs.dat"}) {
-            EXPECT_TRUE(temporary.entries().contains(name)) << name;
-        }
-    });
-    EXPECT_TRUE(temporary.entries().empty());
-}
-
-TEST_F(SiteTest, TablesLieWhereReadersLook) {
-    inChild([&] {
-        sim::Site site(sim::controllerFolders(), messages);
-        occupy(site);
-        sim::ControllerIpc ipc(site.record(), 200);
-        static_cast<void>(ipc.makeDatabase(kSmall));
-        // Counts at index 59; 3 + 1 + 2 + 2 + 1 records of 24 bytes at index 85.
-        const auto* counts = static_cast<const std::uint16_t*>(ShmOpen(59, 26, 0, nullptr, 0));
-        ASSERT_NE(counts, nullptr);
-        EXPECT_EQ(counts[0], 3);
-        EXPECT_EQ(counts[4], 1);
-        EXPECT_EQ(counts[5], 0) << "only the main types are counted";
-        EXPECT_NE(ShmOpen(85, 9 * 24, 0, nullptr, 0), nullptr);
-        EXPECT_NE(ShmOpen(10, 3 * 114, 0, nullptr, 0), nullptr);
-        EXPECT_NE(ShmOpen(13, 1 * 204, 0, nullptr, 0), nullptr);
-        EXPECT_NE(ShmOpen(18, 2, 0, nullptr, 0), nullptr);
-        EXPECT_NE(ShmOpen(22, 4, 0, nullptr, 0), nullptr);
-        EXPECT_EQ(ShmOpen(23, 4, 0, nullptr, 0), nullptr);
-        EXPECT_EQ(get_shmidx(48, ID_mas.data()), 200);
-    });
-}
-
-TEST_F(SiteTest, ALaterRunRemovesWhatAKilledOneLeft) {
-    killedRun();
-    EXPECT_EQ(enter(), 0) << refusal;
-    EXPECT_TRUE(temporary.entries().empty());
-    EXPECT_EQ(TemporarySite::objects(), 0U);
-}
-
-TEST_F(SiteTest, ASecondRunIsRefusedWhileTheFirstLives) {
-    ChildProcess first([&] {
-        sim::Site site(sim::controllerFolders(), messages);
-        occupy(site);
-        std::printf("ready\n");
-        std::fflush(stdout);
-        pause();
-        return 0;
-    });
-    ASSERT_TRUE(waitUntil([&] { return first.out() == "ready\n"; }));
-    const auto before = temporary.entries();
-    EXPECT_EQ(enter(), 3);
-    EXPECT_EQ(enter(true), 3);
-    EXPECT_EQ(temporary.entries(), before);
-}
-
-TEST_F(SiteTest, FilesOfOthersAreRefusedAndUntouched) {
-    for (const char* name : {"proxy", "show", "system/offatrs.dat", "system/atributs.dat",
-                             "settings/opcuasrv.ini", "settings/veskkntr.ini"}) {
+TEST_F(SiteTest, FreshGivesNoRightToFilesOfOthers) {
+    for (const char* name : {"show", "system/offatrs.dat", "settings/opcuasrv.ini"}) {
         temporary.write(name, "of others");
-        const auto before = temporary.entries();
-        EXPECT_EQ(enter(), 4) << name;
-        EXPECT_EQ(enter(true), 4) << "--fresh gives no right to it: " << name;
+        EXPECT_EQ(enter(true), 4) << name;
         EXPECT_NE(refusal.find(name), std::string::npos) << refusal;
-        EXPECT_EQ(temporary.entries(), before);
         EXPECT_EQ(temporary.read(name), "of others");
         std::filesystem::remove(temporary.path(name));
     }
-}
-
-TEST_F(SiteTest, ALiveControllerIsRefusedFirst) {
-    temporary.write("proxy", "of the controller");
-    temporary.write("vskontr", "of the controller");
-    ChildProcess controller([&] {
-        vs_obj channel;
-        channel.name_add("VsBASE", 0);
-        std::printf("ready\n");
-        std::fflush(stdout);
-        return waitUntil([&] { return channel.name_find("end") != -1; }) ? 0 : 1;
-    });
-    ASSERT_TRUE(waitUntil([&] { return controller.out().find("ready\n") != std::string::npos; }));
-    EXPECT_EQ(enter(), 3);
-    EXPECT_NE(refusal.find(std::to_string(controller.pid())), std::string::npos) << refusal;
-    inChild([] { vs_obj().name_add("end", getppid()); });
-    EXPECT_EQ(controller.wait(), 0);
-}
-
-TEST_F(SiteTest, ARegistryWithoutADatabaseIsForeignToo) {
-    temporary.write("proxy", "of the controller");
-    ChildProcess controller([&] {
-        vs_obj channel;
-        std::printf("ready\n");
-        std::fflush(stdout);
-        return waitUntil([&] { return channel.name_find("end") != -1; }) ? 0 : 1;
-    });
-    ASSERT_TRUE(waitUntil([&] { return controller.out().find("ready\n") != std::string::npos; }));
-    EXPECT_EQ(enter(), 4);
-    EXPECT_NE(refusal.find("0x"), std::string::npos) << "names the key: " << refusal;
-    inChild([] { vs_obj().name_add("end", getppid()); });
-    EXPECT_EQ(controller.wait(), 0);
 }
 
 // The number of the killed process may belong to another program by now. The lock on the record
@@ -256,30 +156,16 @@ TEST_F(SiteTest, SegmentsOfOthersUnderOurKeysAreRefused) {
     EXPECT_TRUE(temporary.entries().empty());
 }
 
-TEST_F(SiteTest, AnEditedSettingStaysAndIsUsedAgain) {
-    inChild([&] {
-        sim::Site site(sim::controllerFolders(), messages);
-        occupy(site);
-        temporary.write("settings/opcuasrv.ini", "edited");
-        site.leave();
-        EXPECT_NE(messages.str().find("opcuasrv.ini"), std::string::npos) << messages.str();
-    });
-    EXPECT_EQ(temporary.entries(),
-              (std::set<std::string>{".zrtsim-record", "settings", "settings/opcuasrv.ini"}));
-    inChild([&] {
-        sim::Site site(sim::controllerFolders(), messages);
-        occupy(site);
-        EXPECT_TRUE(site.keepsEdited(site.folders().serverIni()));
-        EXPECT_FALSE(site.keepsEdited(site.folders().controllerIni()));
-    });
-    EXPECT_EQ(temporary.read("settings/opcuasrv.ini"), "edited");
-    inChild([&] {
-        sim::Site site(sim::controllerFolders(), messages);
-        occupy(site, true);
-        EXPECT_EQ(temporary.read("settings/opcuasrv.ini"), "sample");
-    });
-    EXPECT_FALSE(std::filesystem::exists(temporary.path("settings/opcuasrv.ini")));
-    EXPECT_FALSE(std::filesystem::exists(temporary.path(".zrtsim-record")));
+TEST_F(SiteTest, FreshReplacesAnEditedSetting) {
+    for (const bool fresh : {false, true}) {
+        inChild([&] {
+            sim::Site site(sim::controllerFolders(), messages);
+            occupy(site, fresh);
+            EXPECT_EQ(temporary.read("settings/opcuasrv.ini"), "sample");
+            if (!fresh) temporary.write("settings/opcuasrv.ini", "edited");
+        });
+        EXPECT_EQ(std::filesystem::exists(temporary.path("settings/opcuasrv.ini")), !fresh);
+    }
 }
 
 TEST_F(SiteTest, AnEditedKeyFileIsRefusedUnlessFresh) {

@@ -19,18 +19,13 @@ class TemporarySite {
         std::string pattern = (std::filesystem::temp_directory_path() / "sim.XXXXXX").string();
         if (mkdtemp(pattern.data()) == nullptr) throw std::runtime_error("no temporary folder");
         root_ = pattern;
-        set("VESKPATH", "");
-        set("PATHDB", "/sram");
-        set("SYSTEM", "/system");
-        set("LIB", "/lib");
-        set("DIC", "/dic");
-        set("SETTINGS", "/settings");
+        for (const auto& [name, below] : kFolders)
+            setenv(name, (root_.string() + below).c_str(), 1);
         SRV_Path.InitPathes();
     }
     ~TemporarySite() {
-        for (const char* name : {"VESKPATH", "PATHDB", "SYSTEM", "LIB", "DIC", "SETTINGS"}) {
-            unsetenv(name);
-        }
+        for (const auto& folder : kFolders)
+            unsetenv(folder.variable);
         SRV_Path.InitPathes();
         std::error_code ignored;  // a leftover folder below the temporary one harms nobody
         std::filesystem::remove_all(root_, ignored);
@@ -74,9 +69,10 @@ class TemporarySite {
     }
 
   private:
-    void set(const char* name, const char* below) const {
-        setenv(name, (root_.string() + below).c_str(), 1);
-    }
+    static constexpr struct {
+        const char *variable, *below;
+    } kFolders[] = {{"VESKPATH", ""}, {"PATHDB", "/sram"}, {"SYSTEM", "/system"},
+                    {"LIB", "/lib"},  {"DIC", "/dic"},     {"SETTINGS", "/settings"}};
 
     std::filesystem::path root_;
 };
