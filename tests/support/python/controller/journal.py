@@ -79,11 +79,15 @@ def segment(index: int, generation: int = 0) -> bytes | None:
 
 
 def ring(generation: int = 0) -> list[Message]:
-    """The messages in shared memory, oldest first. Nobody must be posting."""
-    parts = [segment(index, generation) for index in (RING, COUNTER, LAST, SETTINGS)]
-    assert None not in parts, "there is no journal"
-    records, counter, last, settings = (bytes(part or b"") for part in parts)
-    held, newest, capacity = (struct.unpack_from("<H", p)[0] for p in (counter, last, settings))
+    """The messages in shared memory, oldest first, as they were while nobody posted."""
+    places = (COUNTER, LAST, SETTINGS)
+    while True:
+        before = [segment(index, generation) for index in places]
+        records = segment(RING, generation)
+        if before == [segment(index, generation) for index in places]:
+            break
+    assert records is not None and None not in before, "there is no journal"
+    held, newest, capacity = (struct.unpack_from("<H", part or b"")[0] for part in before)
     assert held <= capacity and newest < capacity and len(records) >= capacity * _RECORD
     slots = [(newest - age) % capacity for age in reversed(range(held))]
     messages = [parse(records[slot * _RECORD : (slot + 1) * _RECORD]) for slot in slots]
