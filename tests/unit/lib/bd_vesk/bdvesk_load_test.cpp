@@ -11,7 +11,6 @@
 #include "lib/bd_vesk/bdvesk.h"
 #include "lib/util/veskpath.h"
 #include "lib/util/vs_obj.h"
-#include "slots.h"
 #include "support/attribute_files.h"
 #include "support/capture.h"
 #include "support/child_process.h"
@@ -297,15 +296,6 @@ TEST_F(LoadOffAtr, TellsFaultsWithFileEntryAndAttribute) {
     std::filesystem::create_directory(offsets);
     EXPECT_EQ(load(), -1);
     EXPECT_EQ(out, offsets + ": the file ends here\n") << "a folder in place of the file";
-}
-
-TEST(CVeskBDSh, KeepsTheOrderOfTheVirtualTable) {
-    EXPECT_EQ(slotsOf<CVeskBDSh>(&CVeskBDSh::LoadBD, &CVeskBDSh::LoadAperture, &CVeskBDSh::SaveBD,
-                                 &CVeskBDSh::ObrBD, &CVeskBDSh::getTypeVars, &CVeskBDSh::isVariable,
-                                 &CVeskBDSh::isAttribute, &CVeskBDSh::getTypeAtr,
-                                 &CVeskBDSh::setDat, &CVeskBDSh::setDatScale, &CVeskBDSh::getVal,
-                                 &CVeskBDSh::getDat, &CVeskBDSh::getChangeVal),
-              slotsFromTwo(13));
 }
 
 }  // namespace

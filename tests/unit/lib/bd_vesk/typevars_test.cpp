@@ -8,8 +8,8 @@
 #include <numeric>
 #include <vector>
 
+#include "lib/bd_vesk/bdvesk.h"
 #include "lib/bd_vesk/clist.h"
-#include "slots.h"
 
 namespace {
 
@@ -156,15 +156,34 @@ TEST_P(TypeVars, ScalesTheCurrentDataOfAnalogInputsOnly) {
     expectSame(t, untouched);
 }
 
-TEST(CTypeVars, KeepsTheOrderOfTheVirtualTable) {
-    EXPECT_EQ(
-        slotsOf<CTypeVars>(&CTypeVars::SizeOf, &CTypeVars::InitPasp, &CTypeVars::InitCurDat,
-                           &CTypeVars::InitCurVal, &CTypeVars::getAdrPasp, &CTypeVars::getAdrCurDat,
-                           &CTypeVars::getAdrCurVal, &CTypeVars::getPasp, &CTypeVars::getCurDat,
-                           &CTypeVars::getCurVal, &CTypeVars::setPasp, &CTypeVars::setCurDat,
-                           &CTypeVars::setCurDatScale, &CTypeVars::setCurVal, &CTypeVars::setmaxnum,
-                           &CTypeVars::typeAt, &CTypeVars::maxnumAt),
-        slotsFromTwo(17));
+/// Slots of virtual operations in their class's table, from 0. Pointers to virtual members hold the
+/// offset: plus one on most machines, plain where the lowest bit of a code address is in use.
+template <class... Members>
+std::vector<std::size_t> slotsOf(Members... members) {
+    const auto slot = [](auto member) {
+        std::ptrdiff_t words[2];
+        static_assert(sizeof(member) == sizeof(words));
+        std::memcpy(words, &member, sizeof(words));
+        return static_cast<std::size_t>(words[0]) / sizeof(void*);
+    };
+    return {slot(members)...};
+}
+
+TEST(VirtualTables, KeepTheirOrderBehindTheDestructors) {
+    std::vector<std::size_t> want(17);
+    std::iota(want.begin(), want.end(), std::size_t{2});
+    using T = CTypeVars;
+    EXPECT_EQ(slotsOf(&T::SizeOf, &T::InitPasp, &T::InitCurDat, &T::InitCurVal, &T::getAdrPasp,
+                      &T::getAdrCurDat, &T::getAdrCurVal, &T::getPasp, &T::getCurDat, &T::getCurVal,
+                      &T::setPasp, &T::setCurDat, &T::setCurDatScale, &T::setCurVal, &T::setmaxnum,
+                      &T::typeAt, &T::maxnumAt),
+              want);
+    want.resize(13);
+    using D = CVeskBDSh;
+    EXPECT_EQ(slotsOf(&D::LoadBD, &D::LoadAperture, &D::SaveBD, &D::ObrBD, &D::getTypeVars,
+                      &D::isVariable, &D::isAttribute, &D::getTypeAtr, &D::setDat, &D::setDatScale,
+                      &D::getVal, &D::getDat, &D::getChangeVal),
+              want);
 }
 
 TEST(CList, IsARingWithoutRangeCheck) {
