@@ -112,19 +112,3 @@ inline std::vector<std::string> children(const UAServer& server, const UA_NodeId
     std::ranges::sort(result);
     return result;
 }
-
-/// Browse name, display name and description: "<namespace>:<name>|<locale>:<name>|<locale>:<text>".
-inline std::string names(const UAServer& server, const UA_NodeId& id) {
-    UA_QualifiedName browse{};
-    UA_LocalizedText texts[2] = {};
-    EXPECT_EQ(UA_Server_readBrowseName(server.instance(), id, &browse), UA_STATUSCODE_GOOD);
-    UA_Server_readDisplayName(server.instance(), id, &texts[0]);
-    UA_Server_readDescription(server.instance(), id, &texts[1]);
-    std::string result = std::to_string(browse.namespaceIndex) + ':' + toText(browse.name);
-    for (UA_LocalizedText& text : texts) {
-        result += '|' + toText(text.locale) + ':' + toText(text.text);
-        UA_LocalizedText_clear(&text);
-    }
-    UA_QualifiedName_clear(&browse);
-    return result;
-}

@@ -45,15 +45,6 @@ TEST_F(Log, AppendsOneLineWithLocalTimePerEvent) {
     EXPECT_EQ(readFile(kPath).size(), 100'022U) << "made when missing, no limit";
 }
 
-TEST_F(Log, IsEmptiedByPrepareRecord) {
-    log.writeLogToFile("the run before");
-    log.prepareRecord();
-    EXPECT_TRUE(std::filesystem::exists(kPath));
-    EXPECT_EQ(readFile(kPath), "");
-    log.writeLogToFile("this run");
-    EXPECT_EQ(readFile(kPath), "01-02-2024 09:05:03: this run\n");
-}
-
 TEST_F(Log, LosesItsLinesSilentlyWithoutItsFolder) {
     testing::internal::CaptureStdout();
     testing::internal::CaptureStderr();
@@ -62,18 +53,6 @@ TEST_F(Log, LosesItsLinesSilentlyWithoutItsFolder) {
     lost.writeLogToFile("x");
     EXPECT_EQ(testing::internal::GetCapturedStdout() + testing::internal::GetCapturedStderr(), "");
     EXPECT_FALSE(std::filesystem::exists("/zrt/none"));
-}
-
-TEST_F(Log, OfTheProcessIsTheControllersAndFollowsTheClock) {
-    writeFile(kLogPath, "");
-    const auto before = std::time(nullptr);
-    getLoggerCtr().writeLogToFile("x");
-    std::tm read{};
-    const std::string line = readFile(kLogPath);
-    const char* rest = strptime(line.c_str(), "%d-%m-%Y %H:%M:%S", &read);
-    ASSERT_STREQ(rest, ": x\n");
-    EXPECT_GE(std::mktime(&read), before);
-    EXPECT_LE(std::mktime(&read), std::time(nullptr));
 }
 
 TEST(ProcessSize, IsCountedInPagesOfFourKibibytes) {
