@@ -9,28 +9,11 @@
 
 #include "lib/bd_vesk/bdvesk.h"
 #include "support/controller_database.h"
+#include "values.h"
 
 using enum ControllerDatabase::Area;
 
 namespace {
-
-SVal number(TYPE_VAL type, int value) {
-    SVal whole(type_int);
-    whole.value.i = value;
-    SVal val(type);
-    val = whole;
-    return val;
-}
-SVal real(float value) {
-    SVal val(type_float);
-    val.value.fl = value;
-    return val;
-}
-SVal text(TYPE_VAL type, const std::string& bytes) {
-    SVal val(type);
-    std::memcpy(val.value.str17, bytes.data(), bytes.size());
-    return val;
-}
 
 std::string shown(SVariable var) {
     return std::to_string(var.type) + "." + std::to_string(var.num + 0) + ".A" +
@@ -45,28 +28,15 @@ class AccessTest : public testing::Test {
         db.LoadBD();
     }
 
-    std::string read(SVariable var, bool current = true) {
-        SVal val = number(type_int, 99);
+    /// kRefused when the answer is 0, which leaves the value untouched.
+    SVal read(SVariable var, bool current = true) {
+        SVal val = kRefused;
         const BOOL ok = current ? db.getVal(var, &val) : db.getDat(var, &val);
-        if (!ok) return val.type_val == type_int ? "refused" : "refused, but changed";
-        switch (val.type_val) {
-            case none:
-                return "none";
-            case type_char:
-                return "char " + std::to_string(static_cast<int>(val.value.uch));
-            case type_short:
-                return "short " + std::to_string(static_cast<int>(val.value.sh));
-            case type_float:
-                return "float " + std::to_string(static_cast<float>(val.value.fl));
-            case type_str9:
-                return "str9 " + std::string(val.value.str9, 9);
-            case type_str17:
-                return "str17 " + std::string(val.value.str17, 17);
-            default:
-                return "type " + std::to_string(static_cast<int>(val.type_val));
-        }
+        EXPECT_NE(ok == 1, val == kRefused);
+        return val;
     }
 
+    const SVal kRefused = i32(99);
     CVeskBDSh db{0};
 };
 
@@ -90,38 +60,38 @@ TEST_F(AccessTest, ReadsEveryStorage) {
     database.put<char>(passport, DB_LV, 2, 0, 11);
     const struct {
         SVariable var;
-        const char* current;
-        const char* raw = nullptr;  // the same
+        SVal current;
+        SVal raw = current;
     } cases[] = {
-        {{1, 2, 29}, "float -1.500000"},
-        {{1, 1, 29}, "float 0.000000"},
-        {{1, 2, 31}, "char 0"},
-        {{1, 2, 38}, "char 1"},
-        {{1, 2, 30}, "char 255"},
-        {{1, 2, 24}, "short -2"},
-        {{1, 2, 5}, "str9 \x92\x85-789012"},
-        {{1, 2, 40}, "none"},
-        {{1, 2, 51}, "refused"},
-        {{3, 3, 12}, "str17 seventeen letters"},
-        {{1, 0, 5}, "none"},
-        {{1, 4, 5}, "none"},
-        {{6, 1, 1}, "refused"},
-        {{0, 1, 0}, "refused"},
-        {{12, 1, 0}, "refused"},
-        {{1, 2, 0}, "float 2.000000", "float 1.000000"},
-        {{2, 2, 0}, "float 3.000000"},
-        {{3, 2, 0}, "float 4.000000"},
-        {{4, 2, 0}, "char 6", "char 5"},
-        {{5, 2, 0}, "char 248", "char 7"},
-        {{6, 2, 0}, "float 9.000000"},
-        {{10, 2, 0}, "short -32768"},
-        {{11, 2, 0}, "char 11"},
-        {{11, 99, 0}, "none"},
-        {{1, 0, 0}, "none"},
+        {{1, 2, 29}, flt(-1.5F)},
+        {{1, 1, 29}, flt(0.0F)},
+        {{1, 2, 31}, chr(0)},
+        {{1, 2, 38}, chr(1)},
+        {{1, 2, 30}, chr(255)},
+        {{1, 2, 24}, i16(-2)},
+        {{1, 2, 5}, str9("\x92\x85-789012")},
+        {{1, 2, 40}, SVal()},
+        {{1, 2, 51}, kRefused},
+        {{3, 3, 12}, str17("seventeen letters")},
+        {{1, 0, 5}, SVal()},
+        {{1, 4, 5}, SVal()},
+        {{6, 1, 1}, kRefused},
+        {{0, 1, 0}, kRefused},
+        {{12, 1, 0}, kRefused},
+        {{1, 2, 0}, flt(2.0F), flt(1.0F)},
+        {{2, 2, 0}, flt(3.0F)},
+        {{3, 2, 0}, flt(4.0F)},
+        {{4, 2, 0}, chr(6), chr(5)},
+        {{5, 2, 0}, chr(248), chr(7)},
+        {{6, 2, 0}, flt(9.0F)},
+        {{10, 2, 0}, i16(-32768)},
+        {{11, 2, 0}, chr(11)},
+        {{11, 99, 0}, SVal()},
+        {{1, 0, 0}, SVal()},
     };
     for (const auto& c : cases) {
         EXPECT_EQ(read(c.var), c.current) << shown(c.var);
-        EXPECT_EQ(read(c.var, false), c.raw != nullptr ? c.raw : c.current) << shown(c.var);
+        EXPECT_EQ(read(c.var, false), c.raw) << shown(c.var);
     }
     EXPECT_EQ(db.getVal({1, 1, 0}, nullptr), 0);
 }
@@ -133,26 +103,26 @@ TEST_F(AccessTest, WritesAttributeZeroIntoTheCurrentData) {
         SVariable var;
         SVal val;
         BOOL result;
-        const char* raw;
+        SVal raw;
     } cases[] = {
-        {"a text", {1, 3, 0}, text(type_str9, "2.5"), 1, "float 2.500000"},
-        {"a text for a byte", {4, 2, 0}, text(type_str9, "12"), 1, "char 12"},
-        {"a negative float for a byte", {5, 2, 0}, real(-1.5F), 1, "char 0"},
-        {"a float is truncated", {10, 1, 0}, real(2.9F), 1, "short 2"},
-        {"into the passport", {2, 1, 0}, number(type_short, -4), 1, "float -4.000000"},
-        {"a value without type is zero", {4, 1, 0}, SVal(), 1, "char 0"},
-        {"number 0 is taken and lost", {4, 0, 0}, number(type_char, 1), 1, "none"},
-        {"no such variable", {4, 7, 0}, number(type_char, 1), 0, "none"},
-        {"no such type", {0, 1, 0}, number(type_char, 1), 0, "refused"},
-        {"no such type", {12, 1, 0}, number(type_char, 1), 0, "refused"},
+        {"a text", {1, 3, 0}, str9("2.5"), 1, flt(2.5F)},
+        {"a text for a byte", {4, 2, 0}, str9("12"), 1, chr(12)},
+        {"a negative float for a byte", {5, 2, 0}, flt(-1.5F), 1, chr(0)},
+        {"a float is truncated", {10, 1, 0}, flt(2.9F), 1, i16(2)},
+        {"into the passport", {2, 1, 0}, i16(-4), 1, flt(-4.0F)},
+        {"a value without type is zero", {4, 1, 0}, SVal(), 1, chr(0)},
+        {"number 0 is taken and lost", {4, 0, 0}, chr(1), 1, SVal()},
+        {"no such variable", {4, 7, 0}, chr(1), 0, SVal()},
+        {"no such type", {0, 1, 0}, chr(1), 0, kRefused},
+        {"no such type", {12, 1, 0}, chr(1), 0, kRefused},
     };
     for (const auto& c : cases) {
         EXPECT_EQ(db.setDat(c.var, c.val), c.result) << c.why;
         EXPECT_EQ(read(c.var, false), c.raw) << c.why;
     }
-    EXPECT_EQ(read({1, 3, 0}), "float 0.000000") << "the value is the controller's";
-    EXPECT_EQ(db.setDat({6, 2, 500}, number(type_uchar, 200)), 1) << "types without attributes";
-    EXPECT_EQ(read({6, 2, 0}), "float 200.000000");
+    EXPECT_EQ(read({1, 3, 0}), flt(0.0F)) << "the value is the controller's";
+    EXPECT_EQ(db.setDat({6, 2, 500}, uch(200)), 1) << "types without attributes";
+    EXPECT_EQ(read({6, 2, 0}), flt(200.0F));
 }
 
 TEST_F(AccessTest, WritesEveryStorageAndNothingBesideIt) {
@@ -173,29 +143,29 @@ TEST_F(AccessTest, WritesEveryStorageAndNothingBesideIt) {
         std::size_t offset;
         std::string bytes;
     } cases[] = {
-        {"a float, 3", 29, number(type_int, 3), 103, std::string("\0\0\x40\x40", 4)},
-        {"bit 0 goes", 31, number(type_int, 0), 108, "\x54"},
-        {"half is no bit", 31, real(0.5F), 108, "\x54"},
-        {"bit 7 comes", 38, text(type_str9, "2"), 108, "\xD4"},
-        {"a byte", 30, number(type_short, -1), 107, "\xFF"},
-        {"a word, -300", 24, real(-300), 83, "\xD4\xFE"},
-        {"a text", 5, number(type_short, -1), 4, std::string("-1\0\0\0\0\0\0\0", 9)},
-        {"an unknown storage", 40, number(type_int, 1), 0, ""},
-        {"no such attribute", 51, number(type_int, 1), 0, ""},
-        {"nor the last one", 0xFFFF, number(type_int, 1), 0, ""},
+        {"a float, 3", 29, i32(3), 103, std::string("\0\0\x40\x40", 4)},
+        {"bit 0 goes", 31, i32(0), 108, "\x54"},
+        {"half is no bit", 31, flt(0.5F), 108, "\x54"},
+        {"bit 7 comes", 38, str9("2"), 108, "\xD4"},
+        {"a byte", 30, i16(-1), 107, "\xFF"},
+        {"a word, -300", 24, flt(-300), 83, "\xD4\xFE"},
+        {"a text", 5, i16(-1), 4, std::string("-1\0\0\0\0\0\0\0", 9)},
+        {"an unknown storage", 40, i32(1), 0, ""},
+        {"no such attribute", 51, i32(1), 0, ""},
+        {"nor the last one", 0xFFFF, i32(1), 0, ""},
     };
     for (const auto& c : cases) {
         EXPECT_EQ(db.setDat({1, 2, c.attribute}, c.val), 1) << c.why;
         want.replace(114 + c.offset, c.bytes.size(), c.bytes);
         EXPECT_EQ(records(), want) << c.why;
     }
-    EXPECT_EQ(db.setDat({1, 0, 1}, number(type_int, 1)), 1);
-    EXPECT_EQ(db.setDat({1, 4, 1}, number(type_int, 1)), 0);
+    EXPECT_EQ(db.setDat({1, 0, 1}, i32(1)), 1);
+    EXPECT_EQ(db.setDat({1, 4, 1}, i32(1)), 0);
     EXPECT_EQ(records(), want);
 
     database.putText(DB_HI, 1, 28, "seventeen letters");
-    EXPECT_EQ(db.setDat({3, 1, 12}, text(type_str17, "abcdefghijklmnopq")), 1);
-    EXPECT_EQ(read({3, 1, 12}), "str17 abcdefghi letters") << "nine bytes of the long text";
+    EXPECT_EQ(db.setDat({3, 1, 12}, str17("abcdefghijklmnopq")), 1);
+    EXPECT_EQ(read({3, 1, 12}), str17("abcdefghi letters")) << "nine bytes of the long text";
 }
 
 TEST_F(AccessTest, ScalesCurrentDataOfAnalogInputs) {
@@ -205,20 +175,20 @@ TEST_F(AccessTest, ScalesCurrentDataOfAnalogInputs) {
         const char* why;
         SVariable var;
         BOOL result;
-        const char* raw;
+        SVal raw;
     } cases[] = {
-        {"(30 - 10) * (90 - 10) / (150 + 50) - 50", {1, 1, 0}, 1, "float -42.000000"},
-        {"an empty scale", {1, 2, 0}, 1, "float inf"},
-        {"no attribute", {1, 3, 29}, 1, "float 0.000000"},
-        {"no other type", {2, 1, 0}, 1, "float 0.000000"},
-        {"no such variable", {1, 4, 0}, 0, "none"},
-        {"no such type", {12, 1, 0}, 0, "refused"},
+        {"(30 - 10) * (90 - 10) / (150 + 50) - 50", {1, 1, 0}, 1, flt(-42.0F)},
+        {"an empty scale", {1, 2, 0}, 1, flt(std::numeric_limits<float>::infinity())},
+        {"no attribute", {1, 3, 29}, 1, flt(0.0F)},
+        {"no other type", {2, 1, 0}, 1, flt(0.0F)},
+        {"no such variable", {1, 4, 0}, 0, SVal()},
+        {"no such type", {12, 1, 0}, 0, kRefused},
     };
     for (const auto& c : cases) {
-        EXPECT_EQ(db.setDatScale(c.var, number(type_short, 30), 10, 90), c.result) << c.why;
+        EXPECT_EQ(db.setDatScale(c.var, i16(30), 10, 90), c.result) << c.why;
         EXPECT_EQ(read(c.var, false), c.raw) << c.why;
     }
-    EXPECT_EQ(read({1, 3, 0}, false) + read({1, 1, 0}), "float 0.000000float 0.000000");
+    EXPECT_EQ(read({1, 3, 0}, false), flt(0.0F)) << "nothing stored";
 }
 
 TEST_F(AccessTest, TellsChangesOfTheTypesAperture) {
@@ -244,11 +214,11 @@ TEST_F(AccessTest, TellsChangesOfTheTypesAperture) {
     }
     EXPECT_EQ(static_cast<float>(last.value.fl), 10.001F);
 
-    last.Set(number(type_char, 0));
+    last.Set(chr(0));
     EXPECT_EQ(changes({4, 1, 0}), 0);
     database.put<char>(currentValue, DB_DI, 1, 0, 1);
     EXPECT_EQ(changes({4, 1, 0}), 1);
-    last.Set(text(type_str9, ""));
+    last.Set(str9(""));
     database.putText(DB_VA, 1, 4, "TE-1");
     EXPECT_EQ(changes({1, 1, 5}), 1);
     EXPECT_EQ(changes({1, 1, 5}), 0);
@@ -302,7 +272,7 @@ TEST_F(AccessTest, ReadsAllAtOnceAsTheSingleOperationsDo) {
         db.getVal(var, &val);
         db.Read(var.type, var.num, var.num_atr, &all);  // over the former reading
         EXPECT_EQ(all.type_atr, db.getTypeAtr(var));
-        EXPECT_EQ(std::memcmp(&all.val, &val, sizeof(val)), 0);
+        EXPECT_EQ(all.val, val);
         EXPECT_EQ(all.time.tv_sec, db.getTime(var).tv_sec);
         EXPECT_EQ(all.time.tv_usec, db.getTime(var).tv_usec);
         EXPECT_EQ(all.quality, db.getQuality(var));

@@ -2,41 +2,12 @@
 
 #include <gtest/gtest.h>
 
-#include <cmath>
-#include <cstdint>
-#include <cstring>
 #include <limits>
 #include <string>
 
+#include "values.h"
+
 namespace {
-
-template <class T, TYPE_VAL Type>
-SVal make(auto scalar) {
-    SVal val(Type);
-    const T value = static_cast<T>(scalar);
-    std::memcpy(reinterpret_cast<std::uint8_t*>(&val) + 4, &value, sizeof(T));
-    return val;
-}
-template <TYPE_VAL Type>
-SVal text(const std::string& value) {
-    SVal val(Type);
-    std::memcpy(reinterpret_cast<std::uint8_t*>(&val) + 4, value.data(), value.size());
-    return val;
-}
-constexpr auto chr = make<std::uint8_t, type_char, int>;
-constexpr auto uch = make<std::uint8_t, type_uchar, int>;
-constexpr auto i16 = make<std::int16_t, type_short, int>;
-constexpr auto u16 = make<std::uint16_t, type_ushort, int>;
-constexpr auto i32 = make<std::int32_t, type_int, std::int64_t>;
-constexpr auto u32 = make<std::uint32_t, type_uint, std::int64_t>;
-constexpr auto flt = make<float, type_float, float>;
-constexpr auto str9 = text<type_str9>;
-constexpr auto str17 = text<type_str17>;
-
-/// All 21 bytes, so that nothing beside the value hides.
-std::string bytesOf(const SVal& val) {
-    return {reinterpret_cast<const char*>(&val), sizeof(SVal)};
-}
 
 constexpr float kNan = std::numeric_limits<float>::quiet_NaN();
 constexpr float kInf = std::numeric_limits<float>::infinity();
@@ -123,39 +94,39 @@ TEST(SVal, ConvertsAsTheControllerDoes) {
     for (const auto& c : cases) {
         SVal converted(c.want.type_val);
         converted = c.from;
-        EXPECT_EQ(bytesOf(converted), bytesOf(c.want)) << c.why;
+        EXPECT_EQ(converted, c.want) << c.why;
         SVal untyped;
         untyped = c.from;
-        EXPECT_EQ(bytesOf(untyped), bytesOf(c.from))
-            << "without a type it takes that of its source";
+        EXPECT_EQ(untyped, c.from) << "without a type it takes that of its source";
     }
 }
 
 TEST(SVal, KeepsWhatAnAssignmentDoesNotReach) {
     SVal value = str17("seventeen letters");
     value = str9("nine byte");
-    EXPECT_EQ(bytesOf(value), bytesOf(str17("nine byte letters"))) << "the rest stays";
+    EXPECT_EQ(value, str17("nine byte letters")) << "the rest stays";
     value = i16(5);
-    EXPECT_EQ(bytesOf(value), bytesOf(str17("5"))) << "nothing of the former text stays";
+    EXPECT_EQ(value, str17("5")) << "nothing of the former text stays";
     for (const int type : {0, 10, -1}) {
         SVal unknown = i32(77);
         unknown.type_val = static_cast<TYPE_VAL>(type);
         value = unknown;
-        EXPECT_EQ(bytesOf(value), bytesOf(str17("5"))) << type;
+        EXPECT_EQ(value, str17("5")) << type;
     }
     const SVal& same = value;
     value = same;
-    EXPECT_EQ(bytesOf(value), bytesOf(str17("5")));
+    EXPECT_EQ(value, str17("5"));
 }
 
 TEST(SVal, CopiesBytesAtConstructionAndBySet) {
     const SVal from = str17("seventeen letters");
     SVal copy(from);
-    EXPECT_EQ(bytesOf(copy), bytesOf(from));
+    EXPECT_EQ(copy, from);
     copy.Set(flt(1));
-    EXPECT_EQ(bytesOf(copy), bytesOf(flt(1)));
+    EXPECT_EQ(copy, flt(1));
     copy.Clear();
-    EXPECT_EQ(bytesOf(copy), std::string(21, '\0'));
+    const std::string bytes(reinterpret_cast<const char*>(&copy), sizeof(copy));
+    EXPECT_EQ(bytes, std::string(21, '\0'));
 }
 
 }  // namespace
