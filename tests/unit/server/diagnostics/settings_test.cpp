@@ -17,18 +17,14 @@ TEST(VeskkntrReader, TakesTheFirstLineThatSeemsToHoldTheKey) {
     } cases[] = {
         {"both keys, blanks around", "[A]\nNumber_kontr = 7\nCycleTime=\t50\n", 7, 50},
         {"other order, DOS line ends", "CycleTime=20\r\nNumber_kontr=12\r\n", 12, 20},
-        {"text behind the number", "Number_kontr=12abc\nCycleTime=40;ms", 12, 40},
         {"no number keeps the default", "Number_kontr=abc\nCycleTime=\n", 0, 100},
-        {"a first line without a number decides", "Number_kontr=x\nNumber_kontr=5\n", 0, 100},
         {"a comment that quotes the key decides", "; Number_kontr = 3 or so\nNumber_kontr=5", 3,
          100},
         {"a line without '=' is passed over", "Number_kontr 3\nNumber_kontr=5\n", 5, 100},
         {"'=' before the key does not count", "a=Number_kontr\nNumber_kontr=5\n", 5, 100},
         {"a longer key is taken too", "OldCycleTimeMs=30\nCycleTime=60\n", 0, 30},
-        {"signs", "Number_kontr=-4\nCycleTime=+10\n", -4, 10},
         {"more than 32 bits keep the default", "Number_kontr=4294967296\nCycleTime=9999999999", 0,
          100},
-        {"an empty file", "", 0, 100},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.why);
@@ -60,7 +56,6 @@ TEST(MsgHandler, KnowsTheControllerOfTheFixedFile) {
     EXPECT_EQ(handler.getNumContrStroke(), "7");
     writeFile(kPath, "Number_kontr=-12\n");
     EXPECT_EQ(MsgHandler(kPath).getNumContrStroke(), "-12");
-    EXPECT_EQ(MsgHandler("/zrt/none.ini").getNumContrStroke(), "0");
 
     // support/controller_3.cpp wrote the fixed file; the folder that the environment names is not
     // asked.

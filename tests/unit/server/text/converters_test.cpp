@@ -43,7 +43,6 @@ TEST(Utf8ToCp866, TakesAnyBytes) {
         std::string utf8;
         std::string cp866;
     } cases[] = {
-        {"nothing", "", ""},
         {"a letter of two bytes", "\xD0\x96", "\x86"},
         {"a sign of three bytes",
          "\xE2\x84\x96"
@@ -51,9 +50,7 @@ TEST(Utf8ToCp866, TakesAnyBytes) {
          "\xFC"
          "5"},
         {"a character that the page lacks", "5 \xE2\x82\xAC", "5 ?"},
-        {"a two-byte character that the page lacks", "\xC3\xA9", "?"},
         {"a four-byte character, byte by byte", "\xF0\x9F\x94\xA5", "????"},
-        {"an overlong letter", "\xC1\x81", "A"},
         {"an overlong letter in three bytes", "\xE0\x81\x81", "A"},
         {"an overlong NUL", "\xC0\x80", "\0"s},
         {"a continuation byte alone",
@@ -78,17 +75,10 @@ TEST(Utf8ToCp866, TakesAnyBytes) {
 }
 
 TEST(ToUtf8, AppendsOneToThreeBytes) {
-    const struct {
-        std::uint16_t code;
-        std::string utf8;
-    } cases[] = {{0x00, "\0"s},           {0x7F, "\x7F"},          {0x80, "\xC2\x80"},
-                 {0x7FF, "\xDF\xBF"},     {0x800, "\xE0\xA0\x80"}, {0x2116, "\xE2\x84\x96"},
-                 {0xFFFF, "\xEF\xBF\xBF"}};
-    for (const auto& c : cases) {
-        std::string out = "x";
-        ToUTF8Converter::append_utf8(out, c.code);
-        EXPECT_EQ(out, "x" + c.utf8) << c.code;
-    }
+    std::string out = "x";
+    for (const int code : {0x00, 0x7F, 0x80, 0x7FF, 0x800, 0xFFFF})
+        ToUTF8Converter::append_utf8(out, static_cast<std::uint16_t>(code));
+    EXPECT_EQ(out, "x\0\x7F\xC2\x80\xDF\xBF\xE0\xA0\x80\xEF\xBF\xBF"s);
 }
 
 TEST(ToUtf8, DumpsBytesAndKeepsItsHooksSilent) {
