@@ -51,7 +51,7 @@ TEST_F(LoadBD, AsksForElevenTypesAndAttachesTheirTables) {
         Area area;
         std::size_t offset;
     };
-    using enum Area;
+    using enum ControllerDatabase::Area;
     const Place values[11][2] = {{{currentData, 0}, {currentValue, 0}},
                                  {{passport, 167}, {passport, 167}},
                                  {{currentValue, 0}, {currentValue, 0}},

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <cstring>
 #include <string>
+#include <string_view>
 
 #include "lib/bd_vesk/bdvstype.h"
 
@@ -21,6 +22,7 @@ SVal text(const std::string& value) {
     std::memcpy(reinterpret_cast<std::uint8_t*>(&val) + 4, value.data(), value.size());
     return val;
 }
+// NOLINTBEGIN(readability-identifier-naming): called as functions
 inline constexpr auto chr = make<std::uint8_t, type_char, int>;
 inline constexpr auto uch = make<std::uint8_t, type_uchar, int>;
 inline constexpr auto i16 = make<std::int16_t, type_short, int>;
@@ -30,8 +32,12 @@ inline constexpr auto u32 = make<std::uint32_t, type_uint, std::int64_t>;
 inline constexpr auto flt = make<float, type_float, float>;
 inline constexpr auto str9 = text<type_str9>;
 inline constexpr auto str17 = text<type_str17>;
+// NOLINTEND(readability-identifier-naming)
 
 /// All 21 bytes, so that nothing beside the value hides.
 inline bool operator==(const SVal& a, const SVal& b) {
-    return std::memcmp(&a, &b, sizeof(SVal)) == 0;
+    const auto bytes = [](const SVal& val) {
+        return std::string_view(reinterpret_cast<const char*>(&val), sizeof(val));
+    };
+    return bytes(a) == bytes(b);
 }
