@@ -18,7 +18,7 @@ from harness.report_history import history_rows
 REPOSITORY = pathlib.Path(__file__).resolve().parents[2]
 TARGETS = ("bench_bare_server", "bench_load_client", "jxotr_told")
 OWN_TARGETS = ("opcuasrv", "zrtsim")
-PARTS = ("operative", "history")
+PARTS = ("operative", "history", "waits")
 NOISY_LOAD = 0.5
 
 EPILOG = """\
@@ -51,7 +51,7 @@ def parse_arguments() -> argparse.Namespace:
         help="the bare server on both sides: shows how far ratios stray from 1 by chance",
     )
     parser.add_argument(
-        "--only", choices=PARTS, help="measure one part (default: both)"
+        "--only", choices=PARTS, help="measure one part (default: all)"
     )
     parser.add_argument(
         "--build-dir", type=pathlib.Path, metavar="DIR",
@@ -107,14 +107,18 @@ def make_plan(arguments: argparse.Namespace, folder: pathlib.Path) -> plans.Plan
         plans.LOAD_TAGS: rounds,
         10_000: 1 if quick else rounds,
     }
+    def wanted(part: str) -> bool:
+        return arguments.only in (None, part)
+
     return plans.Plan(
         bin_dir=str((folder / "bin").resolve()),
-        rounds={} if arguments.only == "history" else sizes,
+        rounds=sizes if wanted("operative") else {},
         read_seconds=0.3 if quick else 2.0,
         subscribe_seconds=1.5 if quick else 5.0,
         idle_seconds=0.7 if quick else 5.0,
-        wait_seconds=0.5 if quick else 10.0,
-        history_rounds=0 if arguments.only == "operative" else (1 if quick else rounds),
+        history_rounds=(1 if quick else rounds) if wanted("history") else 0,
+        wait_seconds=0.5 if quick else 5.0,
+        wait_rounds=(1 if quick else rounds) if wanted("waits") else 0,
         server_core=cores[0],
         client_core=cores[1],
         null_test=arguments.null_test,

@@ -134,18 +134,24 @@ def check_same_tree(plan: plans.Plan, tags: int) -> None:
             raise MeasurementError(f"{title} publishes {len(lines)} nodes, first:\n  {first}")
 
 
+def counted(part: str, rounds: int) -> range:
+    if rounds:
+        progress(f"{part}, {rounds} rounds ...")
+    return range(rounds)
+
+
 def measure_history(plan: plans.Plan) -> dict[str, Any]:
     """Samples by figure and server, and the waits of this server's clients."""
-    progress(f"history, {plan.history_rounds} rounds ...")
     rounds: dict[str, dict[str, list[dict[str, Any]]]] = {}
     with controller(plan.bin_dir, plans.WRITE_TAGS, plan.client_core):
         history = History(plan, sys.modules[__name__])
-        for _ in range(plan.history_rounds):
+        for _ in counted("history", plan.history_rounds):
             for figure, samples in history.measure_round().items():
                 by_server = rounds.setdefault(figure, {server: [] for server in SERVERS})
                 for server, sample in samples.items():
                     by_server[server].append(sample)
-        waits = {} if plan.null_test else history.waits()
+        wait_rounds = 0 if plan.null_test else plan.wait_rounds
+        waits = [history.waits() for _ in counted("waits", wait_rounds)]
     return {"figures": rounds, "waits": waits}
 
 
@@ -170,7 +176,7 @@ def main() -> int:
     try:
         plan = plans.Plan.from_json(sys.argv[1])
         samples = carry_out(plan) if plan.rounds else {}
-        history = measure_history(plan) if plan.history_rounds else {}
+        history = measure_history(plan) if plan.history_rounds or plan.wait_rounds else {}
         json.dump({"operative": samples, "history": history}, sys.stdout)
     except MeasurementError as error:
         progress(f"bench: {error}")

@@ -41,8 +41,9 @@ class Plan:
     read_seconds: float
     subscribe_seconds: float
     idle_seconds: float
-    wait_seconds: float
     history_rounds: int
+    wait_seconds: float
+    wait_rounds: int
     server_core: int
     client_core: int
     null_test: bool
