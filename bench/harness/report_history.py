@@ -6,7 +6,7 @@ import statistics
 from typing import Any
 
 from harness import plan as plans
-from harness.report import Bound, Row, Sample, make_row, middle, own_seconds, slices_rate, startup_us
+from harness.report import Bound, Row, Sample, make_row, middle, slices_rate, startup_us
 
 TENTH_OVER = 1 / 1.1
 """Rate of a server that takes a tenth longer for each call."""
