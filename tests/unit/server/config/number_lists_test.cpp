@@ -61,5 +61,4 @@ TEST(NumberLists, SectionNumbersNeedTheWholeName) {
         EXPECT_EQ(getNumberPlotter("My Plotter_" + c.rest), -1);
     }
     EXPECT_EQ(getNumberGroup("attributes_group1"), -1);
-    EXPECT_EQ(getNumberGroup("Attributes"), -1);
 }

@@ -13,35 +13,26 @@ using enum ControllerDatabase::Area;
 namespace {
 
 struct ReadResult {
-    std::string value;
-    unsigned status;
-    long time;
+    std::string value;  // "Float 1.5", "String ABC", "empty"
+    unsigned status = 1;
+    long time = 1;
 };
-
-/// "Float 1.5", "String ABC", "empty".
-std::string shown(const UA_Variant& value) {
-    std::ostringstream text;
-    const auto show = [&]<class T>(std::size_t type, const char* name, T) {
-        if (UA_Variant_hasScalarType(&value, &UA_TYPES[type]))
-            text << name << ' ' << +*static_cast<const T*>(value.data);
-    };
-    show(UA_TYPES_SBYTE, "SByte", UA_SByte{});
-    show(UA_TYPES_BYTE, "Byte", UA_Byte{});
-    show(UA_TYPES_INT16, "Int16", UA_Int16{});
-    show(UA_TYPES_FLOAT, "Float", UA_Float{});
-    if (UA_Variant_hasScalarType(&value, &UA_TYPES[UA_TYPES_STRING])) {
-        const auto& string = *static_cast<const UA_String*>(value.data);
-        text << "String " << std::string(reinterpret_cast<const char*>(string.data), string.length);
-    }
-    return UA_Variant_isEmpty(&value) ? "empty" : text.str();
-}
 
 ReadResult read(VariableType kind, int tag, int attribute) {
     UA_Variant value;
     UA_Variant_init(&value);
-    ReadResult result{"", 1, 1};
+    ReadResult result;
     RTEXHandle::getValueByAttrNumber(attribute, kind, tag, value, result.status, result.time);
-    result.value = shown(value);
+    std::ostringstream text;
+    if (UA_Variant_hasScalarType(&value, &UA_TYPES[UA_TYPES_SBYTE]))
+        text << "SByte " << +*static_cast<const UA_SByte*>(value.data);
+    if (UA_Variant_hasScalarType(&value, &UA_TYPES[UA_TYPES_FLOAT]))
+        text << "Float " << *static_cast<const UA_Float*>(value.data);
+    if (UA_Variant_hasScalarType(&value, &UA_TYPES[UA_TYPES_STRING])) {
+        const auto& string = *static_cast<const UA_String*>(value.data);
+        text << "String " << std::string(reinterpret_cast<const char*>(string.data), string.length);
+    }
+    result.value = UA_Variant_isEmpty(&value) ? "empty" : text.str();
     UA_Variant_clear(&value);
     return result;
 }

@@ -97,6 +97,8 @@ TYPED_TEST(EveryKind, NumbersItsObjectsByItself) {
     typename TypeParam::Variable second;
     EXPECT_EQ(first.getId(), before);
     EXPECT_EQ(second.getId(), before + 1);
+    second.setId(7);
+    EXPECT_EQ(second.getId(), 7);
 }
 
 TYPED_TEST(EveryKind, TakesItsNameFromThePassport) {
@@ -176,21 +178,6 @@ TEST_F(Variables, OfAnalogOutputsTellWhyTheyCannotBeBound) {
     Capture unknown(STDERR_FILENO);
     EXPECT_EQ(av.getCountVarFormObj(1), 1);
     EXPECT_THAT(unknown.text(), HasSubstr("unknown exception"));
-}
-
-TEST_F(Variables, ReportConfiguredAttributesThatTheDatabaseLacks) {
-    const std::vector<Section> sections = {{"Attributes",
-                                            {{"Type1.A", "described, 50"},
-                                             {"Type1.B", "not described, 51"},
-                                             {"Type1.C", "never exported, 27"},
-                                             {"Type1.D", "never exported, 63"},
-                                             {"Type1.E", "not described, 62"}}}};
-    VariableTypeVA variable;
-    std::vector<std::string> missing;
-    for (const TagInfo& entry : variable.getConfigForTag(sections, "main", 0, {})) {
-        missing.insert(missing.end(), entry.missing.begin(), entry.missing.end());
-    }
-    EXPECT_THAT(missing, ElementsAre("Type1.B", "Type1.E"));
 }
 
 // ---- Loading -----------------------------------------------------------------------------------
