@@ -16,9 +16,8 @@
 #include "layout/field_table.h"
 #include "layout/little_endian.h"
 #include "plant/quality.h"
-#include "simulator.h"
-#include "support/child_process.h"
 #include "trends/pen_sampler.h"
+#include "unit/sim/running_simulator.h"
 #include "unit/sim/site/temporary_site.h"
 
 namespace {
@@ -67,13 +66,7 @@ TEST(PenSampler, TakesChangesBeyondNoiseAndAValueASecond) {
         {"quality", 400, 10.2F, 20.4F, 1, sim::Quality::bad, {{1, 10.2F}}},
         {"a second without a change", 1000, 10.2F, 20.4F, 1, sim::Quality::bad, {{2, 20}}},
         {"a second later still", 1400, 10.2F, 20.4F, 1, sim::Quality::bad, {{1, 10.2F}, {3, 1}}},
-        {"a clock that was set back",
-         500,
-         10.2F,
-         20.4F,
-         1,
-         sim::Quality::bad,
-         {{1, 10.2F}, {2, 20}, {3, 1}}},
+        {"clock set back", 500, 10.2F, 20.4F, 1, sim::Quality::bad, {{1, 10.2F}, {2, 20}, {3, 1}}},
     };
     for (const auto& step : steps) {
         SCOPED_TRACE(step.why);
@@ -92,23 +85,12 @@ TEST(PenSampler, TakesChangesBeyondNoiseAndAValueASecond) {
     }
 }
 
-volatile std::sig_atomic_t stopAsked = 0;
-
 /// Runs zrtsim for a moment and gives its messages.
 std::string ran(sim::Options options, std::chrono::milliseconds time) {
     options.cycleMs = 50;
-    ChildProcess child([&options] {
-        signal(SIGTERM, [](int) { stopAsked = 1; });
-        std::cout << std::unitbuf;
-        sim::Simulator(options, std::cout, stopAsked).run();
-        return 0;
-    });
-    EXPECT_TRUE(waitUntil([&] { return child.out().find("zrtsim: ready") != std::string::npos; }))
-        << child.out() << child.err();
+    const RunningSimulator running(options);
     std::this_thread::sleep_for(time);  // what is recorded meanwhile is looked at later
-    kill(child.pid(), SIGTERM);
-    EXPECT_EQ(child.wait(), 0) << child.err();
-    return child.out();
+    return running.out();
 }
 
 /// Times of a pen's values, us.
@@ -181,7 +163,7 @@ TEST(Trends, RefuseWhatTheyCannotGoOnWith) {
         options.fresh = fresh;
         std::ostringstream out;
         try {
-            stopAsked = 1;  // no cycle
+            const volatile std::sig_atomic_t stopAsked = 1;  // no cycle
             sim::Simulator(options, out, stopAsked).run();
         } catch (const sim::Failure& failure) {
             return failure.code();
