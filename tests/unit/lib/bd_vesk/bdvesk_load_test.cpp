@@ -128,7 +128,6 @@ TEST_F(LoadBD, WorksWithoutAnySegment) {
 // ---- The database process ----------------------------------------------------------------------
 
 int loadInAnotherProcess() {
-    All = new vs_obj;
     CVeskBDSh db(0);
     db.LoadBD();
     return db.isVariable({1, 1, 0}) ? 7 : 8;

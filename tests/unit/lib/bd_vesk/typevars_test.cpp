@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cstdint>
 #include <cstring>
 #include <memory>
@@ -69,8 +70,10 @@ class Table {
 };
 
 using Copy = BOOL (CTypeVars::*)(std::uint16_t, void*);
-constexpr Copy kGets[] = {&CTypeVars::getPasp, &CTypeVars::getCurDat, &CTypeVars::getCurVal};
-constexpr Copy kSets[] = {&CTypeVars::setPasp, &CTypeVars::setCurDat, &CTypeVars::setCurVal};
+constexpr std::array<Copy, 3> kGets{&CTypeVars::getPasp, &CTypeVars::getCurDat,
+                                    &CTypeVars::getCurVal};
+constexpr std::array<Copy, 3> kSets{&CTypeVars::setPasp, &CTypeVars::setCurDat,
+                                    &CTypeVars::setCurVal};
 
 class TypeVars : public testing::TestWithParam<Layout> {
   protected:
@@ -79,8 +82,8 @@ class TypeVars : public testing::TestWithParam<Layout> {
         Bytes buffer(256, 0xEE);
         void* const data = isNull ? nullptr : buffer.data();
         for (const auto& operations : {kGets, kSets})
-            for (int i = 0; i < 3; ++i)
-                EXPECT_EQ((table.*operations[i])(num, data), 0);
+            for (const Copy copy : operations)
+                EXPECT_EQ((table.*copy)(num, data), 0);
         EXPECT_EQ(table.setCurDatScale(num, data, 0, 1), 0);
         EXPECT_EQ(buffer, Bytes(256, 0xEE));
         if (isNull) return;
@@ -105,7 +108,9 @@ TEST_P(TypeVars, CopiesOneElementAndNothingBesideIt) {
     EXPECT_EQ(t.table->maxnumAt(), kCount);
     EXPECT_GT(t.table->SizeOf(), 2 * sizeof(void*));
     const std::size_t sizes[] = {GetParam().passport, GetParam().element, GetParam().element};
-    for (int i = 0; i < 3; ++i) {
+    for (std::size_t i = 0; i < 3; ++i) {
+        const Copy get = kGets.at(i);
+        const Copy set = kSets.at(i);
         const auto placeIn = [i](Table& table, std::uint16_t num) {
             return i == 0 ? table.passportOf(num) : i == 1 ? table.dataOf(num) : table.valueOf(num);
         };
@@ -116,7 +121,7 @@ TEST_P(TypeVars, CopiesOneElementAndNothingBesideIt) {
                                           : t.table->getAdrCurVal(num);
             EXPECT_EQ(address, placeIn(t, num));
             Bytes buffer(sizes[i] + 1, 0xEE);
-            EXPECT_EQ((t.table.get()->*kGets[i])(num, buffer.data()), 1);
+            EXPECT_EQ((t.table.get()->*get)(num, buffer.data()), 1);
             EXPECT_EQ(std::memcmp(buffer.data(), placeIn(untouched, num), sizes[i]), 0);
             EXPECT_EQ(buffer[sizes[i]], 0xEE);
 
@@ -124,7 +129,7 @@ TEST_P(TypeVars, CopiesOneElementAndNothingBesideIt) {
             Table expected(GetParam());
             std::memset(placeIn(expected, num), 0x77, sizes[i]);
             buffer.assign(sizes[i], 0x77);
-            EXPECT_EQ((changed.table.get()->*kSets[i])(num, buffer.data()), 1);
+            EXPECT_EQ((changed.table.get()->*set)(num, buffer.data()), 1);
             expectSame(changed, expected);
         }
     }
