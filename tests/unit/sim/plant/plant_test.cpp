@@ -131,6 +131,22 @@ TEST_F(PlantTest, WeatherModeTakesTheSetPointFromTheCurve) {
     EXPECT_EQ(db.field<float>(AV, 10, kSetPointInUse), 74);
 }
 
+TEST_F(PlantTest, AnInputOffTheScanKeepsWhatAClientWrites) {
+    constexpr int kFlame = 1;
+    run(1);
+    db.setField<std::uint8_t>(VA, 1, 107, 1);
+    db.setData(VA, 1, 33.5F);
+    db.setField<std::uint8_t>(DI, kFlame, 48, 2);
+    db.setData<std::uint8_t>(DI, kFlame, 0);
+    run(1);
+    EXPECT_EQ(db.field<float>(VA, 1, 103), 33.5F);
+    EXPECT_EQ(db.field<std::uint8_t>(VA, 1, 108) & (64 | 8), 64 | 8) << "scan off, above 30";
+    EXPECT_EQ(db.field<std::uint8_t>(VA, 1, 110), 1) << "warning";
+    EXPECT_EQ(db.value<std::uint8_t>(DI, kFlame), 0);
+    EXPECT_EQ(db.quality(DI, kFlame), 0x40U);
+    EXPECT_EQ(db.field<std::uint8_t>(DI, kFlame, 50), 1) << "no flame is an alarm";
+}
+
 TEST_F(PlantTest, SensorsBreakButNotThoseOfLoops) {
     std::set<unsigned> qualities;
     std::set<int> affected;
