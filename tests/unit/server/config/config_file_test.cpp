@@ -8,6 +8,7 @@
 
 using testing::ElementsAre;
 using testing::IsEmpty;
+using Message = RecordingJournal::Message;
 
 static const std::string kPath = "/zrt/settings/test.ini";
 
@@ -117,6 +118,19 @@ TEST_F(ConfigFile, IsLoadedOnce) {
     EXPECT_TRUE(manager.loadConfig(kPath));
     EXPECT_TRUE(manager.loadConfig("/zrt/settings/none.ini"));
     EXPECT_THAT(flat(manager.getSections()), ElementsAre(Flat{"Access"}));
+}
+
+TEST_F(ConfigFile, MissingAttributesAreReportedOnceInTheirOrder) {
+    writeFile(iniFilePath, "[Attributes]\nType1.a=A,1\nType1.b=B,2\n");
+    MissingAttrManager missing;
+    missing.addMissingAttr({"Type1.b", "Type1.a"});
+    missing.addMissingAttr({});
+    missing.addMissingAttr({"Type1.a", "Type1.c", "Type1.b"});
+    EXPECT_THAT(journal.messages, IsEmpty());
+    missing.sendMessage();
+    EXPECT_THAT(journal.messages, ElementsAre(Message{18094, {3, 4, "строка №3"}},
+                                              Message{18094, {3, 4, "строка №2"}},
+                                              Message{18094, {3, 4, "строка №4"}}));
 }
 
 TEST(MessageBlocker, LetsEachKindPassOnce) {
