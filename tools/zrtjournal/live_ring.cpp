@@ -13,10 +13,6 @@ namespace zrtjournal {
 
 namespace {
 
-bool isLater(const timeval_32& a, const timeval_32& b) {
-    return a.tv_sec != b.tv_sec ? a.tv_sec > b.tv_sec : a.tv_usec > b.tv_usec;
-}
-
 /// The journal's segments, attached for reading.
 class Ring {
   public:
@@ -101,23 +97,23 @@ bool isWhole(const Snapshot& snapshot, const Ring& ring) {
     return copied.tv_sec == now.tv_sec && copied.tv_usec == now.tv_usec;
 }
 
-/// Under posters that never pause: leaves out the slots that were filled since, the one that may be
-/// being filled, and what is older than a stamp that does not rise.
+/// Under posters that never pause: leaves out what was filled while it was copied, and all older
+/// messages. Only one poster fills a slot at a time, so a slot that was half filled when it was
+/// copied has other bytes by now, or is still the one behind the newest.
 void dropChanged(Snapshot& snapshot, const Ring& ring) {
     const unsigned capacity = ring.capacity();
-    const unsigned filled = CRolManager::CycMinus(ring.newest(), snapshot.newest, capacity) + 1;
+    const unsigned beingFilled = (ring.newest() + 1) % capacity;
+    std::atomic_thread_fence(std::memory_order_seq_cst);
     auto& messages = snapshot.messages;
-    // In a ring that is not full, the slots that are filled next hold nothing yet.
-    const unsigned unused = capacity - snapshot.held;
-    const std::size_t gone =
-        std::min<std::size_t>(filled - std::min(filled, unused), messages.size());
-    messages.erase(messages.begin(), messages.begin() + static_cast<std::ptrdiff_t>(gone));
-    const auto fall =
-        std::adjacent_find(messages.rbegin(), messages.rend(),
-                           [](const SRolMessage& later, const SRolMessage& earlier) {
-                               return !isLater(later.PseudoTimeStamp, earlier.PseudoTimeStamp);
-                           });
-    if (fall != messages.rend()) messages.erase(messages.begin(), fall.base() - 1);
+    auto firstKept = messages.begin();
+    auto age = static_cast<unsigned>(messages.size());
+    for (auto copied = messages.begin(); copied != messages.end(); ++copied) {
+        const unsigned slot = CRolManager::CycMinus(snapshot.newest, --age, capacity);
+        const SRolMessage now = ring.record(slot);
+        const bool changed = std::memcmp(&now, &*copied, sizeof(now)) != 0;
+        if (changed || slot == beingFilled) firstKept = copied + 1;
+    }
+    messages.erase(messages.begin(), firstKept);
 }
 
 }  // namespace
