@@ -21,14 +21,22 @@ namespace {
 using namespace std::chrono_literals;
 using Clock = std::chrono::steady_clock;
 using Millis = std::chrono::duration<double, std::milli>;
+using Seconds = std::chrono::duration<double>;
 
 constexpr auto kReadEvery = 2ms;
 constexpr int kSilenceMs = 30'000;
+
+/// The end of a measurement that begins now. Each thread takes it when it is connected: that may
+/// take longer than a short measurement.
+Clock::time_point endAfter(Seconds length) {
+    return Clock::now() + std::chrono::duration_cast<Clock::duration>(length);
+}
 
 /// How long something waited, in milliseconds.
 class Waits {
   public:
     void add(double ms) { ms_.push_back(ms); }
+    bool empty() const { return ms_.empty(); }
 
     std::string json() {
         std::sort(ms_.begin(), ms_.end());
@@ -55,7 +63,7 @@ UA_ReadValueId currentTime() {
 
 /// A read every two milliseconds, whether the one before was answered or not: each waits from the
 /// moment at which it was due.
-void timeReads(std::uint16_t port, Clock::time_point end, Waits& waits) {
+void timeReads(std::uint16_t port, Seconds length, Waits& waits) {
     UaConnection connection(port);
     Owned<UA_ReadRequest> request(UA_TYPES_READREQUEST);
     request->nodesToRead = UA_ReadValueId_new();
@@ -65,6 +73,7 @@ void timeReads(std::uint16_t port, Clock::time_point end, Waits& waits) {
     const PreparedRequest read = connection.prepare(request);
 
     std::map<std::uint32_t, Clock::time_point> due;
+    const Clock::time_point end = endAfter(length);
     Clock::time_point next = Clock::now();
     while (next < end || !due.empty()) {
         while (next < end && next <= Clock::now()) {
@@ -81,15 +90,16 @@ void timeReads(std::uint16_t port, Clock::time_point end, Waits& waits) {
 }
 
 /// Lateness of each notification of a value that changes all the time.
-void timeNotifications(std::uint16_t port, Clock::time_point end, Waits& waits) {
+void timeNotifications(std::uint16_t port, Seconds length, Waits& waits) {
     UaConnection connection(port);
     Subscription subscription(connection);
     const UA_NodeId node = currentTime().nodeId;
     subscription.add({&node, 1});
     subscription.startPublishing();
     if (subscription.receive(kSilenceMs) == 0) throw UaError("no first value");
+    const Clock::time_point end = endAfter(length);
     Clock::time_point last = Clock::now();
-    while (Clock::now() < end) {
+    while (Clock::now() < end || waits.empty()) {
         if (subscription.receive(kSilenceMs) == 0) continue;
         const auto now = Clock::now();
         waits.add(std::max(0.0, Millis(now - last).count() - subscription.intervalMs()));
@@ -98,9 +108,10 @@ void timeNotifications(std::uint16_t port, Clock::time_point end, Waits& waits) 
 }
 
 /// Reads of all pens, one after the other without a pause; the time that each took.
-void readPens(std::uint16_t port, std::size_t pens, Clock::time_point end, Waits& waits) {
+void readPens(std::uint16_t port, std::size_t pens, Seconds length, Waits& waits) {
     UaConnection connection(port);
     const PreparedRequest read = prepareHistoryRead(connection, 1, pens);
+    const Clock::time_point end = endAfter(length);
     while (Clock::now() < end) {
         const auto begin = Clock::now();
         (void)connection.post(read);
@@ -116,8 +127,7 @@ void readPens(std::uint16_t port, std::size_t pens, Clock::time_point end, Waits
 }  // namespace
 
 void measureWaits(const Target& target, const WaitLoad& load) {
-    const auto end = Clock::now() + std::chrono::duration_cast<Clock::duration>(
-                                        std::chrono::duration<double>(load.seconds));
+    const Seconds length(load.seconds);
     Waits reads;
     Waits notifications;
     Waits history;
@@ -133,10 +143,10 @@ void measureWaits(const Target& target, const WaitLoad& load) {
         });
     };
     std::vector<std::thread> threads;
-    threads.push_back(guarded([&] { timeReads(target.port, end, reads); }));
-    threads.push_back(guarded([&] { timeNotifications(target.port, end, notifications); }));
+    threads.push_back(guarded([&] { timeReads(target.port, length, reads); }));
+    threads.push_back(guarded([&] { timeNotifications(target.port, length, notifications); }));
     if (load.pens != 0) {
-        threads.push_back(guarded([&] { readPens(target.port, load.pens, end, history); }));
+        threads.push_back(guarded([&] { readPens(target.port, load.pens, length, history); }));
     }
     for (std::thread& thread : threads) {
         thread.join();
