@@ -257,10 +257,6 @@ DAMAGES = {
 }
 
 
-def cut(path: Path) -> None:
-    path.write_bytes(path.read_bytes()[:-3])
-
-
 def damage(path: Path) -> None:
     path.write_bytes(path.read_bytes()[:-1] + b"?")
 
