@@ -129,7 +129,7 @@ void CVeskBDSh::Read(std::uint8_t type, std::uint16_t num, std::uint16_t num_atr
         if (variableIndex + 1 < plan.recordCount) __builtin_prefetch(field + plan.recordSize);
     }
     const TQF* const tqf = variableIndex < plan.tqfCount ? plan.tqf + variableIndex : nullptr;
-    if (variableIndex + 1 < plan.tqfCount) __builtin_prefetch(tqf + 1);
+    if (tqf != nullptr && variableIndex + 1 < plan.tqfCount) __builtin_prefetch(tqf + 1);
     out->time = timeOf(tqf);
     out->quality = qualityOf(tqf);
 }
