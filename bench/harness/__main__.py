@@ -99,11 +99,11 @@ def make_plan(arguments: argparse.Namespace, folder: pathlib.Path) -> plans.Plan
         say("bench: needs two cores, one for the servers and one for the client")
         sys.exit(1)
     quick = arguments.quick
-    rounds = arguments.rounds or (3 if quick else 5)
+    rounds = arguments.rounds or (2 if quick else 5)
     # Small trees start in milliseconds, which one scheduling delay can double; but they cost no time.
     sizes = {
-        0: 4 * rounds,
-        100: 4 * rounds,
+        0: (2 if quick else 4) * rounds,
+        100: (2 if quick else 4) * rounds,
         plans.LOAD_TAGS: rounds,
         10_000: 1 if quick else rounds,
     }
