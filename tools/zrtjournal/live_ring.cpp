@@ -13,6 +13,10 @@ namespace zrtjournal {
 
 namespace {
 
+bool isLater(const timeval_32& a, const timeval_32& b) {
+    return a.tv_sec != b.tv_sec ? a.tv_sec > b.tv_sec : a.tv_usec > b.tv_usec;
+}
+
 /// The journal's segments, attached for reading.
 class Ring {
   public:
@@ -52,9 +56,10 @@ class Ring {
     }
 
   private:
-    /// Another process changes it: one load each time.
+    /// Another process changes it: one load each time, and what is read next is read after it.
     static unsigned wordAt(const ShmView& view) {
-        return *static_cast<const volatile std::uint16_t*>(view.address.get());
+        return __atomic_load_n(static_cast<const std::uint16_t*>(view.address.get()),
+                               __ATOMIC_ACQUIRE);
     }
 
     ShmView settings_;
@@ -88,13 +93,19 @@ Snapshot take(const Ring& ring) {
 
 /// A poster takes the oldest message out of the count before it fills its slot, and moves the index
 /// behind it: as long as neither changed, nothing that was copied did. A whole round would bring
-/// both back, but not the stamp.
+/// both back, but not the bytes.
 bool isWhole(const Snapshot& snapshot, const Ring& ring) {
-    if (ring.newest() != snapshot.newest || ring.held() != snapshot.held) return false;
+    // The count first: a poster moves the index before it counts its message.
+    if (ring.held() != snapshot.held || ring.newest() != snapshot.newest) return false;
     if (snapshot.messages.empty()) return true;
-    const timeval_32 copied = snapshot.messages.back().PseudoTimeStamp;
-    const timeval_32 now = ring.record(snapshot.newest).PseudoTimeStamp;
-    return copied.tv_sec == now.tv_sec && copied.tv_usec == now.tv_usec;
+    // Read once more: only a poster that stands still in the middle of a slot could be missed.
+    auto age = static_cast<unsigned>(snapshot.messages.size());
+    return std::all_of(
+        snapshot.messages.begin(), snapshot.messages.end(), [&](const SRolMessage& copied) {
+            const SRolMessage now =
+                ring.record(CRolManager::CycMinus(snapshot.newest, --age, ring.capacity()));
+            return std::memcmp(&now, &copied, sizeof(now)) == 0;
+        });
 }
 
 /// Under posters that never pause: leaves out what was filled while it was copied, and all older
@@ -116,6 +127,17 @@ void dropChanged(Snapshot& snapshot, const Ring& ring) {
     messages.erase(messages.begin(), firstKept);
 }
 
+/// Where the stamps do not rise, a poster has come round between two slots: leaves out what lies
+/// before.
+void dropBeforeFall(std::vector<SRolMessage>& messages) {
+    const auto fall =
+        std::adjacent_find(messages.rbegin(), messages.rend(),
+                           [](const SRolMessage& later, const SRolMessage& earlier) {
+                               return !isLater(later.PseudoTimeStamp, earlier.PseudoTimeStamp);
+                           });
+    if (fall != messages.rend()) messages.erase(messages.begin(), fall.base() - 1);
+}
+
 }  // namespace
 
 RingCopy copyRing() {
@@ -131,6 +153,7 @@ RingCopy copyRing() {
         snapshot = take(ring);
     }
     if (!isWhole(snapshot, ring)) dropChanged(snapshot, ring);
+    dropBeforeFall(snapshot.messages);
     copy.messages = std::move(snapshot.messages);
     return copy;
 }
