@@ -41,8 +41,8 @@ function(opcuasrv_library name)
 endfunction()
 
 # opcuasrv_optimise_across_files(<target>...)
-# For the folders that a client's read runs through: its callback then becomes one piece of code, which
-# takes a quarter off its time (bench/micro/run). As with the OPC UA library, the objects hold plain code
+# For the folders that a client's read runs through: its callback then becomes one piece of code
+# (bench/micro/run shows what that is worth). As with the OPC UA library, the objects hold plain code
 # beside it for the tests, which are linked without.
 function(opcuasrv_optimise_across_files)
     foreach(target IN LISTS ARGN)

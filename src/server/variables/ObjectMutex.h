@@ -8,7 +8,7 @@
 
 /// Keeps a read and a write of one tag apart.
 ///
-/// The server has one thread, and then nothing is locked: a mutex costs as much as the rest of a
+/// The server has one thread, and then nothing is locked: a mutex is a noticeable part of a
 /// read. The C library tells when that changes, so that a build of the OPC UA library that reads
 /// from several threads is safe too.
 class ObjectMutex {
