@@ -91,40 +91,44 @@ Snapshot take(const Ring& ring) {
     return snapshot;
 }
 
+/// The slot that a message of the snapshot was copied from.
+unsigned slotOf(const Snapshot& snapshot, std::size_t index, const Ring& ring) {
+    const auto age = static_cast<unsigned>(snapshot.messages.size() - 1 - index);
+    return CRolManager::CycMinus(snapshot.newest, age, ring.capacity());
+}
+
+bool isChanged(const Snapshot& snapshot, std::size_t index, const Ring& ring) {
+    const SRolMessage now = ring.record(slotOf(snapshot, index, ring));
+    return std::memcmp(&now, &snapshot.messages[index], sizeof(now)) != 0;
+}
+
 /// A poster takes the oldest message out of the count before it fills its slot, and moves the index
 /// behind it: as long as neither changed, nothing that was copied did. A whole round would bring
 /// both back, but not the bytes.
 bool isWhole(const Snapshot& snapshot, const Ring& ring) {
     // The count first: a poster moves the index before it counts its message.
     if (ring.held() != snapshot.held || ring.newest() != snapshot.newest) return false;
-    if (snapshot.messages.empty()) return true;
     // Read once more: only a poster that stands still in the middle of a slot could be missed.
-    auto age = static_cast<unsigned>(snapshot.messages.size());
-    return std::all_of(
-        snapshot.messages.begin(), snapshot.messages.end(), [&](const SRolMessage& copied) {
-            const SRolMessage now =
-                ring.record(CRolManager::CycMinus(snapshot.newest, --age, ring.capacity()));
-            return std::memcmp(&now, &copied, sizeof(now)) == 0;
-        });
+    for (std::size_t index = 0; index < snapshot.messages.size(); ++index) {
+        if (isChanged(snapshot, index, ring)) return false;
+    }
+    return true;
 }
 
 /// Under posters that never pause: leaves out what was filled while it was copied, and all older
 /// messages. Only one poster fills a slot at a time, so a slot that was half filled when it was
 /// copied has other bytes by now, or is still the one behind the newest.
 void dropChanged(Snapshot& snapshot, const Ring& ring) {
-    const unsigned capacity = ring.capacity();
-    const unsigned beingFilled = (ring.newest() + 1) % capacity;
+    const unsigned beingFilled = (ring.newest() + 1) % ring.capacity();
     std::atomic_thread_fence(std::memory_order_seq_cst);
     auto& messages = snapshot.messages;
-    auto firstKept = messages.begin();
-    auto age = static_cast<unsigned>(messages.size());
-    for (auto copied = messages.begin(); copied != messages.end(); ++copied) {
-        const unsigned slot = CRolManager::CycMinus(snapshot.newest, --age, capacity);
-        const SRolMessage now = ring.record(slot);
-        const bool changed = std::memcmp(&now, &*copied, sizeof(now)) != 0;
-        if (changed || slot == beingFilled) firstKept = copied + 1;
+    std::size_t dropped = 0;
+    for (std::size_t index = 0; index < messages.size(); ++index) {
+        if (isChanged(snapshot, index, ring) || slotOf(snapshot, index, ring) == beingFilled) {
+            dropped = index + 1;
+        }
     }
-    messages.erase(messages.begin(), firstKept);
+    messages.erase(messages.begin(), messages.begin() + static_cast<std::ptrdiff_t>(dropped));
 }
 
 /// Where the stamps do not rise, a poster has come round between two slots: leaves out what lies
