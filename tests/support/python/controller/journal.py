@@ -24,6 +24,10 @@ _NUMBERS = {1: "b", 2: "B", 3: "h", 4: "H", 5: "i", 6: "I", 7: "f", 8: "d", 11: 
 _TEXT = 9
 
 
+class NotWhole(ValueError):
+    """A file that is damaged, or that its writer has not finished."""
+
+
 @dataclass(frozen=True)
 class Message:
     """Texts are the bytes that lie there, without their NUL."""
@@ -96,17 +100,24 @@ def ring(generation: int = 0) -> list[Message]:
 
 
 def messages_file(path: Path) -> list[Message]:
-    """The messages of a file, oldest first; fails for a file that is not whole."""
-    data = path.read_bytes()
+    """The messages of a file, oldest first. Raises NotWhole."""
+    try:
+        messages = _messages_of(path.read_bytes())
+    except (AssertionError, IndexError, struct.error) as error:
+        raise NotWhole(f"{path}: {error}") from error
+    _assert_stamps_rise(messages)
+    return messages
+
+
+def _messages_of(data: bytes) -> list[Message]:
     tag, count, last = _FILE_HEAD.unpack_from(data)
-    assert (tag, last) == (b"veskrol2.1", count - 1)
+    assert (tag, last) == (b"veskrol2.1", count - 1), "the header contradicts itself"
     data = data[_FILE_HEAD.size :]
     messages = []
     for _ in range(count):
         messages.append(parse(data))
         data = data[messages[-1].size :]
     assert data == b"", "something follows the last message"
-    _assert_stamps_rise(messages)
     return messages
 
 
