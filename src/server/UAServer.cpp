@@ -12,6 +12,7 @@
 #include "server/diagnostics/MsgHandler.h"
 #include "server/diagnostics/OperatorMessages.h"
 #include "server/diagnostics/SleepForever.h"
+#include "server/operative/IndexedNodeStore.h"
 #include "server/operative/UaView.h"
 #include "server/text/ToUTF8Converter.h"
 
@@ -83,6 +84,7 @@ UAServer::UAServer() : rootId_(UA_NODEID_NUMERIC(0, kRootFolder)), server_(UA_Se
     UA_ServerConfig* const config = UA_Server_getConfig(server_);
     setMinimalConfig(*config, kDefaultPort);
     setLogLevel(*config, logLevel_);
+    config->nodestore = indexVariables(config->nodestore);
     namespaceIndex_ = UA_Server_addNamespace(server_, "urn:vesk");
 }
 

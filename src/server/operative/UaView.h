@@ -26,3 +26,7 @@ inline UA_QualifiedName uaNameView(UA_UInt16 ns, std::string_view text) {
 inline UA_LocalizedText uaTextView(std::string_view locale, std::string_view text) {
     return {uaView(locale), uaView(text)};
 }
+
+inline std::string_view textOf(const UA_String& text) {
+    return {reinterpret_cast<const char*>(text.data), text.length};
+}

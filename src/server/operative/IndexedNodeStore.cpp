@@ -1,0 +1,138 @@
+#include "server/operative/IndexedNodeStore.h"
+
+#include <memory>
+#include <new>
+
+#include "server/operative/NodeTable.h"
+
+namespace {
+
+bool hasText(const UA_NodeId& id) {
+    return id.identifierType == UA_NODEIDTYPE_STRING;
+}
+
+/// Variables only: the library's store tidies the references of a node when nobody holds it, which
+/// matters for folders and types with many of them.
+bool isIndexed(const UA_Node& node) {
+    return node.head.nodeClass == UA_NODECLASS_VARIABLE && hasText(node.head.nodeId);
+}
+
+/// Holds each node of the index once in the store behind it, so that the node stays at its place,
+/// and counts by itself how often the node is given out.
+class IndexedNodeStore : public UA_Nodestore {
+  public:
+    explicit IndexedNodeStore(UA_Nodestore* inner);
+
+    bool isMade() const { return table_.isMade(); }
+
+  private:
+    static IndexedNodeStore& self(UA_Nodestore* store) {
+        return *static_cast<IndexedNodeStore*>(store);
+    }
+
+    /// Has the store behind answer a call by itself.
+    template <auto Call, class... Arguments>
+    static auto passOn(UA_Nodestore* store, Arguments... arguments) {
+        UA_Nodestore* const inner = self(store).inner_;
+        return (inner->*Call)(inner, arguments...);
+    }
+
+    UA_Node* get(const UA_NodeId& id);
+    UA_Node* getPointedAt(UA_NodePointer pointer);
+    void release(const UA_Node* node);
+    void forget(const UA_NodeId& id);
+    UA_Node* getFromInner(const UA_NodeId& id);
+
+    UA_Nodestore* inner_;
+    NodeTable table_;
+};
+
+// ---- Giving out and taking back ----------------------------------------------------------------
+
+UA_Node* IndexedNodeStore::getFromInner(const UA_NodeId& id) {
+    return inner_->getEditNode(inner_, &id, UA_NODEATTRIBUTESMASK_ALL, UA_REFERENCETYPESET_ALL,
+                               UA_BROWSEDIRECTION_BOTH);
+}
+
+UA_Node* IndexedNodeStore::get(const UA_NodeId& id) {
+    if (!hasText(id)) return getFromInner(id);
+    if (NodeTable::Slot* const slot = table_.find(id)) {
+        ++slot->uses;
+        return const_cast<UA_Node*>(slot->node);  // the store gave it out as editable
+    }
+    UA_Node* const node = getFromInner(id);
+    if (node == nullptr || !isIndexed(*node)) return node;
+    // What was just got from the store is what the index holds.
+    if (NodeTable::Slot* const slot = table_.add(*node)) slot->uses = 1;
+    return node;
+}
+
+UA_Node* IndexedNodeStore::getPointedAt(UA_NodePointer pointer) {
+    return UA_NodePointer_isLocal(pointer) ? get(UA_NodePointer_toNodeId(pointer)) : nullptr;
+}
+
+void IndexedNodeStore::release(const UA_Node* node) {
+    if (node == nullptr) return;
+    NodeTable::Slot* const slot = isIndexed(*node) ? table_.find(node->head.nodeId) : nullptr;
+    if (slot != nullptr && slot->node == node) {
+        --slot->uses;
+    } else {
+        inner_->releaseNode(inner_, node);
+    }
+}
+
+/// Before the store removes or replaces a node: whoever has it now, has it from the store.
+void IndexedNodeStore::forget(const UA_NodeId& id) {
+    NodeTable::Slot* const slot = hasText(id) ? table_.find(id) : nullptr;
+    if (slot == nullptr) return;
+    const UA_Node* const node = slot->node;
+    for (; slot->uses > 0; --slot->uses)
+        static_cast<void>(getFromInner(id));
+    table_.remove(*slot);
+    inner_->releaseNode(inner_, node);
+}
+
+// ---- The library's interface -------------------------------------------------------------------
+
+IndexedNodeStore::IndexedNodeStore(UA_Nodestore* inner) : UA_Nodestore(), inner_(inner) {
+    free = [](UA_Nodestore* store) {
+        const std::unique_ptr<IndexedNodeStore> ended(&self(store));
+        ended->inner_->free(ended->inner_);
+    };
+
+    getNode = [](UA_Nodestore* store, const UA_NodeId* id, UA_UInt32, UA_ReferenceTypeSet,
+                 UA_BrowseDirection) -> const UA_Node* { return self(store).get(*id); };
+    getEditNode = [](UA_Nodestore* store, const UA_NodeId* id, UA_UInt32, UA_ReferenceTypeSet,
+                     UA_BrowseDirection) { return self(store).get(*id); };
+    getNodeFromPtr = [](UA_Nodestore* store, UA_NodePointer pointer, UA_UInt32, UA_ReferenceTypeSet,
+                        UA_BrowseDirection) -> const UA_Node* {
+        return self(store).getPointedAt(pointer);
+    };
+    getEditNodeFromPtr = [](UA_Nodestore* store, UA_NodePointer pointer, UA_UInt32,
+                            UA_ReferenceTypeSet,
+                            UA_BrowseDirection) { return self(store).getPointedAt(pointer); };
+    releaseNode = [](UA_Nodestore* store, const UA_Node* node) { self(store).release(node); };
+
+    replaceNode = [](UA_Nodestore* store, UA_Node* node) {
+        self(store).forget(node->head.nodeId);
+        return passOn<&UA_Nodestore::replaceNode>(store, node);
+    };
+    removeNode = [](UA_Nodestore* store, const UA_NodeId* id) {
+        self(store).forget(*id);
+        return passOn<&UA_Nodestore::removeNode>(store, id);
+    };
+
+    newNode = passOn<&UA_Nodestore::newNode>;
+    deleteNode = passOn<&UA_Nodestore::deleteNode>;
+    getNodeCopy = passOn<&UA_Nodestore::getNodeCopy>;
+    insertNode = passOn<&UA_Nodestore::insertNode>;
+    getReferenceTypeId = passOn<&UA_Nodestore::getReferenceTypeId>;
+    iterate = passOn<&UA_Nodestore::iterate>;
+}
+
+}  // namespace
+
+UA_Nodestore* indexVariables(UA_Nodestore* store) {
+    std::unique_ptr<IndexedNodeStore> indexed(new (std::nothrow) IndexedNodeStore(store));
+    return indexed && indexed->isMade() ? indexed.release() : store;
+}
