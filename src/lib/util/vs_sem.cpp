@@ -59,8 +59,14 @@ vs_sem::~vs_sem() {
 }
 
 void vs_sem::sem_lock() {
-    // Fails only when the set is gone; the processes that shared it are then ending.
-    static_cast<void>(change(id_sem, -1, SEM_UNDO));
+    if (change(id_sem, -1, SEM_UNDO) == 0) return;
+    // The set is gone. Where another process has made it anew, that one keeps its users apart;
+    // without one, its former users are ending and nothing is left to wait for.
+    const int anew = semget(sem_key, semnum, static_cast<int>(sem_perm));
+    if (anew == -1 || anew == id_sem) return;
+    id_sem = anew;
+    cr_sem = 0;
+    static_cast<void>(change(id_sem, -1, SEM_UNDO));  // removed again meanwhile: as without one
 }
 
 void vs_sem::sem_unlock() {

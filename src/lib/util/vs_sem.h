@@ -26,7 +26,8 @@ class vs_sem {
     vs_sem(const vs_sem&) = delete;
     vs_sem& operator=(const vs_sem&) = delete;
 
-    /// Takes the lock, waiting as long as needed; signals do not end the wait. Not recursive.
+    /// Takes the lock, waiting as long as needed; signals do not end the wait. Not recursive. A set
+    /// that another process removed and made anew is joined; without any it does nothing.
     void sem_lock();
     void sem_unlock();
 

@@ -1,15 +1,20 @@
 #include "lib/util/vs_sem.h"
 
 #include <gtest/gtest.h>
+#include <sched.h>
+#include <sys/mman.h>
 #include <sys/sem.h>
 #include <sys/time.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <memory>
+#include <new>
 #include <string>
+#include <vector>
 
 #include "lib/util/ipc_objects.h"
 #include "support/capture.h"
@@ -83,6 +88,63 @@ TEST(VsSem, LockKeepsOthersOutWhateverSignalsTheyGetAndEndsWithItsHolder) {
     EXPECT_EQ(holder.wait(), 128 + SIGKILL);
     EXPECT_EQ(waiting.wait(), 1);
     EXPECT_NE(waiting.out().find("locked"), std::string::npos);
+}
+
+/// Processes that all try to make the set, then count in memory that only the lock keeps right.
+TEST(VsSem, LetsOneProcessInAtATime) {
+    constexpr unsigned kProcesses = 4;
+    constexpr unsigned kEach = 5000;
+    struct Shared {
+        std::atomic<unsigned> come, made, done;
+        volatile unsigned count;
+    };
+    void* const memory =
+        mmap(nullptr, sizeof(Shared), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+    ASSERT_NE(memory, MAP_FAILED);
+    auto& shared = *new (memory) Shared{};
+    const auto meet = [](std::atomic<unsigned>& number) {
+        for (++number; number < kProcesses;)
+            sched_yield();
+    };
+    const VeskPath path;
+    std::vector<std::unique_ptr<ChildProcess>> users;
+    for (unsigned user = 0; user < kProcesses; ++user) {
+        users.push_back(std::make_unique<ChildProcess>([&] {
+            meet(shared.come);
+            vs_sem sem(kIndex, 0666);
+            shared.made += sem.is_created() != 0 ? 1U : 0U;
+            for (unsigned i = 0; i < kEach; ++i) {
+                const SemLock held(sem);
+                const unsigned before = shared.count;
+                if (i % 16 == 0) sched_yield();
+                shared.count = before + 1;
+            }
+            meet(shared.done);  // the maker takes the set away
+            return 0;
+        }));
+    }
+    for (auto& user : users)
+        EXPECT_EQ(user->wait(), 0);
+    EXPECT_EQ(shared.made, 1U);
+    EXPECT_EQ(shared.count, kProcesses * kEach);
+    munmap(memory, sizeof(Shared));
+}
+
+TEST(VsSem, LocksTheSetThatAnotherMadeAnew) {
+    const VeskPath path;
+    auto former = std::make_unique<vs_sem>(kIndex, 0666);
+    EXPECT_EQ(IpcRemove(IpcKind::semaphore, former->id_sem), 0);
+    former->sem_lock();  // nobody to be kept out: does not wait
+    const vs_sem anew(kIndex, 0666);
+    EXPECT_EQ(anew.is_created(), 1);
+    former->sem_unlock();
+    EXPECT_EQ(valueOf(anew), 1) << "what was not taken is not given back";
+    former->sem_lock();
+    EXPECT_EQ(valueOf(anew), 0);
+    former->sem_unlock();
+    EXPECT_EQ(valueOf(anew), 1);
+    former.reset();
+    EXPECT_EQ(valueOf(anew), 1) << "not its maker";
 }
 
 TEST(VsSem, TellsWhatFailed) {
