@@ -256,7 +256,7 @@ TEST_F(Messages, WaitingEndsWithAMessageTheNamedProcessOrTheTime) {
         return 0;
     });
     const auto start = std::chrono::steady_clock::now();
-    EXPECT_EQ(object->ReceiveWithTimeout(sender.pid(), data, 5, 200), sender.pid());
+    EXPECT_EQ(object->ReceiveWithTimeout(sender.pid(), data, 5, 10000), sender.pid());
     EXPECT_STREQ(data, "tick");
     EXPECT_EQ(object->ReceiveWithTimeout(sender.pid(), data, 4, 200), -ENOENT);
     EXPECT_GE(std::chrono::steady_clock::now() - start, milliseconds(200));
@@ -269,9 +269,9 @@ TEST_F(Messages, WaitingEndsWithAMessageTheNamedProcessOrTheTime) {
     EXPECT_EQ(kill(sender.pid(), 0), -1) << "the child that ended is reaped";
     killer.join();
 
+    startTimer(60000000);
     ChildProcess leaving([] { return usleep(150000); });
     std::thread reaper([&] { leaving.wait(); });
-    startTimer(60000000);
     EXPECT_EQ(object->Receive(leaving.pid(), data, 4), -1);
     const long rest = timerRestUs();
     startTimer(0);
