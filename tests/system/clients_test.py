@@ -10,6 +10,7 @@ from asyncua import ua
 from conftest import Clients, Controller, ServerUnderTest
 from programs import ENDPOINT, PORT
 from published_tags import item, publishing
+from waiting import PATIENCE_S
 
 BOTH = "OPC_READABLE+OPC_WRITEABLE"
 
@@ -82,7 +83,7 @@ def test_connections_that_speak_something_else(
     openings += [noise.randbytes(noise.randrange(1, 3000)) for _ in range(20)]
     left_open = []
     for opening in openings:
-        connection = socket.create_connection(("127.0.0.1", PORT), timeout=5)
+        connection = socket.create_connection(("127.0.0.1", PORT), timeout=PATIENCE_S)
         connection.sendall(opening)
         left_open.append(connection)
         assert client.read(item("VA", 2, 14)).StatusCode.is_good()

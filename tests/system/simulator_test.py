@@ -75,7 +75,7 @@ def test_cleans_up_behind_a_killed_one(controller: Controller) -> None:
 
 
 def test_refuses_to_run_twice(controller: Controller, processes: Processes) -> None:
-    first = controller.start_simulator()
+    first = controller.start_simulator("--frozen")  # saves nothing meanwhile
     before = sysv.objects(), tree()
     status, text = run_to_its_end(processes)
     assert status == CONTROLLER_HERE and "zrtsim" in text
