@@ -125,11 +125,8 @@ void CVeskBDSh::Read(std::uint8_t type, std::uint16_t num, std::uint16_t num_atr
         const std::size_t record = std::size_t{variableIndex} * plan.recordSize;
         const std::uint8_t* const field = plan.records + record + place.offset;
         readField(field, place, out->val);
-        // Clients read tag after tag: the next one's lines are fetched while this value travels.
-        if (variableIndex + 1 < plan.recordCount) __builtin_prefetch(field + plan.recordSize);
     }
     const TQF* const tqf = variableIndex < plan.tqfCount ? plan.tqf + variableIndex : nullptr;
-    if (tqf != nullptr && variableIndex + 1 < plan.tqfCount) __builtin_prefetch(tqf + 1);
     out->time = timeOf(tqf);
     out->quality = qualityOf(tqf);
 }

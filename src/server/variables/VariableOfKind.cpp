@@ -22,13 +22,13 @@ void VariableOfKind::createVarObj(CVeskBDSh& /*db*/, void* passport) {
 
 int VariableOfKind::getValue(UA_Variant& value, unsigned int& status, int attributeNumber,
                              long& sourceTime) {
-    const ObjectMutex::Guard guard(mutex_);
+    const std::lock_guard guard(mutex_);
     RTEXHandle::getValueByAttrNumber(attributeNumber, type_, idTag_, value, status, sourceTime);
     return 0;
 }
 
 int VariableOfKind::setValue(const UA_Variant& value, int attributeNumber) {
-    const ObjectMutex::Guard guard(mutex_);
+    const std::lock_guard guard(mutex_);
     RTEXHandle::setValueByAttrNumber(attributeNumber, type_, idTag_, value);
     return 0;
 }

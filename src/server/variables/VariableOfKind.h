@@ -1,9 +1,9 @@
 #pragma once
 
+#include <mutex>
 #include <string>
 
 #include "server/attributes/VariableKind.h"
-#include "server/variables/ObjectMutex.h"
 #include "server/variables/UARTEXVariable.h"
 
 /// Everything that the five kinds share, driven by the kind's row of kKinds.
@@ -40,7 +40,7 @@ class VariableOfKind : public UARTEXVariable {
     const VariableType type_;
     int idTag_ = 0;          // main thread; constant after start-up
     int idAttr_ = 0;         // main thread
-    ObjectMutex mutex_;      // a read and a write of one tag never overlap
+    std::mutex mutex_;       // a read and a write of one tag never overlap
     std::string nameCp866_;  // constant after start-up
     int id_;
 };
