@@ -7,14 +7,10 @@
 namespace {
 
 /// KEPT: the local time as text, made for reads and never shown; nothing may print it. On every
-/// read it would be a large part of the cost, and so would asking for the time: it is asked for on
-/// one read of 64, and the text is formed when the second has changed.
+/// read it would be half of the cost, so it is made when the second has changed.
 void formatReadTime() noexcept {
-    constexpr unsigned kReadsPerLook = 64;
-    static unsigned reads = 0;  // server thread only, as all here
-    static time_t formattedSecond = -1;
+    static time_t formattedSecond = -1;  // server thread only, as all here
     static char text[100];
-    if (reads++ % kReadsPerLook != 0) return;
     const time_t now = time(nullptr);
     if (now == formattedSecond) return;
     formattedSecond = now;
