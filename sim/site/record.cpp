@@ -28,6 +28,10 @@ std::string fileLine(const std::filesystem::path& file, const std::optional<Fing
     return line.str();
 }
 
+std::string directoryLine(const std::filesystem::path& directory) {
+    return "directory " + directory.string() + "\n";
+}
+
 std::string savedLine(const std::filesystem::path& file) {
     return "saved " + file.string() + "\n";
 }
@@ -96,8 +100,9 @@ bool Record::noteOwner(pid_t pid) {
 }
 
 bool Record::noteDirectory(const std::filesystem::path& directory) {
+    std::erase(contents_.directories, directory);
     contents_.directories.push_back(directory);
-    return append("directory " + directory.string() + "\n");
+    return append(directoryLine(directory));
 }
 
 bool Record::noteFile(const std::filesystem::path& file,
@@ -128,12 +133,18 @@ bool Record::forgetFile(const std::filesystem::path& file) {
 
 void Record::finish() {
     contents_.ipc.clear();
-    contents_.directories.clear();
+    std::erase_if(contents_.directories, [](const std::filesystem::path& directory) {
+        std::error_code ignored;
+        return !std::filesystem::is_directory(directory, ignored);
+    });
     if (contents_.files.empty() && contents_.saved.empty()) {
         static_cast<void>(::unlink(file_.c_str()));
         return;
     }
     std::string text = kHeader;
+    for (const auto& directory : contents_.directories) {
+        text += directoryLine(directory);
+    }
     for (const auto& [file, print] : contents_.files) {
         text += fileLine(file, print);
     }

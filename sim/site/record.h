@@ -74,7 +74,8 @@ class Record {
     [[nodiscard]] bool noteIpc(const IpcMark& mark);
     [[nodiscard]] bool forgetFile(const std::filesystem::path& file);
 
-    /// Ends the run: the record is removed, or shortened to the files that stay.
+    /// Ends the run: the record is removed, or shortened to the files that stay and the folders
+    /// that are there, which a later run removes when nothing is left in them.
     void finish();
 
   private:

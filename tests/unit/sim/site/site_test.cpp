@@ -156,16 +156,22 @@ TEST_F(SiteTest, SegmentsOfOthersUnderOurKeysAreRefused) {
     EXPECT_TRUE(temporary.entries().empty());
 }
 
-TEST_F(SiteTest, FreshReplacesAnEditedSetting) {
+TEST_F(SiteTest, FreshReplacesAnEditedSettingAndWhatWasSaved) {
+    std::filesystem::create_directories(temporary.path("log"));
     for (const bool fresh : {false, true}) {
         inChild([&] {
             sim::Site site(sim::controllerFolders(), messages);
             occupy(site, fresh);
             EXPECT_EQ(temporary.read("settings/opcuasrv.ini"), "sample");
             if (!fresh) temporary.write("settings/opcuasrv.ini", "edited");
+            EXPECT_EQ(temporary.read("trends/archive.db"), "");
+            site.adoptSavedFile(site.folders().trendArchive());
+            temporary.write("trends/archive.db", "values");
         });
         EXPECT_EQ(std::filesystem::exists(temporary.path("settings/opcuasrv.ini")), !fresh);
     }
+    EXPECT_EQ(enter(true), 0) << refusal;
+    EXPECT_EQ(temporary.entries(), std::set<std::string>{"log"}) << "also what earlier runs made";
 }
 
 TEST_F(SiteTest, AnEditedKeyFileIsRefusedUnlessFresh) {
