@@ -59,38 +59,18 @@ class RawSegment {
     ShmPtr at_;
 };
 
-/// A message's record, laid by hand.
-struct Record {
-    std::uint32_t code = 0;
-    std::int32_t stampSec = 1;
-    std::int32_t stampUsec = 0;
-    std::string args{};  // as they lie
-    std::uint8_t argCount = 0;
-
-    /// Head and arguments, as in a file.
-    std::string raw() const {
-        std::string bytes;
-        const auto add = [&bytes](auto value) {
-            bytes.append(reinterpret_cast<const char*>(&value), sizeof(value));
-        };
-        add(stampSec);
-        add(stampUsec);
-        add(std::uint32_t{1'700'000'000});
-        add(std::uint16_t{250});
-        add(std::uint32_t{301});
-        add(code);
-        add(std::int8_t{-1});
-        add(std::int16_t{-1});
-        add(argCount);
-        return bytes + args;
-    }
-};
-
 inline std::string little(std::uint64_t value, int bytes) {
     std::string text;
     for (; bytes > 0; --bytes, value >>= 8U)
         text += static_cast<char>(value & 0xFFU);
     return text;
+}
+
+/// A message as in a file, laid by hand: stamp, date, dictionary and code, no variable, arguments.
+/// @param args  as they lie
+inline std::string rawMessage(unsigned code, unsigned argCount = 0, const std::string& args = "") {
+    return little(code, 4) + little(0, 4) + little(1'700'000'000, 4) + little(250, 2) +
+           little(301, 4) + little(code, 4) + "\xFF\xFF\xFF" + little(argCount, 1) + args;
 }
 
 /// Contents of a messages file; `count` and `last` as given, whatever follows.
@@ -101,14 +81,17 @@ inline std::string messagesFile(unsigned count, unsigned last, const std::string
 inline std::string messagesFile(unsigned from, unsigned to) {
     std::string messages;
     for (unsigned code = from; code <= to; ++code)
-        messages += Record{.code = code, .stampSec = static_cast<std::int32_t>(code)}.raw();
+        messages += rawMessage(code);
     return messagesFile(to - from + 1, to - from, messages);
 }
 
 /// An installation without a journal: key files, settings and the folders of the journal's files.
 class JournalTest : public testing::Test {
   protected:
-    enum class Copy { main, reserve };
+    enum Copy : std::size_t { main, reserve };
+    static constexpr const char* kMessages[] = {"dat/rolling2.dat", "rezerv/rolling2.dat"};
+    static constexpr const char* kCounters[] = {"dat/cntroll2.dat", "rezerv/cntroll2.dat"};
+    static constexpr const char* kCrc[] = {"check/chk_rol2.dat", "check/chk_rol2.rez"};
 
     JournalTest() {
         for (const char* name : {"dat", "rezerv", "check", "settings"})
@@ -143,32 +126,13 @@ class JournalTest : public testing::Test {
     }
     bool exists(const std::string& name) const { return std::filesystem::exists(path(name)); }
 
-    static std::string messagesName(Copy copy) {
-        return copy == Copy::main ? "dat/rolling2.dat" : "rezerv/rolling2.dat";
-    }
-    static std::string countersName(Copy copy) {
-        return copy == Copy::main ? "dat/cntroll2.dat" : "rezerv/cntroll2.dat";
-    }
-    static std::string crcName(Copy copy) {
-        return copy == Copy::main ? "check/chk_rol2.dat" : "check/chk_rol2.rez";
-    }
     /// Which files there are: messages, counters, CRC of the main copy, then of the reserve.
     std::string files() const {
         std::string all;
-        for (const Copy copy : {Copy::main, Copy::reserve})
-            for (const auto& name : {messagesName(copy), countersName(copy), crcName(copy)})
+        for (const Copy copy : {main, reserve})
+            for (const char* name : {kMessages[copy], kCounters[copy], kCrc[copy]})
                 all += exists(name) ? '1' : '0';
         return all;
-    }
-    /// A whole CRC file. The check values are those of the published algorithm.
-    void writeCrc(Copy copy, int value) const {
-        const struct {
-            int value;
-            const char* check;
-        } known[] = {{0, "\x24\x00"}, {1, "\xD8\x01"}, {2, "\x9C\x01"}};
-        const char* const check = known[value].check;
-        write(crcName(copy),
-              "VSX__CRC" + little(static_cast<unsigned>(value), 4) + std::string(check, 2));
     }
 
     /// What a power cut leaves: the files.

@@ -1,6 +1,8 @@
 // Loading: which copy, what of it, and what is left of the files.
 #include "lib/rolling2/rol_files.h"
 
+#include <map>
+
 #include "journal.h"
 
 namespace {
@@ -8,45 +10,40 @@ namespace {
 class Loading : public JournalTest {
   protected:
     /// A whole copy as a foreign writer leaves it, with 64 bytes of counters.
-    void writeCopy(Copy copy, unsigned from, unsigned to, int crcValue) const {
-        write(messagesName(copy), messagesFile(from, to));
+    /// @param crc  value of its CRC file, 0 to 2; negative: none is written
+    void writeCopy(Copy copy, unsigned from, unsigned to, int crc) const {
+        write(kMessages[copy], messagesFile(from, to));
         std::string counters;
         for (unsigned i = 0; i < 16; ++i)
             counters += little(i * 3, 4);
-        write(countersName(copy), counters);
-        if (crcValue >= 0) writeCrc(copy, crcValue);
-    }
-    void removeFiles() const {
-        for (const Copy copy : {Copy::main, Copy::reserve})
-            for (const auto& name : {messagesName(copy), countersName(copy), crcName(copy)})
-                std::filesystem::remove(path(name));
+        write(kCounters[copy], counters);
+        if (crc < 0) return;
+        constexpr unsigned kChecks[] = {0x0024, 0x01D8, 0x019C};  // of the published algorithm
+        write(kCrc[copy],
+              "VSX__CRC" + little(static_cast<unsigned>(crc), 4) + little(kChecks[crc], 2));
     }
 };
 
-TEST_F(Loading, FillsTheRingFromSlotZero) {
-    writeCopy(Copy::main, 1, 5, 0);
+TEST_F(Loading, FillsTheRingFromSlotZeroWithTheNewest) {
+    writeCopy(main, 1, 5, 0);
     CRolManager journal;
     join(journal);
     EXPECT_EQ(codes(journal), upTo(1, 5));
     EXPECT_EQ(RawSegment(53).get<std::uint16_t>(0), 4);
-    EXPECT_EQ(RawSegment(51).text(0, 26), messagesFile(1, 1).substr(14));
-    const RawSegment counters(57);
-    EXPECT_EQ(counters.get<std::uint32_t>(0), 0U);
-    EXPECT_EQ(counters.get<std::uint32_t>(4), 3U);
-    EXPECT_EQ(counters.get<std::uint32_t>(28), 20U) << "21, at most the capacity";
-    EXPECT_EQ(counters.get<std::uint32_t>(32), 24U) << "the second half of what is read";
-    EXPECT_EQ(counters.get<std::uint32_t>(60), 45U);
-    EXPECT_EQ(counters.get<std::uint32_t>(64), 0U);
+    EXPECT_EQ(RawSegment(51).text(0, 26), rawMessage(1));
+    std::string counters;
+    for (const unsigned counter : {0, 3, 6, 9, 12, 15, 18, 20})  // not 21: at most the capacity
+        counters += little(counter, 4);
+    for (unsigned i = 8; i < 16; ++i)  // the second half of what is read
+        counters += little(i * 3, 4);
+    EXPECT_EQ(RawSegment(57).text(0, 68), counters + little(0, 4));
     EXPECT_EQ(RawSegment(56).get<std::uint32_t>(0), 0U);
     EXPECT_EQ(journal.GetSaveRol(), 2);
     post(journal, 6, 6);
     EXPECT_EQ(codes(journal), upTo(1, 6));
-}
 
-TEST_F(Loading, DropsTheOldestThatDoNotFit) {
-    writeCopy(Copy::main, 1, 50, 0);
-    CRolManager journal;
-    join(journal);
+    writeCopy(main, 1, 50, 0);
+    EXPECT_EQ(journal.LoadMainRolling(), 0);
     EXPECT_EQ(codes(journal), upTo(31, 50));
 }
 
@@ -58,62 +55,57 @@ TEST_F(Loading, ChoosesTheNewerCopyAndFallsBack) {
         bool isReadable = true;
         bool countersFit = true;
     };
-    const std::vector<unsigned> main = upTo(1, 5);
-    const std::vector<unsigned> reserve = upTo(11, 15);
+    const std::vector<unsigned> ofMain = upTo(1, 5);
+    const std::vector<unsigned> ofReserve = upTo(11, 15);
     const std::vector<unsigned> none;
     const struct {
         const char* why;
-        Given main, reserve;
+        Given given[2];  // main, reserve
         std::vector<unsigned> ring;
         const char* files;
         bool allUnread = false;
     } cases[] = {
-        {"main is newer", {2}, {1}, main, "111110"},
-        {"reserve is newer", {1}, {2}, reserve, "110111"},
-        {"equal: the reserve", {1}, {1}, reserve, "110111"},
-        {"only main is good", {0}, {kDamaged}, main, "111110"},
-        {"only reserve is good", {kDamaged}, {0}, reserve, "110111"},
-        {"no CRC files", {kNone}, {kNone}, main, "110110"},
-        {"both damaged", {kDamaged}, {kDamaged}, none, "000000"},
-        {"one damaged, one missing", {kNone}, {kDamaged}, none, "000000"},
-        {"newer one unreadable", {2, false}, {1}, reserve, "000111"},
-        {"newer one's counters bad", {2, true, false}, {1}, reserve, "000111"},
-        {"both unreadable", {2, false}, {1, false}, none, "000000"},
-        {"both counters bad: messages of the newer",
-         {2, true, false},
-         {1, true, false},
-         main,
-         "000000",
-         true},
-        {"the only messages there are", {2, false}, {1, true, false}, reserve, "000000", true},
+        {"main is newer", {{2}, {1}}, ofMain, "111110"},
+        {"reserve is newer", {{1}, {2}}, ofReserve, "110111"},
+        {"equal: the reserve", {{1}, {1}}, ofReserve, "110111"},
+        {"only main is good", {{0}, {kDamaged}}, ofMain, "111110"},
+        {"only reserve is good", {{kDamaged}, {0}}, ofReserve, "110111"},
+        {"no CRC files", {{kNone}, {kNone}}, ofMain, "110110"},
+        {"both damaged", {{kDamaged}, {kDamaged}}, none, "000000"},
+        {"one damaged, one missing", {{kNone}, {kDamaged}}, none, "000000"},
+        {"newer one unreadable", {{2, false}, {1}}, ofReserve, "000111"},
+        {"newer one's counters bad", {{2, true, false}, {1}}, ofReserve, "000111"},
+        {"both unreadable", {{2, false}, {1, false}}, none, "000000"},
+        {"both counters bad", {{2, true, false}, {1, true, false}}, ofMain, "000000", true},
+        {"the only messages there are", {{2, false}, {1, true, false}}, ofReserve, "000000", true},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.why);
         removeShared();
-        removeFiles();
-        for (const Copy copy : {Copy::main, Copy::reserve}) {
-            const Given& given = copy == Copy::main ? c.main : c.reserve;
-            const unsigned from = copy == Copy::main ? 1 : 11;
+        for (const Copy copy : {main, reserve}) {
+            const Given& given = c.given[copy];
+            const unsigned from = copy == main ? 1 : 11;
+            std::filesystem::remove(path(kCrc[copy]));
             writeCopy(copy, from, from + 4, given.crc);
-            if (given.crc == kDamaged) write(crcName(copy), "VSX__CRC123456");
-            if (!given.isReadable) write(messagesName(copy), "veskrol2");
-            if (!given.countersFit) write(countersName(copy), std::string(32, '\0'));
+            if (given.crc == kDamaged) write(kCrc[copy], "VSX__CRC123456");
+            if (!given.isReadable) write(kMessages[copy], "veskrol2");
+            if (!given.countersFit) write(kCounters[copy], std::string(32, '\0'));
         }
         CRolManager journal;
         join(journal);
         EXPECT_EQ(codes(journal), c.ring);
         EXPECT_EQ(files(), c.files);
-        EXPECT_EQ(RawSegment(57).get<std::uint32_t>(0), c.allUnread ? 5U : 0U);
-        EXPECT_EQ(RawSegment(57).get<std::uint32_t>(28), c.ring.empty() ? 0U
-                                                         : c.allUnread  ? 5U
-                                                                        : 20U);
+        const unsigned last = c.allUnread ? 5 : c.ring.empty() ? 0 : 20;  // counter
+        EXPECT_EQ(journal.GetCounter(0), c.allUnread ? 5U : 0U);
+        EXPECT_EQ(journal.GetCounter(7), last);
     }
 }
 
 TEST_F(Loading, RefusesDamagedMessagesFiles) {
-    const std::string one = Record{.code = 1}.raw();
-    const std::string argument = Record{.code = 1, .args = "\x01\x01x", .argCount = 1}.raw();
+    const std::string one = rawMessage(1);
+    const std::string argument = rawMessage(1, 1, "\x01\x01x");
     const std::string full = std::string("\x09\xFD") + std::string(253, 'x');
+    const std::string tooLong = "\x09\xFE" + std::string(254, 'x');
     const struct {
         const char* why;
         std::string bytes;
@@ -127,16 +119,18 @@ TEST_F(Loading, RefusesDamagedMessagesFiles) {
         {"second one missing", messagesFile(2, 1, one), 3, 1},
         {"second one cut in its head", messagesFile(2, 1, one + one.substr(0, 25)), 3, 1},
         {"cut in an argument", messagesFile(1, 0, argument.substr(0, 28)), 3, 0},
-        {"arguments just fit", messagesFile(1, 0, Record{.args = full, .argCount = 1}.raw()), 0, 1},
-        {"arguments overflow",
-         messagesFile(1, 0, Record{.args = full + std::string(2, '\0'), .argCount = 2}.raw()), 4,
-         0},
-        {"an argument longer than the room",
-         messagesFile(1, 0,
-                      Record{.args = "\x09\xFE" + std::string(254, 'x'), .argCount = 1}.raw()),
-         4, 0},
+        {"arguments just fit", messagesFile(1, 0, rawMessage(1, 1, full)), 0, 1},
+        {"arguments overflow", messagesFile(1, 0, rawMessage(1, 2, full + "\x01\x01")), 4, 0},
+        {"an argument longer than the room", messagesFile(1, 0, rawMessage(1, 1, tooLong)), 4, 0},
         {"more behind the last", messagesFile(1, 0, argument + "xyz"), 0, 1},
         {"last below the newest", messagesFile(2, 0, one + argument), 0, 2},
+    };
+    const std::string error = "Rolling LIB: ошибка "_cp866z;
+    const std::map<int, std::string> printed = {
+        {3, error + "3 в файле сообщений "_cp866z},
+        {4, error + "4 в файле сообщений "_cp866z},
+        {6, error + "в содержимом заголовке файла сообщений "_cp866z},
+        {7, error + "при чтении заголовка файла сообщений "_cp866z},
     };
     CRolManager journal;
     join(journal);
@@ -149,67 +143,51 @@ TEST_F(Loading, RefusesDamagedMessagesFiles) {
         EXPECT_EQ(parsed.error, c.error);
         EXPECT_EQ(parsed.messages.size(), c.readable);
         if (c.error == 0) continue;
-        write("dat/rolling2.dat", c.bytes);
-        write("dat/cntroll2.dat", std::string(64, '\0'));
-        const Capture quiet(STDOUT_FILENO);
+        write(kMessages[main], c.bytes);
+        write(kCounters[main], std::string(64, '\0'));
+        Capture out(STDOUT_FILENO);
         EXPECT_EQ(journal.LoadMainRolling(), c.error);
+        EXPECT_EQ(out.text(), printed.at(c.error) + path(kMessages[main]) +
+                                  "\nRollingLib: LoadMainRolling error " + std::to_string(c.error) +
+                                  "\n");
         EXPECT_EQ(codes(journal), upTo(100, 102)) << "untouched";
     }
 }
 
-TEST_F(Loading, ReportsWhatIsWrong) {
+TEST_F(Loading, ReportsWhatItCannotRead) {
     const std::string cannotOpen = "Rolling LIB: невозможно открыть файл "_cp866z;
     const std::string forMessages = " для чтения сообщений\n"_cp866z;
     const std::string forCounters = " для чтения счетчиков\n"_cp866z;
-    const std::string error = "Rolling LIB: ошибка "_cp866z;
-    const std::string main = path("dat/rolling2.dat");
-    const std::string reserve = path("rezerv/rolling2.dat");
-    const std::string reserveCounters = path("rezerv/cntroll2.dat");
-    const std::string whole = messagesFile(1, 2);
+    const std::string badCounters = "Rolling LIB: ошибка в файле счетчиков "_cp866z;
     CRolManager journal;
     join(journal);
-    const struct {
-        const char* why;
-        Copy copy;
-        int result;
-        const char* messages;
-        const char* counters;  // null: no file
-        std::string printed;
-    } cases[] = {
-        {"no file", Copy::main, 5, nullptr, nullptr,
-         cannotOpen + main + forMessages + "RollingLib: LoadMainRolling error 5\n"},
-        {"header cut", Copy::reserve, 7, "veskrol2.1", nullptr,
-         error + "при чтении заголовка файла сообщений "_cp866z + reserve +
-             "\nRollingLib: LoadRezRolling error 7\n"},
-        {"header bad", Copy::main, 6, "veskrol2.0123456", nullptr,
-         error + "в содержимом заголовке файла сообщений "_cp866z + main +
-             "\nRollingLib: LoadMainRolling error 6\n"},
-        {"message cut", Copy::reserve, 3, "veskrol2.1\x02\x01\x01\x01", nullptr,
-         error + "3 в файле сообщений "_cp866z + reserve +
-             "\nRollingLib: LoadRezRolling error 3\n"},
-        {"no counters", Copy::reserve, 5, whole.c_str(), nullptr,
-         cannotOpen + reserveCounters + forCounters +
-             "RollingLib: LoadRezRolling counters error 5\n"},
-        {"counters short", Copy::main, 3, whole.c_str(), "short",
-         error + "в файле счетчиков "_cp866z + path("dat/cntroll2.dat") +
-             " \nRollingLib: LoadMainRolling counters error 3\n"},
+    const auto load = [&](Copy copy) {
+        return copy == main ? journal.LoadMainRolling() : journal.LoadRezRolling();
     };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.why);
-        removeFiles();
-        if (c.messages != nullptr)
-            write(messagesName(c.copy), c.messages == whole.c_str() ? whole : c.messages);
-        if (c.counters != nullptr) write(countersName(c.copy), c.counters);
-        Capture out(STDOUT_FILENO);
-        EXPECT_EQ(c.copy == Copy::main ? journal.LoadMainRolling() : journal.LoadRezRolling(),
-                  c.result);
-        EXPECT_EQ(out.text(), c.printed);
-        EXPECT_EQ(codes(journal).size(), 0U);
+    for (const Copy copy : {main, reserve}) {
+        const std::string name = copy == main ? "Main" : "Rez";
+        const std::string failed = "RollingLib: Load" + name + "Rolling ";
+        Capture noMessages(STDOUT_FILENO);
+        EXPECT_EQ(load(copy), 5);
+        EXPECT_EQ(noMessages.text(),
+                  cannotOpen + path(kMessages[copy]) + forMessages + failed + "error 5\n");
+        writeCopy(copy, 1, 3, -1);
+        std::filesystem::remove(path(kCounters[copy]));
+        Capture noCounters(STDOUT_FILENO);
+        EXPECT_EQ(load(copy), 5);
+        EXPECT_EQ(noCounters.text(),
+                  cannotOpen + path(kCounters[copy]) + forCounters + failed + "counters error 5\n");
+        write(kCounters[copy], "short");
+        Capture shortCounters(STDOUT_FILENO);
+        EXPECT_EQ(load(copy), 3);
+        EXPECT_EQ(shortCounters.text(),
+                  badCounters + path(kCounters[copy]) + " \n" + failed + "counters error 3\n");
+        EXPECT_TRUE(codes(journal).empty());
     }
-    writeCopy(Copy::reserve, 1, 3, -1);
+    writeCopy(reserve, 1, 3, -1);
     EXPECT_EQ(journal.LoadRezRolling(), 0);
     EXPECT_EQ(codes(journal), upTo(1, 3));
-    writeCopy(Copy::main, 4, 6, 1);
+    writeCopy(main, 4, 6, 1);
     EXPECT_EQ(journal.Load(), 0);
     EXPECT_EQ(codes(journal), upTo(4, 6));
 }

@@ -11,39 +11,39 @@ class Saving : public JournalTest {
         journal.SetSaveRol(1);
     }
 
-    /// Codes and count in the messages file of a copy.
-    std::string savedCodes(Copy copy) const {
-        const std::string bytes = read(messagesName(copy));
-        if (bytes.size() < 14) return "none";
-        std::string all;
+    /// Codes in the messages file of a copy, of messages without arguments.
+    std::vector<unsigned> savedCodes(Copy copy) const {
+        const std::string bytes = read(kMessages[copy]);
+        std::vector<unsigned> all;
         for (std::size_t at = 14; at < bytes.size(); at += 26)
-            all += std::to_string(static_cast<unsigned char>(bytes[at + 18])) + " ";
+            all.push_back(static_cast<unsigned char>(bytes[at + 18]));
         return all;
+    }
+    /// The number in a copy's CRC file.
+    unsigned saveNumber(Copy copy) const {
+        unsigned number = 0;
+        EXPECT_EQ(CheckCRCFile(path(kCrc[copy]).c_str(), &number), 0);
+        return number;
     }
 
     CRolManager journal;
 };
 
 TEST_F(Saving, WritesMessagesCountersAndCrc) {
-    ChildProcess saver([] {
-        CRolManager own;
-        EXPECT_EQ(own.Init(), 0);
-        EXPECT_EQ(own.Message(5, new CRolArg(1), new CRolArg(RT_END)), 0);
-        EXPECT_EQ(own.Message(6, new CRolArg(RT_END)), 0);
-        own.DecCounter(3, 1);
-        return own.ForceSave();
-    });
-    ASSERT_EQ(saver.wait(), 0);
-    EXPECT_EQ(saver.out(), "");
+    ASSERT_EQ(journal.Message(5, new CRolArg(1), new CRolArg(RT_END)), 0);
+    post(journal, 6, 6);
+    journal.DecCounter(3, 1);
+    Capture out(STDOUT_FILENO);
+    ASSERT_EQ(journal.ForceSave(), 0);
+    EXPECT_EQ(out.text(), "");
     const RawSegment ring(51);
-    EXPECT_EQ(read("dat/rolling2.dat"),
+    EXPECT_EQ(read(kMessages[main]),
               "veskrol2.1" + little(2, 2) + little(1, 2) + ring.text(281, 32) + ring.text(562, 26));
-    EXPECT_EQ(read("dat/cntroll2.dat"), little(2, 4) + little(2, 4) + little(2, 4) + little(1, 4) +
-                                            little(2, 4) + little(2, 4) + little(2, 4) +
-                                            little(2, 4));
-    unsigned number = 0;
-    EXPECT_EQ(CheckCRCFile(path("check/chk_rol2.dat").c_str(), &number), 0);
-    EXPECT_FALSE(exists("rezerv/rolling2.dat"));
+    std::string counters;
+    for (const unsigned counter : {2, 2, 2, 1, 2, 2, 2, 2})
+        counters += little(counter, 4);
+    EXPECT_EQ(read(kCounters[main]), counters);
+    EXPECT_EQ(files(), "111000");
     EXPECT_EQ(RawSegment(55).get<char>(0), 1) << "the reserve is next";
     EXPECT_EQ(RawSegment(56).get<std::uint32_t>(0), 0U);
 }
@@ -51,25 +51,21 @@ TEST_F(Saving, WritesMessagesCountersAndCrc) {
 TEST_F(Saving, TakesTurnsAndKeepsTheNewest) {
     post(journal, 1, 15);
     ASSERT_EQ(journal.ForceSave(), 0);
-    EXPECT_EQ(savedCodes(Copy::main), "6 7 8 9 10 11 12 13 14 15 ") << "as many as a file holds";
-    EXPECT_EQ(read("dat/cntroll2.dat").substr(0, 4), little(10, 4));
+    EXPECT_EQ(savedCodes(main), upTo(6, 15)) << "as many as a file holds";
+    EXPECT_EQ(read(kCounters[main]).substr(0, 4), little(10, 4));
     post(journal, 16, 25);  // round the ring
     ASSERT_EQ(journal.ForceSave(), 0);
-    EXPECT_EQ(savedCodes(Copy::reserve), "16 17 18 19 20 21 22 23 24 25 ");
-    EXPECT_EQ(savedCodes(Copy::main), "6 7 8 9 10 11 12 13 14 15 ");
+    EXPECT_EQ(savedCodes(reserve), upTo(16, 25));
+    EXPECT_EQ(savedCodes(main), upTo(6, 15));
     ASSERT_EQ(journal.ForceSave(), 0) << "also when nothing is new";
-    EXPECT_EQ(savedCodes(Copy::main), "16 17 18 19 20 21 22 23 24 25 ");
-    unsigned main = 0;
-    unsigned reserve = 0;
-    std::memcpy(&main, read(crcName(Copy::main)).data() + 8, 4);
-    std::memcpy(&reserve, read(crcName(Copy::reserve)).data() + 8, 4);
-    EXPECT_EQ(main, reserve + 1) << "the newer one has the greater number";
+    EXPECT_EQ(savedCodes(main), upTo(16, 25));
+    EXPECT_EQ(saveNumber(main), saveNumber(reserve) + 1);
 
     post(journal, 26, 26);
     ASSERT_EQ(journal.SaveMainRolling(), 0);
-    EXPECT_EQ(savedCodes(Copy::main), "17 18 19 20 21 22 23 24 25 26 ");
+    EXPECT_EQ(savedCodes(main), upTo(17, 26));
     ASSERT_EQ(journal.SaveRezRolling(), 0);
-    EXPECT_EQ(savedCodes(Copy::reserve), savedCodes(Copy::main));
+    EXPECT_EQ(savedCodes(reserve), upTo(17, 26));
 }
 
 TEST_F(Saving, SavesInTheBackgroundWhatIsNew) {
@@ -77,15 +73,14 @@ TEST_F(Saving, SavesInTheBackgroundWhatIsNew) {
     EXPECT_EQ(RawSegment(55).get<char>(0), 0) << "nothing new";
     post(journal, 1, 2);
     EXPECT_EQ(journal.Save(), 0);
-    EXPECT_TRUE(waitUntil([this] { return exists(crcName(Copy::main)); }));
-    EXPECT_EQ(savedCodes(Copy::main), "1 2 ");
+    EXPECT_TRUE(waitUntil([this] { return exists(kCrc[main]); }));
+    EXPECT_EQ(savedCodes(main), upTo(1, 2));
     EXPECT_EQ(journal.Save(), 0);
     post(journal, 3, 3);
     // A save that still runs is not waited for; the next call does what it left.
-    EXPECT_TRUE(
-        waitUntil([this] { return journal.Save() == 0 && exists(crcName(Copy::reserve)); }));
+    EXPECT_TRUE(waitUntil([this] { return journal.Save() == 0 && exists(kCrc[reserve]); }));
     journal.Close();
-    EXPECT_EQ(savedCodes(Copy::reserve), "1 2 3 ");
+    EXPECT_EQ(savedCodes(reserve), upTo(1, 3));
 }
 
 TEST_F(Saving, WritesNothingWhileItIsOffOrThereIsNothing) {
@@ -97,7 +92,7 @@ TEST_F(Saving, WritesNothingWhileItIsOffOrThereIsNothing) {
     EXPECT_EQ(journal.Save(), 0);
     EXPECT_EQ(journal.SaveMainRolling(), 0);
     journal.Close();
-    EXPECT_FALSE(exists(messagesName(Copy::main)));
+    EXPECT_EQ(files(), "000000");
     EXPECT_EQ(RawSegment(56).get<std::uint32_t>(0), 1U) << "still to be saved";
     join(journal);
     RawSegment(50).put<std::uint16_t>(2, 0);  // no message in files
@@ -106,40 +101,28 @@ TEST_F(Saving, WritesNothingWhileItIsOffOrThereIsNothing) {
 }
 
 TEST_F(Saving, ReportsFilesThatCannotBeWritten) {
-    const std::string forMessages = " для записи сообщений\n"_cp866z;
-    const std::string forCounters = " для записи счетчиков\n"_cp866z;
     const std::string cannotOpen = "Rolling LIB: невозможно открыть файл "_cp866z;
     const std::string shortWrite = "Rolling LIB: ошибка записи в файл сообщений "_cp866z;
-    post(journal, 1, 3);
+    const std::string forMessages = " для записи сообщений\n"_cp866z;
     const struct {
-        const char* why;
-        std::function<void()> spoil;
-        int result;
-        std::string printed;
-    } cases[] = {
-        {"messages are a folder",
-         [this] { std::filesystem::create_directory(path("dat/rolling2.dat")); }, 5,
-         cannotOpen + path("dat/rolling2.dat") + forMessages},
-        {"counters are a folder",
-         [this] { std::filesystem::create_directory(path("dat/cntroll2.dat")); }, 5,
-         cannotOpen + path("dat/cntroll2.dat") + forCounters},
-        {"the disk is full for messages",
-         [this] { std::filesystem::create_symlink("/dev/full", path("dat/rolling2.dat")); }, 8,
-         shortWrite + path("dat/rolling2.dat") + forMessages},
-        {"the disk is full for counters",
-         [this] { std::filesystem::create_symlink("/dev/full", path("dat/cntroll2.dat")); }, 8,
-         shortWrite + path("dat/cntroll2.dat") + forMessages},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.why);
-        c.spoil();
-        Capture out(STDOUT_FILENO);
-        EXPECT_EQ(journal.SaveMainRolling(), c.result);
-        EXPECT_EQ(out.text(), c.printed);
-        EXPECT_FALSE(exists(crcName(Copy::main))) << "so the loader does not trust it";
+        const char* name;
+        std::string purpose;
+    } spoilt[] = {{kMessages[main], forMessages},
+                  {kCounters[main], " для записи счетчиков\n"_cp866z}};
+    post(journal, 1, 3);
+    for (const auto& file : spoilt) {
+        SCOPED_TRACE(file.name);
+        std::filesystem::create_directory(path(file.name));
+        Capture notOpened(STDOUT_FILENO);
+        EXPECT_EQ(journal.SaveMainRolling(), 5);
+        EXPECT_EQ(notOpened.text(), cannotOpen + path(file.name) + file.purpose);
+        std::filesystem::remove(path(file.name));
+        std::filesystem::create_symlink("/dev/full", path(file.name));
+        Capture notWritten(STDOUT_FILENO);
+        EXPECT_EQ(journal.SaveMainRolling(), 8);
+        EXPECT_EQ(notWritten.text(), shortWrite + path(file.name) + forMessages);
+        EXPECT_FALSE(exists(kCrc[main])) << "so the loader does not trust it";
         journal.EraseMainRollingFiles();
-        std::filesystem::remove(path("dat/rolling2.dat"));
-        std::filesystem::remove(path("dat/cntroll2.dat"));
     }
     CRolManager never;
     Capture out(STDOUT_FILENO);
@@ -149,20 +132,19 @@ TEST_F(Saving, ReportsFilesThatCannotBeWritten) {
 
 TEST_F(Saving, ErasesTheFilesOfACopy) {
     post(journal, 1, 1);
-    const auto saveBoth = [this] {
+    const struct {
+        void (CRolManager::*erase)();
+        const char* left;
+    } cases[] = {{&CRolManager::EraseMainRollingFiles, "000111"},
+                 {&CRolManager::EraseRezRollingFiles, "111000"},
+                 {&CRolManager::EraseRollingFiles, "000000"}};
+    for (const auto& c : cases) {
         ASSERT_EQ(journal.SaveMainRolling(), 0);
         ASSERT_EQ(journal.SaveRezRolling(), 0);
-    };
-    saveBoth();
-    EXPECT_EQ(files(), "111111");
-    journal.EraseMainRollingFiles();
-    EXPECT_EQ(files(), "000111");
-    saveBoth();
-    journal.EraseRezRollingFiles();
-    EXPECT_EQ(files(), "111000");
-    saveBoth();
-    journal.EraseRollingFiles();
-    EXPECT_EQ(files(), "000000");
+        EXPECT_EQ(files(), "111111");
+        (journal.*c.erase)();
+        EXPECT_EQ(files(), c.left);
+    }
 }
 
 // ---- Reading -----------------------------------------------------------------------------------
@@ -177,9 +159,8 @@ TEST_F(Reading, HandsOutRawMessagesWithoutTheirStamp) {
     ASSERT_EQ(journal.Message(1, new CRolArg(9), new CRolArg(RT_END)), 0);
     post(journal, 2, 3);
     const RawSegment ring(51);
-    const std::string first = ring.text(281 + 8, 24);
-    const std::string second = ring.text(2 * 281 + 8, 18);
-    const std::string third = ring.text(3 * 281 + 8, 18);
+    const std::string all =
+        ring.text(281 + 8, 24) + ring.text(2 * 281 + 8, 18) + ring.text(3 * 281 + 8, 18);
     const struct {
         const char* why;
         unsigned short from;
@@ -187,10 +168,10 @@ TEST_F(Reading, HandsOutRawMessagesWithoutTheirStamp) {
         unsigned long size;
         std::string bytes;
     } cases[] = {
-        {"all", 1, 3, 1000, first + second + third},
-        {"one byte less", 1, 2, 59, first + second},
+        {"all", 1, 3, 60, all},
+        {"one byte less", 1, 2, 59, all.substr(0, 42)},
         {"not even one", 1, 0, 23, ""},
-        {"the newest", 3, 1, 1000, third},
+        {"the newest", 3, 1, 1000, all.substr(42)},
         {"the slot before the first", 0, 0, 1000, ""},
         {"no slot", 20, 0, 1000, ""},
     };
@@ -207,26 +188,28 @@ TEST_F(Reading, MovesTheCursorWithinTheRing) {
     EXPECT_EQ(journal.GetNextMes(), -1);
     EXPECT_EQ(journal.GetPrevMes(), -1);
     post(journal, 1, 25);
-    const auto code = [this] { return journal.CurMessage.Message.MessageCode + 0U; };
-    ASSERT_EQ(journal.GoFirstMes(), 0);
-    EXPECT_EQ(code(), 6U);
-    EXPECT_EQ(journal.GetPrevMes(), -1);
-    EXPECT_EQ(code(), 6U);
-    EXPECT_EQ(journal.GetNextMes(), 0);
-    EXPECT_EQ(code(), 7U);
-    EXPECT_EQ(journal.GoMes(0), 0);
-    EXPECT_EQ(code(), 20U);
-    EXPECT_EQ(journal.GetPrevMes(), 0);
-    EXPECT_EQ(code(), 19U);
-    EXPECT_EQ(journal.GoMes(20), -1);
-    EXPECT_EQ(journal.GoMes(5), 0);
-    EXPECT_EQ(code(), 25U);
-    EXPECT_EQ(journal.GetNextMes(), -1);
-    CRolManager later;
-    join(later);
-    EXPECT_EQ(later.CurIndexSeq, 5U) << "begins at the newest";
-    EXPECT_EQ(later.GetPrevMes(), 0);
-    EXPECT_EQ(later.CurMessage.Message.MessageCode + 0U, 24U);
+    const struct {
+        const char* why;
+        std::function<int()> move;
+        int result;
+        unsigned code;  // of the message the cursor is at then
+    } steps[] = {
+        {"the oldest", [this] { return journal.GoFirstMes(); }, 0, 6},
+        {"none before it", [this] { return journal.GetPrevMes(); }, -1, 6},
+        {"on", [this] { return journal.GetNextMes(); }, 0, 7},
+        {"to a slot", [this] { return journal.GoMes(0); }, 0, 20},
+        {"back, round the ring", [this] { return journal.GetPrevMes(); }, 0, 19},
+        {"no such slot", [this] { return journal.GoMes(20); }, -1, 19},
+        {"the newest", [this] { return journal.GoMes(5); }, 0, 25},
+        {"none behind it", [this] { return journal.GetNextMes(); }, -1, 25},
+        {"who joins begins at the newest", [this] { return journal.Init(); }, 0, 25},
+        {"back from there", [this] { return journal.GetPrevMes(); }, 0, 24},
+    };
+    for (const auto& step : steps) {
+        SCOPED_TRACE(step.why);
+        EXPECT_EQ(step.move(), step.result);
+        EXPECT_EQ(journal.CurMessage.Message.MessageCode + 0U, step.code);
+    }
 }
 
 }  // namespace

@@ -83,8 +83,8 @@ class KilledSaver : public JournalTest {
     KilledSaver() { settings("[ROLLING]\nMaxNumMessageMemory=200\nMaxNumMessageDisk=200\n"); }
 
     static void postTexts(CRolManager& journal, unsigned from, unsigned to) {
-        const std::string text(200,
-                               'x');  // so that a file is longer than the buffer it goes through
+        // So that a file is longer than the buffer it goes through.
+        const std::string text(200, 'x');
         for (unsigned code = from; code <= to; ++code)
             ASSERT_EQ(journal.Message(code, new CRolArg(text.c_str()), new CRolArg(RT_END)), 0);
     }
@@ -164,8 +164,8 @@ TEST_F(BetweenSteps, APosterThatEndsInsideARecordLeavesTheOthersWhole) {
 }
 
 TEST_F(BetweenSteps, AProcessThatTakesTheLockBeforeTheFirstOneIsNotOverwritten) {
-    write(messagesName(Copy::main), messagesFile(1, 3));
-    write(countersName(Copy::main), std::string(64, '\0'));
+    write(kMessages[main], messagesFile(1, 3));
+    write(kCounters[main], std::string(64, '\0'));
     beforeLock = [] {
         ChildProcess quicker([] {
             CRolManager journal;
