@@ -1,25 +1,19 @@
 #include "site/record.h"
 
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <optional>
 #include <string>
 
-#include "support/child_process.h"
 #include "unit/sim/site/temporary_site.h"
 
 namespace {
 
 using sim::Record;
 
-class RecordTest : public testing::Test {
-  protected:
-    TemporarySite site;
-    std::filesystem::path file = site.path(".zrtsim-record");
-};
-
-TEST_F(RecordTest, WhatWasNotedIsFoundByTheNextRun) {
+TEST(Record, TellsTheNextRunWhatWasNoted) {
+    const TemporarySite site;
+    const auto file = site.path(".zrtsim-record");
     {
         Record record(file);
         ASSERT_EQ(record.takeOver(), Record::Lock::absent);
@@ -71,38 +65,21 @@ TEST_F(RecordTest, WhatWasNotedIsFoundByTheNextRun) {
     }
 }
 
-TEST_F(RecordTest, OneRunHoldsItAtATimeAndAKilledOneNoLonger) {
-    ChildProcess holder([&] {
-        Record record(file);
-        EXPECT_EQ(record.create(), Record::Lock::held);
-        std::printf("held\n");
-        std::fflush(stdout);
-        pause();
-        return 0;
-    });
-    ASSERT_TRUE(waitUntil([&] { return holder.out() == "held\n"; }));
+TEST(Record, IsHeldByOneRunAtATime) {
+    const TemporarySite site;
+    const auto file = site.path(".zrtsim-record");
     {
-        Record second(file);
-        EXPECT_EQ(second.takeOver(), Record::Lock::busy);
-        Record third(file);
-        EXPECT_EQ(third.create(), Record::Lock::busy);
+        Record holder(file);
+        EXPECT_EQ(holder.create(), Record::Lock::held);
+        EXPECT_EQ(Record(file).takeOver(), Record::Lock::busy);
+        EXPECT_EQ(Record(file).create(), Record::Lock::busy);
     }
-    kill(holder.pid(), SIGKILL);
-    holder.wait();
-    Record next(file);
-    EXPECT_EQ(next.takeOver(), Record::Lock::held);
-}
-
-TEST_F(RecordTest, AFileOfAnotherKindIsNotTakenOver) {
+    EXPECT_EQ(Record(file).takeOver(), Record::Lock::held);
     site.write(".zrtsim-record", "notes of somebody\n");
-    {
-        Record record(file);
-        EXPECT_EQ(record.takeOver(), Record::Lock::failed);
-    }
+    EXPECT_EQ(Record(file).takeOver(), Record::Lock::failed);
     EXPECT_EQ(site.read(".zrtsim-record"), "notes of somebody\n");
     site.write(".zrtsim-record", "");  // a run that was killed before its first line
-    Record record(file);
-    EXPECT_EQ(record.takeOver(), Record::Lock::held);
+    EXPECT_EQ(Record(file).takeOver(), Record::Lock::held);
 }
 
 }  // namespace
