@@ -181,6 +181,9 @@ TEST_F(Joining, UsesPositionFlagAndDictionariesOfOthers) {
                   std::string(1, static_cast<char>('@' + type)) + std::string(24, ' ') + "301/9\n");
     for (const int number : {0, 3, 30000, -1})
         EXPECT_EQ(shown(1, number), "301/9\n") << number;
+    flag.put<char>(0, 0);
+    join(journal);
+    EXPECT_EQ(shown(2, 2), "B" + std::string(25, ' ') + "301/9\n");
     char line[10];
     EXPECT_EQ(journal.MakeString(line, sizeof(line)), 9) << "cut";
     EXPECT_EQ(std::strlen(line), 9U);

@@ -45,10 +45,6 @@ int fflush(std::FILE* file) {
     step();
     return real<int(std::FILE*)>("fflush")(file);
 }
-int fdatasync(int file) {
-    step();
-    return real<int(int)>("fdatasync")(file);
-}
 int fsync(int file) {
     step();
     return real<int(int)>("fsync")(file);
