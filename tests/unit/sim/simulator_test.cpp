@@ -8,15 +8,14 @@
 #include <ctime>
 #include <functional>
 #include <iostream>
-#include <memory>
 #include <sstream>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "failure.h"
-#include "jxotr/IHDA_SyncRead.h"
 #include "support/child_process.h"
+#include "support/pen_values.h"
 #include "unit/sim/site/temporary_site.h"
 
 namespace {
@@ -74,20 +73,10 @@ std::string recorded(sim::Options options, std::chrono::milliseconds time) {
 
 /// Times of a pen's values, us.
 std::vector<std::int64_t> timesOf(OPCHDAITEMDEF pen) {
-    timeval from{0, 0};
-    timeval to{4'000'000'000, 0};
-    OPCHDAITEM* results = nullptr;
-    HRESULT* errors = nullptr;
-    const auto reader = std::make_unique<IHDA_SyncRead>();
+    const PenValues read = readPen(pen);
     std::vector<std::int64_t> times;
-    if (reader->ReadRaw(&from, &to, 1'000'000, false, 1, &pen, &results, &errors) != 0)
-        return times;
-    for (std::uint32_t i = 0; i < results->count; ++i) {
-        times.push_back(results->values[i].seconds * kSecond + results->values[i].microseconds);
-    }
-    delete[] results->values;
-    delete results;
-    delete[] errors;
+    for (std::size_t i = 0; i < read.values.size(); ++i)
+        times.push_back(read.time(i));
     return times;
 }
 

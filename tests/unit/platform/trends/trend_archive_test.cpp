@@ -8,16 +8,15 @@
 #include <filesystem>
 #include <fstream>
 #include <limits>
-#include <memory>
 #include <utility>
 #include <vector>
 
 #include "jxotr/IHDA_BrowseConfig.h"
-#include "jxotr/IHDA_SyncRead.h"
 #include "standin/archive_writer.h"
 #include "standin/places.h"
 #include "standin/schema.h"
 #include "support/child_process.h"
+#include "support/pen_values.h"
 
 namespace {
 
@@ -29,7 +28,7 @@ constexpr std::int64_t kSecond = 1'000'000;
 constexpr std::int64_t kBegin = 1'700'000'000 * kSecond;
 constexpr std::int64_t kEver = std::numeric_limits<std::int64_t>::max();
 
-constexpr const char* kPens =
+constexpr const char* kDefinitions =
     "[Plotter_1]\nName = A\nPen_1 = VA, 6, float\nPen_2 = VD, 1, boolean, name ; remark\n"
     "[Plotter_2]\nPen_1 = AV, 12, integer\nPen_2 = RV, 3, double\nPen_3 = DV, 7, boolean\n";
 
@@ -43,7 +42,7 @@ class TrendArchive : public testing::Test {
         std::filesystem::create_directories(root_ / "trends");
         setenv("VESKPATH", root_.c_str(), 1);
         setenv("SETTINGS", root_.c_str(), 1);
-        define(kPens);
+        define(kDefinitions);
     }
     ~TrendArchive() override {
         unsetenv("VESKPATH");
@@ -60,35 +59,6 @@ class TrendArchive : public testing::Test {
 
     [[nodiscard]] std::unique_ptr<ArchiveWriter> writer() const {
         return std::make_unique<ArchiveWriter>(trends::archiveFile(), definitions_);
-    }
-
-    struct Answer {
-        HRESULT result = 0;
-        std::vector<OPCHDAITEMVALUE> values;
-
-        [[nodiscard]] std::int64_t time(std::size_t i) const {
-            return values[i].seconds * kSecond + values[i].microseconds;
-        }
-    };
-
-    /// As a server reads: a reader of its own for each call, which it frees as the interface says.
-    static Answer read(OPCHDAITEMDEF item, std::int64_t from = 0, std::int64_t to = kEver,
-                       unsigned int limit = 1'000'000) {
-        timeval start{from / kSecond, from % kSecond};
-        timeval end{to / kSecond, to % kSecond};
-        OPCHDAITEM* results = nullptr;
-        HRESULT* errors = nullptr;
-        const auto reader = std::make_unique<IHDA_SyncRead>();
-        Answer answer;
-        answer.result = reader->ReadRaw(&start, &end, limit, false, 1, &item, &results, &errors);
-        EXPECT_EQ(answer.result == 0, results != nullptr && errors != nullptr);
-        if (results != nullptr) {
-            answer.values.assign(results->values, results->values + results->count);
-            delete[] results->values;
-        }
-        delete results;
-        delete[] errors;
-        return answer;
     }
 
     std::filesystem::path root_;
@@ -164,7 +134,7 @@ TEST_F(TrendArchive, AnswersRangesOldestFirstUpToTheLimit) {
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.why);
-        const Answer answer = read(kFloatPen, row.from, row.to, row.limit);
+        const PenValues answer = readPen(kFloatPen, row.from, row.to, row.limit);
         ASSERT_EQ(answer.result, 0);
         ASSERT_EQ(answer.values.size(), static_cast<std::size_t>(row.count));
         for (std::size_t i = 0; i < answer.values.size(); ++i) {
@@ -174,8 +144,8 @@ TEST_F(TrendArchive, AnswersRangesOldestFirstUpToTheLimit) {
             ASSERT_EQ(answer.values[i].quality, num % 2 == 0 ? 0xC0U : 0x40U);
         }
     }
-    EXPECT_LT(read({1, 3}).result, 0);
-    EXPECT_TRUE(read({2, 1}).values.empty());
+    EXPECT_LT(readPen({1, 3}).result, 0);
+    EXPECT_TRUE(readPen({2, 1}).values.empty());
 }
 
 /// The value as its type stores it, and what it stores of a number.
@@ -187,19 +157,19 @@ std::pair<double, double> storedAndExpected(const OPCHDAITEMVALUE& value, double
 
 TEST_F(TrendArchive, KeepsEveryTypeAsItIs) {
     const double inputs[] = {-3.9, 0, std::numeric_limits<double>::infinity(), std::nan(""), 1e300};
-    for (const bool packed : {false, true}) {
-        SCOPED_TRACE(packed ? "packed" : "recent");
+    constexpr OPCHDAITEMDEF kPens[] = {{1, 1}, {1, 2}, {2, 1}, {2, 2}};
+    for (const int values : {5, 25'000}) {  // recent ones, packed ones
+        SCOPED_TRACE(values);
         std::filesystem::remove(trends::archiveFile());
         const auto archive = writer();
-        const int rounds = packed ? 5000 : 1;
-        for (int i = 0; i < rounds * 5; ++i) {
-            for (const auto pen : {penKey(1, 1), penKey(1, 2), penKey(2, 1), penKey(2, 2)}) {
-                archive->add(pen, {kBegin + i * kSecond, inputs[i % 5], 0x12345678});
-            }
+        for (int i = 0; i < values; ++i) {
+            for (const auto& pen : kPens)
+                archive->add(penKey(pen.plotterNum, pen.penNum),
+                             {kBegin + i * kSecond, inputs[i % 5], 0x12345678});
         }
         archive->commit();
-        for (const OPCHDAITEMDEF item : {OPCHDAITEMDEF{1, 1}, {1, 2}, {2, 1}, {2, 2}}) {
-            const Answer answer = read(item, kBegin, kEver, 5);
+        for (const auto& pen : kPens) {
+            const PenValues answer = readPen(pen, kBegin, kEver, 5);
             ASSERT_EQ(answer.values.size(), 5U);
             for (std::size_t i = 0; i < 5; ++i) {
                 const auto [number, expected] = storedAndExpected(answer.values[i], inputs[i]);
@@ -207,7 +177,7 @@ TEST_F(TrendArchive, KeepsEveryTypeAsItIs) {
                 EXPECT_EQ(answer.values[i].quality, 0x12345678U);
             }
         }
-        EXPECT_EQ(read({2, 1}).values[0].vt, 3);
+        EXPECT_EQ(readPen({2, 1}).values[0].vt, 3);
     }
 }
 
@@ -220,7 +190,7 @@ TEST_F(TrendArchive, GoesOnWhereAnEarlierWriterStoppedAndForgetsTheOld) {
         archive->commit();
         archive->add(penKey(1, 1), {kBegin + 999'999 * kSecond, 0, 0});  // never committed
     }
-    const Answer all = read(kFloatPen);
+    const PenValues all = readPen(kFloatPen);
     ASSERT_EQ(all.values.size(), 10'000U);
     for (std::size_t i = 0; i < all.values.size(); ++i) {
         ASSERT_EQ(all.values[i].value.number, static_cast<float>(i));
@@ -230,27 +200,27 @@ TEST_F(TrendArchive, GoesOnWhereAnEarlierWriterStoppedAndForgetsTheOld) {
     EXPECT_EQ(archive->span()->last, kBegin + 9999 * kSecond);
     archive->removeBefore(kBegin + 5000 * kSecond);
     archive->commit();
-    const Answer rest = read(kFloatPen);
+    const PenValues rest = readPen(kFloatPen);
     ASSERT_FALSE(rest.values.empty());
     EXPECT_LE(rest.time(0), kBegin + 5000 * kSecond);
     EXPECT_GT(rest.time(0), kBegin);
     EXPECT_EQ(rest.time(rest.values.size() - 1), kBegin + 9999 * kSecond);
     archive->removeBefore(kBegin + 10'000 * kSecond);
     archive->commit();
-    EXPECT_TRUE(read(kFloatPen).values.empty());
+    EXPECT_TRUE(readPen(kFloatPen).values.empty());
     EXPECT_FALSE(archive->span().has_value());
 
     archive->add(penKey(1, 1), {kBegin + 20'000 * kSecond, 1, 0xC0});
     archive->commit();
     define("[Plotter_1]\nPen_1 = VA, 7, float\n");
     static_cast<void>(writer());
-    EXPECT_EQ(read(kFloatPen).result, 0);
-    EXPECT_TRUE(read(kFloatPen).values.empty()) << "values of another variable";
-    EXPECT_LT(read({2, 1}).result, 0);
+    EXPECT_EQ(readPen(kFloatPen).result, 0);
+    EXPECT_TRUE(readPen(kFloatPen).values.empty()) << "values of another variable";
+    EXPECT_LT(readPen({2, 1}).result, 0);
 }
 
 TEST_F(TrendArchive, AnswersADamagedArchiveWithAnError) {
-    EXPECT_LT(read(kFloatPen).result, 0) << "missing";
+    EXPECT_LT(readPen(kFloatPen).result, 0) << "missing";
     {
         const auto archive = writer();
         for (std::int64_t i = 0; i < 9000; ++i) {
@@ -269,7 +239,7 @@ TEST_F(TrendArchive, AnswersADamagedArchiveWithAnError) {
           intact.substr(0, intact.size() / 2), intact.substr(0, 100)}) {
         SCOPED_TRACE(bytes.size());
         replace(bytes);
-        EXPECT_LT(read(kFloatPen).result, 0);
+        EXPECT_LT(readPen(kFloatPen).result, 0);
     }
     // A byte anywhere: an error or values, but no crash. Each page is hit at its head and inside.
     int refused = 0;
@@ -277,11 +247,11 @@ TEST_F(TrendArchive, AnswersADamagedArchiveWithAnError) {
         std::string bytes = intact;
         bytes[at] = static_cast<char>(~bytes[at]);
         replace(bytes);
-        refused += read(kFloatPen).result < 0 ? 1 : 0;
+        refused += readPen(kFloatPen).result < 0 ? 1 : 0;
     }
     EXPECT_GT(refused, 5);
     replace(intact);
-    EXPECT_EQ(read(kFloatPen).values.size(), 9000U);
+    EXPECT_EQ(readPen(kFloatPen).values.size(), 9000U);
 }
 
 TEST_F(TrendArchive, IsReadWhileAWriterGoesOn) {
@@ -299,7 +269,7 @@ TEST_F(TrendArchive, IsReadWhileAWriterGoesOn) {
     std::size_t before = 0;
     bool sawGrowth = false;
     do {
-        const Answer answer = read(kFloatPen);
+        const PenValues answer = readPen(kFloatPen);
         ASSERT_EQ(answer.result, 0);
         sawGrowth = sawGrowth || (answer.values.size() > before && before > 0);
         ASSERT_GE(answer.values.size(), before);
@@ -310,7 +280,7 @@ TEST_F(TrendArchive, IsReadWhileAWriterGoesOn) {
     } while (writing.alive());
     EXPECT_EQ(writing.wait(), 0);
     EXPECT_TRUE(sawGrowth);
-    EXPECT_EQ(read(kFloatPen).values.size(), static_cast<std::size_t>(kCount));
+    EXPECT_EQ(readPen(kFloatPen).values.size(), static_cast<std::size_t>(kCount));
 }
 
 }  // namespace
