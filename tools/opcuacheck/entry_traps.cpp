@@ -57,10 +57,9 @@ std::vector<std::string> numberStarts(const std::string& name) {
 }
 
 /// Checks the entries of one section on their own.
-class EntryTraps {
+class EntryTraps : private EntryLooker {
   public:
-    EntryTraps(const Checked& checked, Findings& findings)
-        : checked_(checked), findings_(findings) {
+    EntryTraps(const Checked& checked, Findings& findings) : EntryLooker(checked, findings) {
         for (const GivenReport& given : checked.view.reports) {
             if (given.report.error == ConfigError::attribute) {
                 reportedLines_.insert(given.report.line.value_or(0));
@@ -104,10 +103,6 @@ class EntryTraps {
             if (key.starts_with(type.marker)) return &type;
         }
         return nullptr;
-    }
-
-    void add(RuleId rule, std::vector<std::string> arguments) {
-        findings_.push_back(atEntry(checked_, rule, *section_, *entry_, std::move(arguments)));
     }
 
     void lookAtMarker() {
@@ -221,10 +216,6 @@ class EntryTraps {
         });
     }
 
-    const Checked& checked_;
-    Findings& findings_;
-    const Section* section_ = nullptr;
-    const KeyValue* entry_ = nullptr;
     const PublishedType* type_ = nullptr;
     std::set<std::int32_t> reportedLines_;
     std::unordered_map<const Section*, KindSet> listed_;

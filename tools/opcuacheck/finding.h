@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "tools/opcuacheck/config_text.h"
@@ -48,6 +49,23 @@ void addSectionTraps(const Checked& checked, Findings& findings);
 /// A finding of an entry of the loaded configuration, at the line whose value counts.
 [[nodiscard]] Finding atEntry(const Checked& checked, RuleId rule, const Section& section,
                               const KeyValue& entry, std::vector<std::string> arguments = {});
+
+/// What looks at one entry after the other and tells findings at the one that it is at.
+class EntryLooker {
+  public:
+    EntryLooker(const Checked& checked, Findings& findings)
+        : checked_(checked), findings_(findings) {}
+
+  protected:
+    void add(RuleId rule, std::vector<std::string> arguments) {
+        findings_.push_back(atEntry(checked_, rule, *section_, *entry_, std::move(arguments)));
+    }
+
+    const Checked& checked_;
+    Findings& findings_;
+    const Section* section_ = nullptr;
+    const KeyValue* entry_ = nullptr;
+};
 
 /// "VA", "RVV": what engineers call a published type.
 [[nodiscard]] std::string wordOf(const PublishedType& type);

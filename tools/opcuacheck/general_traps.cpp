@@ -65,10 +65,9 @@ void addFileTraps(const std::string& bytes, const Checked& checked, Findings& fi
 
 namespace {
 
-class GeneralTraps {
+class GeneralTraps : private EntryLooker {
   public:
-    GeneralTraps(const Checked& checked, Findings& findings)
-        : checked_(checked), findings_(findings) {}
+    using EntryLooker::EntryLooker;
 
     void look(const Section& section, const KeyValue& entry) {
         section_ = &section;
@@ -83,10 +82,6 @@ class GeneralTraps {
     }
 
   private:
-    void add(RuleId rule, std::vector<std::string> arguments) {
-        findings_.push_back(atEntry(checked_, rule, *section_, *entry_, std::move(arguments)));
-    }
-
     void lookAtRepeats() {
         const auto entries = checked_.text.find(section_->name, entry_->key);
         for (std::size_t i = 0; i + 1 < entries.size(); ++i) {
@@ -170,11 +165,6 @@ class GeneralTraps {
     }
 
     static constexpr int kMostHistoryValues = 1000;
-
-    const Checked& checked_;
-    Findings& findings_;
-    const Section* section_ = nullptr;
-    const KeyValue* entry_ = nullptr;
 };
 
 }  // namespace

@@ -42,10 +42,9 @@ std::string asText(const std::vector<NumberRange>& ranges) {
     return text;
 }
 
-class ListTraps {
+class ListTraps : private EntryLooker {
   public:
-    ListTraps(const Checked& checked, Findings& findings)
-        : checked_(checked), findings_(findings) {}
+    using EntryLooker::EntryLooker;
 
     void look(const Section& section, const KeyValue& entry) {
         const bool plotter = section.name.find("Plotter_") != std::string::npos;
@@ -74,10 +73,6 @@ class ListTraps {
     }
 
   private:
-    void add(RuleId rule, std::vector<std::string> arguments) {
-        findings_.push_back(atEntry(checked_, rule, *section_, *entry_, std::move(arguments)));
-    }
-
     void lookAtItems(const std::vector<NumberRange>& ranges) {
         bool zero = false;
         for (const auto& [first, last] : ranges) {
@@ -121,11 +116,6 @@ class ListTraps {
         add(known ? RuleId::listAbsent : RuleId::listBeyond,
             {std::string(kind.word), asText(absent), more ? ", …" : "", std::to_string(last)});
     }
-
-    const Checked& checked_;
-    Findings& findings_;
-    const Section* section_ = nullptr;
-    const KeyValue* entry_ = nullptr;
 };
 
 }  // namespace
