@@ -50,7 +50,10 @@ CLI::Validator numberFrom(double least, double most) {
             {}};
 }
 
-void addConnectionOptions(CLI::App& command, std::string& url, double& waitSeconds) {
+CLI::App& addServerCommand(CLI::App& app, const char* name, const char* description,
+                           std::string& url, double& waitSeconds) {
+    CLI::App& command = *app.add_subcommand(name, description);
+    command.group("Команды");
     command.get_help_ptr()->group(kOptionGroup);
     command.add_option("--url", url, "Адрес сервера")
         ->capture_default_str()
@@ -60,6 +63,7 @@ void addConnectionOptions(CLI::App& command, std::string& url, double& waitSecon
         ->capture_default_str()
         ->check(numberFrom(0, 1e6))
         ->type_name("СЕКУНДЫ");
+    return command;
 }
 
 CLI::Validator nodeIdText() {

@@ -12,8 +12,10 @@ namespace opcuaview {
 /// standard error and answered with kBadUsage, before anything is connected to.
 [[nodiscard]] int runProgram(int argc, const char* const* argv);
 
-/// The options of every subcommand that talks to a server.
-void addConnectionOptions(CLI::App& command, std::string& url, double& waitSeconds);
+/// Adds a subcommand that talks to a server, with the options that all of those have. `url` and
+/// `waitSeconds` live as long as `app`.
+[[nodiscard]] CLI::App& addServerCommand(CLI::App& app, const char* name, const char* description,
+                                         std::string& url, double& waitSeconds);
 
 /// Checks with messages for operators.
 [[nodiscard]] CLI::Validator numberFrom(double least, double most);

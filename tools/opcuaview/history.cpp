@@ -280,10 +280,9 @@ static CLI::Validator timeText() {
 
 void addHistoryCommand(CLI::App& app, ExitStatus& status) {
     auto options = std::make_shared<HistoryOptions>();
-    CLI::App& command = *app.add_subcommand(
-        "history", "Читает историю пера целиком, сколько бы значений в ней ни было");
-    command.group("Команды");
-    addConnectionOptions(command, options->url, options->waitSeconds);
+    CLI::App& command = addServerCommand(
+        app, "history", "Читает историю пера целиком, сколько бы значений в ней ни было",
+        options->url, options->waitSeconds);
     CLI::Option* node = command.add_option("--node", options->nodeId, "Узел пера, \"ns=1;s=...\"");
     node->check(nodeIdText())->type_name("УЗЕЛ");
     CLI::Option* pen = command.add_option("--pen", options->pen,

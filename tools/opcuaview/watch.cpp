@@ -386,10 +386,9 @@ ExitStatus watch(const WatchOptions& options) {
 
 void addWatchCommand(CLI::App& app, ExitStatus& status) {
     auto options = std::make_shared<WatchOptions>();
-    CLI::App& command = *app.add_subcommand(
-        "watch", "Показывает текущие значения с качеством и временем источника");
-    command.group("Команды");
-    addConnectionOptions(command, options->url, options->waitSeconds);
+    CLI::App& command = addServerCommand(
+        app, "watch", "Показывает текущие значения с качеством и временем источника", options->url,
+        options->waitSeconds);
     command.add_option("--seconds", options->runSeconds, "Закончить через столько секунд")
         ->check(numberFrom(0.1, 1e9))
         ->type_name("СЕКУНДЫ");
