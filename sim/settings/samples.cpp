@@ -4,6 +4,7 @@
 #include <sstream>
 
 #include "lib/util/veskpath.h"
+#include "plant/house_layout.h"
 #include "server/text/Utf8ToCP866Converter.h"
 
 namespace sim {
@@ -148,40 +149,7 @@ constexpr const char* kTrendsIni =
 ; Вид: VA, AV, RV, VD или DV. Тип: float, double, integer или boolean. Название не обязательно.
 ; Если перо получит другую переменную, его прежние значения из архива удаляются.
 
-[Plotter_1]
-Name = Котёл 1
-Pen_1 = VA, 6, float, Вода за котлом
-Pen_2 = RV, 1, float, Задание температуры воды
-Pen_3 = AV, 1, float, Выход регулятора газа
-Pen_4 = VA, 2, integer, Расход газа
-Pen_5 = VA, 11, float, Кислород в дыме
-Pen_6 = VA, 4, float, Разрежение в топке
-Pen_7 = VD, 1, boolean, Факел
-Pen_8 = DV, 1, boolean, Клапан газа
-
-[Plotter_2]
-Name = Котёл 2
-Pen_1 = VA, 24, float, Вода за котлом
-Pen_2 = RV, 6, float, Задание температуры воды
-Pen_3 = AV, 4, float, Выход регулятора газа
-Pen_4 = VA, 20, integer, Расход газа
-Pen_5 = VA, 29, float, Кислород в дыме
-Pen_6 = VA, 22, float, Разрежение в топке
-Pen_7 = VD, 15, boolean, Факел
-Pen_8 = DV, 6, boolean, Клапан газа
-
-[Plotter_3]
-Name = Котёл 3
-Pen_1 = VA, 42, float, Вода за котлом
-Pen_2 = RV, 11, float, Задание температуры воды
-Pen_3 = AV, 7, float, Выход регулятора газа
-Pen_4 = VA, 38, integer, Расход газа
-Pen_5 = VA, 47, float, Кислород в дыме
-Pen_6 = VA, 40, float, Разрежение в топке
-Pen_7 = VD, 29, boolean, Факел
-Pen_8 = DV, 11, boolean, Клапан газа
-
-[Plotter_4]
+@BOILERS@[Plotter_4]
 Name = Теплосеть
 Pen_1 = VA, 55, float, Наружный воздух
 Pen_2 = VA, 56, float, Вода в сеть
@@ -192,6 +160,36 @@ Pen_6 = VA, 62, float, Уровень в баке подпитки
 Pen_7 = VD, 43, boolean, Сетевой насос 1
 Pen_8 = RV, 21, boolean, Погодный режим
 )";
+
+/// What a boiler's plotter records: the variable of boiler 1, and how far it is to the next
+/// boiler's.
+constexpr struct {
+    const char* kind;
+    int number, step;
+    const char* typeAndName;
+} kBoilerPens[] = {
+    {"VA", 6, 18, "float, Вода за котлом"},
+    {"RV", 1, 5, "float, Задание температуры воды"},
+    {"AV", 1, 3, "float, Выход регулятора газа"},
+    {"VA", 2, 18, "integer, Расход газа"},
+    {"VA", 11, 18, "float, Кислород в дыме"},
+    {"VA", 4, 18, "float, Разрежение в топке"},
+    {"VD", 1, 14, "boolean, Факел"},
+    {"DV", 1, 5, "boolean, Клапан газа"},
+};
+
+std::string boilerPlotters() {
+    std::ostringstream text;
+    for (int boiler = 0; boiler < static_cast<int>(kBoilers); ++boiler) {
+        text << "[Plotter_" << boiler + 1 << "]\nName = Котёл " << boiler + 1 << "\n";
+        for (int pen = 0; const auto& row : kBoilerPens) {
+            text << "Pen_" << ++pen << " = " << row.kind << ", " << row.number + boiler * row.step
+                 << ", " << row.typeAndName << "\n";
+        }
+        text << "\n";
+    }
+    return text.str();
+}
 
 std::string filledIn(std::string text, const std::string& mark, const std::string& value) {
     const std::size_t place = text.find(mark);
@@ -209,7 +207,8 @@ std::string controllerIni(int controllerNumber, int cycleMs) {
 }
 
 std::string trendsIni() {
-    return Utf8ToCP866Converter::convertUtf8ToCP866_manual(kTrendsIni);
+    return Utf8ToCP866Converter::convertUtf8ToCP866_manual(
+        filledIn(kTrendsIni, "@BOILERS@", boilerPlotters()));
 }
 
 std::string serverIni(int port) {
