@@ -166,6 +166,14 @@ class JournalTest : public testing::Test {
     VeskPath vesk;
 };
 
+/// With an empty journal that the test has joined.
+class JoinedJournal : public JournalTest {
+  protected:
+    JoinedJournal() { join(journal); }
+
+    CRolManager journal;
+};
+
 /// from, from + 1, ... to
 inline std::vector<unsigned> upTo(unsigned from, unsigned to) {
     std::vector<unsigned> all;

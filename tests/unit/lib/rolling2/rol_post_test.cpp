@@ -1,52 +1,41 @@
-// Posting: the ring, its stamps and counters, and processes that post together or are killed.
-#include <set>
+// Posting: the ring, its stamps and counters, and processes that post together.
 #include <thread>
 
 #include "journal.h"
 
 namespace {
 
-class Posting : public JournalTest {
+class Posting : public JoinedJournal {
   protected:
-    Posting() { join(journal); }
-
     /// The newest record as it lies in shared memory.
     static std::string newest(std::size_t offset, std::size_t length) {
         return RawSegment(51).text(RawSegment(53).get<std::uint16_t>(0) * 281U + offset, length);
     }
-
-    CRolManager journal;
 };
 
 TEST_F(Posting, EveryOperationLaysItsRecord) {
     const timeval time{1'000'000'000, 123'999};
     const CRolArg array[] = {CRolArg(5), CRolArg(RT_END)};
+    const auto five = [] { return new CRolArg(5); };
+    const auto end = [] { return new CRolArg(RT_END); };
     post(journal, 1, 20);  // records of a former round are overwritten whole
     const struct {
         const char* why;
         std::function<int()> post;
         unsigned dictionary, code;
         int type, number;
-        bool isTimed;
+        bool isTimed = false;
     } cases[] = {
-        {"Message", [&] { return journal.Message(1, new CRolArg(5), new CRolArg(RT_END)); }, 301, 1,
-         -1, -1, false},
-        {"MessageD", [&] { return journal.MessageD(9, 2, new CRolArg(5), new CRolArg(RT_END)); }, 9,
-         2, -1, -1, false},
-        {"MessageWithVar",
-         [&] { return journal.MessageWithVar(3, 2, 300, new CRolArg(5), new CRolArg(RT_END)); },
-         301, 3, 2, 300, false},
-        {"MessageWithVarD",
-         [&] { return journal.MessageWithVarD(9, 4, 1, -5, new CRolArg(5), new CRolArg(RT_END)); },
-         9, 4, 1, -5, false},
+        {"Message", [&] { return journal.Message(1, five(), end()); }, 301, 1, -1, -1},
+        {"MessageD", [&] { return journal.MessageD(9, 2, five(), end()); }, 9, 2, -1, -1},
+        {"MessageWithVar", [&] { return journal.MessageWithVar(3, 2, 300, five(), end()); }, 301, 3,
+         2, 300},
+        {"MessageWithVarD", [&] { return journal.MessageWithVarD(9, 4, 1, -5, five(), end()); }, 9,
+         4, 1, -5},
         {"MessageWithVarAndTime",
-         [&] {
-             return journal.MessageWithVarAndTime(&time, 5, 3, 1, new CRolArg(5),
-                                                  new CRolArg(RT_END));
-         },
-         301, 5, 3, 1, true},
-        {"VeskolMessage", [&] { return journal.VeskolMessage(9, 6, 6, 2, array); }, 9, 6, 6, 2,
-         false},
+         [&] { return journal.MessageWithVarAndTime(&time, 5, 3, 1, five(), end()); }, 301, 5, 3, 1,
+         true},
+        {"VeskolMessage", [&] { return journal.VeskolMessage(9, 6, 6, 2, array); }, 9, 6, 6, 2},
         {"VeskolMessageWithTime",
          [&] { return journal.VeskolMessageWithTime(&time, 9, 7, 8, 3, array); }, 9, 7, 8, 3, true},
     };

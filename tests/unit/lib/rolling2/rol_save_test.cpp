@@ -4,12 +4,9 @@
 
 namespace {
 
-class Saving : public JournalTest {
+class Saving : public JoinedJournal {
   protected:
-    Saving() {
-        join(journal);
-        journal.SetSaveRol(1);
-    }
+    Saving() { journal.SetSaveRol(1); }
 
     /// Codes in the messages file of a copy, of messages without arguments.
     std::vector<unsigned> savedCodes(Copy copy) const {
@@ -25,8 +22,6 @@ class Saving : public JournalTest {
         EXPECT_EQ(CheckCRCFile(path(kCrc[copy]).c_str(), &number), 0);
         return number;
     }
-
-    CRolManager journal;
 };
 
 TEST_F(Saving, WritesMessagesCountersAndCrc) {
@@ -149,11 +144,7 @@ TEST_F(Saving, ErasesTheFilesOfACopy) {
 
 // ---- Reading -----------------------------------------------------------------------------------
 
-class Reading : public JournalTest {
-  protected:
-    Reading() { join(journal); }
-    CRolManager journal;
-};
+class Reading : public JoinedJournal {};
 
 TEST_F(Reading, HandsOutRawMessagesWithoutTheirStamp) {
     ASSERT_EQ(journal.Message(1, new CRolArg(9), new CRolArg(RT_END)), 0);
