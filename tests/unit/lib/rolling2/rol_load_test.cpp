@@ -32,7 +32,8 @@ TEST_F(Loading, FillsTheRingFromSlotZeroWithTheNewest) {
     EXPECT_EQ(RawSegment(53).get<std::uint16_t>(0), 4);
     EXPECT_EQ(RawSegment(51).text(0, 26), rawMessage(1));
     std::string counters;
-    for (const unsigned counter : {0, 3, 6, 9, 12, 15, 18, 20})  // not 21: at most the capacity
+    for (const unsigned counter :
+         {0U, 3U, 6U, 9U, 12U, 15U, 18U, 20U})  // not 21: at most the capacity
         counters += little(counter, 4);
     for (unsigned i = 8; i < 16; ++i)  // the second half of what is read
         counters += little(i * 3, 4);

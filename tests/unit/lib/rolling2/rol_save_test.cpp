@@ -35,7 +35,7 @@ TEST_F(Saving, WritesMessagesCountersAndCrc) {
     EXPECT_EQ(read(kMessages[main]),
               "veskrol2.1" + little(2, 2) + little(1, 2) + ring.text(281, 32) + ring.text(562, 26));
     std::string counters;
-    for (const unsigned counter : {2, 2, 2, 1, 2, 2, 2, 2})
+    for (const unsigned counter : {2U, 2U, 2U, 1U, 2U, 2U, 2U, 2U})
         counters += little(counter, 4);
     EXPECT_EQ(read(kCounters[main]), counters);
     EXPECT_EQ(files(), "111000");
