@@ -5,76 +5,15 @@
 #include <open62541/server.h>
 
 #include <algorithm>
-#include <functional>
-#include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "server/ServerState.h"
-#include "server/config/ConfigState.h"
-#include "server/config/IniConfigManager.h"
-#include "server/config/ListSections.h"
 #include "server/operative/UaView.h"
-#include "server/text/Cp866Literal.h"
-#include "server/variables/VariableTypeAV.h"
-#include "server/variables/VariableTypeDV.h"
-#include "server/variables/VariableTypeRV.h"
-#include "server/variables/VariableTypeVA.h"
-#include "server/variables/VariableTypeVD.h"
-#include "support/child_process.h"
-#include "support/controller_database.h"
-#include "support/operator_view.h"
+#include "support/capture.h"
 
-// For tests of the server against a controller's database: processes with a configuration of their
-// own, and the address space as its clients see it.
-
-// ---- A process with a configuration ------------------------------------------------------------
-
-/// Prints each message as a line "journal 18094, 3, 4, ...".
-class PrintingJournal : public EventJournal {
-  public:
-    void post(std::uint32_t number, const std::vector<JournalArgument>& arguments) override {
-        std::cout << "journal ";
-        PrintTo(RecordingJournal::Message{number, arguments}, &std::cout);
-        std::cout << std::endl;
-    }
-};
-
-inline void loadConfiguration(const std::string& iniCp866) {
-    writeFile(iniFilePath, iniCp866);
-    declareSchema(ListSections::getInstance());
-    IniConfigManager::instance().loadConfig(iniFilePath);
-}
-
-template <class Variable>
-void addVariables() {
-    int number = 1;
-    do
-        rtexvariable.push_back(std::make_unique<Variable>());
-    while (rtexvariable.back()->getCountVarFormObj(number++) == 0);
-    rtexvariable.pop_back();
-}
-
-/// A process that has loaded this configuration, which a process can do once, and made the
-/// variables of all kinds. Its journal is its standard output.
-inline std::unique_ptr<ChildProcess> withConfiguration(const std::string& iniCp866,
-                                                       const std::function<void(UAServer&)>& body) {
-    return std::make_unique<ChildProcess>([=] {
-        static PrintingJournal journal;
-        installEventJournal(&journal);
-        loadConfiguration(iniCp866);
-        addVariables<VariableTypeVA>();
-        addVariables<VariableTypeRV>();
-        addVariables<VariableTypeAV>();
-        addVariables<VariableTypeVD>();
-        addVariables<VariableTypeDV>();
-        UAServer server;
-        body(server);
-        return 0;
-    });
-}
-
-// ---- The address space -------------------------------------------------------------------------
+// The address space as the server shows it to its clients.
 
 inline std::string toText(const UA_String& text) {
     return {reinterpret_cast<const char*>(text.data), text.length};

@@ -2,7 +2,6 @@
 #include <gtest/gtest.h>
 
 #include "server/attributes/TagGroups.h"
-#include "server/attributes/TreeNames.h"
 
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -10,19 +9,13 @@ using testing::Pair;
 
 TEST(TagGroups, NumbersFoldersInTheOrderOfTheSections) {
     const auto groups = readTagGroups({{"Attributes", {{"VA", "all"}}},
-                                       {"Attributes_Group10", {{"Name", "\x8d "}}},
-                                       {"Attributes_Group2", {{"RV", "3,1"}, {"DV", "all"}}},
+                                       {"Attributes_Group10", {}},
+                                       {"Attributes_Group2", {{"RV", "3,1"}}},
                                        {"Attributes_Group2x", {}},
                                        {"My Attributes_Group5", {}},
-                                       {"Attributes_Group 2", {{"Name", ""}}}});
-    std::vector<std::pair<int, std::string>> folders;
-    folders.reserve(groups.size());
-    for (const TagGroup& group : groups)
-        folders.emplace_back(group.folderId, group.folderName);
-    EXPECT_THAT(folders, ElementsAre(Pair(12, "Н "), Pair(13, "Group_2"), Pair(14, "Group_-1"),
-                                     Pair(15, "Group_-1"), Pair(16, "")));
+                                       {"Attributes_Group 2", {}}});
     EXPECT_THAT(groupMapOf(groups), ElementsAre(Pair(-1, 15), Pair(2, 16), Pair(10, 12)));
-    EXPECT_THAT(groups[1].lists[static_cast<std::size_t>(VariableType::RV)], ElementsAre(1, 3));
+    EXPECT_THAT(groups.at(1).lists[static_cast<std::size_t>(VariableType::RV)], ElementsAre(1, 3));
 }
 
 TEST(TagGroups, FindsTheGroupsOfATag) {

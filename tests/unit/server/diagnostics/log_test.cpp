@@ -45,16 +45,6 @@ TEST_F(Log, AppendsOneLineWithLocalTimePerEvent) {
     EXPECT_EQ(readFile(kPath).size(), 100'022U) << "made when missing, no limit";
 }
 
-TEST_F(Log, LosesItsLinesSilentlyWithoutItsFolder) {
-    testing::internal::CaptureStdout();
-    testing::internal::CaptureStderr();
-    LogControllerWriter lost("/zrt/none/test.log", &fixedClock);
-    lost.prepareRecord();
-    lost.writeLogToFile("x");
-    EXPECT_EQ(testing::internal::GetCapturedStdout() + testing::internal::GetCapturedStderr(), "");
-    EXPECT_FALSE(std::filesystem::exists("/zrt/none"));
-}
-
 TEST(ProcessSize, IsCountedInPagesOfFourKibibytes) {
     writeFile("/zrt/statm", "1000 17 3\n");
     EXPECT_EQ(get_vsz_mb("/zrt/statm"), 3.90625);

@@ -6,12 +6,11 @@ using testing::HasSubstr;
 TEST(Folders, ThatCannotBeMadeStaySilent) {
     UAServer server;
     std::string name = "Котёл";
-    server.createFolder(node(server, 8), name.data(), nullptr);
-    std::string other = "other";
     UA_NodeId none = node(server, 99);
+    server.createFolder(node(server, 8), name.data(), nullptr);
     Capture out(STDOUT_FILENO);
-    server.createFolder(node(server, 8), other.data(), nullptr);
-    server.createFolder(node(server, 7), other.data(), &none);
+    server.createFolder(node(server, 8), name.data(), nullptr);
+    server.createFolder(node(server, 7), name.data(), &none);
     EXPECT_EQ(out.text(), "");
     EXPECT_THAT(children(server, UA_NODEID_NUMERIC(0, 85)), ElementsAre("35 8 61"));
 }
@@ -20,19 +19,15 @@ TEST(Folders, OfManualInputsAreMadeOnceAGroup) {
     UAServer server;
     std::string name = "group";
     server.createFolder(node(server, 12), name.data(), nullptr);
-    server.createFolder(node(server, 13), name.data(), nullptr);
-    for (int attempt = 0; attempt < 2; ++attempt) {
-        UA_NodeId id = UA_NODEID_NULL;
-        EXPECT_EQ(server.createFolderRVGroup("50_РУЧ", 12, &id), UA_STATUSCODE_GOOD);
-        EXPECT_EQ(toText(id), "12_50_РУЧ");
-        EXPECT_EQ(id.namespaceIndex, server.namespaceIndex());
-        UA_NodeId_clear(&id);
-    }
-    EXPECT_EQ(server.createFolderRVGroup("50_РУЧ", 13, nullptr), UA_STATUSCODE_GOOD);
+    UA_NodeId id = UA_NODEID_NULL;
+    EXPECT_EQ(server.createFolderRVGroup("50_РУЧ", 12, nullptr), UA_STATUSCODE_GOOD);
+    EXPECT_EQ(server.createFolderRVGroup("50_РУЧ", 12, &id), UA_STATUSCODE_GOOD);
+    EXPECT_EQ(toText(id), "12_50_РУЧ");
+    EXPECT_EQ(id.namespaceIndex, server.namespaceIndex());
+    UA_NodeId_clear(&id);
     EXPECT_THAT(children(server, node(server, 12)), ElementsAre("35 12_50_РУЧ 61"));
-    EXPECT_THAT(children(server, node(server, 13)), ElementsAre("35 13_50_РУЧ 61"));
 
-    UA_NodeId id = UA_NODEID_NUMERIC(1, 5);
+    id = UA_NODEID_NUMERIC(1, 5);
     Capture out(STDOUT_FILENO);
     EXPECT_EQ(server.createFolderRVGroup("abc", 99, &id), UA_STATUSCODE_BADPARENTNODEIDINVALID);
     EXPECT_TRUE(UA_NodeId_isNull(&id));

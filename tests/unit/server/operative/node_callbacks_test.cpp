@@ -1,4 +1,5 @@
 #include "../server_fixture.h"
+#include "server/variables/VariableTypeVA.h"
 
 TEST(NodeCallbacks, NeedAContextAndAValue) {
     UA_DataValue value{};
@@ -11,6 +12,8 @@ TEST(NodeCallbacks, NeedAContextAndAValue) {
     EXPECT_EQ(
         UAServer::writeNodeValue(nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, &value),
         UA_STATUSCODE_BADINTERNALERROR);
+    EXPECT_EQ(UAServer().createUAItems(nullptr, 1, "parent", "", "main", 0, {}),
+              UA_STATUSCODE_BADINTERNALERROR);
 
     VariableTypeVA variable;
     VarContext unreadable{&variable, 9999};

@@ -13,145 +13,103 @@
 #include "support/child_process.h"
 #include "support/controller_database.h"
 
-using testing::ElementsAre;
 using testing::HasSubstr;
 using Area = ControllerDatabase::Area;
 
 namespace {
 
-/// What tells the kinds apart, seen from outside.
-template <class Class, int& Counter, int Type, int DbType, std::size_t NameOffset, int Entries>
-struct Kind {
-    using Variable = Class;
-    static constexpr int kType = Type, kDbType = DbType, kEntries = Entries;
-    static constexpr std::size_t kNameOffset = NameOffset;
-    static constexpr const char* kWord = std::array{"VA", "AV", "RV", "VD", "DV"}[Type];
-    static int& counter() { return Counter; }
-};
-
-using Kinds = testing::Types<Kind<VariableTypeVA, VariableTypeVA::objectCounterVA, 0, DB_VA, 4, 1>,
-                             Kind<VariableTypeAV, VariableTypeAV::objectCounterAV, 1, DB_AV, 4, 3>,
-                             Kind<VariableTypeRV, VariableTypeRV::objectCounterRV, 2, DB_HI, 0, 50>,
-                             Kind<VariableTypeVD, VariableTypeVD::objectCounterVD, 3, DB_DI, 4, 2>,
-                             Kind<VariableTypeDV, VariableTypeDV::objectCounterDV, 4, DB_DO, 5, 4>>;
-
-/// One entry per published type, named by its number.
-std::vector<Section> oneEntryPerType() {
-    Section section{"Attributes", {}};
-    for (const char* number : {"1", "2", "3", "4", "50", "51", "52"})
-        section.params.push_back(
-            {std::string("Type") + number + ".X", std::string(number) + ", 1"});
-    return {section};
+template <class Variable>
+std::unique_ptr<UARTEXVariable> make() {
+    return std::make_unique<Variable>();
 }
 
-std::vector<std::string> entryNames(UARTEXVariable& variable) {
-    std::vector<std::string> names;
-    for (const TagInfo& entry : variable.getConfigForTag(oneEntryPerType(), "main", 0, {}))
-        names.push_back(entry.name);
-    return names;
-}
+/// What tells the kinds apart, seen from outside. The type is the row's index.
+const struct Kind {
+    std::string word;
+    std::unique_ptr<UARTEXVariable> (*make)();
+    int* counter;
+    int dbType;
+    std::size_t nameOffset;
+} kRows[] = {{"VA", make<VariableTypeVA>, &VariableTypeVA::objectCounterVA, DB_VA, 4},
+             {"AV", make<VariableTypeAV>, &VariableTypeAV::objectCounterAV, DB_AV, 4},
+             {"RV", make<VariableTypeRV>, &VariableTypeRV::objectCounterRV, DB_HI, 0},
+             {"VD", make<VariableTypeVD>, &VariableTypeVD::objectCounterVD, DB_DI, 4},
+             {"DV", make<VariableTypeDV>, &VariableTypeDV::objectCounterDV, DB_DO, 5}};
 
 class Variables : public testing::Test {
   protected:
     Variables() { database.clear(); }
     ~Variables() override { rtexvariable.clear(); }
-
-    template <class Variable>
-    static Variable& append() {
-        rtexvariable.push_back(std::make_unique<Variable>());
-        return static_cast<Variable&>(*rtexvariable.back());
-    }
-};
-
-template <class K>
-class EveryKind : public Variables {};
-
-struct KindNames {
-    template <class K>
-    static std::string GetName(int) {
-        return K::kWord;
-    }
 };
 
 }  // namespace
 
-TYPED_TEST_SUITE(EveryKind, Kinds, KindNames);
-
-TYPED_TEST(EveryKind, HasItsNumbersAndIdentifiers) {
-    typename TypeParam::Variable variable;
-    const std::string word = TypeParam::kWord;
-    EXPECT_EQ(variable.getType(), TypeParam::kType);
-    EXPECT_EQ(variable.getRVType(), 0);
-    EXPECT_EQ(variable.getStructId(0), word + "_0");
-    EXPECT_EQ(variable.getStructId(65535), word + "_65535");
-    EXPECT_EQ(variable.getStructId(-1), word + "_-1");
-    EXPECT_EQ(variable.getNodeId(7), word + ".7.A");
-    EXPECT_EQ(variable.getNameCp866(), "") << "not bound yet";
-    EXPECT_THAT(entryNames(variable), ElementsAre(std::to_string(TypeParam::kEntries)));
+TEST_F(Variables, HaveTheirNumbersAndIdentifiers) {
+    for (const Kind& kind : kRows) {
+        SCOPED_TRACE(kind.word);
+        const int before = *kind.counter;
+        const auto variable = kind.make();
+        const auto other = kRows[&kind == kRows ? 1 : 0].make();
+        const auto second = kind.make();
+        EXPECT_EQ(variable->getId(), before);
+        EXPECT_EQ(second->getId(), before + 1) << "each kind counts for itself";
+        second->setId(7);
+        EXPECT_EQ(second->getId(), 7);
+        variable->setIdTag(2);
+        variable->setIdAttr(11);
+        EXPECT_EQ(variable->getIdTag(), 2);
+        EXPECT_EQ(variable->getIdAttr(), 11);
+        EXPECT_EQ(variable->getType(), &kind - kRows);
+        EXPECT_EQ(variable->getRVType(), 0);
+        EXPECT_EQ(variable->getStructId(65535), kind.word + "_65535");
+        EXPECT_EQ(variable->getStructId(-1), kind.word + "_-1");
+        EXPECT_EQ(variable->getNodeId(7), kind.word + ".7.A");
+    }
 }
 
-TYPED_TEST(EveryKind, NumbersItsObjectsByItself) {
-    const int before = TypeParam::counter();
-    typename TypeParam::Variable first;
-    std::conditional_t<TypeParam::kType == 0, VariableTypeRV, VariableTypeVA> other;
-    typename TypeParam::Variable second;
-    EXPECT_EQ(first.getId(), before);
-    EXPECT_EQ(second.getId(), before + 1);
-    second.setId(7);
-    EXPECT_EQ(second.getId(), 7);
-}
+TEST_F(Variables, BindTheLastObjectOfTheListToItsPassport) {
+    for (const Kind& kind : kRows) {
+        SCOPED_TRACE(kind.word);
+        const int count = ControllerDatabase::kCounts.at(static_cast<std::size_t>(kind.dbType - 1));
+        database.putText(kind.dbType, 1, kind.nameOffset, "\x8F-1");
+        database.putText(kind.dbType, count, kind.nameOffset, "123456789x");
+        rtexvariable.push_back(kind.make());
+        rtexvariable.push_back(kind.make());
+        const auto name = [](UARTEXVariable& variable) {
+            return dynamic_cast<VariableOfKind&>(variable).getNameCp866();
+        };
+        UARTEXVariable& first = *rtexvariable.front();
+        UARTEXVariable& last = *rtexvariable.back();
+        EXPECT_EQ(first.getCountVarFormObj(1), 0);
+        EXPECT_EQ(name(first), "");
+        EXPECT_EQ(name(last), "\x8F-1");
+        EXPECT_EQ(last.getCountVarFormObj(count), 0);
+        EXPECT_EQ(name(last), "123456789") << "without a NUL it ends with its field";
+        last.createVarObj(UARTEXVariable::veskdb, nullptr);
+        for (const int none : {0, -1, count + 1, 65'536, 65'537})
+            EXPECT_EQ(last.getCountVarFormObj(none), 1) << none;
+        EXPECT_EQ(name(last), "123456789") << "no passport, no change";
 
-TYPED_TEST(EveryKind, TakesItsNameFromThePassport) {
-    typename TypeParam::Variable variable;
-    database.putText(TypeParam::kDbType, 1, TypeParam::kNameOffset, "\x8F-1");
-    database.putText(TypeParam::kDbType, 2, TypeParam::kNameOffset, "123456789x");
-    const auto bind = [&](int num) {
-        CTypeVars* table = UARTEXVariable::veskdb.getTypeVars(TypeParam::kDbType);
-        variable.createVarObj(UARTEXVariable::veskdb,
-                              table->getAdrPasp(static_cast<std::uint16_t>(num)));
-    };
-    bind(1);
-    EXPECT_EQ(variable.getNameCp866(), "\x8F-1");
-    variable.createVarObj(UARTEXVariable::veskdb, nullptr);
-    EXPECT_EQ(variable.getNameCp866(), "\x8F-1") << "no passport, no change";
-    bind(2);
-    EXPECT_EQ(variable.getNameCp866(), "123456789") << "without a NUL it ends with its field";
-}
-
-TYPED_TEST(EveryKind, BindsTheLastObjectOfTheList) {
-    using Variable = typename TypeParam::Variable;
-    const int count = ControllerDatabase::kCounts[TypeParam::kDbType - 1];
-    database.putText(TypeParam::kDbType, count, TypeParam::kNameOffset, "LAST");
-    auto& first = this->template append<Variable>();
-    auto& last = this->template append<Variable>();
-    EXPECT_EQ(first.getCountVarFormObj(count), 0);
-    EXPECT_EQ(first.getNameCp866(), "");
-    EXPECT_EQ(last.getNameCp866(), "LAST");
-    for (const int none : {0, -1, count + 1, 65'536, 65'537})
-        EXPECT_EQ(last.getCountVarFormObj(none), 1) << none;
-    EXPECT_EQ(last.getNameCp866(), "LAST");
-}
-
-TYPED_TEST(EveryKind, CannotBindWithoutAList) {
-    typename TypeParam::Variable variable;
-    Capture err(STDERR_FILENO);
-    EXPECT_EQ(variable.getCountVarFormObj(1), 1);
-    EXPECT_EQ(err.text().empty(), TypeParam::kType != 1) << "only AV says so";
+        rtexvariable.clear();
+        Capture err(STDERR_FILENO);
+        EXPECT_EQ(kind.make()->getCountVarFormObj(1), 1) << "no list";
+        EXPECT_EQ(err.text().empty(), kind.word != "AV") << "only AV says so";
+    }
 }
 
 // ---- What single kinds have of their own -------------------------------------------------------
 
 TEST_F(Variables, OfManualInputsReadTheEntriesOfTheirLayout) {
-    const struct {
-        std::uint8_t layout;
-        std::vector<std::string> entries;
-    } cases[] = {{0, {"50"}}, {1, {"51"}}, {2, {"52"}}, {3, {}}, {0xFF, {}}};
-    for (const auto& c : cases) {
-        database.put(Area::passport, DB_HI, 4, 27, c.layout);
-        auto& variable = append<VariableTypeRV>();
+    const std::vector<Section> sections = {
+        {"Attributes", {{"Type50.X", "50,1"}, {"Type51.X", "51,1"}, {"Type52.X", "52,1"}}}};
+    for (const int layout : {0, 1, 2, 3, 255}) {
+        database.put(Area::passport, DB_HI, 4, 27, static_cast<std::uint8_t>(layout));
+        auto& variable = *rtexvariable.emplace_back(make<VariableTypeRV>());
         ASSERT_EQ(variable.getCountVarFormObj(4), 0);
-        EXPECT_EQ(variable.getRVType(), c.layout) << "unsigned on every machine";
-        EXPECT_EQ(entryNames(variable), c.entries);
+        EXPECT_EQ(variable.getRVType(), layout) << "unsigned on every machine";
+        const auto entries = variable.getConfigForTag(sections, "main", 0, {});
+        const std::string name = entries.empty() ? "none" : entries.back().name;
+        EXPECT_EQ(name, layout < 3 ? std::to_string(50 + layout) : "none");
     }
 }
 
@@ -168,13 +126,13 @@ class Unbindable : public VariableOfKind {
 TEST_F(Variables, OfAnalogOutputsTellWhyTheyCannotBeBound) {
     VariableTypeAV av;
     VariableTypeVA va;
-    append<Unbindable<std::runtime_error>>();
+    rtexvariable.push_back(make<Unbindable<std::runtime_error>>());
     Capture withReason(STDERR_FILENO);
     EXPECT_EQ(av.getCountVarFormObj(1), 1);
     EXPECT_THAT(withReason.text(), HasSubstr("broken"));
     EXPECT_THROW(va.getCountVarFormObj(1), std::runtime_error) << "the other kinds do not guard";
 
-    append<Unbindable<const char*>>();
+    rtexvariable.push_back(make<Unbindable<const char*>>());
     Capture unknown(STDERR_FILENO);
     EXPECT_EQ(av.getCountVarFormObj(1), 1);
     EXPECT_THAT(unknown.text(), HasSubstr("unknown exception"));
@@ -199,7 +157,8 @@ TEST_F(Variables, BindNothingFromAnArrayOfPlainValues) {
         std::fill_n(values, kCount, 1.7F);
         database.answer({{DB_VA, 3}, {DB_TH, kCount}});
         UARTEXVariable::veskdb.LoadBD();
-        auto& variable = append<VariableTypeAV>();
+        auto& variable =
+            static_cast<VariableTypeAV&>(*rtexvariable.emplace_back(make<VariableTypeAV>()));
         for (const int number : {1, int{kCount}}) {
             EXPECT_EQ(variable.getCountVarFormObj(number), 0) << "the database has that number";
             EXPECT_EQ(variable.getNameCp866(), "");
