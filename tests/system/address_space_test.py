@@ -2,16 +2,12 @@
 
 import pytest
 
-from conftest import Clients, Controller, ServerUnderTest
-from expected import address_space
-from expected.address_space import Node, NodeKey, Text
+from conftest import Site
+from nodes import Row, operative
 from programs import SERVING
 
 # Every kind with each access level and right spelling, tags as single numbers, range and "all".
-EVERY_KIND = """
-[General]
-ServerPort = 4840
-HistoricalData = off
+EVERY_KIND = f"""{SERVING}
 [Attributes]
 VA = 3, 1-2, 3
 AV = all
@@ -24,7 +20,7 @@ Type1.Limit   = Предел, 14, OPC_READABLE+OPC_WRITEABLE
 Type1.Upper   = Верхний, 16, OPC_WRITEABLE+OPC_READABLE
 Type1.Channel = Канал, 1, OPC_READABLE+OPC_WRITEABLE
 Type1.Default = Имя, 6
-Type1.Empty   = Имя, 7,
+Type1.Empty   = Имя, 7, ; nothing
 Type1.Unknown = Имя, 8, OPC_READ
 Type1.Comma   = Имя, 9, OPC_READABLE, OPC_WRITEABLE
 Type2.Value   = Состояние, 27, OPC_READABLE
@@ -35,6 +31,20 @@ Type50.Value  = Число, 8, OPC_READABLE+OPC_WRITEABLE
 Type51.Value  = Текст, 12, OPC_READABLE+OPC_WRITEABLE
 Type52.Value  = Ключ, 14, OPC_READABLE+OPC_WRITEABLE
 """
+
+EVERY_KIND_TREE: list[Row] = [
+    (
+        *("1_VA", "VA_1 VA_2 VA_3"),
+        "Значение 29 R, Сырое 2 W, Предел 14 RW, Верхний 16 RW, Канал 1 R, Имя 6 R, Имя 7 R, "
+        "Имя 8 RW, Имя 9 RW",
+    ),
+    ("2_VD", "VD_2", "Состояние 27 R"),
+    ("3_AV", "AV_1 AV_2 AV_3", "Задание 21 RW"),
+    ("4_DV", "DV_1 DV_2 DV_3", "Выход 20 RW"),
+    ("50_RVV", "RV_1 RV_6", "Число 8 RW"),
+    ("51_RVS", "RV_2 RV_5", "Текст 12 RW"),
+    ("52_RVL", "RV_3 RV_4", "Ключ 14 RW"),
+]
 
 # What the reader of the file has to get right, each line with its reason.
 READER_RULES = """
@@ -70,10 +80,12 @@ RV = all
 Type50.x = Имя, 8, OPC_READABLE
 """
 
-ONE_ITEM_PER_KIND = """
-[General]
-ServerPort = 4840
-HistoricalData = off
+READER_RULES_TREE: list[Row] = [
+    ("1_VA", "VA_2 VA_4", "Первый 5 R, Второй 6 R, Имя 9 R, Кириллица 10 R"),
+    ("4_DV", "DV_1", "Слито 20 R"),
+]
+
+ONE_ITEM_PER_KIND = f"""{SERVING}
 [Attributes]
 Type1.v = Значение, 29
 Type2.v = Значение, 27
@@ -84,11 +96,28 @@ Type51.v = Значение, 12
 Type52.v = Значение, 14
 """
 
+VALUE_NUMBERS = {
+    "1_VA": 29,
+    "2_VD": 27,
+    "3_AV": 21,
+    "4_DV": 20,
+    "50_RVV": 8,
+    "51_RVS": 12,
+    "52_RVL": 14,
+}
+
+
+def values_of(**tags: str) -> list[Row]:
+    """The tree of ONE_ITEM_PER_KIND with these tags, as VA="1 2"; RV by its sub-kinds."""
+    return [
+        (folder, " ".join(f"{kind[:2]}_{n}" for n in tags[kind].split()), f"Значение {number} R")
+        for folder, number in VALUE_NUMBERS.items()
+        if (kind := folder.split("_")[1]) in tags
+    ]
+
+
 # The same node id asked for twice. Only the last add of a tag decides: VA goes whole, VD stays.
-SAME_ITEM_TWICE = """
-[General]
-ServerPort = 4840
-HistoricalData = off
+SAME_ITEM_TWICE = f"""{SERVING}
 [Attributes]
 VA = all
 VD = all
@@ -100,28 +129,8 @@ Type2.b = Имя, 5
 Type2.c = Имя, 6
 """
 
-LOGICAL_INPUTS = """
-[General]
-ServerPort = 4840
-HistoricalData = off
-[Attributes]
-RV = all
-Type52.a = Имя, 4
-Type52.b = Барьер, 5
-Type52.c = Барьер, 9
-Type52.d = Имя, 10
-Type52.e = Барьер, 12
-Type52.f = Имя, 13
-Type52.g = Имя, 18
-Type50.a = Запрещён, 11
-Type51.a = Запрещён, 19
-"""
-
 # Sections sort as text (1, 12, 2), and group 1 takes the attributes of group 12 too.
-GROUPS = """
-[General]
-ServerPort = 4840
-HistoricalData = off
+GROUPS = f"""{SERVING}
 [Attributes]
 VA = 1
 Type1.Value = Значение, 29, OPC_READABLE
@@ -151,12 +160,23 @@ Type2.Value = Состояние, 27
 Type4.Other = Имя, 3
 """
 
+GROUPS_TREE: list[Row] = [
+    ("1_VA", "VA_1", "Значение 29 R"),
+    ((12, ""), "VD_2", "Состояние 27 R"),
+    ((13, "Group_12"), "DV_1 DV_2 DV_3 DV_4", "Выход 20 W"),
+    ("13_50_RVV", "RV_6", "Число 8 R"),
+    ("13_51_RVS", "RV_5", "Текст 12 R"),
+    ("13_52_RVL", "RV_4", "Ключ 14 R"),
+    ((14, "Насос №2 "), "VA_2 VA_3", "Предел 14 RW, Значение 29 R"),
+    ((14, "Насос №2 "), "AV_1 AV_2 AV_3", "Задание 21 R"),
+    ("14_50_RVV", "RV_1", "Число 8 RW"),
+    ("14_51_RVS", "RV_2", ""),
+    ("14_52_RVL", "RV_3", "Ключ 14 R"),
+]
+
 # What is listed twice: in the flat tree and in a group, in two groups, and in sections whose names
 # hold no number.
-GROUPS_IN_CONFLICT = """
-[General]
-ServerPort = 4840
-HistoricalData = off
+GROUPS_IN_CONFLICT = f"""{SERVING}
 AplicationName = Цех
 [Attributes]
 VA = 1-2
@@ -180,120 +200,114 @@ DV = 2-3
 Type4.y = Имя, 20
 """
 
+GROUPS_IN_CONFLICT_TREE: list[Row] = [
+    ("1_VA", "VA_1 VA_2", "Плоское 29 R"),
+    ((12, "Group_1"), "VA_3", "Один 29 R"),
+    ((13, "Group_7"), "VA_4", "Семь 29 R"),
+    ((13, "Group_7"), "VD_1", ""),
+    ((14, "Group_-1"), "DV_1 DV_2", ""),
+    ((15, "Group_-1"), "DV_3", ""),
+]
+
+ALL = "VA=all\nAV=all\nRV=all\nVD=all\nDV=all\n"
+
 # Whether an attribute may be published depends on kind and number alone: all of them, and beyond.
-EVERY_NUMBER = (SERVING + "[Attributes]\nVA=all\nAV=all\nRV=all\nVD=all\nDV=all\n") + "".join(
+EVERY_NUMBER = f"{SERVING}[Attributes]\n{ALL}" + "".join(
     f"Type{kind}.{number:03} = N, {number}, OPC_READABLE+OPC_WRITEABLE\n"
     for kind in (1, 2, 3, 4, 50, 51, 52)
     for number in range(120)
 )
 
 
-def with_lists(lists: str) -> str:
-    return ONE_ITEM_PER_KIND + lists
+def numbered(ranges: str) -> str:
+    """Items named N; all of them may be written but the first, the channel."""
+    items = ["N 1 R"]
+    for first, last in (part.split("-") for part in ranges.split()):
+        items += [f"N {number} RW" for number in range(int(first), int(last) + 1)]
+    return ", ".join(items)
 
 
-CASES = {
-    "every kind": EVERY_KIND,
-    "every attribute number": EVERY_NUMBER,
-    "the reader's rules": READER_RULES,
-    "nothing listed": ONE_ITEM_PER_KIND,
-    "no Attributes section": SERVING,
-    "all listed": with_lists("VA=all\nAV=all\nRV=all\nVD=all\nDV=all\n"),
-    "one bad item drops a list": with_lists("VA=1,,2\nAV=1, x\nVD=1-2-3\nDV=1 - 2\nRV=2 1\n"),
-    "ranges": with_lists("VA=0-2\nAV=3-1, 2\nVD=5-3\nDV=1-60000\nRV=3,\n"),
-    "numbers that no variable has": with_lists("VA=100\nRV=100\n"),
-    "spellings of all": with_lists("VA= all ; with a comment\nAV=ALL\nVD=all, 1\n"),
-    "lists without attributes": SERVING + "[Attributes]\nVA=all\nRV=all\nDV=1\n",
-    "same item twice": SAME_ITEM_TWICE,
-    "attributes barred for logical inputs": LOGICAL_INPUTS,
-    "groups": GROUPS,
-    "groups in conflict": GROUPS_IN_CONFLICT,
-    "no operative data, no groups": GROUPS.replace("[Attributes]", "OperativeData=off\n[Attr]"),
-    "operative data off": EVERY_KIND.replace("[Attr", "OperativeData = off\n[Attr"),
-    "off is told by the first word": EVERY_KIND.replace("[Attr", "OperativeData=off x\n[Attr"),
-    "OFF is not off": EVERY_KIND.replace("[Attr", "OperativeData = OFF\n[Attr"),
-    "name of blanks": with_lists("VA=1\n").replace("[Attr", "AplicationName=  ; none\n[Attr"),
+EVERY_NUMBER_TREE: list[Row] = [
+    ("1_VA", "VA_1 VA_2 VA_3 VA_4", numbered("2-26 28-35 38-62")),
+    ("2_VD", "VD_1 VD_2 VD_3", numbered("2-27 29-41")),
+    (
+        *("3_AV", "AV_1 AV_2 AV_3"),
+        numbered("2-7 20-41 44-45 48-49 52-52 59-67 69-72 75-93 95-96 107-107"),
+    ),
+    ("4_DV", "DV_1 DV_2 DV_3 DV_4", numbered("2-17 19-23 32-48")),
+    ("50_RVV", "RV_1 RV_6", numbered("2-10 12-18")),
+    ("51_RVS", "RV_2 RV_5", numbered("2-10 12-18")),
+    ("52_RVL", "RV_3 RV_4", numbered("2-4 10-10 13-18")),
+]
+
+# configuration and tree (None: not even its folder)
+CASES: dict[str, tuple[str, list[Row] | None]] = {
+    "every kind": (EVERY_KIND, EVERY_KIND_TREE),
+    "every attribute number": (EVERY_NUMBER, EVERY_NUMBER_TREE),
+    "the reader's rules": (READER_RULES, READER_RULES_TREE),
+    "nothing listed": (ONE_ITEM_PER_KIND, []),
+    "no Attributes section": (SERVING, []),
+    "one bad item drops a list": (
+        ONE_ITEM_PER_KIND + "VA=1,,2\nAV=1, x\nVD=1-2-3\nDV=1 - 2\nRV=2 1\n",
+        [],
+    ),
+    "ranges": (
+        ONE_ITEM_PER_KIND + "VA=0-2\nAV=3-1, 2\nVD=5-3\nDV=1-60000\nRV=3,\n",
+        values_of(VA="1 2", AV="2", DV="1 2 3 4", RVL="3"),
+    ),
+    "numbers that no variable has": (ONE_ITEM_PER_KIND + "VA=100\nRV=100\n", values_of(VA="")),
+    "spellings of all": (
+        ONE_ITEM_PER_KIND + "VA= all ; with a comment\nAV=ALL\nVD=all, 1\n",
+        values_of(VA="1 2 3 4"),
+    ),
+    "lists without attributes": (
+        SERVING + "[Attributes]\nVA=all\nRV=all\nDV=1\n",
+        [("1_VA", "VA_1 VA_2 VA_3 VA_4", ""), ("4_DV", "DV_1", "")],
+    ),
+    "same item twice": (
+        SAME_ITEM_TWICE,
+        [("1_VA", "", ""), ("2_VD", "VD_1 VD_2 VD_3", "Имя 5 R, Имя 6 R")],
+    ),
+    "groups": (GROUPS, GROUPS_TREE),
+    "groups in conflict": (GROUPS_IN_CONFLICT, GROUPS_IN_CONFLICT_TREE),
+    "no operative data, no groups": (
+        GROUPS.replace("[Attr", "OperativeData=off x\n[Attr", 1),
+        None,
+    ),
+    "OFF is not off": (EVERY_KIND.replace("[Attr", "OperativeData=OFF\n[Attr"), EVERY_KIND_TREE),
+    "name of blanks": (SERVING + "AplicationName=  ; none\n[Attributes]\nVA=0\n", []),
 }
+APPLICATIONS = {"the reader's rules": "Котельная№1це", "groups in conflict": "Цех"}
 
 
-@pytest.mark.parametrize("configuration", CASES.values(), ids=CASES.keys())
-def test_publishes_what_the_configuration_says(
-    configuration: str, controller: Controller, server: ServerUnderTest, clients: Clients
-) -> None:
-    controller.start(va=4, av=3, rv=6, vd=3, dv=4)
-    controller.set_rv_types(0, 1, 2, 2, 1, 0)
-    expected = address_space.nodes(configuration, controller.variables())
-    server.start(configuration)
-    assert clients.connect().address_space() == expected
+@pytest.mark.parametrize("case", CASES)
+def test_publishes_what_the_configuration_says(case: str, site: Site) -> None:
+    site.start(va=4, av=3, rv=6, vd=3, dv=4)
+    site.set_rv_types(0, 1, 2, 2, 1, 0)
+    configuration, tree = CASES[case]
+    expected = {} if tree is None else operative(tree, APPLICATIONS.get(case, ""))
+    assert site.serve(configuration).address_space() == expected
 
 
-def test_kinds_without_variables_keep_their_folder(
-    controller: Controller, server: ServerUnderTest, clients: Clients
-) -> None:
-    controller.start(va=1)
-    server.start(ONE_ITEM_PER_KIND)
-    names = [node.browse_name for node in clients.connect().address_space().values()]
-    assert sorted(names) == ["2_VD", "3_AV", "4_DV", "Operative"]
+def test_says_what_it_could_not_make(site: Site) -> None:
+    """Structures that lost their last item, and tags that are in the tree already."""
+    site.start(va=2, av=1, rv=1, vd=1, dv=1)
+    twice = "".join(f"Type{n}.{key} = N, 2\n" for n in (1, 2, 3, 4, 50) for key in "ab")
+    groups = "[Attributes_Group3]\nVA=1\nRV=1\n[Attributes_Group4]\nVA=1\nRV=1\n"
+    site.serve(f"{SERVING}[Attributes]\n{ALL}{twice}{groups}")
+    said = site.server.output().decode("cp866")
+    for kind in ("VA", "AV", "RV", "VD", "DV"):
+        failed = f"warn/server\x1b[0m\tFailed to create structure for {kind} variable"
+        for message in (
+            f"info/application\x1b[0m\tRolled back {kind} structure due to items creation failure\n",
+            f"{failed}: BadNodeIdExists\n",
+        ):
+            assert said.count(message) == (2 if kind == "VA" else 1)
+        in_second_group = f"{failed} 1 in group 13: BadNodeIdExists\n" in said
+        assert in_second_group == (kind in ("VA", "RV"))
 
 
-def test_nodes_look_like_this(
-    controller: Controller, server: ServerUnderTest, clients: Clients
-) -> None:
-    """A few nodes written out, which holds the model of this suite to the ground."""
-    controller.start(va=2, av=1, rv=1, vd=1, dv=1)
-    server.start(
-        SERVING + "AplicationName=Котёл\n"
-        "[Attributes]\nVA=2\nDV=1\nType1.T=Темп., 29, OPC_READABLE+OPC_WRITEABLE\n"
-    )
-    nodes = clients.connect().address_space()
-    written_out: dict[NodeKey, Node] = {
-        8: Node(1, "Objects", 35, 61, "Котёл", Text("en-US", "Котёл")),
-        6: Node(1, 8, 35, 61, "Operative", Text("en-US", "Operative")),
-        1: Node(1, 6, 35, 61, "1_VA", Text("en-US", "1_VA")),
-        "VA_2": Node(1, 1, 47, 58, "VA_2", Text("ru-RU", "VA_2"), Text("ru-RU", "VA_2")),
-        "Котёл.Operative.1_VA.VA_2.Темп..A29": Node(
-            *(2, "VA_2", 47, 63, "Темп.", Text("ru-RU", "Темп."), Text("ru-RU", "VA_2.A29")),
-            *(3, 24, -2, False),
-        ),
-        "DV_1": Node(1, 5, 47, 58, "DV_1", Text("ru-RU", "DV_1"), Text("ru-RU", "DV_1")),
-    }
-    assert {key: nodes.get(key) for key in written_out} == written_out
-    assert nodes.keys() - written_out.keys() == {5}
-
-
-def test_grouped_nodes_look_like_this(
-    controller: Controller, server: ServerUnderTest, clients: Clients
-) -> None:
-    controller.start(va=1, av=1, rv=1, vd=1, dv=1)
-    process = server.start(
-        SERVING + "[Attributes_Group3]\nVA=1\nRV=1\nType1.T=Темп., 29\nType50.S=Зад., 8\n"
-        "[Attributes_Group4]\nVA=1\nRV=1\nType1.Bad=Нет, 27\n"
-    )
-    nodes = clients.connect().address_space()
-    parents = {key: (node.parent, node.browse_name) for key, node in nodes.items()}
-    assert parents == {
-        6: ("Objects", "Operative"),
-        12: (6, "Group_3"),
-        13: (6, "Group_4"),
-        "VA_1": (12, "VA_1"),
-        "Operative.Group_3.VA_1.Темп..A29": ("VA_1", "Темп."),
-        "12_50_RVV": (12, "50_RVV"),
-        "RV_1": ("12_50_RVV", "RV_1"),
-        "Operative50_RVV.RV_1.Зад..A8": ("RV_1", "Зад."),
-        "13_50_RVV": (13, "50_RVV"),
-    }
-    said = process.output().decode("cp866")
-    for tag in ("VA", "RV"):
-        assert f"Failed to create structure for {tag} variable 1 in group 13: BadNodeIdExists" in said
-
-
-def test_a_thousand_tags(controller: Controller, server: ServerUnderTest, clients: Clients) -> None:
-    """More nodes than one answer of the services holds, in an order that none of them decides."""
-    controller.start(va=400, av=1, rv=1, vd=600)
-    configuration = (
-        SERVING + "[Attributes]\nVA=all\nVD=1-300, 302-600\n"
-        "Type1.a=Значение, 29\nType1.b=Имя, 6\nType2.a=Состояние, 27\n"
-    )
-    server.start(configuration)
-    expected = address_space.nodes(configuration, controller.variables())
-    assert clients.connect().address_space() == expected
+def test_kinds_without_variables_keep_their_folder(site: Site) -> None:
+    site.start(va=1)
+    tree: list[Row] = [("2_VD", "", ""), ("3_AV", "", ""), ("4_DV", "", "")]
+    assert site.serve(ONE_ITEM_PER_KIND).address_space() == operative(tree)

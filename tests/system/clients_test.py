@@ -7,20 +7,17 @@ import sys
 
 from asyncua import ua
 
-from conftest import Clients, Controller, ServerUnderTest
-from programs import ENDPOINT, PORT
-from published_tags import item, publishing
+from conftest import Site
+from programs import PORT
+from published_tags import BOTH, item, publishing
 from waiting import PATIENCE_S
 
-BOTH = "OPC_READABLE+OPC_WRITEABLE"
+PUBLISHING = publishing(("VA", 14), right=BOTH)
 
 
-def test_two_clients_see_each_others_writes(
-    controller: Controller, server: ServerUnderTest, clients: Clients
-) -> None:
-    controller.start(va=3)
-    server.start(publishing(("VA", 14), right=BOTH))
-    first, second = clients.connect(), clients.connect()
+def test_two_clients_see_each_others_writes(site: Site) -> None:
+    site.start(va=3)
+    first, second = site.serve(PUBLISHING), site.connect()
     for turn in range(20):
         writer, reader = (first, second) if turn % 2 else (second, first)
         node = item("VA", turn % 3 + 1, 14)
@@ -38,45 +35,35 @@ class Handler:
     def datachange_notification(self, node, value, data):
         print("notified", flush=True)
 
-async def main(endpoint, identifier):
-    client = Client(endpoint)
+async def main(node):
+    client = Client("opc.tcp://127.0.0.1:4840")
     await client.connect()
-    namespace = await client.get_namespace_index("urn:vesk")
     subscription = await client.create_subscription(100, Handler())
-    await subscription.subscribe_data_change(client.get_node(f"ns={namespace};s={identifier}"))
+    await subscription.subscribe_data_change(client.get_node(node))
     await asyncio.sleep(60)
 
-asyncio.run(main(*sys.argv[1:]))
+asyncio.run(main(sys.argv[1]))
 """
 
 
-def test_clients_killed_with_their_subscriptions(
-    controller: Controller, server: ServerUnderTest, clients: Clients
-) -> None:
-    controller.start(va=2)
-    process = server.start(publishing(("VA", 14), right=BOTH))
-    node = item("VA", 1, 14)
-    command = [sys.executable, "-c", _SUBSCRIBER, ENDPOINT, node]
-    killed = [subprocess.Popen(command, stdout=subprocess.PIPE) for _ in range(2)]
-    for client_process in killed:
-        assert client_process.stdout.readline() == b"notified\n"
-        client_process.kill()
-        client_process.wait()
-        client_process.stdout.close()
-    client = clients.connect()
+def test_clients_killed_with_their_subscriptions(site: Site) -> None:
+    site.start(va=2)
+    client, node = site.serve(PUBLISHING), item("VA", 1, 14)
+    command = [sys.executable, "-c", _SUBSCRIBER, client.node_id(node).to_string()]
+    for _ in range(2):
+        with subprocess.Popen(command, stdout=subprocess.PIPE) as subscriber:
+            assert subscriber.stdout.readline() == b"notified\n"
+            subscriber.kill()
     for value in (1.5, 2.5):
         assert client.write(node, value, ua.VariantType.Float).is_good()
         assert client.read(node).Value.Value == value
-    assert process.stop() == 0
+    assert site.server.stop() == 0
 
 
-def test_connections_that_speak_something_else(
-    controller: Controller, server: ServerUnderTest, clients: Clients
-) -> None:
+def test_connections_that_speak_something_else(site: Site) -> None:
     """Noise, half a greeting, nothing at all: each closed or left, and the others are served."""
-    controller.start(va=2)
-    process = server.start(publishing(("VA", 14), right=BOTH))
-    client = clients.connect()
+    site.start(va=2)
+    client = site.serve(PUBLISHING)
     noise = random.Random(5)
     greeting = b"HELF" + (200).to_bytes(4, "little")
     openings = [b"", greeting, b"GET / HTTP/1.1\r\n\r\n", b"HELF\xff\xff\xff\xff" + bytes(64)]
@@ -89,19 +76,16 @@ def test_connections_that_speak_something_else(
         assert client.read(item("VA", 2, 14)).StatusCode.is_good()
     for connection in left_open:
         connection.close()
-    assert process.is_alive()
+    assert site.server.is_alive()
 
 
-def test_the_controller_goes_before_the_server(
-    controller: Controller, server: ServerUnderTest, clients: Clients
-) -> None:
+def test_the_controller_goes_before_the_server(site: Site) -> None:
     """The attached tables last as long as the server looks at them."""
-    controller.start(va=2)
-    controller.database.set_field("VA", 2, "VPG", 7.5)
-    process = server.start(publishing(("VA", 14), right=BOTH))
-    client = clients.connect()
-    assert controller.simulator.stop() == 0
+    site.start(va=2)
+    site.database.set_field("VA", 2, "VPG", 7.5)
+    client = site.serve(PUBLISHING)
+    assert site.simulator.stop() == 0
     assert client.read(item("VA", 2, 14)).Value.Value == 7.5
     assert client.write(item("VA", 2, 14), 8.5, ua.VariantType.Float).is_good()
     assert client.read(item("VA", 2, 14)).Value.Value == 8.5
-    assert process.stop() == 0
+    assert site.server.stop() == 0

@@ -10,13 +10,14 @@ from asyncua import ua
 import address_space_test
 import configuration_log_test
 import historical_tree_test
-from conftest import Clients, Controller, ServerUnderTest
-from expected.address_space import OBJECTS_FOLDER, Node, NodeKey
+from conftest import Site
+from nodes import OBJECTS_FOLDER, NodeKey
 from programs import CONFIGURATION, SERVING, program_path
 
-COUNTS = "va=4,av=3,rv=6,vd=3,dv=4"
+# The controller of these tests, and how the checker is told of it.
+COUNTS = {"va": 4, "av": 3, "rv": 6, "vd": 3, "dv": 4}
 RV_TYPES = (0, 1, 2, 2, 1, 0)
-MANUAL_INPUTS = ("--rvs=2,5", "--rvl=3,4")
+DATABASE = ("--counts=va=4,av=3,rv=6,vd=3,dv=4", "--rvs=2,5", "--rvl=3,4")
 ACCESS = {"R": 1, "W": 2, "RW": 3, "R+H": 5}
 
 
@@ -35,25 +36,19 @@ def key_of(node_id: str) -> NodeKey:
     return int(text) if kind == "i" else text
 
 
-@pytest.mark.parametrize(
-    "configuration", address_space_test.CASES.values(), ids=address_space_test.CASES.keys()
-)
-def test_tree_is_the_one_that_a_client_browses(
-    configuration: str, controller: Controller, server: ServerUnderTest, clients: Clients
-) -> None:
-    controller.start(va=4, av=3, rv=6, vd=3, dv=4)
-    controller.set_rv_types(*RV_TYPES)
-    server.start(configuration)
-    client = clients.connect()
-
-    def seen(node: Node) -> tuple[NodeKey, str, int | None]:
-        return node.parent, node.browse_name, node.access_level
-
-    foretold = check("--tree", f"--counts={COUNTS}", *MANUAL_INPUTS)
+@pytest.mark.parametrize("case", address_space_test.CASES)
+def test_tree_is_the_one_that_a_client_browses(case: str, site: Site) -> None:
+    site.start(**COUNTS)
+    site.set_rv_types(*RV_TYPES)
+    client = site.serve(address_space_test.CASES[case][0])
+    foretold = check("--tree", *DATABASE)
     assert {
         key_of(node["id"]): (key_of(node["parent"]), node["name"], ACCESS.get(node["access"]))
         for node in foretold
-    } == {key: seen(node) for key, node in client.address_space().items()}
+    } == {
+        key: (node.parent, node.browse_name, node.access_level)
+        for key, node in client.address_space().items()
+    }
 
     readable = [node for node in foretold if "R" in (node["access"] or "")]
     values = client.read_many(
@@ -66,21 +61,16 @@ def test_tree_is_the_one_that_a_client_browses(
             assert node["dataType"] == "—", node["id"]
 
 
-def test_historical_nodes_are_among_those_foretold(
-    controller: Controller, server: ServerUnderTest, clients: Clients
-) -> None:
+def test_historical_nodes_are_among_those_foretold(site: Site) -> None:
     """Which pens there are is told by the trend system alone: a "*" stands for what it adds."""
-    controller.start(va=1)
+    site.start(va=1)
     system = historical_tree_test.SYSTEM
     system.tell()
-    for name, more in historical_tree_test.CASES.items():
-        process = server.start(
-            historical_tree_test.HISTORY_ONLY + more, environment=system.environment
-        )
-        client = clients.connect()
+    for name, (more, _) in historical_tree_test.CASES.items():
+        client = site.serve(historical_tree_test.HISTORY_ONLY + more, system.environment)
         browsed = client.address_space()
         client.close()
-        process.stop()
+        site.server.stop()
         foretold = [
             (str(key_of(node["id"])), key_of(node["parent"]), ACCESS.get(node["access"]))
             for node in check("--tree")
@@ -103,37 +93,31 @@ BROKEN = {name: SERVING + text for name, (text, _) in configuration_log_test.CAS
 }
 FATAL = {
     "no port": "[General]\nServrPort = 4840\nSamplingInterval = 20\n",
-    "no number": "[General]\nServerPort = 48 40\n",
     "outside": "[General]\nWrong = 1\nServerPort = 4850\nSamplingInterval = 20\n",
 }
 
 
-def test_errors_are_those_of_the_servers_log(
-    controller: Controller, server: ServerUnderTest
-) -> None:
-    controller.start(va=4, av=3, rv=6, vd=3, dv=4)
-    controller.set_rv_types(*RV_TYPES)
+def test_errors_are_those_of_the_servers_log(site: Site) -> None:
+    site.start(**COUNTS)
+    site.set_rv_types(*RV_TYPES)
     for name, text in BROKEN.items():
-        process = server.start(text)
-        logged = [line for line in server.log_lines() if "Запущен" not in line]
-        process.stop()
-        findings = check(f"--counts={COUNTS}", *MANUAL_INPUTS)
-        foretold = [finding["log"] for finding in findings if finding["log"] is not None]
+        site.serve(text).close()
+        logged = [line for line in site.server.log_lines() if "Запущен" not in line]
+        site.server.stop()
+        foretold = [finding["log"] for finding in check(*DATABASE) if finding["log"] is not None]
         assert sorted(foretold) == sorted(logged), name
 
 
 @pytest.mark.parametrize("text", FATAL.values(), ids=FATAL.keys())
-def test_fatal_errors_are_the_last_that_the_server_tells(
-    text: str, controller: Controller, server: ServerUnderTest
-) -> None:
-    controller.start(va=1, av=1, rv=1, vd=1, dv=1)
-    process = server.launch(text)
+def test_fatal_errors_are_the_last_that_the_server_tells(text: str, site: Site) -> None:
+    site.start(va=1, av=1, rv=1, vd=1, dv=1)
+    process = site.launch(text)
     process.wait_for_log("ЦП 7: OPC UA Сервер: Ошибка конфигурации: 3 ")
     logs = [finding["log"] for finding in check() if finding["severity"] == "error"]
-    assert sorted(log for log in logs if log is not None) == sorted(server.log_lines())
+    assert sorted(log for log in logs if log is not None) == sorted(process.log_lines())
     assert logs.count(None) == text.count("SamplingInterval"), "told, though the server sleeps"
 
 
-def test_the_sample_is_clean(controller: Controller) -> None:
-    controller.start_simulator("--frozen")
+def test_the_sample_is_clean(site: Site) -> None:
+    site.start_simulator("--frozen")
     assert check() == []

@@ -1,4 +1,4 @@
-"""Fixtures of the system tests. Each test gets an empty controller and leaves an empty one."""
+"""The fixture of the system tests. Each test gets an empty machine and leaves an empty one."""
 
 import os
 import shutil
@@ -9,9 +9,8 @@ import pytest
 
 from controller import sysv
 from controller.database import Database
-from expected.address_space import Variables
 from opc_client import OpcClient
-from programs import CONTROLLER_SETTINGS, Program, Server, Simulator, write_configuration
+from programs import CONFIGURATION, CONTROLLER_SETTINGS, PORT, Program, Server, Simulator
 
 _ROOT = Path("/zrt")
 _PLAIN = ("th", "tm", "ts", "fv", "iv", "lv")
@@ -26,75 +25,47 @@ def pytest_sessionstart(session: pytest.Session) -> None:
         pytest.exit("OPCUASRV_BIN_DIR must name the folder of zrtsim and opcuasrv", 2)
 
 
-class Processes:
-    """What the test started, so that all of it ends with the test."""
+class Site:
+    """A simulated controller, the server beside it, and clients. All of it ends with the test.
+
+    `simulator` and `server` are the ones that were started last.
+    """
+
+    simulator: Simulator
+    server: Server
 
     def __init__(self) -> None:
         self._started: list[Program] = []
-
-    def add(self, program: Program) -> None:
-        self._started.append(program)
-
-    def end(self) -> None:
-        for program in reversed(self._started):
-            program.kill()
-
-
-@pytest.fixture
-def processes() -> Iterator[Processes]:
-    started = Processes()
-    yield started
-    started.end()
-    for left in sysv.objects():
-        sysv.remove(left)
-    for path in _ROOT.iterdir():
-        shutil.rmtree(path) if path.is_dir() else path.unlink()
-
-
-class Controller:
-    """The simulated controller and its memory."""
-
-    def __init__(self, processes: Processes) -> None:
-        self._processes = processes
+        self._clients: list[OpcClient] = []
         self._database: Database | None = None
-        self._simulator: Simulator | None = None
+
+    # -- The controller
 
     def start(
         self,
-        *,
-        va: int = 0,
-        av: int = 0,
-        rv: int = 0,
-        vd: int = 0,
-        dv: int = 0,
+        *arguments: str,
         plain: int = 0,
         frozen: bool = True,
         number: int = 7,
         cycle_time_ms: int = 100,
+        **counts: int,
     ) -> None:
         """Starts zrtsim with so many variables, `plain` of each kind that is never published.
 
         Frozen, nothing but the test changes the memory.
         """
-        counts = {"va": va, "av": av, "rv": rv, "vd": vd, "dv": dv} | dict.fromkeys(_PLAIN, plain)
-        arguments = [f"--{kind}={count}" for kind, count in counts.items()]
-        self.start_simulator(*arguments, *(["--frozen"] if frozen else []))
-        self.write_settings(number, cycle_time_ms)
+        counts = dict.fromkeys(("va", "av", "rv", "vd", "dv"), 0) | counts
+        counts |= dict.fromkeys(_PLAIN, plain)
+        options = [f"--{kind}={count}" for kind, count in counts.items()]
+        self.start_simulator(*options, *(["--frozen"] if frozen else []), *arguments)
+        settings = f"[General]\nNumber_kontr = {number}\nCycleTime = {cycle_time_ms}\n"
+        CONTROLLER_SETTINGS.write_text(settings)
 
     def start_simulator(self, *arguments: str) -> Simulator:
-        self._simulator = Simulator(*arguments)
-        self._processes.add(self._simulator)
-        self._simulator.wait_ready()
-        return self._simulator
-
-    @property
-    def simulator(self) -> Simulator:
-        assert self._simulator is not None, "no simulator was started"
-        return self._simulator
-
-    def write_settings(self, number: int, cycle_time_ms: int) -> None:
-        text = f"[General]\nNumber_kontr = {number}\nCycleTime = {cycle_time_ms}\n"
-        CONTROLLER_SETTINGS.write_bytes(text.encode("cp866"))
+        self.simulator = Simulator(*arguments)
+        self._started.append(self.simulator)
+        self.simulator.wait_ready()
+        return self.simulator
 
     @property
     def database(self) -> Database:
@@ -102,81 +73,63 @@ class Controller:
             self._database = Database()
         return self._database
 
+    def leave_database(self) -> None:
+        """Detaches from the tables, so that the controller can take them away."""
+        if self._database is not None:
+            self._database.close()
+            self._database = None
+
     def set_rv_types(self, *types: int) -> None:
         """The sub-kind of each manual input: 0 a number, 1 a text, 2 logical."""
         for number, rv_type in enumerate(types, 1):
             self.database.set_field("RV", number, "var_type", rv_type)
 
-    def variables(self) -> Variables:
-        counts = self.database.counts
-        rv_types = (self.database.field("RV", n, "var_type") for n in range(1, counts["RV"] + 1))
-        return Variables(counts, tuple(rv_types))
-
-    def close(self) -> None:
-        if self._database is not None:
-            self._database.close()
-            self._database = None
-
-
-@pytest.fixture
-def controller(processes: Processes) -> Iterator[Controller]:
-    made = Controller(processes)
-    yield made
-    made.close()
-
-
-class ServerUnderTest:
-    """Starts the server with a configuration; the last one started answers the questions."""
-
-    def __init__(self, processes: Processes) -> None:
-        self._processes = processes
-        self._process: Server | None = None
-
-    def start(
-        self,
-        configuration: str | None,
-        port: int = 4840,
-        environment: dict[str, str] | None = None,
-    ) -> Server:
-        process = self.launch(configuration, environment)
-        process.wait_ready(port)
-        return process
+    # -- The server and its clients
 
     def launch(
         self, configuration: str | None, environment: dict[str, str] | None = None
     ) -> Server:
         """Starts it without waiting for its endpoint; None leaves the configuration as it is."""
         if configuration is not None:
-            write_configuration(configuration)
-        self._process = Server(environment)
-        self._processes.add(self._process)
-        return self._process
+            CONFIGURATION.write_bytes(configuration.encode("cp866"))
+        self.server = Server(environment)
+        self._started.append(self.server)
+        return self.server
 
-    def log_lines(self) -> list[str]:
-        assert self._process is not None, "no server was started"
-        return self._process.log_lines()
+    def serve(
+        self,
+        configuration: str | None,
+        environment: dict[str, str] | None = None,
+        port: int = PORT,
+    ) -> OpcClient:
+        """Starts it and connects a first client."""
+        self.launch(configuration, environment).wait_ready(port)
+        return self.connect(port)
 
+    def connect(self, port: int = PORT) -> OpcClient:
+        self._clients.append(OpcClient(port))
+        return self._clients[-1]
 
-@pytest.fixture
-def server(processes: Processes) -> ServerUnderTest:
-    return ServerUnderTest(processes)
+    # -- Other programs, and the end
 
+    def run(self, name: str, *arguments: str) -> Program:
+        self._started.append(Program(name, *arguments))
+        return self._started[-1]
 
-class Clients:
-    def __init__(self) -> None:
-        self._connected: list[OpcClient] = []
-
-    def connect(self, *arguments: str) -> OpcClient:
-        self._connected.append(OpcClient(*arguments))
-        return self._connected[-1]
-
-    def close(self) -> None:
-        for client in self._connected:
+    def end(self) -> None:
+        for client in self._clients:
             client.close()
+        self.leave_database()
+        for program in reversed(self._started):
+            program.kill()
+        for left in sysv.objects():
+            sysv.remove(left)
+        for path in _ROOT.iterdir():
+            shutil.rmtree(path) if path.is_dir() else path.unlink()
 
 
 @pytest.fixture
-def clients(processes: Processes) -> Iterator[Clients]:
-    connected = Clients()
-    yield connected
-    connected.close()
+def site() -> Iterator[Site]:
+    made = Site()
+    yield made
+    made.end()

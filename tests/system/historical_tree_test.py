@@ -1,10 +1,23 @@
 """The tree of plotters and pens against what configuration and trend system say."""
 
+import re
+
 import pytest
 from asyncua import ua
 
-from conftest import Clients, Controller, ServerUnderTest
-from expected import historical_tree
+from conftest import Site
+from nodes import (
+    ANY_RANK,
+    BASE_DATA_TYPE,
+    BASE_DATA_VARIABLE_TYPE,
+    ORGANIZES,
+    VARIABLE,
+    Node,
+    NodeKey,
+    Text,
+    folder,
+    structure,
+)
 from programs import PORT
 from trends import BOOLEAN, DOUBLE, FLOAT, INTEGER, Pen, Trends
 
@@ -28,33 +41,97 @@ SYSTEM = Trends(
         (5, 7): Pen(FLOAT, 0, 18),
     },
 )
+# Data type and value rank of pens; other types than these two have those of any variable.
+DATA_TYPES = {FLOAT: (10, -1), BOOLEAN: (1, -1)}
+READ_AND_HISTORY_READ = 5
 
+ALL_OF_1 = "R1_P1.VA_17 R1_P2.VD_2 R1_P3.AV_65535 R1_P4.DV_1"
+
+# name: end of the configuration, tags of the pens by folder and whether a list names them
 CASES = {
-    "no plotter section": "",
-    "all pens": "[Plotter_1]\nName = Котлы\n[Plotter_2]\n[Plotter_3]\nPens = all\n",
-    "listed pens": "[Plotter_1]\nPens = 3, 1\n[Plotter_5]\nPens = 1-9\nName = Насосы 5 ; all\n",
-    "a list that holds nothing is all": "[Plotter_1]\nPens = 1,,2\n",
-    "an empty name": "[Plotter_2]\nName =\nPens = 2\n",
-    "numbers that the system does not have": "[Plotter_0]\n[Plotter_6]\n[Plotter_-1]\nName=x\n",
-    "no number": "[Plotter]\nPens=1\n[Plotter_1x]\nPens=1\n[MyPlotter_1]\nName=x\n",
-    "two sections of a plotter": "[Plotter_ 1]\nName=Первый\n[Plotter_1]\nName=Второй\nPens=2\n",
-    "name and pens in two sections": "[Plotter_ 1]\nPens=2\n[Plotter_1]\nName=Второй\nPens=1\n",
-    "a plotter that cannot be asked": "[Plotter_4]\nName=Четвёртый\n[Plotter_5]\nPens=1\n",
-    "two plotters of one name": "[Plotter_1]\nName=П\n[Plotter_2]\nName=П\n[Plotter_5]\n",
-    "with an application": "AplicationName = Цех 1\n[Plotter_1]\nPens=1\n[Plotter_2]\n",
-    "switched off": "HistoricalData = off\n[Plotter_1]\n",
+    "no plotter section": ("", {}),
+    "all pens": (
+        "[Plotter_1]\nName = Котлы\n[Plotter_2]\n[Plotter_3]\nPens = all\n",
+        {
+            ("Котлы", False): ALL_OF_1,
+            ("Plotter_2", False): "R2_P1.RV_9 R2_P2._9",
+            ("Plotter_3", False): "R3_P1._3 R3_P3.VA_0",
+        },
+    ),
+    "listed pens": (
+        "[Plotter_1]\nPens = 3, 1\n[Plotter_5]\nPens = 1-9\nName = Насосы 5 ; all\n",
+        {
+            ("Plotter_1", True): "R1_P1.VA_17 R1_P3.AV_65535",
+            ("Насосы 5 ", True): "R5_P1.VA_17 R5_P7.VA_18",
+        },
+    ),
+    "a list that holds nothing is all": (
+        "[Plotter_1]\nPens = 1,,2\n",
+        {("Plotter_1", False): ALL_OF_1},
+    ),
+    "an empty name": ("[Plotter_2]\nName =\nPens = 2\n", {("Plotter_2", True): "R2_P2._9"}),
+    "numbers that the system does not have": (
+        "[Plotter_0]\n[Plotter_6]\n[Plotter_-1]\nName=x\n",
+        {},
+    ),
+    "no number": ("[Plotter]\nPens=1\n[Plotter_1x]\nPens=1\n[MyPlotter_1]\nName=x\n", {}),
+    "two sections of a plotter": (
+        "[Plotter_ 1]\nName=Первый\n[Plotter_1]\nName=Второй\nPens=2\n",
+        {("Первый", False): ALL_OF_1},
+    ),
+    "name and pens in two sections": (
+        "[Plotter_ 1]\nPens=2\n[Plotter_1]\nName=Второй\nPens=1\n",
+        {("Plotter_ 1", True): "R1_P2.VD_2"},
+    ),
+    "a plotter that cannot be asked": (
+        "[Plotter_4]\nName=Четвёртый\n[Plotter_5]\nPens=1\n",
+        {("Четвёртый", False): "", ("Plotter_5", True): "R5_P1.VA_17"},
+    ),
+    "two plotters of one name": (  # the second one and all behind it are left out
+        "[Plotter_1]\nName=П\n[Plotter_2]\nName=П\n[Plotter_5]\n",
+        {("П", False): ALL_OF_1},
+    ),
+    "with an application": (
+        "AplicationName = Цех 1\n[Plotter_1]\nPens=1\n[Plotter_2]\n",
+        {("Plotter_1", True): "R1_P1.VA_17", ("Plotter_2", False): "R2_P1.RV_9 R2_P2._9"},
+    ),
+    "switched off": ("HistoricalData = off\n[Plotter_1]\n", None),
 }
 
 
-@pytest.mark.parametrize("more", CASES.values(), ids=CASES.keys())
+def expected_nodes(
+    application: str, plotters: dict[tuple[str, bool], str] | None
+) -> dict[NodeKey, Node]:
+    if plotters is None:
+        return {}
+    found: dict[NodeKey, Node] = {7: folder("Historical", 8 if application else "Objects")}
+    if application:
+        found[8] = folder(application, "Objects")
+    for (name, listed), tags in plotters.items():
+        found[name] = structure(name, 7)
+        for tag in tags.split():
+            place = ".".join(part for part in (application, "Historical", name, tag) if part)
+            plotter, pen = re.findall(r"\d+", tag)[:2]
+            type_code = SYSTEM.pens[int(plotter), int(pen)].type_code
+            found[place if listed else tag] = Node(
+                *(VARIABLE, name, ORGANIZES, BASE_DATA_VARIABLE_TYPE, tag),
+                *(Text("ru-RU", tag), Text("ru-RU", place if listed else f"{tag}.A")),
+                READ_AND_HISTORY_READ,
+                *DATA_TYPES.get(type_code, (BASE_DATA_TYPE, ANY_RANK)),
+                historizing=True,
+            )
+    return found
+
+
+@pytest.mark.parametrize("more, plotters", CASES.values(), ids=CASES.keys())
 def test_publishes_the_selected_pens(
-    more: str, controller: Controller, server: ServerUnderTest, clients: Clients
+    more: str, plotters: dict[tuple[str, bool], str] | None, site: Site
 ) -> None:
-    controller.start(va=1)
+    site.start(va=1)
     SYSTEM.tell()
-    server.start(HISTORY_ONLY + more, environment=SYSTEM.environment)
-    expected = historical_tree.nodes(HISTORY_ONLY + more, SYSTEM)
-    assert clients.connect().address_space() == expected
+    client = site.serve(HISTORY_ONLY + more, SYSTEM.environment)
+    application = "Цех1" if "AplicationName" in more else ""
+    assert client.address_space() == expected_nodes(application, plotters)
 
 
 # What the server says that it publishes, by the trend system and the configuration's end.
@@ -70,48 +147,32 @@ PUBLISHES = {
 }
 
 
-@pytest.mark.parametrize(("system", "more", "mode"), PUBLISHES.values(), ids=PUBLISHES.keys())
+@pytest.mark.parametrize("system, more, mode", PUBLISHES.values(), ids=PUBLISHES.keys())
 def test_tells_whether_history_is_published(
-    system: Trends,
-    more: str,
-    mode: str,
-    controller: Controller,
-    server: ServerUnderTest,
-    clients: Clients,
+    system: Trends, more: str, mode: str, site: Site
 ) -> None:
-    controller.start(va=1)
+    site.start(va=1)
     system.tell()
-    configuration = f"[General]\nServerPort = {PORT}\n{more}"
-    process = server.start(configuration, environment=system.environment)
-    process.wait_for_log(f"ЦП 7: OPC UA Сервер: Запущен: {mode}")
-
-    switched_off = "HistoricalData=off" in more
-    capabilities = [
-        (ua.NodeId(number), ua.AttributeIds.Value)
-        for number in (
-            ua.ObjectIds.HistoryServerCapabilities_AccessHistoryDataCapability,
-            ua.ObjectIds.HistoryServerCapabilities_MaxReturnDataValues,
-        )
-    ]
-    told = [answer.Value.Value for answer in clients.connect().read_many(capabilities)]
-    assert told == ([False, 0] if switched_off else [True, 1000])
+    client = site.serve(f"[General]\nServerPort = {PORT}\n{more}", system.environment)
+    assert site.server.log_lines() == [f"ЦП 7: OPC UA Сервер: Запущен: {mode}"]
+    capabilities = (
+        ua.ObjectIds.HistoryServerCapabilities_AccessHistoryDataCapability,
+        ua.ObjectIds.HistoryServerCapabilities_MaxReturnDataValues,
+    )
+    answers = client.read_many((ua.NodeId(n), ua.AttributeIds.Value) for n in capabilities)
+    is_off = "HistoricalData=off" in more
+    assert [answer.Value.Value for answer in answers] == ([False, 0] if is_off else [True, 1000])
 
 
-def test_a_pen_shows_its_type_and_cannot_be_written(
-    controller: Controller, server: ServerUnderTest, clients: Clients
-) -> None:
-    controller.start(va=1)
+def test_a_pen_shows_its_type_and_cannot_be_written(site: Site) -> None:
+    site.start(va=1)
     SYSTEM.tell()
-    server.start(HISTORY_ONLY + "[Plotter_1]\n", environment=SYSTEM.environment)
-    client = clients.connect()
-    values = {
-        key: (client.read(key).Value.VariantType, client.read(key).Value.Value)
-        for key in ("R1_P1.VA_17", "R1_P2.VD_2", "R1_P3.AV_65535")
-    }
-    assert values == {
-        "R1_P1.VA_17": (ua.VariantType.Float, 0.0),
-        "R1_P2.VD_2": (ua.VariantType.Boolean, False),
-        "R1_P3.AV_65535": (ua.VariantType.Null, None),
-    }
+    client = site.serve(HISTORY_ONLY + "[Plotter_1]\n", SYSTEM.environment)
+    values = [client.read(key).Value for key in ALL_OF_1.split()[:3]]
+    assert [(value.VariantType, value.Value) for value in values] == [
+        (ua.VariantType.Float, 0.0),
+        (ua.VariantType.Boolean, False),
+        (ua.VariantType.Null, None),
+    ]
     written = client.write("R1_P1.VA_17", 1.0, ua.VariantType.Float)
     assert written.value in (ua.StatusCodes.BadNotWritable, ua.StatusCodes.BadUserAccessDenied)

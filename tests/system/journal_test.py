@@ -9,9 +9,9 @@ from pathlib import Path
 
 import pytest
 
-from conftest import Controller, Processes, ServerUnderTest
+from conftest import Site
 from controller import attribute_files, journal, sysv
-from programs import CONTROLLER_SETTINGS, SERVING, Program
+from programs import CONTROLLER_SETTINGS, SERVING
 from published_tags import publishing
 from waiting import wait_until
 
@@ -26,9 +26,9 @@ def codes(messages: list[journal.Message]) -> list[int]:
     return [message.code for message in messages]
 
 
-def start_quiet(controller: Controller, *arguments: str) -> None:
+def start_quiet(site: Site, *arguments: str) -> None:
     """A plant that stands still posts nothing but its start."""
-    controller.start_simulator("--va=3", "--vd=2", "--frozen", *arguments)
+    site.start_simulator("--va=3", "--vd=2", "--frozen", *arguments)
 
 
 def copies() -> list[tuple[int | None, list[int]]]:
@@ -60,44 +60,42 @@ def is_saved(code: int) -> bool:
     return code in saved_codes()
 
 
-def test_the_controller_owns_saves_and_loads(
-    controller: Controller, server: ServerUnderTest
-) -> None:
-    start_quiet(controller)
+def test_the_controller_owns_saves_and_loads(site: Site) -> None:
+    start_quiet(site)
     assert copies() == [(0, [SIM_STARTED]), (1, [SIM_STARTED])], "both at once after the start"
     assert journal.segment(45) == b"\0"
     assert len(journal.objects()) == OWN_OBJECTS
     for index, kind in ((71, "VA"), (74, "VD")):
-        names = [bytes(controller.database.field(kind, n, "POZ")) for n in (1, 2)]
+        names = [bytes(site.database.field(kind, n, "POZ")) for n in (1, 2)]
         dictionary = journal.segment(index)
         assert dictionary is not None and names[0].strip(b"\0")
         assert [dictionary[:8], dictionary[8:16]] == [name[:8] for name in names]
-    controller.close()
+    site.leave_database()
 
-    process = server.start(SERVING)
+    site.serve(SERVING)
     wait_until(lambda: is_saved(SERVER_RUNS), "the messages are saved")
-    assert process.stop() == 0
+    assert site.server.stop() == 0
     before = journal.ring()
-    assert controller.simulator.stop() == 0
+    assert site.simulator.stop() == 0
     assert sysv.objects() == []
     newest = max(copies(), key=lambda copy: copy[0] or 0)
     assert newest[1] == [*codes(before), SIM_STOPS]
 
-    start_quiet(controller)
+    start_quiet(site)
     after = journal.ring()
     assert after[: len(before)] == before, "as they were, with their stamps"
     assert codes(after[len(before) :]) == [SIM_STOPS, SIM_STARTED]
     assert copies() == [(0, codes(after)), (1, codes(after))]
     readers = journal.segment(journal.READERS)
     assert readers is not None and readers[:4] == len(after).to_bytes(4, "little")
-    assert controller.simulator.stop() == 0
+    assert site.simulator.stop() == 0
 
-    start_quiet(controller, "--fresh")
+    start_quiet(site, "--fresh")
     assert codes(journal.ring()) == [SIM_STARTED]
 
 
-def test_the_plant_posts_its_sensors(controller: Controller) -> None:
-    controller.start_simulator("--va=40", "--cycle=10", "--seed=3")
+def test_the_plant_posts_its_sensors(site: Site) -> None:
+    site.start_simulator("--va=40", "--cycle=10", "--seed=3")
 
     def seen() -> set[int]:
         return set(codes(journal.ring()))
@@ -112,137 +110,113 @@ def test_the_plant_posts_its_sensors(controller: Controller) -> None:
 
 @pytest.mark.parametrize("maker", ["zrtsim", "a server that came first"])
 @pytest.mark.parametrize("server_lives", [True, False])
-def test_a_killed_controller_starts_again(
-    maker: str, server_lives: bool, controller: Controller, server: ServerUnderTest
-) -> None:
-    start_quiet(controller)
-    process = server.start(SERVING)
+def test_a_killed_controller_starts_again(maker: str, server_lives: bool, site: Site) -> None:
+    start_quiet(site)
+    site.serve(SERVING)
     wait_until(lambda: is_saved(SERVER_RUNS), "the messages are saved")
     if not server_lives:
-        process.kill()
-    controller.simulator.kill()
+        site.server.kill()
+    site.simulator.kill()
     if maker != "zrtsim":
         for left in journal.objects():
             sysv.remove(left)
-        assert server.launch(SERVING).exit_status() == 255, "no database"
+        assert site.launch(SERVING).exit_status() == 255, "no database"
         assert len(journal.objects()) == OWN_OBJECTS
-    start_quiet(controller)
+    start_quiet(site)
     # A server that has to make the journal takes the saved one, whose files are gone then.
     loaded = [SIM_STARTED, 18091, SERVER_RUNS] if maker == "zrtsim" else []
     assert codes(journal.ring()) == [*loaded, SIM_STARTED]
-    assert controller.simulator.stop() == 0
+    assert site.simulator.stop() == 0
     assert [o for o in sysv.objects() if o.key != 0] == []
 
 
-def test_killed_while_they_post_and_save(
-    controller: Controller, server: ServerUnderTest
-) -> None:
+def test_killed_while_they_post_and_save(site: Site) -> None:
     """Whatever the instant, the ring is whole, and so is one of the copies."""
     chance = random.Random(5)
-    start_quiet(controller)
+    start_quiet(site)
     CONTROLLER_SETTINGS.write_bytes(
         b"[StartSetup]\nNumber_kontr = 7\n[ROLLING]\nMaxNumMessageMemory = 500\nSaveTime = 100\n"
         b"MaxNumMessageDisk = 500\n"
     )
-    assert controller.simulator.stop() == 0
+    assert site.simulator.stop() == 0
     saved = 0
     for _ in range(8):
-        start_quiet(controller)
+        start_quiet(site)
         loaded = len(journal.ring())
         assert loaded >= min(saved, 500), "what was saved is there"
         newest = journal.segment(journal.LAST)
-        poster = server.launch(MANY_ERRORS)
+        poster = site.launch(MANY_ERRORS)
         wait_until(lambda at=newest: journal.segment(journal.LAST) != at, "the server posts")
         time.sleep(chance.uniform(0, 0.15))
         poster.kill()
         journal.ring()  # asserts that it is whole
         time.sleep(chance.uniform(0, 0.12))
-        controller.simulator.kill()
+        site.simulator.kill()
         journal.ring()
         saved = len(saved_codes())
         assert saved > 0, "one copy is whole"
-    start_quiet(controller)
-    server.launch(MANY_ERRORS)
+    start_quiet(site)
+    site.launch(MANY_ERRORS)
     wait_until(lambda: len(saved_codes()) > ERRORS, "all is saved when nobody is killed")
 
 
 # ---- zrtjournal ----------------------------------------------------------------------------------
 
 
-class Reader:
-    """zrtjournal, run to its end."""
-
-    def __init__(self, processes: Processes) -> None:
-        self._processes = processes
-
-    def run(self, *arguments: str, status: int = 0) -> list[str]:
-        program = Program("zrtjournal", *arguments)
-        self._processes.add(program)
-        assert program.exit_status() == status, program.describe_end()
-        return program.output().decode("utf-8").splitlines()
-
-    def json(self, *arguments: str, status: int = 0) -> list[dict]:
-        return [json.loads(line) for line in self.run("--json", *arguments, status=status)]
+def shown_by(site: Site, *arguments: str, status: int = 0) -> list[str]:
+    """The lines of zrtjournal, run to its end."""
+    program = site.run("zrtjournal", *arguments)
+    assert program.exit_status() == status, program.describe_end()
+    return program.output().decode("utf-8").splitlines()
 
 
-@pytest.fixture
-def reader(processes: Processes) -> Reader:
-    return Reader(processes)
+def shown_as_json(site: Site, *arguments: str, status: int = 0) -> list[dict]:
+    return [json.loads(line) for line in shown_by(site, "--json", *arguments, status=status)]
 
 
 def text_of(argument: int | float | bytes) -> int | float | str:
     return argument.decode("cp866") if isinstance(argument, bytes) else argument
 
 
-def test_zrtjournal_shows_the_ring_and_changes_nothing(
-    controller: Controller, server: ServerUnderTest, reader: Reader
-) -> None:
-    start_quiet(controller)
-    server.start(publishing(("VA", 29)) + "Type1.2 = x, 500\n[Nowhere]\n").stop()
-    controller.simulator.freeze()  # nobody else changes anything
+def test_zrtjournal_shows_the_ring_and_changes_nothing(site: Site) -> None:
+    start_quiet(site)
+    site.serve(publishing(("VA", 29)) + "Type1.2 = x, 500\n[Nowhere]\n")
+    site.server.stop()
+    site.simulator.freeze()  # nobody else changes anything
     before = sysv.objects(), {f: f.read_bytes() for f in journal.FILES}
     ring = journal.ring()
-    shown = reader.json()
-    assert [(tuple(m["stamp"]), m["code"], m["dictionary"]) for m in shown] == [
-        (m.stamp, m.code, m.dictionary) for m in ring
+    shown = shown_as_json(site)
+    assert [(tuple(m["stamp"]), m["code"], m["dictionary"], m["arguments"]) for m in shown] == [
+        (m.stamp, m.code, m.dictionary, [text_of(a) for a in m.arguments]) for m in ring
     ]
-    assert [m["arguments"] for m in shown] == [[text_of(a) for a in m.arguments] for m in ring]
 
-    lines = reader.run()
+    lines = shown_by(site)
     assert [line.split("  ", 2)[1] for line in lines] == [f"301/{m.code}" for m in ring]
     assert lines[1].endswith("  ЦП 1: OPC UA Сервер: Запуск: Версия: 1.0-0")
     assert lines[-1].endswith("  ЦП 1: OPC UA Сервер: Запущен: теги OA")
     assert "ЦП 1: OPC UA Сервер: Ошибка конфигурации: 5 строка №" in lines[2]
-    assert reader.run("--lang", "en", "--last=1") != reader.run("--last=1")
-    assert len(reader.run("--code", "18091, 18093-18095")) == len(ring) - 2
+    assert shown_by(site, "--lang", "en", "--last=1") != shown_by(site, "--last=1")
+    assert len(shown_by(site, "--code", "18091, 18093-18095")) == len(ring) - 2
     today = time.strftime("%d-%m-%Y", time.localtime(ring[0].time_ms / 1000))
-    assert reader.run("--from", today, "--to", today) == lines
-    assert reader.run("--to", "2020-01-01") == reader.run("--from", "2099-01-01 10:00") == []
+    assert shown_by(site, "--from", today, "--to", today) == lines
+    assert shown_by(site, "--to", "2020-01-01") == []
+    assert shown_by(site, "--from", "2099-01-01 10:00") == []
     assert (sysv.objects(), {f: f.read_bytes() for f in journal.FILES}) == before
 
 
-def test_zrtjournal_reads_what_the_server_posts_as_utf8(
-    controller: Controller, server: ServerUnderTest, reader: Reader
-) -> None:
-    controller.start(va=1)
-    entries = attribute_files.read_files()
-    entry = entries[attribute_files.ENTRY["VA"]]
-    del entry.attributes[28:]
-    del entry.storages[28:]
-    attribute_files.write_files(entries)
-    server.start(publishing(("VA", 29)))
-    assert any("Ошибка конфигурации: 4 строка №" in line for line in reader.run())
+def test_zrtjournal_reads_what_the_server_posts_as_utf8(site: Site) -> None:
+    site.start(va=1)
+    attribute_files.describe_fewer(VA=28)
+    site.serve(publishing(("VA", 29)))
+    assert any("Ошибка конфигурации: 4 строка №" in line for line in shown_by(site))
 
 
-def test_zrtjournal_follows(
-    controller: Controller, server: ServerUnderTest, processes: Processes
-) -> None:
-    follower = Program("zrtjournal", "--follow", "--json")
-    processes.add(follower)
+def test_zrtjournal_follows(site: Site) -> None:
+    follower = site.run("zrtjournal", "--follow", "--json")
     follower.wait_for_output("журнала в памяти нет")
-    start_quiet(controller)
+    start_quiet(site)
     follower.wait_for_output('"code": 17901')
-    server.start(SERVING)
+    site.serve(SERVING)
     follower.wait_for_output('"code": 18092')
     assert follower.stop(signal.SIGINT) == 0
     shown = [line for line in follower.output().decode().splitlines() if line[0] == "{"]
@@ -280,51 +254,35 @@ def remove(*paths: Path) -> None:
 
 @pytest.mark.parametrize("spoil, good, shown", DAMAGES.values(), ids=DAMAGES.keys())
 def test_zrtjournal_tells_the_good_copy(
-    spoil: Callable[[], object],
-    good: list[bool | None],
-    shown: int | None,
-    controller: Controller,
-    reader: Reader,
+    spoil: Callable[[], object], good: list[bool | None], shown: int | None, site: Site
 ) -> None:
-    start_quiet(controller)
-    controller.simulator.stop()  # the start went to both copies, the stop to the main one
-    files = (journal.MAIN[0], journal.RESERVE[0])
-    saved = [codes(journal.messages_file(file)) for file in files]
+    start_quiet(site)
+    site.simulator.stop()  # the start went to both copies, the stop to the main one
+    saved = [codes(journal.messages_file(copy[0])) for copy in (journal.MAIN, journal.RESERVE)]
     assert saved == [[SIM_STARTED, SIM_STOPS], [SIM_STARTED]]
     spoil()
     status = 3 if shown is None else 1 if False in good else 0
-    told = reader.json("--files", status=status)
-    assert [copy["good"] for copy in told[:2]] == [is_good is True for is_good in good]
-    assert [copy["shown"] for copy in told[:2]] == [index == shown for index in (0, 1)]
+    told = shown_as_json(site, "--files", status=status)
+    assert [(copy["good"], copy["shown"]) for copy in told[:2]] == [
+        (is_good is True, index == shown) for index, is_good in enumerate(good)
+    ]
     expected = saved[shown] if shown is not None else []
     if spoil is DAMAGES["both cut"][0]:
         expected = expected[:-1]
     assert [m["code"] for m in told[2:]] == expected
-    states = [line for line in reader.run("--files", status=status) if "копия" in line]
+    states = [line for line in shown_by(site, "--files", status=status) if "копия" in line]
     words = {True: " - цела: ", False: " - повреждена: ", None: " - файлов нет"}
     assert [words[is_good] in state for is_good, state in zip(good, states)] == [True, True]
 
 
 @pytest.mark.parametrize(
-    "arguments",
-    [
-        ["--nonsense"],
-        ["stray"],
-        ["--code", "x"],
-        ["--code", "5-4"],
-        ["--from", "yesterday"],
-        ["--to", "31-02-2026"],
-        ["--last", "-1"],
-        ["--follow", "--files"],
-        ["--dir", "/zrt"],
-        ["--lang", "de"],
-    ],
+    "arguments", ["--nonsense", "--code=5-4", "--to=31-02-2026", "--follow --files"]
 )
-def test_zrtjournal_refuses(arguments: list[str], reader: Reader) -> None:
-    assert reader.run(*arguments, status=2)[0].startswith("zrtjournal: ")
+def test_zrtjournal_refuses(arguments: str, site: Site) -> None:
+    assert shown_by(site, *arguments.split(), status=2)[0].startswith("zrtjournal: ")
 
 
-def test_zrtjournal_without_a_journal(reader: Reader) -> None:
-    assert "контроллер не работает" in reader.run(status=3)[0]
-    assert "--follow" in "".join(reader.run("--help"))
+def test_zrtjournal_without_a_journal(site: Site) -> None:
+    assert "контроллер не работает" in shown_by(site, status=3)[0]
+    assert "--follow" in "".join(shown_by(site, "--help"))
     assert sysv.objects() == []

@@ -13,8 +13,8 @@ from typing import Any
 
 from asyncua import Client, ua
 
-from expected.address_space import OBJECTS_FOLDER, Node, NodeKey, Text
-from programs import ENDPOINT
+from nodes import OBJECTS_FOLDER, Node, NodeKey, Text
+from programs import PORT
 
 _TIMEOUT_S = 15.0
 _NODES_A_REQUEST = 500
@@ -37,11 +37,11 @@ _VARIABLE_ATTRIBUTES = (
 
 
 class OpcClient:
-    def __init__(self, endpoint: str = ENDPOINT) -> None:
+    def __init__(self, port: int = PORT) -> None:
         self._loop = asyncio.new_event_loop()
         self._thread = threading.Thread(target=self._loop.run_forever, daemon=True)
         self._thread.start()
-        self.client = Client(endpoint, timeout=_TIMEOUT_S)
+        self.client = Client(f"opc.tcp://127.0.0.1:{port}", timeout=_TIMEOUT_S)
         self.run(self.client.connect())
         self.namespace: int = self.run(self.client.get_namespace_index("urn:vesk"))
 
@@ -137,16 +137,13 @@ class OpcClient:
             for index, key in enumerate(keys)
         }
 
-    def browse(
-        self,
-        nodes: list[ua.NodeId],
-        direction: ua.BrowseDirection = ua.BrowseDirection.Both,
-    ) -> list[list[ua.ReferenceDescription]]:
+    def _references(self, nodes: list[ua.NodeId]) -> list[list[ua.ReferenceDescription]]:
+        """All references, both ways."""
         parameters = ua.BrowseParameters(RequestedMaxReferencesPerNode=0)
         parameters.NodesToBrowse = [
             ua.BrowseDescription(
                 NodeId=node,
-                BrowseDirection=direction,
+                BrowseDirection=ua.BrowseDirection.Both,
                 ReferenceTypeId=ua.NodeId(ua.ObjectIds.References),
                 IncludeSubtypes=True,
                 NodeClassMask=0,
@@ -163,11 +160,11 @@ class OpcClient:
     def _walk(self) -> dict[NodeKey, list[ua.ReferenceDescription]]:
         """All references, both ways, of each node found from the Objects folder down."""
         found: dict[NodeKey, list[ua.ReferenceDescription]] = {}
-        level = self._children(self.browse([OBJECTS_FOLDER_ID])[0])
+        level = self._children(self._references([OBJECTS_FOLDER_ID])[0])
         while level:
             references: list[list[ua.ReferenceDescription]] = []
             for first in range(0, len(level), _NODES_A_REQUEST):
-                references += self.browse(level[first : first + _NODES_A_REQUEST])
+                references += self._references(level[first : first + _NODES_A_REQUEST])
             for node, own in zip(level, references, strict=True):
                 assert node.Identifier not in found, f"{node} hangs in two places"
                 found[node.Identifier] = own

@@ -11,7 +11,6 @@ from pathlib import Path
 from waiting import PATIENCE_S, stays, wait_until
 
 PORT = 4840  # the network is private to the test
-ENDPOINT = f"opc.tcp://127.0.0.1:{PORT}"
 
 CONFIGURATION = Path("/zrt/settings/opcuasrv.ini")
 CONTROLLER_SETTINGS = Path("/zrt/settings/veskkntr.ini")
@@ -135,7 +134,3 @@ class Server(Program):
         before = self.log_lines(), self.output()
         stays(lambda: self.is_alive() and not accepts_connections(port), "alive, without endpoint")
         assert (self.log_lines(), self.output()) == before
-
-
-def write_configuration(text: str) -> None:
-    CONFIGURATION.write_bytes(text.encode("cp866"))

@@ -1,21 +1,28 @@
-"""The configuration that most tests start the server with, and the ids of its nodes."""
+"""The configuration that most tests start the server with, and the ids of its nodes.
+
+Kinds as in the tree: "VA", "AV", "VD", "DV", and for the manual inputs "RVV", "RVS", "RVL".
+"""
 
 from programs import SERVING
 
-_PLACES = {"VA": "1_VA", "AV": "3_AV", "VD": "2_VD", "DV": "4_DV"}
-_RV_PLACES = ("50_RVV", "51_RVS", "52_RVL")
-_MARKERS = {"VA": "Type1", "VD": "Type2", "AV": "Type3", "DV": "Type4"}
-_RV_MARKERS = ("Type50", "Type51", "Type52")
+BOTH = "OPC_READABLE+OPC_WRITEABLE"
+
+_PUBLISHED = {
+    "VA": ("Type1", "1_VA"),
+    "VD": ("Type2", "2_VD"),
+    "AV": ("Type3", "3_AV"),
+    "DV": ("Type4", "4_DV"),
+    "RVV": ("Type50", "50_RVV"),
+    "RVS": ("Type51", "51_RVS"),
+    "RVL": ("Type52", "52_RVL"),
+}
 
 
-def publishing(*items: tuple[str, int], rv_type: int = 0, right: str = "default") -> str:
+def publishing(*items: tuple[str, int], right: str = "default") -> str:
     """A configuration that publishes attributes, each named N, of all tags."""
-    markers = _MARKERS | {"RV": _RV_MARKERS[rv_type]}
-    lines = [f"{markers[kind]}.n{number} = N, {number}, {right}" for kind, number in items]
-    lists = "VA=all\nAV=all\nRV=all\nVD=all\nDV=all\n"
-    return SERVING + "[Attributes]\n" + lists + "\n".join(lines) + "\n"
+    lines = [f"{_PUBLISHED[kind][0]}.n{number} = N, {number}, {right}\n" for kind, number in items]
+    return SERVING + "[Attributes]\nVA=all\nAV=all\nRV=all\nVD=all\nDV=all\n" + "".join(lines)
 
 
-def item(kind: str, number: int, attribute: int, rv_type: int = 0) -> str:
-    place = _RV_PLACES[rv_type] if kind == "RV" else _PLACES[kind]
-    return f"Operative.{place}.{kind}_{number}.N.A{attribute}"
+def item(kind: str, number: int, attribute: int) -> str:
+    return f"Operative.{_PUBLISHED[kind][1]}.{kind[:2]}_{number}.N.A{attribute}"

@@ -89,3 +89,13 @@ def write_files(entries: list[Entry]) -> None:
         storages += b"".join(struct.pack("<hB", *row) for row in entry.storages)
     OFFSETS.write_bytes(table + body)
     STORAGES.write_bytes(storages)
+
+
+def describe_fewer(**counts: int) -> None:
+    """Cuts the descriptions of some kinds to their first attributes."""
+    entries = read_files()
+    for kind, count in counts.items():
+        entry = entries[ENTRY[kind]]
+        del entry.attributes[count:]
+        del entry.storages[count:]
+    write_files(entries)

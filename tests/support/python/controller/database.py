@@ -43,9 +43,6 @@ class Database:
         """The current value: what a reader of the variable gets."""
         return self._get(*self._value_place(kind, number, column=2))
 
-    def set_value(self, kind: str, number: int, value: Value) -> None:
-        self._set(*self._value_place(kind, number, column=2), value)
-
     def data(self, kind: str, number: int) -> Value:
         """The current data: where a writer's value arrives."""
         return self._get(*self._value_place(kind, number, column=1))
@@ -66,10 +63,6 @@ class Database:
         """The bytes of the variable's passport, in place."""
         size = RECORD_SIZE[kind]
         return self._table(ipc_keys.TABLES[kind][0])[(number - 1) * size : number * size]
-
-    @staticmethod
-    def place_in_record(kind: str, name: str) -> int:
-        return FIELDS[kind][name].offset
 
     # -- Time, quality, flags
 

@@ -13,9 +13,8 @@ RESERVE = (DATA / "rezerv/rolling2.dat", DATA / "rezerv/cntroll2.dat", DATA / "c
 FILES = (*MAIN, *RESERVE)
 
 POSITION_FLAG, FIRST_DICTIONARY = 45, 71
-SETTINGS, RING, COUNTER, LAST = 50, 51, 52, 53
-SAVING, SAVE_PLACE, NEW, READERS, UDP, VERSION = 54, 55, 56, 57, 58, 87
-_OWN_SEGMENTS = (SETTINGS, RING, COUNTER, LAST, SAVING, SAVE_PLACE, NEW, READERS, UDP, VERSION)
+SETTINGS, RING, COUNTER, LAST, READERS = 50, 51, 52, 53, 57
+_OWN_SEGMENTS = (*range(SETTINGS, 59), 87)
 
 _RECORD = 281
 _HEAD = struct.Struct("<iiIHIIbhB")
@@ -75,11 +74,8 @@ def segment(index: int, generation: int = 0) -> bytes | None:
     found = sysv.find_segment(_key(index, generation))
     if found is None:
         return None
-    attached = sysv.Attached(found)
-    try:
-        return bytes(attached.bytes)
-    finally:
-        attached.detach()
+    with sysv.Attached(found) as table:
+        return bytes(table)
 
 
 def ring(generation: int = 0) -> list[Message]:

@@ -9,32 +9,25 @@ _ENTRIES = 40
 
 
 def holders() -> dict[str, int]:
-    """Registered names with their process ids; empty when there is no registry."""
-    try:
-        segment = sysv.find_segment(ipc_keys.fixed_key(ipc_keys.REGISTRY))
-    except FileNotFoundError:
-        return {}
-    if segment is None:
-        return {}
-    attached = sysv.Attached(segment)
-    try:
-        entries = _ENTRY.iter_unpack(bytes(attached.bytes[: _ENTRIES * _ENTRY.size]))
-        names = {name.split(b"\0")[0].decode("cp866"): pid for pid, name in entries}
-    finally:
-        attached.detach()
+    """Registered names with their process ids."""
+    with sysv.Attached(_segment()) as table:
+        entries = _ENTRY.iter_unpack(bytes(table[: _ENTRIES * _ENTRY.size]))
+    names = {name.split(b"\0")[0].decode("cp866"): pid for pid, name in entries}
     names.pop("", None)
     return names
 
 
 def add_holder(name: str, pid: int) -> None:
     """Enters a holder into the first free entry."""
-    segment = sysv.find_segment(ipc_keys.fixed_key(ipc_keys.REGISTRY))
-    attached = sysv.Attached(segment)
-    try:
+    with sysv.Attached(_segment()) as table:
         for offset in range(0, _ENTRIES * _ENTRY.size, _ENTRY.size):
-            if attached.bytes[offset + 4] == 0:
-                _ENTRY.pack_into(attached.bytes, offset, pid, name.encode("cp866"))
+            if table[offset + 4] == 0:
+                _ENTRY.pack_into(table, offset, pid, name.encode("cp866"))
                 return
-        raise LookupError("the registry is full")
-    finally:
-        attached.detach()
+    raise LookupError("the registry is full")
+
+
+def _segment() -> sysv.IpcObject:
+    segment = sysv.find_segment(ipc_keys.fixed_key(ipc_keys.REGISTRY))
+    assert segment is not None, "there is no registry"
+    return segment

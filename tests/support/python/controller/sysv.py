@@ -67,7 +67,10 @@ def remove(target: IpcObject) -> None:
 
 
 class Attached:
-    """The bytes of a segment, in place: what is written here the other processes read."""
+    """The bytes of a segment, in place: what is written here the other processes read.
+
+    As a context it is left behind detached.
+    """
 
     def __init__(self, segment: IpcObject) -> None:
         address = _libc.shmat(segment.id, None, 0)
@@ -75,6 +78,12 @@ class Attached:
             raise OSError(ctypes.get_errno(), "shmat")
         self._address = address
         self.bytes = memoryview((ctypes.c_ubyte * segment.size).from_address(address)).cast("B")
+
+    def __enter__(self) -> memoryview:
+        return self.bytes
+
+    def __exit__(self, *raised: object) -> None:
+        self.detach()
 
     def detach(self) -> None:
         self.bytes.release()

@@ -1,0 +1,94 @@
+"""Nodes of the server's namespace, as a client finds them and as tests expect them."""
+
+from collections.abc import Iterable
+from dataclasses import dataclass
+from typing import NamedTuple
+
+ORGANIZES, HAS_COMPONENT = 35, 47
+OBJECTS_FOLDER = "Objects"
+OBJECT, VARIABLE = 1, 2
+FOLDER_TYPE, BASE_OBJECT_TYPE, BASE_DATA_VARIABLE_TYPE = 61, 58, 63
+BASE_DATA_TYPE, ANY_RANK = 24, -2
+
+NodeKey = int | str  # identifier in the server's namespace
+
+
+class Text(NamedTuple):
+    locale: str | None
+    text: str | None
+
+
+@dataclass(frozen=True)
+class Node:
+    """A node with its only hierarchical parent. None: the node's class has no such attribute."""
+
+    node_class: int
+    parent: NodeKey
+    reference: int
+    type_definition: int
+    browse_name: str
+    display_name: Text
+    description: Text = Text(None, None)
+    access_level: int | None = None
+    data_type: int | None = None
+    value_rank: int | None = None
+    historizing: bool | None = None
+
+
+def folder(name: str, parent: NodeKey) -> Node:
+    text = Text("en-US", name) if name else Text(None, None)
+    return Node(OBJECT, parent, ORGANIZES, FOLDER_TYPE, name, text)
+
+
+def structure(name: str, parent: NodeKey) -> Node:
+    text = Text("ru-RU", name)
+    return Node(OBJECT, parent, HAS_COMPONENT, BASE_OBJECT_TYPE, name, text, text)
+
+
+def _item(tag: str, name: str, number: str, right: str) -> Node:
+    return Node(
+        *(VARIABLE, tag, HAS_COMPONENT, BASE_DATA_VARIABLE_TYPE, name),
+        *(Text("ru-RU", name), Text("ru-RU", f"{tag}.A{number}")),
+        *({"R": 1, "W": 2, "RW": 3}[right], BASE_DATA_TYPE, ANY_RANK),
+        historizing=False,
+    )
+
+
+_FLAT_FOLDERS = {
+    "1_VA": 1,
+    "3_AV": 2,
+    "2_VD": 4,
+    "4_DV": 5,
+    "50_RVV": 9,
+    "51_RVS": 10,
+    "52_RVL": 11,
+}
+
+# A folder, the tags in it, and the items that each of them has: "NAME NUMBER RIGHT, ...". The folder
+# is "1_VA" and the like, a group's number and name, or "GROUP_50_RVV" and the like.
+Row = tuple[str | tuple[int, str], str, str]
+
+
+def operative(rows: Iterable[Row], application: str = "") -> dict[NodeKey, Node]:
+    """Every node of an operative tree, by identifier in the server's namespace."""
+    found: dict[NodeKey, Node] = {6: folder("Operative", 8 if application else OBJECTS_FOLDER)}
+    base = "Operative"
+    if application:
+        found[8] = folder(application, OBJECTS_FOLDER)
+        base = f"{application}.Operative"
+    for place, tags, items in rows:
+        if isinstance(place, tuple):
+            (key, name), parent = place, 6
+        elif place in _FLAT_FOLDERS:
+            key, name, parent = _FLAT_FOLDERS[place], place, 6
+        else:
+            group, name = place.split("_", 1)
+            key, parent = place, int(group)
+        found[key] = folder(name, parent)
+        prefix = f"{base}.{name}." if parent == 6 else f"{base}{name}."
+        for tag in tags.split():
+            found[tag] = structure(tag, key)
+            for item in filter(None, items.split(", ")):
+                item_name, number, right = item.rsplit(" ", 2)
+                found[f"{prefix}{tag}.{item_name}.A{number}"] = _item(tag, item_name, number, right)
+    return found
