@@ -153,7 +153,7 @@ TEST_F(Messages, SendWaitsForTheReplyAndTheCallersTimerRunsOn) {
         {"off stays off", 250, "level", "0 [level]", 0, 0, 0, 0},
         {"the rest is dropped", 0, "a long question", "0 [a long qu", 0, 0, 0, 0},
         {"less the time spent", 250, "x", "0 [x]", 60000000, 0, 50000000, 59800000},
-        {"due meanwhile: 10 ms", 250, "x", "0 [x]", 100000, 90, 1, 10100},
+        {"due meanwhile: 10 ms", 250, "x", "0 [x]", 200000, 90, 1, 10100},
         {"the handler sees no tick and is kept", 250, "x", "0 [x]", 0, 0, 0, 0, 9},
     };
     for (const auto& c : cases) {
