@@ -160,6 +160,7 @@ TEST_F(Posting, GoesRoundTheRing) {
     EXPECT_EQ(CRolManager::CycMinus(2, 5, 10), 7U);
     EXPECT_EQ(CRolManager::CycMinus(5, 5, 10), 0U);
     EXPECT_EQ(CRolManager::CycMinus(2, 25, 10), 7U);
+    EXPECT_EQ(CRolManager::CycMinus(25, 2, 10), 3U);
 }
 
 TEST_F(Posting, StaysWithinTheRingWhateverOthersWrote) {
