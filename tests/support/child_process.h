@@ -17,16 +17,13 @@
 
 /// A forked copy of the test that runs a function: another process of the controller, or a fresh
 /// one for what a process keeps once it has read it. Its output is collected. A GoogleTest
-/// expectation that fails in it makes it end with kFailed. Killed and reaped at the end of the
-/// scope.
+/// expectation that fails in it, or an exception, makes it end with kFailed. Killed and reaped at
+/// the end of the scope.
 class ChildProcess {
   public:
     static constexpr int kFailed = 98;  ///< exit status after a failed expectation
-    static constexpr int kThrew = 97;   ///< exit status after an exception
 
-    /// @param body  its result is the exit status. Destructors of objects that live in the parent
-    /// do not
-    ///              run in the child.
+    /// @param body  its result is the exit status. The parent's objects are not destroyed in it.
     explicit ChildProcess(const std::function<int()>& body)
         : out_(memfd_create("out", MFD_CLOEXEC)), err_(memfd_create("err", MFD_CLOEXEC)) {
         std::fflush(nullptr);
@@ -59,8 +56,7 @@ class ChildProcess {
     int wait(std::chrono::milliseconds deadline = std::chrono::milliseconds(20000)) {
         if (!waitUntil([this] { return !alive(); }, deadline)) return -1;
         const int status = WIFSIGNALED(status_) ? 128 + WTERMSIG(status_) : WEXITSTATUS(status_);
-        if (status == kFailed || status == kThrew)
-            ADD_FAILURE() << "in the child:\n" << out() << err();
+        if (status == kFailed) ADD_FAILURE() << "in the child:\n" << out() << err();
         return status;
     }
 
@@ -72,7 +68,7 @@ class ChildProcess {
     [[noreturn]] void run(const std::function<int()>& body) const {
         dup2(out_, STDOUT_FILENO);
         dup2(err_, STDERR_FILENO);
-        int status = kThrew;
+        int status = kFailed;
         try {
             status = body();
         } catch (const std::exception& e) {

@@ -46,35 +46,30 @@ constexpr std::array<TableLayout, 11> kLayouts{{
     {1, 0, 27, 0, 0},
 }};
 
+using enum AttributeFiles::Storage;
+
+/// By entry of the description files: 0 VA, 1 DI, 2 HI, 5 DO, 7 AV. All other numbers up to the
+/// entry's count are unreadable.
+constexpr int kAttributeCounts[] = {50, 41, 18, 0, 0, 48, 0, 107};
+constexpr struct {
+    std::size_t entry;
+    int num, storage, offset, bit = 0;
+} kAttributes[] = {
+    {0, 1, kByte, 0},     {0, 5, kText, 4},     {0, 11, kFloat, 34},   {0, 24, kWord, 83},
+    {0, 29, kFloat, 103}, {0, 30, kByte, 107},  {0, 31, kBit, 108, 0}, {0, 38, kBit, 108, 7},
+    {1, 5, kText, 4},     {1, 9, kByte, 32},    {1, 27, kBit, 48, 0},  {2, 1, kText, 0},
+    {2, 6, kFloat, 29},   {2, 8, kFloat, 37},   {2, 10, kByte, 46},    {2, 12, kText, 28},
+    {2, 14, kByte, 28},   {5, 6, kText, 5},     {5, 10, kByte, 33},    {5, 20, kByte, 43},
+    {7, 1, kByte, 0},     {7, 5, kText, 4},     {7, 21, kFloat, 50},   {7, 39, kFloat, 119},
+    {7, 40, kFloat, 123}, {7, 41, kFloat, 127},
+};
+
 void writeAttributeFiles() {
-    using Files = AttributeFiles;
-    using enum Files::Storage;
-    Files files;
-    files.entries[Files::kVA] = {50,
-                                 {{1, kByte, 0},
-                                  {5, kText, 4},
-                                  {11, kFloat, 34},
-                                  {24, kWord, 83},
-                                  {29, kFloat, 103},
-                                  {30, kByte, 107},
-                                  {31, kBit, 108, 0},
-                                  {38, kBit, 108, 7}}};
-    files.entries[Files::kDI] = {41, {{5, kText, 4}, {9, kByte, 32}, {27, kBit, 48, 0}}};
-    files.entries[Files::kHI] = {18,
-                                 {{1, kText, 0},
-                                  {6, kFloat, 29},
-                                  {8, kFloat, 37},
-                                  {10, kByte, 46},
-                                  {12, kText, 28},
-                                  {14, kByte, 28}}};
-    files.entries[Files::kDO] = {48, {{6, kText, 5}, {10, kByte, 33}, {20, kByte, 43}}};
-    files.entries[Files::kAV] = {107,
-                                 {{1, kByte, 0},
-                                  {5, kText, 4},
-                                  {21, kFloat, 50},
-                                  {39, kFloat, 119},
-                                  {40, kFloat, 123},
-                                  {41, kFloat, 127}}};
+    AttributeFiles files;
+    for (std::size_t entry = 0; entry < files.entries.size(); ++entry)
+        files.entries[entry].count = kAttributeCounts[entry];
+    for (const auto& [entry, num, storage, offset, bit] : kAttributes)
+        files.entries[entry].attributes.push_back({num, storage, offset, bit});
     writeFile("/zrt/system/offatrs.dat", files.offsets());
     writeFile("/zrt/system/atributs.dat", files.types());
 }
@@ -83,18 +78,16 @@ void writeAttributeFiles() {
 
 // ---- The tables --------------------------------------------------------------------------------
 
-std::uint8_t* ControllerDatabase::makeSegment(int index, std::size_t bytes, bool isValues) {
-    int id = -1;
-    void* const address = ShmOpen(index, bytes, 1, &id, 0);
+std::uint8_t* ControllerDatabase::makeSegment(int index, std::size_t bytes) {
+    void* const address = ShmOpen(index, bytes, 1, nullptr, 0);
     if (address == nullptr) std::abort();
-    segments_.push_back({address, bytes, id, isValues});
+    values_.push_back({address, bytes});
     return static_cast<std::uint8_t*>(address);
 }
 
 void ControllerDatabase::clear() {
-    for (const Segment& segment : segments_) {
-        if (segment.isValues) std::memset(segment.address, 0, segment.bytes);
-    }
+    for (const Values& values : values_)
+        std::memset(values.address, 0, values.bytes);
 }
 
 std::uint8_t* ControllerDatabase::at(Area area, int type, int num) {
@@ -215,8 +208,9 @@ ControllerDatabase::ControllerDatabase() {
         std::ofstream(keyFile) << '\n';
     writeAttributeFiles();
 
-    *makeSegment(48, 1, false) = 7;  // the generation byte
-    std::memcpy(makeSegment(59, 26, false), kCounts.data(), sizeof(kCounts));
+    *makeSegment(48, 1) = 7;  // the generation byte
+    std::memcpy(makeSegment(59, 26), kCounts.data(), sizeof(kCounts));
+    values_.clear();
     std::size_t records = 0;
     for (std::size_t i = 0; i < kLayouts.size(); ++i) {
         const TableLayout& layout = kLayouts[i];
@@ -235,17 +229,4 @@ ControllerDatabase::ControllerDatabase() {
         mmap(nullptr, sizeof(Shared), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
     answerAll();
     start();
-}
-
-ControllerDatabase::~ControllerDatabase() {
-    if (getpid() != owner_) return;  // a child that ended by exit()
-    stop();
-    for (const Segment& segment : segments_)
-        ShmRemove(segment.id);
-    for (const IpcKind kind : {IpcKind::segment, IpcKind::semaphore, IpcKind::queue}) {
-        if (const auto object = IpcFind(kind, SemKey(0))) IpcRemove(kind, object->id);
-    }
-    if (const auto replies = IpcFind(IpcKind::queue, SemKey(0) + 1)) {
-        IpcRemove(IpcKind::queue, replies->id);
-    }
 }

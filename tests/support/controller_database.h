@@ -17,15 +17,8 @@
 ///
 /// The one object, `database`, is made before the other static objects of the program: the server's
 /// own database object looks for the counts when it is constructed. It also makes `All`. Everything
-/// is gone at the end of the process that made it; its forked children share it.
-///
-/// Attributes by number (kinds: c byte, w int16, f float, s text, a digit: that bit; ? unreadable):
-///   VA (50)  1 c0, 5 s4, 11 f34, 24 w83, 29 f103, 30 c107, 31 bit 0 and 38 bit 7 of 108, 40 ?
-///   AV (107) 1 c0, 5 s4, 21 f50, 39 f119, 40 f123, 41 f127
-///   HI (18)  1 s0, 6 f29, 8 f37, 10 c46, 12 s28 (17 bytes), 14 c28
-///   DI (41)  5 s4, 9 c32, 27 bit 0 of 48
-///   DO (48)  6 s5, 10 c33, 20 c43
-/// All other numbers up to the one in brackets are unreadable.
+/// ends with the sandbox; forked children of the test share it. Its attributes are listed in the
+/// source file.
 class ControllerDatabase {
   public:
     /// By type code - 1. The values of TH fill a page, with nothing of ours behind it.
@@ -33,7 +26,6 @@ class ControllerDatabase {
     enum class Area : std::uint8_t { passport, currentData, currentValue };
 
     ControllerDatabase();
-    ~ControllerDatabase();
     ControllerDatabase(const ControllerDatabase&) = delete;
     ControllerDatabase& operator=(const ControllerDatabase&) = delete;
 
@@ -70,29 +62,25 @@ class ControllerDatabase {
     /// The database process ends, and another one takes its place.
     void stop();
     void start();
-    pid_t processId() const { return process_; }
 
   private:
     struct Shared;  // with the database process
 
     std::uint8_t* at(Area area, int type, int num);
     std::uint8_t* tqf(int type, int num);
-    std::uint8_t* makeSegment(int index, std::size_t bytes, bool isValues = true);
+    std::uint8_t* makeSegment(int index, std::size_t bytes);
     [[nodiscard]] Answer next(std::uint32_t type) const;
     [[noreturn]] void serve();
 
-    pid_t owner_ = getpid();
     pid_t process_ = -1;
     Shared* shared_ = nullptr;
     std::uint8_t* tqfs_ = nullptr;
     std::array<std::array<std::uint8_t*, 3>, 11> arrays_{};  // by type - 1 and Area
-    struct Segment {
+    struct Values {
         void* address;
         std::size_t bytes;
-        int id;
-        bool isValues;
     };
-    std::vector<Segment> segments_;
+    std::vector<Values> values_;  // what clear() zeroes
 };
 
 extern ControllerDatabase database;

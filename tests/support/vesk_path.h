@@ -1,9 +1,5 @@
 #pragma once
 
-#include <sys/ipc.h>
-#include <sys/msg.h>
-#include <sys/sem.h>
-#include <sys/shm.h>
 #include <sys/stat.h>
 
 #include <cstdint>
@@ -14,30 +10,30 @@
 #include <sstream>
 #include <stdexcept>
 #include <string>
+#include <utility>
 
+#include "lib/util/ipc_objects.h"
 #include "lib/util/veskpath.h"
 
-/// Names of the files that IPC keys are made from.
-inline constexpr const char* kKeyFiles[] = {"proxy", "vskontr", "rezerv", "udpvesk",
-                                            "sim",   "sigsim",  "cm",     "show"};
-
 /// An installation folder of its own with all key files, set as VESKPATH for this process (SRV_Path
-/// included) and the ones it starts. At the end VESKPATH is as before, and every segment, semaphore
-/// and queue whose key belongs to one of the files is removed, whoever made it.
+/// included) and the ones it starts. At its end VESKPATH is unset, and every segment, semaphore and
+/// queue that was made meanwhile is removed, whoever made it: the sandbox has no others.
 class VeskPath {
   public:
     VeskPath() {
         std::string pattern = (std::filesystem::temp_directory_path() / "vesk.XXXXXX").string();
         if (mkdtemp(pattern.data()) == nullptr) throw std::runtime_error("no temporary folder");
         folder_ = pattern;
-        for (const char* name : kKeyFiles)
+        for (const char* name :
+             {"proxy", "vskontr", "rezerv", "udpvesk", "sim", "sigsim", "cm", "show"})
             std::ofstream(file(name)) << '\n';
-        if (const char* former = std::getenv("VESKPATH")) former_ = former;
-        use(folder_.c_str());
+        setenv("VESKPATH", folder_.c_str(), 1);
+        SRV_Path.InitPathes();
     }
     ~VeskPath() {
-        removeObjects();
-        use(former_.empty() ? nullptr : former_.c_str());
+        forEachObject(IpcRemove);
+        unsetenv("VESKPATH");
+        SRV_Path.InitPathes();
         std::error_code ignored;  // a leftover folder below the temporary one harms nobody
         std::filesystem::remove_all(folder_, ignored);
     }
@@ -56,68 +52,37 @@ class VeskPath {
                                   static_cast<std::uint32_t>(info.st_ino & 0xFFFFU));
     }
 
-    /// Segments, semaphore sets and queues that now exist for the key files.
+    /// Segments, semaphore sets and queues that were made meanwhile and can still be found.
     std::size_t objectCount() const {
         std::size_t count = 0;
-        forEachObject([&count](const char*, int) { ++count; });
+        forEachObject([&count](IpcKind, int) { ++count; });
         return count;
     }
 
   private:
-    static void use(const char* folder) {
-        if (folder != nullptr) {
-            setenv("VESKPATH", folder, 1);
-        } else {
-            unsetenv("VESKPATH");
-        }
-        SRV_Path.InitPathes();
-    }
-
-    std::set<std::uint32_t> keysWithoutProject() const {
-        std::set<std::uint32_t> keys;
-        for (const char* name : kKeyFiles) {
-            if (std::filesystem::exists(file(name))) {
-                keys.insert(static_cast<std::uint32_t>(key(name, 0)));
+    using Objects = std::set<std::pair<IpcKind, int>>;  // by kernel id
+    static Objects existing() {
+        Objects objects;
+        for (const auto& [kind, name] : {std::pair(IpcKind::segment, "shm"),
+                                         {IpcKind::semaphore, "sem"},
+                                         {IpcKind::queue, "msg"}}) {
+            std::ifstream list(std::string("/proc/sysvipc/") + name);
+            for (std::string line; std::getline(list, line);) {
+                std::istringstream fields(line);
+                key_t key = 0;
+                int id = 0;
+                // No numbers in the headings, and no key in what waits for its last detach.
+                if (fields >> key >> id && key != 0) objects.emplace(kind, id);
             }
         }
-        return keys;
+        return objects;
     }
-
     template <class Use>
     void forEachObject(Use use) const {
-        const auto ours = keysWithoutProject();
-        for (const char* kind : {"shm", "sem", "msg"}) {
-            std::ifstream list(std::string("/proc/sysvipc/") + kind);
-            std::string line;
-            std::getline(list, line);  // headings
-            while (std::getline(list, line)) {
-                std::istringstream fields(line);
-                key_t objectKey = 0;
-                int id = 0;
-                fields >> objectKey >> id;
-                const std::uint32_t low = static_cast<std::uint32_t>(objectKey) & 0xFFFFFFU;
-                // The reply queue's key is one above the request queue's.
-                if (ours.count(low) != 0 || ours.count(low - 1) != 0) use(kind, id);
-            }
-        }
+        for (const auto& object : existing())
+            if (former_.count(object) == 0) use(object.first, object.second);
     }
 
-    void removeObjects() const {
-        forEachObject([](const char* kind, int id) {
-            switch (kind[1]) {
-                case 'h':
-                    shmctl(id, IPC_RMID, nullptr);
-                    break;
-                case 'e':
-                    semctl(id, 0, IPC_RMID);
-                    break;
-                default:
-                    msgctl(id, IPC_RMID, nullptr);
-                    break;
-            }
-        });
-    }
-
+    const Objects former_ = existing();
     std::filesystem::path folder_;
-    std::string former_;
 };
