@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <limits>
-#include <string>
 
 #include "values.h"
 
@@ -21,73 +20,43 @@ TEST(SVal, ConvertsAsTheControllerDoes) {
         // Integers by their low bytes.
         {"a char goes over as the byte", chr(0x85), uch(0x85)},
         {"a short gives its low byte", i16(300), chr(44)},
-        {"a ushort too", u16(0xFF80), uch(0x80)},
-        {"an int too", i32(-2), chr(0xFE)},
-        {"a uint too", u32(0x12345678), chr(0x78)},
         {"a char is read as unsigned into a short", chr(-1), i16(255)},
         {"and into a ushort", chr(-1), u16(255)},
         {"and into an int", chr(-128), i32(128)},
-        {"and into a uint", uch(255), u32(255)},
-        {"a ushort keeps its bits in a short", u16(0xFFFE), i16(-2)},
-        {"and a short in a ushort", i16(-2), u16(0xFFFE)},
         {"an int gives its low 16 bits", i32(0x12348765), i16(0x8765 - 0x10000)},
-        {"a uint too", u32(0x12348765), u16(0x8765)},
         {"a short is sign-extended into an int", i16(-2), i32(-2)},
         {"and into a uint", i16(-2), u32(0xFFFFFFFE)},
         {"a ushort is zero-extended", u16(0xFFFE), i32(0xFFFE)},
-        {"into a uint too", u16(0xFFFE), u32(0xFFFE)},
-        {"a uint keeps its bits in an int", u32(0xFFFFFFFF), i32(-1)},
-        {"and an int in a uint", i32(-1), u32(0xFFFFFFFF)},
         // Floats are truncated and saturate at 32 bits.
         {"truncated toward zero", flt(2.9F), i16(2)},
-        {"also below zero", flt(-2.9F), i16(-2)},
         {"a negative float gives 0 in a char", flt(-1.5F), chr(0)},
-        {"and in a ushort", flt(-1.5F), u16(0)},
-        {"and in a uint", flt(-kInf), u32(0)},
         {"a char takes the low byte", flt(300.7F), chr(44)},
         {"of the saturated number", flt(1e10F), uch(255)},
         {"a short the low 16 bits", flt(70000.0F), i16(70000 - 65536)},
         {"of the saturated number", flt(1e10F), i16(-1)},
-        {"at the lower end too", flt(-1e10F), i16(0)},
         {"a ushort goes up to 32 bits unsigned", flt(3e9F), u16(0x5E00)},
         {"an int saturates above", flt(2147483648.0F), i32(2147483647)},
         {"just below it is exact", flt(2147483520.0F), i32(2147483520)},
         {"an int saturates below", flt(-kInf), i32(-2147483647 - 1)},
         {"a uint saturates above", flt(4294967296.0F), u32(0xFFFFFFFF)},
-        {"a uint takes what no int holds", flt(3e9F), u32(3000000000)},
         {"what is no number gives 0", flt(kNan), i32(0)},
-        {"everywhere", flt(kNan), chr(0)},
         // To floats.
-        {"a float as it is", flt(-0.1F), flt(-0.1F)},
-        {"not a number as well", flt(kNan), flt(kNan)},
-        {"a char as unsigned", chr(-1), flt(255)},
-        {"a short", i16(-7), flt(-7)},
-        {"a ushort", u16(65535), flt(65535)},
         {"an int", i32(-2147483647 - 1), flt(-2147483648.0F)},
         {"a uint", u32(0xFFFFFFFF), flt(4294967296.0F)},
         {"a text", str9(" -1.5e2x"), flt(-150)},
         {"a text without end", str9("123456789"), flt(123456789.0F)},
-        {"a text beyond a float's range", str9("1e300"), flt(kInf)},
         // Texts are read as atoi does.
         {"leading blanks, trailing rubbish", str9("  12abc"), i32(12)},
-        {"a sign", str17("-3"), i16(-3)},
         {"the low byte", str9("300"), chr(44)},
-        {"no digits", str9("x1"), uch(0)},
-        {"nine digits need no end", str9("987654321"), u32(987654321)},
-        {"the low 16 bits", str9("-1"), u16(0xFFFF)},
         {"17 digits end in an int's low bits", str17("12345678901234567"), i32(12345678901234567)},
-        {"Cyrillic bytes are no digits", str9("\x80\x81"), i32(0)},
         // To texts.
         {"a char as 0 to 255", chr(-1), str9("255")},
         {"a short", i16(-1), str9("-1")},
-        {"a ushort", u16(65535), str17("65535")},
-        {"an int signed", i32(-2147483647 - 1), str17("-2147483648")},
         {"a uint unsigned", u32(0xFFFFFFFF), str17("4294967295")},
         {"cut at nine bytes", i32(-1234567890), str9("-12345678")},
         {"a float truncated", flt(-2.9F), str9("-2")},
         {"a float saturated", flt(1e20F), str17("2147483647")},
         {"a text as it is", str9("\x80 9 bytes"), str9("\x80 9 bytes")},
-        {"its first nine bytes", str17("seventeen letters"), str9("seventeen")},
         {"all seventeen", str17("seventeen letters"), str17("seventeen letters")},
         {"the nine there are", str9("abc"), str17("abc")},
     };
@@ -113,20 +82,10 @@ TEST(SVal, KeepsWhatAnAssignmentDoesNotReach) {
         value = unknown;
         EXPECT_EQ(value, str17("5")) << type;
     }
-    const SVal& same = value;
-    value = same;
-    EXPECT_EQ(value, str17("5"));
-}
-
-TEST(SVal, CopiesBytesAtConstructionAndBySet) {
-    const SVal from = str17("seventeen letters");
-    SVal copy(from);
-    EXPECT_EQ(copy, from);
-    copy.Set(flt(1));
-    EXPECT_EQ(copy, flt(1));
-    copy.Clear();
-    const std::string bytes(reinterpret_cast<const char*>(&copy), sizeof(copy));
-    EXPECT_EQ(bytes, std::string(21, '\0'));
+    value.Set(flt(1));
+    EXPECT_EQ(value, flt(1)) << "without conversion";
+    value.Clear();
+    EXPECT_EQ(value, SVal());
 }
 
 }  // namespace

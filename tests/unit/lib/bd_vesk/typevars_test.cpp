@@ -2,11 +2,12 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
-#include <cstdint>
 #include <cstring>
 #include <memory>
 #include <numeric>
+#include <utility>
 #include <vector>
 
 #include "lib/bd_vesk/bdvesk.h"
@@ -15,150 +16,107 @@
 namespace {
 
 using Bytes = std::vector<std::uint8_t>;
+using Arrays = std::array<Bytes, 3>;  // passports, current data, current values
 
 /// What the controller's documents say about a type's arrays, apart from the library's own table.
 struct Layout {
     unsigned code;
     std::size_t passport;  // bytes of an element
     std::size_t element;   // bytes of a current data or current value
-    int curDatOffset;      // in the passport; -1: an array of its own; -2: the current values'
-    int curValOffset;      // in the passport; -1: an array of its own
+    struct Place {
+        std::size_t array, offset;
+    } data, value;
 };
-constexpr int kOwn = -1;
-constexpr int kValues = -2;
 constexpr Layout kLayouts[] = {
-    {1, 114, 4, kOwn, kOwn}, {2, 204, 4, 167, 167},  {3, 48, 4, kValues, kOwn},
-    {4, 56, 1, kOwn, kOwn},  {5, 58, 1, kOwn, kOwn}, {6, 4, 4, 0, 0},
-    {7, 4, 4, 0, 0},         {8, 4, 4, 0, 0},        {9, 4, 4, 0, 0},
-    {10, 2, 2, 0, 0},        {11, 1, 1, 0, 0},
+    {1, 114, 4, {1, 0}, {2, 0}}, {2, 204, 4, {0, 167}, {0, 167}}, {3, 48, 4, {2, 0}, {2, 0}},
+    {4, 56, 1, {1, 0}, {2, 0}},  {5, 58, 1, {1, 0}, {2, 0}},      {6, 4, 4, {0, 0}, {0, 0}},
+    {7, 4, 4, {0, 0}, {0, 0}},   {8, 4, 4, {0, 0}, {0, 0}},       {9, 4, 4, {0, 0}, {0, 0}},
+    {10, 2, 2, {0, 0}, {0, 0}},  {11, 1, 1, {0, 0}, {0, 0}},
 };
-
 constexpr std::uint16_t kCount = 3;
 
+constexpr struct {
+    BOOL (CTypeVars::*get)(std::uint16_t, void*);
+    BOOL (CTypeVars::*set)(std::uint16_t, void*);
+    void* (CTypeVars::*address)(std::uint16_t);
+} kOperations[] = {
+    {&CTypeVars::getPasp, &CTypeVars::setPasp, &CTypeVars::getAdrPasp},
+    {&CTypeVars::getCurDat, &CTypeVars::setCurDat, &CTypeVars::getAdrCurDat},
+    {&CTypeVars::getCurVal, &CTypeVars::setCurVal, &CTypeVars::getAdrCurVal},
+};
+
 /// A table over arrays of this process, each filled with bytes of its own.
-class Table {
-  public:
-    explicit Table(const Layout& layout) : layout_(layout), table(newTypeVars(layout.code)) {
-        for (Bytes* array : {&passports, &data, &values})
-            array->resize(kCount * (array == &passports ? layout.passport : layout.element));
-        std::iota(passports.begin(), passports.end(), std::uint8_t{1});
-        std::iota(data.begin(), data.end(), std::uint8_t{100});
-        std::iota(values.begin(), values.end(), std::uint8_t{200});
-        table->InitPasp(passports.data());
-        table->InitCurDat(data.data());
-        table->InitCurVal(values.data());
+class TypeVars : public testing::TestWithParam<Layout> {
+  protected:
+    TypeVars() {
+        for (std::size_t i = 0; i < arrays.size(); ++i) {
+            arrays.at(i).resize(kCount * (i == 0 ? layout.passport : layout.element));
+            std::iota(arrays.at(i).begin(), arrays.at(i).end(), static_cast<std::uint8_t>(90 * i));
+        }
+        table->InitPasp(arrays[0].data());
+        table->InitCurDat(arrays[1].data());
+        table->InitCurVal(arrays[2].data());
         table->setmaxnum(kCount);
     }
 
-    std::uint8_t* passportOf(std::uint16_t num) {
-        return &passports[(num - 1U) * layout_.passport];
-    }
-    std::uint8_t* dataOf(std::uint16_t num) { return place(layout_.curDatOffset, data, num); }
-    std::uint8_t* valueOf(std::uint16_t num) { return place(layout_.curValOffset, values, num); }
-
-  private:
-    std::uint8_t* place(int offset, Bytes& own, std::uint16_t num) {
-        Bytes& array = offset == kValues ? values : own;
-        return offset < 0 ? &array[(num - 1U) * layout_.element] : passportOf(num) + offset;
-    }
-
-    Layout layout_;
-
-  public:
-    Bytes passports, data, values;
-    std::unique_ptr<CTypeVars> table;
-};
-
-using Copy = BOOL (CTypeVars::*)(std::uint16_t, void*);
-constexpr std::array<Copy, 3> kGets{&CTypeVars::getPasp, &CTypeVars::getCurDat,
-                                    &CTypeVars::getCurVal};
-constexpr std::array<Copy, 3> kSets{&CTypeVars::setPasp, &CTypeVars::setCurDat,
-                                    &CTypeVars::setCurVal};
-
-class TypeVars : public testing::TestWithParam<Layout> {
-  protected:
-    /// Every operation answers 0, and the buffer stays.
-    static void expectFailure(CTypeVars& table, std::uint16_t num, bool isNull = false) {
-        Bytes buffer(256, 0xEE);
-        void* const data = isNull ? nullptr : buffer.data();
-        for (const auto& operations : {kGets, kSets})
-            for (const Copy copy : operations)
-                EXPECT_EQ((table.*copy)(num, data), 0);
-        EXPECT_EQ(table.setCurDatScale(num, data, 0, 1), 0);
-        EXPECT_EQ(buffer, Bytes(256, 0xEE));
-        if (isNull) return;
-        EXPECT_EQ(table.getAdrPasp(num), nullptr);
-        EXPECT_EQ(table.getAdrCurDat(num), nullptr);
-        EXPECT_EQ(table.getAdrCurVal(num), nullptr);
-    }
-    static void expectSame(const Table& a, const Table& b) {
-        EXPECT_EQ(a.passports, b.passports);
-        EXPECT_EQ(a.data, b.data);
-        EXPECT_EQ(a.values, b.values);
-    }
-
-    Table t{GetParam()};
-    Table untouched{GetParam()};
+    const Layout layout = GetParam();
+    Arrays arrays;
+    const std::unique_ptr<CTypeVars> table = newTypeVars(layout.code);
 };
 INSTANTIATE_TEST_SUITE_P(All, TypeVars, testing::ValuesIn(kLayouts));
 
 TEST_P(TypeVars, CopiesOneElementAndNothingBesideIt) {
-    ASSERT_NE(t.table, nullptr);
-    EXPECT_EQ(t.table->typeAt(), GetParam().code);
-    EXPECT_EQ(t.table->maxnumAt(), kCount);
-    EXPECT_GT(t.table->SizeOf(), 2 * sizeof(void*));
-    const std::size_t sizes[] = {GetParam().passport, GetParam().element, GetParam().element};
+    EXPECT_EQ(table->typeAt(), layout.code);
+    EXPECT_EQ(table->maxnumAt(), kCount);
+    EXPECT_GT(table->SizeOf(), 2 * sizeof(void*));
+    const Layout::Place places[] = {{0, 0}, layout.data, layout.value};
     for (std::size_t i = 0; i < 3; ++i) {
-        const Copy get = kGets.at(i);
-        const Copy set = kSets.at(i);
-        const auto placeIn = [i](Table& table, std::uint16_t num) {
-            return i == 0 ? table.passportOf(num) : i == 1 ? table.dataOf(num) : table.valueOf(num);
-        };
+        const auto& [get, set, address] = kOperations[i];
+        const auto [array, offset] = places[i];
+        const std::size_t size = i == 0 ? layout.passport : layout.element;
         for (std::uint16_t num = 1; num <= kCount; ++num) {
-            SCOPED_TRACE(testing::Message() << "array " << i << " variable " << num);
-            const auto address = i == 0   ? t.table->getAdrPasp(num)
-                                 : i == 1 ? t.table->getAdrCurDat(num)
-                                          : t.table->getAdrCurVal(num);
-            EXPECT_EQ(address, placeIn(t, num));
-            Bytes buffer(sizes[i] + 1, 0xEE);
-            EXPECT_EQ((t.table.get()->*get)(num, buffer.data()), 1);
-            EXPECT_EQ(std::memcmp(buffer.data(), placeIn(untouched, num), sizes[i]), 0);
-            EXPECT_EQ(buffer[sizes[i]], 0xEE);
+            SCOPED_TRACE(testing::Message() << "operations " << i << " variable " << num);
+            const std::size_t step = array == 0 ? layout.passport : layout.element;
+            std::uint8_t* const element = &arrays.at(array).at((num - 1U) * step + offset);
+            EXPECT_EQ((table.get()->*address)(num), element);
+            Bytes copy(size + 1, 0xEE);
+            Bytes want(element, element + size);
+            want.push_back(0xEE);
+            EXPECT_EQ((table.get()->*get)(num, copy.data()), 1);
+            EXPECT_EQ(copy, want);
 
-            Table changed(GetParam());
-            Table expected(GetParam());
-            std::memset(placeIn(expected, num), 0x77, sizes[i]);
-            buffer.assign(sizes[i], 0x77);
-            EXPECT_EQ((changed.table.get()->*set)(num, buffer.data()), 1);
-            expectSame(changed, expected);
+            Arrays changed = arrays;
+            std::fill_n(changed.at(array).begin() + (element - arrays.at(array).data()), size,
+                        0x77);
+            copy.assign(size, 0x77);
+            EXPECT_EQ((table.get()->*set)(num, copy.data()), 1);
+            EXPECT_EQ(arrays, changed);
         }
     }
 }
 
 TEST_P(TypeVars, FailsForNumbersArraysAndBuffersThatAreNotThere) {
-    for (const auto num : std::initializer_list<std::uint16_t>{0, kCount + 1, 0xFFFF})
-        expectFailure(*t.table, num);
-    expectFailure(*t.table, 1, true);
-    expectSame(t, untouched);
-    const auto missing = newTypeVars(GetParam().code);
-    EXPECT_EQ(missing->maxnumAt(), 0);
+    const auto missing = newTypeVars(layout.code);
     missing->setmaxnum(kCount);
-    expectFailure(*missing, 1);
+    const Arrays before = arrays;
+    Bytes buffer(256, 0xEE);
+    for (const auto& [get, set, address] : kOperations) {
+        for (const auto& [of, num] :
+             {std::pair(table.get(), 0), {table.get(), kCount + 1}, {missing.get(), 1}}) {
+            const auto number = static_cast<std::uint16_t>(num);
+            EXPECT_EQ((of->*get)(number, buffer.data()), 0) << num;
+            EXPECT_EQ((of->*set)(number, buffer.data()), 0) << num;
+            EXPECT_EQ((of->*address)(number), nullptr) << num;
+        }
+        EXPECT_EQ((table.get()->*get)(1, nullptr) + (table.get()->*set)(1, nullptr), 0);
+    }
+    // Scaled writes are for VA only.
+    const std::uint16_t num = layout.code == 1 ? 0 : 1;
+    EXPECT_EQ(table->setCurDatScale(num, buffer.data(), 0, 1), 0);
+    EXPECT_EQ(buffer, Bytes(256, 0xEE));
+    EXPECT_EQ(arrays, before);
     EXPECT_EQ(newTypeVars(0), nullptr);
     EXPECT_EQ(newTypeVars(12), nullptr);
-}
-
-TEST_P(TypeVars, ScalesTheCurrentDataOfAnalogInputsOnly) {
-    const float scale[] = {-50, 150};  // NSHK, KSHK
-    float value = 30;
-    if (GetParam().code == 1) {
-        for (Table* table : {&t, &untouched})
-            std::memcpy(table->passportOf(2) + 34, scale, sizeof(scale));
-        const float stored = -42;  // (30 - 10) * (90 - 10) / (150 + 50) - 50
-        std::memcpy(untouched.dataOf(2), &stored, sizeof(stored));
-    }
-    EXPECT_EQ(t.table->setCurDatScale(2, &value, 10, 90), GetParam().code == 1);
-    expectSame(t, untouched);
 }
 
 /// Slots of virtual operations in their class's table, from 0. Pointers to virtual members hold the
@@ -193,23 +151,13 @@ TEST(VirtualTables, KeepTheirOrderBehindTheDestructors) {
 
 TEST(CList, IsARingWithoutRangeCheck) {
     CList<int, 3> list;
-    EXPECT_TRUE(list.isEmpty());
-    for (const int index : {-1, 0, 2, 5})
-        EXPECT_EQ(list.itemAt(index), 0) << "empty slots";
-    EXPECT_TRUE(list.append(10));
-    EXPECT_TRUE(list.append(20));
-    EXPECT_EQ(list.itemAt(0), 10);
-    EXPECT_EQ(list.itemAt(1), 20);
-    EXPECT_EQ(list.itemAt(2), 0) << "not filled";
-    EXPECT_EQ(list.itemAt(3), 10) << "comes round";
-    EXPECT_EQ(list.itemAt(-2), 20);
-    EXPECT_TRUE(list.append(30));
-    EXPECT_FALSE(list.append(40));
-    EXPECT_EQ(list.itemAt(2), 30);
-    EXPECT_EQ(list.itemAt(0), 10) << "a full list stays as it is";
+    EXPECT_EQ(list.itemAt(-1) + list.itemAt(0) + list.itemAt(5), 0) << "empty slots";
+    EXPECT_TRUE(list.append(10) && list.append(20) && list.append(30));
+    EXPECT_FALSE(list.append(40)) << "full";
+    for (const auto& [index, item] : {std::pair(-2, 20), {0, 10}, {1, 20}, {2, 30}, {3, 10}})
+        EXPECT_EQ(list.itemAt(index), item) << index;
     list.clear();
     EXPECT_TRUE(list.isEmpty());
-    EXPECT_EQ(list.itemAt(0), 0);
 }
 
 }  // namespace

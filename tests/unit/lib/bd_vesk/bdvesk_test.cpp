@@ -1,0 +1,402 @@
+#include "lib/bd_vesk/bdvesk.h"
+
+#include <gtest/gtest.h>
+
+#include <limits>
+#include <string>
+#include <tuple>
+
+#include "lib/util/veskpath.h"
+#include "lib/util/vs_obj.h"
+#include "support/attribute_files.h"
+#include "support/child_process.h"
+#include "support/controller_database.h"
+#include "support/files.h"
+#include "values.h"
+
+using enum ControllerDatabase::Area;
+
+namespace {
+
+using Request = ControllerDatabase::Request;
+
+std::string shown(SVariable var) {
+    return std::to_string(var.type) + "." + std::to_string(var.num + 0) + ".A" +
+           std::to_string(var.num_atr + 0);
+}
+
+/// A loaded database of zeros. See controller_database.cpp for its attributes.
+class BdVesk : public testing::Test {
+  protected:
+    BdVesk() {
+        database.clear();
+        db.LoadBD();
+    }
+    ~BdVesk() override { database.answerAll(); }
+
+    /// kRefused when the answer is 0, which leaves the value untouched.
+    SVal read(SVariable var, bool current = true) {
+        SVal val = kRefused;
+        const BOOL ok = current ? db.getVal(var, &val) : db.getDat(var, &val);
+        EXPECT_NE(ok == 1, val == kRefused);
+        return val;
+    }
+
+    /// One by one and all at once.
+    void expectRead(SVariable var, const SVal& current, const SVal& raw) {
+        SCOPED_TRACE(shown(var));
+        EXPECT_EQ(read(var), current);
+        EXPECT_EQ(read(var, false), raw);
+        EXPECT_EQ(db.isAttribute(var), !(current == kRefused));
+        db.Read(var.type, var.num, var.num_atr, &reading);  // over the former reading
+        EXPECT_EQ(reading.val, current == kRefused ? SVal() : current);
+        EXPECT_EQ(reading.type_atr, db.getTypeAtr(var));
+        EXPECT_EQ(reading.time.tv_sec, db.getTime(var).tv_sec);
+        EXPECT_EQ(reading.time.tv_usec, db.getTime(var).tv_usec);
+        EXPECT_EQ(reading.quality, db.getQuality(var));
+    }
+
+    const SVal kRefused = i32(99);
+    CVeskBDSh db{0};
+    SReading reading;
+};
+
+// ---- Loading -----------------------------------------------------------------------------------
+
+TEST_F(BdVesk, AsksForElevenTypes) {
+    const std::size_t before = database.requestsFrom(getpid()).size();
+    db.LoadBD();
+    const std::vector<Request> requests = database.requestsFrom(getpid());
+    ASSERT_EQ(requests.size(), before + 11);
+    for (std::uint8_t type = 1; type <= 11; ++type) {
+        SCOPED_TRACE(static_cast<int>(type));
+        EXPECT_EQ(requests[before + type - 1], (Request{0x1100, type - 1U, 0, 0, 0}));
+        const std::uint16_t last = ControllerDatabase::kCounts[type - 1U];
+        EXPECT_EQ(db.getTypeVars(type)->typeAt(), type);
+        EXPECT_EQ(db.getTypeVars(type)->maxnumAt(), last);
+        EXPECT_EQ(db.isVariable({type, last, 0}), 1);
+        EXPECT_EQ(db.isVariable({type, static_cast<std::uint16_t>(last + 1), 0}), 0);
+    }
+    EXPECT_EQ(db.isVariable({1, 0, 0}), 1) << "number 0 is not checked";
+    EXPECT_EQ(db.isVariable({0, 1, 0}) + db.isVariable({12, 1, 0}), 0);
+    EXPECT_EQ(db.getTypeVars(12), db.getTypeVars(1)) << "the list comes round";
+}
+
+TEST_F(BdVesk, TypesWithoutVariablesAndWhatIsNoTypeMoveTheLaterOnesDown) {
+    database.answer({{77, 5}, {1, 3}, {2, 0}, {3, 4}, {6, 3}});
+    Capture out(STDOUT_FILENO);
+    db.LoadBD();
+    EXPECT_EQ(out.text(), "") << "the description files are right";
+    EXPECT_EQ(database.requestsFrom(getpid()).back()[1], 12U) << "goes on to the eleventh answer";
+    for (const auto& [place, type] : {std::pair(1, 1), {2, 3}, {3, 6}})
+        EXPECT_EQ(db.getTypeVars(static_cast<std::uint16_t>(place))->typeAt(), type);
+    EXPECT_EQ(db.getTypeVars(4), nullptr);
+    EXPECT_EQ(db.isVariable({4, 1, 0}), 0);
+    EXPECT_EQ(read({4, 1, 0}), kRefused);
+    EXPECT_EQ(db.setDat({4, 1, 0}, chr(1)), 0);
+
+    // Attributes of AV are looked up in HI's records.
+    database.putText(DB_HI, 1, 4, "x");
+    EXPECT_EQ(read({2, 1, 5}), str9("x"));
+    EXPECT_EQ(db.getTypeAtr({2, 1, 21}), none) << "reaches beyond HI's record";
+}
+
+TEST_F(BdVesk, WorksWithoutAnySegment) {
+    constexpr std::uint32_t kMore = 60000;  // than the segments hold
+    database.answer({{1, kMore}, {2, kMore}, {3, kMore}, {4, kMore}, {5, kMore}, {6, kMore}});
+    const Capture out(STDOUT_FILENO);
+    const Capture err(STDERR_FILENO);
+    db.LoadBD();
+    const SVariable all[] = {{1, 1, 0}, {2, 1, 0}, {3, 1, 0},  {6, 1, 0}, {1, 1, 5},
+                             {2, 1, 5}, {4, 1, 5}, {3, 1, 12}, {5, 1, 6}};
+    for (const SVariable var : all) {
+        expectRead(var, SVal(), SVal());
+        EXPECT_EQ(db.setDat(var, i32(1)), 1);
+    }
+    EXPECT_EQ(db.setDatScale({1, 1, 0}, flt(1), 0, 1), 1);
+}
+
+TEST_F(BdVesk, TalksToTheDatabaseProcessAndEndsWithoutIt) {
+    const auto load = [] {
+        CVeskBDSh late(0);
+        late.LoadBD();
+        return late.isVariable({1, 1, 0}) ? 7 : 8;
+    };
+    db.ObrBD();
+    const std::vector<Request> requests = database.requestsFrom(getpid());
+    EXPECT_EQ(requests.back(), (Request{0x1300, 0, 0, 0, 0}));
+    ASSERT_NE(All->name_add("Simulator", getpid()), -1);
+    db.ObrBD();
+    EXPECT_EQ(database.requestsFrom(getpid()).size(), requests.size()) << "it does so by itself";
+    All->name_del("Simulator");
+
+    database.stop();
+    ChildProcess processing([&] { return db.ObrBD(), 0; });
+    EXPECT_EQ(processing.wait(), 255) << "nobody answers";
+    const auto start = std::chrono::steady_clock::now();
+    ChildProcess tooEarly(load);
+    EXPECT_EQ(tooEarly.wait(), 255);
+    EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(950));
+    EXPECT_NE(tooEarly.out().find("No Base in lib"), std::string::npos);
+
+    ChildProcess inTime(load);
+    std::this_thread::sleep_for(std::chrono::milliseconds(300));  // the first look finds nothing
+    database.start();
+    EXPECT_EQ(inTime.wait(), 7);
+
+    ChildProcess otherChannel([] { return CVeskBDSh(1).LoadBD(), 0; });
+    EXPECT_EQ(otherChannel.wait(), 128 + SIGTERM);
+    EXPECT_EQ(otherChannel.out(), "Sorry. Featcher not supported.");
+}
+
+TEST_F(BdVesk, TellsFaultsOfTheDescriptionsWithFileEntryAndAttribute) {
+    // CP866 of the Russian for "The attribute description file cannot be opened - "
+    const std::string notOpened =
+        "\x8D\xA5\xA2\xAE\xA7\xAC\xAE\xA6\xAD\xAE\x20\xAE\xE2\xAA\xE0\xEB\xE2\xEC\x20\xE4\xA0\xA9"
+        "\xAB\x20\xAE\xAF\xA8\xE1\xA0\xAD\xA8\xEF\x20\xA0\xE2\xE0\xA8\xA1\xE3\xE2\xAE\xA2 - ";
+    const std::string folder = testing::TempDir() + "descriptions";
+    const std::string offsets = folder + "/offatrs.dat", types = folder + "/atributs.dat";
+    setenv("SYSTEM", folder.c_str(), 1);
+    SRV_Path.InitPathes();
+    CVeskBDSh described(0);
+    unsetenv("SYSTEM");
+    SRV_Path.InitPathes();
+
+    AttributeFiles files;
+    files.entries[0] = {2, {{1, AttributeFiles::kFloat, 103}, {2, AttributeFiles::kFloat, 111}}};
+    const std::string outside =
+        offsets + ", entry 0, attribute 2: 4 bytes at 111 are not inside a record of 114\n";
+    const struct {
+        const char* why;
+        std::string offsets, types;  // empty: no such file
+        int result;
+        std::string told;
+    } cases[] = {
+        {"no files", "", "", -1, notOpened + offsets + "\n\r"},
+        {"no file of types", files.offsets(), "", -1, notOpened + types + "\n\r"},
+        {"other entry counts", files.offsets(), "\x09" + files.types().substr(1), -1, ""},
+        {"cut in the second entry", files.offsets(), files.types().substr(0, 11), -1,
+         types + ", entry 1: the file ends here\n" + outside},
+        {"an attribute outside", files.offsets(), files.types(), 0, outside},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.why);
+        if (!c.offsets.empty()) writeFile(offsets, c.offsets);
+        if (!c.types.empty()) writeFile(types, c.types);
+        Capture out(STDOUT_FILENO);
+        EXPECT_EQ(described.LoadOffAtr(), c.result);
+        EXPECT_EQ(out.text(), c.told);
+        const bool isKept = c.told.ends_with(outside);
+        EXPECT_EQ(described.getTypeAtr({1, 1, 1}), isKept ? type_float : none);
+        EXPECT_EQ(described.isAttribute({1, 1, 2}), isKept);
+        EXPECT_EQ(described.getTypeAtr({1, 1, 0}), type_float) << "values need no description";
+    }
+}
+
+// ---- Reading and writing -----------------------------------------------------------------------
+
+TEST_F(BdVesk, ReadsEveryStorage) {
+    const struct {
+        SVariable var;
+        ControllerDatabase::Area area;
+        std::size_t offset;
+        SVal stored;
+        SVal current = stored;
+        SVal raw = current;
+    } cases[] = {
+        {{1, 2, 0}, currentValue, 0, flt(2.0F), flt(2.0F), flt(0.0F)},
+        {{1, 2, 0}, currentData, 0, flt(1.0F), flt(0.0F), flt(1.0F)},
+        {{2, 2, 0}, passport, 167, flt(3.0F)},
+        {{3, 2, 0}, currentValue, 0, flt(4.0F)},
+        {{4, 2, 0}, currentValue, 0, chr(6), chr(6), chr(0)},
+        {{4, 2, 0}, currentData, 0, chr(5), chr(0), chr(5)},
+        {{5, 2, 0}, currentValue, 0, chr(0xF8), chr(248), chr(0)},
+        {{5, 2, 0}, currentData, 0, chr(7), chr(0), chr(7)},
+        {{6, 2, 0}, passport, 0, flt(9.0F)},
+        {{7, 2, 0}, passport, 0, flt(9.1F)},
+        {{8, 2, 0}, passport, 0, flt(9.2F)},
+        {{9, 2, 0}, passport, 0, flt(9.3F)},
+        {{10, 2, 0}, passport, 0, i16(-32768)},
+        {{11, 2, 0}, passport, 0, chr(11)},
+        {{1, 2, 29}, passport, 103, flt(-1.5F)},
+        {{1, 2, 31}, passport, 108, chr(0xFE), chr(0)},
+        {{1, 2, 38}, passport, 108, chr(0x80), chr(1)},
+        {{1, 2, 30}, passport, 107, chr(255)},
+        {{1, 2, 24}, passport, 83, i16(-2)},
+        {{1, 2, 5}, passport, 4, str9("\x92\x85-789012")},
+        {{1, 2, 40}, passport, 0, chr(1), SVal()},
+        {{2, 2, 21}, passport, 50, flt(5.0F)},
+        {{3, 4, 12}, passport, 28, str17("seventeen letters")},
+        {{4, 1, 9}, passport, 32, chr(8)},
+        {{5, 2, 20}, passport, 43, chr(9)},
+    };
+    for (const auto& c : cases) {
+        database.clear();
+        database.put(c.area, c.var.type, c.var.num, c.offset, c.stored.value);
+        if (c.var.type <= 5) {
+            database.setTime(c.var.type, c.var.num, 0x5A5A, 0x5B5B);
+            database.setQuality(c.var.type, c.var.num, 0x5C);
+        }
+        expectRead(c.var, c.current, c.raw);
+        EXPECT_EQ(db.getTypeAtr(c.var), c.current.type_val) << shown(c.var);
+    }
+    for (const SVariable none : {SVariable{1, 0, 5}, {1, 4, 5}, {1, 0, 0}, {11, 99, 0}, {3, 5, 12}})
+        expectRead(none, SVal(), SVal());
+    for (const SVariable refused : {SVariable{1, 2, 51}, {6, 1, 1}, {0, 1, 0}, {12, 1, 0}}) {
+        expectRead(refused, kRefused, kRefused);
+        EXPECT_EQ(db.getTypeAtr(refused), none);
+    }
+    EXPECT_EQ(db.getVal({1, 1, 0}, nullptr), 0);
+}
+
+TEST_F(BdVesk, WritesAttributeZeroIntoTheCurrentData) {
+    database.put<char>(currentData, DB_DI, 1, 0, 9);
+    database.put(passport, DB_VA, 1, 34, std::array{-50.0F, 150.0F});
+    const struct {
+        const char* why;
+        SVariable var;
+        SVal val;
+        BOOL result;
+        SVal raw;
+        bool isScaled = false;  // from 10 to 90
+    } cases[] = {
+        {"a text", {1, 3, 0}, str9("2.5"), 1, flt(2.5F)},
+        {"a text for a byte", {4, 2, 0}, str9("12"), 1, chr(12)},
+        {"a negative float for a byte", {5, 2, 0}, flt(-1.5F), 1, chr(0)},
+        {"a float is truncated", {10, 1, 0}, flt(2.9F), 1, i16(2)},
+        {"into the passport", {2, 1, 0}, i16(-4), 1, flt(-4.0F)},
+        {"a value without type is zero", {4, 1, 0}, SVal(), 1, chr(0)},
+        {"number 0 is taken and lost", {4, 0, 0}, chr(1), 1, SVal()},
+        {"no such variable", {4, 7, 0}, chr(1), 0, SVal()},
+        {"no such type", {12, 1, 0}, chr(1), 0, kRefused},
+        {"(30 - 10) * (90 - 10) / (150 + 50) - 50", {1, 1, 0}, i16(30), 1, flt(-42.0F), true},
+        {"an empty scale",
+         {1, 2, 0},
+         i16(30),
+         1,
+         flt(std::numeric_limits<float>::infinity()),
+         true},
+        {"an attribute is not scaled", {1, 3, 29}, i16(30), 1, flt(0.0F), true},
+        {"nor another type", {2, 1, 0}, i16(30), 1, flt(-4.0F), true},
+        {"no such variable", {1, 4, 0}, i16(30), 0, SVal(), true},
+    };
+    for (const auto& c : cases) {
+        EXPECT_EQ(c.isScaled ? db.setDatScale(c.var, c.val, 10, 90) : db.setDat(c.var, c.val),
+                  c.result)
+            << c.why;
+        EXPECT_EQ(read(c.var, false), c.raw) << c.why;
+    }
+    EXPECT_EQ(read({1, 3, 0}, false), flt(2.5F)) << "not scaled";
+    EXPECT_EQ(read({1, 3, 0}), flt(0.0F)) << "the value is the controller's";
+    EXPECT_EQ(db.setDat({6, 2, 500}, uch(200)), 1) << "types without attributes";
+    EXPECT_EQ(read({6, 2, 0}), flt(200.0F));
+}
+
+TEST_F(BdVesk, WritesEveryStorageAndNothingBesideIt) {
+    const auto records = [] {
+        const auto all = database.get<std::array<char, 3 * 114>>(passport, DB_VA, 1, 0);
+        return std::string(all.data(), all.size());
+    };
+    std::string want(3 * 114, '\x55');
+    database.putText(DB_VA, 1, 0, want);
+    const struct {
+        const char* why;
+        SVariable var;
+        SVal val;
+        std::size_t offset;
+        std::string bytes;
+        BOOL result = 1;
+    } cases[] = {
+        {"a float, 3", {1, 2, 29}, i32(3), 103, std::string("\0\0\x40\x40", 4)},
+        {"bit 0 goes", {1, 2, 31}, i32(0), 108, "\x54"},
+        {"bit 7 comes", {1, 2, 38}, str9("2"), 108, "\xD4"},
+        {"a byte", {1, 2, 30}, i16(-1), 107, "\xFF"},
+        {"a word, -300", {1, 2, 24}, flt(-300), 83, "\xD4\xFE"},
+        {"a text", {1, 2, 5}, i16(-1), 4, std::string("-1\0\0\0\0\0\0\0", 9)},
+        {"an unknown storage", {1, 2, 40}, i32(1), 0, ""},
+        {"no such attribute", {1, 2, 51}, i32(1), 0, ""},
+        {"number 0 is taken and lost", {1, 0, 1}, i32(1), 0, ""},
+        {"no such variable", {1, 4, 1}, i32(1), 0, "", 0},
+    };
+    for (const auto& c : cases) {
+        EXPECT_EQ(db.setDat(c.var, c.val), c.result) << c.why;
+        want.replace(114 + c.offset, c.bytes.size(), c.bytes);
+        EXPECT_EQ(records(), want) << c.why;
+    }
+    database.putText(DB_HI, 1, 28, "seventeen letters");
+    EXPECT_EQ(db.setDat({3, 1, 12}, str17("abcdefghijklmnopq")), 1);
+    EXPECT_EQ(read({3, 1, 12}), str17("abcdefghi letters")) << "nine bytes of the long text";
+}
+
+TEST_F(BdVesk, TellsChangesOfTheTypesAperture) {
+    SApertures apertures{0.5F, 0, 10};
+    db.LoadAperture(&apertures);
+    db.LoadAperture(nullptr);
+    constexpr float kNan = std::numeric_limits<float>::quiet_NaN();
+    SVal last;
+    EXPECT_EQ(db.getChangeVal({1, 1, 0}, &last, nullptr), 1) << "another type than before";
+    const std::tuple<SVariable, ControllerDatabase::Area, std::size_t, SVal, BOOL> steps[] = {
+        {{1, 1, 0}, currentValue, 0, flt(0.4F), 0},  // below the aperture
+        {{1, 1, 0}, currentValue, 0, flt(-0.5F), 1}, {{1, 1, 0}, currentValue, 0, flt(kNan), 1},
+        {{1, 1, 0}, currentValue, 0, flt(kNan), 0},  {{1, 1, 0}, currentValue, 0, flt(0.0F), 1},
+        {{3, 1, 0}, currentValue, 0, flt(9.0F), 0},  {{3, 1, 0}, currentValue, 0, flt(10.0F), 1},
+        {{2, 1, 0}, passport, 167, flt(10.001F), 1},  // no aperture: any change
+        {{4, 1, 0}, currentValue, 0, chr(0), 1},      // another type
+        {{4, 1, 0}, currentValue, 0, chr(1), 1},     {{1, 1, 5}, passport, 4, str9("TE-1"), 1},
+        {{1, 1, 5}, passport, 4, str9("TE-12"), 1},  {{1, 1, 5}, passport, 4, str9("TE-12"), 0},
+        {{1, 1, 99}, passport, 4, str9("TE-2"), 0},  // no such attribute
+    };
+    for (const auto& [var, area, offset, value, changed] : steps) {
+        database.put(area, var.type, var.num, offset, value.value);
+        EXPECT_EQ(db.getChangeVal(var, &last, nullptr), changed) << shown(var);
+        if (changed == 0) continue;
+        EXPECT_EQ(last, value) << shown(var);
+    }
+    EXPECT_EQ(db.getChangeVal({1, 1, 0}, nullptr, nullptr), 0);
+
+    apertures.aperture_AV = 2;
+    db.LoadAperture(&apertures);
+    for (const auto& [attribute, own, related] :
+         {std::tuple(21, 50U, 127U), std::tuple(39, 119U, 123U)}) {
+        SCOPED_TRACE(attribute);
+        const SVariable var{2, 1, static_cast<std::uint16_t>(attribute)};
+        SVal aux;
+        EXPECT_EQ(db.getChangeVal(var, &last, &aux), 1);
+        database.put(passport, DB_AV, 1, own, 5.0F);
+        EXPECT_EQ(db.getChangeVal(var, &last, &aux), 0) << "its own change does not count";
+        database.put(passport, DB_AV, 1, related, 1.0F);
+        EXPECT_EQ(db.getChangeVal(var, &last, &aux), 0) << "below the aperture";
+        database.put(passport, DB_AV, 1, related, 2.0F);
+        EXPECT_EQ(db.getChangeVal(var, &last, &aux), 1);
+        EXPECT_EQ(last, flt(5.0F));
+        EXPECT_EQ(aux, flt(2.0F));
+    }
+}
+
+TEST_F(BdVesk, TimesAndQualitiesAreThoseOfTheVariable) {
+    database.setTime(DB_DI, 1, 1, 2);
+    database.setQuality(DB_DI, 1, 0xC0);
+    const auto [seconds, microseconds] = db.getTime({4, 1, 77});
+    EXPECT_TRUE(seconds == 1 && microseconds == 2);
+    EXPECT_EQ(db.getQuality({4, 1, 0}), 0xC0U);
+
+    EXPECT_EQ(db.setTime({2, 2, 0}, {9, 8}), 0);
+    EXPECT_EQ(db.setQuality({2, 2, 0}, 7), 0);
+    EXPECT_EQ(db.setFlags({2, 2, 0}, 6), 0);
+    EXPECT_EQ(db.getFlags({2, 2, 0}), 6U);
+    const TimeQuality second = *db.getTQFPointer({1, 1, 0});  // AV's: one type and record further
+    EXPECT_EQ(std::tuple(second.Time.tv_sec, second.Time.tv_usec, second.Quality, second.Flags),
+              std::tuple(9, 8, 7U, 6U));
+    EXPECT_EQ(db.getTQFPointer({5, 1, 0}), nullptr);
+
+    for (const SVariable outside : {SVariable{0, 1, 0}, {1, 0, 0}, {1, 4, 0}, {6, 1, 0}}) {
+        SCOPED_TRACE(shown(outside));
+        EXPECT_EQ(db.getTime(outside).tv_sec, 0);
+        EXPECT_EQ(db.getQuality(outside) | db.getFlags(outside), 0U);
+        EXPECT_EQ(db.setTime(outside, {1, 1}), -1);
+        EXPECT_EQ(db.setQuality(outside, 1), -1);
+        EXPECT_EQ(db.setFlags(outside, 1), -1);
+    }
+}
+
+}  // namespace
