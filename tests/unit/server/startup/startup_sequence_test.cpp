@@ -1,5 +1,11 @@
 #include "server/startup/StartupSequence.h"
 
+#include <arpa/inet.h>
+#include <open62541/plugin/accesscontrol.h>
+#include <open62541/server.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
 #include "server/ServerState.h"
 #include "server/config/ConfigState.h"
 #include "server/variables/UARTEXVariable.h"
@@ -16,6 +22,26 @@ class Startup : public OperatorView {
         return status;
     }
 
+    static bool letsClientsAddNodes(UA_Server* server) {
+        UA_AccessControl& access = UA_Server_getConfig(server)->accessControl;
+        const UA_NodeId session{};
+        const UA_AddNodesItem node{};
+        return access.allowAddNode(server, &access, &session, nullptr, &node);
+    }
+
+    /// Once its port is open, signals end the server's loop as they should.
+    static bool isServed(std::uint16_t port) {
+        sockaddr_in address{};
+        address.sin_family = AF_INET;
+        address.sin_port = htons(port);
+        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        const int client = socket(AF_INET, SOCK_STREAM, 0);
+        const auto* const at = reinterpret_cast<const sockaddr*>(&address);
+        const bool served = connect(client, at, sizeof(address)) == 0;
+        close(client);
+        return served;
+    }
+
     const Subsystems subsystems{[] { return static_cast<int>(tell("journal")); },
                                 [](UAServer&) {
                                     for (const auto& variable : rtexvariable)
@@ -23,7 +49,10 @@ class Startup : public OperatorView {
                                     return tell(" groups", UA_STATUSCODE_BAD);
                                 },
                                 [](UAServer&) { tell("backend"); },
-                                [](UAServer&) { return tell("history"); }};
+                                [](UAServer& server) {
+                                    EXPECT_FALSE(letsClientsAddNodes(server.instance()));
+                                    return tell("history");
+                                }};
 };
 
 }  // namespace
@@ -45,7 +74,8 @@ TEST_F(Startup, MakesItsPartsInOrderAndServesThoughOneFails) {
         ChildProcess child([this] { return runStartupSequence(subsystems); });
         ASSERT_TRUE(waitUntil([&] { return child.out().ends_with(std::string("\n") + c.steps); }))
             << child.out();
-        ASSERT_TRUE(waitUntil([&] { return logLines().size() == 1; }));
+        ASSERT_TRUE(waitUntil([] { return isServed(4841); }));
+        ASSERT_EQ(logLines().size(), 1U);
         EXPECT_TRUE(logLines()[0].ends_with(c.mode)) << logLines()[0];
         kill(child.pid(), SIGTERM);
         EXPECT_EQ(child.wait(), 0);
