@@ -7,11 +7,9 @@
 #include <algorithm>
 #include <ctime>
 #include <limits>
-#include <sstream>
-#include <string>
+#include <utility>
 
 #include "lib/util/abs_time.h"
-#include "support/capture.h"
 #include "support/child_process.h"
 
 void PrintTo(const TimeType& time, std::ostream* out) {
@@ -57,44 +55,47 @@ TEST(TimeType, CalculatesAsTheControllerDoes) {
 }
 
 TEST(TimeType, ComparesSecondsFirst) {
-    const TimeType a(1, 900000);
-    const TimeType b(2, 100000);
-    const TimeType c(2, 200000);
-    for (const auto& [early, late] : {std::pair{a, b}, std::pair{b, c}}) {
-        EXPECT_TRUE(early < late && early <= late && late > early && late >= early);
-        EXPECT_FALSE(late < early || late <= early || early > late || early >= late);
-        EXPECT_FALSE(early == late);
+    const TimeType times[] = {{1, 900000}, {2, 100000}, {2, 200000}};
+    for (int i = 0; i < 3; ++i) {
+        for (int j = 0; j < 3; ++j) {
+            SCOPED_TRACE(10 * i + j);
+            const TimeType a = times[i], b = times[j];
+            EXPECT_EQ(a < b, i < j);
+            EXPECT_EQ(a <= b, i <= j);
+            EXPECT_EQ(a == b, i == j);
+            EXPECT_EQ(a >= b, i >= j);
+            EXPECT_EQ(a > b, i > j);
+        }
     }
-    EXPECT_TRUE(a == a && a <= a && a >= a);
-    EXPECT_FALSE(a < a || a > a);
 }
 
 TEST(TimeType, ComparesIntervals) {
+    using Interval = std::pair<TimeType, TimeType>;
+    const auto seconds = [](int from, int to) { return Interval({from, 1}, {to, 1}); };
     const struct {
         const char* why;
-        int start1, end1, start2, end2;
-        int result, start, end, unionStart, unionEnd;
+        Interval first, second;
+        int result;
+        Interval common, both;
     } cases[] = {
-        {"overlap", 1, 5, 3, 8, 0, 3, 5, 1, 8},
-        {"inside", 1, 9, 3, 4, 0, 3, 4, 1, 9},
-        {"touching", 1, 3, 3, 8, 0, 3, 3, 1, 8},
-        {"reversed and apart", 5, 6, 1, 2, -1, 5, 2, 1, 6},
+        {"overlap", seconds(1, 5), seconds(3, 8), 0, seconds(3, 5), seconds(1, 8)},
+        {"touching", seconds(1, 3), seconds(3, 8), 0, seconds(3, 3), seconds(1, 8)},
+        {"apart", seconds(5, 6), seconds(1, 2), -1, seconds(5, 2), seconds(1, 6)},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.why);
-        const TimeType from1(c.start1, 1), to1(c.end1, 1), from2(c.start2, 1), to2(c.end2, 1);
-        TimeType start, end;
-        EXPECT_EQ(TimeType::GetIntersection(from1, to1, from2, to2, start, end), c.result);
-        EXPECT_EQ(start, TimeType(c.start, 1));
-        EXPECT_EQ(end, TimeType(c.end, 1));
+        const auto& [from1, to1] = c.first;
+        const auto& [from2, to2] = c.second;
+        Interval got;
+        EXPECT_EQ(TimeType::GetIntersection(from1, to1, from2, to2, got.first, got.second),
+                  c.result);
+        EXPECT_EQ(got, c.common);
         EXPECT_EQ(TimeType::HasIntersection(from1, to1, from2, to2), c.result + 1);
-        EXPECT_EQ(TimeType::GetUnion(from1, to1, from2, to2, start, end), 0);
-        EXPECT_EQ(start, TimeType(c.unionStart, 1));
-        EXPECT_EQ(end, TimeType(c.unionEnd, 1));
+        EXPECT_EQ(TimeType::GetUnion(from1, to1, from2, to2, got.first, got.second), 0);
+        EXPECT_EQ(got, c.both);
     }
     for (const auto& [point, inside] :
-         {std::pair{TimeType(0, 999999), false}, std::pair{TimeType(1, 0), true},
-          std::pair{TimeType(2, 0), true}, std::pair{TimeType(2, 1), false}})
+         {std::pair(TimeType(0, 999999), false), {{1, 0}, true}, {{2, 0}, true}, {{2, 1}, false}})
         EXPECT_EQ(TimeType::IsPointInInterval(point, TimeType(1, 0), TimeType(2, 0)), inside);
 }
 
@@ -105,7 +106,6 @@ TEST(TimeType, WritesItself) {
         const TimeType time(1709611449, 250999);  // 2024-03-05 04:04:09 UTC
         EXPECT_EQ(time.GetDateString_r(), " 5/03/2024  7:04:09.250");
         EXPECT_STREQ(time.GetDateStringForFilename(), "0503 07_04_09.250");
-        EXPECT_EQ(TimeType(1735678799, 7000).GetDateString_r(), "31/12/2024 23:59:59.007");
         const char* first = time.GetDateString();
         EXPECT_STREQ(first, " 5/03/2024  7:04:09.250");
         EXPECT_EQ(TimeType().GetDateString(), first) << "one buffer for the process";
@@ -113,16 +113,11 @@ TEST(TimeType, WritesItself) {
         const TimeType broken(std::numeric_limits<long>::max(), -1L);
         EXPECT_NE(broken.GetDateString_r(), "") << "of a broken record";
         EXPECT_STREQ(TimeType(-1, 999999).GetString(), "4294967295.999999");
-        std::ostringstream stream;
-        stream << TimeType(12, 34) << '|';
-        stream.width(3);
-        stream << 7;
-        EXPECT_EQ(stream.str(), "12.000034|  7") << "the stream's fill is as before";
-        TimeType(1, 500000).Print();
+        TimeType(1, 34).Print();
         return 0;
     });
     EXPECT_EQ(inAnotherZone.wait(), 0);
-    EXPECT_EQ(inAnotherZone.out(), "1.500000\n");
+    EXPECT_EQ(inAnotherZone.out(), "1.000034\n");
 }
 
 TEST(TimeType, ReadsTheClocks) {
@@ -136,19 +131,17 @@ TEST(TimeType, ReadsTheClocks) {
 
     EXPECT_EQ(OpenAbsClock(), 0);
     EXPECT_EQ(ABSCLOCKS_PER_SEC, sysconf(_SC_CLK_TCK));
-    tms unused{};
-    const long from = times(&unused);
+    const long from = abs_clock();
     TimeType now;
     now.UpdateWithAbsClock();
-    EXPECT_GE(abs_clock(), from);
-    EXPECT_LE(abs_clock(), times(&unused));
-    const double seconds = static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_usec) / 1e6;
-    EXPECT_NEAR(seconds, static_cast<double>(from) / static_cast<double>(ABSCLOCKS_PER_SEC), 1.0);
+    tms unused{};
+    EXPECT_NEAR(static_cast<double>(times(&unused)), static_cast<double>(from), 100);
+    const long ticks = now.tv_sec * ABSCLOCKS_PER_SEC + now.tv_usec * ABSCLOCKS_PER_SEC / 1000000;
+    EXPECT_NEAR(static_cast<double>(ticks), static_cast<double>(from), 100);
     const timeval us{5, 123456};
     timespec ns{};
     timecon(&us, &ns);
-    EXPECT_EQ(ns.tv_sec, 5);
-    EXPECT_EQ(ns.tv_nsec, 123456000);
+    EXPECT_EQ(ns.tv_sec * 1000000000 + ns.tv_nsec, 5123456000);
 }
 
 }  // namespace
