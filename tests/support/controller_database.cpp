@@ -32,19 +32,11 @@ struct TableLayout {
     std::size_t passportBytes, valueBytes;
     int passportIndex, dataIndex, valueIndex;  // IPC; 0: the type has no such array
 };
-constexpr std::array<TableLayout, 11> kLayouts{{
-    {114, 4, 10, 11, 12},
-    {204, 4, 13, 0, 0},
-    {48, 4, 14, 0, 15},
-    {56, 1, 16, 17, 18},
-    {58, 1, 19, 20, 21},
-    {4, 0, 22, 0, 0},
-    {4, 0, 23, 0, 0},
-    {4, 0, 24, 0, 0},
-    {4, 0, 25, 0, 0},
-    {2, 0, 26, 0, 0},
-    {1, 0, 27, 0, 0},
-}};
+constexpr TableLayout kLayouts[] = {
+    {114, 4, 10, 11, 12}, {204, 4, 13, 0, 0}, {48, 4, 14, 0, 15}, {56, 1, 16, 17, 18},
+    {58, 1, 19, 20, 21},  {4, 0, 22, 0, 0},   {4, 0, 23, 0, 0},   {4, 0, 24, 0, 0},
+    {4, 0, 25, 0, 0},     {2, 0, 26, 0, 0},   {1, 0, 27, 0, 0},
+};
 
 using enum AttributeFiles::Storage;
 
@@ -92,7 +84,7 @@ void ControllerDatabase::clear() {
 
 std::uint8_t* ControllerDatabase::at(Area area, int type, int num) {
     const auto index = static_cast<std::size_t>(type - 1);
-    const TableLayout& layout = kLayouts.at(index);
+    const TableLayout& layout = kLayouts[index];
     const std::size_t bytes = area == Area::passport ? layout.passportBytes : layout.valueBytes;
     std::uint8_t* const array = arrays_.at(index).at(static_cast<std::size_t>(area));
     if (array == nullptr || num < 1 || num > kCounts.at(index)) std::abort();
@@ -212,7 +204,7 @@ ControllerDatabase::ControllerDatabase() {
     std::memcpy(makeSegment(59, 26), kCounts.data(), sizeof(kCounts));
     values_.clear();
     std::size_t records = 0;
-    for (std::size_t i = 0; i < kLayouts.size(); ++i) {
+    for (std::size_t i = 0; i < std::size(kLayouts); ++i) {
         const TableLayout& layout = kLayouts[i];
         const std::size_t count = kCounts[i];
         if (i < 5) records += count;

@@ -116,12 +116,7 @@ TEST_F(BdVesk, WorksWithoutAnySegment) {
     EXPECT_EQ(db.setDatScale({1, 1, 0}, flt(1), 0, 1), 1);
 }
 
-TEST_F(BdVesk, TalksToTheDatabaseProcessAndEndsWithoutIt) {
-    const auto load = [] {
-        CVeskBDSh late(0);
-        late.LoadBD();
-        return late.isVariable({1, 1, 0}) ? 7 : 8;
-    };
+TEST_F(BdVesk, WaitsForTheDatabaseProcessAndEndsWithoutIt) {
     db.ObrBD();
     const std::vector<Request> requests = database.requestsFrom(getpid());
     EXPECT_EQ(requests.back(), (Request{0x1300, 0, 0, 0, 0}));
@@ -133,13 +128,11 @@ TEST_F(BdVesk, TalksToTheDatabaseProcessAndEndsWithoutIt) {
     database.stop();
     ChildProcess processing([&] { return db.ObrBD(), 0; });
     EXPECT_EQ(processing.wait(), 255) << "nobody answers";
-    const auto start = std::chrono::steady_clock::now();
-    ChildProcess tooEarly(load);
-    EXPECT_EQ(tooEarly.wait(), 255);
-    EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(950));
-    EXPECT_NE(tooEarly.out().find("No Base in lib"), std::string::npos);
-
-    ChildProcess inTime(load);
+    ChildProcess inTime([] {
+        CVeskBDSh late(0);
+        late.LoadBD();
+        return late.isVariable({1, 1, 0}) ? 7 : 8;
+    });
     std::this_thread::sleep_for(std::chrono::milliseconds(300));  // the first look finds nothing
     database.start();
     EXPECT_EQ(inTime.wait(), 7);
@@ -232,7 +225,8 @@ TEST_F(BdVesk, ReadsEveryStorage) {
     };
     for (const auto& c : cases) {
         database.clear();
-        database.put(c.area, c.var.type, c.var.num, c.offset, c.stored.value);
+        database.put(c.area, c.var.type, c.var.num, c.offset,
+                     c.stored.value);  // and zeros behind it
         if (c.var.type <= 5) {
             database.setTime(c.var.type, c.var.num, 0x5A5A, 0x5B5B);
             database.setQuality(c.var.type, c.var.num, 0x5C);

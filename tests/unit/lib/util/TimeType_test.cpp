@@ -12,10 +12,6 @@
 #include "lib/util/abs_time.h"
 #include "support/child_process.h"
 
-void PrintTo(const TimeType& time, std::ostream* out) {
-    *out << '(' << time.tv_sec << ", " << time.tv_usec << ')';
-}
-
 namespace {
 
 template <class... Values>
