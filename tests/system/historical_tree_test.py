@@ -144,6 +144,7 @@ PUBLISHES = {
     "no plotters": (Trends(plotters=0), "[Plotter_1]\n", "теги OA"),
     "off": (SYSTEM, "HistoricalData=off\n", "теги OA"),
     "history alone": (SYSTEM, "OperativeData=off\n", "теги HA"),
+    "nothing": (SYSTEM, "OperativeData=off\nHistoricalData=off\n", ""),
 }
 
 
