@@ -133,7 +133,7 @@ TEST_F(BdVesk, WaitsForTheDatabaseProcessAndEndsWithoutIt) {
         late.LoadBD();
         return late.isVariable({1, 1, 0}) ? 7 : 8;
     });
-    std::this_thread::sleep_for(std::chrono::milliseconds(300));  // the first look finds nothing
+    std::this_thread::sleep_for(std::chrono::milliseconds(100));  // the first look finds nothing
     database.start();
     EXPECT_EQ(inTime.wait(), 7);
 
@@ -232,7 +232,7 @@ TEST_F(BdVesk, ReadsEveryStorage) {
             database.setQuality(c.var.type, c.var.num, 0x5C);
         }
         expectRead(c.var, c.current, c.raw);
-        EXPECT_EQ(db.getTypeAtr(c.var), c.current.type_val) << shown(c.var);
+        EXPECT_EQ(db.getTypeAtr(c.var), +c.current.type_val) << shown(c.var);
     }
     for (const SVariable none : {SVariable{1, 0, 5}, {1, 4, 5}, {1, 0, 0}, {11, 99, 0}, {3, 5, 12}})
         expectRead(none, SVal(), SVal());

@@ -132,7 +132,7 @@ TEST_F(Messages, SendWaitsForTheReplyAndTheCallersTimerRunsOn) {
         ChildProcess client([&] {
             ChildProcess server([&] {
                 vs_obj answering;
-                char data[17] = "[";
+                char data[18] = "[";
                 const int asking = answering.Receive(0, data + 1, 15);
                 std::strcat(data, "]");
                 std::this_thread::sleep_for(milliseconds(c.waitMs));
