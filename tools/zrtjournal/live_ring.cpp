@@ -13,7 +13,7 @@ namespace zrtjournal {
 
 namespace {
 
-bool isLater(const timeval_32& a, const timeval_32& b) {
+bool isLater(timeval_32 a, timeval_32 b) {
     return a.tv_sec != b.tv_sec ? a.tv_sec > b.tv_sec : a.tv_usec > b.tv_usec;
 }
 
