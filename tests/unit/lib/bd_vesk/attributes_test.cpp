@@ -70,14 +70,14 @@ TEST(AttributeFiles, AreReadEntryByEntryInAnyOrder) {
 TEST(AttributeFiles, KeepWhatStandsBeforeAFault) {
     const std::string offsets = sample().offsets();
     const std::string types = sample().types();
-    const std::string end = "the file ends here";
+    const char* const end = "the file ends here";
     const auto inTypes = AtrFault::File::types;
     const struct {
         const char* why;
         std::string offsets, types;
         bool same = true;
         int entry = -1, attribute = -1;
-        std::string text = "";  // empty: silent by contract
+        const char* text = "";  // empty: silent by contract
         AtrFault::File file = AtrFault::File::offsets;
     } cases[] = {
         {"entry counts differ", offsets, Files::number(9, 2) + types.substr(2), false},

@@ -165,24 +165,26 @@ TEST_F(Loading, ReportsWhatItCannotRead) {
     const auto load = [&](Copy copy) {
         return copy == main ? journal.LoadMainRolling() : journal.LoadRezRolling();
     };
-    for (const Copy copy : {main, reserve}) {
+    const auto lines = [&](Copy copy, const std::string& what, const auto& files,
+                           const std::string& why, const char* result) {
         const std::string name = copy == main ? "Main" : "Rez";
-        const std::string failed = "RollingLib: Load" + name + "Rolling ";
+        return what + path(files[copy]) + why + "RollingLib: Load" + name + "Rolling " + result;
+    };
+    for (const Copy copy : {main, reserve}) {
         Capture noMessages(STDOUT_FILENO);
         EXPECT_EQ(load(copy), 5);
-        EXPECT_EQ(noMessages.text(),
-                  cannotOpen + path(kMessages[copy]) + forMessages + failed + "error 5\n");
+        EXPECT_EQ(noMessages.text(), lines(copy, cannotOpen, kMessages, forMessages, "error 5\n"));
         writeCopy(copy, 1, 3, -1);
         std::filesystem::remove(path(kCounters[copy]));
         Capture noCounters(STDOUT_FILENO);
         EXPECT_EQ(load(copy), 5);
         EXPECT_EQ(noCounters.text(),
-                  cannotOpen + path(kCounters[copy]) + forCounters + failed + "counters error 5\n");
+                  lines(copy, cannotOpen, kCounters, forCounters, "counters error 5\n"));
         write(kCounters[copy], "short");
         Capture shortCounters(STDOUT_FILENO);
         EXPECT_EQ(load(copy), 3);
         EXPECT_EQ(shortCounters.text(),
-                  badCounters + path(kCounters[copy]) + " \n" + failed + "counters error 3\n");
+                  lines(copy, badCounters, kCounters, " \n", "counters error 3\n"));
         EXPECT_TRUE(codes(journal).empty());
     }
     writeCopy(reserve, 1, 3, -1);

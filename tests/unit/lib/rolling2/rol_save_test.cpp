@@ -104,18 +104,21 @@ TEST_F(Saving, ReportsFilesThatCannotBeWritten) {
         std::string purpose;
     } spoilt[] = {{kMessages[main], forMessages},
                   {kCounters[main], " для записи счетчиков\n"_cp866z}};
+    const auto line = [this](const std::string& what, const char* name, const std::string& why) {
+        return what + path(name) + why;
+    };
     post(journal, 1, 3);
     for (const auto& file : spoilt) {
         SCOPED_TRACE(file.name);
         std::filesystem::create_directory(path(file.name));
         Capture notOpened(STDOUT_FILENO);
         EXPECT_EQ(journal.SaveMainRolling(), 5);
-        EXPECT_EQ(notOpened.text(), cannotOpen + path(file.name) + file.purpose);
+        EXPECT_EQ(notOpened.text(), line(cannotOpen, file.name, file.purpose));
         std::filesystem::remove(path(file.name));
         std::filesystem::create_symlink("/dev/full", path(file.name));
         Capture notWritten(STDOUT_FILENO);
         EXPECT_EQ(journal.SaveMainRolling(), 8);
-        EXPECT_EQ(notWritten.text(), shortWrite + path(file.name) + forMessages);
+        EXPECT_EQ(notWritten.text(), line(shortWrite, file.name, forMessages));
         EXPECT_FALSE(exists(kCrc[main])) << "so the loader does not trust it";
         journal.EraseMainRollingFiles();
     }
