@@ -123,8 +123,7 @@ void CVeskBDSh::Read(std::uint8_t type, std::uint16_t num, std::uint16_t num_atr
     out->val.Clear();
     if (variableIndex < plan.recordCount) {
         const std::size_t record = std::size_t{variableIndex} * plan.recordSize;
-        const std::uint8_t* const field = plan.records + record + place.offset;
-        readField(field, place, out->val);
+        readField(plan.records + record + place.offset, place, out->val);
     }
     const TQF* const tqf = variableIndex < plan.tqfCount ? plan.tqf + variableIndex : nullptr;
     out->time = timeOf(tqf);

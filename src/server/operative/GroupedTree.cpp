@@ -6,6 +6,7 @@
 #include "server/attributes/TagGroups.h"
 #include "server/attributes/TreeNames.h"
 #include "server/config/IniConfigManager.h"
+#include "server/operative/UaView.h"
 #include "server/variables/UARTEXVariable.h"
 
 UA_StatusCode UAServer::initializeOperativeTreeGroup() {
@@ -52,7 +53,7 @@ std::string getGroupNameForTag(UA_Server* server, const UA_NodeId& folder) {
     if (UA_Server_readDisplayName(server, folder, &name) != UA_STATUSCODE_GOOD) {
         return groupText({});
     }
-    const std::string_view text(reinterpret_cast<const char*>(name.text.data), name.text.length);
+    const std::string_view text = textOf(name.text);
     std::string group = groupText(text);
     UA_LocalizedText_clear(&name);
     return group;

@@ -3,10 +3,9 @@
 #include <open62541/plugin/nodestore.h>
 
 /// Puts an index of value variables in front of a node store. A client names the node of each value
-/// that it reads by a text; the library's store looks that up in a tree, some 13 steps at 10 000
-/// nodes, each to another place in memory, which costs more than the value itself. The index
-/// answers in one step for variables with a text as identifier. The store behind it owns all nodes,
-/// answers for the others, and makes every change.
+/// that it reads by a text; the library's store looks that up in a tree, each step at another place
+/// in memory. The index answers in one step for variables with a text as identifier. The store
+/// behind it owns all nodes, answers for the others, and makes every change.
 ///
 /// Like the library's store, for one thread at a time.
 /// @param store  taken over: the returned store's `free` frees it. It must keep a node at its place

@@ -7,7 +7,7 @@
 namespace {
 
 /// KEPT: the local time as text, made for reads and never shown; nothing may print it. On every
-/// read it would be half of the cost, so it is made when the second has changed.
+/// read it would be a large part of the cost, so it is made when the second has changed.
 void formatReadTime() noexcept {
     static time_t formattedSecond = -1;  // server thread only, as all here
     static char text[100];
