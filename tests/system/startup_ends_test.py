@@ -143,9 +143,24 @@ def test_without_a_log_folder(site: Site) -> None:
     assert not LOG.parent.exists()
 
 
-def test_a_port_in_use_ends_the_run_with_a_message(site: Site) -> None:
+@pytest.mark.parametrize(
+    ("address", "options"),
+    [
+        ("::", {"dualstack_ipv6": True}),
+        ("::", {}),
+        ("0.0.0.0", {}),
+        ("127.0.0.1", {}),
+        ("0.0.0.0", {"reuse_port": True}),  # shared with all who ask for it
+        ("::", {"reuse_port": True}),
+    ],
+)
+def test_a_port_in_use_ends_the_run_with_a_message(
+    address: str, options: dict[str, bool], site: Site
+) -> None:
+    """One address of one family is enough: its clients would reach another server."""
     site.start(va=1)
-    with socket.create_server(("::", PORT), family=socket.AF_INET6, dualstack_ipv6=True):
+    family = socket.AF_INET6 if ":" in address else socket.AF_INET
+    with socket.create_server((address, PORT), family=family, **options):
         assert site.launch(SERVING).exit_status() == 0
         assert site.server.log_lines() == [RUNNING, "ЦП 7: OPC UA Сервер: Остановлен"]
         last = journal.ring()[-1]

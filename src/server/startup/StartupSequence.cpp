@@ -10,6 +10,7 @@
 #include "server/diagnostics/LogControllerWriter.h"
 #include "server/diagnostics/OperatorMessages.h"
 #include "server/diagnostics/SleepForever.h"
+#include "server/endpoint/ExclusivePort.h"
 #include "server/text/Cp866Literal.h"
 #include "server/variables/UARTEXVariable.h"
 #include "server/variables/VariableTypeAV.h"
@@ -68,6 +69,7 @@ bool publishOperativeData(const Subsystems& subsystems) {
 void configureEndpoint() {
     uaserver.setServerPort();
     uaserver.configurePort();
+    listenExclusively(*UA_Server_getConfig(uaserver.instance()));
     uaserver.denyNodeManagement();
     uaserver.setSourcesSampleInterval();
     uaserver.configureSubscriptionLimits();

@@ -1,0 +1,37 @@
+#pragma once
+
+#include <open62541/server.h>
+
+#include <array>
+#include <cstdint>
+
+/// A TCP port that this process alone listens on, on all addresses of IPv4 and of IPv6. A family
+/// that the host does not have is left out.
+///
+/// The library listens with SO_REUSEPORT, with which a port that another process of the same user
+/// listens on looks free, and is content when one family of the two can be had. So the port is
+/// taken without that option first, and held until the library listens.
+class ExclusivePort {
+  public:
+    /// Listens on the port, in the host's byte order. Old connections in TIME_WAIT do not matter.
+    explicit ExclusivePort(std::uint16_t port);
+    /// Gives the port up.
+    ~ExclusivePort();
+    ExclusivePort(const ExclusivePort&) = delete;
+    ExclusivePort& operator=(const ExclusivePort&) = delete;
+
+    /// False: somebody else listens on it, on one address or on all, in one family or in both.
+    [[nodiscard]] bool isOurs() const { return ours_; }
+
+    /// From now on other sockets of this user may listen on the port too, if they say
+    /// SO_REUSEPORT.
+    void share() const;
+
+  private:
+    std::array<int, 2> sockets_{-1, -1};  // IPv4, IPv6; -1: the host has no such family
+    bool ours_ = true;
+};
+
+/// Lets the server listen on ports only that are its alone. A port that is not makes the start of
+/// the server's loop fail. Before the loop is started.
+void listenExclusively(const UA_ServerConfig& config);
