@@ -64,17 +64,33 @@ UA_Boolean denied(UA_Server* /*server*/, UA_AccessControl* /*ac*/, const UA_Node
 
 // ---- End of the server loop --------------------------------------------------------------------
 
-/// The library ends its loop on SIGINT only.
-void passOnAsInterrupt(int /*signal*/) {
-    (void)raise(SIGINT);
+pthread_t loopThread;  // set before the handler that reads it is installed
+
+/// The library ends its loop on a SIGINT that waits, blocked, for the loop's thread. A SIGTERM, and
+/// a SIGINT that another thread took, become one. What is still waiting when the loop has ended is
+/// delivered to that thread and changes nothing.
+void passOnToLoop(int signal) {
+    if (signal == SIGTERM || pthread_equal(pthread_self(), loopThread) == 0) {
+        (void)pthread_kill(loopThread, SIGINT);
+    }
 }
 
-void endOnSigterm() {
+/// From here on SIGINT and SIGTERM end the loop, also one that begins later, and never the process.
+/// That stays so when the loop has ended: the clean-up may take long, and is not to be cut off.
+void endLoopOnSignals() {
+    loopThread = pthread_self();
+    sigset_t interrupt;
+    sigemptyset(&interrupt);
+    sigaddset(&interrupt, SIGINT);
+    // The library blocks it too, later, and unblocks it after its loop.
+    (void)pthread_sigmask(SIG_BLOCK, &interrupt, nullptr);
     struct sigaction action {};
-    action.sa_handler = passOnAsInterrupt;
+    action.sa_handler = passOnToLoop;
     sigemptyset(&action.sa_mask);
     action.sa_flags = SA_RESTART;
-    (void)sigaction(SIGTERM, &action, nullptr);  // cannot fail for a valid signal
+    for (const int signal : {SIGINT, SIGTERM}) {
+        (void)sigaction(signal, &action, nullptr);  // cannot fail for a valid signal
+    }
 }
 
 }  // namespace
@@ -158,8 +174,8 @@ void UAServer::denyNodeManagement() {
 // ---- Running -----------------------------------------------------------------------------------
 
 void UAServer::run(const std::string& modeText) {
+    endLoopOnSignals();
     reportRunning(modeText);
-    endOnSigterm();
     const UA_StatusCode status = UA_Server_runUntilInterrupt(server_);
     if (status != UA_STATUSCODE_GOOD) reportStopped();
 }

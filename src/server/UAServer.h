@@ -49,8 +49,9 @@ class UAServer {
     void configureApplicationName();
     void denyNodeManagement();
 
-    /// Runs the server loop until SIGINT or SIGTERM. A loop that ends badly is reported, a good end
-    /// is not.
+    /// Runs the server loop until SIGINT or SIGTERM. From the call on, until the process ends,
+    /// these signals do nothing else, however many come. A loop that ends badly is reported, a good
+    /// end is not.
     /// @param modeText  what is published, for the operators; CP866
     void run(const std::string& modeText);
 

@@ -178,7 +178,7 @@ def test_restart_beside_a_running_controller(site: Site) -> None:
         value += 1.5
         assert client.write(item("VA", 2, 14), value, ua.VariantType.Float).is_good()
         assert registry.holders()["Opcua"] == site.server.pid
-        assert site.server.stop(end) == status
+        assert site.server.stop(end, endlessly=end == signal.SIGINT) == status
         assert site.server.log_lines() == [RUNNING], "each start begins the log anew"
         assert sysv.objects() == objects, "nothing made, nothing taken away"
         assert registry.holders()["VsBASE"] == site.simulator.pid

@@ -6,6 +6,8 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <thread>
+
 #include "server/ServerState.h"
 #include "server/config/ConfigState.h"
 #include "server/variables/UARTEXVariable.h"
@@ -80,5 +82,33 @@ TEST_F(Startup, MakesItsPartsInOrderAndServesThoughOneFails) {
         kill(child.pid(), SIGTERM);
         EXPECT_EQ(child.wait(), 0);
         EXPECT_TRUE(child.out().starts_with("journal ")) << "before all else";
+    }
+}
+
+TEST_F(Startup, SignalsEndTheLoopAndNothingElse) {
+    struct StopsWhatIsAnnounced final : EventJournal {
+        int signal;
+        explicit StopsWhatIsAnnounced(int number) : signal(number) {}
+        void post(std::uint32_t number, const std::vector<JournalArgument>&) override {
+            if (number == 18092) kill(getpid(), signal);  // the library does not listen yet
+        }
+    };
+    writeFile(iniFilePath, "[General]\nServerPort=4841\n");
+    for (const int signal : {SIGINT, SIGTERM}) {
+        SCOPED_TRACE(signal);
+        ChildProcess child([&] {
+            std::thread([] {
+                for (;;)
+                    pause();
+            }).detach();  // takes what the loop's thread blocks
+            StopsWhatIsAnnounced stopping(signal);
+            installEventJournal(&stopping);
+            const int status = runStartupSequence(subsystems);
+            for (const int late : {SIGINT, SIGTERM})
+                kill(getpid(), late);
+            return status;
+        });
+        EXPECT_EQ(child.wait(), 0);
+        EXPECT_EQ(child.err(), "");
     }
 }
