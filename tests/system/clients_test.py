@@ -1,10 +1,12 @@
 """Several clients at once, and clients that end badly."""
 
+import queue
 import random
 import socket
 import subprocess
 import sys
 
+import opcua
 from asyncua import ua
 
 from conftest import Site
@@ -25,6 +27,32 @@ def test_two_clients_see_each_others_writes(site: Site) -> None:
         assert reader.read(node).Value.Value == turn * 0.5
     first.close()
     assert second.read(item("VA", 1, 14)).StatusCode.is_good()
+
+
+def test_the_usual_calls_of_another_make_of_client(site: Site) -> None:
+    site.start(va=2)
+    site.serve(PUBLISHING).close()
+    client = opcua.Client(f"opc.tcp://127.0.0.1:{PORT}")
+    client.connect()
+    try:
+        index = client.get_namespace_index("urn:vesk")
+        path = [f"{index}:{name}" for name in ("Operative", "1_VA", "VA_2")]
+        (node,) = client.get_objects_node().get_child(path).get_children()
+        notified: queue.Queue[float] = queue.Queue()
+
+        class Handler:
+            def datachange_notification(self, node: object, value: float, data: object) -> None:
+                notified.put(value)
+
+        client.create_subscription(500, Handler()).subscribe_data_change(node)
+        for value in (1.5, 2.5):
+            node.set_value(value, opcua.ua.VariantType.Float)
+            assert node.get_value() == value
+            while notified.get(timeout=PATIENCE_S) != value:
+                pass
+    finally:
+        client.disconnect()
+    assert site.database.field("VA", 2, "VPG") == 2.5
 
 
 _SUBSCRIBER = """

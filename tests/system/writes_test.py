@@ -138,6 +138,8 @@ def test_a_bit_is_set_without_its_neighbours(site: Site) -> None:
         assert client.read(node).Value.Value == (1 if after & 8 else 0)
 
 
+BAD, UNCERTAIN = ua.StatusCodes.Bad, ua.StatusCodes.Uncertain
+
 # A library of another age answers a refusal by another code.
 NOT_WRITABLE = {ua.StatusCodes.BadNotWritable, ua.StatusCodes.BadUserAccessDenied}
 NOT_READABLE = {ua.StatusCodes.BadNotReadable, ua.StatusCodes.BadUserAccessDenied}
@@ -167,19 +169,37 @@ def test_access_level_is_enforced(site: Site) -> None:
         assert (bytes(site.database.record("VA", 1)) != before) == may_write, right
 
 
-def test_what_is_no_plain_value_is_refused(site: Site) -> None:
+def test_what_comes_with_a_value(site: Site) -> None:
+    """Status and times are ignored, and no client sees that they may be written."""
     site.start(va=1)
     client, node = site.serve(publishing(("VA", 14), right=BOTH)), item("VA", 1, 14)
+    site.database.set_quality("VA", 1, 0xC0)
+    site.database.set_time("VA", 1, 1_790_000_000, 0)
+    stamped = client.read(node)
+    now = datetime.now(timezone.utc)
+    for number, more in enumerate(
+        (
+            {"StatusCode": ua.StatusCode(BAD)},
+            {"StatusCode": ua.StatusCode(UNCERTAIN), "ServerTimestamp": now},
+            {"SourceTimestamp": now, "SourcePicoseconds": 10},
+        )
+    ):
+        value = ua.DataValue(ua.Variant(float(number), T.Float), **more)
+        assert client.write_data_value(node, value).is_good(), more
+        answer = client.read(node)
+        assert answer.Value.Value == number
+        assert answer.StatusCode == stamped.StatusCode
+        assert answer.SourceTimestamp == stamped.SourceTimestamp
+        assert client.read(node, ua.AttributeIds.AccessLevel).Value.Value == 3
     before = bytes(site.database.record("VA", 1))
-
-    stamped = ua.DataValue(ua.Variant(5.0, T.Float), SourceTimestamp=datetime.now(timezone.utc))
-    refused = client.write_data_value(node, stamped)
-    assert refused.value == ua.StatusCodes.BadWriteNotSupported
 
     empty = ua.DataValue(ua.Variant())
     assert client.write_data_value(node, empty).is_good()  # and stored nowhere
     object.__setattr__(empty, "Value", None)  # the constructor would put an empty variant there
-    assert client.write_data_value(node, empty).value == ua.StatusCodes.BadTypeMismatch
+    for status in (None, ua.StatusCode(BAD)):
+        object.__setattr__(empty, "StatusCode", status)
+        refused = client.write_data_value(node, empty)
+        assert refused.value == ua.StatusCodes.BadTypeMismatch
 
     name = ua.DataValue(ua.Variant(ua.LocalizedText("x"), T.LocalizedText))
     renamed = client.write_data_value(node, name, ua.AttributeIds.DisplayName)

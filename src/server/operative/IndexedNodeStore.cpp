@@ -3,6 +3,7 @@
 #include <memory>
 #include <new>
 
+#include "server/operative/EditedNodes.h"
 #include "server/operative/NodeTable.h"
 
 namespace {
@@ -18,7 +19,10 @@ bool isIndexed(const UA_Node& node) {
 }
 
 /// Holds each node of the index once in the store behind it, so that the node stays at its place,
-/// and counts by itself how often the node is given out.
+/// and counts by itself how often the node is given out. A node may also have holders that got it
+/// from the store behind: before there was memory to index it, or before it left the index and came
+/// back. No holder can be told from another, and none need be: those counted here are taken to go
+/// first, and the rest are the store's.
 class IndexedNodeStore : public UA_Nodestore {
   public:
     explicit IndexedNodeStore(UA_Nodestore* inner);
@@ -38,13 +42,16 @@ class IndexedNodeStore : public UA_Nodestore {
     }
 
     UA_Node* get(const UA_NodeId& id);
-    UA_Node* getPointedAt(UA_NodePointer pointer);
+    UA_Node* getToEdit(const UA_NodeId& id);
     void release(const UA_Node* node);
+    UA_StatusCode copy(const UA_NodeId& id, UA_Node** outNode);
     void forget(const UA_NodeId& id);
+    UA_Node* find(const UA_NodeId& id);
     UA_Node* getFromInner(const UA_NodeId& id);
 
     UA_Nodestore* inner_;
     NodeTable table_;
+    EditedNodes edited_;
 };
 
 // ---- Giving out and taking back ----------------------------------------------------------------
@@ -54,7 +61,7 @@ UA_Node* IndexedNodeStore::getFromInner(const UA_NodeId& id) {
                                UA_BROWSEDIRECTION_BOTH);
 }
 
-UA_Node* IndexedNodeStore::get(const UA_NodeId& id) {
+UA_Node* IndexedNodeStore::find(const UA_NodeId& id) {
     if (!hasText(id)) return getFromInner(id);
     if (NodeTable::Slot* const slot = table_.find(id)) {
         ++slot->uses;
@@ -67,18 +74,36 @@ UA_Node* IndexedNodeStore::get(const UA_NodeId& id) {
     return node;
 }
 
-UA_Node* IndexedNodeStore::getPointedAt(UA_NodePointer pointer) {
-    return UA_NodePointer_isLocal(pointer) ? get(UA_NodePointer_toNodeId(pointer)) : nullptr;
+UA_Node* IndexedNodeStore::get(const UA_NodeId& id) {
+    UA_Node* const node = find(id);
+    if (node != nullptr) edited_.given(*node);
+    return node;
+}
+
+UA_Node* IndexedNodeStore::getToEdit(const UA_NodeId& id) {
+    UA_Node* const node = get(id);
+    if (node != nullptr && isIndexed(*node)) edited_.edit(*node);
+    return node;
 }
 
 void IndexedNodeStore::release(const UA_Node* node) {
     if (node == nullptr) return;
+    edited_.released(*node);
     NodeTable::Slot* const slot = isIndexed(*node) ? table_.find(node->head.nodeId) : nullptr;
-    if (slot != nullptr && slot->node == node) {
+    if (slot != nullptr && slot->node == node && slot->uses > 0) {
         --slot->uses;
     } else {
         inner_->releaseNode(inner_, node);
     }
+}
+
+UA_StatusCode IndexedNodeStore::copy(const UA_NodeId& id, UA_Node** outNode) {
+    const UA_StatusCode status = inner_->getNodeCopy(inner_, &id, outNode);
+    if (status != UA_STATUSCODE_GOOD) return status;
+    const UA_Node* const original = get(id);
+    edited_.restore(*original, **outNode);
+    release(original);
+    return status;
 }
 
 /// Before the store removes or replaces a node: whoever has it now, has it from the store.
@@ -103,16 +128,22 @@ IndexedNodeStore::IndexedNodeStore(UA_Nodestore* inner) : UA_Nodestore(), inner_
     getNode = [](UA_Nodestore* store, const UA_NodeId* id, UA_UInt32, UA_ReferenceTypeSet,
                  UA_BrowseDirection) -> const UA_Node* { return self(store).get(*id); };
     getEditNode = [](UA_Nodestore* store, const UA_NodeId* id, UA_UInt32, UA_ReferenceTypeSet,
-                     UA_BrowseDirection) { return self(store).get(*id); };
+                     UA_BrowseDirection) { return self(store).getToEdit(*id); };
     getNodeFromPtr = [](UA_Nodestore* store, UA_NodePointer pointer, UA_UInt32, UA_ReferenceTypeSet,
                         UA_BrowseDirection) -> const UA_Node* {
-        return self(store).getPointedAt(pointer);
+        if (!UA_NodePointer_isLocal(pointer)) return nullptr;
+        return self(store).get(UA_NodePointer_toNodeId(pointer));
     };
     getEditNodeFromPtr = [](UA_Nodestore* store, UA_NodePointer pointer, UA_UInt32,
-                            UA_ReferenceTypeSet,
-                            UA_BrowseDirection) { return self(store).getPointedAt(pointer); };
+                            UA_ReferenceTypeSet, UA_BrowseDirection) -> UA_Node* {
+        if (!UA_NodePointer_isLocal(pointer)) return nullptr;
+        return self(store).getToEdit(UA_NodePointer_toNodeId(pointer));
+    };
     releaseNode = [](UA_Nodestore* store, const UA_Node* node) { self(store).release(node); };
 
+    getNodeCopy = [](UA_Nodestore* store, const UA_NodeId* id, UA_Node** outNode) {
+        return self(store).copy(*id, outNode);
+    };
     replaceNode = [](UA_Nodestore* store, UA_Node* node) {
         self(store).forget(node->head.nodeId);
         return passOn<&UA_Nodestore::replaceNode>(store, node);
@@ -124,7 +155,6 @@ IndexedNodeStore::IndexedNodeStore(UA_Nodestore* inner) : UA_Nodestore(), inner_
 
     newNode = passOn<&UA_Nodestore::newNode>;
     deleteNode = passOn<&UA_Nodestore::deleteNode>;
-    getNodeCopy = passOn<&UA_Nodestore::getNodeCopy>;
     insertNode = passOn<&UA_Nodestore::insertNode>;
     getReferenceTypeId = passOn<&UA_Nodestore::getReferenceTypeId>;
     iterate = passOn<&UA_Nodestore::iterate>;

@@ -7,6 +7,9 @@
 /// in memory. The index answers in one step for variables with a text as identifier. The store
 /// behind it owns all nodes, answers for the others, and makes every change.
 ///
+/// A writable node of the index also allows writing status and time while it is given out for
+/// editing, and only then; see EditedNodes.
+///
 /// Like the library's store, for one thread at a time.
 /// @param store  taken over: the returned store's `free` frees it. It must keep a node at its place
 ///               as long as somebody holds it, as the library's does.

@@ -12,6 +12,7 @@ from datetime import datetime
 from typing import Any
 
 from asyncua import Client, ua
+from asyncua.common.ua_utils import value_to_datavalue
 
 from nodes import OBJECTS_FOLDER, Node, NodeKey, Text
 from programs import PORT
@@ -81,7 +82,8 @@ class OpcClient:
         return results
 
     def write(self, key: NodeKey, value: Any, of_type: ua.VariantType) -> ua.StatusCode:
-        return self.write_data_value(key, ua.DataValue(ua.Variant(value, of_type)))
+        """As the client's own call: with the present time as source time."""
+        return self.write_data_value(key, value_to_datavalue(value, of_type))
 
     def write_data_value(
         self,

@@ -1,4 +1,6 @@
 #include <open62541/plugin/accesscontrol.h>
+#include <open62541/plugin/nodestore.h>
+#include <open62541/plugin/nodestore_default.h>
 
 #include "server_fixture.h"
 
@@ -12,6 +14,17 @@ TEST(UaServer, StartsWithAQuietLog) {
     UA_LOG_WARNING(log, UA_LOGCATEGORY_SERVER, "hidden");
     UA_LOG_ERROR(log, UA_LOGCATEGORY_SERVER, "shown");
     EXPECT_THAT(out.text(), testing::AllOf(Not(HasSubstr("hidden")), HasSubstr("shown")));
+}
+
+/// No answer shows it; only the time that a read takes.
+TEST(UaServer, FindsItsNodesThroughTheIndexWhileItServes) {
+    UAServer server;
+    server.configurePort();
+    ASSERT_EQ(UA_Server_run_startup(server.instance()), UA_STATUSCODE_GOOD);
+    UA_Nodestore* const plain = UA_Nodestore_ZipTree();
+    EXPECT_NE(UA_Server_getConfig(server.instance())->nodestore->getNode, plain->getNode);
+    plain->free(plain);
+    EXPECT_EQ(UA_Server_run_shutdown(server.instance()), UA_STATUSCODE_GOOD);
 }
 
 /// The services are not in every build of the library, so no client shows that they are refused.

@@ -40,57 +40,111 @@ TEST(NodeTable, FindsWhatItHoldsAndNothingElse) {
 
 namespace {
 
+bool noMemoryForTables = false;
+
+}  // namespace
+
+/// Allocates for arrays what may be refused: the slots of the table.
+void* operator new[](std::size_t size, const std::nothrow_t& /*tag*/) noexcept {
+    return noMemoryForTables ? nullptr : ::operator new[](size);
+}
+
+namespace {
+
 using Version = std::uintptr_t;
 
-/// A store of the library with the index in front. Nodes carry a version as their context.
-class IndexedStore : public testing::Test {
-  protected:
-    IndexedStore() {
-        for (std::size_t i = 0; i < kNodes; ++i)
-            names_.push_back("VA_" + std::to_string(i));
-    }
-    ~IndexedStore() override { store_->free(store_); }
+int heldInside = 0;  // what was got from the store behind the index and not given back
+
+UA_Nodestore* countingStore() {
+    static UA_Nodestore made;
+    UA_Nodestore* const store = UA_Nodestore_ZipTree();
+    made = *store;
+    heldInside = 0;
+    store->getEditNode = [](UA_Nodestore* self, const UA_NodeId* id, UA_UInt32 mask,
+                            UA_ReferenceTypeSet types, UA_BrowseDirection direction) {
+        UA_Node* const node = made.getEditNode(self, id, mask, types, direction);
+        if (node != nullptr) ++heldInside;
+        return node;
+    };
+    store->releaseNode = [](UA_Nodestore* self, const UA_Node* node) {
+        --heldInside;
+        made.releaseNode(self, node);
+    };
+    return store;
+}
+
+enum class Way { get, edit, getPointedAt, editPointedAt };
+
+/// The library's store, or one with the index in front. Nodes carry a version as their context.
+class Store {
+  public:
+    explicit Store(UA_Nodestore* store) : store_(store) {}
+    ~Store() { store_->free(store_); }
+    Store(const Store&) = delete;
+    Store& operator=(const Store&) = delete;
+
+    static constexpr std::size_t kNodes = 1200;
 
     /// Variables and objects with texts as identifiers, and variables with numbers.
-    UA_NodeId id(std::size_t i) const {
+    static UA_NodeId id(std::size_t i) {
+        static const std::vector<std::string> names = [] {
+            std::vector<std::string> made;
+            for (std::size_t n = 0; n < kNodes; ++n)
+                made.push_back("VA_" + std::to_string(n));
+            return made;
+        }();
         return i % 4 == 3 ? UA_NODEID_NUMERIC(1, static_cast<UA_UInt32>(i))
-                          : uaNodeIdView(1, names_[i]);
+                          : uaNodeIdView(1, names[i]);
     }
 
+    /// Of the variables: all levels below 128.
+    static UA_Byte level(std::size_t i) { return static_cast<UA_Byte>(i / 4 % 128); }
+
     UA_StatusCode insert(std::size_t i, Version version) {
+        const bool isObject = i % 4 == 2;
         UA_Node* const node =
-            store_->newNode(store_, i % 4 == 2 ? UA_NODECLASS_OBJECT : UA_NODECLASS_VARIABLE);
+            store_->newNode(store_, isObject ? UA_NODECLASS_OBJECT : UA_NODECLASS_VARIABLE);
         const UA_NodeId view = id(i);
         EXPECT_EQ(UA_NodeId_copy(&view, &node->head.nodeId), UA_STATUSCODE_GOOD);
         node->head.context = reinterpret_cast<void*>(version);
+        if (!isObject) node->variableNode.accessLevel = level(i);
         return store_->insertNode(store_, node, nullptr);
     }
 
-    UA_StatusCode replace(std::size_t i, Version version) {
-        UA_Node* copy = nullptr;
+    /// @return null for a node that is not there
+    UA_Node* copy(std::size_t i, Version version) {
+        UA_Node* made = nullptr;
         const UA_NodeId view = id(i);
-        const UA_StatusCode status = store_->getNodeCopy(store_, &view, &copy);
-        if (status != UA_STATUSCODE_GOOD) return status;
-        copy->head.context = reinterpret_cast<void*>(version);
-        return store_->replaceNode(store_, copy);
+        if (store_->getNodeCopy(store_, &view, &made) != UA_STATUSCODE_GOOD) return nullptr;
+        made->head.context = reinterpret_cast<void*>(version);
+        return made;
     }
 
-    const UA_Node* get(std::size_t i, std::mt19937::result_type way) {
+    UA_StatusCode replace(UA_Node* copy) { return store_->replaceNode(store_, copy); }
+
+    UA_StatusCode remove(std::size_t i) {
+        const UA_NodeId view = id(i);
+        return store_->removeNode(store_, &view);
+    }
+
+    const UA_Node* get(std::size_t i, Way way) {
         const UA_NodeId view = id(i);
         const UA_NodePointer pointer = UA_NodePointer_fromNodeId(&view);
         const auto none = UA_REFERENCETYPESET_NONE;
         const auto any = UA_BROWSEDIRECTION_INVALID;
-        switch (way % 4) {
-            case 0:
+        switch (way) {
+            case Way::get:
                 return store_->getNode(store_, &view, 0, none, any);
-            case 1:
+            case Way::edit:
                 return store_->getEditNode(store_, &view, 0, none, any);
-            case 2:
+            case Way::getPointedAt:
                 return store_->getNodeFromPtr(store_, pointer, 0, none, any);
             default:
                 return store_->getEditNodeFromPtr(store_, pointer, 0, none, any);
         }
     }
+
+    void release(const UA_Node* node) { store_->releaseNode(store_, node); }
 
     std::size_t count() {
         std::size_t nodes = 0;
@@ -99,73 +153,148 @@ class IndexedStore : public testing::Test {
         return nodes;
     }
 
-    static constexpr std::size_t kNodes = 600;
+    UA_Nodestore* calls() { return store_; }
 
-    UA_Nodestore* store_ = indexVariables(UA_Nodestore_ZipTree());
-    std::vector<std::string> names_;
+  private:
+    UA_Nodestore* store_;
 };
 
-Version versionOf(const UA_Node& node) {
-    return reinterpret_cast<Version>(node.head.context);
+Version versionOf(const UA_Node* node) {
+    return node == nullptr ? 0 : reinterpret_cast<Version>(node->head.context);
 }
 
 }  // namespace
 
-/// Who got a node keeps it as it was, whatever becomes of it; who asks gets the present one.
-TEST_F(IndexedStore, AnswersLikeTheStoreBehindIt) {
+/// Random calls of both. Holders of a node keep it as it was, and a copy may be old when it is to
+/// replace the node. While there is no memory for the table, the index takes in what fits.
+TEST(IndexedNodeStore, AnswersLikeTheStoreBehindIt) {
+    struct Pair {
+        std::size_t i;
+        UA_Node* indexed;
+        UA_Node* plain;
+    };
+    Store indexed(indexVariables(countingStore()));
+    Store plain(UA_Nodestore_ZipTree());
     std::mt19937 chance(2);
-    std::map<std::size_t, Version> present;
-    std::vector<std::pair<const UA_Node*, Version>> taken;
-    for (Version version = 1; version < 40'000; ++version) {
-        const std::size_t i = chance() % kNodes;
-        const auto known = present.find(i);
-        const bool isThere = known != present.end();
-        const UA_StatusCode unknown = isThere ? UA_STATUSCODE_GOOD : UA_STATUSCODE_BADNODEIDUNKNOWN;
+    std::vector<Pair> held, copies;
+    std::map<const UA_Node*, int> holders;
+    const auto takeOne = [&](std::vector<Pair>& pairs) {
+        std::swap(pairs[chance() % pairs.size()], pairs.back());
+        const Pair taken = pairs.back();
+        pairs.pop_back();
+        return taken;
+    };
+    const auto releaseOne = [&] {
+        const Pair one = takeOne(held);
+        ASSERT_EQ(versionOf(one.indexed), versionOf(one.plain));
+        --holders[one.indexed];
+        indexed.release(one.indexed);
+        plain.release(one.plain);
+    };
+    const auto replaceOne = [&] {
+        const Pair one = takeOne(copies);
+        ASSERT_EQ(indexed.replace(one.indexed), plain.replace(one.plain));
+    };
+    for (Version version = 1; version < 60'000; ++version) {
+        noMemoryForTables = version / 10'000 % 2 == 0;
+        const std::size_t i = chance() % Store::kNodes;
         switch (chance() % 8) {
             case 0:
-                ASSERT_EQ(insert(i, version),
-                          isThere ? UA_STATUSCODE_BADNODEIDEXISTS : UA_STATUSCODE_GOOD);
-                present.try_emplace(i, version);
+                ASSERT_EQ(indexed.insert(i, version), plain.insert(i, version));
                 break;
-            case 1:
-                ASSERT_EQ(replace(i, version), unknown);
-                if (isThere) known->second = version;
-                break;
-            case 2: {
-                const UA_NodeId view = id(i);
-                if (chance() % 2 == 0) break;  // most are there
-                ASSERT_EQ(store_->removeNode(store_, &view), unknown);
-                present.erase(i);
+            case 1: {
+                const Pair copy{i, indexed.copy(i, version), plain.copy(i, version)};
+                ASSERT_EQ(copy.indexed == nullptr, copy.plain == nullptr);
+                if (copy.plain != nullptr) copies.push_back(copy);
                 break;
             }
-            default:
-                if (const UA_Node* const node = get(i, chance())) {
-                    ASSERT_TRUE(isThere);
-                    ASSERT_EQ(versionOf(*node), known->second);
-                    taken.emplace_back(node, known->second);
-                } else {
-                    ASSERT_FALSE(isThere);
+            case 2:
+                if (chance() % 2 == 0) break;  // most are there
+                ASSERT_EQ(indexed.remove(i), plain.remove(i));
+                break;
+            default: {
+                const Way way{static_cast<int>(chance() % 4)};
+                const Pair got{i, const_cast<UA_Node*>(indexed.get(i, way)),
+                               const_cast<UA_Node*>(plain.get(i, way))};
+                ASSERT_EQ(versionOf(got.indexed), versionOf(got.plain));
+                if (got.plain == nullptr) break;
+                const bool isPlainGet = way == Way::get || way == Way::getPointedAt;
+                if (holders[got.indexed]++ == 0 && isPlainGet && i % 4 != 2) {
+                    ASSERT_EQ(got.indexed->variableNode.accessLevel, Store::level(i));
                 }
+                held.push_back(got);
+            }
         }
-        while (taken.size() > 50) {
-            std::swap(taken[chance() % taken.size()], taken.back());
-            ASSERT_EQ(versionOf(*taken.back().first), taken.back().second);
-            store_->releaseNode(store_, taken.back().first);
-            taken.pop_back();
-        }
+        while (held.size() > 50)
+            ASSERT_NO_FATAL_FAILURE(releaseOne());
+        while (copies.size() > 20)
+            ASSERT_NO_FATAL_FAILURE(replaceOne());
     }
-    EXPECT_EQ(count(), present.size());
-    for (const auto& [node, version] : taken)
-        store_->releaseNode(store_, node);
-    store_->releaseNode(store_, nullptr);
+    noMemoryForTables = false;
+    EXPECT_EQ(indexed.count(), plain.count());
+    while (!held.empty())
+        ASSERT_NO_FATAL_FAILURE(releaseOne());
+    while (!copies.empty())
+        ASSERT_NO_FATAL_FAILURE(replaceOne());
+    for (std::size_t i = 0; i < Store::kNodes; ++i)
+        EXPECT_EQ(indexed.remove(i), plain.remove(i));
+    EXPECT_EQ(heldInside, 0) << "each holder and the index itself has given back what it got";
+    indexed.release(nullptr);
 }
 
-TEST_F(IndexedStore, KnowsTheReferenceTypesOfTheStoreBehindIt) {
-    EXPECT_EQ(store_->getReferenceTypeId(store_, 0), nullptr);
-    UA_Node* const node = store_->newNode(store_, UA_NODECLASS_REFERENCETYPE);
+TEST(IndexedNodeStore, LooksEachVariableUpOnceInTheStoreBehindIt) {
+    Store store(indexVariables(countingStore()));
+    ASSERT_EQ(store.insert(0, 1), UA_STATUSCODE_GOOD);
+    for (int n = 0; n < 100; ++n)
+        store.release(store.get(0, Way{n % 4}));
+    EXPECT_EQ(heldInside, 1);
+}
+
+/// The write service looks at the level of the edited node; clients read it between the edits.
+TEST(IndexedNodeStore, LetsStatusAndTimeBeWrittenWhileANodeIsEdited) {
+    Store store(indexVariables(countingStore()));
+    const auto levelOf = [](const UA_Node* node) { return int{node->variableNode.accessLevel}; };
+    const struct {
+        int level, edited;
+        std::size_t kind = 0;  // 3: named by a number
+    } cases[] = {{1, 1}, {2, 98}, {3, 99}, {5, 5}, {7, 103}, {35, 99}, {99, 99}, {3, 3, 3}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.level);
+        const std::size_t i = 4 * static_cast<std::size_t>(c.level) + c.kind;
+        ASSERT_EQ(store.insert(i, 1), UA_STATUSCODE_GOOD);
+        const UA_Node* const node = store.get(i, Way::get);
+        EXPECT_EQ(levelOf(node), c.level);
+        for (const Way way : {Way::edit, Way::editPointedAt, Way::get})
+            ASSERT_EQ(store.get(i, way), node);
+        UA_Node* const copy = store.copy(i, 2);
+        EXPECT_EQ(levelOf(copy), c.level);
+        for (int inner = 0; inner < 2; ++inner) {
+            store.release(node);
+            EXPECT_EQ(levelOf(node), c.edited);
+        }
+        store.release(node);
+        EXPECT_EQ(levelOf(node), c.level) << "the first one to edit has ended";
+
+        ASSERT_EQ(store.get(i, Way::edit), node);
+        ASSERT_EQ(store.replace(copy), UA_STATUSCODE_GOOD);
+        EXPECT_EQ(levelOf(node), c.edited) << "the new node is nobody's yet";
+        ASSERT_EQ(store.get(i, Way::getPointedAt), copy);
+        EXPECT_EQ(levelOf(copy), c.level);
+        ASSERT_EQ(store.remove(i), UA_STATUSCODE_GOOD);
+        for (const UA_Node* const held : {node, static_cast<const UA_Node*>(copy), node})
+            store.release(held);
+    }
+    EXPECT_EQ(heldInside, 0);
+}
+
+TEST(IndexedNodeStore, KnowsTheReferenceTypesOfTheStoreBehindIt) {
+    Store store(indexVariables(UA_Nodestore_ZipTree()));
+    UA_Nodestore* const calls = store.calls();
+    EXPECT_EQ(calls->getReferenceTypeId(calls, 0), nullptr);
+    UA_Node* const node = calls->newNode(calls, UA_NODECLASS_REFERENCETYPE);
     node->head.nodeId = UA_NODEID_NUMERIC(0, 31);
-    ASSERT_EQ(store_->insertNode(store_, node, nullptr), UA_STATUSCODE_GOOD);
-    ASSERT_NE(store_->getReferenceTypeId(store_, 0), nullptr);
-    EXPECT_EQ(store_->getReferenceTypeId(store_, 0)->identifier.numeric, 31U);
-    store_->deleteNode(store_, store_->newNode(store_, UA_NODECLASS_OBJECT));
+    ASSERT_EQ(calls->insertNode(calls, node, nullptr), UA_STATUSCODE_GOOD);
+    ASSERT_NE(calls->getReferenceTypeId(calls, 0), nullptr);
+    EXPECT_EQ(calls->getReferenceTypeId(calls, 0)->identifier.numeric, 31U);
+    calls->deleteNode(calls, calls->newNode(calls, UA_NODECLASS_OBJECT));
 }
