@@ -1,8 +1,11 @@
+#include <gmock/gmock.h>
 #include <open62541/plugin/accesscontrol.h>
 #include <open62541/plugin/nodestore.h>
 #include <open62541/plugin/nodestore_default.h>
+#include <open62541/server.h>
 
-#include "server_fixture.h"
+#include "server/ServerState.h"
+#include "support/capture.h"
 
 using testing::HasSubstr;
 using testing::Not;
@@ -38,13 +41,38 @@ TEST(UaServer, LetsNoClientChangeItsNodes) {
         const UA_AddReferencesItem reference{};
         const UA_DeleteNodesItem noNode{};
         const UA_DeleteReferencesItem noReference{};
-        return std::vector<bool>{
-            access.allowAddNode(s, &access, &session, nullptr, &node),
-            access.allowAddReference(s, &access, &session, nullptr, &reference),
-            access.allowDeleteNode(s, &access, &session, nullptr, &noNode),
-            access.allowDeleteReference(s, &access, &session, nullptr, &noReference)};
+        return access.allowAddNode(s, &access, &session, nullptr, &node) +
+               access.allowAddReference(s, &access, &session, nullptr, &reference) +
+               access.allowDeleteNode(s, &access, &session, nullptr, &noNode) +
+               access.allowDeleteReference(s, &access, &session, nullptr, &noReference);
     };
-    EXPECT_EQ(allowed(), std::vector<bool>(4, true)) << "what the library allows";
+    EXPECT_EQ(allowed(), 4) << "what the library allows";
     server.denyNodeManagement();
-    EXPECT_EQ(allowed(), std::vector<bool>(4, false));
+    EXPECT_EQ(allowed(), 0);
+}
+
+TEST(UaServer, ReportsAFolderThatCannotBeMade) {
+    UAServer server;
+    UA_NodeId id = UA_NODEID_NUMERIC(1, 5);
+    Capture out(STDOUT_FILENO);
+    EXPECT_EQ(server.createFolderRVGroup("abc", 99, &id), UA_STATUSCODE_BADPARENTNODEIDINVALID);
+    EXPECT_TRUE(UA_NodeId_isNull(&id));
+    EXPECT_THAT(out.text(),
+                HasSubstr("error/application\x1b[0m\t"
+                          "Failed to add folder abc under parent 99: BadParentNodeIdInvalid\n"));
+}
+
+TEST(UaServer, NeedsAContextAndAVariable) {
+    UA_DataValue value{};
+    value.status = 5;
+    EXPECT_EQ(
+        UAServer::readNodeValue(nullptr, nullptr, nullptr, nullptr, nullptr, true, nullptr, &value),
+        UA_STATUSCODE_BADINTERNALERROR);
+    EXPECT_FALSE(value.hasValue || value.hasStatus || value.hasSourceTimestamp);
+    EXPECT_EQ(value.status, 5U) << "untouched";
+    EXPECT_EQ(
+        UAServer::writeNodeValue(nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, &value),
+        UA_STATUSCODE_BADINTERNALERROR);
+    EXPECT_EQ(UAServer().createUAItems(nullptr, 1, "parent", "", "main", 0, {}),
+              UA_STATUSCODE_BADINTERNALERROR);
 }

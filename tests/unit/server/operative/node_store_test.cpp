@@ -1,3 +1,4 @@
+#include <gtest/gtest.h>
 #include <open62541/plugin/nodestore_default.h>
 
 #include <map>
@@ -5,7 +6,6 @@
 #include <set>
 #include <utility>
 
-#include "../server_fixture.h"
 #include "server/operative/IndexedNodeStore.h"
 #include "server/operative/NodeTable.h"
 #include "server/operative/UaView.h"

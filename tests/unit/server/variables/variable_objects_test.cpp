@@ -53,15 +53,7 @@ TEST_F(Variables, HaveTheirNumbersAndIdentifiers) {
         const auto second = kind.make();
         EXPECT_EQ(variable->getId(), before);
         EXPECT_EQ(second->getId(), before + 1) << "each kind counts for itself";
-        second->setId(7);
-        EXPECT_EQ(second->getId(), 7);
-        variable->setIdTag(2);
-        variable->setIdAttr(11);
-        EXPECT_EQ(variable->getIdTag(), 2);
-        EXPECT_EQ(variable->getIdAttr(), 11);
         EXPECT_EQ(variable->getType(), &kind - kRows);
-        EXPECT_EQ(variable->getRVType(), 0);
-        EXPECT_EQ(variable->getStructId(65535), kind.word + "_65535");
         EXPECT_EQ(variable->getStructId(-1), kind.word + "_-1");
         EXPECT_EQ(variable->getNodeId(7), kind.word + ".7.A");
     }
@@ -98,20 +90,6 @@ TEST_F(Variables, BindTheLastObjectOfTheListToItsPassport) {
 }
 
 // ---- What single kinds have of their own -------------------------------------------------------
-
-TEST_F(Variables, OfManualInputsReadTheEntriesOfTheirLayout) {
-    const std::vector<Section> sections = {
-        {"Attributes", {{"Type50.X", "50,1"}, {"Type51.X", "51,1"}, {"Type52.X", "52,1"}}}};
-    for (const int layout : {0, 1, 2, 3, 255}) {
-        database.put(Area::passport, DB_HI, 4, 27, static_cast<std::uint8_t>(layout));
-        auto& variable = *rtexvariable.emplace_back(make<VariableTypeRV>());
-        ASSERT_EQ(variable.getCountVarFormObj(4), 0);
-        EXPECT_EQ(variable.getRVType(), layout) << "unsigned on every machine";
-        const auto entries = variable.getConfigForTag(sections, "main", 0, {});
-        const std::string name = entries.empty() ? "none" : entries.back().name;
-        EXPECT_EQ(name, layout < 3 ? std::to_string(50 + layout) : "none");
-    }
-}
 
 namespace {
 /// Fails to bind in one of two ways.
