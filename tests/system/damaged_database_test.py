@@ -14,6 +14,7 @@ from controller.attribute_files import ENTRY, OFFSETS, STORAGES
 from nodes import NodeKey
 from opc_client import OpcClient
 from published_tags import BOTH, item, publishing
+from waiting import stays, wait_until
 
 CURRENT = {"VA": 29, "AV": 21, "RVV": 8, "VD": 27, "DV": 20}
 OTHERS = [("VA", 5), ("AV", 5), ("AV", 39), ("RVV", 2), ("VD", 31), ("DV", 6)]
@@ -200,3 +201,43 @@ def test_attribute_files_of_noise(site: Site) -> None:
         client.close()
         assert site.server.is_alive(), f"turn {turn}: {site.server.describe_end()}"
         site.server.kill()
+
+
+@pytest.mark.parametrize(
+    ("gone", "back"),
+    [
+        (lambda site: site.simulator.kill(), None),
+        (lambda site: site.simulator.stop(), None),  # takes its segments along
+        (lambda site: site.database.remove_table(ipc_keys.TABLES["DV"][0]), None),
+        (lambda site: site.database.remove_table(ipc_keys.TIME_QUALITY), None),
+        (
+            lambda site: site.database.announce_generation(1),
+            lambda site: site.database.announce_generation(0),
+        ),
+    ],
+)
+def test_the_service_level_falls_with_the_database(
+    gone: Callable[[Site], object], back: Callable[[Site], None] | None, site: Site
+) -> None:
+    """A database that is started again has the name and the keys, but is not the one attached."""
+    site.start(va=1, dv=1)
+    client = site.serve(publishing(("VA", 29)))
+    node = client.client.get_node(ua.NodeId(ua.ObjectIds.Server_ServiceLevel))
+
+    def level() -> int:
+        return client.run(node.read_value())
+
+    assert level() == 255
+    before = client.read(item("VA", 1, 29))
+    gone(site)
+    wait_until(lambda: level() == 1, "the service level has fallen")
+    after = client.read(item("VA", 1, 29))
+    assert (after.Value, after.StatusCode) == (before.Value, before.StatusCode)
+    assert after.SourceTimestamp == before.SourceTimestamp
+    if back is not None:
+        back(site)
+        wait_until(lambda: level() == 255, "the database is back")
+    elif not site.simulator.is_alive():
+        site.leave_database()
+        site.start(va=1, dv=1)
+        stays(lambda: level() == 1, "the service level", period_s=1.2)

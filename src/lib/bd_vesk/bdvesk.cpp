@@ -25,6 +25,7 @@ void CVeskBDSh::releaseTables() {
     for (int i = 0; i < kTypeCount; ++i)
         delete bd_vs.itemAt(i);
     bd_vs.clear();
+    segmentIds_.clear();
 }
 
 // ---- Loading -----------------------------------------------------------------------------------
@@ -42,7 +43,7 @@ void CVeskBDSh::LoadBD() {
     // Without descriptions the values themselves can still be read.
     static_cast<void>(LoadOffAtr());
     // Without the table every time and quality reads as 0, that is bad.
-    static_cast<void>(TQInit(0));
+    if (TQInit(0) == 0) segmentIds_.push_back(TQSegmentId());
     planReads();
 }
 
@@ -98,10 +99,13 @@ void CVeskBDSh::loadTables() {
 }
 
 /// Attaches the array of an IPC index. @return null for index 0, and when there is no such segment.
-static void* attachArray(int index, std::uint32_t count, std::size_t elementBytes) {
+void* CVeskBDSh::attachArray(int index, std::uint32_t count, std::size_t elementBytes) {
     constexpr unsigned kAttachOnly = 0;
     if (index == 0) return nullptr;
-    return ShmOpen(index, count * elementBytes, kAttachOnly, nullptr, 0);
+    int id = -1;
+    void* const address = ShmOpen(index, count * elementBytes, kAttachOnly, &id, 0);
+    if (address != nullptr) segmentIds_.push_back(id);
+    return address;
 }
 
 /// Puts the table of a type into the next place. A code that is no type, and a type without

@@ -97,6 +97,11 @@ class CVeskBDSh : public TQManager {
     /// call, which costs more than the reading. `out` is new or may hold a former reading.
     void Read(std::uint8_t type, std::uint16_t num, std::uint16_t num_atr, SReading* out);
 
+    /// Process id of the database, -1 before LoadBD.
+    int databasePid() const { return PidBD; }
+    /// Kernel ids of the segments that LoadBD attached, in no order.
+    const std::vector<int>& segmentIds() const { return segmentIds_; }
+
     // Time, quality and flags of a variable; its attribute does not matter. Only the types VA to DO
     // have them: for others, and for variables that do not exist, they read as 0 and setting them
     // answers -1.
@@ -162,6 +167,7 @@ class CVeskBDSh : public TQManager {
     void findDatabase();
     void loadTables();
     void addTable(unsigned type, std::uint32_t count);
+    void* attachArray(int index, std::uint32_t count, std::size_t elementBytes);
     void checkAttributes();
     void report(const AtrFault& fault) const;
     void releaseTables();
@@ -185,4 +191,5 @@ class CVeskBDSh : public TQManager {
 
     // By type code - 1; constant after LoadBD.
     std::array<ReadPlan, kDescribedTypeCount> readPlans_;
+    std::vector<int> segmentIds_;  // constant after LoadBD
 };

@@ -59,10 +59,12 @@ void TQManager::useTable(TQF* table) {
 
 /// Attaches the shared table or makes it. @return null without one.
 TQF* TQManager::openShared(char debug) {
-    auto* table = static_cast<TQF*>(ShmOpen(kTableIndex, tableSize(), kAttachOnly, nullptr, debug));
+    auto* table =
+        static_cast<TQF*>(ShmOpen(kTableIndex, tableSize(), kAttachOnly, &sharedId_, debug));
     if (table != nullptr) return table;
     table = static_cast<TQF*>(ShmOpen(kTableIndex, tableSize(), kCreate, &id_TQDBValues, debug));
     created_ = table != nullptr;
+    sharedId_ = id_TQDBValues;
     return table;
 }
 

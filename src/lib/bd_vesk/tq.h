@@ -82,6 +82,9 @@ class TQManager {
     int TQSetQuality(char type, std::uint16_t index, unsigned quality);
     int TQSetFlags(char type, std::uint16_t index, unsigned flags);
 
+    /// Kernel id of the shared table; -1 without one.
+    int TQSegmentId() const { return is_shared ? sharedId_ : -1; }
+
     /// Writes all records to standard output, times as local time.
     void TQPrintAll() const;
 
@@ -120,5 +123,6 @@ class TQManager {
     void releaseShared();
 
     bool created_ = false;  // this object made the shared table; an id of 0 is a valid one
+    int sharedId_ = -1;
     std::unique_ptr<TQF[]> private_;
 };

@@ -187,17 +187,17 @@ ShmView attachToRead(key_t key) {
     return view;
 }
 
-std::uint8_t generationNow() {
+}  // namespace
+
+std::uint8_t ShmGeneration() {
     const ID_struct& row = ID_mas[static_cast<std::size_t>(kGenerationIpcIndex)];
     const ShmView view = attachToRead(keyOf(row, row.ch));
     return view.address ? *static_cast<const std::uint8_t*>(view.address.get()) : kNoGeneration;
 }
 
-}  // namespace
-
 ShmView ShmOpenReadOnly(int index) {
     if (index < 0 || index >= kIpcIndexCount) return {.address = {}, .error = EINVAL};
     const ID_struct& row = ID_mas[static_cast<std::size_t>(index)];
     if (row.ch != '*') return attachToRead(keyOf(row, row.ch));
-    return attachToRead(keyOf(row, symb[(static_cast<unsigned>(index) + generationNow()) & 0xFFU]));
+    return attachToRead(keyOf(row, symb[(static_cast<unsigned>(index) + ShmGeneration()) & 0xFFU]));
 }

@@ -61,6 +61,10 @@ void* ShmOpen(int index, std::size_t size, unsigned mode, int* id_out, char debu
 /// The first successful call must not run beside another one.
 std::uint8_t get_shmidx(int index, const ID_struct* table);
 
+/// The generation byte as it is now, 255 when it cannot be read. Silent, and keeps nothing
+/// attached.
+std::uint8_t ShmGeneration();
+
 /// Detaches what ShmOpen attached. Null is allowed.
 /// @return 0, or -1 with errno set when nothing is attached at the address.
 int ShmClose(const void* address);

@@ -11,6 +11,7 @@
 #include "server/diagnostics/OperatorMessages.h"
 #include "server/diagnostics/SleepForever.h"
 #include "server/endpoint/ExclusivePort.h"
+#include "server/supervision/ServiceLevel.h"
 #include "server/text/Cp866Literal.h"
 #include "server/variables/UARTEXVariable.h"
 #include "server/variables/VariableTypeAV.h"
@@ -105,6 +106,7 @@ int runStartupSequence(const Subsystems& subsystems) {
     configureEndpoint();
     const bool historical = uaserver.historicalDataMode() && builds(subsystems.buildHistory);
 
+    const ServiceLevel serviceLevel(uaserver.instance(), DatabaseWatch(UARTEXVariable::veskdb));
     uaserver.run(modeTextCp866(operative, historical));
     unregisterProcess();
     return 0;

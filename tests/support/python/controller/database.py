@@ -78,6 +78,11 @@ class Database:
 
     # -- Segments as wholes
 
+    def announce_generation(self, later: int) -> None:
+        """Points other processes to segments that many generations later than the ones in use."""
+        byte = self._bytes_of(ipc_keys.fixed_key(ipc_keys.GENERATION))
+        byte[0] = (self._generation + later) & 0xFF
+
     def remove_table(self, index: int) -> None:
         """Takes a table's segment away, as a controller that never made it."""
         segment = sysv.find_segment(ipc_keys.table_key(index, self._generation))
