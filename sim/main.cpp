@@ -17,7 +17,8 @@ void askToStop(int /*signal*/) {
 }
 
 /// A closed terminal or pipe must not keep the program from cleaning up, so they are no reason to
-/// die: hang-up stops it like Ctrl-C, and output to a closed pipe is lost.
+/// die: hang-up stops it like Ctrl-C, and output to a closed pipe is lost. A file that may not grow
+/// is a failed write, which the recorder of trends reports.
 void installHandlers() {
     struct sigaction action {};
     action.sa_handler = askToStop;
@@ -26,6 +27,7 @@ void installHandlers() {
     }
     action.sa_handler = SIG_IGN;
     static_cast<void>(sigaction(SIGPIPE, &action, nullptr));
+    static_cast<void>(sigaction(SIGXFSZ, &action, nullptr));
     // The message channel runs an interval timer while it waits; it must not end the process.
     action.sa_handler = [](int) {};
     static_cast<void>(sigaction(SIGALRM, &action, nullptr));

@@ -93,7 +93,7 @@ void addRest(CLI::App& app, Options& options) {
     addDuration(app, "--history", options.history,
                 "наполнить архив трендов прошлым такой длины, например 30d, 12h, 45m");
     addDuration(app, "--keep", options.keep,
-                "хранить в архиве трендов значения за такое время, иначе 35d");
+                "хранить в архиве трендов столько времени записи, иначе 35d");
     app.add_option("--config", options.config, "взять этот opcuasrv.ini вместо образца");
     app.add_option("--generation", options.generation, "байт поколения ключей System V")
         ->check(between(0, 255))

@@ -68,6 +68,8 @@ void Simulator::run() {
          << "zrtsim: ready" << std::endl;
 
     cycleUntilStopped(ipc, plant, *trends, journal);
+    trends->close();
+    out_ << trends->takeMessages();
     if (options_.stats) stats_.print(out_);
     out_ << "Остановка: удаляю созданное.\n";
 }
@@ -158,13 +160,17 @@ std::unique_ptr<TrendRecorder> Simulator::makeRecorder(Site& site,
                                         "). Уберите его или запустите с ключом --fresh.");
 }
 
-void Simulator::startTrends(TrendRecorder& trends, Plant& plant, const Folders& folders) {
+void Simulator::startTrends(TrendRecorder& trends, Plant& plant, const Folders& folders) try {
     if (options_.history) {
         Past past(trends, *options_.history, out_, stop_);
         past.announce(folders.trendArchive().parent_path(), wallClock());
         past.make(plant, wallClock);
     }
     trends.start();
+} catch (const trends::ArchiveError& error) {
+    throw Failure(ExitCode::failed, "история не записана в архив трендов " +
+                                        folders.trendArchive().string() + " (" + error.what() +
+                                        ")");
 }
 
 // ---- the cycle ---------------------------------------------------------------------------------
@@ -190,8 +196,7 @@ void Simulator::cycleUntilStopped(ControllerIpc& ipc, Plant& plant, TrendRecorde
             stats_.addSkipped();
         }
         if (options_.stats) printStats(end);
-        const std::string problem = trends.takeProblem();
-        if (!problem.empty()) out_ << "Запись трендов прекращена: " << problem << std::endl;
+        out_ << trends.takeMessages() << std::flush;
     }
 }
 

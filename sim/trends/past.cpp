@@ -36,7 +36,7 @@ std::string lengthText(std::int64_t seconds) {
 void Past::announce(const std::filesystem::path& folder, timeval now) {
     const std::int64_t end = now.tv_sec * kMicrosecondsPerSecond + now.tv_usec;
     std::int64_t begin = end - length_.count() * kMicrosecondsPerSecond;
-    const auto span = recorder_.span();
+    const auto span = recorder_.earlierSpan(end);
     if (span) begin = std::max(begin, span->last + kMicrosecondsPerSecond);
     seconds_ = std::max<std::int64_t>((end - begin) / kMicrosecondsPerSecond, 0);
     begin_ = {begin / kMicrosecondsPerSecond, begin % kMicrosecondsPerSecond};

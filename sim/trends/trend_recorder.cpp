@@ -2,6 +2,7 @@
 
 #include <pthread.h>
 
+#include <cmath>
 #include <csignal>
 #include <utility>
 
@@ -10,7 +11,6 @@ namespace sim {
 namespace {
 
 constexpr std::int64_t kMicrosecondsPerSecond = 1'000'000;
-constexpr std::int64_t kMicrosecondsPerHour = 3600 * kMicrosecondsPerSecond;
 
 std::int64_t microsecondsOf(timeval time) {
     return time.tv_sec * kMicrosecondsPerSecond + time.tv_usec;
@@ -29,34 +29,28 @@ std::thread startedWithoutSignals(auto body) {
 
 }  // namespace
 
-TrendRecorder::TrendRecorder(const std::filesystem::path& archive,
-                             const trends::Definitions& definitions, const DatabaseMemory& memory,
-                             std::chrono::seconds keep)
-    : sampler_(memory, definitions),
-      keep_(std::chrono::microseconds(keep).count()),
-      writer_(archive.string(), definitions) {}
+TrendRecorder::TrendRecorder(std::filesystem::path archive, const trends::Definitions& definitions,
+                             const DatabaseMemory& memory, std::chrono::seconds keep)
+    : archive_(std::move(archive)),
+      definitions_(definitions),
+      keep_(keep),
+      sampler_(memory, definitions),
+      writer_(std::make_unique<trends::ArchiveWriter>(archive_.string(), definitions)) {}
 
 TrendRecorder::~TrendRecorder() {
-    if (!thread_.joinable()) return;
-    handOver();
-    {
-        const std::lock_guard lock(mutex_);
-        closing_ = true;
-    }
-    changed_.notify_one();
-    thread_.join();
+    close();
 }
 
 void TrendRecorder::recordPast(timeval time) {
     sampler_.sample(time, collected_);
     for (const PenValue& value : collected_) {
-        writer_.add(value.pen, value.sample);
+        writer_->add(value.pen, value.sample);
     }
     collected_.clear();
 }
 
 void TrendRecorder::commit() {
-    writer_.commit();
+    writer_->commit();
 }
 
 void TrendRecorder::start() {
@@ -72,15 +66,27 @@ void TrendRecorder::record(timeval now) {
     handOver();
 }
 
-std::string TrendRecorder::takeProblem() {
+void TrendRecorder::close() {
+    if (!thread_.joinable()) return;
+    handOver();
+    {
+        const std::lock_guard lock(mutex_);
+        closing_ = true;
+    }
+    changed_.notify_one();
+    thread_.join();
+}
+
+std::string TrendRecorder::takeMessages() {
     const std::lock_guard lock(mutex_);
-    return std::exchange(problem_, {});
+    return std::exchange(messages_, {});
 }
 
 void TrendRecorder::handOver() {
     {
         const std::lock_guard lock(mutex_);
-        toWrite_.insert(toWrite_.end(), collected_.begin(), collected_.end());
+        waiting_.insert(waiting_.end(), collected_.begin(), collected_.end());
+        dropTooMany();  // here too: the thread may hang in a call of the file system
     }
     collected_.clear();
     changed_.notify_one();
@@ -88,38 +94,102 @@ void TrendRecorder::handOver() {
 
 // ---- the thread --------------------------------------------------------------------------------
 
-/// A failure ends the recording: the archive keeps what was committed, and the controller goes on.
-void TrendRecorder::writeUntilClosed() try {
-    std::vector<PenValue> values;
+void TrendRecorder::writeUntilClosed() {
     for (bool closing = false; !closing;) {
-        {
-            std::unique_lock lock(mutex_);
-            changed_.wait(lock, [this] { return closing_ || !toWrite_.empty(); });
-            values.clear();
-            std::swap(values, toWrite_);
-            closing = closing_;
-        }
-        write(values);
+        closing = waitForWork();
+        tryToWrite();
     }
-    writer_.finish();
-} catch (const std::exception& error) {
+    closeArchive();
+    if (!failingSince_) return;
     const std::lock_guard lock(mutex_);
-    problem_ = error.what();
+    say("Архив трендов до конца не записан, потеряно значений: " +
+        std::to_string(lost_ + waiting_.size()));
 }
 
-void TrendRecorder::write(const std::vector<PenValue>& values) {
-    if (values.empty()) return;
-    for (const PenValue& value : values) {
-        writer_.add(value.pen, value.sample);
+/// Waits for values, or after a failure for the time of the next try.
+/// @return whether the recorder is to end
+bool TrendRecorder::waitForWork() {
+    std::unique_lock lock(mutex_);
+    if (failingSince_) {
+        changed_.wait_for(lock, kRetryAfter, [this] { return closing_; });
+    } else {
+        changed_.wait(lock, [this] { return closing_ || !waiting_.empty(); });
     }
-    removeOld(values.back().sample.time);
-    writer_.commit();
+    std::swap(writing_, waiting_);
+    return closing_;
 }
 
-void TrendRecorder::removeOld(std::int64_t newest) {
-    if (newest - cleanedAt_ < kMicrosecondsPerHour) return;
-    cleanedAt_ = newest;
-    writer_.removeBefore(newest - keep_);
+/// After a failure the archive keeps what was committed, and the rest goes back among what waits.
+void TrendRecorder::tryToWrite() {
+    try {
+        if (writer_ == nullptr) {
+            writer_ = std::make_unique<trends::ArchiveWriter>(archive_.string(), definitions_);
+        }
+        write();
+        noteSuccess();
+    } catch (const std::exception& error) {
+        writer_.reset();
+        noteFailure(error.what());
+    }
+    writing_.clear();
+}
+
+/// Where this fails, the values stay in SQLite's log beside the archive, and nothing is lost.
+void TrendRecorder::closeArchive() {
+    try {
+        if (writer_ != nullptr) writer_->finish();
+    } catch (const std::exception&) {
+    }
+    writer_.reset();
+}
+
+void TrendRecorder::write() {
+    constexpr auto kCleanEvery = std::chrono::minutes(45);  // a chunk is a quarter of an hour long
+    for (const PenValue& value : writing_) {
+        writer_->add(value.pen, value.sample);
+    }
+    const auto now = Clock::now();  // which nobody sets, unlike the values' clock
+    const bool cleans = !cleanedAt_ || now - *cleanedAt_ >= kCleanEvery;
+    if (cleans) writer_->keepRecorded(keep_.count());
+    writer_->commit();
+    if (cleans) cleanedAt_ = now;
+}
+
+void TrendRecorder::noteFailure(const char* error) {
+    const std::lock_guard lock(mutex_);
+    waiting_.insert(waiting_.begin(), writing_.begin(), writing_.end());
+    dropTooMany();
+    if (failingSince_) return;
+    failingSince_ = Clock::now();
+    say(std::string("Архив трендов не записывается: ") + error +
+        ". Значения ждут в памяти, не более " + std::to_string(kMostWaiting) +
+        "; новая попытка каждые " + std::to_string(kRetryAfter.count()) + " с.");
+}
+
+void TrendRecorder::noteSuccess() {
+    const std::lock_guard lock(mutex_);
+    if (!failingSince_ && lost_ == 0) return;
+    const std::string lost = "потеряно значений: " + std::to_string(std::exchange(lost_, 0));
+    if (failingSince_) {
+        const std::chrono::duration<double> pause = Clock::now() - *failingSince_;
+        say("Архив трендов снова записывается, перерыв " +
+            std::to_string(std::lround(pause.count())) + " с, " + lost);
+        failingSince_.reset();
+    } else {
+        say("Архив трендов записывается слишком медленно, " + lost);
+    }
+}
+
+/// Drops the oldest values beyond the bound.
+void TrendRecorder::dropTooMany() {
+    if (waiting_.size() <= kMostWaiting) return;
+    const std::size_t tooMany = waiting_.size() - kMostWaiting;
+    waiting_.erase(waiting_.begin(), waiting_.begin() + static_cast<std::ptrdiff_t>(tooMany));
+    lost_ += tooMany;
+}
+
+void TrendRecorder::say(const std::string& line) {
+    messages_ += line + "\n";
 }
 
 }  // namespace sim

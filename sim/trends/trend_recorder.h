@@ -2,10 +2,11 @@
 
 #include <sys/time.h>
 
-#include <atomic>
 #include <chrono>
 #include <condition_variable>
+#include <cstddef>
 #include <cstdint>
+#include <deque>
 #include <filesystem>
 #include <memory>
 #include <mutex>
@@ -21,14 +22,19 @@ namespace sim {
 
 /// The controller's trend recorder: puts the pens' values into the archive once a second. Writing
 /// is done by a thread of its own, so that a slow disk holds up no cycle.
+///
+/// While the archive cannot be written (no room, locked for long), values wait and the recorder
+/// tries again; beyond kMostWaiting the oldest are lost.
 class TrendRecorder {
   public:
+    static constexpr std::size_t kMostWaiting = 100'000;  // values, 32 bytes each
+    static constexpr auto kRetryAfter = std::chrono::seconds(2);
+
     /// Opens the archive, making it where it is missing. Throws trends::ArchiveError.
-    /// @param keep  values older than this are removed, within an hour
-    TrendRecorder(const std::filesystem::path& archive, const trends::Definitions& definitions,
+    /// @param keep  recorded time that stays in the archive; older values go within an hour
+    TrendRecorder(std::filesystem::path archive, const trends::Definitions& definitions,
                   const DatabaseMemory& memory, std::chrono::seconds keep);
-    /// Writes what is left and closes the archive.
-    ~TrendRecorder();
+    ~TrendRecorder();  // as close
     TrendRecorder(const TrendRecorder&) = delete;
     TrendRecorder& operator=(const TrendRecorder&) = delete;
 
@@ -37,8 +43,10 @@ class TrendRecorder {
     void recordPast(timeval time);
     void commit();
 
-    /// From the oldest to the newest value. Only before `start`.
-    [[nodiscard]] std::optional<trends::ArchiveWriter::Span> span() { return writer_.span(); }
+    /// What earlier runs recorded, up to `until` (us since 1970). Only before `start`.
+    [[nodiscard]] std::optional<trends::ArchiveWriter::Span> earlierSpan(std::int64_t until) {
+        return writer_->spanAtOpening(until);
+    }
 
     /// From here on the thread owns the archive.
     void start();
@@ -46,27 +54,47 @@ class TrendRecorder {
     /// Takes the values that are due at `now`. Costs the cycle microseconds.
     void record(timeval now);
 
-    /// What ended the recording, once; empty while all is well.
-    [[nodiscard]] std::string takeProblem();
+    /// Writes what is left, with one last try, and closes the archive. Nothing is recorded later.
+    void close();
+
+    /// Lines for the operator since the last call: that writing fails, that it works again, what
+    /// was lost. Mostly empty.
+    [[nodiscard]] std::string takeMessages();
 
     [[nodiscard]] const PenSampler& sampler() const { return sampler_; }
 
   private:
+    using Clock = std::chrono::steady_clock;
+
     void handOver();
     void writeUntilClosed();
-    void write(const std::vector<PenValue>& values);
-    void removeOld(std::int64_t newest);
+    [[nodiscard]] bool waitForWork();
+    void tryToWrite();
+    void write();
+    void closeArchive();
+    void noteFailure(const char* error);
+    void noteSuccess();
+    void dropTooMany();
+    void say(const std::string& line);
 
+    const std::filesystem::path archive_;
+    const trends::Definitions definitions_;
+    const std::chrono::microseconds keep_;
     PenSampler sampler_;
-    std::int64_t keep_;                // us
     std::vector<PenValue> collected_;  // since the last handing over
     std::int64_t handedOverAt_ = 0;    // us since 1970
-    trends::ArchiveWriter writer_;     // of the thread, once it runs
-    std::int64_t cleanedAt_ = 0;       // us since 1970; of the thread
-    std::mutex mutex_;                 // guards what follows
-    std::condition_variable_any changed_;
-    std::vector<PenValue> toWrite_;
-    std::string problem_;
+
+    // Of the thread, once it runs.
+    std::unique_ptr<trends::ArchiveWriter> writer_;  // none after a failure
+    std::deque<PenValue> writing_;                   // not committed yet
+    std::optional<Clock::time_point> cleanedAt_;
+    std::optional<Clock::time_point> failingSince_;
+
+    std::mutex mutex_;  // guards what follows
+    std::condition_variable changed_;
+    std::deque<PenValue> waiting_;  // handed over, oldest first
+    std::size_t lost_ = 0;          // values, not reported yet
+    std::string messages_;
     bool closing_ = false;
     std::thread thread_;
 };

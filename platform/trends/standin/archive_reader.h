@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "standin/batch.h"
 #include "standin/chunk.h"
 #include "standin/sqlite_database.h"
 
@@ -25,23 +26,27 @@ class ArchiveReader {
     [[nodiscard]] bool hasPen(std::int64_t pen);
 
     /// The values of a pen from `start` to `end`, both included (us since 1970), oldest first, at
-    /// most `limit`. All are of one moment, whatever is written meanwhile.
+    /// most `limit`. All are of one moment, whatever is written meanwhile. Values that were
+    /// recorded out of order, since the clock was set back, are put in order.
     [[nodiscard]] std::vector<StoredValue> read(std::int64_t pen, std::int64_t start,
                                                 std::int64_t end, std::size_t limit);
 
   private:
     void readChunks();
+    [[nodiscard]] std::int64_t firstBatch();
     void readRecent();
-    bool takeChunk();
+    void takeRuns(BatchDecoder& batch);
+    void take(const Run& run);
+    [[nodiscard]] bool isBeyond(std::int64_t time) const;
 
     struct Request {
         std::int64_t pen, start, end;
         std::size_t limit;
     };
     SqliteDatabase database_;
-    SqliteStatement pens_, chunks_, recent_;
+    SqliteStatement pens_, chunks_, recent_, lastBatch_, endOfBatch_;
     Request request_{};
-    std::vector<StoredValue> values_;  // the answer while it grows
+    std::vector<StoredValue> values_;  // the answer while it grows, in order of time
 };
 
 }  // namespace trends

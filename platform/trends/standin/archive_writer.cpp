@@ -1,9 +1,12 @@
 #include "standin/archive_writer.h"
 
 #include <algorithm>
-#include <utility>
+#include <string>
+#include <vector>
 
+#include "standin/batch.h"
 #include "standin/schema.h"
+#include "standin/upgrade.h"
 
 namespace trends {
 
@@ -11,39 +14,42 @@ namespace {
 
 constexpr int kBusyTimeoutMs = 5000;
 
-/// Long enough that the last page of a chunk, half empty on average, does not count; short enough
-/// that a read unpacks little that it does not return.
-constexpr std::uint32_t kValuesPerChunk = 4096;
+/// With a batch a second, chunks are made four times an hour. They change a page or two for each
+/// pen, so more often would write more; and every read of the newest values looks through the
+/// batches, so more seldom would make these slower.
+constexpr int kMostBatches = 900;
+
+/// For the sake of flash memory. A commit appends the pages that it changed to SQLite's log, which
+/// are copied to their places once for some 2000 pages; a rollback journal would write each page
+/// twice and synchronise the disk at every commit. The log is not synchronised at a commit either:
+/// a killed process loses nothing by that, a power failure what the kernel had not written yet,
+/// half a minute as a rule, and never the archive. A small page holds little beside what a commit
+/// appended, so little is written again; still smaller ones make long reads slower.
+constexpr const char* kSettings =
+    "PRAGMA page_size = 2048; PRAGMA journal_mode = WAL; PRAGMA synchronous = NORMAL;"
+    "PRAGMA wal_autocheckpoint = 2000; PRAGMA journal_size_limit = 5000000";
 
 }  // namespace
 
 struct ArchiveWriter::Statements {
     explicit Statements(SqliteDatabase& database)
-        : addChunk(
-              database,
-              "INSERT INTO chunk(pen, last, first, type, count, data) VALUES(?, ?, ?, ?, ?, ?)"),
-          addRecent(database,
-                    "INSERT INTO recent(pen, time, sequence, type, quality, value)"
-                    " VALUES(?, ?, ?, ?, ?, ?)"),
-          removeRecent(database, "DELETE FROM recent WHERE pen = ?"),
-          removeOldRecent(database, "DELETE FROM recent WHERE pen = ? AND time < ?"),
-          removeOldChunks(database, "DELETE FROM chunk WHERE pen = ? AND last < ?") {}
+        : chunks(database),
+          addRecent(database, "INSERT INTO recent(first, last, data) VALUES(?, ?, ?)"),
+          removeRecent(database, "DELETE FROM recent") {}
 
-    SqliteStatement addChunk, addRecent, removeRecent, removeOldRecent, removeOldChunks;
+    ChunkTable chunks;
+    SqliteStatement addRecent, removeRecent;
 };
 
 ArchiveWriter::ArchiveWriter(const std::string& file, const Definitions& definitions)
     : database_(file, SqliteDatabase::Access::write, kBusyTimeoutMs) {
-    // A power failure may cost the last moments, never the archive.
-    database_.execute(
-        "PRAGMA journal_mode = WAL; PRAGMA synchronous = NORMAL; PRAGMA journal_size_limit = "
-        "4000000");
+    database_.execute(kSettings);
     begin();
     makeTables();
     statements_ = std::make_unique<Statements>(database_);
+    packRecent();
     removeOtherPens(definitions);
     addPens(definitions);
-    loadTails();
     commit();
 }
 
@@ -53,47 +59,57 @@ void ArchiveWriter::add(std::int64_t pen, const Sample& sample) {
     const auto found = tails_.find(pen);
     if (found == tails_.end()) throw ArchiveError("no such pen");
     Tail& tail = found->second;
-    if (!tail.empty && sample.time < tail.last) return;
-    tail.last = sample.time;
-    tail.empty = false;
+    const bool clockSetBack = sample.time < newest_;
+    if (clockSetBack || !tail.packed.accepts(sample.time)) storeChunks();
+    if (batchEmpty_) batchFirst_ = sample.time;
+    batchEmpty_ = false;
+    newest_ = sample.time;
     tail.packed.add(sample);
-    tail.pending.push_back(sample);
-    if (tail.packed.count() < kValuesPerChunk) return;
-    begin();
-    storeChunk(pen, tail);
+    tail.batch.add(sample);
 }
 
 void ArchiveWriter::commit() {
-    for (auto& [pen, tail] : tails_) {
-        if (!tail.pending.empty()) storePending(pen, tail);
+    if (!batchEmpty_) {
+        if (batches_ < kMostBatches) {
+            storeBatch();
+        } else {
+            storeChunks();
+        }
     }
     if (!inTransaction_) return;
     database_.execute("COMMIT");
     inTransaction_ = false;
 }
 
-void ArchiveWriter::removeBefore(std::int64_t time) {
+void ArchiveWriter::keepRecorded(std::int64_t length) {
+    // A chunk counts for its time and the second after it: one with a single value counts too.
+    constexpr std::int64_t kSecond = 1'000'000;
     begin();
-    for (auto& [pen, tail] : tails_) {
-        statements_->removeOldChunks.bind(0, pen).bind(1, time).step();
-        if (tail.empty || tail.last >= time) continue;
-        // Everything of this pen is old; a part of the tail stays until all of it is.
-        statements_->removeOldRecent.bind(0, pen).bind(1, time).step();
-        tail.packed.clear();
-        tail.pending.clear();
-        tail.hasRecent = false;
+    SqliteStatement chunks(database_,
+                           "SELECT rowid, last - first FROM chunk WHERE pen = ?"
+                           " ORDER BY rowid DESC");
+    SqliteStatement remove(database_, "DELETE FROM chunk WHERE pen = ? AND rowid < ?");
+    for (const auto& [pen, tail] : tails_) {
+        std::int64_t oldest = 0;
+        std::int64_t recorded = 0;
+        chunks.bind(0, pen);
+        while (recorded < length && chunks.step()) {
+            oldest = chunks.integer(0);
+            recorded += std::clamp<std::int64_t>(chunks.integer(1), 0, kLongestChunk) + kSecond;
+        }
+        chunks.reset();
+        if (recorded >= length) remove.bind(0, pen).bind(1, oldest).step();
     }
 }
 
-std::optional<ArchiveWriter::Span> ArchiveWriter::span() {
-    if (database_.number("SELECT count(*) FROM (SELECT 1 FROM chunk UNION ALL"
-                         " SELECT 1 FROM recent LIMIT 1)") == 0) {
-        return std::nullopt;
-    }
-    return Span{database_.number("SELECT min(time) FROM (SELECT min(first) AS time FROM chunk"
-                                 " UNION ALL SELECT min(time) FROM recent)"),
-                database_.number("SELECT max(time) FROM (SELECT max(last) AS time FROM chunk"
-                                 " UNION ALL SELECT max(time) FROM recent)")};
+std::optional<ArchiveWriter::Span> ArchiveWriter::spanAtOpening(std::int64_t until) {
+    SqliteStatement span(database_,
+                         "SELECT min(first), max(min(last, ?)) FROM chunk WHERE first <= ?"
+                         " HAVING count(*) > 0");
+    if (!span.bind(0, until).bind(1, until).step()) return std::nullopt;
+    const Span found{span.integer(0), span.integer(1)};
+    span.reset();
+    return found;
 }
 
 void ArchiveWriter::finish() {
@@ -111,13 +127,38 @@ void ArchiveWriter::begin() {
 
 void ArchiveWriter::makeTables() {
     const auto version = database_.number("PRAGMA user_version");
-    const auto application = database_.number("PRAGMA application_id");
     const bool isNew = database_.number("SELECT count(*) FROM sqlite_master") == 0;
     if (isNew) {
-        database_.execute(kSchema);
-    } else if (application != kApplicationId || version != kSchemaVersion) {
+        database_.execute(kPenTables);
+        database_.execute(kTimeTables);
+    } else if (database_.number("PRAGMA application_id") != kApplicationId) {
         throw ArchiveError("not an archive of trends");
+    } else if (version == 1) {
+        upgradeFromVersion1(database_);
+    } else if (version != kSchemaVersion) {
+        throw ArchiveError("version " + std::to_string(version) + " of the archive is unknown");
     }
+}
+
+/// What an earlier writer left in batches becomes chunks: its pens may have been of other types, or
+/// are defined no more.
+void ArchiveWriter::packRecent() {
+    std::map<std::int64_t, ChunkPacker> packers;
+    SqliteStatement recent(database_, "SELECT first, data FROM recent ORDER BY rowid");
+    while (recent.step()) {
+        BatchDecoder batch(recent.integer(0), recent.bytes(1));
+        for (Run run; batch.next(run);) {
+            auto& packer = packers.try_emplace(run.pen, statements_->chunks, run.pen).first->second;
+            ChunkDecoder values(run.valueType, run.first, run.bytes);
+            for (Sample sample; values.next(sample);)
+                packer.add(run.valueType, sample);
+            if (values.damaged()) throw ArchiveError("damaged batch");
+        }
+        if (batch.damaged()) throw ArchiveError("damaged batch");
+    }
+    for (auto& [pen, packer] : packers)
+        packer.finish();
+    statements_->removeRecent.step();
 }
 
 void ArchiveWriter::removeOtherPens(const Definitions& definitions) {
@@ -133,8 +174,7 @@ void ArchiveWriter::removeOtherPens(const Definitions& definitions) {
     }
     for (const std::int64_t key : gone) {
         for (const char* sql :
-             {"DELETE FROM chunk WHERE pen = ?", "DELETE FROM recent WHERE pen = ?",
-              "DELETE FROM pen WHERE pen = ?"}) {
+             {"DELETE FROM chunk WHERE pen = ?", "DELETE FROM pen WHERE pen = ?"}) {
             SqliteStatement(database_, sql).bind(0, key).step();
         }
     }
@@ -152,75 +192,37 @@ void ArchiveWriter::addPens(const Definitions& definitions) {
                 .bind(1, std::int64_t{pen.variableKind})
                 .bind(2, std::int64_t{pen.variableNum})
                 .step();
-            Tail& tail = tails_[key];
-            tail.valueType = pen.valueType;
-            tail.packed = ChunkEncoder(pen.valueType);
+            tails_.emplace(key, Tail{ChunkEncoder(pen.valueType), ChunkEncoder(pen.valueType)});
         }
-    }
-}
-
-/// Goes on where an earlier writer stopped. Values of another type than the pen's are packed as
-/// they are, since a chunk has one type.
-void ArchiveWriter::loadTails() {
-    sequence_ = database_.number("SELECT ifnull(max(sequence), 0) FROM recent");
-    SqliteStatement last(database_,
-                         "SELECT max(last) FROM chunk WHERE pen = ? HAVING count(*) > 0");
-    SqliteStatement recent(database_,
-                           "SELECT time, value, quality, type FROM recent WHERE pen = ?"
-                           " ORDER BY time, sequence");
-    for (auto& [pen, tail] : tails_) {
-        if (last.bind(0, pen).step()) {
-            tail.last = last.integer(0);
-            tail.empty = false;
-            last.reset();
-        }
-        const std::int16_t defined = tail.valueType;
-        recent.bind(0, pen);
-        while (recent.step()) {
-            tail.valueType = static_cast<std::int16_t>(recent.integer(3));
-            if (tail.packed.count() == 0) tail.packed = ChunkEncoder(tail.valueType);
-            tail.packed.add(
-                {recent.integer(0), recent.real(1), static_cast<std::uint32_t>(recent.integer(2))});
-            tail.last = recent.integer(0);
-            tail.empty = false;
-            tail.hasRecent = true;
-        }
-        if (tail.valueType != defined) storeChunk(pen, tail);
-        tail.valueType = defined;
-        if (tail.packed.count() == 0) tail.packed = ChunkEncoder(defined);
     }
 }
 
 // ---- storing -----------------------------------------------------------------------------------
 
-void ArchiveWriter::storeChunk(std::int64_t pen, Tail& tail) {
-    ChunkEncoder& chunk = tail.packed;
-    statements_->addChunk.bind(0, pen)
-        .bind(1, chunk.last())
-        .bind(2, chunk.first())
-        .bind(3, std::int64_t{tail.valueType})
-        .bind(4, std::int64_t{chunk.count()})
-        .bind(5, chunk.bytes())
-        .step();
-    if (tail.hasRecent) statements_->removeRecent.bind(0, pen).step();
-    chunk.clear();
-    tail.pending.clear();
-    tail.hasRecent = false;
+void ArchiveWriter::storeBatch() {
+    begin();
+    BatchEncoder batch(batchFirst_);
+    for (auto& [pen, tail] : tails_) {
+        if (tail.batch.count() == 0) continue;
+        batch.add({pen, tail.batch.valueType(), tail.batch.first(), tail.batch.bytes()});
+        tail.batch.clear();
+    }
+    statements_->addRecent.bind(0, batch.first()).bind(1, newest_).bind(2, batch.bytes()).step();
+    batchEmpty_ = true;
+    ++batches_;
 }
 
-void ArchiveWriter::storePending(std::int64_t pen, Tail& tail) {
+/// The chunks hold all that is in batches and what was added since.
+void ArchiveWriter::storeChunks() {
     begin();
-    for (const Sample& sample : tail.pending) {
-        statements_->addRecent.bind(0, pen)
-            .bind(1, sample.time)
-            .bind(2, ++sequence_)
-            .bind(3, std::int64_t{tail.valueType})
-            .bind(4, std::int64_t{sample.quality})
-            .bind(5, sample.value)
-            .step();
+    for (auto& [pen, tail] : tails_) {
+        statements_->chunks.store(pen, tail.packed);
+        tail.batch.clear();
     }
-    tail.pending.clear();
-    tail.hasRecent = true;
+    statements_->removeRecent.step();
+    newest_ = std::numeric_limits<std::int64_t>::min();
+    batchEmpty_ = true;
+    batches_ = 0;
 }
 
 }  // namespace trends

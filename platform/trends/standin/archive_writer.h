@@ -1,13 +1,14 @@
 #pragma once
 
 #include <cstdint>
+#include <limits>
 #include <map>
 #include <memory>
 #include <optional>
 #include <string>
-#include <vector>
 
 #include "standin/chunk.h"
+#include "standin/chunk_table.h"
 #include "standin/definitions.h"
 #include "standin/sqlite_database.h"
 
@@ -23,53 +24,56 @@ class ArchiveWriter {
         std::int64_t first, last;  // us since 1970
     };
 
-    /// Opens the archive, making it where it is missing. Values of pens that are not defined any
-    /// more, or recorded another variable, are removed.
+    /// Opens the archive, making it where it is missing; one of the former version is converted.
+    /// Values of pens that are not defined any more, or recorded another variable, are removed.
     ArchiveWriter(const std::string& file, const Definitions& definitions);
     ~ArchiveWriter();  // gives up what was not committed
     ArchiveWriter(const ArchiveWriter&) = delete;
     ArchiveWriter& operator=(const ArchiveWriter&) = delete;
 
-    /// Appends a value to a defined pen. One that is older than the pen's last is left out: the
-    /// archive is in the order of time.
+    /// Appends a value to a defined pen. Values are expected in order of time; one that is older
+    /// than the value before, whatever its pen, is kept as well, but begins a new chunk of every
+    /// pen.
     void add(std::int64_t pen, const Sample& sample);
 
     void commit();
 
-    /// Removes values older than `time` (us since 1970), as far as whole chunks of them are; the
-    /// rest goes with a later call. Part of what the next commit keeps.
-    void removeBefore(std::int64_t time);
+    /// Removes the oldest recorded chunks of each pen: those before which the pen has been recorded
+    /// for `length` (us) since. What the clock says does not matter, nor do pauses of the recorder.
+    /// Part of what the next commit keeps.
+    void keepRecorded(std::int64_t length);
 
-    /// From the oldest to the newest value; nothing in an empty archive.
-    [[nodiscard]] std::optional<Span> span();
+    /// From the oldest value to the newest one that is not later than `until`, as far as they were
+    /// committed before the archive was opened; nothing where there are none.
+    [[nodiscard]] std::optional<Span> spanAtOpening(std::int64_t until);
 
     /// Commits and moves everything into the file itself, so that a copy of it is whole.
     void finish();
 
   private:
-    /// A pen's values behind its last chunk.
+    /// A pen's values that are in no chunk yet.
     struct Tail {
-        std::int16_t valueType = 0;
-        ChunkEncoder packed{0};
-        std::vector<Sample> pending;  // not in the table `recent` yet
-        bool hasRecent = false;       // some are in it
-        std::int64_t last = 0;        // of the newest value, also when it is in a chunk
-        bool empty = true;
+        ChunkEncoder packed;  // all of them
+        ChunkEncoder batch;   // those since the last commit
     };
 
     void begin();
     void makeTables();
+    void packRecent();
     void removeOtherPens(const Definitions& definitions);
     void addPens(const Definitions& definitions);
-    void loadTails();
-    void storeChunk(std::int64_t pen, Tail& tail);
-    void storePending(std::int64_t pen, Tail& tail);
+    void storeBatch();
+    void storeChunks();
 
     SqliteDatabase database_;
     std::map<std::int64_t, Tail> tails_;  // by pen
     struct Statements;
     std::unique_ptr<Statements> statements_;
-    std::int64_t sequence_ = 0;  // tells values of one time apart in `recent`
+    /// Of the values that are in no chunk yet, us since 1970.
+    std::int64_t newest_ = std::numeric_limits<std::int64_t>::min();
+    std::int64_t batchFirst_ = 0;  // us since 1970, of the values since the last commit
+    bool batchEmpty_ = true;
+    int batches_ = 0;  // rows of the table `recent`
     bool inTransaction_ = false;
 };
 

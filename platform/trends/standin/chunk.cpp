@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "jxotr/opchda.h"
+#include "standin/schema.h"
 
 namespace trends {
 
@@ -17,12 +18,9 @@ constexpr std::uint8_t kAllFlags = kSameStep | kSameValue | kSameQuality;
 
 constexpr std::uint32_t kGood = 0xC0;
 
-void appendNumber(std::vector<std::uint8_t>& to, std::uint64_t number) {
-    for (; number >= 0x80; number >>= 7) {
-        to.push_back(static_cast<std::uint8_t>(number | 0x80));
-    }
-    to.push_back(static_cast<std::uint8_t>(number));
-}
+/// Long enough that the last page of a chunk, half empty on average, does not count; short enough
+/// that a read unpacks little that it does not return.
+constexpr std::uint32_t kValuesPerChunk = 4096;
 
 template <class T>
 void appendBytes(std::vector<std::uint8_t>& to, T value) {
@@ -80,6 +78,12 @@ void ChunkEncoder::add(const Sample& sample) {
     ++count_;
 }
 
+bool ChunkEncoder::accepts(std::int64_t time) const {
+    if (count_ == 0) return true;
+    const auto length = static_cast<std::uint64_t>(time) - static_cast<std::uint64_t>(first_);
+    return time >= last() && length <= kLongestChunk && count_ < kValuesPerChunk;
+}
+
 void ChunkEncoder::clear() {
     bytes_.clear();
     count_ = 0;
@@ -88,11 +92,11 @@ void ChunkEncoder::clear() {
 
 ChunkDecoder::ChunkDecoder(std::int16_t valueType, std::int64_t first,
                            std::span<const std::uint8_t> bytes)
-    : valueType_(valueType), bytes_(bytes), now_(startingPoint(first)) {}
+    : valueType_(valueType), rest_(bytes), now_(startingPoint(first)) {}
 
 bool ChunkDecoder::next(Sample& sample) {
     std::uint8_t flags = 0;
-    if (damaged_ || !take(&flags, sizeof flags)) return false;
+    if (damaged_ || !rest_.take(&flags, sizeof flags)) return false;
     damaged_ = (flags & ~kAllFlags) != 0 || !takeRest(flags);
     if (damaged_) return false;
     now_.time = static_cast<std::int64_t>(static_cast<std::uint64_t>(now_.time) +
@@ -104,47 +108,29 @@ bool ChunkDecoder::next(Sample& sample) {
 bool ChunkDecoder::takeRest(std::uint8_t flags) {
     std::uint64_t number = 0;
     if ((flags & kSameStep) == 0) {
-        if (!takeNumber(number)) return false;
+        if (!rest_.takeNumber(number)) return false;
         step_ = static_cast<std::int64_t>(static_cast<std::uint64_t>(step_) + unzigzag(number));
     }
     if ((flags & kSameValue) == 0 && !takeValue()) return false;
     if ((flags & kSameQuality) == 0) {
-        if (!takeNumber(number)) return false;
+        if (!rest_.takeNumber(number)) return false;
         now_.quality = static_cast<std::uint32_t>(number);
     }
     return true;
 }
 
 bool ChunkDecoder::takeValue() {
-    if (valueType_ == jxo::kVtDouble) return take(&now_.value, sizeof now_.value);
+    if (valueType_ == jxo::kVtDouble) return rest_.take(&now_.value, sizeof now_.value);
     if (valueType_ == jxo::kVtBoolean) {
         std::uint8_t value = 0;
-        if (!take(&value, sizeof value)) return false;
+        if (!rest_.take(&value, sizeof value)) return false;
         now_.value = value;
         return true;
     }
     float value = 0;
-    if (!take(&value, sizeof value)) return false;
+    if (!rest_.take(&value, sizeof value)) return false;
     now_.value = static_cast<double>(value);
     return true;
-}
-
-bool ChunkDecoder::take(void* to, std::size_t size) {
-    if (bytes_.size() < size) return false;
-    std::memcpy(to, bytes_.data(), size);
-    bytes_ = bytes_.subspan(size);
-    return true;
-}
-
-bool ChunkDecoder::takeNumber(std::uint64_t& number) {
-    number = 0;
-    for (unsigned shift = 0; shift < 64; shift += 7) {
-        std::uint8_t byte = 0;
-        if (!take(&byte, sizeof byte)) return false;
-        number |= static_cast<std::uint64_t>(byte & 0x7F) << shift;
-        if ((byte & 0x80) == 0) return true;
-    }
-    return false;
 }
 
 }  // namespace trends

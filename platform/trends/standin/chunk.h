@@ -4,15 +4,16 @@
 #include <span>
 #include <vector>
 
-// Most of the archive are chunks: runs of one pen's values, packed, each a row of the archive's
-// table.
+#include "standin/leb128.h"
+
+// Most of the archive are chunks: runs of one pen's values in order of time, packed, each a row of
+// the archive's table.
 //
 // A chunk is a sequence of values without a gap or padding. Each begins with a byte of flags that
 // say what is as it was; what is not, follows in this order:
 //   kSameStep     else  difference of the time step to the step before, us, zigzag LEB128
-//   kSameValue    else  the value, little-endian: float and integer 4 bytes (both a float), double
-//   8,
-//                       boolean 1
+//   kSameValue    else  the value, little-endian: float and integer 4 bytes (both a float),
+//                       double 8, boolean 1
 //   kSameQuality  else  the quality word, LEB128
 // It starts from step 0 after the chunk's first time, value 0 and quality 0xC0. A value each second
 // takes 1 byte when it stands still and 5 when a float moves.
@@ -32,6 +33,11 @@ class ChunkEncoder {
 
     void add(const Sample& sample);
 
+    /// Whether a value of this time may follow in the same chunk: one that is not older than the
+    /// last, where the chunk is neither full nor becomes longer than kLongestChunk.
+    [[nodiscard]] bool accepts(std::int64_t time) const;
+
+    [[nodiscard]] std::int16_t valueType() const { return valueType_; }
     [[nodiscard]] std::uint32_t count() const { return count_; }
     [[nodiscard]] std::int64_t first() const { return first_; }  // time of the first value
     [[nodiscard]] std::int64_t last() const { return before_.time; }
@@ -59,13 +65,11 @@ class ChunkDecoder {
     [[nodiscard]] bool damaged() const { return damaged_; }
 
   private:
-    bool take(void* to, std::size_t size);
-    bool takeNumber(std::uint64_t& number);
     bool takeValue();
     bool takeRest(std::uint8_t flags);
 
     std::int16_t valueType_;
-    std::span<const std::uint8_t> bytes_;
+    PackedBytes rest_;
     std::int64_t step_ = 0;
     Sample now_;
     bool damaged_ = false;

@@ -1,20 +1,22 @@
 // The stand-in's archive, written by its writer and read through the interface that servers use.
 
 #include <gtest/gtest.h>
-#include <sqlite3.h>
 
+#include <algorithm>
 #include <cmath>
+#include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <limits>
+#include <random>
 #include <utility>
 #include <vector>
 
 #include "jxotr/IHDA_BrowseConfig.h"
 #include "standin/archive_writer.h"
+#include "standin/chunk_table.h"
 #include "standin/places.h"
-#include "standin/schema.h"
 #include "support/child_process.h"
 #include "support/pen_values.h"
 
@@ -104,46 +106,62 @@ TEST_F(TrendArchive, ShowsWhatTheDefinitionsSay) {
     EXPECT_LT(IHDA_BrowseConfig().GetConfigAll(false, &system), 0);
 }
 
-/// Far more than a chunk holds, so that every read crosses packed and recent values.
-TEST_F(TrendArchive, AnswersRangesOldestFirstUpToTheLimit) {
-    constexpr std::int64_t kCount = 10'000;
-    {
-        const auto archive = writer();
-        for (std::int64_t i = 0; i < kCount; ++i) {
-            // Three values share each second, two of them the microsecond.
-            const std::int64_t time = kBegin + i / 3 * kSecond + (i % 3 == 2 ? 1 : 0);
-            archive->add(penKey(1, 1), {time, static_cast<double>(i), i % 2 == 0 ? 0xC0U : 0x40U});
-            if (i == 5000) archive->commit();
-        }
-        archive->add(penKey(1, 1), {kBegin, -1, 0xC0});  // older than its predecessor: left out
-        archive->commit();
+/// A value that its time determines, so that values of one time need no order.
+trends::Sample sampleAt(std::int64_t time) {
+    const std::int64_t number = time / 1000 % 100'003;
+    return {time, static_cast<double>(number), number % 2 == 0 ? 0xC0U : 0x40U};
+}
+
+void expectAnswer(const PenValues& answer, const std::vector<std::int64_t>& times) {
+    ASSERT_EQ(answer.result, 0);
+    ASSERT_EQ(answer.values.size(), times.size());
+    for (std::size_t i = 0; i < times.size(); ++i) {
+        ASSERT_EQ(answer.time(i), times[i]);
+        ASSERT_EQ(answer.values[i].value.number, static_cast<float>(sampleAt(times[i]).value));
+        ASSERT_EQ(answer.values[i].quality, sampleAt(times[i]).quality);
     }
-    const struct {
-        const char* why;
-        std::int64_t from, to;
-        unsigned int limit;
-        std::int64_t first, count;
-    } rows[] = {
-        {"everything", 0, kEver, 1'000'000, 0, kCount},
-        {"the limit cuts the newest", 0, kEver, 4097, 0, 4097},
-        {"both ends belong to the range", kBegin + kSecond, kBegin + 2 * kSecond, 100, 3, 5},
-        {"from the middle on", kBegin + 1365 * kSecond, kEver, 10, 4095, 10},
-        {"before the archive", 0, kBegin - 1, 100, 0, 0},
-        {"backwards", kEver, 0, 100, 0, 0},
-        {"no values wanted", 0, kEver, 0, 0, 0},
+}
+
+/// Against a sorted list: batches and chunks, full and cut short, writers that end at any time, and
+/// a clock that is set in both directions.
+TEST_F(TrendArchive, AnswersEveryRangeInOrderUpToTheLimit) {
+    std::mt19937 random(5);
+    const auto below = [&random](std::int64_t bound) {
+        return static_cast<std::int64_t>(random()) % bound;
     };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.why);
-        const PenValues answer = readPen(kFloatPen, row.from, row.to, row.limit);
-        ASSERT_EQ(answer.result, 0);
-        ASSERT_EQ(answer.values.size(), static_cast<std::size_t>(row.count));
-        for (std::size_t i = 0; i < answer.values.size(); ++i) {
-            const std::int64_t num = row.first + static_cast<std::int64_t>(i);
-            ASSERT_EQ(answer.values[i].value.number, static_cast<float>(num));
-            ASSERT_EQ(answer.time(i), kBegin + num / 3 * kSecond + (num % 3 == 2 ? 1 : 0));
-            ASSERT_EQ(answer.values[i].quality, num % 2 == 0 ? 0xC0U : 0x40U);
-        }
+    std::vector<std::int64_t> recorded;
+    auto archive = writer();
+    std::int64_t time = kBegin;
+    for (int i = 0; i < 60'000; ++i) {
+        const std::int64_t event = below(6000);
+        time += event == 0   ? -below(20'000) * kSecond
+                : event == 1 ? below(20'000) * kSecond
+                             : event % 4 * 300'000;
+        recorded.push_back(time);
+        archive->add(penKey(1, 1), sampleAt(time));
+        if (event % 3 == 0) archive->add(penKey(2, 3), sampleAt(time));
+        if (event % 20 == 0) archive->commit();
+        if (event != 2) continue;
+        archive->commit();
+        archive->add(penKey(1, 1), {time, -1, 0});  // never committed
+        archive.reset();
+        archive = writer();
     }
+    archive->commit();
+    std::sort(recorded.begin(), recorded.end());
+    EXPECT_EQ(archive->spanAtOpening(kEver)->first, recorded.front());
+    expectAnswer(readPen(kFloatPen), recorded);
+    for (int i = 0; i < 300; ++i) {
+        const std::int64_t from = recorded[random() % recorded.size()] + below(3) - 1;
+        const std::int64_t to = i % 2 == 0 ? from + below(30'000) * kSecond : kEver;
+        const auto limit = static_cast<unsigned>(i % 3 == 0 ? 100'000 : below(5000));
+        const auto first = std::lower_bound(recorded.begin(), recorded.end(), from);
+        const auto last = std::upper_bound(first, recorded.end(), to);
+        const auto cut = first + std::min<std::int64_t>(last - first, limit);
+        expectAnswer(readPen(kFloatPen, from, to, limit), {first, cut});
+    }
+    expectAnswer(readPen(kFloatPen, 0, recorded[0] - 1), {});
+    expectAnswer(readPen(kFloatPen, kEver, 0), {});
     EXPECT_LT(readPen({1, 3}).result, 0);
     EXPECT_TRUE(readPen({2, 1}).values.empty());
 }
@@ -158,7 +176,7 @@ std::pair<double, double> storedAndExpected(const OPCHDAITEMVALUE& value, double
 TEST_F(TrendArchive, KeepsEveryTypeAsItIs) {
     const double inputs[] = {-3.9, 0, std::numeric_limits<double>::infinity(), std::nan(""), 1e300};
     constexpr OPCHDAITEMDEF kPens[] = {{1, 1}, {1, 2}, {2, 1}, {2, 2}};
-    for (const int values : {5, 25'000}) {  // recent ones, packed ones
+    for (const int values : {5, 25'000}) {  // a batch, chunks
         SCOPED_TRACE(values);
         std::filesystem::remove(trends::archiveFile());
         const auto archive = writer();
@@ -181,42 +199,96 @@ TEST_F(TrendArchive, KeepsEveryTypeAsItIs) {
     }
 }
 
-TEST_F(TrendArchive, GoesOnWhereAnEarlierWriterStoppedAndForgetsTheOld) {
-    for (std::int64_t run = 0; run < 10; ++run) {
+TEST_F(TrendArchive, APenMayChangeItsTypeButNotItsVariable) {
+    int seconds = 0;
+    for (const char* type : {"float", "double", "boolean", "float"}) {
+        define(std::string("[Plotter_1]\nPen_1 = VA, 6, ") + type + "\n");
         const auto archive = writer();
-        for (std::int64_t i = run * 1000; i < run * 1000 + 1000; ++i) {
-            archive->add(penKey(1, 1), {kBegin + i * kSecond, static_cast<double>(i), 0xC0});
-        }
+        for (int i = 0; i < 2; ++i)
+            archive->add(penKey(1, 1), {kBegin + seconds++ * kSecond, 1.1, 0xC0});
         archive->commit();
-        archive->add(penKey(1, 1), {kBegin + 999'999 * kSecond, 0, 0});  // never committed
     }
-    const PenValues all = readPen(kFloatPen);
-    ASSERT_EQ(all.values.size(), 10'000U);
-    for (std::size_t i = 0; i < all.values.size(); ++i) {
-        ASSERT_EQ(all.values[i].value.number, static_cast<float>(i));
-    }
-    const auto archive = writer();
-    EXPECT_EQ(archive->span()->first, kBegin);
-    EXPECT_EQ(archive->span()->last, kBegin + 9999 * kSecond);
-    archive->removeBefore(kBegin + 5000 * kSecond);
-    archive->commit();
-    const PenValues rest = readPen(kFloatPen);
-    ASSERT_FALSE(rest.values.empty());
-    EXPECT_LE(rest.time(0), kBegin + 5000 * kSecond);
-    EXPECT_GT(rest.time(0), kBegin);
-    EXPECT_EQ(rest.time(rest.values.size() - 1), kBegin + 9999 * kSecond);
-    archive->removeBefore(kBegin + 10'000 * kSecond);
-    archive->commit();
-    EXPECT_TRUE(readPen(kFloatPen).values.empty());
-    EXPECT_FALSE(archive->span().has_value());
+    std::vector<std::pair<int, double>> got;
+    for (const auto& value : readPen(kFloatPen).values)
+        got.emplace_back(value.vt, storedAndExpected(value, 0).first);
+    const std::pair<int, double> single{4, 1.1F};
+    const std::pair<int, double> wide{5, 1.1};
+    const std::pair<int, double> boolean{11, 1};
+    EXPECT_EQ(got, (decltype(got){single, single, wide, wide, boolean, boolean, single, single}));
 
-    archive->add(penKey(1, 1), {kBegin + 20'000 * kSecond, 1, 0xC0});
-    archive->commit();
     define("[Plotter_1]\nPen_1 = VA, 7, float\n");
     static_cast<void>(writer());
-    EXPECT_EQ(readPen(kFloatPen).result, 0);
-    EXPECT_TRUE(readPen(kFloatPen).values.empty()) << "values of another variable";
+    expectAnswer(readPen(kFloatPen), {});
     EXPECT_LT(readPen({2, 1}).result, 0);
+}
+
+/// What the clock says must not matter: a step beyond the length would delete everything.
+TEST_F(TrendArchive, KeepsWhatWasRecordedLast) {
+    constexpr std::int64_t kHour = 3600 * kSecond;
+    const std::int64_t begins[] = {kBegin, kBegin + 99'999 * kHour, kBegin + 10 * kHour};
+    const auto archive = writer();
+    for (const std::int64_t begin : begins) {
+        for (std::int64_t time = begin; time < begin + 4 * kHour; time += kSecond)
+            archive->add(penKey(1, 1), sampleAt(time));
+    }
+    archive->commit();
+    const struct {
+        std::int64_t hours;
+        std::size_t hoursAtLeast;
+    } rows[] = {{1000, 12}, {11, 11}, {6, 6}, {1, 1}};
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.hours);
+        archive->keepRecorded(row.hours * kHour);
+        archive->commit();
+        const PenValues rest = readPen(kFloatPen);
+        EXPECT_GE(rest.values.size(), row.hoursAtLeast * 3600);
+        EXPECT_LE(rest.values.size(), row.hoursAtLeast * 3600 + 2 * 4096);
+        EXPECT_EQ(rest.time(0) < kBegin + 10 * kHour, row.hours > 8) << "recorded first goes first";
+        EXPECT_EQ(readPen(kFloatPen, begins[2] + 3 * kHour, begins[2] + 4 * kHour).values.size(),
+                  3600U);
+    }
+}
+
+/// An archive as version 1 left it: a row for each value that was in no chunk, and a chunk that
+/// goes on after a pause of a month.
+TEST_F(TrendArchive, ConvertsTheFormerVersion) {
+    std::vector<std::int64_t> times;
+    trends::ChunkEncoder chunk(4);
+    for (int i = 0; i < 4000; ++i) {
+        times.push_back(kBegin + (i < 2000 ? i : i + 2'592'000) * kSecond);
+        chunk.add(sampleAt(times.back()));
+    }
+    {
+        trends::SqliteDatabase old(trends::archiveFile(), trends::SqliteDatabase::Access::write, 0);
+        old.execute(
+            "CREATE TABLE pen(pen INTEGER PRIMARY KEY, kind INTEGER, variable INTEGER);"
+            "CREATE TABLE chunk(pen INTEGER, last INTEGER, first INTEGER, type INTEGER,"
+            " count INTEGER, data BLOB); CREATE INDEX chunk_by_time ON chunk(pen, last);"
+            "CREATE TABLE recent(pen INTEGER, time INTEGER, sequence INTEGER, type INTEGER,"
+            " quality INTEGER, value REAL, PRIMARY KEY(pen, time, sequence)) WITHOUT ROWID;"
+            "INSERT INTO pen VALUES(65537, 0, 6); PRAGMA application_id = 1515475505;"
+            "PRAGMA user_version = 1");
+        trends::ChunkTable(old).store(penKey(1, 1), chunk);
+        trends::SqliteStatement recent(old, "INSERT INTO recent VALUES(65537, ?, ?, 4, ?, ?)");
+        for (int i = 0; i < 3; ++i) {
+            times.push_back(times.back() + (i == 1 ? 0 : kSecond));
+            const auto sample = sampleAt(times.back());
+            recent.bind(0, sample.time)
+                .bind(1, std::int64_t{i})
+                .bind(2, std::int64_t{sample.quality})
+                .bind(3, sample.value)
+                .step();
+        }
+    }
+    EXPECT_LT(readPen(kFloatPen).result, 0) << "not before it is converted";
+    static_cast<void>(writer());
+    expectAnswer(readPen(kFloatPen), times);
+    const std::int64_t late = times[3000];
+    expectAnswer(readPen(kFloatPen, late, late), {late});
+
+    trends::SqliteDatabase(trends::archiveFile(), trends::SqliteDatabase::Access::write, 0)
+        .execute("PRAGMA user_version = 3");
+    EXPECT_THROW(static_cast<void>(writer()), trends::ArchiveError);
 }
 
 TEST_F(TrendArchive, AnswersADamagedArchiveWithAnError) {
@@ -225,6 +297,7 @@ TEST_F(TrendArchive, AnswersADamagedArchiveWithAnError) {
         const auto archive = writer();
         for (std::int64_t i = 0; i < 9000; ++i) {
             archive->add(penKey(1, 1), {kBegin + i * kSecond, std::sin(double(i)), 0xC0});
+            if (i > 8900) archive->commit();
         }
         archive->finish();
     }
@@ -254,17 +327,17 @@ TEST_F(TrendArchive, AnswersADamagedArchiveWithAnError) {
     EXPECT_EQ(readPen(kFloatPen).values.size(), 9000U);
 }
 
-TEST_F(TrendArchive, IsReadWhileAWriterGoesOn) {
-    constexpr std::int64_t kCount = 30'000;
+TEST_F(TrendArchive, IsReadWhileAWriterGoesOnUntilItIsKilled) {
+    constexpr std::size_t kCount = 30'000;
     static_cast<void>(writer());
     ChildProcess writing([this] {
         const auto archive = writer();
-        for (std::int64_t i = 0; i < kCount; ++i) {
-            archive->add(penKey(1, 1), {kBegin + i * kSecond, static_cast<double>(i), 0xC0});
-            if (i % 50 == 0) archive->commit();
+        for (std::size_t i = 0; i <= kCount; ++i) {
+            const auto time = kBegin + static_cast<std::int64_t>(i) * kSecond;
+            archive->add(penKey(1, 1), {time, static_cast<double>(i), 0xC0});
+            if (i % 50 == 49) archive->commit();
         }
-        archive->commit();
-        return 0;
+        return raise(SIGKILL);
     });
     std::size_t before = 0;
     bool sawGrowth = false;
@@ -278,9 +351,9 @@ TEST_F(TrendArchive, IsReadWhileAWriterGoesOn) {
             ASSERT_EQ(answer.values[i].value.number, static_cast<float>(i));
         }
     } while (writing.alive());
-    EXPECT_EQ(writing.wait(), 0);
+    EXPECT_EQ(writing.wait(), 128 + SIGKILL);
     EXPECT_TRUE(sawGrowth);
-    EXPECT_EQ(readPen(kFloatPen).values.size(), static_cast<std::size_t>(kCount));
+    EXPECT_EQ(readPen(kFloatPen).values.size(), kCount) << "all that was committed";
 }
 
 }  // namespace

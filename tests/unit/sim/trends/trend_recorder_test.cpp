@@ -1,0 +1,179 @@
+#include "trends/trend_recorder.h"
+
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+
+#include <csignal>
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "layout/field_table.h"
+#include "plant/quality.h"
+#include "standin/places.h"
+#include "support/pen_values.h"
+#include "support/wait_until.h"
+#include "unit/sim/site/temporary_site.h"
+
+namespace {
+
+using sim::TypeCode;
+
+/// Two analog inputs with a scale of 0 to 100 and a contact, in plain memory.
+struct SmallDatabase {
+    SmallDatabase() {
+        auto& analog = memory.of(TypeCode::VA);
+        analog = {2, passports, nullptr, analogs};
+        memory.of(TypeCode::DI) = {1, nullptr, nullptr, contacts};
+        memory.timeQuality = quality;
+        for (std::size_t i = 0; i < 2; ++i) {
+            sim::store(memory.passport(TypeCode::VA, i) + sim::at(TypeCode::VA, "KSHK"), 100.0F);
+            setQuality(memory, TypeCode::VA, i, sim::Quality::good);
+        }
+    }
+    std::byte passports[2 * 114]{}, analogs[8]{}, contacts[1]{}, quality[3 * 24]{};
+    sim::DatabaseMemory memory;
+};
+
+TEST(PenSampler, TakesChangesBeyondNoiseAndAValueASecond) {
+    SmallDatabase database;
+    std::string problem;
+    const auto definitions = trends::parseDefinitions(
+        "[Plotter_1]\nPen_1 = VA, 1, float\nPen_2 = VA, 2, integer\nPen_3 = VD, 1, boolean\n"
+        "Pen_4 = VA, 3, float\n",  // no such variable
+        problem);
+    sim::PenSampler sampler(database.memory, definitions);
+    EXPECT_EQ(sampler.recordedPens(), 3U);
+    const struct {
+        const char* why;
+        int ms;
+        float first, second;
+        unsigned contact;
+        sim::Quality quality;  // of the first
+        std::map<std::int64_t, double> want;
+    } steps[] = {
+        {"at first all", 0, 10, 20.4F, 0, sim::Quality::good, {{1, 10}, {2, 20}, {3, 0}}},
+        {"noise", 100, 10.4F, 20.2F, 0, sim::Quality::good, {}},
+        {"beyond the noise", 200, 10.6F, 20.4F, 1, sim::Quality::good, {{1, 10.6F}, {3, 1}}},
+        {"noise again, from the new value", 300, 10.2F, 20.4F, 1, sim::Quality::good, {}},
+        {"quality", 400, 10.2F, 20.4F, 1, sim::Quality::bad, {{1, 10.2F}}},
+        {"a second without a change", 1000, 10.2F, 20.4F, 1, sim::Quality::bad, {{2, 20}}},
+        {"a second later still", 1400, 10.2F, 20.4F, 1, sim::Quality::bad, {{1, 10.2F}, {3, 1}}},
+        {"clock set back", 500, 10.2F, 20.4F, 1, sim::Quality::bad, {{1, 10.2F}, {2, 20}, {3, 1}}},
+    };
+    for (const auto& step : steps) {
+        SCOPED_TRACE(step.why);
+        sim::store(database.analogs, step.first);
+        sim::store(database.analogs + 4, step.second);
+        database.contacts[0] = static_cast<std::byte>(step.contact);
+        setQuality(database.memory, TypeCode::VA, 0, step.quality);
+        std::vector<sim::PenValue> values;
+        sampler.sample({1000, step.ms * 1000}, values);
+        std::map<std::int64_t, double> got;
+        for (const auto& value : values) {
+            got[value.pen - trends::penKey(1, 0)] = value.sample.value;
+            EXPECT_EQ(value.sample.time, 1'000'000'000 + step.ms * 1000);
+        }
+        EXPECT_EQ(got, step.want);
+    }
+}
+
+/// The recorder's archive as a server reads it. Each call of `record` is a second's values of three
+/// pens.
+class Recorder : public testing::Test {
+  protected:
+    Recorder() {
+        site.write("trends/x", "");
+        std::string problem;
+        definitions = trends::parseDefinitions(
+            "[Plotter_1]\nPen_1 = VA, 1, float\nPen_2 = VA, 2, float\nPen_3 = VD, 1, boolean\n",
+            problem);
+        restart();
+    }
+
+    void restart() {
+        recorder = nullptr;
+        recorder = std::make_unique<sim::TrendRecorder>(trends::archiveFile(), definitions,
+                                                        database.memory, std::chrono::hours(1));
+        recorder->start();
+    }
+
+    void record(std::int64_t fromSecond, std::int64_t seconds) {
+        for (std::int64_t i = 0; i < seconds; ++i)
+            recorder->record({fromSecond + i, 0});
+    }
+
+    static std::size_t values() {
+        return readPen({1, 1}).values.size() + readPen({1, 2}).values.size() +
+               readPen({1, 3}).values.size();
+    }
+
+    bool says(const std::string& text) {
+        return waitUntil(
+            [&] { return (said += recorder->takeMessages()).find(text) != said.npos; });
+    }
+
+    TemporarySite site;
+    SmallDatabase database;
+    trends::Definitions definitions;
+    std::unique_ptr<sim::TrendRecorder> recorder;
+    std::string said;
+};
+
+/// No file may grow, as on a full disk.
+class FullDisk {
+  public:
+    FullDisk() {
+        static_cast<void>(std::signal(SIGXFSZ, SIG_IGN));
+        EXPECT_EQ(getrlimit(RLIMIT_FSIZE, &before_), 0);
+        const rlimit nothing{0, before_.rlim_max};
+        EXPECT_EQ(setrlimit(RLIMIT_FSIZE, &nothing), 0);
+    }
+    ~FullDisk() { EXPECT_EQ(setrlimit(RLIMIT_FSIZE, &before_), 0); }
+    FullDisk(const FullDisk&) = delete;
+    FullDisk& operator=(const FullDisk&) = delete;
+
+  private:
+    rlimit before_{};
+};
+
+TEST_F(Recorder, GoesOnAfterAFullDiskAndSaysWhatItCost) {
+    constexpr std::size_t kBefore = 30;
+    constexpr std::size_t kMore = 102'000;
+    record(1000, kBefore / 3);
+    ASSERT_TRUE(waitUntil([] { return values() == kBefore; }));
+    {
+        const FullDisk fullDisk;
+        record(2000, kMore / 3);
+        EXPECT_TRUE(says("Архив трендов не записывается: "));
+        // Nothing shows from outside that a second try has failed as well.
+        std::this_thread::sleep_for(sim::TrendRecorder::kRetryAfter * 3 / 2);
+    }
+    EXPECT_TRUE(says("потеряно значений: 2000\n")) << said;
+    EXPECT_EQ(said.find("не записывается"), said.rfind("не записывается")) << "once";
+    EXPECT_EQ(values(), kBefore + sim::TrendRecorder::kMostWaiting);
+    EXPECT_EQ(readPen({1, 1}, 2'000'000'000).time(0), 2'667'000'000) << "the oldest are lost";
+
+    record(50'000, 1);
+    ASSERT_TRUE(waitUntil([] { return readPen({1, 3}, 50'000'000'000).values.size() == 1; }));
+    const FullDisk fullDisk;
+    record(60'000, 7);
+    recorder->close();
+    EXPECT_TRUE(says("до конца не записан, потеряно значений: 21\n")) << said;
+}
+
+/// Two steps of the clock, both beyond what is kept.
+TEST_F(Recorder, LosesNothingToTheClock) {
+    for (const std::int64_t begin : {100'000, 9'000'000, 100'010, 20'000})
+        record(begin, 10);
+    restart();
+    record(100'020, 1);
+    restart();
+    const PenValues all = readPen({1, 1});
+    ASSERT_EQ(all.values.size(), 41U);
+    for (std::size_t i = 0; i < 21; ++i)
+        EXPECT_EQ(all.time(10 + i), (100'000 + static_cast<std::int64_t>(i)) * 1'000'000);
+}
+
+}  // namespace
