@@ -1,12 +1,17 @@
 #include "lib/util/vs_sem.h"
 
+#include <fcntl.h>
+#include <sys/file.h>
 #include <sys/ipc.h>
 #include <sys/sem.h>
+#include <unistd.h>
 
 #include <cerrno>
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <string>
+#include <thread>
 
 #include "lib/util/shmem.h"
 
@@ -24,21 +29,82 @@ int change(int id, short by, short flags) {
     return result;
 }
 
+// Empty for an index outside 0 to 127.
+std::string keyFileOf(int index) {
+    if (index < 0 || index >= kIpcIndexCount) return {};
+    // The environment itself, not SRV_Path: the controller's other programs look here each time.
+    const char* folder = std::getenv("VESKPATH");
+    return std::string(folder != nullptr ? folder : "/zrt") +
+           ID_mas[static_cast<std::size_t>(index)].file;
+}
+
+// ---- The initial value ----
+
+/// Keeps processes apart that raise a set, for a scope. Ends with its holder. Without a key file
+/// that can be read it keeps nobody out.
+class KeyFileLock {
+  public:
+    explicit KeyFileLock(const std::string& keyFile)
+        : file_(open(keyFile.c_str(), O_RDONLY | O_CLOEXEC)) {
+        while (file_ != -1 && flock(file_, LOCK_EX) == -1 && errno == EINTR) {
+        }
+    }
+    ~KeyFileLock() {
+        if (file_ != -1) close(file_);
+    }
+    KeyFileLock(const KeyFileLock&) = delete;
+    KeyFileLock& operator=(const KeyFileLock&) = delete;
+
+  private:
+    int file_;
+};
+
+// The caller of semctl declares its fourth argument.
+union semun {
+    int val;
+    semid_ds* buf;
+};
+
+// False for a set that is as semget made it: nobody has used it, nor raised it.
+bool isRaised(int id) {
+    semid_ds info{};
+    if (semctl(id, kOnlySemaphore, IPC_STAT, semun{.buf = &info}) == -1) return true;  // gone
+    return info.sem_otime != 0 || semctl(id, kOnlySemaphore, GETVAL) != 0;
+}
+
+// Raising it twice would let two processes in at a time. Whether it has been raised cannot be asked
+// and answered in one step of the semaphore itself, hence the lock.
+void raiseOnce(int id, const std::string& keyFile) {
+    const KeyFileLock lock(keyFile);
+    // Without SEM_UNDO: the initial value must outlive whoever sets it.
+    if (!isRaised(id)) static_cast<void>(change(id, +1, 0));  // fails for a set that is gone only
+}
+
+// A maker that died before it raised the set would leave everybody waiting for ever.
+void raiseForDeadMaker(int id, const std::string& keyFile) {
+    using Clock = std::chrono::steady_clock;
+    constexpr auto kPatience = std::chrono::seconds(1);  // a living maker needs microseconds
+    constexpr auto kPause = std::chrono::milliseconds(5);
+    const auto end = Clock::now() + kPatience;
+    while (!isRaised(id)) {
+        if (Clock::now() >= end) return raiseOnce(id, keyFile);
+        std::this_thread::sleep_for(kPause);
+    }
+}
+
 }  // namespace
 
 key_t SemKey(int index) {
-    if (index < 0 || index >= kIpcIndexCount) {
+    const std::string file = keyFileOf(index);
+    if (file.empty()) {
         errno = EINVAL;
         return -1;
     }
-    // The environment itself, not SRV_Path: the controller's other programs look here each time.
-    const char* folder = std::getenv("VESKPATH");
-    const ID_struct& row = ID_mas[static_cast<std::size_t>(index)];
-    const std::string file = std::string(folder != nullptr ? folder : "/zrt") + row.file;
-    return ftok(file.c_str(), row.ch);
+    return ftok(file.c_str(), ID_mas[static_cast<std::size_t>(index)].ch);
 }
 
-vs_sem::vs_sem(int index, unsigned perm) : sem_perm(perm), sem_key(SemKey(index)) {
+vs_sem::vs_sem(int index, unsigned perm)
+    : sem_perm(perm), sem_key(SemKey(index)), keyFile_(keyFileOf(index)) {
     // KEPT: without a key file the set of key -1 is used; all processes that lack the file share
     // it.
     if (sem_key == -1) std::perror("vs_sem(ftok)");
@@ -46,12 +112,15 @@ vs_sem::vs_sem(int index, unsigned perm) : sem_perm(perm), sem_key(SemKey(index)
     id_sem = semget(sem_key, semnum, flags | IPC_EXCL);
     if (id_sem != -1) {
         cr_sem = 1;
-        // Without SEM_UNDO: the initial value must outlive its maker.
-        static_cast<void>(change(id_sem, +1, 0));  // cannot fail on a set just made
+        raiseOnce(id_sem, keyFile_);
         return;
     }
     id_sem = semget(sem_key, semnum, flags);
-    if (id_sem == -1) std::perror("vs_sem(semget)");
+    if (id_sem == -1) {
+        std::perror("vs_sem(semget)");
+        return;
+    }
+    raiseForDeadMaker(id_sem, keyFile_);
 }
 
 vs_sem::~vs_sem() {
@@ -66,6 +135,7 @@ void vs_sem::sem_lock() {
     if (anew == -1 || anew == id_sem) return;
     id_sem = anew;
     cr_sem = 0;
+    raiseForDeadMaker(id_sem, keyFile_);
     static_cast<void>(change(id_sem, -1, SEM_UNDO));  // removed again meanwhile: as without one
 }
 

@@ -2,6 +2,8 @@
 
 #include <sys/types.h>
 
+#include <string>
+
 #include "lib/util/bool16.h"
 
 /// Key of an IPC index as semaphores, the name registry and the message queues use it: installation
@@ -19,7 +21,8 @@ class vs_sem {
   public:
     /// Makes the set (initial value 1) or joins it. Never fails visibly: a missing key file and a
     /// set that cannot be had are reported on standard error ("vs_sem(ftok)", "vs_sem(semget)"),
-    /// and the operations then do nothing.
+    /// and the operations then do nothing. A set that its maker has left at 0 is given a second,
+    /// then raised in its place; never twice, however many processes find it so.
     /// @param perm  permission bits, as 0666
     vs_sem(int index, unsigned perm);
     virtual ~vs_sem();
@@ -50,6 +53,9 @@ class vs_sem {
     char id_c = 0;
     BOOL cr_sem = 0;  ///< this object made the set
     key_t sem_key;    ///< -1 without a key file
+
+  private:
+    std::string keyFile_;  // locked while the set is raised
 };
 
 /// Holds a vs_sem for a scope.

@@ -2,9 +2,12 @@
 
 #include <gtest/gtest.h>
 #include <sched.h>
+#include <sys/file.h>
 #include <sys/mman.h>
 #include <sys/sem.h>
+#include <sys/syscall.h>
 #include <sys/time.h>
+#include <unistd.h>
 
 #include <atomic>
 #include <cstdlib>
@@ -17,6 +20,34 @@
 #include "lib/util/ipc_objects.h"
 #include "support/child_process.h"
 #include "support/vesk_path.h"
+
+namespace {
+
+/// What the processes of a test share.
+struct Shared {
+    std::atomic<unsigned> come, made, done, locked, raising;
+    volatile unsigned count;
+};
+constexpr unsigned kProcesses = 4;
+/// While it is set, nobody raises a set before all processes wait for that or are about to.
+Shared* meetBeforeRaising = nullptr;
+
+}  // namespace
+
+extern "C" int flock(int file, int operation) noexcept {
+    if (meetBeforeRaising != nullptr) ++meetBeforeRaising->locked;
+    return static_cast<int>(syscall(SYS_flock, file, operation));
+}
+extern "C" int semop(int set, sembuf* operations, size_t count) noexcept {
+    if (meetBeforeRaising != nullptr && operations->sem_flg == 0) {
+        ++meetBeforeRaising->raising;
+        waitUntil([] {
+            return meetBeforeRaising->locked == kProcesses ||
+                   meetBeforeRaising->raising == kProcesses;
+        });
+    }
+    return static_cast<int>(syscall(SYS_semop, set, operations, count));
+}
 
 namespace {
 
@@ -89,42 +120,45 @@ TEST(VsSem, LockKeepsOthersOutWhateverSignalsTheyGetAndEndsWithItsHolder) {
 }
 
 /// Processes that all try to make the set, then count in memory that only the lock keeps right.
-TEST(VsSem, LetsOneProcessInAtATime) {
-    constexpr unsigned kProcesses = 4;
+TEST(VsSem, LetsOneProcessInAtATimeAlsoWhenItsMakerDiedBeforeItRaisedIt) {
     constexpr unsigned kEach = 5000;
-    struct Shared {
-        std::atomic<unsigned> come, made, done;
-        volatile unsigned count;
-    };
     void* const memory =
         mmap(nullptr, sizeof(Shared), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
     ASSERT_NE(memory, MAP_FAILED);
-    auto& shared = *new (memory) Shared{};
     const auto meet = [](std::atomic<unsigned>& number) {
         for (++number; number < kProcesses;)
             sched_yield();
     };
-    const VeskPath path;
-    std::vector<std::unique_ptr<ChildProcess>> users;
-    for (unsigned user = 0; user < kProcesses; ++user) {
-        users.push_back(std::make_unique<ChildProcess>([&] {
-            meet(shared.come);
-            vs_sem sem(kIndex, 0666);
-            shared.made += sem.is_created() != 0 ? 1U : 0U;
-            for (unsigned i = 0; i < kEach; ++i) {
-                const SemLock held(sem);
-                const unsigned before = shared.count;
-                if (i % 16 == 0) sched_yield();
-                shared.count = before + 1;
-            }
-            meet(shared.done);  // the maker takes the set away
-            return 0;
-        }));
+    for (const bool makerDied : {false, true}) {
+        SCOPED_TRACE(makerDied);
+        auto& shared = *new (memory) Shared{};
+        meetBeforeRaising = makerDied ? &shared : nullptr;
+        const VeskPath path;
+        const int left =
+            makerDied ? semget(path.key("vskontr", 'a'), 1, IPC_CREAT | IPC_EXCL | 0666) : -1;
+        std::vector<std::unique_ptr<ChildProcess>> users;
+        for (unsigned user = 0; user < kProcesses; ++user) {
+            users.push_back(std::make_unique<ChildProcess>([&] {
+                meet(shared.come);
+                vs_sem sem(kIndex, 0666);
+                shared.made += sem.is_created() != 0 ? 1U : 0U;
+                for (unsigned i = 0; i < kEach; ++i) {
+                    const SemLock held(sem);
+                    const unsigned before = shared.count;
+                    if (i % 16 == 0) sched_yield();
+                    shared.count = before + 1;
+                }
+                meet(shared.done);  // the maker takes the set away
+                return 0;
+            }));
+        }
+        for (auto& user : users)
+            EXPECT_EQ(user->wait(), 0);
+        EXPECT_EQ(shared.made, makerDied ? 0U : 1U);
+        EXPECT_EQ(shared.count, kProcesses * kEach);
+        EXPECT_EQ(semctl(left, 0, GETVAL), makerDied ? 1 : -1);
     }
-    for (auto& user : users)
-        EXPECT_EQ(user->wait(), 0);
-    EXPECT_EQ(shared.made, 1U);
-    EXPECT_EQ(shared.count, kProcesses * kEach);
+    meetBeforeRaising = nullptr;
     munmap(memory, sizeof(Shared));
 }
 
