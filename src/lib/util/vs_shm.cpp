@@ -42,14 +42,8 @@ vs_shm::vs_shm(int index) : vs_sem(index, kRegistryPerm) {
         return;
     }
     buf_names = static_cast<buf_str*>(attachOrNull(id_shm));
-    if (buf_names == nullptr) {
-        std::perror("vs_shm(shmat)");
-        return;
-    }
-    if (cr_mem != 0) {
-        const SemLock lock(*this);
-        std::memset(buf_names, 0, kRegistryBytes);
-    }
+    // The maker clears nothing: a new segment is zeroed, and others may have joined it by now.
+    if (buf_names == nullptr) std::perror("vs_shm(shmat)");
 }
 
 vs_shm::~vs_shm() {

@@ -65,6 +65,23 @@ TEST(RegistryLife, IsRemovedByItsMakerWithTheGenerationByte) {
     EXPECT_EQ(err.text(), "vs_shm(shmctl): Invalid argument\n") << "no generation byte was set";
 }
 
+TEST(RegistryLife, ItsMakerClearsNothingThatOthersHaveAdded) {
+    const VeskPath path;
+    vs_sem lock(0, 0666);  // as taken by a process that was quicker to join
+    lock.sem_lock();
+    ChildProcess maker([] {
+        vs_shm registry(0);
+        const SemLock held(registry);
+        return registry.cr_mem != 0 && registry.name_find("VsBASE") == getpid() ? 0 : 1;
+    });
+    const auto made = [&] { return IpcFind(IpcKind::segment, path.key("proxy", 'a')); };
+    ASSERT_TRUE(waitUntil([&] { return made() && semctl(lock.id_sem, 0, GETNCNT) == 1; }));
+    const vs_shm joined(0);
+    joined.buf_names[0] = {maker.pid(), "VsBASE"};
+    lock.sem_unlock();
+    EXPECT_EQ(maker.wait(), 0);
+}
+
 TEST(RegistryLife, WithoutItsSegmentNothingIsFoundOrTaken) {
     const VeskPath path;
     Capture err(STDERR_FILENO);
