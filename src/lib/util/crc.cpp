@@ -3,10 +3,10 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include <atomic>
 #include <cstdio>
 #include <cstring>
 #include <ctime>
+#include <mutex>
 #include <string>
 
 #include "lib/util/veskpath.h"
@@ -72,7 +72,9 @@ void SaveCRCFileDB(const char* path) {
 }
 
 void SaveCRCFileRoll(const char* path) {
-    static std::atomic<std::uint32_t> saveNumber{0};
+    static std::mutex oneAtATime;  // or two of them would write the same number
+    static std::uint32_t saveNumber = 0;
+    const std::lock_guard guard(oneAtATime);
     if (writeCrcFile(path, saveNumber, O_SYNC)) ++saveNumber;
 }
 

@@ -5,7 +5,9 @@
 #include <cstdlib>
 #include <ctime>
 #include <filesystem>
+#include <set>
 #include <string>
+#include <thread>
 
 #include "lib/util/veskpath.h"
 #include "support/child_process.h"
@@ -61,11 +63,27 @@ TEST(CrcFile, ChecksTagThenCheckValue) {
     EXPECT_EQ(CheckCRCFile(path("").c_str(), nullptr), 1) << "a folder";
 }
 
-TEST(CrcFile, NumbersTheSavesOfAProcess) {
+TEST(CrcFile, NumbersTheSavesOfAProcessEachOnce) {
     ChildProcess child([] {
         SaveCRCFileRoll(path("nosuch/file").c_str());  // silent, and not counted
         for (int save = 0; save < 3; ++save)
             SaveCRCFileRoll(path("roll").c_str());
+        constexpr unsigned kEach = 500;
+        std::set<unsigned> numbers[2];
+        const auto save = [&](unsigned writer) {
+            const std::string name = path("roll" + std::to_string(writer));
+            for (unsigned i = 0, number = 0; i < kEach; ++i) {
+                SaveCRCFileRoll(name.c_str());
+                EXPECT_EQ(CheckCRCFile(name.c_str(), &number), 0);
+                numbers[writer].insert(number);
+            }
+        };
+        std::thread other(save, 1);
+        save(0);
+        other.join();
+        numbers[0].merge(numbers[1]);
+        EXPECT_EQ(numbers[0].size(), 2 * kEach);
+        EXPECT_EQ(*numbers[0].rbegin(), 2 + 2 * kEach);
         return 0;
     });
     EXPECT_EQ(child.wait(), 0);
@@ -74,16 +92,14 @@ TEST(CrcFile, NumbersTheSavesOfAProcess) {
         << "CRC-16/MODBUS of 02 00 00 00 is 0x9C01";
 }
 
-TEST(CrcFile, DatesTheDatabaseAndOverwritesInPlace) {
+TEST(CrcFile, DatesTheDatabaseOverwritesInPlaceAndErasesTheSixFilesOnly) {
     writeFile(path("db"), std::string(20, 'x'));
     SaveCRCFileDB(path("db").c_str());
     unsigned value = 0;
     EXPECT_EQ(CheckCRCFile(path("db").c_str(), &value), 0);
     EXPECT_NEAR(value, static_cast<double>(std::time(nullptr)), 2);
     EXPECT_EQ(readFile(path("db")).substr(14), "xxxxxx");
-}
 
-TEST(CrcFile, ErasesTheSixFilesOnly) {
     for (const char* name : {"chk_rol2.dat", "chk_rol2.rez", "chk_db.dat", "chk_db.rez",
                              "chk_db2.dat", "chk_db2.rez", "chk_db3.dat"})
         writeFile(path("check/") + name, "x");
