@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <cstdio>
 #include <cstring>
@@ -40,8 +41,9 @@ void setRealTimer(long firstUs, long everyUs, itimerval* former, const char* lab
     if (setitimer(ITIMER_REAL, &timer, former) == -1) std::perror(label);
 }
 
-// Stops the caller's timer for a scope. At its end the timer runs on, less what the waits of the
-// scope reported as spent; a timer that was off stays off.
+// Stops the caller's timer for a scope. At its end the timer runs on, less the time that the scope
+// took; a timer that was off stays off. The time is measured: every signal ends a wait, not only
+// each tick.
 class CallerTimerStopped {
   public:
     CallerTimerStopped(const char* stopLabel, const char* restoreLabel)
@@ -51,18 +53,19 @@ class CallerTimerStopped {
     ~CallerTimerStopped() {
         const long restUs = toUs(former_.it_value);
         if (restUs == 0) return;
-        const long reducedUs = restUs - spentUs;
+        const auto spent = std::chrono::duration_cast<std::chrono::microseconds>(
+            std::chrono::steady_clock::now() - begin_);
+        const long reducedUs = restUs - static_cast<long>(spent.count());
         setRealTimer(reducedUs > 0 ? reducedUs : kLeastRestUs, toUs(former_.it_interval), nullptr,
                      restoreLabel_);
     }
     CallerTimerStopped(const CallerTimerStopped&) = delete;
     CallerTimerStopped& operator=(const CallerTimerStopped&) = delete;
 
-    long spentUs = 0;
-
   private:
     const char* restoreLabel_;
     itimerval former_{};
+    const std::chrono::steady_clock::time_point begin_ = std::chrono::steady_clock::now();
 };
 
 // Ticks every 100 ms for a scope. Each tick ends a blocking queue call (the kernel restarts none of
@@ -86,13 +89,6 @@ class Ticks {
     Ticks(const Ticks&) = delete;
     Ticks& operator=(const Ticks&) = delete;
 
-    // Part of the running interval that has passed.
-    static long partUs() {
-        itimerval now{};
-        if (getitimer(ITIMER_REAL, &now) == -1) std::perror("getitimer");
-        return kTickUs - toUs(now.it_value);
-    }
-
   private:
     const char* stopLabel_;
     struct sigaction former_ {};
@@ -112,43 +108,43 @@ ssize_t receiveNow(int queue, vs_message& message, int flags) {
     return msgrcv(queue, &message, kTextMax, getpid(), flags);
 }
 
-// Makes a queue call at once or, when that fails, waits in it as long as the peer lives. Adds the
-// time of the wait to `spentUs`. Answers what the call answered; -1 with ESRCH when the peer is
-// gone.
+// Makes a queue call at once or, when that fails, waits in it as long as the peer lives. Answers
+// what the call answered; -1 with ESRCH when the peer is gone.
 template <class Call>
-ssize_t callWhileAlive(Call call, int peer, long& spentUs) {
+ssize_t callWhileAlive(Call call, int peer) {
     const ssize_t atOnce = call(IPC_NOWAIT);
     if (atOnce != -1) return atOnce;
 
     // Most callers have stopped the timer already; then this finds it off and leaves it so.
-    CallerTimerStopped timer("setitimer7", "setitimer8");
+    const CallerTimerStopped timer("setitimer7", "setitimer8");
     const Ticks running("setitimer9", "setitimer10");
-    long ticks = 0;
     ssize_t result = -1;
     while ((result = call(0)) == -1 && errno == EINTR) {
-        ++ticks;
         if (findpid(peer) == 0) continue;
         errno = ESRCH;
         break;
     }
-    const int error = errno;
-    timer.spentUs = ticks * kTickUs + Ticks::partUs();
-    spentUs += timer.spentUs;
-    errno = error;
     return result;
 }
 
-ssize_t sendWaiting(int queue, const vs_message& message, unsigned int len, int peer,
-                    long& spentUs) {
-    return callWhileAlive([&](int flags) { return sendNow(queue, message, len, flags); }, peer,
-                          spentUs);
+ssize_t sendWaiting(int queue, const vs_message& message, unsigned int len, int peer) {
+    return callWhileAlive([&](int flags) { return sendNow(queue, message, len, flags); }, peer);
 }
 
-ssize_t receiveWaiting(int queue, vs_message& message, int peer, long& spentUs) {
+ssize_t receiveWaiting(int queue, vs_message& message, int peer) {
     const ssize_t got =
-        callWhileAlive([&](int flags) { return receiveNow(queue, message, flags); }, peer, spentUs);
+        callWhileAlive([&](int flags) { return receiveNow(queue, message, flags); }, peer);
     // What the peer sent just before its end still counts.
     return got == -1 && errno == ESRCH ? receiveNow(queue, message, IPC_NOWAIT) : got;
+}
+
+// A signal does not end the wait.
+ssize_t receiveFromAnybody(int queue, vs_message& message) {
+    ssize_t got = -1;
+    do {
+        got = receiveNow(queue, message, 0);
+    } while (got == -1 && errno == EINTR);
+    return got;
 }
 
 void copyOut(const vs_message& message, void* to, unsigned int len) {
@@ -203,9 +199,8 @@ int vs_obj::Send(int pid, void* smsg, void* rmsg, unsigned int slen, unsigned in
         return -1;
     }
     if (!fill(pid, smsg, slen)) return -1;
-    CallerTimerStopped timer("setitimer1", "setitimer2");
-    if (sendWaiting(SR_id, mess, slen, pid, timer.spentUs) == -1 ||
-        receiveWaiting(RS_id, mess, pid, timer.spentUs) == -1) {
+    const CallerTimerStopped timer("setitimer1", "setitimer2");
+    if (sendWaiting(SR_id, mess, slen, pid) == -1 || receiveWaiting(RS_id, mess, pid) == -1) {
         // A peer that ended (no message after its end) is an answer, not a fault of the queue.
         if (errno != ESRCH && errno != ENOMSG) std::perror("Send");
         return -1;
@@ -235,12 +230,11 @@ int vs_obj::accept(int pid, void* msg, unsigned int len) {
 int vs_obj::Receive(int pid, void* msg, unsigned int len) {
     ssize_t got = -1;
     if (pid == 0) {
-        got = receiveNow(SR_id, mess, 0);
+        got = receiveFromAnybody(SR_id, mess);
     } else {
-        long unused = 0;
         std::optional<CallerTimerStopped> timer;
         if (findpid(pid) == 0) timer.emplace("setitimer3", "setitimer4");
-        got = receiveWaiting(SR_id, mess, pid, timer ? timer->spentUs : unused);
+        got = receiveWaiting(SR_id, mess, pid);
     }
     return taken(got) ? accept(pid, msg, len) : -1;
 }
@@ -277,20 +271,16 @@ int vs_obj::ReceiveWithTimeout(int pid, void* msg, unsigned int len, unsigned lo
 
 int vs_obj::Reply(int pid, void* msg, unsigned int len, char keepTimer) {
     if (!fill(pid, msg, len)) return -1;
-    long unused = 0;
     std::optional<CallerTimerStopped> timer;
     if (keepTimer == 0) timer.emplace("setitimer5", "setitimer6");
-    if (sendWaiting(RS_id, mess, len, pid, timer ? timer->spentUs : unused) != -1) return 0;
+    if (sendWaiting(RS_id, mess, len, pid) != -1) return 0;
     if (errno != ESRCH) std::perror("Send");
     return -1;
 }
 
 int vs_obj::BackToSR(unsigned int len) {
     if (len > vs_message::kDataMax) errno = EMSGSIZE;
-    long unused = 0;
-    if (len <= vs_message::kDataMax && sendWaiting(SR_id, mess, len, getpid(), unused) != -1) {
-        return 0;
-    }
+    if (len <= vs_message::kDataMax && sendWaiting(SR_id, mess, len, getpid()) != -1) return 0;
     std::perror("BackToSR");
     return -1;
 }

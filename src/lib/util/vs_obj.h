@@ -49,7 +49,7 @@ class vs_obj : public vs_shm {
     /// @param pid  0: from anybody. Otherwise from this process only; -1 when it ends.
     /// @param msg  receives `len` bytes, zeros beyond the message's end
     /// @return the sender's pid; -1 when another process's message came (it is put back, behind the
-    ///         others), or a signal ended the wait for anybody.
+    ///         others) or the queue is gone. A signal does not end the wait.
     int Receive(int pid, void* msg, unsigned int len);
 
     /// As Receive, without waiting: -ENOENT when no request to this process is there.

@@ -4,6 +4,8 @@
 #include <sys/msg.h>
 
 #include <cstring>
+#include <functional>
+#include <initializer_list>
 #include <memory>
 #include <string>
 #include <thread>
@@ -39,8 +41,6 @@ class Timer : public testing::Test {
             channel.Reply(client, nullptr, 0, 0);
         }
     }
-    // One byte from the timer process.
-    void tick(int id) const { message(process.pid(), {static_cast<char>(id)}); }
     void message(int sender, const std::string& data) const {
         struct {
             long type;
@@ -50,65 +50,76 @@ class Timer : public testing::Test {
         std::memcpy(raw.text + 4, data.data(), data.size());
         ASSERT_EQ(msgsnd(object->SR_id, &raw, 4 + data.size(), IPC_NOWAIT), 0);
     }
+    /// As when the timers of these ids are due.
+    void tick(std::initializer_list<char> ids) const {
+        for (const char id : ids)
+            message(process.pid(), {id});
+    }
 
     const VeskPath path;
     ChildProcess process;
     std::unique_ptr<vs_obj> object;
 };
 
-TEST_F(Timer, RequestsAreFourteenBytes) {
-    const std::unique_ptr<CTimer> timer(object->CreateTimer(0x01020304, 0x0A0B0C0D, 0xEE));
-    tick(0xEE);
-    EXPECT_EQ(timer->Restart(500, 2), 0);
-    EXPECT_FALSE(timer->isTime()) << "the tick of before is dropped";
-    EXPECT_EQ(timer->Restart(0, 9), 0) << "with what is stored";
-    EXPECT_EQ(timer->Reset(), 0) << "likewise";
-    EXPECT_EQ(timer->SendToTimer(1, 3), 0);
-    tick(0xEE);
-    EXPECT_EQ(timer->Delete(), 0);
-    EXPECT_FALSE(timer->isTime());
-    const std::string stored = "000d0c0b0a04030201ee0000000000\n";
-    const std::string out = process.out();
-    EXPECT_EQ(out.substr(out.find("ready")),
-              "ready\n" + stored + "0002000000f4010000ee0000000000\n" + stored + stored +
-                  "000300000001000000ee0000000000\n"
-                  "000000000000000000ee0000000000\n");
-}
-
-TEST_F(Timer, SeesAndWaitsForItsOwnTicksOnly) {
-    CTimer timer(object.get(), 100, 0, 7);
-    EXPECT_FALSE(timer.isTime());
-    message(getppid(), "\x07 is not from the timer process");
-    for (const int id : {8, 7, 7})
-        tick(id);
-    EXPECT_TRUE(timer.isTime());
-    EXPECT_TRUE(timer.isTime());
-    EXPECT_FALSE(timer.isTime());
-    for (const int id : {7, 7})
-        tick(id);
-    EXPECT_EQ(timer.WaitTime(), 0);
-    EXPECT_EQ(object->getNumMsg_SR(), 2) << "took all that came for it";
-    std::thread ticker([this] {
-        std::this_thread::sleep_for(std::chrono::milliseconds(100));
-        tick(7);
-    });
-    EXPECT_EQ(timer.WaitTime(), 0);
-    ticker.join();
-
-    EXPECT_TRUE(CTimer(object.get(), 100, 0, 8).isTime());
-    char data[40] = {};
-    EXPECT_EQ(object->Creceive(0, data, sizeof data), getppid());
-    EXPECT_STREQ(data, "\x07 is not from the timer process");
-}
-
-TEST_F(Timer, FailsWhenTheTimerProcessIsGone) {
-    CTimer timer(object.get(), 100, 0, 7);
-    kill(process.pid(), SIGKILL);
-    process.wait();
-    EXPECT_EQ(timer.WaitTime(), -1);
-    EXPECT_EQ(timer.Restart(100, 0), -1);
-    EXPECT_EQ(timer.Delete(), -1);
-    EXPECT_FALSE(timer.isTime());
+TEST_F(Timer, AsksTheTimerProcessAndTakesItsOwnTicksOnly) {
+    std::unique_ptr<CTimer> timer;
+    const std::string stored = "000d0c0b0a0403020107";
+    const auto isTime = [&] { return timer->isTime(); };
+    const auto make = [&] {
+        timer.reset(object->CreateTimer(0x01020304, 0x0A0B0C0D, 7));
+        return 0;
+    };
+    const auto waitForLater = [&] {
+        std::thread later([&] {
+            std::this_thread::sleep_for(std::chrono::milliseconds(30));
+            tick({7});
+        });
+        const int result = timer->WaitTime();
+        later.join();
+        return result;
+    };
+    const auto ofOthers = [&] {
+        tick({8});
+        message(getppid(), "\x07 is not from the timer process");
+        return timer->isTime();
+    };
+    // clang-format off
+    const struct {
+        const char* why;
+        std::function<int()> step;
+        int result;
+        std::string request;  // its bytes but for the five zeros behind them
+    } steps[] = {
+        {"made",                make,                                                    0,  stored},
+        {"no tick yet",         isTime,                                                  0,  ""},
+        {"ticks of others",     ofOthers,                                                0,  ""},
+        {"looks past those",    [&] { tick({7, 7}); return timer->isTime(); },           1,  ""},
+        {"takes one at a time", isTime,                                                  1,  ""},
+        {"and no more",         isTime,                                                  0,  ""},
+        {"drops former ticks",  [&] { tick({7}); return timer->Restart(500, 2); },       0,  "0002000000f401000007"},
+        {"dropped",             isTime,                                                  0,  ""},
+        {"with what is stored", [&] { return timer->Restart(0, 9); },                    0,  stored},
+        {"likewise",            [&] { return timer->Reset(); },                          0,  stored},
+        {"as asked",            [&] { return timer->SendToTimer(1, 3); },                0,  "00030000000100000007"},
+        {"takes all that came", [&] { tick({7, 7}); return timer->WaitTime(); },         0,  ""},
+        {"taken",               isTime,                                                  0,  ""},
+        {"waits for the next",  waitForLater,                                            0,  ""},
+        {"ends it",             [&] { tick({7}); return timer->Delete(); },              0,  "00000000000000000007"},
+        {"no tick is left",     isTime,                                                  0,  ""},
+        {"others' are left",    [&] { return object->getNumMsg_SR(); },                  2,  ""},
+        {"its process ends",    [&] { kill(process.pid(), SIGKILL); return process.wait(); }, 128 + SIGKILL, ""},
+        {"none to wait for",    [&] { return timer->WaitTime(); },                       -1, ""},
+        {"none to ask",         [&] { return timer->Restart(100, 0); },                  -1, ""},
+        {"none to end it",      [&] { return timer->Delete(); },                         -1, ""},
+    };
+    // clang-format on
+    for (const auto& step : steps) {
+        SCOPED_TRACE(step.why);
+        const std::size_t before = process.out().size();
+        EXPECT_EQ(step.step(), step.result);
+        EXPECT_EQ(process.out().substr(before),
+                  step.request.empty() ? "" : step.request + "0000000000\n");
+    }
 }
 
 }  // namespace

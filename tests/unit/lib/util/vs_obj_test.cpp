@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 #include <sys/msg.h>
+#include <sys/syscall.h>
 #include <sys/time.h>
 
 #include <algorithm>
@@ -17,6 +18,17 @@
 namespace {
 
 using std::chrono::milliseconds;
+
+int timerCalls = 0;
+}  // namespace
+
+extern "C" int setitimer(__itimer_which_t which, const itimerval* timer,
+                         itimerval* former) noexcept {
+    ++timerCalls;
+    return static_cast<int>(syscall(SYS_setitimer, which, timer, former));
+}
+
+namespace {
 
 // A queue message as it lies in memory.
 struct RawMessage {
@@ -50,10 +62,10 @@ class Messages : public testing::Test {
         const itimerval timer{{90, 0}, {us / 1000000, us % 1000000}};
         setitimer(ITIMER_REAL, &timer, nullptr);
     }
-    std::string ask(int pid, std::string text) {
+    std::string ask(int pid) {
+        char question[] = "levels";
         std::string reply(12, '#');
-        const int result =
-            object.Send(pid, text.data(), reply.data(), static_cast<unsigned>(text.size()), 10);
+        const int result = object.Send(pid, question, reply.data(), 6, 10);
         return std::to_string(result) + ' ' + reply;
     }
 
@@ -87,9 +99,12 @@ TEST(MessageQueues, HaveTheRegistrysKeyAndTheNext) {
 
 TEST_F(Messages, CarrySenderAndDataAndNothingMore) {
     char text[] = "pump on";
-    EXPECT_EQ(object.Reply(4711, text, 7, 0), 0);
+    timerCalls = 0;
+    EXPECT_EQ(object.Reply(4711, text, 7, 1), 0);
+    EXPECT_EQ(timerCalls, 0) << "the caller's timer is left running";
     EXPECT_EQ(take(object.RS_id, 4711), std::to_string(own) + ":pump on");
-    EXPECT_EQ(object.Reply(4711, nullptr, 0, 1), 0);
+    EXPECT_EQ(object.Reply(4711, nullptr, 0, 0), 0);
+    EXPECT_GT(timerCalls, 0);
     EXPECT_EQ(take(object.RS_id, 4711), std::to_string(own) + ":");
 
     request(own, 4711, "question");
@@ -116,37 +131,38 @@ TEST_F(Messages, CarrySenderAndDataAndNothingMore) {
 TEST_F(Messages, SendWaitsForTheReplyAndTheCallersTimerRunsOn) {
     const struct {
         const char* why;
-        int waitMs;
-        const char *question, *want;
         long restUs;               // of the caller's timer before; 0: off
         long atLeastUs, atMostUs;  // and after
     } cases[] = {
-        {"the rest is dropped", 0, "a long question", "0 [a long qu##", 0, 0, 0},
-        {"less the time spent", 250, "levels", "0 [levels]??##", 60000000, 50000000, 59800000},
-        {"due meanwhile: 10 ms", 250, "levels", "0 [levels]??##", 200000, 1, 10100},
-        {"off stays off", 250, "levels", "0 [levels]??##", 0, 0, 0},
+        {"less the time spent, however many signals came", 60000000, 50000000, 59800000},
+        {"due meanwhile: 10 ms", 200000, 1, 10100},
+        {"off stays off", 0, 0, 0},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.why);
         // In a process of its own: the default action of SIGALRM would end it, its handler does.
         ChildProcess client([&] {
-            ChildProcess server([&] {
+            signal(SIGUSR1, [](int) {});
+            ChildProcess server([] {
                 vs_obj answering;
                 char data[18] = "[";
                 const int asking = answering.Receive(0, data + 1, 15);
                 std::strcat(data, "]");
-                std::this_thread::sleep_for(milliseconds(c.waitMs));
+                for (int i = 0; i < 250; ++i) {
+                    std::this_thread::sleep_for(milliseconds(1));
+                    kill(asking, SIGUSR1);
+                }
                 return answering.Reply(asking, data, sizeof data, 0);
             });
             if (c.restUs == 0) signal(SIGALRM, [](int) { _exit(9); });
             if (c.restUs != 0) startTimer(c.restUs);
-            std::string reply = ask(server.pid(), c.question);
-            const long rest = timerRestUs();
+            std::string reply = ask(server.pid());
             itimerval now{};
             getitimer(ITIMER_REAL, &now);
+            const long rest = timerRestUs();
             startTimer(0);
             std::replace(reply.begin(), reply.end(), '\0', '?');
-            EXPECT_EQ(reply, c.want) << "ten bytes were asked for";
+            EXPECT_EQ(reply, "0 [levels]??##") << "ten bytes were asked for";
             EXPECT_GE(rest, c.atLeastUs);
             EXPECT_LE(rest, c.atMostUs);
             EXPECT_EQ(now.it_interval.tv_sec, c.restUs != 0 ? 90 : 0);
@@ -157,39 +173,45 @@ TEST_F(Messages, SendWaitsForTheReplyAndTheCallersTimerRunsOn) {
     }
 }
 
-TEST_F(Messages, SendFailsWithoutAnAnsweringProcess) {
+TEST_F(Messages, WaitsEndWithTheOtherProcess) {
     const std::string untouched = "-1 ############";
-    EXPECT_EQ(ask(deadPid(), "?"), untouched);
-    EXPECT_EQ(ask(own, "?"), untouched) << "nobody would answer";
+    EXPECT_EQ(ask(deadPid()), untouched);
+    EXPECT_EQ(ask(own), untouched) << "nobody would answer";
     EXPECT_EQ(object.getNumMsg_SR(), 0);
+    char data[8] = {};
     ChildProcess leaving([this] {
-        char data[1];
-        return vs_obj().Receive(own, data, 1) == own ? 0 : 1;
+        char question[1];
+        return vs_obj().Receive(own, question, 1) == own ? 0 : 1;
     });
-    std::thread reaper([&] { leaving.wait(); });
-    EXPECT_EQ(ask(leaving.pid(), "?"), untouched) << "ended without a reply";
+    ChildProcess silent([] { return usleep(150000); });
+    std::thread reaper([&] {
+        leaving.wait();
+        silent.wait();
+    });
+    EXPECT_EQ(ask(leaving.pid()), untouched) << "ended without a reply";
+    startTimer(60000000);
+    EXPECT_EQ(object.Receive(silent.pid(), data, 4), -1);
+    EXPECT_LT(timerRestUs(), 60000000) << "put back";
+    EXPECT_GT(timerRestUs(), 50000000);
+    startTimer(0);
     reaper.join();
-}
 
-TEST_F(Messages, WaitForRoomInAFullQueue) {
+    const int dead = deadPid();
+    request(own, dead, "last");
+    EXPECT_EQ(object.Receive(dead, data, 4), dead) << "sent before its end";
+
     const RawMessage filler{1, 0, {}};
     while (msgsnd(object.RS_id, &filler, 1000, IPC_NOWAIT) == 0) {
     }
-    std::string data(2000, 'x');
-    // With the caller's timer kept running, it survives the wait all the same.
-    ChildProcess replying([&] {
-        startTimer(60000000);
-        EXPECT_EQ(object.Reply(own, data.data(), 2000, 1), 0);
-        EXPECT_GT(timerRestUs(), 50000000);
-        return 0;
-    });
-    ChildProcess toNobody([&] { return object.Reply(deadPid(), data.data(), 2000, 0); });
-    EXPECT_EQ(toNobody.wait(), 255) << "gives up when the requester is gone";
+    std::string reply(2000, 'x');
+    ChildProcess replying([&] { return object.Reply(own, reply.data(), 2000, 1); });
+    ChildProcess toNobody([&] { return object.Reply(dead, reply.data(), 2000, 0); });
+    EXPECT_EQ(toNobody.wait(), 255) << "does not wait for room when the requester is gone";
     EXPECT_TRUE(replying.alive());
     while (take(object.RS_id, 1) != "none") {
     }
     EXPECT_EQ(replying.wait(), 0);
-    EXPECT_EQ(take(object.RS_id, own), std::to_string(replying.pid()) + ':' + data);
+    EXPECT_EQ(take(object.RS_id, own), std::to_string(replying.pid()) + ':' + reply);
 }
 
 TEST_F(Messages, ReceiveTakesFromTheNamedProcessOnly) {
@@ -208,35 +230,27 @@ TEST_F(Messages, ReceiveTakesFromTheNamedProcessOnly) {
     EXPECT_STREQ(data, "good");
     EXPECT_EQ(object.Creceive_QNXStyle(0, data, 4), 4711);
     EXPECT_EQ(object.getNumMsg_SR(), 1);
-
-    const int dead = deadPid();
-    EXPECT_EQ(object.Receive(dead, data, 4), -1);
-    request(own, dead, "last");
-    EXPECT_EQ(object.Receive(dead, data, 4), dead) << "sent before its end";
 }
 
-TEST_F(Messages, WaitingEndsWithAMessageTheNamedProcessOrTheTime) {
+TEST_F(Messages, SignalsDoNotEndAWaitAndTheTimeDoes) {
     char data[8] = {};
+    const auto former = signal(SIGUSR1, [](int) {});
     ChildProcess sender([this] {
-        std::this_thread::sleep_for(milliseconds(60));
-        request(own, getpid(), "tick");
+        for (const char* text : {"tick", "tock"}) {
+            for (int i = 0; i < 60; ++i) {
+                usleep(1000);
+                kill(own, SIGUSR1);
+            }
+            request(own, getpid(), text);
+        }
         return pause();
     });
-    const auto start = std::chrono::steady_clock::now();
-    EXPECT_EQ(object.ReceiveWithTimeout(sender.pid(), data, 5, 10000), sender.pid());
+    EXPECT_EQ(object.Receive(0, data, 5), sender.pid());
     EXPECT_STREQ(data, "tick");
-    EXPECT_EQ(object.ReceiveWithTimeout(sender.pid(), data, 4, 200), -ENOENT);
-    EXPECT_GE(std::chrono::steady_clock::now() - start, milliseconds(200));
-
-    startTimer(60000000);
-    ChildProcess leaving([] { return usleep(150000); });
-    std::thread reaper([&] { leaving.wait(); });
-    EXPECT_EQ(object.Receive(leaving.pid(), data, 4), -1);
-    reaper.join();
-    EXPECT_LT(timerRestUs(), 59900000) << "the wait counts";
-    EXPECT_GT(timerRestUs(), 50000000);
-    startTimer(0);
-
+    EXPECT_EQ(object.ReceiveWithTimeout(sender.pid(), data, 5, 10000), sender.pid());
+    EXPECT_STREQ(data, "tock");
+    EXPECT_EQ(object.ReceiveWithTimeout(sender.pid(), data, 4, 60), -ENOENT);
+    signal(SIGUSR1, former);
     kill(sender.pid(), SIGKILL);
     EXPECT_EQ(object.ReceiveWithTimeout(sender.pid(), data, 4, 60000), -1);
     EXPECT_EQ(kill(sender.pid(), 0), -1) << "the child that ended is reaped";
