@@ -7,7 +7,7 @@ from dataclasses import dataclass
 import pytest
 
 from conftest import Site
-from controller import attribute_files, journal
+from controller import journal, records
 from programs import CONFIGURATION, LOG, SERVING
 
 FIRST_CODE = 18091  # of the server's messages
@@ -135,7 +135,7 @@ def test_what_is_told_before_it_sleeps(
 def test_attributes_that_the_database_does_not_describe(site: Site) -> None:
     """Told once for each key, when the trees are built; the node is made all the same."""
     site.start(va=2, av=1, rv=1, vd=1, dv=1)
-    attribute_files.describe_fewer(VA=28, VD=20)
+    records.describe_fewer(VA=28, VD=20)
     begin = time.time()
     client = site.serve(
         SERVING + "SamplingInterval = 20\n[Attributes]\nVA=1\nVD=all\nDV=all\n"

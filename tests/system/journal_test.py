@@ -10,7 +10,7 @@ from pathlib import Path
 import pytest
 
 from conftest import Site
-from controller import attribute_files, journal, sysv
+from controller import journal, records, sysv
 from programs import CONTROLLER_SETTINGS, SERVING
 from published_tags import publishing
 from waiting import wait_until
@@ -206,7 +206,7 @@ def test_zrtjournal_shows_the_ring_and_changes_nothing(site: Site) -> None:
 
 def test_zrtjournal_reads_what_the_server_posts_as_utf8(site: Site) -> None:
     site.start(va=1)
-    attribute_files.describe_fewer(VA=28)
+    records.describe_fewer(VA=28)
     site.serve(publishing(("VA", 29)))
     assert any("Ошибка конфигурации: 4 строка №" in line for line in shown_by(site))
 

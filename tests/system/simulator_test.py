@@ -7,9 +7,7 @@ from pathlib import Path
 import pytest
 
 from conftest import Site
-from controller import attribute_files, ipc_keys, journal, registry, sysv
-from controller.attribute_files import BIT, BYTE, ENTRY, FLOAT, INT16, TEXT
-from controller.records import FIELDS
+from controller import ipc_keys, journal, registry, sysv
 from programs import CONFIGURATION, CONTROLLER_SETTINGS
 
 ROOT = Path("/zrt")
@@ -139,20 +137,6 @@ def test_the_largest_database(site: Site) -> None:
     site.leave_database()
     assert simulator.stop() == 0
     assert sysv.objects() == []
-
-
-def test_attribute_numbers(site: Site) -> None:
-    site.start_simulator()
-    entries = attribute_files.read_files()
-    storages = {"B": BYTE, "h": INT16, "H": INT16, "f": FLOAT}  # and texts
-    for kind, fields in FIELDS.items():
-        entry = entries[ENTRY[kind]]
-        for name, field in fields.items():
-            described = entry.attributes[field.number - 1].offset, entry.storage(field.number)
-            assert described == (field.offset, storages.get(field.format, TEXT)), (kind, name)
-    bits = {("VD", 27): 0, ("VA", 45): 7, ("VD", 41): 2, ("AV", 107): 3, ("DV", 48): 7}
-    assert {(k, n): entries[ENTRY[k]].attributes[n - 1].bit for k, n in bits} == bits
-    assert entries[ENTRY["VD"]].storage(27) == BIT
 
 
 def test_the_generation_moves_the_keys(site: Site) -> None:

@@ -6,7 +6,7 @@ from datetime import datetime, timezone
 from asyncua import ua
 
 from conftest import Site
-from controller import attribute_files
+from controller import records
 from published_tags import item, publishing
 
 T = ua.VariantType
@@ -16,12 +16,12 @@ VALUES = [
     ("VA", 29, "TZN", T.Float, [(n, n) for n in (1.5, -0.0, math.inf, math.nan, 2.0**-149)]),
     ("VA", 8, "UNIT", T.SByte, [(0, 0), (127, 127), (128, -128), (255, -1)]),
     ("VD", 27, "STATUS1", T.SByte, [(0x01, 1), (0xFE, 0), (0xFF, 1)]),
-    ("VD", 31, "indvar", T.Int16, [(44, 44), (300, 44), (-1, 255), (0x7F00, 0)]),
+    ("VD", 31, "indvar", T.Int16, [(44, 44), (300, 44), (0xFFFF, 255), (0x7F00, 0)]),
     ("AV", 36, "TKL", T.Int16, [(1, 1), (0x1234, 0x34), (0xFFFF, 255)]),
     ("AV", 48, "RSSN[2]", T.Float, [(7.25, 7.25)]),
     ("DV", 20, "OUT", T.SByte, [(1, 1), (200, -56)]),
-    ("RVV", 8, "TZN", T.Float, [(90.5, 90.5)]),
-    ("RVL", 14, "BOOL_TZN", T.SByte, [(1, 1)]),
+    ("RVV", 8, "number.TZN", T.Float, [(90.5, 90.5)]),
+    ("RVL", 14, "boolean.TZN", T.SByte, [(1, 1)]),
     (
         *("VA", 5, "POZ", T.String),
         [
@@ -33,7 +33,7 @@ VALUES = [
             (b"\xff", "\u00a0"),
         ],
     ),
-    ("RVS", 12, "TEXT_TZN", T.String, [("Семнадцать знаков".encode("cp866"), "Семнадцат")]),
+    ("RVS", 12, "string.TZN", T.String, [("Семнадцать знаков".encode("cp866"), "Семнадцат")]),
 ]
 RV_NUMBERS = {"RVV": 1, "RVS": 2, "RVL": 3}
 
@@ -42,9 +42,9 @@ def test_storage_kinds(site: Site) -> None:
     """Among them one attribute without a value type, which is empty and spoils no other."""
     site.start(va=3, av=3, rv=3, vd=3, dv=3)
     site.set_rv_types(0, 1, 2)
-    entries = attribute_files.read_files()
-    entries[attribute_files.ENTRY["VA"]].set_storage(9, 5)
-    attribute_files.write_files(entries)
+    described = records.attributes()
+    described["VA"][9 - 1].storage = 5
+    records.write_files(described)
     client = site.serve(publishing(("VA", 9), *((kind, number) for kind, number, *_ in VALUES)))
     for kind, attribute, field, variant_type, cases in VALUES:
         number = RV_NUMBERS.get(kind, 2)

@@ -7,7 +7,7 @@ from datetime import datetime, timezone
 from asyncua import ua
 
 from conftest import Site
-from controller import attribute_files
+from controller import records
 from controller.records import FIELDS
 from programs import SERVING
 from published_tags import BOTH, item, publishing
@@ -81,7 +81,7 @@ TO_PASSPORT = [
     ("VA", 5, "POZ", b"x" * 9, T.String, "", bytes(9)),
     ("VA", 5, "POZ", bytes(9), T.Int16, -1, b"-1" + bytes(7)),
     # the first nine bytes of the seventeen
-    ("RVS", 12, "TEXT_TZN", b"z" * 17, T.String, "Iab", b"Iab" + bytes(6) + b"z" * 8),
+    ("RVS", 12, "string.TZN", b"z" * 17, T.String, "Iab", b"Iab" + bytes(6) + b"z" * 8),
     # a text for what is no text is taken by its bytes
     ("VA", 8, "UNIT", b"\x11", T.String, "A", b"A"),
     ("VA", 29, "TZN", bytes(4), T.String, "12.5", b"12.5"),
@@ -117,11 +117,9 @@ def test_attributes_arrive_in_the_passport(site: Site) -> None:
 def test_a_bit_is_set_without_its_neighbours(site: Site) -> None:
     """Attribute 26 becomes bit 3 of STATUS2; a text is non-zero by its first byte, also "0"."""
     site.start(va=1, av=1, rv=1, vd=1)
-    entries = attribute_files.read_files()
-    entry = entries[attribute_files.ENTRY["VD"]]
-    entry.attributes[26 - 1].bit = 3
-    entry.set_storage(26, attribute_files.BIT)
-    attribute_files.write_files(entries)
+    described = records.attributes()
+    vars(described["VD"][26 - 1]).update(bit=3, storage=records.BIT)
+    records.write_files(described)
     client, node = site.serve(publishing(("VD", 26), right=BOTH)), item("VD", 1, 26)
     for before, variant_type, written, after in (
         (0x00, T.Byte, 1, 0x08),

@@ -4,7 +4,7 @@ import struct
 from dataclasses import dataclass
 
 from controller import ipc_keys, sysv
-from controller.records import FIELDS, RECORD_SIZE, Field
+from controller.records import FIELDS, RECORD_SIZE, Attribute
 
 KINDS = ("VA", "AV", "RV", "VD", "DV")  # order of the counts and of the time-quality-flags table
 
@@ -117,7 +117,7 @@ class Database:
         layout = _VALUE_FORMAT[kind]
         return self._table(index), (number - 1) * struct.calcsize(layout), layout
 
-    def _field_place(self, kind: str, number: int, field: Field) -> tuple[memoryview, int, str]:
+    def _field_place(self, kind: str, number: int, field: Attribute) -> tuple[memoryview, int, str]:
         table = self._table(ipc_keys.TABLES[kind][0])
         return table, (number - 1) * RECORD_SIZE[kind] + field.offset, field.format
 

@@ -26,7 +26,7 @@ TABLES: dict[str, tuple[int, int | None, int | None]] = {
 
 _FIXED = {REGISTRY: ("proxy", "a"), GENERATION: ("proxy", "j")}
 
-# Published table of project characters, sixteen a row.
+# Beginning of the published table of project characters, sixteen a row.
 _CHARACTERS = bytes.fromhex(
     """
     00 01 02 03 04 05 06 07 08 09 0A 0B 0C 1A 1B 1C
@@ -36,15 +36,6 @@ _CHARACTERS = bytes.fromhex(
     D9 DA DB DC B6 B7 B8 6E 6F 70 71 72 73 74 27 28
     29 2A 2B 2C 2D 2E 2F 30 31 32 33 75 76 77 78 79
     7A 7B 7C 7D 7E 7F 80 81 82 83 84 85 86 87 88 89
-    8A 8B 8C 8D 8E DD DE DF E0 E1 E2 E3 E4 E5 E6 E7
-    E8 E9 8F 90 91 92 93 94 95 96 97 98 99 9A 9B A9
-    AA AB AC AD AE AF B0 B1 B2 B3 B4 B5 9C 9D 9E 9F
-    A0 A1 A2 A3 A4 A5 A6 A7 A8 C3 C4 C5 C6 C7 C8 C9
-    CA CB CC CD CE CF D0 D1 D2 D3 D4 D5 D6 D7 D8 D9
-    DA DB DC B6 B7 B8 B9 BA BB BC BD BE BF C0 C1 C2
-    EA EB EC ED EE EF F0 F1 F2 F3 F4 F5 F6 0D 0E 0F
-    10 11 12 13 14 15 16 17 18 19 4E 4F 50 51 52 53
-    54 55 56 57 58 59 5A F7 F8 F9 FA FB FC FD FE FF
     """
 )
 

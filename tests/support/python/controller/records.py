@@ -1,49 +1,80 @@
-"""The passport records of the exported kinds: where fields lie, and their attributes' numbers."""
+"""The passport records of the exported kinds, and the two files that describe their attributes.
+
+Where fields lie is read from docs/attributes.md, which zrtsim prints from its own table. offatrs.dat:
+int16 count of entries; a uint32 position for each; at position + 2 an int16 count of attributes, then
+for each: int16 row, int16 bit, int32 offset, uint16 length and the name. atributs.dat: int16 count of
+entries, then for each: int16 count and rows of int16 number, uint8 storage. An attribute's storage is
+the row that it names, from 1.
+"""
 
 import struct
-from typing import NamedTuple
+from dataclasses import dataclass
+from pathlib import Path
+
+OFFSETS = Path("/zrt/system/offatrs.dat")
+STORAGES = Path("/zrt/system/atributs.dat")
 
 RECORD_SIZE = {"VA": 114, "AV": 204, "RV": 48, "VD": 56, "DV": 58}
+BIT, BYTE, INT16, FLOAT, TEXT = 0, 1, 2, 3, 6
+
+_TABLE = Path(__file__).resolve().parents[4] / "docs/attributes.md"
+_KINDS = {"VA": "VA", "AV": "AV", "HI": "RV", "DI": "VD", "DO": "DV"}  # by the database's names
+_ENTRIES = ("VA", "VD", "RV", "", "", "DV", "", "AV")
+_FORMATS = {BIT: "<B", BYTE: "<B", INT16: "<H", FLOAT: "<f", TEXT: "<9s"}
 
 
-class Field(NamedTuple):
-    number: int  # of the attribute
+@dataclass
+class Attribute:
+    name: str  # of the field
     offset: int
-    format: str  # of the struct module: B a byte, h and H 16 bits, f a float, 9s a text
+    storage: int
+    bit: int
+    row: int  # of the file of storages
 
     @property
-    def size(self) -> int:
-        return struct.calcsize("<" + self.format)
+    def format(self) -> str:
+        """Of the struct module."""
+        return "<17s" if self.name == "string.TZN" else _FORMATS[self.storage]
 
 
-# Number, name, offset, format. What lies behind byte 28 of a manual input depends on its var_type.
-_ROWS = {
-    "VA": """
-        1 NKAN 0 B,  5 POZ 4 9s,  8 UNIT 31 B,  14 VPG 46 f,  24 WorkVAL 83 f,  29 TZN 103 f,
-        35 SELF_SECT 112 B
-    """,
-    "AV": """
-        5 POZ 4 9s,  8 POZP.type 31 B,  9 POZP.index 32 H,  19 IMW.index 47 H,  20 PP 49 B,
-        21 ZD 50 f,  36 TKL 107 H,  39 PRM 119 f,  40 PRD 123 f,  41 ZDD 127 f,
-        46 RSSN[0] 147 f,  48 RSSN[2] 155 f,  49 RSSN[3] 159 f,  51 IM 167 f,  54 TRU[1] 176 B
-    """,
-    "RV": """
-        1 POZ 0 9s,  4 var_type 27 B,  6 MAX 29 f,  8 TZN 37 f,  10 ALARM 46 B,
-        11 SELF_SECT 47 B,  12 TEXT_TZN 28 17s,  13 TEXT_COLOR 45 B,  14 BOOL_TZN 28 B,
-        18 COLOR1 32 B
-    """,
-    "VD": """
-        5 POZ 4 9s,  25 STATUS1 48 B,  26 STATUS2 49 B,  28 ALARM 50 B,  31 indvar 53 h
-    """,
-    "DV": """
-        6 POZ 5 9s,  20 OUT 43 B,  21 DU 44 B,  30 indvar1 53 h
-    """,
-}
+def attributes() -> dict[str, list[Attribute]]:
+    """By kind, in the order of their numbers from 1. Each has a row of its own."""
+    found: dict[str, list[Attribute]] = {}
+    for line in _TABLE.read_text("utf-8").splitlines():
+        cells = [cell.strip(" `") for cell in line.split("|")]
+        if line.startswith("## "):
+            described = found[_KINDS[line[3:]]] = []
+        elif len(cells) > 1 and cells[1].isdigit():
+            number, name, offset, _, storage = cells[1:6]
+            bit = name[-1] if storage == "bit (0)" else "0"
+            described.append(
+                Attribute(name, int(offset), int(storage[-2]), int(bit), int(number))
+            )
+    return found
 
 
-def _field(row: str) -> tuple[str, Field]:
-    number, name, offset, layout = row.split()
-    return name, Field(int(number), int(offset), layout)
+FIELDS = {kind: {field.name: field for field in all} for kind, all in attributes().items()}
 
 
-FIELDS = {kind: dict(map(_field, rows.split(","))) for kind, rows in _ROWS.items()}
+def write_files(described: dict[str, list[Attribute]]) -> None:
+    """Writes both files in place, so that whoever made them still knows them by inode."""
+    count = struct.pack("<h", len(_ENTRIES))
+    positions, bodies, storages = count, b"", count
+    for kind in _ENTRIES:
+        entry = described.get(kind, [])
+        positions += struct.pack("<I", 4 * len(_ENTRIES) + len(bodies))
+        bodies += struct.pack("<h", len(entry))
+        storages += struct.pack("<h", len(entry))
+        for number, a in enumerate(entry, 1):
+            bodies += struct.pack("<hhiH", a.row, a.bit, a.offset, 0)
+            storages += struct.pack("<hB", number, a.storage)
+    OFFSETS.write_bytes(positions + bodies)
+    STORAGES.write_bytes(storages)
+
+
+def describe_fewer(**counts: int) -> None:
+    """Cuts the descriptions of some kinds to their first attributes."""
+    described = attributes()
+    for kind, count in counts.items():
+        del described[kind][count:]
+    write_files(described)
