@@ -16,57 +16,15 @@
 #include "lib/util/ipc_objects.h"
 #include "lib/util/shmem.h"
 #include "lib/util/vs_obj.h"
-#include "support/attribute_files.h"
+#include "sim/layout/attribute_files.h"
+#include "sim/layout/types.h"
 #include "support/files.h"
 #include "support/wait_until.h"
 
 // Behind the folders' table of the libraries, before objects without a priority.
 [[gnu::init_priority(201)]] ControllerDatabase database;
 
-namespace {
-
-constexpr std::size_t kTqfBytes = 24;
-constexpr std::size_t kQualityOffset = 16;
-
-struct TableLayout {
-    std::size_t passportBytes, valueBytes;
-    int passportIndex, dataIndex, valueIndex;  // IPC; 0: the type has no such array
-};
-constexpr TableLayout kLayouts[] = {
-    {114, 4, 10, 11, 12}, {204, 4, 13, 0, 0}, {48, 4, 14, 0, 15}, {56, 1, 16, 17, 18},
-    {58, 1, 19, 20, 21},  {4, 0, 22, 0, 0},   {4, 0, 23, 0, 0},   {4, 0, 24, 0, 0},
-    {4, 0, 25, 0, 0},     {2, 0, 26, 0, 0},   {1, 0, 27, 0, 0},
-};
-
-using enum AttributeFiles::Storage;
-
-/// By entry of the description files: 0 VA, 1 DI, 2 HI, 5 DO, 7 AV. All other numbers up to the
-/// entry's count are unreadable.
-constexpr int kAttributeCounts[] = {50, 41, 18, 0, 0, 48, 0, 107};
-constexpr struct {
-    std::size_t entry;
-    int num, storage, offset, bit = 0;
-} kAttributes[] = {
-    {0, 1, kByte, 0},     {0, 5, kText, 4},     {0, 11, kFloat, 34},   {0, 24, kWord, 83},
-    {0, 29, kFloat, 103}, {0, 30, kByte, 107},  {0, 31, kBit, 108, 0}, {0, 38, kBit, 108, 7},
-    {1, 5, kText, 4},     {1, 9, kByte, 32},    {1, 27, kBit, 48, 0},  {2, 1, kText, 0},
-    {2, 6, kFloat, 29},   {2, 8, kFloat, 37},   {2, 10, kByte, 46},    {2, 12, kText, 28},
-    {2, 14, kByte, 28},   {5, 6, kText, 5},     {5, 10, kByte, 33},    {5, 20, kByte, 43},
-    {7, 1, kByte, 0},     {7, 5, kText, 4},     {7, 21, kFloat, 50},   {7, 39, kFloat, 119},
-    {7, 40, kFloat, 123}, {7, 41, kFloat, 127},
-};
-
-void writeAttributeFiles() {
-    AttributeFiles files;
-    for (std::size_t entry = 0; entry < files.entries.size(); ++entry)
-        files.entries[entry].count = kAttributeCounts[entry];
-    for (const auto& [entry, num, storage, offset, bit] : kAttributes)
-        files.entries[entry].attributes.push_back({num, storage, offset, bit});
-    writeFile("/zrt/system/offatrs.dat", files.offsets());
-    writeFile("/zrt/system/atributs.dat", files.types());
-}
-
-}  // namespace
+using Tqf = sim::TimeQualityLayout;
 
 // ---- The tables --------------------------------------------------------------------------------
 
@@ -84,18 +42,16 @@ void ControllerDatabase::clear() {
 
 std::uint8_t* ControllerDatabase::at(Area area, int type, int num) {
     const auto index = static_cast<std::size_t>(type - 1);
-    const TableLayout& layout = kLayouts[index];
-    const std::size_t bytes = area == Area::passport ? layout.passportBytes : layout.valueBytes;
-    std::uint8_t* const array = arrays_.at(index).at(static_cast<std::size_t>(area));
-    if (array == nullptr || num < 1 || num > kCounts.at(index)) std::abort();
-    return array + static_cast<std::size_t>(num - 1) * bytes;
+    const Array& array = arrays_.at(index).at(static_cast<std::size_t>(area));
+    if (array.address == nullptr || num < 1 || num > kCounts.at(index)) std::abort();
+    return array.address + static_cast<std::size_t>(num - 1) * array.elementSize;
 }
 
 std::uint8_t* ControllerDatabase::tqf(int type, int num) {
     std::size_t record = static_cast<std::size_t>(num - 1);
     for (std::size_t i = 0; i + 1 < static_cast<std::size_t>(type); ++i)
         record += kCounts.at(i);
-    return tqfs_ + record * kTqfBytes;
+    return tqfs_ + record * Tqf::kSize;
 }
 
 void ControllerDatabase::putText(int type, int num, std::size_t offset, std::string_view bytes) {
@@ -103,7 +59,7 @@ void ControllerDatabase::putText(int type, int num, std::size_t offset, std::str
 }
 
 void ControllerDatabase::setQuality(int type, int num, std::uint32_t quality) {
-    std::memcpy(tqf(type, num) + kQualityOffset, &quality, sizeof(quality));
+    std::memcpy(tqf(type, num) + Tqf::kQuality, &quality, sizeof(quality));
 }
 
 void ControllerDatabase::setTime(int type, int num, std::int64_t seconds,
@@ -198,24 +154,27 @@ ControllerDatabase::ControllerDatabase() {
         std::filesystem::create_directory(folder);
     for (const char* keyFile : {"/zrt/proxy", "/zrt/vskontr"})
         std::ofstream(keyFile) << '\n';
-    writeAttributeFiles();
+    writeFile("/zrt/system/offatrs.dat", sim::offsetFile());
+    writeFile("/zrt/system/atributs.dat", sim::kindFile());
 
-    *makeSegment(48, 1) = 7;  // the generation byte
-    std::memcpy(makeSegment(59, 26), kCounts.data(), sizeof(kCounts));
+    *makeSegment(sim::kGenerationIndex, 1) = 7;
+    std::memcpy(makeSegment(sim::kCountsIndex, sim::kCountsSize), kCounts.data(), sizeof(kCounts));
     values_.clear();
     std::size_t records = 0;
-    for (std::size_t i = 0; i < std::size(kLayouts); ++i) {
-        const TableLayout& layout = kLayouts[i];
-        const std::size_t count = kCounts[i];
-        if (i < 5) records += count;
-        const auto array = [&](int index, std::size_t bytes) {
-            return index != 0 ? makeSegment(index, count * bytes) : nullptr;
+    for (std::size_t i = 0; i < kCounts.size(); ++i) {
+        const sim::TypeLayout& type = sim::kTypes[i];
+        if (i < sim::kMainTypeCount) records += kCounts[i];
+        const auto array = [&](const sim::ArrayLayout& layout) {
+            const std::size_t bytes = kCounts[i] * layout.elementSize;
+            return Array{bytes != 0 ? makeSegment(layout.ipcIndex, bytes) : nullptr,
+                         layout.elementSize};
         };
-        arrays_[i] = {array(layout.passportIndex, layout.passportBytes),
-                      array(layout.dataIndex, layout.valueBytes),
-                      array(layout.valueIndex, layout.valueBytes)};
+        // What has no passport is its value.
+        const bool isPlain = type.passport.elementSize == 0;
+        arrays_[i] = {array(isPlain ? type.value : type.passport), array(type.data),
+                      isPlain ? Array() : array(type.value)};
     }
-    tqfs_ = makeSegment(85, records * kTqfBytes);
+    tqfs_ = makeSegment(sim::kTimeQualityIndex, records * Tqf::kSize);
 
     shared_ = static_cast<Shared*>(
         mmap(nullptr, sizeof(Shared), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));

@@ -12,13 +12,12 @@
 
 /// A controller's real-time database for tests in the sandbox: key files and attribute descriptions
 /// below /zrt, the tables and counts in shared memory, and a process "VsBASE" that answers the type
-/// query. Records are written and read by byte offset, not through the library's structs, so that a
-/// wrong offset there is seen.
+/// query. Layout and attributes are zrtsim's, which knows nothing of the library's structs, so that
+/// a wrong offset there is seen.
 ///
 /// The one object, `database`, is made before the other static objects of the program: the server's
 /// own database object looks for the counts when it is constructed. It also makes `All`. Everything
-/// ends with the sandbox; forked children of the test share it. Its attributes are listed in the
-/// source file.
+/// ends with the sandbox; forked children of the test share it.
 class ControllerDatabase {
   public:
     /// By type code - 1. The values of TH fill a page, with nothing of ours behind it.
@@ -75,7 +74,11 @@ class ControllerDatabase {
     pid_t process_ = -1;
     Shared* shared_ = nullptr;
     std::uint8_t* tqfs_ = nullptr;
-    std::array<std::array<std::uint8_t*, 3>, 11> arrays_{};  // by type - 1 and Area
+    struct Array {
+        std::uint8_t* address = nullptr;
+        std::size_t elementSize = 0;
+    };
+    std::array<std::array<Array, 3>, 11> arrays_{};  // by type - 1 and Area
     struct Values {
         void* address;
         std::size_t bytes;
