@@ -1,7 +1,8 @@
-"""The whole address space against what the configuration says."""
+"""The whole address space against what the configuration says, and what opcuacheck foretells."""
 
 import pytest
 
+import checker
 from conftest import Site
 from nodes import Row, operative
 from programs import SERVING
@@ -286,7 +287,12 @@ def test_publishes_what_the_configuration_says(case: str, site: Site) -> None:
     site.set_rv_types(0, 1, 2, 2, 1, 0)
     configuration, tree = CASES[case]
     expected = {} if tree is None else operative(tree, APPLICATIONS.get(case, ""))
-    assert site.serve(configuration).address_space() == expected
+    client = site.serve(configuration)
+    nodes = client.address_space()
+    assert nodes == expected
+    checker.assert_foretold(
+        client, nodes, "--counts=va=4,av=3,rv=6,vd=3,dv=4", "--rvs=2,5", "--rvl=3,4"
+    )
 
 
 def test_says_what_it_could_not_make(site: Site) -> None:

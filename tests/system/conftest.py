@@ -46,7 +46,6 @@ class Site:
         *arguments: str,
         plain: int = 0,
         frozen: bool = True,
-        number: int = 7,
         cycle_time_ms: int = 100,
         **counts: int,
     ) -> None:
@@ -58,7 +57,7 @@ class Site:
         counts |= dict.fromkeys(_PLAIN, plain)
         options = [f"--{kind}={count}" for kind, count in counts.items()]
         self.start_simulator(*options, *(["--frozen"] if frozen else []), *arguments)
-        settings = f"[General]\nNumber_kontr = {number}\nCycleTime = {cycle_time_ms}\n"
+        settings = f"[General]\nNumber_kontr = 7\nCycleTime = {cycle_time_ms}\n"
         CONTROLLER_SETTINGS.write_text(settings)
 
     def start_simulator(self, *arguments: str) -> Simulator:

@@ -1,0 +1,55 @@
+"""opcuacheck beside the server: what it foretells of a configuration is what the server does."""
+
+import json
+import subprocess
+
+from asyncua import ua
+
+from nodes import OBJECTS_FOLDER, Node, NodeKey
+from opc_client import OpcClient
+from programs import CONFIGURATION, program_path
+
+_ACCESS = {"R": 1, "W": 2, "RW": 3, "R+H": 5}
+
+
+def check(*arguments: str) -> list[dict[str, object]]:
+    command = [program_path("opcuacheck"), CONFIGURATION, "--json", "--system=/zrt/system"]
+    run = subprocess.run([*command, *arguments], capture_output=True, timeout=30, check=False)
+    assert run.stderr == b""
+    assert run.returncode in (0, 1, 2)
+    return json.loads(run.stdout)
+
+
+def log_lines(*arguments: str) -> list[str]:
+    """Of the server's log, sorted."""
+    return sorted(str(found["log"]) for found in check(*arguments) if found["log"] is not None)
+
+
+def tree(*arguments: str) -> list[tuple[NodeKey, tuple[NodeKey, str, int | None], str]]:
+    """Key of each node; its parent, name and access level; the type of its value."""
+
+    def key_of(node_id: str) -> NodeKey:
+        kind, _, text = node_id.partition("=")
+        return OBJECTS_FOLDER if node_id == "i=85" else int(text) if kind == "i" else text
+
+    return [
+        (
+            key_of(node["id"]),
+            (key_of(node["parent"]), node["name"], _ACCESS.get(node["access"])),
+            node["dataType"],
+        )
+        for node in check("--tree", *arguments)
+    ]
+
+
+def assert_foretold(client: OpcClient, nodes: dict[NodeKey, Node], *arguments: str) -> None:
+    """The tree is the one that a client browses, and values have the types that were foretold."""
+    foretold = tree(*arguments)
+    assert {key: place for key, place, _ in foretold} == {
+        key: (node.parent, node.browse_name, node.access_level) for key, node in nodes.items()
+    }
+    types = [(key, of_type) for key, (_, _, level), of_type in foretold if (level or 0) & 1]
+    values = client.read_many((client.node_id(key), ua.AttributeIds.Value) for key, _ in types)
+    for (key, of_type), value in zip(types, values, strict=True):
+        known = value.Value is not None and value.Value.VariantType != ua.VariantType.Null
+        assert of_type == (value.Value.VariantType.name if known else "—"), key
