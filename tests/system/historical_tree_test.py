@@ -144,23 +144,26 @@ def test_publishes_the_selected_pens(
         ), key
 
 
-# What the server says that it publishes, by the trend system and the configuration's end.
+# What the server says that it publishes, by the trend system and the configuration's end; how many
+# values it announces for an answer, None without history.
 PUBLISHES = {
-    "two plotters": (SYSTEM, "[Plotter_1]\n[Plotter_2]\n", "теги OA+HA"),
-    "no section": (SYSTEM, "", "теги OA+HA"),
-    "the last one fails": (SYSTEM, "[Plotter_1]\n[Plotter_4]\n", "теги OA"),
-    "not the last one fails": (SYSTEM, "[Plotter_4]\n[Plotter_5]\n", "теги OA+HA"),
-    "no trend system": (Trends(), "[Plotter_1]\n", "теги OA"),
-    "no plotters": (Trends(plotters=0), "[Plotter_1]\n", "теги OA"),
-    "off": (SYSTEM, "HistoricalData=off\n", "теги OA"),
-    "history alone": (SYSTEM, "OperativeData=off\n", "теги HA"),
-    "nothing": (SYSTEM, "OperativeData=off\nHistoricalData=off\n", ""),
+    "two plotters": (SYSTEM, "[Plotter_1]\n[Plotter_2]\n", "теги OA+HA", 100),
+    "no section": (SYSTEM, "", "теги OA+HA", None),
+    "the last one fails": (SYSTEM, "[Plotter_1]\n[Plotter_4]\n", "теги OA", 100),
+    "not the last one fails": (SYSTEM, "[Plotter_4]\n[Plotter_5]\n", "теги OA+HA", 100),
+    "a limit": (SYSTEM, "CountHistoryTrends=250\n[Plotter_1]\n", "теги OA+HA", 250),
+    "no limit": (SYSTEM, "CountHistoryTrends=-1\n[Plotter_1]\n", "теги OA+HA", 0),
+    "no trend system": (Trends(), "[Plotter_1]\n", "теги OA", None),
+    "no plotters": (Trends(plotters=0), "[Plotter_1]\n", "теги OA", None),
+    "off": (SYSTEM, "HistoricalData=off\n", "теги OA", None),
+    "history alone": (SYSTEM, "OperativeData=off\n[Plotter_1]\n", "теги HA", 100),
+    "nothing": (SYSTEM, "OperativeData=off\nHistoricalData=off\n", "", None),
 }
 
 
-@pytest.mark.parametrize("system, more, mode", PUBLISHES.values(), ids=PUBLISHES.keys())
+@pytest.mark.parametrize("system, more, mode, values", PUBLISHES.values(), ids=PUBLISHES.keys())
 def test_tells_whether_history_is_published(
-    system: Trends, more: str, mode: str, site: Site
+    system: Trends, more: str, mode: str, values: int | None, site: Site
 ) -> None:
     site.start(va=1)
     system.tell()
@@ -171,8 +174,7 @@ def test_tells_whether_history_is_published(
         ua.ObjectIds.HistoryServerCapabilities_MaxReturnDataValues,
     )
     answers = client.read_many((ua.NodeId(n), ua.AttributeIds.Value) for n in capabilities)
-    is_off = "HistoricalData=off" in more
-    assert [answer.Value.Value for answer in answers] == ([False, 0] if is_off else [True, 1000])
+    assert [answer.Value.Value for answer in answers] == [values is not None, values or 0]
 
 
 def test_a_pen_shows_its_type_and_cannot_be_written(site: Site) -> None:

@@ -229,18 +229,37 @@ def test_refuses_an_answer_that_no_memory_can_hold(site: Site) -> None:
     assert ramp_values(client, FIRST, seconds_later(2)) == [0, 1, 2]
 
 
-def test_refuses_all_but_raw_reads_of_pens(site: Site) -> None:
-    client = serve(site, told(RAMP))
-    for folder in ("Plotter_1", 7):
-        refused, values = client.read_history(folder, FIRST, seconds_later(2))
-        assert refused.is_bad() and values == []
-    processed = ua.HistoryReadParameters(
-        HistoryReadDetails=ua.ReadProcessedDetails(StartTime=FIRST, EndTime=seconds_later(2)),
-        NodesToRead=[ua.HistoryReadValueId(NodeId=client.node_id(PEN))],
-    )
-    with pytest.raises(ua.UaStatusCodeError):
-        client.run(client.client.uaclient.history_read(processed))
-    assert ramp_values(client, FIRST, seconds_later(1)) == [0, 1]
+# By the end of the configuration: whether the pens' raw values are read; nothing else ever is.
+@pytest.mark.parametrize("more, offered", [("", True), ("HistoricalData = off", False)])
+def test_refuses_all_but_raw_reads_of_pens(more: str, offered: bool, site: Site) -> None:
+    client = serve(site, told(RAMP), f"{more}\n[Attributes]\nVA=1\nType1.V=V, 29\n")
+    unsupported = ua.StatusCodes.BadHistoryOperationUnsupported
+    end = seconds_later(2)
+    value = "Operative.1_VA.VA_1.V.A29"
+    pens = [PEN, "Plotter_1"] if offered else []
+    unknown = ua.StatusCodes.BadNodeIdUnknown
+    for key, status in {value: unsupported, "VA_1": unsupported, 99: unknown}.items():
+        assert client.read_history(key, FIRST, end) == (ua.StatusCode(status), [])
+    nodes = [ua.HistoryReadValueId(NodeId=client.node_id(key)) for key in [value, *pens]]
+    for details in (
+        ua.ReadProcessedDetails(StartTime=FIRST, EndTime=end),
+        ua.ReadAtTimeDetails(ReqTimes=[FIRST]),
+        ua.ReadEventDetails(StartTime=FIRST, EndTime=end),
+        ua.ReadRawModifiedDetails(IsReadModified=True, StartTime=FIRST, EndTime=end),
+    ):
+        parameters = ua.HistoryReadParameters(HistoryReadDetails=details, NodesToRead=nodes)
+        results = client.run(client.client.uaclient.history_read(parameters))
+        assert [result.StatusCode.value for result in results] == [unsupported] * len(nodes)
+    updates = [
+        ua.UpdateDataDetails(NodeId=nodes[-1].NodeId, UpdateValues=[ua.DataValue(ua.Variant(1.0))]),
+        ua.DeleteRawModifiedDetails(NodeId=nodes[-1].NodeId, StartTime=FIRST, EndTime=end),
+        ua.DeleteEventDetails(NodeId=nodes[-1].NodeId, EventIds=[b"1"]),
+    ]
+    parameters = ua.HistoryUpdateParameters(HistoryUpdateDetails=updates)
+    results = client.run(client.client.uaclient.history_update(parameters))
+    assert [result.StatusCode.value for result in results] == [unsupported] * len(updates)
+    if offered:
+        assert ramp_values(client, FIRST, seconds_later(1)) == [0, 1]
 
 
 def test_writes_are_not_reported_to_the_archive(site: Site) -> None:

@@ -3,9 +3,11 @@
 #include <open62541/plugin/historydata/history_data_gathering_default.h>
 #include <open62541/plugin/historydata/history_database_default.h>
 
+#include "server/ServerState.h"
 #include "server/UAServer.h"
 #include "server/history/HistoryBackend.h"
 #include "server/history/HistoryCapabilities.h"
+#include "server/history/HistoryRefusals.h"
 
 void HistoryAccess::install(UAServer& server) {
     backend_ = UA_HistoryDataBackend_RTEX();
@@ -15,12 +17,26 @@ void HistoryAccess::install(UAServer& server) {
     // among all pens, one by one, for a backend that drops the value. Without this member it does
     // not look.
     ofDatabase.setValue = nullptr;
-    UA_Server_getConfig(server.instance())->historyDatabase =
-        UA_HistoryDatabase_default(ofDatabase);
+    UA_HistoryDatabase database = UA_HistoryDatabase_default(ofDatabase);
+    refuseUnofferedHistory(database);
+    UA_Server_getConfig(server.instance())->historyDatabase = database;
 }
 
+namespace {
+
+/// The most values that an answer holds; 0 where the configuration sets no limit, OPC
+/// 10000-11, 5.4.2.
+UA_UInt32 longestAnswer() {
+    const std::uint32_t count = getCountHistoryTrends();
+    return count <= std::uint32_t{maxCountHistoryTrends} ? count : 0;
+}
+
+}  // namespace
+
 UA_StatusCode HistoryAccess::build(UAServer& server) {
-    // A capability that cannot be told is no reason to go without history.
-    (void)announceHistory(server.instance(), maxCountHistoryTrends);
-    return server.initializeHistoryTree(backend_, gathering_, settings_);
+    const UA_StatusCode status = server.initializeHistoryTree(backend_, gathering_, settings_);
+    // Pens of one plotter are there also when the next plotter failed. A capability that cannot be
+    // announced is no reason to go without history.
+    if (!RtexContext.penByNode.empty()) (void)announceHistory(server.instance(), longestAnswer());
+    return status;
 }

@@ -13,7 +13,7 @@ class HistoryAccess {
     /// Makes the library's history database. Before the endpoint is set up.
     void install(UAServer& server);
 
-    /// Builds the tree and tells clients that there is history.
+    /// Builds the tree and, if it has pens, announces to clients that there is history.
     /// @return as UAServer::initializeHistoryTree
     UA_StatusCode build(UAServer& server);
 
