@@ -51,6 +51,18 @@ function(opcuasrv_optimise_across_files)
     endforeach()
 endfunction()
 
+# opcuasrv_build_identity(<target>)
+# Lets the target include build_identity.h, see BuildIdentity.cmake.
+function(opcuasrv_build_identity target)
+    set(folder ${CMAKE_CURRENT_BINARY_DIR}/${target}_identity)
+    add_custom_target(${target}_identity BYPRODUCTS ${folder}/build_identity.h VERBATIM
+        COMMAND ${CMAKE_COMMAND} -D SOURCE_DIR=${PROJECT_SOURCE_DIR} -D VERSION=${PROJECT_VERSION}
+                -D NUMBER=${OPCUASRV_BUILD_NUMBER} -D HEADER=${folder}/build_identity.h
+                -P ${PROJECT_SOURCE_DIR}/cmake/BuildIdentity.cmake)
+    add_dependencies(${target} ${target}_identity)
+    target_include_directories(${target} PRIVATE ${folder})
+endfunction()
+
 # opcuasrv_program(<name> SOURCES <file>... [LINKS <target>...])   -> <build>/bin/<name>
 function(opcuasrv_program name)
     cmake_parse_arguments(ARG "" "" "SOURCES;LINKS" ${ARGN})

@@ -12,6 +12,8 @@
 #include "server/diagnostics/MsgHandler.h"
 #include "server/diagnostics/OperatorMessages.h"
 #include "server/diagnostics/SleepForever.h"
+#include "server/endpoint/Capabilities.h"
+#include "server/endpoint/Identity.h"
 #include "server/operative/IndexedNodeStore.h"
 #include "server/operative/UaView.h"
 #include "server/text/ToUTF8Converter.h"
@@ -37,9 +39,9 @@ void setLogLevel(UA_ServerConfig& config, int level) {
     *config.logging = logger;
 }
 
-/// The library's minimal configuration, without message security. It adds its endpoint and security
-/// policy to those that are there, so that a client would be offered the same one again for each
-/// call: the former ones are dropped first.
+/// The library's minimal configuration, without message security, and who we are. It adds its
+/// endpoint and security policy to those that are there, so that a client would be offered the same
+/// one again for each call: the former ones are dropped first.
 void setMinimalConfig(UA_ServerConfig& config, UA_UInt16 port) {
     for (std::size_t i = 0; i < config.securityPoliciesSize; ++i) {
         config.securityPolicies[i].clear(&config.securityPolicies[i]);
@@ -52,6 +54,7 @@ void setMinimalConfig(UA_ServerConfig& config, UA_UInt16 port) {
     config.endpoints = nullptr;
     config.endpointsSize = 0;
     (void)UA_ServerConfig_setMinimalCustomBuffer(&config, port, nullptr, 0, 0);
+    setIdentity(config);
 }
 
 // ---- Access control ----------------------------------------------------------------------------
@@ -102,6 +105,8 @@ UAServer::UAServer() : rootId_(UA_NODEID_NUMERIC(0, kRootFolder)), server_(UA_Se
     setLogLevel(*config, logLevel_);
     config->nodestore = indexVariables(config->nodestore);
     namespaceIndex_ = UA_Server_addNamespace(server_, "urn:vesk");
+    // What cannot be announced is no reason not to serve.
+    (void)announceCapabilities(server_);
 }
 
 UAServer::~UAServer() {

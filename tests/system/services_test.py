@@ -1,6 +1,10 @@
 """Services beside reading and writing: node management and subscriptions."""
 
+import os
 import queue
+import socket
+from datetime import datetime, timezone
+from pathlib import Path
 
 import pytest
 from asyncua import ua
@@ -131,8 +135,30 @@ def revised_intervals(client: OpcClient, node: str, asked_ms: float) -> tuple[fl
 def test_endpoint_description(name: str, shown: str | None, site: Site) -> None:
     site.start(va=1)
     client = site.serve(f"{SERVING}{name}\n")
+    (found,) = client.run(client.client.uaclient.find_servers(ua.FindServersParameters()))
+    namespaces, servers = (client.read_standard(n) for n in ("NamespaceArray", "ServerArray"))
     (endpoint,) = client.run(client.client.connect_and_get_server_endpoints())
     assert endpoint.SecurityMode == ua.MessageSecurityMode.None_
-    application = endpoint.Server.ApplicationName
-    assert application.Text == shown if shown else application.Text
-    assert (application.Locale == "ru-RU") == (shown is not None)
+    assert len(endpoint.UserIdentityTokens) == 1, "offered once, however often they were set up"
+    uri = f"urn:{socket.gethostname()}:vesk:opcuasrv"
+    assert [namespaces[1:], servers] == [[uri, "urn:vesk"], [uri]]
+    for application in (endpoint.Server, found):
+        assert application.ApplicationUri == uri
+        assert application.ProductUri == "urn:vesk:opcuasrv"
+        if shown:
+            assert application.ApplicationName.Text == shown
+        assert (application.ApplicationName.Locale == "ru-RU") == (shown is not None)
+
+
+def test_says_which_build_it_is_and_what_it_knows(site: Site) -> None:
+    site.start(va=1)
+    client = site.serve(SERVING, {"TZ": "AAA-3:30BBB,0/0,J365/25"})  # summer all the year
+    build = client.read_standard("ServerStatus", "BuildInfo")
+    assert (build.ProductUri, build.ProductName) == ("urn:vesk:opcuasrv", "opcuasrv")
+    project = (Path(__file__).parents[2] / "CMakeLists.txt").read_text()
+    assert f"VERSION {build.SoftwareVersion} " in project
+    program = Path(os.environ["OPCUASRV_BIN_DIR"]) / "opcuasrv"
+    assert build.BuildNumber and build.BuildDate.timestamp() <= program.stat().st_mtime
+    assert client.read_standard("ServerCapabilities", "LocaleIdArray") == ["ru-RU", "en"]
+    assert client.read_standard("LocalTime") == ua.TimeZoneDataType(270, True)
+    assert client.read_standard("EstimatedReturnTime") == datetime(1601, 1, 1, tzinfo=timezone.utc)

@@ -81,6 +81,11 @@ class OpcClient:
             results += self.run(self.client.uaclient.read(parameters))
         return results
 
+    def read_standard(self, *path: str) -> Any:
+        """Value of a variable below the Server object, by its browse names."""
+        node = self.run(self.client.nodes.server.get_child([f"0:{name}" for name in path]))
+        return self.run(node.read_value())
+
     def write(self, key: NodeKey, value: Any, of_type: ua.VariantType) -> ua.StatusCode:
         """As the client's own call: with the present time as source time."""
         return self.write_data_value(key, value_to_datavalue(value, of_type))
