@@ -58,6 +58,7 @@ void CVeskBDSh::planReads() {
         if (TQF* const first = TQGetTQFPointer(static_cast<char>(index), 0); first != nullptr) {
             plan.tqf = first;
             plan.tqfCount = counts_[index];
+            plan.tqfCountNow = TQNumVar + index;
         }
         CTypeVars* const table = getTypeVars(kTables[index].code);
         const TableRow* const inPlace = table != nullptr ? tableRow(table->typeAt()) : nullptr;

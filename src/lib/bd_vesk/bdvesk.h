@@ -182,6 +182,7 @@ class CVeskBDSh : public TQManager {
         const std::uint8_t* records = nullptr;  // passports; null without a table
         const AtrPlace* places = nullptr;
         const TQF* tqf = nullptr;
+        const std::uint16_t* tqfCountNow = nullptr;  // in shared memory; null when tqfCount is 0
         std::uint32_t recordSize = 0;
         std::uint32_t recordCount = 0;
         std::uint32_t placeCount = 0;

@@ -125,7 +125,9 @@ void CVeskBDSh::Read(std::uint8_t type, std::uint16_t num, std::uint16_t num_atr
         const std::size_t record = std::size_t{variableIndex} * plan.recordSize;
         readField(plan.records + record + place.offset, place, out->val);
     }
-    const TQF* const tqf = variableIndex < plan.tqfCount ? plan.tqf + variableIndex : nullptr;
+    const bool hasTqf =
+        variableIndex < plan.tqfCount && variableIndex < loadField<std::uint16_t>(plan.tqfCountNow);
+    const TQF* const tqf = hasTqf ? plan.tqf + variableIndex : nullptr;
     out->time = timeOf(tqf);
     out->quality = qualityOf(tqf);
 }

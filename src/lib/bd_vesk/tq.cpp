@@ -20,14 +20,23 @@ constexpr unsigned kCreate = 64;
 }  // namespace
 
 TQManager::TQManager(std::uint16_t* counts) : TQNumVar(counts) {
-    if (TQNumVar == nullptr) {
-        TQNumVar = static_cast<std::uint16_t*>(
-            ShmOpen(kCountsIndex, kCountsSize, kAttachOnly, nullptr, 0));
-        is_attached = TQNumVar != nullptr;
-    }
+    if (TQNumVar == nullptr) attachCounts();
+    takeCounts();
+}
+
+/// Attaches the controller's counts, in place of those attached before. Without any it keeps those.
+void TQManager::attachCounts() {
+    void* const counts = ShmOpen(kCountsIndex, kCountsSize, kAttachOnly, nullptr, 0);
+    if (counts == nullptr) return;
+    if (is_attached) static_cast<void>(ShmClose(TQNumVar));
+    TQNumVar = static_cast<std::uint16_t*>(counts);
+    is_attached = 1;
+}
+
+void TQManager::takeCounts() {
     if (TQNumVar == nullptr) return;
     for (std::size_t type = 0; type < counts_.size(); ++type)
-        counts_[type] = loadField<std::uint16_t>(TQNumVar + type);
+        counts_[type] = countNow(type);
     TQVarsAmmount = std::accumulate(counts_.begin(), counts_.end(), 0);
 }
 
@@ -71,6 +80,8 @@ TQF* TQManager::openShared(char debug) {
 int TQManager::TQInit(char debug) {
     if (is_alloc) return -1;
     if (is_shared) releaseShared();
+    if (TQNumVar == nullptr || is_attached) attachCounts();
+    takeCounts();
     TQF* const table = openShared(debug);
     if (table == nullptr) return -1;
     useTable(table);
@@ -90,6 +101,8 @@ int TQManager::TQInit(char debug) {
 
 int TQManager::TQInitSnap() {
     if (is_shared) return -1;
+    takeCounts();
+    TQDBValues = {};
     private_.reset(new (std::nothrow) TQF[static_cast<std::size_t>(TQVarsAmmount)]());
     if (private_ == nullptr) return -1;
     useTable(private_.get());

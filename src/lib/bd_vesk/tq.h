@@ -29,8 +29,9 @@ static_assert(alignof(TQF) == 8, "fields of the table are single loads and store
 /// in five sub-tables of that order.
 ///
 /// After construction there is no table; TQInit attaches the controller's, TQInitSnap makes a
-/// private one, and only one of the two is possible. Types are 0 to 4 here, records count from 0. A
-/// type or record outside the table, or a table that is not there, makes getters answer 0 (null,
+/// private one, and only one of the two is possible. The table keeps the shape that the counts gave
+/// it then. Types are 0 to 4 here, records count from 0. A type or record outside the table or not
+/// below the count as it is now, or a table that is not there, makes getters answer 0 (null,
 /// {0, 0}) and setters -1.
 ///
 /// The table is used without locks: quality and flags are single loads and stores, a time is two,
@@ -40,15 +41,17 @@ class TQManager {
   public:
     static constexpr int kTypes = 5;
 
-    /// @param counts  variables of each of the five types, not owned, read here once; null: the
-    ///                controller's own counts are attached. Without them the table has no records.
+    /// @param counts  variables of each of the five types, not owned, valid as long as this object;
+    ///                null: the controller's own counts are attached, by TQInit if they are not
+    ///                there yet. Without them the table has no records.
     explicit TQManager(std::uint16_t* counts);
     /// Detaches; removes the shared table if this object made it.
     ~TQManager();
     TQManager(const TQManager&) = delete;
     TQManager& operator=(const TQManager&) = delete;
 
-    /// Attaches the shared table, or makes it, zeroed, when there is none.
+    /// Attaches the shared table, or makes it, zeroed, when there is none. The controller's counts
+    /// are attached anew: they may have been made, or remade, since.
     /// @param debug  non-zero: the debug table, filled from the normal one, which must be there
     /// @return 0; -1 without a table or when there is a private one already.
     int TQInit(char debug);
@@ -89,6 +92,11 @@ class TQManager {
     void TQPrintAll() const;
 
   protected:
+    /// Of a type that counts_ has records of.
+    std::uint16_t countNow(std::size_t type) const {
+        return loadField<std::uint16_t>(TQNumVar + type);
+    }
+
     // Of a record, or of none.
     static timeval timeOf(const TQF* r) {
         if (r == nullptr) return {};
@@ -105,9 +113,8 @@ class TQManager {
     char is_alloc = 0;                  ///< the table is private
     int id_TQDBValues = 0;              ///< kernel id of the shared table if this object made it
     int TQVarsAmmount = 0;              ///< records of all types
-    std::uint16_t* TQNumVar = nullptr;  ///< the counts where they came from; null without
-    /// Records of each sub-table. Copied at construction: the table keeps the shape it was attached
-    /// with, whatever the controller writes into its counts later.
+    std::uint16_t* TQNumVar = nullptr;  ///< the counts as others see and write them; null without
+    /// Records of each sub-table of the table there is.
     std::array<std::uint16_t, kTypes> counts_{};
     std::array<TQF*, kTypes> TQDBValues{};  ///< start of each sub-table; null without a table
 
@@ -115,8 +122,10 @@ class TQManager {
     [[nodiscard]] TQF* record(std::uint8_t type, std::uint16_t index) const {
         if (type >= kTypes || index >= counts_[type]) return nullptr;
         TQF* const table = TQDBValues[type];
-        return table != nullptr ? table + index : nullptr;
+        return table != nullptr && index < countNow(type) ? table + index : nullptr;
     }
+    void attachCounts();
+    void takeCounts();
     [[nodiscard]] std::size_t tableSize() const;
     [[nodiscard]] TQF* openShared(char debug);
     void useTable(TQF* table);

@@ -2,10 +2,12 @@
 
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <limits>
 #include <string>
 #include <tuple>
 
+#include "lib/util/shmem.h"
 #include "lib/util/veskpath.h"
 #include "lib/util/vs_obj.h"
 #include "support/attribute_files.h"
@@ -128,12 +130,20 @@ TEST_F(BdVesk, WaitsForTheDatabaseProcessAndEndsWithoutIt) {
     database.stop();
     ChildProcess processing([&] { return db.ObrBD(), 0; });
     EXPECT_EQ(processing.wait(), 255) << "nobody answers";
-    ChildProcess inTime([] {
+
+    const ShmPtr counts(ShmOpen(59, 26, 0, nullptr, 0));
+    std::memset(counts.get(), 0, 26);  // not written yet either
+    database.setQuality(1, 3, 7);
+    db.Read(1, 3, 1, &reading);
+    EXPECT_EQ(reading.quality, 0U);
+    ChildProcess inTime([&] {
         CVeskBDSh late(0);
         late.LoadBD();
-        return late.isVariable({1, 1, 0}) ? 7 : 8;
+        late.Read(1, 3, 1, &reading);
+        return static_cast<int>(reading.quality);
     });
     std::this_thread::sleep_for(std::chrono::milliseconds(100));  // the first look finds nothing
+    std::memcpy(counts.get(), ControllerDatabase::kCounts.data(), 22);
     database.start();
     EXPECT_EQ(inTime.wait(), 7);
 

@@ -46,9 +46,10 @@ class TqTest : public testing::Test {
 };
 
 TEST_F(TqTest, RecordsLieWhereOtherProcessesHaveThem) {
+    TQManager tq(nullptr);  // a server that starts while the controller does
     makeCounts({2, 0, 1, 0, 3, 99, 99});
     char* const table = make(85, 6 * kRecord);
-    TQManager tq(nullptr);
+    expectOutside(tq, kVA, 0);
     ASSERT_EQ(tq.TQInit(0), 0);
 
     EXPECT_EQ(tq.TQSetTime(kHI, 0, {0x6867666564636261, 0x706F6E6D6C6B6A69}), 0);
@@ -66,12 +67,14 @@ TEST_F(TqTest, RecordsLieWhereOtherProcessesHaveThem) {
 }
 
 TEST_F(TqTest, NothingIsFoundOutsideTheTableWhateverBecomesOfTheCounts) {
-    TQManager noCounts(nullptr);
-    expectOutside(noCounts, kVA, 0);
     make(85, 10 * kRecord);
-    makeCounts({2, 0, 1, 0, 1});
+    makeCounts({0, 0, 0, 0, 0});
     TQManager tq(nullptr);
+    makeCounts({2, 0, 1, 0, 1});
     ASSERT_EQ(tq.TQInit(0), 0);
+    makeCounts({1, 0, 1, 0, 1});
+    expectOutside(tq, kVA, 1);
+    EXPECT_EQ(tq.TQGetTQFPointer(kDO, 0), tq.TQGetTQFPointer(kVA, 0) + 3) << "nothing moves";
     makeCounts({0xFFFF, 0xFFFF, 0xFFFF, 0xFFFF, 0xFFFF});
     for (const auto& [type, index] :
          {std::pair(kVA, 2), {kAV, 0}, {kDO, 1}, {kVA, 0xFFFF}, {'\x05', 0}, {'\xFF', 0}})
