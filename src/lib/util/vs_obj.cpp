@@ -166,15 +166,16 @@ vs_obj::vs_obj() : vs_shm(kRegistryIpcIndex), ProxyTimer(name_find("proxytimer")
     crSRR = SR_id != -1 ? 1 : 0;
     if (crSRR == 0) SR_id = msgget(sem_key, IPC_CREAT);
     if (SR_id == -1) std::perror("msgget(SR)");
-    RS_id = msgget(sem_key + 1, kQueuePerm | IPC_CREAT);
+    RS_id = msgget(sem_key + 1, kQueuePerm | IPC_CREAT | IPC_EXCL);
+    madeReplies_ = RS_id != -1;
+    if (!madeReplies_) RS_id = msgget(sem_key + 1, kQueuePerm | IPC_CREAT);
     if (RS_id == -1) std::perror("msgget(RS)");
 }
 
 vs_obj::~vs_obj() {
-    if (crSRR == 0) return;
     // Somebody may have removed them already: then there is nothing left to do.
-    static_cast<void>(msgctl(SR_id, IPC_RMID, nullptr));
-    static_cast<void>(msgctl(RS_id, IPC_RMID, nullptr));
+    if (crSRR != 0) static_cast<void>(msgctl(SR_id, IPC_RMID, nullptr));
+    if (madeReplies_) static_cast<void>(msgctl(RS_id, IPC_RMID, nullptr));
 }
 
 bool vs_obj::fill(int addressee, const void* data, unsigned int len) {

@@ -34,8 +34,7 @@ class vs_obj : public vs_shm {
   public:
     /// Joins (or makes) the name registry and both queues, and looks up the timer process.
     vs_obj();
-    /// Removes the queues when this object made the request queue, then the registry as vs_shm
-    /// does.
+    /// Removes each of the two queues that this object made, then the registry as vs_shm does.
     ~vs_obj() override;
 
     /// Sends a request and waits for its reply, as long as the addressee lives.
@@ -91,6 +90,7 @@ class vs_obj : public vs_shm {
     bool taken(ssize_t got);
     int accept(int pid, void* msg, unsigned int len);
 
+    bool madeReplies_ = false;      // this object made the reply queue
     unsigned int receivedLen_ = 0;  // data bytes of the request in `mess`
 };
 

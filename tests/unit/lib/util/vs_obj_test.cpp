@@ -95,6 +95,13 @@ TEST(MessageQueues, HaveTheRegistrysKeyAndTheNext) {
         EXPECT_EQ(out.text(), "");
     }
     EXPECT_EQ(path.objectCount(), 0U);
+    for (const key_t queue : {path.key("proxy", 'a'), path.key("proxy", 'a') + 1}) {
+        const int ofAnother = msgget(queue, IPC_CREAT | 0666);
+        Capture out(STDOUT_FILENO);
+        { const vs_obj object; }
+        EXPECT_EQ(path.objectCount(), 1U) << "what another process made stays";
+        EXPECT_EQ(msgctl(ofAnother, IPC_RMID, nullptr), 0);
+    }
 }
 
 TEST_F(Messages, CarrySenderAndDataAndNothingMore) {
