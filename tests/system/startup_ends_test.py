@@ -58,14 +58,25 @@ def test_with_a_dead_database_process(site: Site) -> None:
     assert process.own_output()[-1] == "No Base in lib"
 
 
-def test_a_live_process_holds_the_name(site: Site) -> None:
+@pytest.mark.parametrize("reason", ["process {} has this name", "all 40 entries", "attached"])
+def test_a_name_that_cannot_be_registered(reason: str, site: Site) -> None:
+    """The start is announced before, the configuration is not looked at."""
     site.start(va=1)
-    registry.add_holder("Opcua", os.getpid())
-    process = site.launch(SERVING)
+    if reason.startswith("process"):
+        registry.add_holder("Opcua", os.getpid())
+    elif reason.startswith("all"):
+        while len(registry.holders()) < 40:
+            registry.add_holder(f"program {len(registry.holders())}", os.getpid())
+    else:
+        registry.replace_by(8)
+    LOG.parent.mkdir(exist_ok=True)
+    LOG.write_text("01-01-2026 00:00:00: the run before\n")
+    process = site.launch(SERVING + "[Unknown]\n")
     assert process.exit_status() == REFUSED
-    assert process.own_output() == [f"vs_shm: ProxyTimer={process.pid}"]
+    printed = [line for line in process.own_output() if line.startswith("opcuasrv: ")]
+    assert len(printed) == 1 and reason.format(os.getpid()) in printed[0]
     assert process.log_lines() == []
-    assert registry.holders()["Opcua"] == os.getpid()
+    assert journal.ring()[-1].code == 18091
 
 
 def test_a_second_server_leaves_the_first_alone(site: Site) -> None:

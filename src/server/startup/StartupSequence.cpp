@@ -1,5 +1,6 @@
 #include "server/startup/StartupSequence.h"
 
+#include <cstdio>
 #include <memory>
 
 #include "lib/util/vs_obj.h"
@@ -29,10 +30,23 @@ void announceStart() {
     getLoggerCtr().prepareRecord();
 }
 
-/// @return false when a live process holds the server's name already
+constexpr const char* kProcessName = "Opcua";
+
+/// @return false when the registry did not take the server's name; why stands on standard error,
+/// for the supervisor's log
 bool registerProcess() {
     All = new vs_obj;
-    return All->name_add("Opcua", 0) != -1;
+    if (All->name_add(kProcessName, 0) != -1) return true;
+
+    std::fprintf(stderr, "opcuasrv: \"%s\" is not registered: ", kProcessName);
+    if (All->buf_names == nullptr) {
+        std::fputs("the name registry cannot be attached\n", stderr);
+    } else if (const int holder = All->name_find(kProcessName); holder != -1) {
+        std::fprintf(stderr, "process %d has this name\n", holder);
+    } else {
+        std::fprintf(stderr, "all %d entries of the name registry are taken\n", kRegistryEntries);
+    }
+    return false;
 }
 
 /// One object per database variable, numbered from 1, up to the first number that the database does

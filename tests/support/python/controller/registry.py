@@ -27,6 +27,12 @@ def add_holder(name: str, pid: int) -> None:
     raise LookupError("the registry is full")
 
 
+def replace_by(size: int) -> None:
+    """Puts a segment of another size, which nobody can attach, in the registry's place."""
+    sysv.remove(_segment())
+    sysv.create_segment(ipc_keys.fixed_key(ipc_keys.REGISTRY), size)
+
+
 def _segment() -> sysv.IpcObject:
     segment = sysv.find_segment(ipc_keys.fixed_key(ipc_keys.REGISTRY))
     assert segment is not None, "there is no registry"
