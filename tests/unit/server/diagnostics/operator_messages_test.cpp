@@ -17,5 +17,6 @@ TEST_F(OperatorMessages, GoToTheLogOnlyWithoutAJournal) {
     EXPECT_TRUE(journal.messages.empty());
     EXPECT_EQ(installEventJournal(&journal), nullptr);
     EXPECT_EQ(installedEventJournal(), &journal);
-    EXPECT_EQ(controllerPrefix(), "\x96\x8F 3");
+    reportStarted("1.0-0");
+    EXPECT_EQ(logLines().back(), "ЦП 3: OPC UA Сервер: Запуск: Версия: 1.0-0");
 }

@@ -16,7 +16,8 @@ TEST(VeskkntrReader, TakesTheFirstLineThatSeemsToHoldTheKey) {
         std::int32_t cycleTimeMs;
     } cases[] = {
         {"blanks around, DOS line ends", "[A]\r\nCycleTime=\t20\r\nNumber_kontr = 12\r\n", 12, 20},
-        {"no number keeps the default", "Number_kontr=abc\nCycleTime=\n", 0, 100},
+        {"no number keeps the default, whatever follows",
+         "Number_kontr=abc\nCycleTime=\nNumber_kontr=5\nCycleTime=60\n", 0, 100},
         {"a comment that quotes the key decides", "; Number_kontr = 3 or so\nNumber_kontr=5", 3,
          100},
         {"a line without '=' is passed over", "Number_kontr 3\nNumber_kontr=5\n", 5, 100},
