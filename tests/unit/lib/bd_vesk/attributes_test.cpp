@@ -2,27 +2,16 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <span>
 #include <string>
 #include <tuple>
 #include <utility>
 #include <vector>
 
-#include "support/attribute_files.h"
+#include "sim/layout/attribute_files.h"
+#include "sim/layout/field_table.h"
 
 namespace {
-
-using Files = AttributeFiles;
-using enum Files::Storage;
-
-Files sample() {
-    Files files;
-    files.entries[Files::kVA] = {3, {{1, kFloat, 103}, {2, kBit, 108, 7}, {3, kText, 4}}};
-    files.entries[Files::kDI] = {1, {{1, kByte, 50}}};
-    files.entries[Files::kAV] = {2, {{1, kWord, 107}, {2, kFloat, 167}}};
-    return files;
-}
 
 AtrFiles readFiles(const std::string& offsets, const std::string& types) {
     const auto bytes = [](const std::string& text) {
@@ -31,45 +20,33 @@ AtrFiles readFiles(const std::string& offsets, const std::string& types) {
     return readAtrFiles(bytes(offsets), bytes(types));
 }
 
-/// Kind, bit, offset and storage of each attribute, by entry.
-using Entries = std::vector<std::string>;
-Entries described(const AtrFiles& files) {
-    Entries texts;
-    for (const ListAllVar& entry : files.entries) {
-        std::string& text = texts.emplace_back();
-        for (std::size_t i = 0; i < static_cast<std::size_t>(entry.Num); ++i) {
-            const DscAtr atr = entry.Atr[i];
-            for (const int number : {+atr.NumAtr, +atr.NumBit, +atr.Offset})
-                text += std::to_string(number) + "/";
-            text += std::to_string(entry.AtrType[i].TypeAtr) + " ";
+TEST(AttributeFiles, LeadToEachFieldOfEachType) {
+    const AtrFiles files = readFiles(sim::offsetFile(), sim::kindFile());
+    EXPECT_TRUE(files.sameEntries && files.faults.empty());
+    for (const auto& [type, place] : {std::pair(1, 0U), {2, 7U}, {3, 2U}, {4, 1U}, {5, 5U}}) {
+        const auto code = static_cast<sim::TypeCode>(type);
+        const std::size_t record = sim::layoutOf(code).passport.elementSize;
+        for (const sim::Attribute& wanted : sim::attributesOf(code)) {
+            SCOPED_TRACE(wanted.name);
+            const AtrPlace got = placeOf(static_cast<DB_TYPE>(type), files.entries.at(place),
+                                         wanted.number, record, nullptr);
+            const bool isLong = wanted.name == "string.TZN";
+            const bool isBit = wanted.storage == sim::Storage::bit;
+            EXPECT_EQ(got.offset, wanted.offset);
+            EXPECT_EQ(got.mask, isBit ? 1U << wanted.bit : 0U);
+            EXPECT_EQ(got.storage, isLong ? Storage::text17 : static_cast<Storage>(wanted.storage));
         }
     }
-    return texts;
-}
-const Entries kSample = {"1/0/103/3 2/7/108/0 3/0/4/6 ", "1/0/50/1 ", "", "", "", "", "",
-                         "1/0/107/2 2/0/167/3 "};
-
-TEST(AttributeFiles, AreReadEntryByEntryInAnyOrder) {
-    std::string offsets = sample().offsets();
-    std::string types = sample().types();
-    AtrFiles files = readFiles(offsets, types);
-    EXPECT_TRUE(files.sameEntries && files.faults.empty());
-    EXPECT_EQ(described(files), kSample);
-
-    // The entries of VA and DI change places in the file of offsets; the positions lead to them.
-    offsets =
-        offsets.substr(0, 2) + offsets.substr(6, 4) + offsets.substr(2, 4) + offsets.substr(10);
-    types = types.substr(0, 2) + types.substr(13, 5) + types.substr(2, 11) + types.substr(18);
-    files = readFiles(offsets, types);
-    EXPECT_TRUE(files.sameEntries && files.faults.empty());
-    Entries swapped = kSample;
-    std::swap(swapped[0], swapped[1]);
-    EXPECT_EQ(described(files), swapped);
 }
 
 TEST(AttributeFiles, KeepWhatStandsBeforeAFault) {
-    const std::string offsets = sample().offsets();
-    const std::string types = sample().types();
+    const std::string offsets = sim::offsetFile();
+    const std::string types = sim::kindFile();
+    const AtrFiles whole = readFiles(offsets, types);
+    const auto with = [](std::string bytes, std::size_t at, const char* other) {
+        return bytes.replace(at, std::string(other).size(), other);
+    };
+    constexpr std::size_t kSecond = 2 + 2 + 3 * 62;  // entry in the file of types
     const char* const end = "the file ends here";
     const auto inTypes = AtrFault::File::types;
     const struct {
@@ -80,17 +57,22 @@ TEST(AttributeFiles, KeepWhatStandsBeforeAFault) {
         const char* text = "";  // empty: silent by contract
         AtrFault::File file = AtrFault::File::offsets;
     } cases[] = {
-        {"entry counts differ", offsets, Files::number(9, 2) + types.substr(2), false},
+        {"entry counts differ", offsets, with(types, 0, "\x09"), false},
         {"negative entry counts", "\xFF\xFF", "\xFF\xFF", true, -1, -1, "-1 entries"},
-        {"attribute counts differ", offsets, std::string(types).replace(13, 1, "\x02"), true, 1, -1,
-         "2 attributes, 1 in the file of offsets", inTypes},
+        {"attribute counts differ", offsets, with(types, kSecond, "\x02"), true, 1, -1,
+         "2 attributes, 41 in the file of offsets", inTypes},
+        {"entries are found by their positions",
+         offsets.substr(0, 2) + offsets.substr(6, 4) + offsets.substr(6), types, true, 0, -1,
+         "62 attributes, 41 in the file of offsets", inTypes},
         {"no count in the one", offsets.substr(0, 1), types, false, -1, -1, end},
         {"no position", offsets.substr(0, 4), types, true, 0, -1, end},
-        {"a position behind the end",
-         std::string(offsets).replace(6, 4, Files::number(0x7FFFFFFF, 4)), types, true, 1, -1, end},
-        {"cut in a count of attributes", offsets, types.substr(0, 14), true, 1, -1, end, inTypes},
-        {"in a description", offsets.substr(0, offsets.size() - 5), types, true, 7, 2, end},
-        {"in the last kind", offsets, types.substr(0, types.size() - 1), true, 7, 2, end, inTypes},
+        {"a position behind the end", with(offsets, 6, "\xFF\xFF\xFF\x7F"), types, true, 1, -1,
+         end},
+        {"cut in a count of attributes", offsets, types.substr(0, kSecond + 1), true, 1, -1, end,
+         inTypes},
+        {"in a description", offsets.substr(0, offsets.size() - 12), types, true, 7, 119, end},
+        {"in the last kind", offsets, types.substr(0, types.size() - 1), true, 7, 119, end,
+         inTypes},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.why);
@@ -99,9 +81,11 @@ TEST(AttributeFiles, KeepWhatStandsBeforeAFault) {
         const AtrFault fault = read.faults.empty() ? AtrFault() : read.faults[0];
         EXPECT_EQ(std::tuple(fault.entry, fault.attribute, fault.text, fault.file),
                   std::tuple(c.entry, c.attribute, c.text, c.file));
-        Entries want(read.entries.size());
-        if (c.entry > 0) std::copy_n(kSample.begin(), c.entry, want.begin());
-        EXPECT_EQ(described(read), want);
+        ASSERT_EQ(read.entries.size(), c.entry < 0 ? 0U : 8U);
+        for (int i = 0; i < static_cast<int>(read.entries.size()); ++i) {
+            const auto entry = static_cast<std::size_t>(i);
+            EXPECT_EQ(read.entries[entry].Num, i < c.entry ? whole.entries[entry].Num : 0);
+        }
     }
 }
 

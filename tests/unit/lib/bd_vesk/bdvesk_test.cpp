@@ -10,7 +10,7 @@
 #include "lib/util/shmem.h"
 #include "lib/util/veskpath.h"
 #include "lib/util/vs_obj.h"
-#include "support/attribute_files.h"
+#include "sim/layout/attribute_files.h"
 #include "support/child_process.h"
 #include "support/controller_database.h"
 #include "support/files.h"
@@ -165,10 +165,10 @@ TEST_F(BdVesk, TellsFaultsOfTheDescriptionsWithFileEntryAndAttribute) {
     unsetenv("SYSTEM");
     SRV_Path.InitPathes();
 
-    AttributeFiles files;
-    files.entries[0] = {2, {{1, AttributeFiles::kFloat, 103}, {2, AttributeFiles::kFloat, 111}}};
+    const std::string places = sim::offsetFile().replace(40, 1, "\x72");  // of the first field
+    const std::string kinds = sim::kindFile();
     const std::string outside =
-        offsets + ", entry 0, attribute 2: 4 bytes at 111 are not inside a record of 114\n";
+        offsets + ", entry 0, attribute 1: 1 bytes at 114 are not inside a record of 114\n";
     const struct {
         const char* why;
         std::string offsets, types;  // empty: no such file
@@ -176,11 +176,11 @@ TEST_F(BdVesk, TellsFaultsOfTheDescriptionsWithFileEntryAndAttribute) {
         std::string told;
     } cases[] = {
         {"no files", "", "", -1, notOpened + offsets + "\n\r"},
-        {"no file of types", files.offsets(), "", -1, notOpened + types + "\n\r"},
-        {"other entry counts", files.offsets(), "\x09" + files.types().substr(1), -1, ""},
-        {"cut in the second entry", files.offsets(), files.types().substr(0, 11), -1,
+        {"no file of types", places, "", -1, notOpened + types + "\n\r"},
+        {"other entry counts", places, "\x09" + kinds.substr(1), -1, ""},
+        {"cut in the second entry", places, kinds.substr(0, 191), -1,
          types + ", entry 1: the file ends here\n" + outside},
-        {"an attribute outside", files.offsets(), files.types(), 0, outside},
+        {"an attribute outside", places, kinds, 0, outside},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.why);
@@ -190,8 +190,8 @@ TEST_F(BdVesk, TellsFaultsOfTheDescriptionsWithFileEntryAndAttribute) {
         EXPECT_EQ(described.LoadOffAtr(), c.result);
         EXPECT_EQ(out.text(), c.told);
         const bool isKept = c.told.ends_with(outside);
-        EXPECT_EQ(described.getTypeAtr({1, 1, 1}), isKept ? type_float : none);
-        EXPECT_EQ(described.isAttribute({1, 1, 2}), isKept);
+        EXPECT_EQ(described.getTypeAtr({1, 1, 29}), isKept ? type_float : none);
+        EXPECT_EQ(described.isAttribute({1, 1, 62}), isKept);
         EXPECT_EQ(described.getTypeAtr({1, 1, 0}), type_float) << "values need no description";
     }
 }
