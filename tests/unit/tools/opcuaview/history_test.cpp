@@ -176,15 +176,15 @@ TEST(Plot, DrawsTheCurveWithItsScaleAndGaps) {
     std::vector<HistoryValue> values;
     for (int i = 0; i <= 60; ++i) {
         values.push_back({kBegin + i * kSecond, i < 30 ? 0.0 : 10.0,
-                          i >= 40 && i < 55 ? UA_STATUSCODE_BAD : UA_STATUSCODE_GOOD, false});
+                          i >= 40 && i < 44 ? UA_STATUSCODE_BAD : UA_STATUSCODE_GOOD, false});
     }
     const UA_DateTime to = kBegin + 60 * kSecond;
     // 30 characters are 60 columns of dots, one a second.
     const auto lines = plot(values, kBegin, to, 4, 41);
     ASSERT_EQ(lines.size(), 4U);
-    EXPECT_EQ(lines[0], "       10 │               ⡏⠉⠉⠉⠉       ⠈⠉⠉");
+    EXPECT_EQ(lines[0], "       10 │               ⡏⠉⠉⠉⠉  ⠉⠉⠉⠉⠉⠉⠉⠉");
     EXPECT_EQ(lines[1].substr(0, 19), "        0 │⣀⣀");
-    EXPECT_EQ(sparkline(values, kBegin, to, 6), "▁▁▁█ █");
+    EXPECT_EQ(sparkline(values, kBegin, to, 6), "▁▁▁███");
     EXPECT_EQ(rangeText(values), "0 … 10");
     EXPECT_EQ(rangeText({}), "—");
     EXPECT_EQ(plot({}, kBegin, to, 6, 30).size(), 6U);
