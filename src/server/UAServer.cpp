@@ -9,6 +9,7 @@
 
 #include "server/config/GeneralSettings.h"
 #include "server/config/IniConfigManager.h"
+#include "server/connections/QueueingConnections.h"
 #include "server/diagnostics/MsgHandler.h"
 #include "server/diagnostics/OperatorMessages.h"
 #include "server/diagnostics/SleepForever.h"
@@ -103,6 +104,9 @@ UAServer::UAServer() : rootId_(UA_NODEID_NUMERIC(0, kRootFolder)), server_(UA_Se
     UA_ServerConfig* const config = UA_Server_getConfig(server_);
     setMinimalConfig(*config, kDefaultPort);
     setLogLevel(*config, logLevel_);
+    if (!queueAnswers(*config->eventLoop)) {
+        throw std::runtime_error("Failed to create server instance");
+    }
     config->nodestore = indexVariables(config->nodestore);
     namespaceIndex_ = UA_Server_addNamespace(server_, "urn:vesk");
     // What cannot be announced is no reason not to serve.

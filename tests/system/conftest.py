@@ -105,8 +105,8 @@ class Site:
         self.launch(configuration, environment).wait_ready(port)
         return self.connect(port)
 
-    def connect(self, port: int = PORT) -> OpcClient:
-        self._clients.append(OpcClient(port))
+    def connect(self, port: int = PORT, **settings: float) -> OpcClient:
+        self._clients.append(OpcClient(port, **settings))
         return self._clients[-1]
 
     # -- Other programs, and the end

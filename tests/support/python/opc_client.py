@@ -38,11 +38,15 @@ _VARIABLE_ATTRIBUTES = (
 
 
 class OpcClient:
-    def __init__(self, port: int = PORT) -> None:
+    """`settings` are attributes of asyncua's client, set before it connects."""
+
+    def __init__(self, port: int = PORT, **settings: float) -> None:
         self._loop = asyncio.new_event_loop()
         self._thread = threading.Thread(target=self._loop.run_forever, daemon=True)
         self._thread.start()
         self.client = Client(f"opc.tcp://127.0.0.1:{port}", timeout=_TIMEOUT_S)
+        for name, value in settings.items():
+            setattr(self.client, name, value)
         self.run(self.client.connect())
         self.namespace: int = self.run(self.client.get_namespace_index("urn:vesk"))
 

@@ -1,0 +1,50 @@
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+#include "server/connections/InputGate.h"
+#include "server/connections/TransportChunk.h"
+
+/// Keeps answers from a client that are larger than it said it can take. The library sends them
+/// chunk by chunk without regard to that, and the client then cuts the connection. Here the chunks
+/// are held until the last one has come; an answer that is too large becomes a ServiceFault with
+/// BadResponseTooLarge (OPC 10000-4, 7.38), and later chunks are numbered as if the others had
+/// never been. One object per connection; without message security only.
+class AnswerGate {
+  public:
+    /// What may go out now: `held`, then `chunk`. Valid until the next call.
+    struct Output {
+        ByteView held;
+        ByteView chunk;
+    };
+
+    void setLimits(AnswerLimits limits) { limits_ = limits; }
+
+    /// @param chunk  a whole chunk as the library made it; its sequence number may be changed
+    /// @throws std::bad_alloc
+    Output pass(std::span<std::uint8_t> chunk);
+
+    /// Frees what the last output pointed to. To be called once it is sent.
+    void release();
+
+  private:
+    void begin(ByteView first);
+    void giveUp();
+    Output finish(ByteView last);
+    Output fault();
+    void renumber(std::span<std::uint8_t> chunk) const;
+
+    AnswerLimits limits_;
+    std::vector<std::uint8_t> held_;
+    // The message that is under way, from its first chunk:
+    std::uint32_t chunks_ = 0;  // 0: none is
+    std::uint64_t bodyBytes_ = 0;
+    bool tooLarge_ = false;
+    std::array<std::uint8_t, kServiceHeaderSize> header_{};
+    std::array<std::uint8_t, 12> timeAndHandle_{};  // of the response header
+    bool done_ = false;                             // held_ is an output
+    std::uint32_t unused_ = 0;                      // sequence numbers that no chunk went out with
+};

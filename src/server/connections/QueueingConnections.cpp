@@ -1,0 +1,482 @@
+#include "server/connections/QueueingConnections.h"
+
+#include <algorithm>
+#include <deque>
+#include <memory>
+#include <new>
+#include <unordered_map>
+#include <utility>
+#include <vector>
+
+#include "server/connections/AnswerGate.h"
+#include "server/connections/InputGate.h"
+#include "server/connections/SendQueue.h"
+
+namespace {
+
+/// A point of the loop's monotonic clock, or a span of it, in its ticks of 100 ns.
+using Ticks = std::chrono::duration<std::int64_t, std::ratio<1, 10'000'000>>;
+
+class QueueingConnections;
+
+/// Who is told of a connection: what the library gave when it began to listen.
+struct Listener {
+    QueueingConnections* connections;
+    void* application;
+    UA_ConnectionManager_connectionCallback callback;
+};
+
+enum class State {
+    open,
+    lastBytes,  ///< the library has closed it; what waits still goes out
+    closed      ///< the TCP manager has been asked to close it
+};
+
+struct Connection {
+    Listener* listener = nullptr;
+    void** context = nullptr;  ///< the library's, in the TCP manager's record of the connection
+    State state = State::open;
+    SendQueue queue;
+    AnswerGate answers;
+    Greeting greeting;
+    ChunkEnds ends;
+    std::vector<std::uint8_t> held;  ///< requests that wait
+    Ticks progress{};                ///< when the queue began or shrank last
+    Ticks heldSince{};
+    Ticks lastBytesUntil{};
+};
+
+/// The TCP manager numbers its connections by their sockets. A socket's number is used again only
+/// after the callback with the state CLOSING, which removes the entry here.
+int socketOf(std::uintptr_t id) {
+    return static_cast<int>(id);
+}
+
+class QueueingConnections final : public UA_ConnectionManager {
+  public:
+    QueueingConnections(UA_ConnectionManager& tcp, const SendBounds& bounds);
+
+  private:
+    using Entry = std::pair<const std::uintptr_t, Connection>;
+
+    // ---- Called by the library ----
+    static QueueingConnections& of(UA_ConnectionManager* manager) {
+        return *static_cast<QueueingConnections*>(manager);
+    }
+    static UA_StatusCode startSource(UA_EventSource* source) noexcept;
+    static void stopSource(UA_EventSource* source) noexcept;
+    static UA_StatusCode freeSource(UA_EventSource* source) noexcept;
+    static UA_StatusCode openOne(UA_ConnectionManager* manager, const UA_KeyValueMap* params,
+                                 void* application, void* context,
+                                 UA_ConnectionManager_connectionCallback callback) noexcept;
+    static UA_StatusCode sendOne(UA_ConnectionManager* manager, std::uintptr_t id,
+                                 const UA_KeyValueMap* params, UA_ByteString* buffer) noexcept;
+    static UA_StatusCode closeOne(UA_ConnectionManager* manager, std::uintptr_t id) noexcept;
+    static UA_StatusCode allocate(UA_ConnectionManager* manager, std::uintptr_t id,
+                                  UA_ByteString* buffer, std::size_t size) noexcept;
+    static void release(UA_ConnectionManager* manager, std::uintptr_t id,
+                        UA_ByteString* buffer) noexcept;
+    static void onTimer(void* connections, void* unused) noexcept;
+
+    // ---- Called by the TCP manager ----
+    static void onActivity(UA_ConnectionManager* tcp, std::uintptr_t id, void* listener,
+                           void** context, UA_ConnectionState state, const UA_KeyValueMap* params,
+                           UA_ByteString message) noexcept;
+
+    Listener& listenerFor(void* application, UA_ConnectionManager_connectionCallback callback);
+    Ticks now() const;
+    void wakeAfter(Ticks pause);
+
+    bool pass(Entry& entry, std::span<std::uint8_t> chunk);
+    bool sendOrKeep(Entry& entry, ByteView bytes);
+    bool makeRoom(Entry& entry, std::size_t wanted);
+    void close(Entry& entry, const char* complaint = nullptr);
+    void forget(Connection& connection);
+    UA_StatusCode closeByLibrary(Entry& entry);
+
+    void receive(Entry& entry, std::span<std::uint8_t> bytes);
+    bool mayAnswer(const Connection& connection, std::size_t waiting) const;
+    std::size_t deliver(Entry& entry, std::span<std::uint8_t> bytes, Ticks until);
+    void deliverHeld(Entry& entry, Ticks until);
+
+    void round();
+    bool flush(Entry& entry);
+    bool answerHeld(Entry& entry, Ticks end);
+
+    UA_ConnectionManager& tcp_;
+    SendBounds bounds_;
+    std::deque<Listener> listeners_;  // the TCP manager keeps their addresses
+    std::unordered_map<std::uintptr_t, Connection> connections_;
+    std::size_t waiting_ = 0;  // bytes in all queues
+    Ticks pause_{};
+    bool wakes_ = false;  // the loop's timer is set
+    Ticks wakesAt_{};
+    UA_UInt64 timer_ = 0;
+    std::size_t rounds_ = 0;
+};
+
+// ---- Life ---------------------------------------------------------------------------------------
+
+QueueingConnections::QueueingConnections(UA_ConnectionManager& tcp, const SendBounds& bounds)
+    : UA_ConnectionManager{}, tcp_(tcp), bounds_(bounds) {
+    eventSource.eventSourceType = UA_EVENTSOURCETYPE_CONNECTIONMANAGER;
+    eventSource.name = UA_STRING_STATIC("queueing tcp connection manager");
+    eventSource.start = startSource;
+    eventSource.stop = stopSource;
+    eventSource.free = freeSource;
+    protocol = tcp.protocol;
+    openConnection = openOne;
+    sendWithConnection = sendOne;
+    closeConnection = closeOne;
+    allocNetworkBuffer = allocate;
+    freeNetworkBuffer = release;
+}
+
+UA_StatusCode QueueingConnections::startSource(UA_EventSource* source) noexcept {
+    source->state = UA_EVENTSOURCESTATE_STARTED;
+    return UA_STATUSCODE_GOOD;
+}
+
+/// The sockets are the TCP manager's, which the loop stops too.
+void QueueingConnections::stopSource(UA_EventSource* source) noexcept {
+    source->state = UA_EVENTSOURCESTATE_STOPPED;
+}
+
+UA_StatusCode QueueingConnections::freeSource(UA_EventSource* source) noexcept {
+    QueueingConnections& self = of(reinterpret_cast<UA_ConnectionManager*>(source));
+    if (self.wakes_) source->eventLoop->removeTimer(source->eventLoop, self.timer_);
+    delete &self;
+    return UA_STATUSCODE_GOOD;
+}
+
+// ---- Opening and closing ------------------------------------------------------------------------
+
+Listener& QueueingConnections::listenerFor(void* application,
+                                           UA_ConnectionManager_connectionCallback callback) {
+    for (Listener& listener : listeners_) {
+        if (listener.application == application && listener.callback == callback) return listener;
+    }
+    return listeners_.emplace_back(Listener{this, application, callback});
+}
+
+UA_StatusCode QueueingConnections::openOne(
+    UA_ConnectionManager* manager, const UA_KeyValueMap* params, void* application, void* context,
+    UA_ConnectionManager_connectionCallback callback) noexcept {
+    QueueingConnections& self = of(manager);
+    try {
+        Listener& listener = self.listenerFor(application, callback);
+        return self.tcp_.openConnection(&self.tcp_, params, &listener, context, onActivity);
+    } catch (const std::bad_alloc&) {
+        return UA_STATUSCODE_BADOUTOFMEMORY;
+    }
+}
+
+UA_StatusCode QueueingConnections::closeOne(UA_ConnectionManager* manager,
+                                            std::uintptr_t id) noexcept {
+    QueueingConnections& self = of(manager);
+    const auto found = self.connections_.find(id);
+    if (found == self.connections_.end()) return self.tcp_.closeConnection(&self.tcp_, id);
+    return self.closeByLibrary(*found);
+}
+
+UA_StatusCode QueueingConnections::closeByLibrary(Entry& entry) {
+    Connection& connection = entry.second;
+    if (connection.state == State::open && !connection.queue.empty()) {
+        connection.state = State::lastBytes;
+        connection.held = {};
+        connection.lastBytesUntil = now() + bounds_.lastBytes;
+        wakeAfter(bounds_.shortestPause);
+        return UA_STATUSCODE_GOOD;
+    }
+    if (connection.state == State::open) close(entry);
+    return UA_STATUSCODE_GOOD;
+}
+
+/// The library hears of it from the TCP manager, in the loop's next round.
+/// @param complaint  why its client is to blame, for the library's log
+void QueueingConnections::close(Entry& entry, const char* complaint) {
+    if (entry.second.state == State::closed) return;
+    if (complaint != nullptr) {
+        UA_LOG_WARNING(eventSource.eventLoop->logger, UA_LOGCATEGORY_NETWORK,
+                       "TCP %d\t| Closed, because its client %s", socketOf(entry.first), complaint);
+    }
+    entry.second.state = State::closed;
+    forget(entry.second);
+    (void)tcp_.closeConnection(&tcp_, entry.first);  // fails only if it is being closed already
+}
+
+void QueueingConnections::forget(Connection& connection) {
+    waiting_ -= connection.queue.size();
+    connection.queue.clear();
+    connection.held = {};
+}
+
+void QueueingConnections::onActivity(UA_ConnectionManager* tcp, std::uintptr_t id, void* listener,
+                                     void** context, UA_ConnectionState state,
+                                     const UA_KeyValueMap* params, UA_ByteString message) noexcept {
+    Listener& to = *static_cast<Listener*>(listener);
+    QueueingConnections& self = *to.connections;
+    const auto pass = [&] {
+        to.callback(&self, id, to.application, context, state, params, message);
+    };
+    if (state != UA_CONNECTIONSTATE_OPENING && state != UA_CONNECTIONSTATE_ESTABLISHED &&
+        state != UA_CONNECTIONSTATE_REOPENING) {
+        const auto found = self.connections_.find(id);
+        if (found != self.connections_.end()) {
+            self.forget(found->second);
+            self.connections_.erase(found);
+        }
+        return pass();
+    }
+    try {
+        Entry& entry = *self.connections_.try_emplace(id).first;
+        entry.second.listener = &to;
+        entry.second.context = context;
+        if (message.length == 0) return pass();
+        self.receive(entry, {message.data, message.length});
+        // Where memory was too short to set the timer, the next activity makes up for it.
+        if (self.waiting_ > 0 && !self.wakes_) self.wakeAfter(self.bounds_.shortestPause);
+    } catch (const std::bad_alloc&) {
+        (void)tcp->closeConnection(tcp, id);
+        if (message.length == 0) pass();  // the library expects to hear of it before its end
+    }
+}
+
+// ---- Sending ------------------------------------------------------------------------------------
+
+UA_StatusCode QueueingConnections::allocate(UA_ConnectionManager* manager, std::uintptr_t id,
+                                            UA_ByteString* buffer, std::size_t size) noexcept {
+    UA_ConnectionManager& tcp = of(manager).tcp_;
+    return tcp.allocNetworkBuffer(&tcp, id, buffer, size);
+}
+
+void QueueingConnections::release(UA_ConnectionManager* manager, std::uintptr_t id,
+                                  UA_ByteString* buffer) noexcept {
+    UA_ConnectionManager& tcp = of(manager).tcp_;
+    tcp.freeNetworkBuffer(&tcp, id, buffer);
+}
+
+UA_StatusCode QueueingConnections::sendOne(UA_ConnectionManager* manager, std::uintptr_t id,
+                                           const UA_KeyValueMap* /*params*/,
+                                           UA_ByteString* buffer) noexcept {
+    QueueingConnections& self = of(manager);
+    const auto found = self.connections_.find(id);
+    bool sent = false;
+    if (found != self.connections_.end() && found->second.state == State::open) {
+        try {
+            sent = self.pass(*found, {buffer->data, buffer->length});
+        } catch (const std::bad_alloc&) {
+            sent = false;
+        }
+        if (!sent) self.close(*found);
+    }
+    self.tcp_.freeNetworkBuffer(&self.tcp_, id, buffer);
+    return sent ? UA_STATUSCODE_GOOD : UA_STATUSCODE_BADCONNECTIONCLOSED;
+}
+
+/// @return false when the connection is to be closed
+bool QueueingConnections::pass(Entry& entry, std::span<std::uint8_t> chunk) {
+    AnswerGate& answers = entry.second.answers;
+    const AnswerGate::Output output = answers.pass(chunk);
+    const bool good = sendOrKeep(entry, output.held) && sendOrKeep(entry, output.chunk);
+    answers.release();
+    return good;
+}
+
+bool QueueingConnections::sendOrKeep(Entry& entry, ByteView bytes) {
+    SendQueue& queue = entry.second.queue;
+    if (queue.empty()) {
+        const std::optional<std::size_t> sent = sendWithoutWaiting(socketOf(entry.first), bytes);
+        if (!sent) return false;
+        bytes = bytes.subspan(*sent);
+    }
+    if (bytes.empty()) return true;
+    if (!makeRoom(entry, bytes.size())) return false;
+    if (queue.empty()) entry.second.progress = now();
+    queue.append(bytes);
+    waiting_ += bytes.size();
+    wakeAfter(bounds_.shortestPause);
+    return true;
+}
+
+/// Closes connections until so many bytes more may wait.
+/// @return false when it is this one whose bytes are too many
+bool QueueingConnections::makeRoom(Entry& entry, std::size_t wanted) {
+    const std::size_t own = entry.second.queue.size() + wanted;
+    if (own > bounds_.waitingPerConnection) return false;
+    while (waiting_ + wanted > bounds_.waitingInAll) {
+        const auto most = std::max_element(connections_.begin(), connections_.end(),
+                                           [](const Entry& a, const Entry& b) {
+                                               return a.second.queue.size() < b.second.queue.size();
+                                           });
+        if (most->second.queue.size() <= own) return false;
+        close(*most, "has the most bytes waiting for it of all");
+    }
+    return true;
+}
+
+// ---- Receiving ----------------------------------------------------------------------------------
+
+void QueueingConnections::receive(Entry& entry, std::span<std::uint8_t> bytes) {
+    Connection& connection = entry.second;
+    if (connection.state != State::open) return;
+    if (const auto limits = connection.greeting.read(bytes)) connection.answers.setLimits(*limits);
+
+    const Ticks until = now() + bounds_.turn;
+    std::size_t done = 0;
+    if (connection.held.empty()) {
+        connection.heldSince = now();
+        done = deliver(entry, bytes, until);
+        if (done == bytes.size() || connection.state != State::open) return;
+    }
+    connection.held.insert(connection.held.end(), bytes.begin() + static_cast<std::ptrdiff_t>(done),
+                           bytes.end());
+    if (connection.held.size() > bounds_.heldRequests) deliverHeld(entry, until);
+    if (connection.held.size() > bounds_.heldRequestsAtMost) {
+        close(entry, "sends requests without waiting for their answers");
+    } else {
+        wakeAfter(connection.queue.empty() ? Ticks{} : Ticks{bounds_.shortestPause});
+    }
+}
+
+/// Whether a request may be answered now, of so many bytes that have come.
+bool QueueingConnections::mayAnswer(const Connection& connection, std::size_t waiting) const {
+    if (connection.queue.empty() || waiting > bounds_.heldRequests) return true;
+    return connection.queue.size() < bounds_.waitingForMore &&
+           now() - connection.heldSince >= bounds_.heldAtMost;
+}
+
+/// Gives the library one chunk after the other, as long as they may be answered and there is time.
+/// @return how many bytes were given
+std::size_t QueueingConnections::deliver(Entry& entry, std::span<std::uint8_t> bytes, Ticks until) {
+    Connection& connection = entry.second;
+    std::size_t done = 0;
+    do {
+        if (!mayAnswer(connection, bytes.size() - done)) break;
+        const std::span<std::uint8_t> rest = bytes.subspan(done);
+        const std::size_t length = connection.ends.nextEnd(rest);
+        const Listener& to = *connection.listener;
+        to.callback(this, entry.first, to.application, connection.context,
+                    UA_CONNECTIONSTATE_ESTABLISHED, &UA_KEYVALUEMAP_NULL, {length, rest.data()});
+        done += length;
+        if (!connection.queue.empty()) connection.heldSince = now();
+    } while (done < bytes.size() && connection.state == State::open && now() < until);
+    return done;
+}
+
+void QueueingConnections::deliverHeld(Entry& entry, Ticks until) {
+    Connection& connection = entry.second;
+    // The library may close the connection meanwhile, which frees what is held.
+    std::vector<std::uint8_t> bytes = std::exchange(connection.held, {});
+    const std::size_t done = deliver(entry, bytes, until);
+    if (connection.state != State::open || done == bytes.size()) return;
+    bytes.erase(bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(done));
+    connection.held = std::move(bytes);
+}
+
+// ---- Rounds of the loop, while something waits --------------------------------------------------
+
+Ticks QueueingConnections::now() const {
+    UA_EventLoop* const loop = eventSource.eventLoop;
+    return Ticks{loop->dateTime_nowMonotonic(loop)};
+}
+
+/// Sets the timer, or sets it earlier.
+void QueueingConnections::wakeAfter(Ticks pause) {
+    const Ticks at = now() + pause;
+    if (wakes_ && wakesAt_ <= at) return;
+    UA_EventLoop* const loop = eventSource.eventLoop;
+    if (wakes_) loop->removeTimer(loop, timer_);
+    const double ms = std::chrono::duration<double, std::milli>(pause).count();
+    wakes_ = loop->addTimer(loop, onTimer, this, nullptr, ms, nullptr, UA_TIMERPOLICY_ONCE,
+                            &timer_) == UA_STATUSCODE_GOOD;
+    wakesAt_ = at;
+}
+
+void QueueingConnections::onTimer(void* connections, void* /*unused*/) noexcept {
+    QueueingConnections& self = *static_cast<QueueingConnections*>(connections);
+    self.wakes_ = false;
+    try {
+        self.round();
+    } catch (const std::bad_alloc&) {
+        self.wakeAfter(self.bounds_.longestPause);
+    }
+}
+
+/// Sends what the sockets take, then answers requests that waited. Each round begins with another
+/// connection, so that all get their share of its time.
+void QueueingConnections::round() {
+    std::vector<Entry*> waiting;
+    for (Entry& entry : connections_) {
+        if (!entry.second.queue.empty() || !entry.second.held.empty()) waiting.push_back(&entry);
+    }
+    if (waiting.empty()) return;
+    const auto first = static_cast<std::ptrdiff_t>(++rounds_ % waiting.size());
+    std::rotate(waiting.begin(), waiting.begin() + first, waiting.end());
+
+    bool taken = false;
+    for (Entry* entry : waiting)
+        taken = flush(*entry) || taken;
+    const Ticks end = now() + bounds_.round;
+    bool more = false;
+    for (Entry* entry : waiting)
+        more = answerHeld(*entry, end) || more;
+
+    pause_ = std::clamp(pause_ * 2, Ticks{bounds_.shortestPause}, Ticks{bounds_.longestPause});
+    if (taken) pause_ = bounds_.shortestPause;
+    if (more) {
+        wakeAfter(Ticks{});
+    } else if (waiting_ > 0) {
+        wakeAfter(pause_);
+    }
+}
+
+/// @return whether the socket took bytes
+bool QueueingConnections::flush(Entry& entry) {
+    Connection& connection = entry.second;
+    if (connection.queue.empty()) return false;
+    const std::optional<std::size_t> sent =
+        connection.queue.sendTo(socketOf(entry.first), bounds_.copiedPerRound);
+    if (!sent) {
+        close(entry);
+        return false;
+    }
+    waiting_ -= *sent;
+    if (*sent > 0) connection.progress = now();
+    const bool last = connection.state == State::lastBytes;
+    if (last && (connection.queue.empty() || now() >= connection.lastBytesUntil)) close(entry);
+    if (now() - connection.progress >= bounds_.withoutProgress) {
+        close(entry, "takes none of the bytes that wait for it");
+    }
+    return *sent > 0;
+}
+
+/// @return whether requests are left that may be answered
+bool QueueingConnections::answerHeld(Entry& entry, Ticks end) {
+    Connection& connection = entry.second;
+    const auto may = [&] {
+        return !connection.held.empty() && mayAnswer(connection, connection.held.size());
+    };
+    if (!may()) return false;
+    if (now() < end) deliverHeld(entry, std::min(end, now() + bounds_.turn));
+    return may();
+}
+
+}  // namespace
+
+bool queueAnswers(UA_EventLoop& loop, const SendBounds& bounds) noexcept {
+    const UA_String protocol = UA_STRING_STATIC("tcp");
+    for (UA_EventSource* source = loop.eventSources; source != nullptr; source = source->next) {
+        if (source->eventSourceType != UA_EVENTSOURCETYPE_CONNECTIONMANAGER) continue;
+        auto* const tcp = reinterpret_cast<UA_ConnectionManager*>(source);
+        if (!UA_String_equal(&tcp->protocol, &protocol)) continue;
+        std::unique_ptr<QueueingConnections> connections(new (std::nothrow)
+                                                             QueueingConnections(*tcp, bounds));
+        if (!connections) return false;
+        const bool good =
+            loop.registerEventSource(&loop, &connections->eventSource) == UA_STATUSCODE_GOOD;
+        (void)connections.release();  // the loop's now
+        return good;
+    }
+    return false;
+}

@@ -1,0 +1,55 @@
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+
+/// What a client may cost the others that does not read, reads slowly or asks without end. Users
+/// find the values in docs/limits.md.
+struct SendBounds {
+    /// Bytes that wait for one client: several times the largest answer, so that only a client that
+    /// goes on asking without reading gets there. Beyond it the connection is closed.
+    std::size_t waitingPerConnection = std::size_t{16} << 20;
+
+    /// Bytes that wait for all clients together: what the server's memory may grow by on account of
+    /// clients that do not read. Beyond it the connection with the most bytes is closed.
+    std::size_t waitingInAll = std::size_t{64} << 20;
+
+    /// The connection of a client that takes nothing for so long is closed. A line that is down for
+    /// 20 s is taken up again by TCP within this time.
+    std::chrono::milliseconds withoutProgress{60'000};
+
+    /// A connection that the library closes stays open for so long at most while bytes wait for it,
+    /// the answer among them that tells the client why. Less than an operator notices when the
+    /// server is stopped.
+    std::chrono::milliseconds lastBytes{500};
+
+    /// Bytes of requests that wait with the server while the client's answers wait. Beyond it they
+    /// are answered all the same, and the bounds above decide.
+    std::size_t heldRequests = std::size_t{256} << 10;
+
+    /// A client that sends requests faster than they can be answered is disconnected when so many
+    /// bytes of them wait. The chunks of one large request do not wait, so this is no bound of it.
+    std::size_t heldRequestsAtMost = std::size_t{1} << 20;
+
+    /// A request waits no longer than this for earlier answers to be taken while less than
+    /// `waitingForMore` bytes of them wait: on a slow line a session must stay alive while a large
+    /// answer is on its way.
+    std::chrono::milliseconds heldAtMost{5'000};
+    std::size_t waitingForMore = std::size_t{4} << 20;
+
+    /// Requests of one client that have arrived together are answered for so long before the others
+    /// get their turn; the one that is under way is finished.
+    std::chrono::milliseconds turn{5};
+
+    /// The same for the requests that waited, of all clients together, in one round of the loop.
+    std::chrono::milliseconds round{10};
+
+    /// Bytes that one round of the loop copies to one client's socket; 64 clients at once take
+    /// about 5 ms with it.
+    std::size_t copiedPerRound = std::size_t{256} << 10;
+
+    /// How long the loop sleeps before it tries the sockets again: the least while they take bytes,
+    /// which keeps a line of 1 Gbit/s busy; doubled up to the most while they take none.
+    std::chrono::milliseconds shortestPause{1};
+    std::chrono::milliseconds longestPause{16};
+};

@@ -1,0 +1,145 @@
+#include "server/connections/AnswerGate.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "socket_pair.h"
+
+namespace {
+
+constexpr AnswerLimits kAny{};
+
+/// The library's next chunks on a channel, as they would go out without the gate.
+class Library {
+  public:
+    explicit Library(std::uint32_t number = 1) : number_(number) {}
+
+    Bytes chunk(const std::string& typeAndEnd, std::uint32_t request, std::size_t body) {
+        Bytes bytes(typeAndEnd.begin(), typeAndEnd.end());
+        bytes.resize(kServiceHeaderSize + body);
+        setNumberAt(bytes, kChunkSizeOffset, static_cast<std::uint32_t>(bytes.size()));
+        setNumberAt(bytes, 8, 77);  // channel
+        setNumberAt(bytes, 12, 5);  // token
+        setNumberAt(bytes, kSequenceNumberOffset, number_++);
+        setNumberAt(bytes, kRequestIdOffset, request);
+        for (std::size_t i = 0; i < body; ++i) {
+            bytes[kServiceHeaderSize + i] = static_cast<std::uint8_t>(i + 1);
+        }
+        return bytes;
+    }
+
+  private:
+    std::uint32_t number_;
+};
+
+/// What the gate lets out for one chunk.
+Bytes passed(AnswerGate& gate, Bytes chunk) {
+    const AnswerGate::Output output = gate.pass(chunk);
+    Bytes out(output.held.begin(), output.held.end());
+    out.insert(out.end(), output.chunk.begin(), output.chunk.end());
+    gate.release();
+    return out;
+}
+
+std::uint32_t sequenceNumber(const Bytes& chunk) {
+    return numberAt(chunk, kSequenceNumberOffset);
+}
+
+}  // namespace
+
+TEST(AnswerGate, LetsOutWhatFitsAsItIs) {
+    const struct {
+        const char* why;
+        AnswerLimits limits;
+        std::vector<std::size_t> bodies;
+        bool atOnce;
+    } cases[] = {
+        {"no limits: chunk by chunk", kAny, {100, 100, 50}, true},
+        {"one chunk", {8192, 1}, {8192}, true},
+        {"the most bytes", {250, 0}, {100, 100, 50}, false},
+        {"the most chunks", {0, 3}, {100, 100, 50}, false},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.why);
+        AnswerGate gate;
+        gate.setLimits(c.limits);
+        Library library;
+        for (std::uint32_t request = 1; request <= 2; ++request) {
+            Bytes given;
+            Bytes got;
+            for (std::size_t i = 0; i < c.bodies.size(); ++i) {
+                const bool last = i + 1 == c.bodies.size();
+                const Bytes chunk = library.chunk(last ? "MSGF" : "MSGC", request, c.bodies[i]);
+                append(given, chunk);
+                append(got, passed(gate, chunk));
+                EXPECT_EQ(got.empty(), !c.atOnce && !last);
+            }
+            EXPECT_EQ(got, given);
+        }
+    }
+}
+
+TEST(AnswerGate, RefusesWhatIsTooLarge) {
+    const AnswerLimits limits[] = {{249, 0}, {0, 2}, {99, 1}};
+    for (const AnswerLimits& l : limits) {
+        SCOPED_TRACE(l.messageSize);
+        AnswerGate gate;
+        gate.setLimits(l);
+        Library library;
+        for (std::uint32_t request = 1; request <= 3; ++request) {
+            EXPECT_TRUE(passed(gate, library.chunk("MSGC", request, 100)).empty());
+            EXPECT_TRUE(passed(gate, library.chunk("MSGC", request, 100)).empty());
+            const Bytes fault = passed(gate, library.chunk("MSGF", request, 50));
+            const auto number = static_cast<std::uint8_t>(request * 2 - 1);
+            const Bytes want = {'M',    'S',  'G',  'F',  52,
+                                0,      0,    0,    77,   0,
+                                0,      0,    5,    0,    0,
+                                0,  //
+                                number, 0,    0,    0,    static_cast<std::uint8_t>(request),
+                                0,      0,    0,    1,    0,
+                                0x8D,   1,  // ServiceFault
+                                5,      6,    7,    8,    9,
+                                10,     11,   12,   13,   14,
+                                15,     16,                // time, handle
+                                0,      0,    0xB9, 0x80,  // BadResponseTooLarge
+                                0,      0xFF, 0xFF, 0xFF, 0xFF,
+                                0,      0,    0};
+            EXPECT_EQ(fault, want);
+            // The client sees no gap in the numbers.
+            EXPECT_EQ(sequenceNumber(passed(gate, library.chunk("MSGF", 100 + request, 20))),
+                      request * 2);
+        }
+    }
+}
+
+TEST(AnswerGate, NumbersWhateverFollowsWithoutGaps) {
+    AnswerGate gate;
+    gate.setLimits({0, 1});
+    Library library(4'294'966'270);  // two before the first number again
+    EXPECT_TRUE(passed(gate, library.chunk("MSGC", 1, 30)).empty());
+    EXPECT_EQ(sequenceNumber(passed(gate, library.chunk("MSGF", 1, 30))), 4'294'966'270);
+    Library after(1);
+    EXPECT_EQ(sequenceNumber(passed(gate, after.chunk("MSGF", 2, 30))), 4'294'966'271);
+    EXPECT_EQ(sequenceNumber(passed(gate, after.chunk("CLOF", 2, 30))), 1u);
+
+    // A message that the library gave up: its chunks never were.
+    EXPECT_TRUE(passed(gate, after.chunk("MSGC", 3, 30)).empty());
+    EXPECT_EQ(sequenceNumber(passed(gate, after.chunk("MSGF", 4, 30))), 2u);
+    EXPECT_TRUE(passed(gate, after.chunk("MSGC", 5, 30)).empty());
+    Bytes error = {'E', 'R', 'R', 'F', 16, 0, 0, 0, 0, 0, 0xB9, 0x80, 0, 0, 0, 0};
+    EXPECT_EQ(passed(gate, error), error);
+
+    // A renewal of the channel, its number behind the policy and two null strings.
+    Bytes renewal = {'O', 'P', 'N', 'F', 40, 0, 0, 0, 77, 0, 0, 0, 2, 0, 0, 0, '#', 'N'};
+    renewal.insert(renewal.end(), 8, 0xFF);
+    renewal.insert(renewal.end(), {6, 0, 0, 0, 9, 0, 0, 0, 1, 2, 3, 4, 5, 6});
+    const Bytes renumbered = passed(gate, renewal);
+    renewal[26] = 3;  // 6, less the three that were never sent
+    EXPECT_EQ(renumbered, renewal);
+    for (std::size_t size = 0; size < 30; ++size) {  // not as it should be: left alone
+        EXPECT_EQ(
+            passed(gate, Bytes(renewal.begin(), renewal.begin() + static_cast<int>(size))).size(),
+            size);
+    }
+}

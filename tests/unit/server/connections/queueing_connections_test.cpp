@@ -1,0 +1,366 @@
+#include "server/connections/QueueingConnections.h"
+
+#include <deque>
+#include <functional>
+#include <map>
+#include <memory>
+
+#include "server/connections/TransportChunk.h"
+#include "socket_pair.h"
+
+namespace {
+
+using Id = std::uintptr_t;
+
+/// The library around the connections: its loop with a clock that the test moves, its TCP manager,
+/// which closes a connection in the loop's next round, and the server that is told of connections.
+class Library {
+  public:
+    explicit Library(const SendBounds& bounds) {
+        loop_.self = this;
+        loop_.dateTime_nowMonotonic = [](UA_EventLoop* l) { return of(l).now_; };
+        loop_.addTimer = [](UA_EventLoop* l, UA_Callback callback, void* application, void*,
+                            UA_Double ms, UA_DateTime*, UA_TimerPolicy, UA_UInt64* id) {
+            of(l).timers_[++of(l).lastTimer_] = {of(l).now_ + static_cast<UA_DateTime>(ms * 1e4),
+                                                 callback, application};
+            *id = of(l).lastTimer_;
+            return UA_STATUSCODE_GOOD;
+        };
+        loop_.removeTimer = [](UA_EventLoop* l, UA_UInt64 id) { of(l).timers_.erase(id); };
+        loop_.registerEventSource = [](UA_EventLoop* l, UA_EventSource* source) {
+            source->next = l->eventSources;
+            source->eventLoop = l;
+            l->eventSources = source;
+            return UA_STATUSCODE_GOOD;
+        };
+        tcp_.protocol = UA_STRING_STATIC("tcp");
+        tcp_.eventSource.eventLoop = &loop_;
+        tcp_.openConnection = [](UA_ConnectionManager* m, const UA_KeyValueMap*, void* application,
+                                 void*, UA_ConnectionManager_connectionCallback callback) {
+            of(m).application_ = application;
+            of(m).callback_ = callback;
+            return UA_STATUSCODE_GOOD;
+        };
+        tcp_.closeConnection = [](UA_ConnectionManager* m, Id id) {
+            of(m).closing_.push_back(id);
+            return UA_STATUSCODE_GOOD;
+        };
+        tcp_.freeNetworkBuffer = [](UA_ConnectionManager* m, Id, UA_ByteString*) {
+            ++of(m).buffersFreed;
+        };
+        loop_.eventSources = &tcp_.eventSource;
+        EXPECT_TRUE(queueAnswers(loop_, bounds));
+        manager_ = reinterpret_cast<UA_ConnectionManager*>(loop_.eventSources);
+        EXPECT_EQ(manager_->openConnection(manager_, nullptr, this, nullptr, onActivity), 0u);
+    }
+    ~Library() { manager_->eventSource.free(&manager_->eventSource); }
+    Library(const Library&) = delete;
+    Library& operator=(const Library&) = delete;
+
+    /// A client connects; true in `open` until the library hears of the end.
+    Id accept(SocketPair& sockets) {
+        const auto id = static_cast<Id>(sockets.server());
+        open[id] = true;
+        activity(id, UA_CONNECTIONSTATE_ESTABLISHED, {});
+        return id;
+    }
+    void receive(Id id, Bytes bytes) { activity(id, UA_CONNECTIONSTATE_ESTABLISHED, bytes); }
+    UA_StatusCode send(Id id, Bytes bytes) {
+        UA_ByteString buffer{bytes.size(), bytes.data()};
+        return manager_->sendWithConnection(manager_, id, nullptr, &buffer);
+    }
+    void close(Id id) { manager_->closeConnection(manager_, id); }
+
+    /// The loop's rounds within so many milliseconds. @return how often its timer woke it
+    int run(double ms) {
+        int woken = 0;
+        const UA_DateTime end = now_ + static_cast<UA_DateTime>(ms * 1e4);
+        for (;;) {
+            endClosing();
+            const auto next = std::min_element(timers_.begin(), timers_.end(), earlier);
+            if (next == timers_.end() || next->second.at > end) break;
+            now_ = std::max(now_, next->second.at);
+            const Timer timer = next->second;
+            timers_.erase(next);
+            timer.callback(timer.application, nullptr);
+            ++woken;
+        }
+        now_ = end;
+        return woken;
+    }
+    void pass(double ms) { now_ += static_cast<UA_DateTime>(ms * 1e4); }
+
+    std::map<Id, bool> open;
+    std::map<Id, Bytes> received;  // what the server was given
+    std::function<void(Id, const Bytes&)> onMessage;
+    int buffersFreed = 0;
+
+  private:
+    struct Timer {
+        UA_DateTime at;
+        UA_Callback callback;
+        void* application;
+    };
+    struct Loop : UA_EventLoop {
+        Library* self = nullptr;
+    };
+    static Library& of(UA_EventLoop* loop) { return *static_cast<Loop*>(loop)->self; }
+    static Library& of(UA_ConnectionManager* tcp) { return of(tcp->eventSource.eventLoop); }
+    static bool earlier(const std::pair<const UA_UInt64, Timer>& a,
+                        const std::pair<const UA_UInt64, Timer>& b) {
+        return a.second.at < b.second.at;
+    }
+    static void onActivity(UA_ConnectionManager*, Id id, void* application, void**,
+                           UA_ConnectionState state, const UA_KeyValueMap*, UA_ByteString message) {
+        Library& self = *static_cast<Library*>(application);
+        if (state == UA_CONNECTIONSTATE_CLOSING) self.open[id] = false;
+        if (message.length == 0) return;
+        const Bytes bytes(message.data, message.data + message.length);
+        append(self.received[id], bytes);
+        if (self.onMessage) self.onMessage(id, bytes);
+    }
+    void activity(Id id, UA_ConnectionState state, Bytes bytes) {
+        void* context = nullptr;
+        callback_(&tcp_, id, application_, &context, state, &UA_KEYVALUEMAP_NULL,
+                  {bytes.size(), bytes.data()});
+    }
+    void endClosing() {
+        for (const Id id : std::exchange(closing_, {})) {
+            if (open[id]) activity(id, UA_CONNECTIONSTATE_CLOSING, {});
+        }
+    }
+
+    Loop loop_{};
+    UA_ConnectionManager tcp_{};
+    UA_ConnectionManager* manager_ = nullptr;
+    void* application_ = nullptr;
+    UA_ConnectionManager_connectionCallback callback_ = nullptr;
+    std::map<UA_UInt64, Timer> timers_;
+    UA_UInt64 lastTimer_ = 0;
+    std::vector<Id> closing_;
+    UA_DateTime now_ = 1'000'000;
+};
+
+constexpr std::size_t kMore = 400'000;  // than a socket takes
+
+SendBounds smallBounds() {
+    SendBounds bounds;
+    bounds.waitingPerConnection = 1'000'000;
+    bounds.waitingInAll = 2'000'000;
+    return bounds;
+}
+
+/// A request of one chunk.
+Bytes request(std::size_t size, std::uint8_t content) {
+    Bytes bytes(size, content);
+    std::copy_n("MSGF", 4, bytes.begin());
+    setNumberAt(bytes, kChunkSizeOffset, static_cast<std::uint32_t>(size));
+    return bytes;
+}
+
+Bytes readAll(const SocketPair& sockets, Library& library) {
+    Bytes all;
+    for (int idle = 0; idle < 20; ++idle) {  // longer than the longest pause
+        library.run(1);
+        for (Bytes part = sockets.read(100'000); !part.empty(); part = sockets.read(100'000)) {
+            append(all, part);
+            idle = 0;
+        }
+    }
+    return all;
+}
+
+}  // namespace
+
+TEST(QueueingConnections, EachClientGetsWhatWasSentToItAndNothingElse) {
+    struct Client {
+        SocketPair sockets;
+        Bytes sent;
+        Bytes got;
+    };
+    std::mt19937 random(2);
+    Library library{SendBounds{}};
+    std::map<Id, std::unique_ptr<Client>> clients;
+    int sends = 0;
+    for (int step = 0; step < 4000; ++step) {
+        if (clients.size() < 4) {  // often with the number of a socket that has just been closed
+            auto client = std::make_unique<Client>();
+            const Id id = library.accept(client->sockets);
+            clients[id] = std::move(client);
+        }
+        const auto at = std::next(clients.begin(), static_cast<int>(random() % clients.size()));
+        Client& client = *at->second;
+        const auto what = random() % 40;
+        if (what < 10) {
+            const Bytes bytes = randomBytes(random, random() % 30'000 + 1);
+            ASSERT_EQ(library.send(at->first, bytes), UA_STATUSCODE_GOOD);
+            ASSERT_EQ(library.buffersFreed, ++sends);
+            append(client.sent, bytes);
+        } else if (what < 25) {
+            append(client.got, client.sockets.read(random() % 60'000 + 1));
+            ASSERT_TRUE(std::equal(client.got.begin(), client.got.end(), client.sent.begin()));
+        } else if (what < 39) {
+            library.run(static_cast<double>(random() % 20));
+        } else {
+            library.close(at->first);
+            append(client.got, readAll(client.sockets, library));
+            EXPECT_EQ(client.got, client.sent);
+            library.run(600);
+            EXPECT_FALSE(library.open[at->first]);
+            clients.erase(at);
+        }
+    }
+    for (auto& [id, client] : clients) {
+        append(client->got, readAll(client->sockets, library));
+        EXPECT_EQ(client->got, client->sent);
+    }
+    EXPECT_EQ(library.run(1000), 0) << "an idle server is woken";
+}
+
+TEST(QueueingConnections, TooManyBytesEndTheConnectionThatHasThem) {
+    Library library{smallBounds()};
+    SocketPair greedy;
+    SocketPair second;
+    SocketPair third;
+    SocketPair small;
+    const Id ids[] = {library.accept(greedy), library.accept(second), library.accept(third),
+                      library.accept(small)};
+    EXPECT_EQ(library.send(ids[0], Bytes(900'000)), UA_STATUSCODE_GOOD);
+    EXPECT_EQ(library.send(ids[1], Bytes(950'000)), UA_STATUSCODE_GOOD);
+    EXPECT_EQ(library.send(ids[3], Bytes(200'000)), UA_STATUSCODE_GOOD);
+    EXPECT_EQ(library.send(ids[2], Bytes(300'000)), UA_STATUSCODE_GOOD);
+    library.run(0);
+    EXPECT_FALSE(library.open[ids[1]]) << "it had the most when all together had too many";
+    EXPECT_TRUE(library.open[ids[0]] && library.open[ids[2]] && library.open[ids[3]]);
+
+    EXPECT_EQ(library.send(ids[0], Bytes(500'000)), UA_STATUSCODE_BADCONNECTIONCLOSED);
+    EXPECT_EQ(library.send(ids[0], Bytes(1)), UA_STATUSCODE_BADCONNECTIONCLOSED);
+    library.run(0);
+    EXPECT_FALSE(library.open[ids[0]]) << "too many by itself";
+    EXPECT_EQ(library.buffersFreed, 6);
+    EXPECT_EQ(readAll(small, library), Bytes(200'000));
+    EXPECT_EQ(readAll(third, library), Bytes(300'000));
+}
+
+TEST(QueueingConnections, WhoTakesNothingIsDisconnectedWhoTakesLittleIsNot) {
+    Library library{SendBounds{}};
+    SocketPair dead;
+    SocketPair slow;
+    SocketPair gone;
+    const Id deadId = library.accept(dead);
+    const Id slowId = library.accept(slow);
+    const Id goneId = library.accept(gone);
+    for (const Id id : {deadId, slowId, goneId})
+        library.send(id, Bytes(kMore));
+    gone.closeClientsEnd();
+    EXPECT_EQ(library.run(50) > 0 && library.open[goneId], false);
+    int woken = 0;
+    for (int s = 0; s < 59; ++s) {
+        woken += library.run(1000);
+        ASSERT_FALSE(slow.read(5000).empty());
+    }
+    EXPECT_TRUE(library.open[deadId]);
+    EXPECT_LT(woken, 59 * 1000 / 10) << "sockets that take nothing are tried too often";
+    library.run(2000);
+    EXPECT_FALSE(library.open[deadId]);
+    EXPECT_TRUE(library.open[slowId]);
+}
+
+TEST(QueueingConnections, TheLastBytesGoOutForAShortTime) {
+    Library library{SendBounds{}};
+    SocketPair reads;
+    SocketPair doesNot;
+    SocketPair nothingWaits;
+    const Id ids[] = {library.accept(reads), library.accept(doesNot), library.accept(nothingWaits)};
+    for (const Id id : {ids[0], ids[1]})
+        library.send(id, Bytes(kMore));
+    for (const Id id : ids)
+        library.close(id);
+    library.receive(ids[0], request(100, 1));
+    library.run(1);
+    EXPECT_FALSE(library.open[ids[2]]);
+    EXPECT_EQ(library.send(ids[0], Bytes(1)), UA_STATUSCODE_BADCONNECTIONCLOSED);
+    EXPECT_EQ(readAll(reads, library), Bytes(kMore));
+    EXPECT_FALSE(library.open[ids[0]]);
+    EXPECT_TRUE(library.received[ids[0]].empty()) << "nothing is asked of a closed channel";
+    EXPECT_TRUE(library.open[ids[1]]);
+    library.run(500);
+    EXPECT_FALSE(library.open[ids[1]]);
+}
+
+TEST(QueueingConnections, RequestsComeWholeHoweverTheyArrive) {
+    std::mt19937 random(3);
+    Library library{SendBounds{}};
+    SocketPair sockets;
+    const Id id = library.accept(sockets);
+    Bytes stream;
+    for (int i = 0; i < 300; ++i)
+        append(stream, request(random() % 200 + 8, 7));
+    int ends = 0;
+    library.onMessage = [&](Id, const Bytes& bytes) {
+        if (isOfType(bytes, "MSG")) {
+            EXPECT_LE(bytes.size(), numberAt(bytes, kChunkSizeOffset)) << "more than one at once";
+        }
+        ++ends;
+    };
+    for (std::size_t done = 0; done < stream.size();) {
+        const std::size_t part = std::min<std::size_t>(random() % 700 + 1, stream.size() - done);
+        const auto from = stream.begin() + static_cast<std::ptrdiff_t>(done);
+        library.receive(id, Bytes(from, from + static_cast<std::ptrdiff_t>(part)));
+        done += part;
+    }
+    EXPECT_EQ(library.received[id], stream);
+    EXPECT_GE(ends, 300);
+    library.receive(id, Bytes(5000));  // sizes of 0, which the server refuses
+    EXPECT_EQ(library.received[id].size(), stream.size() + 5000);
+}
+
+TEST(QueueingConnections, RequestsWaitWhileAnswersDo) {
+    SendBounds bounds;
+    bounds.heldRequests = 1000;
+    Library library{bounds};
+    SocketPair sockets;
+    const Id id = library.accept(sockets);
+    const auto count = [&] { return library.received[id].size() / 100; };
+    library.send(id, Bytes(kMore));
+    for (int i = 0; i < 5; ++i)
+        library.receive(id, request(100, 0));
+    library.run(4000);
+    EXPECT_EQ(count(), 0u);
+    library.run(1500);
+    EXPECT_EQ(count(), 1u) << "a session on a slow line stays alive";
+    library.run(5100);
+    EXPECT_EQ(count(), 2u);
+    for (int i = 0; i < 10; ++i)
+        library.receive(id, request(100, 0));
+    EXPECT_EQ(count(), 5u) << "no more than its bound waits";
+    EXPECT_EQ(readAll(sockets, library).size(), kMore);
+    EXPECT_EQ(count(), 15u);
+    EXPECT_EQ(library.run(1000), 0);
+}
+
+TEST(QueueingConnections, ManyRequestsOfOneClientLetOthersHaveTheirTurn) {
+    Library library{SendBounds{}};
+    SocketPair busy;
+    SocketPair other;
+    const Id id = library.accept(busy);
+    const Id otherId = library.accept(other);
+    library.onMessage = [&](Id, const Bytes&) { library.pass(2.0); };
+    Bytes many;
+    for (int i = 0; i < 20; ++i)
+        append(many, request(1000, 0));
+    library.receive(id, many);
+    EXPECT_EQ(library.received[id].size(), 3000u);  // 5 ms, begun by the third
+    library.receive(otherId, request(1000, 0));
+    EXPECT_EQ(library.received[otherId].size(), 1000u);
+    library.run(0);
+    EXPECT_EQ(library.received[id].size(), 6000u);
+    library.run(100);
+    EXPECT_EQ(library.received[id], many);
+
+    for (int i = 0; i < 100 && library.open[id]; ++i) {
+        library.receive(id, many);
+        library.run(0);
+    }
+    EXPECT_FALSE(library.open[id]) << "it asks faster than can be answered";
+}
