@@ -149,6 +149,9 @@ class CommandLine {
         addServers(*command, "server as PORT:PID")->expected(1);
         command->add_option("--pens", wait_.pens, "pens in each request; 0 reads no history")
             ->capture_default_str();
+        command
+            ->add_option("--silent", wait_.silent, "clients that ask and do not read the answers")
+            ->capture_default_str();
         command->add_option("--seconds", wait_.seconds, "length of the measurement")
             ->capture_default_str();
         command->callback([this] { bench::measureWaits(targets_.front(), wait_); });

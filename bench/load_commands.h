@@ -35,7 +35,8 @@ struct WriteLoad {
 };
 
 struct WaitLoad {
-    std::size_t pens = 10;  // read in one request, again and again; 0 reads no history
+    std::size_t pens = 10;   // read in one request, again and again; 0 reads no history
+    std::size_t silent = 0;  // connections that ask for megabytes and read none of them
     double seconds = 5.0;
 };
 
@@ -58,7 +59,8 @@ void loadHistory(const std::vector<Target>& targets, const HistoryLoad& load);
 /// As loadReads, writes of floats.
 void loadWrites(const std::vector<Target>& targets, const WriteLoad& load);
 
-/// How long live reads and notifications wait for a server whose history is read at the same time.
+/// How long live reads and notifications wait for a server whose history is read at the same time,
+/// or beside clients that do not read its answers.
 void measureWaits(const Target& target, const WaitLoad& load);
 
 /// Processor time that a server spends on a subscription, once the first values have been sent.

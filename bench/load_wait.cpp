@@ -6,6 +6,7 @@
 #include <exception>
 #include <functional>
 #include <map>
+#include <memory>
 #include <string>
 #include <thread>
 #include <vector>
@@ -54,6 +55,8 @@ class Waits {
     std::vector<double> ms_;
 };
 
+constexpr std::size_t kUnreadAnswers = 1000;  // of each silent client, 1000 values each: 25 MB
+
 UA_ReadValueId currentTime() {
     UA_ReadValueId what{};
     what.nodeId = UA_NODEID_NUMERIC(0, UA_NS0ID_SERVER_SERVERSTATUS_CURRENTTIME);
@@ -61,16 +64,22 @@ UA_ReadValueId currentTime() {
     return what;
 }
 
+/// A read of the same value so many times.
+PreparedRequest prepareRead(UaConnection& connection, std::size_t times) {
+    Owned<UA_ReadRequest> request(UA_TYPES_READREQUEST);
+    request->nodesToRead =
+        static_cast<UA_ReadValueId*>(UA_Array_new(times, &UA_TYPES[UA_TYPES_READVALUEID]));
+    if (request->nodesToRead == nullptr) throw UaError("out of memory");
+    request->nodesToReadSize = times;
+    std::fill_n(request->nodesToRead, times, currentTime());
+    return connection.prepare(request);
+}
+
 /// A read every two milliseconds, whether the one before was answered or not: each waits from the
 /// moment at which it was due.
 void timeReads(std::uint16_t port, Seconds length, Waits& waits) {
     UaConnection connection(port);
-    Owned<UA_ReadRequest> request(UA_TYPES_READREQUEST);
-    request->nodesToRead = UA_ReadValueId_new();
-    if (request->nodesToRead == nullptr) throw UaError("out of memory");
-    request->nodesToReadSize = 1;
-    *request->nodesToRead = currentTime();
-    const PreparedRequest read = connection.prepare(request);
+    const PreparedRequest read = prepareRead(connection, 1);
 
     std::map<std::uint32_t, Clock::time_point> due;
     const Clock::time_point end = endAfter(length);
@@ -124,6 +133,31 @@ void readPens(std::uint16_t port, std::size_t pens, Seconds length, Waits& waits
     }
 }
 
+/// Asks for much and reads nothing.
+std::unique_ptr<UaConnection> silentClient(std::uint16_t port) {
+    auto connection = std::make_unique<UaConnection>(port);
+    const PreparedRequest read = prepareRead(*connection, 1000);
+    for (std::size_t i = 0; i < kUnreadAnswers; ++i)
+        (void)connection->post(read);
+    return connection;
+}
+
+/// Keeps so many of them connected until the measurement is over; the server may disconnect them.
+void askWithoutReading(std::uint16_t port, std::size_t connections, const std::atomic_bool& over) {
+    std::vector<std::unique_ptr<UaConnection>> silent(connections);
+    while (!over) {
+        for (auto& connection : silent) {
+            try {
+                if (!connection) connection = silentClient(port);
+                connection->flush();
+            } catch (const UaError&) {
+                connection.reset();
+            }
+        }
+        std::this_thread::sleep_for(1ms);
+    }
+}
+
 }  // namespace
 
 void measureWaits(const Target& target, const WaitLoad& load) {
@@ -148,9 +182,13 @@ void measureWaits(const Target& target, const WaitLoad& load) {
     if (load.pens != 0) {
         threads.push_back(guarded([&] { readPens(target.port, load.pens, length, history); }));
     }
+    std::atomic_bool over{false};
+    std::thread silent = guarded([&] { askWithoutReading(target.port, load.silent, over); });
     for (std::thread& thread : threads) {
         thread.join();
     }
+    over = true;
+    silent.join();
     if (failure) std::rethrow_exception(failure);
     const std::string ofHistory = load.pens != 0 ? R"(, "history": )" + history.json() : "";
     std::printf(R"({"read": %s, "notification": %s%s})"

@@ -38,8 +38,8 @@ struct SendBounds {
     std::size_t waitingForMore = std::size_t{4} << 20;
 
     /// Requests of one client that have arrived together are answered for so long before the others
-    /// get their turn; the one that is under way is finished.
-    std::chrono::milliseconds turn{5};
+    /// get their turn; the one that is under way is finished. Some 5000 values are read within it.
+    std::chrono::milliseconds turn{1};
 
     /// The same for the requests that waited, of all clients together, in one round of the loop.
     std::chrono::milliseconds round{10};
