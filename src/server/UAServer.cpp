@@ -15,6 +15,7 @@
 #include "server/diagnostics/SleepForever.h"
 #include "server/endpoint/Capabilities.h"
 #include "server/endpoint/Identity.h"
+#include "server/endpoint/TcpManager.h"
 #include "server/operative/IndexedNodeStore.h"
 #include "server/operative/UaView.h"
 #include "server/text/ToUTF8Converter.h"
@@ -104,7 +105,8 @@ UAServer::UAServer() : rootId_(UA_NODEID_NUMERIC(0, kRootFolder)), server_(UA_Se
     UA_ServerConfig* const config = UA_Server_getConfig(server_);
     setMinimalConfig(*config, kDefaultPort);
     setLogLevel(*config, logLevel_);
-    if (!queueAnswers(*config->eventLoop)) {
+    if (UA_ConnectionManager* const tcp = tcpManager(*config);
+        tcp == nullptr || !queueAnswers(*tcp)) {
         throw std::runtime_error("Failed to create server instance");
     }
     config->nodestore = indexVariables(config->nodestore);

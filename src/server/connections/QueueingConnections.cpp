@@ -464,19 +464,12 @@ bool QueueingConnections::answerHeld(Entry& entry, Ticks end) {
 
 }  // namespace
 
-bool queueAnswers(UA_EventLoop& loop, const SendBounds& bounds) noexcept {
-    const UA_String protocol = UA_STRING_STATIC("tcp");
-    for (UA_EventSource* source = loop.eventSources; source != nullptr; source = source->next) {
-        if (source->eventSourceType != UA_EVENTSOURCETYPE_CONNECTIONMANAGER) continue;
-        auto* const tcp = reinterpret_cast<UA_ConnectionManager*>(source);
-        if (!UA_String_equal(&tcp->protocol, &protocol)) continue;
-        std::unique_ptr<QueueingConnections> connections(new (std::nothrow)
-                                                             QueueingConnections(*tcp, bounds));
-        if (!connections) return false;
-        const bool good =
-            loop.registerEventSource(&loop, &connections->eventSource) == UA_STATUSCODE_GOOD;
-        (void)connections.release();  // the loop's now
-        return good;
-    }
-    return false;
+bool queueAnswers(UA_ConnectionManager& tcp, const SendBounds& bounds) noexcept {
+    std::unique_ptr<QueueingConnections> connections(new (std::nothrow)
+                                                         QueueingConnections(tcp, bounds));
+    if (!connections) return false;
+    UA_EventLoop& loop = *tcp.eventSource.eventLoop;
+    // It is freed with the loop. Registering fails only for what is registered already.
+    return loop.registerEventSource(&loop, &connections.release()->eventSource) ==
+           UA_STATUSCODE_GOOD;
 }

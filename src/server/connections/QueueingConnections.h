@@ -4,12 +4,13 @@
 
 #include "server/connections/SendBounds.h"
 
-/// Puts a connection manager before the loop's TCP manager, which would wait on a socket for as
-/// long as its client reads nothing, and all other clients with it. The one put before it hands
-/// bytes to a socket without waiting and keeps the rest until the socket takes it; a client's
-/// requests wait while its answers do; a client that arrives at a bound is disconnected. The
-/// library finds it first when it looks for a manager of "tcp", and frees it with the loop.
+/// Puts a connection manager before a loop's TCP manager, which would wait on a socket for as long
+/// as its client reads nothing, and all other clients with it. The one put before it hands bytes to
+/// a socket without waiting and keeps the rest until the socket takes it; a client's requests wait
+/// while its answers do; a client that arrives at a bound is disconnected. The library finds it
+/// first when it looks for a manager of "tcp", and frees it with the loop.
 ///
 /// To be called once per loop, before the server listens. Main thread, as the loop.
-/// @return false when the loop has no TCP manager or memory ran out; everything is then as before
-[[nodiscard]] bool queueAnswers(UA_EventLoop& loop, const SendBounds& bounds = {}) noexcept;
+/// @param tcp  registered with its loop, which owns it
+/// @return false when memory ran out; everything is then as before
+[[nodiscard]] bool queueAnswers(UA_ConnectionManager& tcp, const SendBounds& bounds = {}) noexcept;

@@ -49,7 +49,7 @@ class Library {
             ++of(m).buffersFreed;
         };
         loop_.eventSources = &tcp_.eventSource;
-        EXPECT_TRUE(queueAnswers(loop_, bounds));
+        EXPECT_TRUE(queueAnswers(tcp_, bounds));
         manager_ = reinterpret_cast<UA_ConnectionManager*>(loop_.eventSources);
         EXPECT_EQ(manager_->openConnection(manager_, nullptr, this, nullptr, onActivity), 0u);
     }
