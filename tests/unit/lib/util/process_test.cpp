@@ -1,0 +1,93 @@
+#include <gtest/gtest.h>
+#include <sched.h>
+#include <sys/resource.h>
+
+#include <cerrno>
+#include <chrono>
+#include <climits>
+#include <cstdlib>
+#include <string>
+
+#include "lib/util/priorities.h"
+#include "lib/util/qnx_calls.h"
+#include "lib/util/veskpath.h"
+#include "support/child_process.h"
+
+namespace {
+
+TEST(Priorities, AreSetForThisProcess) {
+    ChildProcess child([] {
+        EXPECT_EQ(SetNice({SCHED_OTHER, 5}), 0);
+        EXPECT_EQ(SetNice({SCHED_FIFO, 7}), 0) << "nothing to do";
+        EXPECT_EQ(getpriority(PRIO_PROCESS, 0), 5);
+        EXPECT_EQ(SetProcessPriority({SCHED_OTHER, 9}), 0);
+        EXPECT_EQ(getpriority(PRIO_PROCESS, 0), 9);
+        EXPECT_EQ(SetProcessPriority({SCHED_BATCH, 0}), -1);
+        EXPECT_EQ(sched_getscheduler(0), SCHED_OTHER);
+        for (const int policy : {SCHED_FIFO, SCHED_RR}) {
+            if (SetProcessPriority({policy, 3}) == -1 && errno == EPERM) return 1;
+            sched_param parameters{};
+            sched_getparam(0, &parameters);
+            EXPECT_EQ(sched_getscheduler(0), policy);
+            EXPECT_EQ(parameters.sched_priority, 3);
+            EXPECT_EQ(SetProcessPriority({policy, 1000}), -1);
+        }
+        return 0;
+    });
+    const int status = child.wait();
+    if (status == 1) GTEST_SKIP() << "this user may not use real-time scheduling";
+    EXPECT_EQ(status, 0);
+}
+
+// Static objects of other files use the table; this one is made before any file of the library.
+const bool tableWasComplete = SRV_Path.VESKPATH != nullptr && SRV_Path.XML_SETTINGS != nullptr;
+
+TEST(CsrvPath, PrintsDefaultsForUnsetVariablesAndTakesSetOnesAsTheyAre) {
+    EXPECT_TRUE(tableWasComplete);
+    const struct {
+        const char *label, *variable, *standard, *set;
+    } rows[] = {
+        {"VESKPATH = <", "VESKPATH", "/zrt", ""},
+        {"PATHDB   = <", "PATHDB", "/zrt/sram", "/a"},
+        {"PRG      = <", "PRG", "/zrt/prg", "/b"},
+        {"SYSTEM   = <", "SYSTEM", "/zrt/system", "/opt/x"},
+        {"LIB      = <", "LIB", "/zrt/lib", "/c"},
+        {"DIC      = <", "DIC", "/zrt/dic", "/d"},
+        {"SETTINGS = <", "SETTINGS", "/zrt/settings", "/etc/c"},
+        {"PRG_DEBUG= <", "PRG_DEBUG", "/var/tmp/prg_debug", "/e"},
+        {"XML_SETTINGS = <", "XML_SETTINGS", "/zrt/veskdb", "/f"},
+    };
+    ChildProcess child([&] {
+        clearenv();
+        SRV_Path.InitPathes();
+        SRV_Path.Print();
+        for (const auto& row : rows)
+            setenv(row.variable, row.set, 1);
+        CSRV_PATH().Print();
+        // The process's own table keeps what it read.
+        return SRV_Path.SETTINGS == std::string("/zrt/settings") ? 0 : 1;
+    });
+    EXPECT_EQ(child.wait(), 0);
+    std::string unset = "VESK_PATHES:\n";
+    std::string set = unset;
+    for (const auto& row : rows) {
+        unset += std::string(row.label) + row.standard + ">\n";
+        set += std::string(row.label) + row.set + ">\n";
+    }
+    EXPECT_EQ(child.out(), unset + set);
+}
+
+// How names are looked up and messages sent shows where the database is asked for its tables.
+TEST(QnxCalls, NumbersAreDecimalWhateverTheRadixAndDelaysInMilliseconds) {
+    char buf[12];
+    EXPECT_STREQ(itoa(INT_MIN, buf, 16), "-2147483648");
+    EXPECT_STREQ(utoa(UINT_MAX, buf, 2), "4294967295");
+    EXPECT_EQ(itoa(255, buf, 16), buf);
+    const auto start = std::chrono::steady_clock::now();
+    delay(200);
+    const auto slept = std::chrono::steady_clock::now() - start;
+    EXPECT_GE(slept, std::chrono::milliseconds(200));
+    EXPECT_LT(slept, std::chrono::seconds(10));
+}
+
+}  // namespace

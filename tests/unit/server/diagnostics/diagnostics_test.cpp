@@ -1,0 +1,150 @@
+#include <gmock/gmock.h>
+
+#include <csignal>
+#include <cstdlib>
+#include <ctime>
+
+#include "server/diagnostics/LogControllerWriter.h"
+#include "server/diagnostics/MsgHandler.h"
+#include "server/diagnostics/OperatorMessages.h"
+#include "server/diagnostics/ProcessSize.h"
+#include "server/diagnostics/SleepForever.h"
+#include "server/diagnostics/VeskkntrReader.h"
+#include "support/child_process.h"
+#include "support/operator_view.h"
+
+using testing::ElementsAre;
+
+static const std::string kPath = "/zrt/log/test.log";
+
+/// 2024-02-01 06:05:03.999 UTC.
+static std::chrono::system_clock::time_point fixedClock() noexcept {
+    return std::chrono::system_clock::time_point(std::chrono::milliseconds(1706767503999));
+}
+
+class Log : public testing::Test {
+  protected:
+    Log() {
+        setenv("TZ", "XXX-3", 1);  // three hours east
+        tzset();
+        writeFile(kPath, "");
+    }
+    ~Log() override {
+        unsetenv("TZ");
+        tzset();
+    }
+
+    LogControllerWriter log{kPath, &fixedClock};
+};
+
+TEST_F(Log, AppendsOneLineWithLocalTimePerEvent) {
+    EXPECT_EQ(log.setTimeForMsg(), "01-02-2024 09:05:03");
+    writeFile(kPath, "earlier\n");
+    log.writeLogToFile("ЦП 3: Запуск");
+    log.writeLogToFile("");
+    log.writeLogToFile("two\nlines\r\n");
+    EXPECT_EQ(readFile(kPath),
+              "earlier\n"
+              "01-02-2024 09:05:03: ЦП 3: Запуск\n"
+              "01-02-2024 09:05:03: \n"
+              "01-02-2024 09:05:03: two lines\r \n");
+    std::filesystem::remove(kPath);
+    log.writeLogToFile(std::string(100'000, 'x'));
+    EXPECT_EQ(readFile(kPath).size(), 100'022U) << "made when missing, no limit";
+}
+
+TEST(ProcessSize, IsCountedInPagesOfFourKibibytes) {
+    writeFile("/zrt/statm", "1000 17 3\n");
+    EXPECT_EQ(get_vsz_mb("/zrt/statm"), 3.90625);
+    EXPECT_EQ(get_vsz_mb("/zrt/none"), 0.0);
+    EXPECT_GT(get_vsz_mb(), 1.0);
+
+    writeFile(kLogPath, "");
+    testing::internal::CaptureStdout();
+    log_vsz("=== db init success ===");
+    EXPECT_EQ(testing::internal::GetCapturedStdout() + readFile(kLogPath), "");
+}
+
+class OperatorMessages : public OperatorView {};
+
+TEST_F(OperatorMessages, GoToTheLogOnlyWithoutAJournal) {
+    EXPECT_EQ(installEventJournal(nullptr), &journal);
+    EXPECT_EQ(installedEventJournal(), nullptr);
+    postAndLog(MessageNumber::started, {}, "\x80");
+    EXPECT_THAT(logLines(), ElementsAre("А"));
+    EXPECT_TRUE(journal.messages.empty());
+    EXPECT_EQ(installEventJournal(&journal), nullptr);
+    EXPECT_EQ(installedEventJournal(), &journal);
+    reportStarted("1.0-0");
+    EXPECT_EQ(logLines().back(), "ЦП 3: OPC UA Сервер: Запуск: Версия: 1.0-0");
+}
+
+static const std::string kSettings = "/zrt/other/veskkntr.ini";
+
+TEST(VeskkntrReader, TakesTheFirstLineThatSeemsToHoldTheKey) {
+    const struct {
+        const char* why;
+        std::string file;
+        std::int32_t number;
+        std::int32_t cycleTimeMs;
+    } cases[] = {
+        {"blanks around, DOS line ends", "[A]\r\nCycleTime=\t20\r\nNumber_kontr = 12\r\n", 12, 20},
+        {"no number keeps the default, whatever follows",
+         "Number_kontr=abc\nCycleTime=\nNumber_kontr=5\nCycleTime=60\n", 0, 100},
+        {"a comment that quotes the key decides", "; Number_kontr = 3 or so\nNumber_kontr=5", 3,
+         100},
+        {"a line without '=' is passed over", "Number_kontr 3\nNumber_kontr=5\n", 5, 100},
+        {"'=' before the key does not count", "a=Number_kontr\nNumber_kontr=5\n", 5, 100},
+        {"a longer key is taken too", "OldCycleTimeMs=30\nCycleTime=60\n", 0, 30},
+        {"more than 32 bits keep the default", "Number_kontr=4294967296\nCycleTime=9999999999", 0,
+         100},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.why);
+        writeFile(kSettings, c.file);
+        VeskkntrReader reader;
+        EXPECT_EQ(reader.getNumKontr(kSettings), c.number);
+        EXPECT_EQ(reader.getCycleTime(kSettings), c.cycleTimeMs);
+        EXPECT_EQ(reader.getNumKontr("/zrt/none.ini"), c.number) << "kept";
+        EXPECT_EQ(reader.getCycleTime("/zrt/none.ini"), c.cycleTimeMs) << "kept";
+        EXPECT_EQ(reader.getNumKontr(), c.number);
+        EXPECT_EQ(reader.getCycleTime(), c.cycleTimeMs);
+    }
+}
+
+TEST(MsgHandler, KnowsTheControllerOfTheFixedFile) {
+    writeFile(kSettings, "Number_kontr=007\nCycleTime=50\n");
+    const MsgHandler handler(kSettings);
+    EXPECT_EQ(handler.getNumKontrMsg(), 7);
+    EXPECT_EQ(handler.getCycleTimeMsg(), 50);
+    EXPECT_EQ(handler.getNumContrStroke(), "7");
+    writeFile(kSettings, "Number_kontr=-12\n");
+    EXPECT_EQ(MsgHandler(kSettings).getNumContrStroke(), "-12");
+
+    // support/controller_3.cpp wrote the fixed file; the folder that the environment names is not
+    // asked.
+    setenv("SETTINGS", "/zrt/other", 1);
+    EXPECT_EQ(getMsgHandler().getNumKontrMsg(), 3);
+    EXPECT_EQ(getMsgHandler().getCycleTimeMsg(), 200);
+    writeFile("/zrt/settings/veskkntr.ini", "Number_kontr=4\n");
+    EXPECT_EQ(getMsgHandler().getNumContrStroke(), "3") << "read once";
+}
+
+static void doNothing(int) {}
+
+TEST(SleepForever, IsNotEndedByAHandledSignal) {
+    ChildProcess child([] {
+        std::signal(SIGUSR1, doNothing);
+        std::cout << "asleep" << std::flush;
+        sleepForever();
+        return 0;
+    });
+    ASSERT_TRUE(waitUntil([&] { return child.out() == "asleep"; }));
+    for (int i = 0; i < 10; ++i) {
+        kill(child.pid(), SIGUSR1);
+        EXPECT_EQ(child.wait(std::chrono::milliseconds(10)), -1);
+    }
+    EXPECT_EQ(child.out() + child.err(), "asleep");
+    kill(child.pid(), SIGTERM);
+    EXPECT_EQ(child.wait(), 128 + SIGTERM);
+}
