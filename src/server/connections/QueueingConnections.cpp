@@ -124,7 +124,7 @@ QueueingConnections::QueueingConnections(UA_ConnectionManager& tcp, const SendBo
     eventSource.start = startSource;
     eventSource.stop = stopSource;
     eventSource.free = freeSource;
-    protocol = tcp.protocol;
+    protocol = std::exchange(tcp.protocol, UA_STRING_STATIC("tcp behind a queue"));
     openConnection = openOne;
     sendWithConnection = sendOne;
     closeConnection = closeOne;
