@@ -6,6 +6,7 @@ from dataclasses import dataclass
 
 import pytest
 
+import cases
 import checker
 from conftest import Site
 from controller import journal, records
@@ -57,51 +58,17 @@ def assert_reported(site: Site, reports: list[Reported], begin: float) -> None:
     assert all(begin_ms <= message.time_ms <= now_ms for message in messages)
 
 
-# name: configuration after the three lines of the common head, numbers and lines of the errors
-CASES: dict[str, tuple[str, list[tuple[int, int]]]] = {
-    "nothing wrong": ("", []),
-    "unknown keys, in the order of the names": (
-        "Zebra = 1\nApplicationName = x\nserverport = 4840\n[Access]\nNode_IP = 1\nVA = all\n",
-        [(6, 8), (6, 9), (6, 5), (6, 4)],
-    ),
-    "one key unknown in two sections": ("Wrong = 1\n[Access]\nWrong = 2\n", [(6, 4), (6, 6)]),
-    "one key twice in a section is one key": ("Wrong = 1\nWrong = 2\n", [(6, 4)]),
-    # Wrong comes first and takes the first line that begins so; WrongToo finds none left
-    "a longer key is taken for the key": ("WrongToo = 1\nWrong = 2\n", [(6, 4), (6, 6)]),
-    "unknown sections": (
-        "[Plotter_x]\nPens=1\n[Nowhere]\nVA=all\n[Attributes_Group_1]\n[general]\n[attributes]\n",
-        # [general] is the section that is there already, whatever its case
-        [(5, 10), (5, 8), (5, 6), (5, 4)],
-    ),
-    "a section is found by its name in brackets anywhere": (
-        "# see [Nowhere] below\n[Nowhere]\nx = 1\n",
-        [(5, 4)],
-    ),
-    "plotters and groups": (
-        "[Plotter_7]\nPens=1\nColour=2\n[Attributes_Group3]\nName=G\nVA=9\nNames=H\n[Plotter_]\n",
-        # a section's line is the first one in brackets that contains its name
-        [(6, 10), (5, 4), (6, 6)],
-    ),
-    "attributes that may not be published, once a line": (
-        "[Attributes]\nVA=all\nRV=all\nType1.a=A, 27, OPC_READABLE\nType1.b=B, 29\nType1.c=C, 63\n"
-        "Type1.d=D, 0\nType50.e=E, 11\nType52.f=F, 5\nType51.g=G, 5\n",
-        [(4, 7), (4, 9), (4, 10), (4, 11)],
-    ),
-    "a refused attribute is found on its own line, beside a longer key": (
-        "[Attributes]\nVA=all\nType1.aa=A, 27\nType1.a=B, 63\n",
-        [(4, 7), (4, 6)],
-    ),
-    "an attribute of no listed tag is not looked at": ("[Attributes]\nType1.a=A, 27\n", []),
-}
+# Configurations behind the three lines of the common head, with number and line of each error.
+CASES = cases.read("configuration_log.txt")
 
 
 @pytest.mark.parametrize("text, errors", CASES.values(), ids=CASES.keys())
-def test_what_is_told(text: str, errors: list[tuple[int, int]], site: Site) -> None:
+def test_what_is_told(text: str, errors: list[str], site: Site) -> None:
     site.start(va=3, av=1, rv=2, vd=1, dv=1)
     site.set_rv_types(0, 1)
     begin = time.time()
     site.serve(SERVING + text)
-    assert_reported(site, [*(error(*place) for place in errors), RUNNING], begin)
+    assert_reported(site, [*(error(*map(int, place.split())) for place in errors), RUNNING], begin)
     foretold = checker.log_lines("--counts=va=3,av=1,rv=2,vd=1,dv=1", "--rvs=2")
     assert foretold == sorted(site.server.log_lines()[:-1])
 

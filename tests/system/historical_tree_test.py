@@ -6,6 +6,7 @@ from fnmatch import fnmatchcase
 import pytest
 from asyncua import ua
 
+import cases
 import checker
 from conftest import Site
 from nodes import (
@@ -49,68 +50,18 @@ READ_AND_HISTORY_READ = 5
 
 ALL_OF_1 = "R1_P1.VA_17 R1_P2.VD_2 R1_P3.AV_65535 R1_P4.DV_1"
 
-# name: end of the configuration, tags of the pens by folder and whether a list names them
-CASES = {
-    "no plotter section": ("", {}),
-    "all pens": (
-        "[Plotter_1]\nName = Котлы\n[Plotter_2]\n[Plotter_3]\nPens = all\n",
-        {
-            ("Котлы", False): ALL_OF_1,
-            ("Plotter_2", False): "R2_P1.RV_9 R2_P2._9",
-            ("Plotter_3", False): "R3_P1._3 R3_P3.VA_0",
-        },
-    ),
-    "listed pens": (
-        "[Plotter_1]\nPens = 3, 1\n[Plotter_5]\nPens = 1-9\nName = Насосы 5 ; all\n",
-        {
-            ("Plotter_1", True): "R1_P1.VA_17 R1_P3.AV_65535",
-            ("Насосы 5 ", True): "R5_P1.VA_17 R5_P7.VA_18",
-        },
-    ),
-    "a list that holds nothing is all": (
-        "[Plotter_1]\nPens = 1,,2\n",
-        {("Plotter_1", False): ALL_OF_1},
-    ),
-    "an empty name": ("[Plotter_2]\nName =\nPens = 2\n", {("Plotter_2", True): "R2_P2._9"}),
-    "numbers that the system does not have": (
-        "[Plotter_0]\n[Plotter_6]\n[Plotter_-1]\nName=x\n",
-        {},
-    ),
-    "no number": ("[Plotter]\nPens=1\n[Plotter_1x]\nPens=1\n[MyPlotter_1]\nName=x\n", {}),
-    "two sections of a plotter": (
-        "[Plotter_ 1]\nName=Первый\n[Plotter_1]\nName=Второй\nPens=2\n",
-        {("Первый", False): ALL_OF_1},
-    ),
-    "name and pens in two sections": (
-        "[Plotter_ 1]\nPens=2\n[Plotter_1]\nName=Второй\nPens=1\n",
-        {("Plotter_ 1", True): "R1_P2.VD_2"},
-    ),
-    "a plotter that cannot be asked": (
-        "[Plotter_4]\nName=Четвёртый\n[Plotter_5]\nPens=1\n",
-        {("Четвёртый", False): "", ("Plotter_5", True): "R5_P1.VA_17"},
-    ),
-    "two plotters of one name": (  # the second one and all behind it are left out
-        "[Plotter_1]\nName=П\n[Plotter_2]\nName=П\n[Plotter_5]\n",
-        {("П", False): ALL_OF_1},
-    ),
-    "with an application": (
-        "AplicationName = Цех 1\n[Plotter_1]\nPens=1\n[Plotter_2]\n",
-        {("Plotter_1", True): "R1_P1.VA_17", ("Plotter_2", False): "R2_P1.RV_9 R2_P2._9"},
-    ),
-    "switched off": ("HistoricalData = off\n[Plotter_1]\n", None),
-}
+# Lines of the tree as "PLOTTER | listed or all | TAGS", whether a list names the pens.
+CASES = cases.read("historical_tree.txt")
 
 
-def expected_nodes(
-    application: str, plotters: dict[tuple[str, bool], str] | None
-) -> dict[NodeKey, Node]:
-    if plotters is None:
+def expected_nodes(application: str, tree: list[str]) -> dict[NodeKey, Node]:
+    if "not even its folder" in tree:
         return {}
     found: dict[NodeKey, Node] = {7: folder("Historical", 8 if application else "Objects")}
     if application:
         found[8] = folder(application, "Objects")
-    for (name, listed), tags in plotters.items():
-        found[name] = structure(name, 7)
+    for name, choice, tags in cases.cells(tree):
+        found[name], listed = structure(name, 7), choice == "listed"
         for tag in tags.split():
             place = ".".join(part for part in (application, "Historical", name, tag) if part)
             plotter, pen = re.findall(r"\d+", tag)[:2]
@@ -125,16 +76,14 @@ def expected_nodes(
     return found
 
 
-@pytest.mark.parametrize("more, plotters", CASES.values(), ids=CASES.keys())
-def test_publishes_the_selected_pens(
-    more: str, plotters: dict[tuple[str, bool], str] | None, site: Site
-) -> None:
+@pytest.mark.parametrize("more, tree", CASES.values(), ids=CASES.keys())
+def test_publishes_the_selected_pens(more: str, tree: list[str], site: Site) -> None:
     site.start(va=1)
     SYSTEM.tell()
     client = site.serve(HISTORY_ONLY + more, SYSTEM.environment)
     application = "Цех1" if "AplicationName" in more else ""
     nodes = client.address_space()
-    assert nodes == expected_nodes(application, plotters)
+    assert nodes == expected_nodes(application, tree)
     # Which pens there are is known to the trend system alone: a "*" stands for what it adds.
     foretold = [(str(key), place) for key, place, _ in checker.tree()]
     for key, node in nodes.items():
