@@ -144,7 +144,7 @@ class OpcClient:
         )
         width = len(attributes)
         return {
-            key: _node(places[key], results[index * width : (index + 1) * width])
+            key: _node(self.namespace, places[key], results[index * width : (index + 1) * width])
             for index, key in enumerate(keys)
         }
 
@@ -190,13 +190,16 @@ class OpcClient:
         ]
 
 
-def _node(references: list[ua.ReferenceDescription], attributes: list[ua.DataValue]) -> Node:
+def _node(
+    namespace: int, references: list[ua.ReferenceDescription], attributes: list[ua.DataValue]
+) -> Node:
     (parent,) = (r for r in references if not r.IsForward)
     (type_definition,) = (
         r for r in references if r.ReferenceTypeId.Identifier == ua.ObjectIds.HasTypeDefinition
     )
     at_objects = parent.NodeId == OBJECTS_FOLDER_ID
     node_class, browse_name, display_name, description = (d.Value.Value for d in attributes[:4])
+    assert browse_name.NamespaceIndex == namespace
     place = (
         int(node_class),
         OBJECTS_FOLDER if at_objects else parent.NodeId.Identifier,
