@@ -7,7 +7,7 @@ from datetime import datetime, timezone
 from pathlib import Path
 
 import pytest
-from asyncua import ua
+from asyncua import Node, ua
 
 import checker
 from conftest import Site
@@ -162,3 +162,15 @@ def test_says_which_build_it_is_and_what_it_knows(site: Site) -> None:
     assert client.read_standard("ServerCapabilities", "LocaleIdArray") == ["ru-RU", "en"]
     assert client.read_standard("LocalTime") == ua.TimeZoneDataType(270, True)
     assert client.read_standard("EstimatedReturnTime") == datetime(1601, 1, 1, tzinfo=timezone.utc)
+
+    async def without_value(node: Node) -> list[Node]:
+        found = []
+        for child in await node.get_children():
+            if await child.read_node_class() == ua.NodeClass.Variable:
+                value = await child.read_data_value(raise_on_bad_status=False)
+                found += [] if value.StatusCode.is_good() else [child]
+            if child.nodeid.Identifier != ua.ObjectIds.Server_ServerDiagnostics:
+                found += await without_value(child)
+        return found
+
+    assert client.run(without_value(client.client.nodes.server)) == []
