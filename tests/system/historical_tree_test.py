@@ -124,12 +124,22 @@ def test_tells_whether_history_is_published(
     )
     answers = client.read_many((ua.NodeId(n), ua.AttributeIds.Value) for n in capabilities)
     assert [answer.Value.Value for answer in answers] == [values is not None, values or 0]
+    # The folder is made before the trend system is asked, so that one without plotters has it too.
+    name = client.read(7, ua.AttributeIds.BrowseName)
+    assert name.StatusCode.is_good() != ("HistoricalData=off" in more)
 
 
 def test_a_pen_shows_its_type_and_cannot_be_written(site: Site) -> None:
     site.start(va=1)
     SYSTEM.tell()
-    client = site.serve(HISTORY_ONLY + "[Plotter_1]\n", SYSTEM.environment)
+    client = site.serve(HISTORY_ONLY + "[Plotter_1]\n[Plotter_3]\nPens=2,3\n", SYSTEM.environment)
+    # One object for the process and one for the tree; nothing is asked twice.
+    assert SYSTEM.calls() == [
+        *("BrowseConfig", "BrowseConfig", "GetConfigAll 0", "GetConfigPlotters 1 1/0 0"),
+        *(f"GetConfigPens 1 1/{pen}" for pen in (1, 2, 3, 4)),
+        *("GetConfigPlotters 1 3/0 0", "GetConfigPens 1 3/2", "GetConfigPens 1 3/3"),
+        "~BrowseConfig",
+    ]
     values = [client.read(key).Value for key in ALL_OF_1.split()[:3]]
     assert [(value.VariantType, value.Value) for value in values] == [
         (ua.VariantType.Float, 0.0),

@@ -30,9 +30,13 @@ def tree() -> dict[str, bytes | None]:
     }
 
 
-def run_to_its_end(site: Site, *arguments: str) -> tuple[int, str]:
+def refusal(site: Site, *arguments: str) -> tuple[int, str]:
+    """Exit status and messages of a run that starts nothing and changes nothing."""
+    before = sysv.objects(), tree()
     simulator = site.run("zrtsim", *arguments)
-    return simulator.exit_status(), simulator.output().decode()
+    status = simulator.exit_status()
+    assert (sysv.objects(), tree()) == before
+    return status, simulator.output().decode()
 
 
 @pytest.mark.parametrize("number", [signal.SIGTERM, signal.SIGINT])
@@ -41,19 +45,23 @@ def test_takes_everything_away(number: int, arguments: list[str], site: Site) ->
     simulator = site.start_simulator(*arguments)
     assert {o.kind for o in sysv.objects()} == {"shm", "sem", "msg"}
     assert simulator.stop(number) == 0
-    assert sysv.objects() == []
-    assert set(tree()) == SAVED
+    assert (sysv.objects(), set(tree())) == ([], SAVED)
 
 
-def test_keeps_settings_that_were_edited(site: Site) -> None:
-    site.start_simulator()
-    CONFIGURATION.write_bytes(b"[General]\n; mine\n")
-    assert site.simulator.stop() == 0
-    assert not CONTROLLER_SETTINGS.exists()
-    site.start_simulator()
-    assert CONFIGURATION.read_bytes() == b"[General]\n; mine\n"
-    assert site.simulator.stop() == 0
-    assert CONFIGURATION.read_bytes() == b"[General]\n; mine\n"
+def test_keeps_what_users_made(site: Site) -> None:
+    """An edited setting is in force until --fresh; folders of the user's and full ones stay."""
+    mine = b"[General]\n; mine\n"
+    (ROOT / "settings").mkdir()
+    for fresh in ([], [], ["--fresh"]):
+        site.start_simulator(*fresh)
+        is_mine = CONFIGURATION.read_bytes() == mine
+        CONFIGURATION.write_bytes(mine if not fresh else CONFIGURATION.read_bytes())
+        (ROOT / "log/opcuasrv.log").touch()
+        assert site.simulator.stop() == 0
+        assert not CONTROLLER_SETTINGS.exists()
+        assert CONFIGURATION.exists() != bool(fresh)
+    assert not is_mine
+    assert set(tree()) == SAVED | {"/zrt/settings", "/zrt/log", "/zrt/log/opcuasrv.log"}
 
 
 def test_cleans_up_behind_a_killed_one(site: Site) -> None:
@@ -61,7 +69,10 @@ def test_cleans_up_behind_a_killed_one(site: Site) -> None:
         simulator = site.start_simulator(f"--generation={generation}", "--va=30", "--th=5")
         simulator.kill()
         assert sysv.objects() != []
-    last = site.start_simulator("--va=3")
+    (ROOT / "vskontr").write_bytes(b"edited")
+    status, text = refusal(site)
+    assert status == FOREIGN and "--fresh" in text
+    last = site.start_simulator("--va=3", "--fresh")
     assert registry.holders() == {"VsBASE": last.pid}
     assert site.database.counts["VA"] == 3
     site.leave_database()
@@ -71,57 +82,56 @@ def test_cleans_up_behind_a_killed_one(site: Site) -> None:
 
 def test_refuses_to_run_twice(site: Site) -> None:
     first = site.start_simulator("--frozen")  # saves nothing meanwhile
-    before = sysv.objects(), tree()
-    status, text = run_to_its_end(site)
+    status, text = refusal(site)
     assert status == CONTROLLER_HERE and "zrtsim" in text
-    assert (sysv.objects(), tree()) == before
     assert first.is_alive()
 
 
 def test_never_runs_beside_a_controller(site: Site) -> None:
-    """A live holder of the database's name, in a registry that zrtsim did not make."""
-    (ROOT / "proxy").touch()
-    sysv.create_segment(ipc_keys.fixed_key(ipc_keys.REGISTRY), 1600)
+    """A live holder of the database's name, in a registry that zrtsim did not make or left."""
+    site.start_simulator().kill()
     registry.add_holder("VsBASE", os.getpid())
-    before = sysv.objects(), tree(), registry.holders()
-    status, text = run_to_its_end(site)
-    assert status == CONTROLLER_HERE
-    assert "VsBASE" in text and str(os.getpid()) in text
-    assert (sysv.objects(), tree(), registry.holders()) == before
+    status, text = refusal(site)
+    assert status == CONTROLLER_HERE and "VsBASE" in text and str(os.getpid()) in text
+    # Another program may have the number of the killed one. The record's lock shows that it ended.
+    record = ROOT / ".zrtsim-record"
+    record.write_text(f"{record.read_text()}owner {os.getpid()}\n")
+    assert site.start_simulator().stop() == 0
+    assert sysv.objects() == []
 
 
-@pytest.mark.parametrize(
-    "path", ["settings/opcuasrv.ini", "settings/veskkntr.ini", "system/atributs.dat", "vskontr"]
-)
+FOREIGN_FILES = [
+    *("show", "vskontr", "system/atributs.dat", "trends/archive.db"),
+    *("settings/opcuasrv.ini", "settings/veskkntr.ini"),
+]
+
+
+@pytest.mark.parametrize("path", FOREIGN_FILES)
 def test_writes_over_no_foreign_file(path: str, site: Site) -> None:
     file = ROOT / path
     file.parent.mkdir(exist_ok=True)
     file.write_bytes(b"of the controller")
-    before = tree()
-    status, text = run_to_its_end(site)
-    assert status == FOREIGN and str(file) in text
-    assert (sysv.objects(), tree()) == ([], before)
+    for arguments in ([], ["--fresh"]):
+        status, text = refusal(site, *arguments)
+        assert status == FOREIGN and str(file) in text
+    assert file.read_bytes() == b"of the controller"
 
 
 @pytest.mark.parametrize("index", [ipc_keys.REGISTRY, ipc_keys.GENERATION])
 def test_touches_no_foreign_segment(index: int, site: Site) -> None:
     """Key files that a killed zrtsim left, and since then a segment that it never made."""
-    simulator = site.start_simulator()
-    simulator.kill()
+    site.start_simulator().kill()
     for left in sysv.objects():
         sysv.remove(left)
     foreign = sysv.create_segment(ipc_keys.fixed_key(index), 1600)
-    before = tree()
-    status, text = run_to_its_end(site)
+    status, text = refusal(site)
     assert status == FOREIGN and f"{foreign.key:x}" in text.lower()
-    assert (sysv.objects(), tree()) == ([foreign], before)
 
 
 @pytest.mark.parametrize("argument", ["--nonsense", "--va=65536", "--config=/zrt/none", "stray"])
 def test_bad_command_lines(argument: str, site: Site) -> None:
-    status, text = run_to_its_end(site, argument)
+    status, text = refusal(site, argument)
     assert status == USAGE and text.startswith("zrtsim: ")
-    assert (sysv.objects(), tree()) == ([], {})
 
 
 def test_the_largest_database(site: Site) -> None:

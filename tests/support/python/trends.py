@@ -24,7 +24,7 @@ class Pen:
 
 @dataclass
 class Trends:
-    """Plotters, pens and archived values, as tests/support/trends/told_script.h understands them."""
+    """Plotters, pens and archived values, as tests/support/trends/told_trends.cpp understands them."""
 
     plotters: int | None = None
     pens_of: dict[int, int] = field(default_factory=dict)

@@ -1,19 +1,36 @@
+#include <sys/stat.h>
 #include <sys/time.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
-#include <cstdarg>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <fstream>
+#include <iomanip>
+#include <map>
+#include <optional>
+#include <sstream>
 #include <string>
-
-#include "told_script.h"
+#include <utility>
+#include <vector>
 
 // The library's symbols, declared once more and from what is known of the real one alone: if the
 // interface that the server is built with had another layout or other symbols, the tests would see
 // it. The objects are of other sizes than the server takes them for, as the real ones may be.
+
+struct ToldValue {
+    std::uint16_t code;     //  0
+    char reserved[6];       //  2
+    char value[8];          //  8
+    std::int64_t seconds;   // 16
+    std::int64_t micros;    // 24
+    std::uint32_t quality;  // 32
+    std::uint32_t padding;  // 36
+};
+static_assert(sizeof(ToldValue) == 40);
 
 struct OPCHDAITEMDEF {
     unsigned plotter;
@@ -26,15 +43,18 @@ struct OPCHDAITEM {
 };
 
 namespace jxo {
-struct CTrendsControlSettingsExt {
-    std::array<char, 200> bytes;
+template <std::size_t Size>
+struct Record {
+    std::array<char, Size> bytes;
+
+    template <class Field>
+    void put(std::size_t offset, Field field) {
+        std::memcpy(bytes.data() + offset, &field, sizeof field);
+    }
 };
-struct CPlotterSettingsExt {
-    std::array<char, 300> bytes;
-};
-struct CPenSettingsExt {
-    std::array<char, 100> bytes;
-};
+struct CTrendsControlSettingsExt : Record<200> {};
+struct CPlotterSettingsExt : Record<300> {};
+struct CPenSettingsExt : Record<100> {};
 }  // namespace jxo
 
 #define TOLD_EXPORT __attribute__((visibility("default")))
@@ -67,22 +87,163 @@ class TOLD_EXPORT IHDA_BrowseConfig {
     int error_ = 0;
 };
 
-// ---- Log ---------------------------------------------------------------------------------------
+// ---- The script --------------------------------------------------------------------------------
+
+namespace {
+
+using Pen = std::pair<std::uint32_t, std::uint32_t>;  // plotter, pen
+
+struct Source {
+    std::int16_t type = 0;
+    std::int32_t kind = 0;
+    std::uint16_t number = 0;
+};
+
+struct Script {
+    std::optional<std::uint64_t> plotters;
+    std::map<std::uint32_t, std::uint64_t> pensOfPlotter;
+    std::map<Pen, Source> pens;
+    std::map<Pen, std::vector<ToldValue>> values;
+    bool whole = false;
+    bool missing = false;
+    bool fixed = false;
+    int status = 0;
+    std::optional<std::uint32_t> claim;
+    unsigned delayMicros = 0;
+};
+
+Pen takePen(std::istream& line) {
+    Pen pen;
+    line >> pen.first >> pen.second;
+    return pen;
+}
+
+/// Adds a value of good quality that lacks its time.
+ToldValue& addValue(Script& script, Pen pen, std::uint16_t code, double number) {
+    constexpr std::uint32_t kGood = 0xC0;
+    ToldValue& value = script.values[pen].emplace_back(ToldValue{code, {}, {}, 0, 0, kGood, 0});
+    const auto store = [&value](auto stored) { std::memcpy(value.value, &stored, sizeof stored); };
+    if (code == 5) {
+        store(number);
+    } else if (code == 11) {
+        store(static_cast<std::int16_t>(number));
+    } else {
+        store(static_cast<float>(number));
+    }
+    return value;
+}
+
+void addValue(std::istream& line, Script& script) {
+    const Pen pen = takePen(line);
+    std::uint16_t code = 0;
+    double number = 0;
+    line >> code >> number;
+    ToldValue& value = addValue(script, pen, code, number);
+    line >> value.seconds >> value.micros >> value.quality;
+}
+
+void addRamp(std::istream& line, Script& script) {
+    const Pen pen = takePen(line);
+    std::int64_t first = 0;
+    std::int64_t count = 0;
+    line >> first >> count;
+    for (std::int64_t i = 0; i < count; ++i)
+        addValue(script, pen, 4, static_cast<double>(i)).seconds = first + i;
+}
+
+void addPens(std::istream& line, Script& script) {
+    Pen pen = takePen(line);
+    Source source;
+    std::uint32_t last = 0;
+    line >> last >> source.type >> source.kind;
+    for (; pen.second <= last; ++pen.second) {
+        source.number = static_cast<std::uint16_t>(pen.second);
+        script.pens[pen] = source;
+    }
+}
+
+void addPen(std::istream& line, Script& script) {
+    Source& source = script.pens[takePen(line)];
+    line >> source.type >> source.kind >> source.number;
+}
+
+void addPlotter(std::istream& line, Script& script) {
+    const auto [plotter, pens] = takePen(line);
+    script.pensOfPlotter[plotter] = pens;
+}
+
+/// What a line of the file may be.
+const std::map<std::string, void (*)(std::istream&, Script&)> kLines = {
+    // COUNT: number of plotters; none at all without this line
+    {"plotters", [](auto& line, Script& script) { line >> script.plotters.emplace(); }},
+    {"plotter", addPlotter},  // P PENS: a plotter that exists, with so many pens
+    {"pen", addPen},          // P K TYPE KIND NUMBER: a pen that exists, of this variable
+    {"pens", addPens},        // P FIRST LAST TYPE KIND: many of them; the number is the pen's
+    {"value", addValue},      // P K CODE VALUE SECONDS MICROS QUALITY: an archived value
+    {"ramp", addRamp},        // P K FIRST_SECOND COUNT: good floats 0, 1, 2 ..., one a second
+    // reads answer everything, whatever range and number they ask
+    {"whole", [](auto&, Script& script) { script.whole = true; }},
+    // STATUS: reads return it, with their answer
+    {"status", [](auto& line, Script& script) { line >> script.status; }},
+    // reads give no answer at all
+    {"missing", [](auto&, Script& script) { script.missing = true; }},
+    // COUNT: reads claim to have so many values
+    {"claim", [](auto& line, Script& script) { line >> script.claim.emplace(); }},
+    // MICROS: reads take so long
+    {"delay", [](auto& line, Script& script) { line >> script.delayMicros; }},
+    // the file is not looked at again
+    {"fixed", [](auto&, Script& script) { script.fixed = true; }},
+};
+
+/// An unknown line ends the process: a test must not pass because of a slip.
+Script readScript(const char* path) {
+    Script script;
+    std::ifstream file(path);
+    for (std::string text; std::getline(file, text);) {
+        std::istringstream line(text);
+        std::string word;
+        if (!(line >> word)) continue;
+        const auto found = kLines.find(word);
+        if (found != kLines.end()) found->second(line, script);
+        if (found != kLines.end() && !line.fail()) continue;
+        std::fprintf(stderr, "told trends: not understood: %s\n", text.c_str());
+        std::abort();
+    }
+    return script;
+}
+
+/// What TOLD_TRENDS names, read again when the file has changed.
+const Script& script() {
+    static Script script;
+    static struct stat before {};
+    const char* path = std::getenv("TOLD_TRENDS");
+    struct stat now {};
+    if (script.fixed || path == nullptr || stat(path, &now) != 0) return script;
+    const bool same = now.st_ino == before.st_ino && now.st_mtim.tv_sec == before.st_mtim.tv_sec &&
+                      now.st_mtim.tv_nsec == before.st_mtim.tv_nsec;
+    if (!same) script = readScript(path);
+    before = now;
+    return script;
+}
+
+std::ostream& operator<<(std::ostream& to, const timeval& time) {
+    return to << time.tv_sec << '.' << std::setfill('0') << std::setw(6) << time.tv_usec;
+}
+
+std::ostream& operator<<(std::ostream& to, const OPCHDAITEMDEF& item) {
+    return to << item.plotter << '/' << item.pen;
+}
 
 /// Appends a line to the file that TOLD_TRENDS_LOG names; without it nothing is logged.
-[[gnu::format(printf, 1, 2)]] static void log(const char* format, ...) {
-    static std::FILE* const file = [] {
-        const char* path = std::getenv("TOLD_TRENDS_LOG");
-        return path != nullptr ? std::fopen(path, "a") : nullptr;
-    }();
-    if (file == nullptr) return;
-    va_list arguments;
-    va_start(arguments, format);
-    (void)std::vfprintf(file, format, arguments);
-    va_end(arguments);
-    (void)std::fputc('\n', file);
-    (void)std::fflush(file);
+template <class... Parts>
+void log(const Parts&... parts) {
+    static const char* const path = std::getenv("TOLD_TRENDS_LOG");
+    if (path == nullptr) return;
+    std::ofstream file(path, std::ios::app);
+    (file << ... << parts) << '\n';
 }
+
+}  // namespace
 
 // ---- Reading -----------------------------------------------------------------------------------
 
@@ -95,60 +256,40 @@ IHDA_SyncRead::~IHDA_SyncRead() {
 }
 
 static bool within(const ToldValue& value, const timeval& start, const timeval& end) {
-    const auto micros = [](std::int64_t seconds, std::int64_t part) {
-        return static_cast<__int128>(seconds) * 1'000'000 + part;
-    };
-    const auto at = micros(value.seconds, value.micros);
-    return micros(start.tv_sec, start.tv_usec) <= at && at <= micros(end.tv_sec, end.tv_usec);
+    const std::pair<std::int64_t, std::int64_t> time{value.seconds, value.micros};
+    return std::pair{start.tv_sec, start.tv_usec} <= time &&
+           time <= std::pair{end.tv_sec, end.tv_usec};
 }
 
-/// An answer of the caller's; an empty one has an array too.
-static OPCHDAITEM* makeAnswer(const std::vector<ToldValue>& values) {
-    auto* const item = new OPCHDAITEM;
-    item->count = static_cast<std::uint32_t>(values.size());
-    item->values = new ToldValue[values.size()];
-    if (!values.empty()) {
-        std::memcpy(item->values, values.data(), values.size() * sizeof(ToldValue));
-    }
-    return item;
-}
-
-static OPCHDAITEM* answer(const ToldScript& script, const OPCHDAITEMDEF& item, const timeval& start,
-                          const timeval& end, unsigned count) {
-    const auto found = script.values.find({item.plotter, item.pen});
-    if (found == script.values.end()) return makeAnswer({});
-    if (script.whole) return makeAnswer(found->second);
+static std::vector<ToldValue> valuesOf(const OPCHDAITEMDEF& item, const timeval& start,
+                                       const timeval& end, unsigned count) {
+    const auto found = script().values.find({item.plotter, item.pen});
+    if (found == script().values.end()) return {};
+    if (script().whole) return found->second;
     std::vector<ToldValue> values;
     for (const ToldValue& value : found->second) {
         if (values.size() >= count) break;
         if (within(value, start, end)) values.push_back(value);
     }
-    return makeAnswer(values);
+    return values;
 }
 
 int IHDA_SyncRead::ReadRaw(timeval* start, timeval* end, unsigned count, bool bounds,
                            unsigned itemCount, OPCHDAITEMDEF* items, OPCHDAITEM** results,
                            int** errors) {
-    log("ReadRaw %lld.%06ld %lld.%06ld %u %d %u %u/%u", static_cast<long long>(start->tv_sec),
-        static_cast<long>(start->tv_usec), static_cast<long long>(end->tv_sec),
-        static_cast<long>(end->tv_usec), count, bounds ? 1 : 0, itemCount, items->plotter,
-        items->pen);
-    const ToldScript& script = toldScript();
-    if (script.delayMicros != 0) (void)usleep(script.delayMicros);
-    if (script.missing) return script.status;
-
-    *results = answer(script, *items, *start, *end, count);
-    (*results)->count = script.claim.value_or((*results)->count);
+    log("ReadRaw ", *start, ' ', *end, ' ', count, ' ', bounds, ' ', itemCount, ' ', *items);
+    if (script().delayMicros != 0) (void)usleep(script().delayMicros);
+    if (script().missing) return script().status;
+    // The answer is the caller's; an empty one has an array too.
+    const std::vector<ToldValue> values = valuesOf(*items, *start, *end, count);
+    const auto size = static_cast<std::uint32_t>(values.size());
+    *results = new OPCHDAITEM{script().claim.value_or(size), new ToldValue[size]};
+    std::copy(values.begin(), values.end(), (*results)->values);
     *errors = new int[itemCount]();
-    return script.status;
+    return script().status;
 }
 
 // ---- Configuration -----------------------------------------------------------------------------
-
-template <class Record, class Field>
-static void put(Record& record, std::size_t offset, Field field) {
-    std::memcpy(record.bytes.data() + offset, &field, sizeof(field));
-}
 
 IHDA_BrowseConfig::IHDA_BrowseConfig() {
     log("BrowseConfig");
@@ -159,21 +300,19 @@ IHDA_BrowseConfig::~IHDA_BrowseConfig() {
 }
 
 int IHDA_BrowseConfig::GetConfigAll(bool flag, jxo::CTrendsControlSettingsExt** settings) {
-    log("GetConfigAll %d", flag ? 1 : 0);
-    const auto& plotters = toldScript().plotters;
-    if (!plotters) return -1;
-    put(all_, 40, *plotters);
+    log("GetConfigAll ", flag);
+    if (!script().plotters) return -1;
+    all_.put(40, *script().plotters);
     *settings = &all_;
     return 0;
 }
 
 int IHDA_BrowseConfig::GetConfigPlotters(unsigned itemCount, OPCHDAITEMDEF* items, bool flag,
                                          jxo::CPlotterSettingsExt** settings, int** errors) {
-    log("GetConfigPlotters %u %u/%u %d", itemCount, items->plotter, items->pen, flag ? 1 : 0);
-    const auto& plotters = toldScript().pensOfPlotter;
-    const auto found = plotters.find(items->plotter);
-    if (found == plotters.end()) return -1;
-    put(plotter_, 112, found->second);
+    log("GetConfigPlotters ", itemCount, ' ', *items, ' ', flag);
+    const auto found = script().pensOfPlotter.find(items->plotter);
+    if (found == script().pensOfPlotter.end()) return -1;
+    plotter_.put(112, found->second);
     *settings = &plotter_;
     *errors = &error_;
     return 0;
@@ -181,13 +320,12 @@ int IHDA_BrowseConfig::GetConfigPlotters(unsigned itemCount, OPCHDAITEMDEF* item
 
 int IHDA_BrowseConfig::GetConfigPens(unsigned itemCount, OPCHDAITEMDEF* items,
                                      jxo::CPenSettingsExt** settings, int** errors) {
-    log("GetConfigPens %u %u/%u", itemCount, items->plotter, items->pen);
-    const auto& pens = toldScript().pens;
-    const auto found = pens.find({items->plotter, items->pen});
-    if (found == pens.end()) return -1;
-    put(pen_, 10, found->second.type);
-    put(pen_, 16, found->second.kind);
-    put(pen_, 20, found->second.number);
+    log("GetConfigPens ", itemCount, ' ', *items);
+    const auto found = script().pens.find({items->plotter, items->pen});
+    if (found == script().pens.end()) return -1;
+    pen_.put(10, found->second.type);
+    pen_.put(16, found->second.kind);
+    pen_.put(20, found->second.number);
     *settings = &pen_;
     *errors = &error_;
     return 0;

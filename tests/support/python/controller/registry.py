@@ -18,11 +18,12 @@ def holders() -> dict[str, int]:
 
 
 def add_holder(name: str, pid: int) -> None:
-    """Enters a holder into the first free entry."""
+    """Enters a holder into the entry of the name, or the first free one."""
+    entered = name.encode("cp866")
     with sysv.Attached(_segment()) as table:
         for offset in range(0, _ENTRIES * _ENTRY.size, _ENTRY.size):
-            if table[offset + 4] == 0:
-                _ENTRY.pack_into(table, offset, pid, name.encode("cp866"))
+            if bytes(table[offset + 4 : offset + 40]).split(b"\0")[0] in (b"", entered):
+                _ENTRY.pack_into(table, offset, pid, entered)
                 return
     raise LookupError("the registry is full")
 

@@ -65,16 +65,9 @@ TEST(Record, TellsTheNextRunWhatWasNoted) {
     }
 }
 
-TEST(Record, IsHeldByOneRunAtATime) {
+TEST(Record, RefusesNotesOfOthers) {
     const TemporarySite site;
     const auto file = site.path(".zrtsim-record");
-    {
-        Record holder(file);
-        EXPECT_EQ(holder.create(), Record::Lock::held);
-        EXPECT_EQ(Record(file).takeOver(), Record::Lock::busy);
-        EXPECT_EQ(Record(file).create(), Record::Lock::busy);
-    }
-    EXPECT_EQ(Record(file).takeOver(), Record::Lock::held);
     site.write(".zrtsim-record", "notes of somebody\n");
     EXPECT_EQ(Record(file).takeOver(), Record::Lock::failed);
     EXPECT_EQ(site.read(".zrtsim-record"), "notes of somebody\n");

@@ -53,21 +53,6 @@ class TemporarySite {
         return all;
     }
 
-    /// Segments, semaphores and queues of the IPC namespace. A removed segment that a process still
-    /// has attached shows the key 0 and does not count.
-    static std::size_t objects() {
-        std::size_t count = 0;
-        for (const char* kind : {"shm", "sem", "msg"}) {
-            std::ifstream list(std::string("/proc/sysvipc/") + kind);
-            std::string line;
-            std::getline(list, line);  // headings
-            while (std::getline(list, line)) {
-                if (std::stol(line) != 0) ++count;
-            }
-        }
-        return count;
-    }
-
   private:
     static constexpr struct {
         const char *variable, *below;
