@@ -17,6 +17,7 @@
 #include <vector>
 
 #include "jxotr/IHDA_SyncRead.h"
+#include "memory/database_arrays.h"
 #include "plant/plant.h"
 #include "settings/samples.h"
 #include "standin/archive_writer.h"
@@ -30,33 +31,6 @@ using Clock = std::chrono::steady_clock;
 constexpr std::int64_t kFirstSecond = 1'767'225'600;  // 2026-01-01
 constexpr int kSecondsPerHour = 3600;
 constexpr int kSecondsPerDay = 86'400;
-
-/// The database of a boiler house in ordinary memory.
-class House {
-  public:
-    House() {
-        constexpr sim::Counts kCounts{80, 12, 24, 60, 24, 10, 10, 10, 20, 20, 20};
-        std::size_t records = 0;
-        for (std::size_t t = 0; t < sim::kTypeCount; ++t) {
-            const sim::TypeLayout& layout = sim::kTypes[t];
-            memory.types[t] = {kCounts[t], make(kCounts[t] * layout.passport.elementSize),
-                               make(kCounts[t] * layout.data.elementSize),
-                               make(kCounts[t] * layout.value.elementSize)};
-            if (t < sim::kMainTypeCount) records += kCounts[t];
-        }
-        memory.timeQuality = make(records * sim::TimeQualityLayout::kSize);
-    }
-
-    sim::DatabaseMemory memory;
-
-  private:
-    std::byte* make(std::size_t size) {
-        arrays_.emplace_back(size);
-        return arrays_.back().data();
-    }
-
-    std::vector<std::vector<std::byte>> arrays_;
-};
 
 /// An installation folder of its own, gone at the end.
 class Folder {
@@ -98,7 +72,7 @@ struct Written {
 /// Lets the house live through the hours and records it.
 void record(const trends::Definitions& definitions, int hours) {
     constexpr int kCyclesPerSecond = 10;
-    const House house;
+    const sim::DatabaseArrays house({80, 12, 24, 60, 24, 10, 10, 10, 20, 20, 20});
     sim::Plant plant(house.memory, 1, {kFirstSecond, 0});
     sim::PenSampler sampler(house.memory, definitions);
     trends::ArchiveWriter archive(trends::archiveFile(), definitions);

@@ -30,8 +30,10 @@ def server_configuration(pens: int) -> bytes:
 
 def tell(pens: int, values: int, delay_us: int = 0) -> None:
     """Float pens, of which the first ten have values; every read answers all of them."""
-    lines = ["plotters 1", f"plotter 1 {pens}", f"pens 1 1 {pens} 4 0", "whole", "fixed"]
-    lines += [f"ramp 1 {pen} {FIRST_SECOND} {values}" for pen in range(1, plans.READ_PENS + 1)]
+    lines = ["plotters 1", f"plotter 1 {pens}", "whole", "fixed"]
+    lines += [f"pen 1 {pen} 4 0 {pen}" for pen in range(1, pens + 1)]
+    for pen in range(1, plans.READ_PENS + 1):
+        lines += [f"value 1 {pen} 4 {i} {FIRST_SECOND + i} 0 192" for i in range(values)]
     lines += [f"delay {delay_us}"] if delay_us else []
     SCRIPT.write_text("\n".join(lines) + "\n")
 

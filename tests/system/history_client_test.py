@@ -8,7 +8,7 @@ import pytest
 
 from conftest import Site
 from programs import PORT, program_path
-from trends import FLOAT, GOOD, Pen, Trends
+from trends import FLOAT, GOOD, Pen, Trends, ramp
 
 FIRST = datetime(2026, 7, 1, 8, tzinfo=timezone.utc)
 FIRST_SECOND = calendar.timegm(FIRST.timetuple())
@@ -45,7 +45,7 @@ def history(first: datetime, seconds: int, *options: str) -> tuple[int, list[str
 @pytest.mark.parametrize("limit", [100, 1000])
 def test_a_day_comes_out_whole(limit: int, site: Site) -> None:
     site.start(va=1)
-    serve(site, limit, f"ramp 1 1 {FIRST_SECOND} {DAY}")
+    serve(site, limit, ramp(FIRST_SECOND, DAY))
     status, lines, _ = history(FIRST, DAY)
     assert status == 0
     assert lines == [HEADING] + [
@@ -55,10 +55,9 @@ def test_a_day_comes_out_whole(limit: int, site: Site) -> None:
 
 def test_stops_where_values_would_be_lost(site: Site) -> None:
     site.start(va=1)
-    ramp = [value(i, i) for i in range(50)]
     for in_one_millisecond, status, read in ((99, 0, 50 + 99 + 1), (101, 5, 50 + 100)):
         crowd = [value(i, 50, 3000 + i) for i in range(in_one_millisecond)]
-        serve(site, 100, *ramp, *crowd, value(7, 60))
+        serve(site, 100, ramp(FIRST_SECOND, 50), *crowd, value(7, 60))
         ended, lines, messages = history(FIRST, 100)
         site.server.kill()
         assert (ended, len(lines)) == (status, 1 + read)
@@ -67,7 +66,7 @@ def test_stops_where_values_would_be_lost(site: Site) -> None:
 
 def test_says_when_there_is_nothing(site: Site) -> None:
     site.start(va=1)
-    serve(site, 100, f"ramp 1 1 {FIRST_SECOND} 10")
+    serve(site, 100, ramp(FIRST_SECOND, 10))
     status, lines, messages = history(FIRST + timedelta(days=1), 100)
     assert (status, lines) == (1, [HEADING])
     assert "прочитано значений: 0" in messages

@@ -9,7 +9,7 @@ from asyncua import ua
 from conftest import Site
 from opc_client import OpcClient
 from programs import PORT
-from trends import BOOLEAN, DOUBLE, FLOAT, GOOD, INTEGER, Pen, Trends
+from trends import BOOLEAN, DOUBLE, FLOAT, GOOD, INTEGER, Pen, Trends, ramp
 
 PLOTTERS = "[Plotter_1]\n[Plotter_2]\nName = Насосы\nPens = 1-3\n"
 
@@ -18,7 +18,7 @@ LISTED_PEN = "Historical.Насосы.R2_P3.DV_4"
 
 UTC = timezone.utc
 FIRST = datetime(2026, 7, 1, 8, tzinfo=UTC)  # of the ramp's values, one a second
-RAMP = f"ramp 1 1 {calendar.timegm(FIRST.timetuple())} 2000"
+RAMP = ramp(calendar.timegm(FIRST.timetuple()), 2000)
 
 
 def told(*more: str) -> Trends:

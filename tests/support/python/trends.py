@@ -13,6 +13,12 @@ INTEGER, FLOAT, DOUBLE, BOOLEAN = 3, 4, 5, 11
 GOOD = 0xC0
 
 
+def ramp(first_second: int, count: int) -> str:
+    """Values 0, 1, 2 ... of pen 1/1, one a second."""
+    lines = (f"value 1 1 {FLOAT} {i} {first_second + i} 0 {GOOD}" for i in range(count))
+    return "\n".join(lines)
+
+
 @dataclass(frozen=True)
 class Pen:
     """What a pen records: values of a type code, of a variable of kind 0 VA, 1 AV, 2 RV, 3 VD, 4 DV."""

@@ -118,47 +118,17 @@ Pen takePen(std::istream& line) {
     return pen;
 }
 
-/// Adds a value of good quality that lacks its time.
-ToldValue& addValue(Script& script, Pen pen, std::uint16_t code, double number) {
-    constexpr std::uint32_t kGood = 0xC0;
-    ToldValue& value = script.values[pen].emplace_back(ToldValue{code, {}, {}, 0, 0, kGood, 0});
+void addValue(std::istream& line, Script& script) {
+    ToldValue& value = script.values[takePen(line)].emplace_back();
+    double number = 0;
+    line >> value.code >> number >> value.seconds >> value.micros >> value.quality;
     const auto store = [&value](auto stored) { std::memcpy(value.value, &stored, sizeof stored); };
-    if (code == 5) {
+    if (value.code == 5) {
         store(number);
-    } else if (code == 11) {
+    } else if (value.code == 11) {
         store(static_cast<std::int16_t>(number));
     } else {
         store(static_cast<float>(number));
-    }
-    return value;
-}
-
-void addValue(std::istream& line, Script& script) {
-    const Pen pen = takePen(line);
-    std::uint16_t code = 0;
-    double number = 0;
-    line >> code >> number;
-    ToldValue& value = addValue(script, pen, code, number);
-    line >> value.seconds >> value.micros >> value.quality;
-}
-
-void addRamp(std::istream& line, Script& script) {
-    const Pen pen = takePen(line);
-    std::int64_t first = 0;
-    std::int64_t count = 0;
-    line >> first >> count;
-    for (std::int64_t i = 0; i < count; ++i)
-        addValue(script, pen, 4, static_cast<double>(i)).seconds = first + i;
-}
-
-void addPens(std::istream& line, Script& script) {
-    Pen pen = takePen(line);
-    Source source;
-    std::uint32_t last = 0;
-    line >> last >> source.type >> source.kind;
-    for (; pen.second <= last; ++pen.second) {
-        source.number = static_cast<std::uint16_t>(pen.second);
-        script.pens[pen] = source;
     }
 }
 
@@ -172,28 +142,21 @@ void addPlotter(std::istream& line, Script& script) {
     script.pensOfPlotter[plotter] = pens;
 }
 
-/// What a line of the file may be.
+/// What a line of the file may be. P is a plotter, K a pen.
+// clang-format off
 const std::map<std::string, void (*)(std::istream&, Script&)> kLines = {
-    // COUNT: number of plotters; none at all without this line
-    {"plotters", [](auto& line, Script& script) { line >> script.plotters.emplace(); }},
+    {"plotters", [](auto& line, Script& script) { line >> script.plotters.emplace(); }},  // COUNT
     {"plotter", addPlotter},  // P PENS: a plotter that exists, with so many pens
     {"pen", addPen},          // P K TYPE KIND NUMBER: a pen that exists, of this variable
-    {"pens", addPens},        // P FIRST LAST TYPE KIND: many of them; the number is the pen's
     {"value", addValue},      // P K CODE VALUE SECONDS MICROS QUALITY: an archived value
-    {"ramp", addRamp},        // P K FIRST_SECOND COUNT: good floats 0, 1, 2 ..., one a second
-    // reads answer everything, whatever range and number they ask
-    {"whole", [](auto&, Script& script) { script.whole = true; }},
-    // STATUS: reads return it, with their answer
-    {"status", [](auto& line, Script& script) { line >> script.status; }},
-    // reads give no answer at all
-    {"missing", [](auto&, Script& script) { script.missing = true; }},
-    // COUNT: reads claim to have so many values
-    {"claim", [](auto& line, Script& script) { line >> script.claim.emplace(); }},
-    // MICROS: reads take so long
-    {"delay", [](auto& line, Script& script) { line >> script.delayMicros; }},
-    // the file is not looked at again
-    {"fixed", [](auto&, Script& script) { script.fixed = true; }},
+    {"whole", [](auto&, Script& script) { script.whole = true; }},  // all values, whatever is asked
+    {"status", [](auto& line, Script& script) { line >> script.status; }},  // STATUS of reads
+    {"missing", [](auto&, Script& script) { script.missing = true; }},      // reads have no answer
+    {"claim", [](auto& line, Script& script) { line >> script.claim.emplace(); }},  // COUNT of reads
+    {"delay", [](auto& line, Script& script) { line >> script.delayMicros; }},  // MICROS of a read
+    {"fixed", [](auto&, Script& script) { script.fixed = true; }},  // the file is not read again
 };
+// clang-format on
 
 /// An unknown line ends the process: a test must not pass because of a slip.
 Script readScript(const char* path) {

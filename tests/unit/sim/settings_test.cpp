@@ -1,26 +1,24 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <utility>
 
 #include "settings/samples.h"
 
 namespace {
 
 TEST(Samples, CycleTimeIsReadAsTheControllerReadsIt) {
-    const struct {
-        const char* text;
-        int want;
-    } cases[] = {{"CycleTime = 250\n", 250},
-                 {"[StartSetup]\r\nCycleTime=40\r\n", 40},
-                 {"Number_kontr = 3\n", 100},
-                 {"", 100},
-                 {"CycleTime = soon\nCycleTime = 50\n", 100},  // the first line decides
-                 {"CycleTime\nCycleTime = 50\n", 50},          // a line without "=" is none
-                 {"CycleTime = 9\n", 100},
-                 {"CycleTime = 60001\n", 100}};
-    for (const auto& c : cases) {
-        EXPECT_EQ(sim::cycleTimeOf(c.text, 100), c.want) << c.text;
-    }
+    const std::pair<const char*, int> cases[] = {
+        {"CycleTime = 250\n", 250},
+        {"[StartSetup]\r\nCycleTime=40\r\n", 40},
+        {"Number_kontr = 3\n", 100},
+        {"", 100},
+        {"CycleTime = soon\nCycleTime = 50\n", 100},  // the first line decides
+        {"CycleTime\nCycleTime = 50\n", 50},          // a line without "=" is none
+        {"CycleTime = 9\n", 100},
+        {"CycleTime = 60001\n", 100}};
+    for (const auto& [text, want] : cases)
+        EXPECT_EQ(sim::cycleTimeOf(text, 100), want) << text;
 }
 
 // A comment that mentions a key before an equals sign would be taken for it.

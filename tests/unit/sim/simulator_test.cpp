@@ -54,9 +54,9 @@ TEST(Simulator, TakesTheUsersConfigurationAndCycle) {
     options.controllerNumber = 12;
     ran(options, [&site] {
         EXPECT_EQ(site.read("settings/opcuasrv.ini"), site.read("mine.ini"));
-        const std::string settings = site.read("settings/veskkntr.ini");
-        EXPECT_NE(settings.find("CycleTime = 40\n"), std::string::npos);
-        EXPECT_NE(settings.find("Number_kontr = 12\n"), std::string::npos);
+        EXPECT_NE(site.read("settings/veskkntr.ini").find("CycleTime = 40\n"), std::string::npos);
+        EXPECT_NE(site.read("settings/veskkntr.ini").find("Number_kontr = 12\n"),
+                  std::string::npos);
         site.write("settings/veskkntr.ini", "[StartSetup]\nCycleTime = 30\n");
     });
     EXPECT_TRUE(site.entries().contains("mine.ini"));
@@ -133,7 +133,6 @@ TEST(Trends, GoOnFromAPastToTheNextRun) {
         EXPECT_LE(before.front(), begin - 10'794 * kSecond);
         EXPECT_GE(before.back(), begin);
     }
-    EXPECT_EQ(timesOf({4, 9}).size() + timesOf({5, 1}).size(), 0U);
 
     options.history = std::chrono::minutes(1);
     recorded(options);
@@ -168,6 +167,10 @@ TEST(Trends, RefuseWhatTheyCannotGoOnWith) {
         return sim::ExitCode::ok;
     };
     const TemporarySite site;
+    site.write(".zrtsim-record", "notes of somebody\n");
+    EXPECT_EQ(codeOf(true), sim::ExitCode::failed);
+    EXPECT_EQ(site.read(".zrtsim-record"), "notes of somebody\n");
+    site.write(".zrtsim-record", "");  // a run that was killed before its first line
     EXPECT_EQ(codeOf(false), sim::ExitCode::ok);
     site.write("trends/archive.db", std::string(8192, '?'));
     EXPECT_EQ(codeOf(false), sim::ExitCode::failed);

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "server/ServerState.h"
+#include "server/history/HistoryAccess.h"
 #include "server/history/HistoryCapabilities.h"
 #include "server/operative/UaView.h"
 
@@ -32,6 +33,17 @@ TEST(HistoryBackend, RefusesAllButReadingAndPromisesWhatItDoesNotLookAt) {
                   setting < 5);
     }
     EXPECT_EQ(PointCountForTrends, 100) << "nothing was configured when it was asked for";
+}
+
+/// The library would search all pens at every write of any variable. Its history database keeps the
+/// gathering first in its context.
+TEST(HistoryAccess, SparesWritesTheSearchForTheirPen) {
+    UAServer server;
+    HistoryAccess().install(server);
+    const auto& database = UA_Server_getConfig(server.instance())->historyDatabase;
+    const auto* gathering = static_cast<const UA_HistoryDataGathering*>(database.context);
+    EXPECT_EQ(gathering->setValue, nullptr);
+    EXPECT_NE(gathering->registerNodeId, nullptr);
 }
 
 /// A library may lack the nodes, which this one brings.

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "layout/field_table.h"
+#include "memory/database_arrays.h"
 #include "plant/quality.h"
 #include "standin/places.h"
 #include "support/pen_values.h"
@@ -20,20 +21,14 @@ namespace {
 
 using sim::TypeCode;
 
-/// Two analog inputs with a scale of 0 to 100 and a contact, in plain memory.
-struct SmallDatabase {
-    SmallDatabase() {
-        auto& analog = memory.of(TypeCode::VA);
-        analog = {2, passports, nullptr, analogs};
-        memory.of(TypeCode::DI) = {1, nullptr, nullptr, contacts};
-        memory.timeQuality = quality;
+/// Two analog inputs with a scale of 0 to 100 and a contact.
+struct SmallDatabase : sim::DatabaseArrays {
+    SmallDatabase() : DatabaseArrays({2, 0, 0, 1}) {
         for (std::size_t i = 0; i < 2; ++i) {
             sim::store(memory.passport(TypeCode::VA, i) + sim::at(TypeCode::VA, "KSHK"), 100.0F);
             setQuality(memory, TypeCode::VA, i, sim::Quality::good);
         }
     }
-    std::byte passports[2 * 114]{}, analogs[8]{}, contacts[1]{}, quality[3 * 24]{};
-    sim::DatabaseMemory memory;
 };
 
 TEST(PenSampler, TakesChangesBeyondNoiseAndAValueASecond) {
@@ -64,9 +59,9 @@ TEST(PenSampler, TakesChangesBeyondNoiseAndAValueASecond) {
     };
     for (const auto& step : steps) {
         SCOPED_TRACE(step.why);
-        sim::store(database.analogs, step.first);
-        sim::store(database.analogs + 4, step.second);
-        database.contacts[0] = static_cast<std::byte>(step.contact);
+        sim::store(database.memory.value(TypeCode::VA, 0), step.first);
+        sim::store(database.memory.value(TypeCode::VA, 1), step.second);
+        *database.memory.value(TypeCode::DI, 0) = static_cast<std::byte>(step.contact);
         setQuality(database.memory, TypeCode::VA, 0, step.quality);
         std::vector<sim::PenValue> values;
         sampler.sample({1000, step.ms * 1000}, values);
@@ -99,15 +94,23 @@ class Recorder : public testing::Test {
         recorder->start();
     }
 
+    ~Recorder() override { setDiskFull(false); }
+
+    /// No file may grow.
+    static void setDiskFull(bool full) {
+        static_cast<void>(std::signal(SIGXFSZ, SIG_IGN));
+        rlimit limit{};
+        EXPECT_EQ(getrlimit(RLIMIT_FSIZE, &limit), 0);
+        limit.rlim_cur = full ? 0 : limit.rlim_max;
+        EXPECT_EQ(setrlimit(RLIMIT_FSIZE, &limit), 0);
+    }
+
     void record(std::int64_t fromSecond, std::int64_t seconds) {
         for (std::int64_t i = 0; i < seconds; ++i)
             recorder->record({fromSecond + i, 0});
     }
 
-    static std::size_t values() {
-        return readPen({1, 1}).values.size() + readPen({1, 2}).values.size() +
-               readPen({1, 3}).values.size();
-    }
+    static std::size_t values(OPCHDAITEMDEF pen = {1, 1}) { return readPen(pen).values.size(); }
 
     bool says(const std::string& text) {
         return waitUntil(
@@ -121,43 +124,23 @@ class Recorder : public testing::Test {
     std::string said;
 };
 
-/// No file may grow, as on a full disk.
-class FullDisk {
-  public:
-    FullDisk() {
-        static_cast<void>(std::signal(SIGXFSZ, SIG_IGN));
-        EXPECT_EQ(getrlimit(RLIMIT_FSIZE, &before_), 0);
-        const rlimit nothing{0, before_.rlim_max};
-        EXPECT_EQ(setrlimit(RLIMIT_FSIZE, &nothing), 0);
-    }
-    ~FullDisk() { EXPECT_EQ(setrlimit(RLIMIT_FSIZE, &before_), 0); }
-    FullDisk(const FullDisk&) = delete;
-    FullDisk& operator=(const FullDisk&) = delete;
-
-  private:
-    rlimit before_{};
-};
-
 TEST_F(Recorder, GoesOnAfterAFullDiskAndSaysWhatItCost) {
-    constexpr std::size_t kBefore = 30;
-    constexpr std::size_t kMore = 102'000;
-    record(1000, kBefore / 3);
-    ASSERT_TRUE(waitUntil([] { return values() == kBefore; }));
-    {
-        const FullDisk fullDisk;
-        record(2000, kMore / 3);
-        EXPECT_TRUE(says("Архив трендов не записывается: "));
-        // Nothing shows from outside that a second try has failed as well.
-        std::this_thread::sleep_for(sim::TrendRecorder::kRetryAfter * 3 / 2);
-    }
+    record(1000, 10);
+    ASSERT_TRUE(waitUntil([] { return values() == 10; }));
+    setDiskFull(true);
+    record(2000, 34'000);
+    EXPECT_TRUE(says("Архив трендов не записывается: "));
+    // Nothing shows from outside that a second try has failed as well.
+    std::this_thread::sleep_for(sim::TrendRecorder::kRetryAfter * 3 / 2);
+    setDiskFull(false);
     EXPECT_TRUE(says("потеряно значений: 2000\n")) << said;
     EXPECT_EQ(said.find("не записывается"), said.rfind("не записывается")) << "once";
-    EXPECT_EQ(values(), kBefore + sim::TrendRecorder::kMostWaiting);
+    EXPECT_EQ(values() + values({1, 2}) + values({1, 3}), 30 + sim::TrendRecorder::kMostWaiting);
     EXPECT_EQ(readPen({1, 1}, 2'000'000'000).time(0), 2'667'000'000) << "the oldest are lost";
 
     record(50'000, 1);
-    ASSERT_TRUE(waitUntil([] { return readPen({1, 3}, 50'000'000'000).values.size() == 1; }));
-    const FullDisk fullDisk;
+    ASSERT_TRUE(waitUntil([] { return readPen({1, 3}).values.back().seconds == 50'000; }));
+    setDiskFull(true);
     record(60'000, 7);
     recorder->close();
     EXPECT_TRUE(says("до конца не записан, потеряно значений: 21\n")) << said;
