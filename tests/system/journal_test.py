@@ -238,6 +238,11 @@ DAMAGES = {
     "older messages cut": (lambda: cut(journal.RESERVE[0]), [True, False], 0),
     "no CRC files": (lambda: remove(journal.MAIN[2], journal.RESERVE[2]), [False, False], 0),
     "only the reserve is there": (lambda: remove(*journal.MAIN), [None, True], 1),
+    "equal numbers": (
+        lambda: journal.MAIN[2].write_bytes(journal.RESERVE[2].read_bytes()),
+        [True, True],
+        1,
+    ),
     "both cut": (lambda: [cut(f) for f in (journal.MAIN[0], journal.RESERVE[0])], [False] * 2, 0),
     "no files": (lambda: remove(*journal.FILES), [None, None], None),
 }

@@ -143,7 +143,7 @@ std::string stateOf(const SavedCopy& copy, Language language) {
     const std::string messages =
         kMessages.in(language) + " " + std::to_string(copy.messages.messages.size());
     const std::string save = copy.crc == SavedCopy::Crc::good
-                                 ? ", " + kSave.in(language) + std::to_string(copy.saveNumber)
+                                 ? ", " + kSave.in(language) + std::to_string(copy.mark.saveNumber)
                                  : "";
     if (copy.isGood()) return kGood.in(language) + ": " + messages + save;
     return kDamaged.in(language) + ": " + problemsOf(copy, language) + "; " + messages + save;
@@ -169,7 +169,7 @@ void printCopiesJson(std::ostream& out, const SavedCopies& copies, std::size_t s
             << jsonText(copy.messagesPath) << R"(, "good": )" << (copy.isGood() ? "true" : "false")
             << R"(, "shown": )" << (i == shown ? "true" : "false") << R"(, "messages": )"
             << copy.messages.messages.size() << R"(, "save": )"
-            << (hasNumber ? std::to_string(copy.saveNumber) : "null") << R"(, "state": )"
+            << (hasNumber ? std::to_string(copy.mark.saveNumber) : "null") << R"(, "state": )"
             << jsonText(stateOf(copy, language)) << "}\n";
     }
 }

@@ -4,7 +4,6 @@
 #include <fstream>
 #include <iterator>
 #include <optional>
-#include <tuple>
 #include <vector>
 
 #include "lib/util/crc.h"
@@ -44,19 +43,20 @@ void readCopy(SavedCopy& copy) {
         copy.messages.error = kRolCannotOpen;
     }
     copy.counters = countersState(copy.countersPath);
-    const int status = CheckCRCFile(copy.crcPath.c_str(), &copy.saveNumber);
+    copy.mark = RolReadMark(copy.crcPath.c_str());
     // The same answer for one that is missing and one that is too short.
-    const bool isMissing = status == 1 && !readBytes(copy.crcPath);
-    copy.crc = status == 0 ? SavedCopy::Crc::good
-               : isMissing ? SavedCopy::Crc::missing
-                           : SavedCopy::Crc::damaged;
+    const bool isMissing = copy.mark.status == 1 && !readBytes(copy.crcPath);
+    copy.crc = copy.mark.status == 0 ? SavedCopy::Crc::good
+               : isMissing           ? SavedCopy::Crc::missing
+                                     : SavedCopy::Crc::damaged;
 }
 
-/// Later is better. Equal numbers: the reserve, as for the loader.
-auto rank(const SavedCopy& copy) {
-    const bool isConfirmed = copy.hasAllMessages() && copy.crc == SavedCopy::Crc::good;
-    return std::tuple(isConfirmed, isConfirmed ? copy.saveNumber : 0, copy.hasAllMessages(),
-                      copy.messages.messages.size(), copy.isReserve && isConfirmed);
+/// As the loader sees it, which asks for longer counters than the saver writes.
+RolCopyWorth worthOf(const SavedCopy& copy) {
+    if (!copy.hasAllMessages()) return RolCopyWorth::nothing;
+    std::error_code missing;
+    const auto size = std::filesystem::file_size(copy.countersPath, missing);
+    return !missing && size >= kRolCountersRead ? RolCopyWorth::whole : RolCopyWorth::messages;
 }
 
 }  // namespace
@@ -76,10 +76,15 @@ SavedCopies readCopies(const std::string& folder) {
 }
 
 std::size_t bestCopy(const SavedCopies& copies) {
-    const std::size_t best = rank(copies[1]) > rank(copies[0]) ? 1 : 0;
-    const SavedCopy& copy = copies.at(best);
-    const bool isReadable = copy.hasAllMessages() || !copy.messages.messages.empty();
-    return isReadable ? best : copies.size();
+    const std::size_t loaded =
+        RolChooseCopy({copies[0].mark, copies[1].mark},
+                      [&](std::size_t copy) { return worthOf(copies.at(copy)); });
+    if (loaded < copies.size()) return loaded;
+    const auto readable = [&](std::size_t copy) {
+        return copies.at(copy).messages.messages.size();
+    };
+    const std::size_t best = readable(1) > readable(0) ? 1 : 0;
+    return readable(best) != 0 ? best : copies.size();
 }
 
 }  // namespace zrtjournal

@@ -20,7 +20,7 @@ struct SavedCopy {
 
     RolMessages messages;  ///< error kRolCannotOpen: no such file, or not to be read
     Crc crc = Crc::missing;
-    unsigned saveNumber = 0;  ///< of a good CRC file
+    RolCopyMark mark;  ///< what that file says to the journal's loader
     Counters counters = Counters::missing;
 
     /// None of its files is there.
@@ -38,8 +38,8 @@ using SavedCopies = std::array<SavedCopy, 2>;
 /// @param folder  with "dat", "rezerv" and "check" in it
 [[nodiscard]] SavedCopies readCopies(const std::string& folder);
 
-/// The copy to be shown: the newer one of those that are good, else the one of which most can be
-/// read.
+/// The copy to be shown: the one that the controller's next start loads; if that would load none,
+/// the one of which more can be read.
 /// @return its index, 2 when nothing can be read
 [[nodiscard]] std::size_t bestCopy(const SavedCopies& copies);
 

@@ -3,12 +3,14 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <memory>
 
 #include "lib/rolling2/rol_mes.h"
 #include "lib/rolling2/rol_report.h"
+#include "lib/util/crc.h"
 
 namespace {
 
@@ -105,13 +107,49 @@ int RolLoadCounters(const char* path, std::array<std::uint8_t, kRolCountersRead>
 
 // ---- Writing -----------------------------------------------------------------------------------
 
+/// @param result  of fdatasync or fsync
+static bool isSynchronised(int result) {
+    // Pipes and devices, and what lies on a read-only place, have no disk behind them to fail.
+    return result == 0 || errno == EINVAL || errno == EROFS;
+}
+
 int RolWriteFile(const char* path, std::span<const std::uint8_t> bytes) {
     const File file(std::fopen(path, "w+"));
     if (file == nullptr) return kRolCannotOpen;
     const bool isWritten = std::fwrite(bytes.data(), 1, bytes.size(), file.get()) == bytes.size();
     const bool isFlushed = std::fflush(file.get()) == 0;
-    const bool isOnDisk = fdatasync(fileno(file.get())) == 0 && fsync(fileno(file.get())) == 0;
-    static_cast<void>(
-        isOnDisk);  // files that cannot be synchronised (a pipe) are written all the same
-    return isWritten && isFlushed ? kRolDone : kRolShortWrite;
+    if (!isWritten || !isFlushed) return kRolShortWrite;
+    const int descriptor = fileno(file.get());
+    if (!isSynchronised(fdatasync(descriptor)) || !isSynchronised(fsync(descriptor)))
+        return kRolNotOnDisk;
+    return kRolDone;
+}
+
+// ---- The choice between the copies -------------------------------------------------------------
+
+RolCopyMark RolReadMark(const char* crcPath) {
+    RolCopyMark mark;
+    mark.status = CheckCRCFile(crcPath, &mark.saveNumber);
+    return mark;
+}
+
+std::size_t RolChooseCopy(const std::array<RolCopyMark, kRolCopies>& marks,
+                          const std::function<RolCopyWorth(std::size_t)>& worth) {
+    constexpr int kGood = 0;
+    constexpr int kMissing = 1;
+    const auto& [main, reserve] = marks;
+    const bool bothMissing = main.status == kMissing && reserve.status == kMissing;
+    const bool mainIsGood = main.status == kGood || bothMissing;
+    const bool reserveIsGood = reserve.status == kGood;
+    if (!mainIsGood && !reserveIsGood) return kRolCopies;
+    const bool mainFirst = mainIsGood && (!reserveIsGood || main.saveNumber > reserve.saveNumber);
+
+    const std::size_t first = mainFirst ? 0 : 1;
+    const RolCopyWorth ofFirst = worth(first);
+    if (ofFirst == RolCopyWorth::whole) return first;
+    const std::size_t second = 1 - first;
+    const RolCopyWorth ofSecond = worth(second);
+    if (ofSecond == RolCopyWorth::whole) return second;
+    if (ofFirst == RolCopyWorth::messages) return first;
+    return ofSecond == RolCopyWorth::messages ? second : kRolCopies;
 }

@@ -3,6 +3,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <span>
 #include <vector>
 
@@ -38,6 +39,25 @@ inline constexpr std::size_t kRolCountersWritten = kRolReaders * 4;
 [[nodiscard]] int RolLoadCounters(const char* path,
                                   std::array<std::uint8_t, kRolCountersRead>& bytes);
 
-/// Writes a file anew, to the disk, in one piece. Reports nothing.
-/// @return kRolDone, kRolCannotOpen, kRolShortWrite
+/// Writes a file anew, to the disk, in one piece. Reports nothing. What cannot be synchronised at
+/// all (a pipe, a device) is written all the same.
+/// @return kRolDone, kRolCannotOpen, kRolShortWrite, kRolNotOnDisk
 [[nodiscard]] int RolWriteFile(const char* path, std::span<const std::uint8_t> bytes);
+
+/// What a CRC file says: CheckCRCFile.
+struct RolCopyMark {
+    int status = 0;
+    unsigned saveNumber = 0;  ///< of a status 0
+};
+[[nodiscard]] RolCopyMark RolReadMark(const char* crcPath);
+
+/// What can be read of a copy: its messages, and its counters too.
+enum class RolCopyWorth : std::uint8_t { nothing, messages, whole };
+inline constexpr std::size_t kRolCopies = 2;  ///< the main copy is 0, the reserve 1
+
+/// The copy that a start loads, see docs/journal.md.
+/// @param worth  looks at a copy; called in the order in which they are tried, for the second one
+///               only when the first is not whole
+/// @return its index, kRolCopies for none
+[[nodiscard]] std::size_t RolChooseCopy(const std::array<RolCopyMark, kRolCopies>& marks,
+                                        const std::function<RolCopyWorth(std::size_t)>& worth);

@@ -2,13 +2,13 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <cstring>
-#include <utility>
+#include <optional>
 
 #include "lib/rolling2/rol_files.h"
 #include "lib/rolling2/rol_lock.h"
 #include "lib/rolling2/rol_report.h"
-#include "lib/util/crc.h"
 
 // ---- One copy ----------------------------------------------------------------------------------
 
@@ -17,7 +17,10 @@ struct CRolManager::LoadedCopy {
     int countersError = kRolDone;
     std::array<std::uint8_t, kRolCountersRead> counters{};
 
-    bool isWhole() const { return messages.error == kRolDone && countersError == kRolDone; }
+    RolCopyWorth worth() const {
+        if (messages.error != kRolDone) return RolCopyWorth::nothing;
+        return countersError == kRolDone ? RolCopyWorth::whole : RolCopyWorth::messages;
+    }
     int error() const { return messages.error != kRolDone ? messages.error : countersError; }
 };
 
@@ -38,15 +41,22 @@ CRolManager::LoadedCopy CRolManager::readCopy(Copy copy) const {
     return loaded;
 }
 
-/// Fills the ring from slot 0. Without good counters every reader has all of it unread.
+/// Fills the ring from slot 0. Without good counters every reader has all of it unread. The count
+/// comes last, and is 0 meanwhile: a process that ends in between leaves an empty ring.
 void CRolManager::fillRing(const LoadedCopy& copy) {
     const auto& messages = copy.messages.messages;
     const std::size_t count = messages.size();
+    RolStoreInOrder(MessageCounter, 0);
     std::memcpy(Messages, messages.data(), count * sizeof(SRolMessage));
-    *LastIndex = static_cast<std::uint16_t>(count - 1);
-    *MessageCounter = static_cast<std::uint16_t>(count);
+    fillCounters(copy);
+    RolStoreInOrder(LastIndex, static_cast<unsigned>(count - 1));
+    RolStoreInOrder(MessageCounter, static_cast<unsigned>(count));
+}
+
+void CRolManager::fillCounters(const LoadedCopy& copy) {
     if (copy.countersError != kRolDone) {
-        std::fill_n(CntRolPerSock->counters, kRolReaders, static_cast<std::uint32_t>(count));
+        std::fill_n(CntRolPerSock->counters, kRolReaders,
+                    static_cast<std::uint32_t>(copy.messages.messages.size()));
         return;
     }
     // KEPT: the items read are twice as long as the counters, so the second half of them comes to
@@ -58,61 +68,37 @@ void CRolManager::fillRing(const LoadedCopy& copy) {
 
 int CRolManager::loadOne(Copy copy) {
     const LoadedCopy loaded = readCopy(copy);
-    if (loaded.isWhole()) fillRing(loaded);
+    if (loaded.worth() == RolCopyWorth::whole) fillRing(loaded);
     return loaded.error();
 }
 
 // ---- The choice --------------------------------------------------------------------------------
 
-namespace {
-
-struct CrcStatus {
-    int status = 0;  // of CheckCRCFile
-    unsigned value = 0;
-
-    bool isGood() const { return status == 0; }
-    bool isMissing() const { return status == 1; }
-};
-
-CrcStatus crcStatus(const char* path) {
-    CrcStatus crc;
-    crc.status = CheckCRCFile(path, &crc.value);
-    return crc;
-}
-
-}  // namespace
-
+/// Chooses, fills, then erases: whoever comes after a process that died in between finds the ring
+/// filled, or the files.
 int CRolManager::loadBest() {
-    const CrcStatus main = crcStatus(Rol2CRCPath);
-    const CrcStatus reserve = crcStatus(Rol2CRCPathRez);
-    const bool bothMissing = main.isMissing() && reserve.isMissing();
-    if (!bothMissing && !main.isGood() && !reserve.isGood()) {
-        erase(Copy::main);
-        erase(Copy::reserve);
-        return kRolCannotOpen;
+    std::array<std::optional<LoadedCopy>, kRolCopies> loaded;
+    const std::size_t best = RolChooseCopy({RolReadMark(Rol2CRCPath), RolReadMark(Rol2CRCPathRez)},
+                                           [&](std::size_t copy) {
+                                               loaded.at(copy) = readCopy(static_cast<Copy>(copy));
+                                               return loaded.at(copy)->worth();
+                                           });
+    const int error = best < kRolCopies ? loaded.at(best)->error() : kRolCannotOpen;
+    if (best < kRolCopies) fillRing(*loaded.at(best));
+    if (error != kRolDone) {
+        // KEPT: saved counters are always refused (kRolCountersRead), so this is how the journal
+        // comes back: with the messages, and no file left.
+        EraseRollingFiles();
+        return error;
     }
-    const bool mainFirst =
-        bothMissing || (main.isGood() && (!reserve.isGood() || main.value > reserve.value));
-    const Copy first = mainFirst ? Copy::main : Copy::reserve;
-    const Copy second = mainFirst ? Copy::reserve : Copy::main;
-
-    LoadedCopy readable;  // the first one whose messages can be read
-    readable.messages.error = kRolCannotOpen;
-    for (const Copy copy : {first, second}) {
-        LoadedCopy loaded = readCopy(copy);
-        if (loaded.isWhole()) {
-            fillRing(loaded);
-            // The other one is older, but might count as newer once saving begins anew.
-            unlink(filesOf(copy == first ? second : first).crc);
-            return kRolDone;
-        }
-        erase(copy);
-        if (readable.messages.error != kRolDone) readable = std::move(loaded);
+    const std::size_t other = 1 - best;
+    if (loaded.at(other)) {
+        erase(static_cast<Copy>(other));
+    } else {
+        // It is older, but might count as newer once saving begins anew.
+        unlink(filesOf(static_cast<Copy>(other)).crc);
     }
-    // KEPT: saved counters are always refused (kRolCountersRead), so this is how the journal comes
-    // back: with the messages, and no file left.
-    if (readable.messages.error == kRolDone) fillRing(readable);
-    return readable.error();
+    return kRolDone;
 }
 
 int CRolManager::Load() {

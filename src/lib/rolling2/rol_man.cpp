@@ -1,5 +1,7 @@
 #include "lib/rolling2/rol_man.h"
 
+#include <unistd.h>
+
 #include <cstdio>
 #include <string>
 #include <vector>
@@ -57,13 +59,23 @@ int CRolManager::join(key_t ringKey, bool hadRing) {
     CurMessage.SetPoz24(*rol_poz_24 != 0);
     // Whoever had to make the ring is the first, too, though it found a semaphore: of that quicker
     // kind, or after a removal that left the semaphore.
-    if (isFirst_ || ringIsNew_) {
-        static_cast<void>(loadBest());  // reported; without a copy the ring stays as it is
+    const bool begins = isFirst_ || ringIsNew_;
+    if (ringIsNew_) *MessageCounter = *LastIndex = 0;  // they may be those of an earlier ring
+    // Reported. Without a copy the ring stays as it is.
+    if (begins || isLeftUnfilled()) static_cast<void>(loadBest());
+    if (begins) {
         *SaveRol = 2;
         *flagNewMessages = 0;
     }
     CurIndexSeq = newest();
     return kRolDone;
+}
+
+/// A process died between making the ring and filling it: whoever has loaded the files has filled
+/// the ring with them, or erased those that are of no use.
+bool CRolManager::isLeftUnfilled() const {
+    const auto exists = [](const char* path) { return access(path, F_OK) == 0; };
+    return *MessageCounter == 0 && (exists(Rol2Path) || exists(Rol2PathRez));
 }
 
 void CRolManager::buildPaths() {
@@ -99,16 +111,16 @@ constexpr unsigned kAttachOnly = 0;
 constexpr unsigned kCreate = 64;
 }  // namespace
 
-/// Attaches a segment of the journal, or makes it and sets its initial value.
+/// Attaches a segment of the journal, or makes it: zeroed.
+/// @param isNew  becomes true when it was made
 /// @return kRolDone or its IPC index
-template <class T, class Initial>
-int CRolManager::openOwn(int index, std::size_t size, int& id, T*& address,
-                         const Initial& initial) {
+template <class T>
+int CRolManager::openOwn(int index, std::size_t size, int& id, T*& address, bool& isNew) {
     address = static_cast<T*>(ShmOpen(index, size, kAttachOnly, &id, 0));
     if (address != nullptr) return kRolDone;
     address = static_cast<T*>(ShmOpen(index, size, kCreate, &id, 0));
     if (address == nullptr) return index;
-    initial(*address);
+    isNew = true;
     return kRolDone;
 }
 
@@ -121,32 +133,38 @@ void CRolManager::openForeign(int index, std::size_t size, int& id, T*& address)
 int CRolManager::OpenShareBlock() {
     if (const int error = ReadIniFile(); error != kRolDone) return error;
     const std::size_t ringSize = IniFileSettings->NumMessagesInMemory * sizeof(SRolMessage);
-    const auto zero = [](auto&) {};  // a new segment is zeroed
-
-    int error = openOwn(kRolVersion, sizeof(SRolVersion), id_RolVersion, RolVersion,
-                        [](SRolVersion& version) {
-                            version = {2, 1};
-                        });
-    const auto open = [&](int index, std::size_t size, int& id, auto*& address,
-                          const auto& initial) {
-        if (error == kRolDone) error = openOwn(index, size, id, address, initial);
+    int error = kRolDone;
+    bool unused = false;
+    bool udpIsNew = false;
+    const auto open = [&](int index, std::size_t size, int& id, auto*& address, bool& isNew) {
+        if (error == kRolDone) error = openOwn(index, size, id, address, isNew);
     };
-    open(kRolRing, ringSize, id_Messages, Messages, [this](auto&) { ringIsNew_ = true; });
-    open(kRolMessageCounter, 2, id_MessageCounter, MessageCounter, zero);
-    open(kRolLastIndex, 2, id_LastIndex, LastIndex, zero);
-    open(kRolSaveRol, 1, id_SaveRol, SaveRol, [](char& isOn) { isOn = 2; });
-    open(kRolCurSavePlace, 1, id_CurSavePlace, CurSavePlace, zero);
-    open(kRolNewMessages, 4, id_flagNewMessages, flagNewMessages, zero);
-    open(kRolUdpVersion, 1, id_UDPProtocolVersion, UDPProtocolVersion,
-         [](char& version) { version = 1; });
-    open(kRolReaderCounters, sizeof(SCntRolPerSock), id_CntRolPerSock, CntRolPerSock, zero);
+    open(kRolVersion, sizeof(SRolVersion), id_RolVersion, RolVersion, unused);
+    open(kRolRing, ringSize, id_Messages, Messages, ringIsNew_);
+    open(kRolMessageCounter, 2, id_MessageCounter, MessageCounter, unused);
+    open(kRolLastIndex, 2, id_LastIndex, LastIndex, unused);
+    open(kRolSaveRol, 1, id_SaveRol, SaveRol, unused);
+    open(kRolCurSavePlace, 1, id_CurSavePlace, CurSavePlace, unused);
+    open(kRolNewMessages, 4, id_flagNewMessages, flagNewMessages, unused);
+    open(kRolUdpVersion, 1, id_UDPProtocolVersion, UDPProtocolVersion, udpIsNew);
+    open(kRolReaderCounters, sizeof(SCntRolPerSock), id_CntRolPerSock, CntRolPerSock, unused);
     if (error != kRolDone) return error;
+    setInitialValues(udpIsNew);
 
     slots_ = IniFileSettings->NumMessagesInMemory;
-    int unused = -1;
-    openForeign(kRolPosition24, 1, unused, rol_poz_24);
+    int id = -1;
+    openForeign(kRolPosition24, 1, id, rol_poz_24);
     if (rol_poz_24 == nullptr) rol_poz_24 = &rol_default_poz24;
     return openDictionaries();
+}
+
+/// Where a segment still has the zeros of its making: it is new, or its maker died before it got
+/// here.
+void CRolManager::setInitialValues(bool udpIsNew) {
+    if (RolVersion->Major == 0) *RolVersion = {2, 1};
+    if (*SaveRol == 0) *SaveRol = 2;
+    // Others might set this one to 0; only in an empty ring has its maker possibly died.
+    if (udpIsNew || (*UDPProtocolVersion == 0 && *MessageCounter == 0)) *UDPProtocolVersion = 1;
 }
 
 int CRolManager::openDictionaries() {
@@ -170,17 +188,30 @@ int CRolManager::openDictionaries() {
 }
 
 int CRolManager::ReadIniFile() {
+    bool unused = false;
     if (const int error = openOwn(kRolSettings, sizeof(SRolIniFileSettings), id_IniFileSettings,
-                                  IniFileSettings, [this](auto&) { settingsAreNew_ = true; });
+                                  IniFileSettings, unused);
         error != kRolDone)
         return error;
     const std::string path = std::string(SRV_Path.SETTINGS) + "/veskkntr.ini";
     RolReadController(path.c_str(), ControllerNumber);
-    SRolIniFileSettings settings = *IniFileSettings;
-    if (isFirst_ || settingsAreNew_) settings = RolReadSettings(path.c_str());
+    if (!isFirst_ && RolSettingsAreFilled(*IniFileSettings)) return kRolDone;
+    SRolIniFileSettings settings = RolReadSettings(path.c_str());
     RolCorrectSettings(settings);
-    *IniFileSettings = settings;
+    if (!isFirst_) keepRing(settings);
+    RolFillSettings(settings, *IniFileSettings);
     return kRolDone;
+}
+
+/// A ring that is there keeps its size, whatever the file says by now.
+void CRolManager::keepRing(SRolIniFileSettings& settings) {
+    const auto ring = IpcFind(IpcKind::segment, ShmKey(kRolRing, 0));
+    const std::size_t slots = ring ? ring->size / sizeof(SRolMessage) : 0;
+    if (slots > UINT16_MAX) return;
+    SRolIniFileSettings kept = settings;
+    kept.NumMessagesInMemory = static_cast<std::uint16_t>(slots);
+    RolCorrectSettings(kept);
+    if (kept.NumMessagesInMemory == slots) settings = kept;
 }
 
 // ---- Leaving -----------------------------------------------------------------------------------
@@ -192,7 +223,7 @@ void CRolManager::Close() {
     }
     const std::lock_guard guard(mutex_);
     detachAll();
-    isFirst_ = ringIsNew_ = settingsAreNew_ = false;
+    isFirst_ = ringIsNew_ = false;
     slots_ = 0;
 }
 

@@ -34,7 +34,8 @@ class CRolManager {
     CRolManager& operator=(const CRolManager&) = delete;
 
     /// Joins the journal. The first process makes it, reads the settings from veskkntr.ini below
-    /// SETTINGS, and loads the saved messages.
+    /// SETTINGS, and loads the saved messages; what it left undone when it died is done by the
+    /// next.
     /// @return 0, or the IPC index of the segment that could not be had (reported)
     int Init();
     /// Non-zero when the journal's semaphore was there before Init.
@@ -91,7 +92,8 @@ class CRolManager {
     int Save();
     /// Saves, also when nothing is new, and waits for it. Nothing is written while saving is off or
     /// the ring is empty.
-    /// @return 0; kRolCannotOpen, kRolShortWrite (reported), kRolNoMemory, kRolNoThread
+    /// @return 0; kRolCannotOpen, kRolShortWrite, kRolNotOnDisk (reported), kRolNoMemory,
+    /// kRolNoThread
     int ForceSave();
     /// Save one copy now, out of its turn. As ForceSave otherwise.
     int SaveMainRolling();
@@ -214,11 +216,14 @@ class CRolManager {
     int OpenShareBlock();
     int ReadIniFile();
     int openDictionaries();
-    template <class T, class Initial>
-    int openOwn(int index, std::size_t size, int& id, T*& address, const Initial& initial);
+    template <class T>
+    int openOwn(int index, std::size_t size, int& id, T*& address, bool& isNew);
     template <class T>
     void openForeign(int index, std::size_t size, int& id, T*& address);
     int join(key_t ringKey, bool hadRing);
+    bool isLeftUnfilled() const;
+    void setInitialValues(bool udpIsNew);
+    static void keepRing(SRolIniFileSettings& settings);
     void detachAll();
     CopyFiles filesOf(Copy copy) const;
 
@@ -249,6 +254,7 @@ class CRolManager {
     struct LoadedCopy;
     LoadedCopy readCopy(Copy copy) const;
     void fillRing(const LoadedCopy& copy);
+    void fillCounters(const LoadedCopy& copy);
     int loadOne(Copy copy);
     int loadBest();
     void erase(Copy copy) const;
@@ -263,11 +269,10 @@ class CRolManager {
         std::array<std::uint32_t, kRolReaders> counters{};
     };
 
-    std::mutex mutex_;             ///< threads of this process; the semaphore keeps processes apart
-    std::uint16_t slots_ = 0;      ///< of the attached ring; constant after Init
-    bool isFirst_ = false;         ///< Init found a journal that nobody uses yet
-    bool ringIsNew_ = false;       ///< Init made the ring
-    bool settingsAreNew_ = false;  ///< Init made the settings
+    std::mutex mutex_;         ///< threads of this process; the semaphore keeps processes apart
+    std::uint16_t slots_ = 0;  ///< of the attached ring; constant after Init
+    bool isFirst_ = false;     ///< Init found a journal that nobody uses yet
+    bool ringIsNew_ = false;   ///< Init made the ring
     std::array<std::uint16_t, kRolDictionaries> dictionaryCounts_{};  ///< as attached
     std::mutex saveMutex_;                                            ///< guards the rest
     Snapshot snapshot_;

@@ -81,24 +81,15 @@ void CRolManager::stamp(SRolMessage& message, const timeval* time) const {
                                static_cast<std::int32_t>(next.tv_usec)};
 }
 
-/// A store that is seen behind all stores before it and ahead of all behind it: readers without the
-/// lock, and whoever comes after a process killed in between, then see a ring that holds whole
-/// messages only.
-static void storeInOrder(std::uint16_t* field, unsigned value) {
-    std::atomic_ref(*field).store(static_cast<std::uint16_t>(value), std::memory_order_release);
-    // The store alone keeps what comes before it; the controller's processor moves what follows.
-    std::atomic_thread_fence(std::memory_order_release);
-}
-
 void CRolManager::append(const SRolMessage& message) {
     const std::uint16_t full = capacity();
     const unsigned slot = CycPlus(newest(), 1, full);
     // The oldest message leaves before its slot is overwritten.
     const unsigned kept = std::min<unsigned>(held(), full - 1U);
-    if (kept != *MessageCounter) storeInOrder(MessageCounter, kept);
+    if (kept != *MessageCounter) RolStoreInOrder(MessageCounter, kept);
     std::memcpy(&Messages[slot], &message, sizeof(message));
-    storeInOrder(LastIndex, slot);
-    storeInOrder(MessageCounter, kept + 1);
+    RolStoreInOrder(LastIndex, slot);
+    RolStoreInOrder(MessageCounter, kept + 1);
     addToCounters(1);
     *flagNewMessages = 1;
 }

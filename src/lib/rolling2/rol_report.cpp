@@ -17,13 +17,14 @@ struct TextRow {
 };
 
 // clang-format off
-constexpr std::array<TextRow, 17> kTexts{{
+constexpr std::array<TextRow, 18> kTexts{{
     {RolText::sharedMemoryFailed,    Names::code,           "Rolling LIB: ошибка %d при инициализации (открытие шаренной памяти)\n"_cp866z},
     {RolText::iniFileMissing,        Names::path,           "Rolling LIB: Ini-файл %s не найден. Все установки по умолчанию\n"_cp866z},
     {RolText::messageLost,           Names::codeAndMessage, "Rolling LIB: Внутренняя ошибка %d формирования сообщения (dic=%ld,num=%ld)\n"_cp866z},
     {RolText::messagesNotWritable,   Names::path,           "Rolling LIB: невозможно открыть файл %s для записи сообщений\n"_cp866z},
     {RolText::countersNotWritable,   Names::path,           "Rolling LIB: невозможно открыть файл %s для записи счетчиков\n"_cp866z},
     {RolText::shortWrite,            Names::path,           "Rolling LIB: ошибка записи в файл сообщений %s для записи сообщений\n"_cp866z},
+    {RolText::notOnDisk,             Names::path,           "Rolling LIB: ошибка записи файла %s на диск, копия не считается целой\n"_cp866z},
     {RolText::nothingToWrite,        Names::nothing,        "SaveRollThread: Rol2PathCur == NULL\n"_cp866z},
     {RolText::messagesNotReadable,   Names::path,           "Rolling LIB: невозможно открыть файл %s для чтения сообщений\n"_cp866z},
     {RolText::shortHeader,           Names::path,           "Rolling LIB: ошибка при чтении заголовка файла сообщений %s\n"_cp866z},

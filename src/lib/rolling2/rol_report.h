@@ -10,6 +10,7 @@ enum class RolText {
     messagesNotWritable,    // path
     countersNotWritable,    // path
     shortWrite,             // path
+    notOnDisk,              // path
     nothingToWrite,         //
     messagesNotReadable,    // path
     shortHeader,            // path

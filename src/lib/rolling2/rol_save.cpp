@@ -1,7 +1,10 @@
 // Saving: a snapshot under the lock, written by a thread without it.
+#include <unistd.h>
+
 #include <algorithm>
 #include <csignal>
 #include <cstring>
+#include <iterator>
 #include <new>
 
 #include "lib/rolling2/rol_files.h"
@@ -104,8 +107,14 @@ int CRolManager::writeSnapshot() {
     for (const auto& step : steps) {
         const int error = RolWriteFile(step.path, step.bytes);
         if (error == kRolDone) continue;
-        RolReport(error == kRolCannotOpen ? step.notWritable : RolText::shortWrite,
+        RolReport(error == kRolCannotOpen  ? step.notWritable
+                  : error == kRolNotOnDisk ? RolText::notOnDisk
+                                           : RolText::shortWrite,
                   {.path = step.path});
+        // What the CRC file of an earlier save calls whole has been overwritten, unless the first
+        // file could not even be opened.
+        const bool isUntouched = error == kRolCannotOpen && &step == std::begin(steps);
+        if (!isUntouched) static_cast<void>(unlink(files.crc));
         return error;
     }
     // Last: until then the copy's old CRC file, or none, tells the loader what to expect.
@@ -131,6 +140,10 @@ int CRolManager::startWriter() {
     pthread_sigmask(SIG_SETMASK, &former, nullptr);
     if (writerStarted_) return kRolDone;
     writerRuns_ = false;
+    // The snapshot would be old by the next save; what it holds is still to be saved.
+    snapshot_.isNew = false;
+    const Lock lock(*this);
+    *flagNewMessages = 1;
     return kRolNoThread;
 }
 

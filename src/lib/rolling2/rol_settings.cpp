@@ -1,7 +1,9 @@
 #include "lib/rolling2/rol_settings.h"
 
 #include <algorithm>
+#include <atomic>
 #include <climits>
+#include <cstddef>
 #include <cstring>
 
 #include "lib/rolling2/rol_report.h"
@@ -60,6 +62,20 @@ SRolIniFileSettings RolReadSettings(const char* path) {
     if (file.CfgGet(kSection, nullptr, nullptr, "Path_To_Dictionary", folder) == 0)
         setPath(settings, folder);
     return settings;
+}
+
+bool RolSettingsAreFilled(const SRolIniFileSettings& settings) {
+    SRolIniFileSettings corrected = settings;
+    RolCorrectSettings(corrected);
+    return std::memcmp(&corrected, &settings, sizeof(settings)) == 0;
+}
+
+void RolFillSettings(const SRolIniFileSettings& settings, SRolIniFileSettings& shared) {
+    constexpr std::size_t kRest = offsetof(SRolIniFileSettings, NumMessagesInFile);
+    std::memcpy(reinterpret_cast<char*>(&shared) + kRest,
+                reinterpret_cast<const char*>(&settings) + kRest, sizeof(settings) - kRest);
+    auto* const capacity = reinterpret_cast<std::uint16_t*>(&shared);
+    std::atomic_ref(*capacity).store(settings.NumMessagesInMemory, std::memory_order_release);
 }
 
 void RolCorrectSettings(SRolIniFileSettings& settings) {

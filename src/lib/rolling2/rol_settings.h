@@ -15,3 +15,10 @@ void RolReadController(const char* path, std::int16_t& number);
 
 /// Replaces what no journal can work with; settings within their limits stay as they are.
 void RolCorrectSettings(SRolIniFileSettings& settings);
+
+/// False for a block that was not corrected, as its maker leaves it that dies too early.
+[[nodiscard]] bool RolSettingsAreFilled(const SRolIniFileSettings& settings);
+
+/// Copies settings to shared memory, the capacity last: until it is there, they do not count as
+/// filled.
+void RolFillSettings(const SRolIniFileSettings& settings, SRolIniFileSettings& shared);

@@ -134,4 +134,5 @@ enum RolError : int {
     kRolShortWrite = 8,
     kRolNoMemory = 9,
     kRolNoThread = 10,
+    kRolNotOnDisk = 11,  ///< written, but the disk reported an error when it was synchronised
 };

@@ -65,8 +65,13 @@ TEST_F(Joining, KeepsWhatIsThereForTheNextOnes) {
     second.Close();
     EXPECT_EQ(second.Messages, nullptr);
     EXPECT_EQ(second.GoFirstMes(), -1);
+    settings("[ROLLING]\nMaxNumMessageMemory = 20\nSaveTime = 300\n");
+    IpcRemove(IpcKind::semaphore, IpcFind(IpcKind::semaphore, SemKey(49))->id);
     join(second);
-    EXPECT_EQ(codes(second), upTo(1, 3));
+    EXPECT_EQ(second.is_already_init(), 0) << "segments without their semaphore begin anew";
+    EXPECT_EQ(second.GetSaveRol(), 2);
+    EXPECT_EQ(second.IniFileSettings->SaveInterval + 0, 300U);
+    EXPECT_EQ(codes(second), upTo(1, 3)) << "but for what no file replaces";
 }
 
 TEST_F(Joining, TakesSettingsFromTheFileWithinLimits) {
@@ -137,23 +142,6 @@ TEST_F(Joining, ReportsASegmentThatCannotBeHad) {
     // The lock is free again: another process gets as far.
     ChildProcess other([] { return CRolManager().Init(); });
     EXPECT_EQ(other.wait(), 51);
-}
-
-// Its maker was stopped, or a quicker one came first: there is a semaphore and nothing else.
-TEST_F(Joining, LoadsForWhoeverMakesTheRing) {
-    {
-        CRolManager maker;
-        join(maker);
-    }
-    for (const int index : kRolOwnSegments)
-        IpcRemove(IpcKind::segment, IpcFind(IpcKind::segment, ShmKey(index, 0))->id);
-    write(kMessages[main], messagesFile(4, 6));
-    write(kCounters[main], std::string(64, '\0'));
-    CRolManager journal;
-    join(journal);
-    EXPECT_EQ(journal.is_already_init(), 1);
-    EXPECT_EQ(journal.IniFileSettings->NumMessagesInMemory, 20);
-    EXPECT_EQ(codes(journal), upTo(4, 6));
 }
 
 TEST_F(Joining, UsesPositionFlagAndDictionariesOfOthers) {

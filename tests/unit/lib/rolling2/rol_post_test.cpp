@@ -1,4 +1,7 @@
 // Posting: the ring, its stamps and counters, and processes that post together.
+#include <sys/sem.h>
+
+#include <iterator>
 #include <thread>
 
 #include "journal.h"
@@ -174,6 +177,40 @@ TEST_F(Posting, StaysWithinTheRingWhateverOthersWrote) {
     RawSegment(50).put<std::uint16_t>(0, 0);
     post(journal, 7, 7);
     EXPECT_EQ(codes(journal).back(), 7U);
+}
+
+TEST_F(Posting, EveryOperationWaitsForTheLock) {
+    journal.SetSaveRol(1);
+    post(journal, 1, 5);
+    char raw[100];
+    const std::function<void()> operations[] = {
+        [&] { journal.Message(6, new CRolArg(RT_END)); },
+        [&] { journal.IncCounters(1); },
+        [&] { journal.DecCounter(0, 1); },
+        [&] { journal.GetRawData(raw, 5, sizeof(raw)); },
+        [&] { journal.GoFirstMes(); },
+        [&] { journal.GoMes(5); },
+        [&] { journal.GetNextMes(); },
+        [&] { journal.GetPrevMes(); },
+        [&] { journal.SetSaveRol(1); },
+        [&] { journal.Save(); },
+        [&] { journal.ForceSave(); },
+        [&] { journal.SaveMainRolling(); },
+        [&] { journal.SaveRezRolling(); },
+        [&] { journal.Load(); },
+        [&] { journal.LoadMainRolling(); },
+        [&] { journal.LoadRezRolling(); },
+        [&] { CRolManager().Init(); },
+    };
+    journal.Rol2Sem->sem_lock();
+    std::vector<std::unique_ptr<ChildProcess>> waiting;
+    for (const auto& operation : operations)
+        waiting.push_back(std::make_unique<ChildProcess>([&] { return operation(), 0; }));
+    const auto count = [this] { return semctl(journal.Rol2Sem->id_sem, 0, GETNCNT); };
+    EXPECT_TRUE(waitUntil([&] { return count() == std::ssize(waiting); })) << count();
+    journal.Rol2Sem->sem_unlock();
+    for (auto& operation : waiting)
+        EXPECT_EQ(operation->wait(), 0);
 }
 
 // ---- Together ----------------------------------------------------------------------------------

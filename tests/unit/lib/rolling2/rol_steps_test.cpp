@@ -7,6 +7,8 @@
 #include <sys/resource.h>
 #include <sys/sem.h>
 
+#include <cerrno>
+#include <csignal>
 #include <cstdarg>
 #include <functional>
 #include <utility>
@@ -15,11 +17,16 @@
 
 namespace {
 
-/// Calls of the writer until it is killed; negative: not at all.
+/// Calls until the process is killed; negative: not at all.
 int callsLeft = -1;
-/// What the process was told of its priority last, and by which thread.
+/// The writer's priority, its thread and what signals that has blocked.
 int lastNice = 0;
 pthread_t niceThread{};
+sigset_t niceSignals{};
+/// Calls of fsync and fdatasync until one fails with this error.
+int syncsLeft = -1;
+int syncError = 0;
+bool noThread = false;
 
 /// Run once, before this process takes the journal's lock.
 std::function<void()> beforeLock;
@@ -33,10 +40,35 @@ Function* real(const char* name) {
     return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
 }
 
+int synchronise(const char* name, int file) {
+    step();
+    if (syncsLeft < 0 || syncsLeft-- != 0) return real<int(int)>(name)(file);
+    errno = syncError;
+    return -1;
+}
+
 }  // namespace
 
-// Before each of them something of the save is on the disk, and the next thing is not.
+// Before each of them something is on the disk or in shared memory, and the next thing is not.
 extern "C" {
+int shmget(key_t key, size_t size, int flags) noexcept {
+    step();
+    return real<int(key_t, size_t, int)>("shmget")(key, size, flags);
+}
+void* shmat(int id, const void* address, int flags) noexcept {
+    step();
+    return real<void*(int, const void*, int)>("shmat")(id, address, flags);
+}
+int unlink(const char* path) noexcept {
+    step();
+    return real<int(const char*)>("unlink")(path);
+}
+int pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*run)(void*),
+                   void* argument) noexcept {
+    if (noThread) return EAGAIN;
+    return real<int(pthread_t*, const pthread_attr_t*, void* (*)(void*), void*)>("pthread_create")(
+        thread, attributes, run, argument);
+}
 std::FILE* fopen(const char* path, const char* mode) {
     step();
     return real<std::FILE*(const char*, const char*)>("fopen")(path, mode);
@@ -46,8 +78,10 @@ int fflush(std::FILE* file) {
     return real<int(std::FILE*)>("fflush")(file);
 }
 int fsync(int file) {
-    step();
-    return real<int(int)>("fsync")(file);
+    return synchronise("fsync", file);
+}
+int fdatasync(int file) {
+    return synchronise("fdatasync", file);
 }
 int open(const char* path, int flags, ...) {
     step();
@@ -58,11 +92,13 @@ int open(const char* path, int flags, ...) {
     return real<int(const char*, int, ...)>("open")(path, flags, mode);
 }
 int semop(int set, sembuf* operations, size_t count) noexcept {
+    step();
     if (beforeLock && operations->sem_op < 0) std::exchange(beforeLock, nullptr)();
     return real<int(int, sembuf*, size_t)>("semop")(set, operations, count);
 }
 int setpriority(__priority_which_t which, id_t who, int nice) noexcept {
     niceThread = pthread_self();
+    pthread_sigmask(SIG_SETMASK, nullptr, &niceSignals);
     lastNice = which == PRIO_PROCESS && who == 0 ? nice : 0;
     return 0;
 }
@@ -128,35 +164,137 @@ TEST_F(KilledSaver, LeavesAWholeCopyFromTheSecondSaveOn) {
     }
 }
 
-TEST_F(KilledSaver, WritesAtALowerPriorityInAThreadOfItsOwn) {
-    CRolManager journal;
-    join(journal);
-    journal.SetSaveRol(1);
-    postTexts(journal, 1, 1);
+// ---- Saving ------------------------------------------------------------------------------------
+
+class SavingSteps : public JoinedJournal {
+  protected:
+    SavingSteps() {
+        journal.SetSaveRol(1);
+        post(journal, 1, 1);
+    }
+};
+
+TEST_F(SavingSteps, TheWriterIsAThreadOfLowerPriorityThatTakesNoSignal) {
     ASSERT_EQ(journal.ForceSave(), 0);
     EXPECT_EQ(lastNice, 10);
     EXPECT_FALSE(pthread_equal(niceThread, pthread_self()));
+    sigset_t own;
+    pthread_sigmask(SIG_SETMASK, nullptr, &own);
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGALRM, SIGUSR1, SIGCHLD, SIGRTMAX}) {
+        EXPECT_TRUE(sigismember(&niceSignals, signal)) << signal;
+        EXPECT_FALSE(sigismember(&own, signal)) << signal;
+    }
+}
+
+TEST_F(SavingSteps, WhatTheDiskDidNotTakeDoesNotCountAsWhole) {
+    const struct {
+        int error, result;
+    } cases[] = {{EIO, 11}, {ENOSPC, 11}, {EINVAL, 0}, {EROFS, 0}};
+    for (const auto& c : cases) {
+        for (int call = 0; call < 4; ++call) {  // two of each file
+            SCOPED_TRACE(std::to_string(c.error) + " at " + std::to_string(call));
+            ASSERT_EQ(journal.SaveMainRolling(), 0);
+            syncError = c.error;
+            syncsLeft = call;
+            Capture out(STDOUT_FILENO);
+            EXPECT_EQ(journal.SaveMainRolling(), c.result);
+            EXPECT_EQ(exists(kCrc[main]), c.result == 0);
+            EXPECT_EQ(out.text(), c.result == 0
+                                      ? ""
+                                      : "Rolling LIB: ошибка записи файла "_cp866z +
+                                            path(call < 2 ? kMessages[main] : kCounters[main]) +
+                                            " на диск, копия не считается целой\n"_cp866z);
+        }
+    }
+}
+
+TEST_F(SavingSteps, WithoutAThreadNothingIsKeptForALaterSave) {
+    noThread = true;
+    EXPECT_EQ(journal.ForceSave(), 10);
+    noThread = false;
+    journal.SetSaveRol(2);
+    EXPECT_EQ(journal.ForceSave(), 0);
+    EXPECT_EQ(files(), "000000");
+    journal.SetSaveRol(1);
+    EXPECT_EQ(journal.Save(), 0);
+    journal.Close();
+    EXPECT_EQ(files(), "000111") << "still new, and it is the reserve's turn";
 }
 
 // ---- Posting and joining -----------------------------------------------------------------------
 
 class BetweenSteps : public JournalTest {};
 
-TEST_F(BetweenSteps, APosterThatEndsInsideARecordLeavesTheOthersWhole) {
+TEST_F(BetweenSteps, WhoEndsInsideARecordLeavesTheOthersWhole) {
     constexpr std::size_t kPage = 4096;
     static_assert(14 * 281 < kPage && 15 * 281 > kPage, "slot 14 lies on two pages");
     CRolManager journal;
     join(journal);
     post(journal, 1, 33);  // the newest is in slot 13, the oldest in slot 14
-    ChildProcess poster([&journal] {
+    const auto endsAtThePage = [&journal] {
         auto* const ring = reinterpret_cast<char*>(journal.Messages);
         EXPECT_EQ(mprotect(ring + kPage, kPage, PROT_READ), 0);
+    };
+    ChildProcess poster([&] {
+        endsAtThePage();
         return journal.Message(34, new CRolArg(RT_END));
     });
     EXPECT_NE(poster.wait(), 0);
     EXPECT_EQ(codes(journal), upTo(15, 33)) << "without the one whose slot was being filled";
     post(journal, 34, 34);
     EXPECT_EQ(codes(journal), upTo(15, 34));
+
+    write(kMessages[main], messagesFile(41, 60));
+    ChildProcess loader([&] {
+        endsAtThePage();
+        return journal.Load();
+    });
+    EXPECT_NE(loader.wait(), 0);
+    EXPECT_TRUE(codes(journal).empty());
+    join(journal);
+    EXPECT_EQ(codes(journal), upTo(41, 60)) << "from the files, which were not yet erased";
+}
+
+TEST_F(BetweenSteps, WhateverDiesWhileItMakesTheJournalTheNextOneMakesItWhole) {
+    const std::string asSaved = little(20, 2) + little(10, 2) + little(1000, 8) + little(301, 8);
+    const auto expectWhole = [&] {
+        CRolManager journal;
+        join(journal);
+        EXPECT_EQ(codes(journal), upTo(4, 6));
+        EXPECT_EQ(journal.GetCounter(7), 3U);
+        EXPECT_EQ(RawSegment(50).text(0, 33), asSaved + "/dictionaries");
+        EXPECT_EQ(RawSegment(51).size(), 20 * 281U);
+        EXPECT_EQ(RawSegment(87).text(0, 4), little(2, 2) + little(1, 2));
+        EXPECT_EQ(RawSegment(54).text(0, 1) + RawSegment(58).text(0, 1), "\x02\x01");
+    };
+    const auto writeFiles = [&] {
+        write(kMessages[main], messagesFile(4, 6));
+        write(kCounters[main], std::string(32, '\0'));
+    };
+    int calls = 0;
+    for (bool isWhole = false; !isWhole; ++calls) {
+        SCOPED_TRACE(calls);
+        ASSERT_LT(calls, 200);
+        removeShared();
+        writeFiles();
+        ChildProcess first([calls] {
+            callsLeft = calls;
+            return CRolManager().Init();
+        });
+        isWhole = first.wait() == 0;
+        expectWhole();
+    }
+    EXPECT_GE(calls, 40) << "every step was met";
+
+    // Between two bytes of the settings, filled by this library and by another.
+    for (const std::string& settings : {little(0, 2) + asSaved.substr(2), asSaved.substr(0, 2)}) {
+        writeFiles();
+        for (std::size_t at = 0; at < 20; ++at)
+            RawSegment(50).put(at, at < settings.size() ? settings[at] : '\0');
+        RawSegment(52).put<std::uint16_t>(0, 0);
+        this->settings("[ROLLING]\nMaxNumMessageDisk=10\n");  // a ring that is there stays as it is
+        expectWhole();
+    }
 }
 
 TEST_F(BetweenSteps, AProcessThatTakesTheLockBeforeTheFirstOneIsNotOverwritten) {
