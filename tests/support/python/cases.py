@@ -8,8 +8,8 @@ _FOLDER = Path(__file__).resolve().parents[2] / "system/cases"
 def read(name: str) -> dict[str, tuple[str, list[str]]]:
     """By the name of the case: the configuration, and the lines of what is expected.
 
-    A case is "==== NAME", comments "# ...", the lines expected, "----", and the configuration; "&NAME" as its first line
-    stands for the configuration of an earlier case.
+    A case is "==== NAME", comments "# ...", the lines expected, "----", and the configuration;
+    "&NAME" as its first line stands for the configuration of an earlier case.
     """
     cases: dict[str, tuple[str, list[str]]] = {}
     for part in ("\n" + (_FOLDER / name).read_text("utf-8")).split("\n==== ")[1:]:

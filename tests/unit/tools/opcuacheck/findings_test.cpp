@@ -6,6 +6,7 @@
 
 #include "server/text/Utf8ToCP866Converter.h"
 #include "support/capture.h"
+#include "support/cases.h"
 #include "support/operator_view.h"
 #include "tools/opcuacheck/command_line.h"
 #include "tools/opcuacheck/exit_status.h"
@@ -44,95 +45,21 @@ static const std::string kTags =                                    // up to lin
 
 // That errors are the server's own is a system test.
 TEST(Opcuacheck, TellsEachTrapAtItsLine) {
-    const struct {
-        const char* why;
-        std::string text;
-        Told findings;
-    } cases[] = {
-        {"nothing wrong", kTags, {}},
-        {"an empty file", "", {"0 error-3"}},
-        {"errors, each at its line",
-         kTags + "RV = all\nType1.b = B, 27\nType52.c = C, 12\n[Nowhere]\n",
-         {"7 error-4", "8 error-4", "9 error-5"}},
-        {"saved as UTF-8", kHead + "; Котёл\n", {"0 encoding"}},
-        {"saved as Windows-1251", kHead + "; \xCA\xEE\xF2\xE5\xEB \xCF\xD0\n", {"0 encoding"}},
-        {"a byte 0", kHead + std::string("x\0y\n", 4), {"3 file-nul", "3 line-ignored"}},
-        {"a heading that is not closed",
-         kHead + "[Attributes\nVA = 1\n",
-         {"3 heading-unclosed", "5 error-5"}},
-        {"lines and keys without use",
-         kHead + "text\n= 5\nWork_mode = 1\n[Access]\nSecurityMode = Sign\n",
-         {"3 line-ignored", "4 line-ignored", "5 key-unused", "7 key-unused"}},
-        {"twice in a section, whatever its case",
-         kHead + "[GENERAL]\nServerPort = 4841\n",
-         {"2 key-repeated"}},
-        {"general keys",
-         kHead + "AplicationName = A:B\nOperativeData = Off\nHistoricalData = no\n"
-                 "SamplingInterval = fast\nCountHistoryTrends = 1001\n",
-         {"3 value-colon", "4 switch-word", "5 switch-word", "6 sampling-no-number",
-          "7 history-count"}},
-        {"a name of 17 bytes", kHead + "AplicationName = 12345678901234567\n", {"3 name-cut"}},
-        {"a name with a blank", kHead + "AplicationName = A B ; c\n", {"3 name-blanks"}},
-        {"a unit", kHead + "SamplingInterval = 500ms\n", {"3 number-rest"}},
-        {"lists",
-         kTags + "VD = 5-3, 1\nType2.a = A, 27\nDV = 1 ; 2\nType4.a = A, 20\n"
-                 "AV = 1, 2 - 3\n",
-         {"6 range-reversed", "10 list-bad-item"}},
-        {"a semicolon between numbers",
-         kTags + "VD = 1;2-3\nType2.a = A, 27\n",
-         {"6 list-semicolon"}},
-        {"a zero in a list", kTags + "VD = 0\n", {"6 list-empty", "6 list-zero"}},
-        {"a list too long to expand",
-         kTags + "VD = 1-2147483647\nType2.a = A, 27\n",
-         {"6 list-absent", "6 list-too-long"}},
-        {"as many as there are, and one more",
-         kTags + "VD = 1-4\nType2.a = A, 27\nDV = 1-5\nType4.a = A, 20\n",
-         {"8 list-absent"}},
-        {"pens",
-         kHead + "[Plotter_1]\nPens = all\n[Plotter_2]\nPens = 1,,2\n[Plotter_3]\nPens = 3-1\n",
-         {"4 pens-all", "6 pens-bad-item", "8 pens-empty", "8 range-reversed"}},
-        {"tags without attributes", kTags + "VD = 1\n", {"6 list-no-entries"}},
-        {"attribute entries",
-         kTags + "Type1.b = B\nType1.c = C, 9th\nType1.d = , 9\nType7.e = E, 9\nXType1.f = F, 9\n"
-                 "Type1.g = G, 9, OPC_READ\nType1.h = H, 1, OPC_WRITEABLE\n",
-         {"6 entry-no-comma", "7 entry-number", "8 entry-name-empty", "9 entry-marker",
-          "10 entry-marker", "11 access-unknown", "12 access-read-only"}},
-        {"in a section that publishes nothing", kHead + "Type1.b = B, 9\n", {"3 entry-place"}},
-        {"of a kind that is not listed",
-         kTags + "Type2.b = B, 27\nType2.c = C, 28\n",
-         {"6 entry-unused", "7 entry-refused", "7 entry-unused"}},
-        {"one node id twice, the last entry another",
-         kTags + "Type1.b = A, 29\nType1.c = C, 30\n",
-         {"6 entry-twice"}},
-        {"one node id twice, at the end", kTags + "Type1.b = A, 29\n", {"6 entry-twice-last"}},
-        {"numbers of sections",
-         kHead + "[Plotter]\n[My Plotter_1]\n[Plotter_0]\n[Attributes_Group2x]\nName = A\n"
-                 "[Attributes_Group01]\nName = B\n",
-         {"3 section-number", "4 section-number", "5 plotter-number", "6 section-number",
-          "8 group-number-form"}},
-        {"a group without a name", kHead + "[Attributes_Group1]\nName =\n", {"4 group-name-empty"}},
-        {"one number begins another",
-         kHead + "[Attributes_Group1]\nName = A\n[Attributes_Group12]\n",
-         {"3 group-prefix"}},
-        {"one number twice",
-         kHead + "[Attributes_Group 2]\nName = A\n[Attributes_Group2]\n",
-         {"3 group-same-number"}},
-        {"blank before a comment",
-         kHead + "[Plotter_1]\nName = A ; first\n",
-         {"4 name-trailing-blank"}},
-        {"plotters that collide",
-         kHead + "[Plotter_1]\nName = B\n[Plotter_+1]\nName = A\n[Plotter_2]\nName = A\n",
-         // the section that comes first by name holds
-         {"3 plotter-same-number", "8 plotter-same-name"}},
-        {"in a group and in the flat tree",
-         kTags + "[Attributes_Group1]\nVA = 2\nType1.a = A, 29\n",
-         {"7 tag-twice"}},
-    };
+    std::vector<Case> cases =
+        readCases(OPCUASRV_SOURCE_DIR "/tests/unit/tools/opcuacheck/findings.txt");
+    ASSERT_FALSE(cases.empty());
+    // What no file of texts can hold.
+    cases.push_back({"an empty file", {"0 error-3"}, ""});
+    cases.push_back({"saved as UTF-8", {"0 encoding"}, kHead + "; Котёл\n"});
+    cases.push_back(
+        {"saved as Windows-1251", {"0 encoding"}, kHead + "; \xCA\xEE\xF2\xE5\xEB \xCF\xD0\n"});
+    cases.push_back(
+        {"a byte 0", {"3 file-nul", "3 line-ignored"}, kHead + std::string("x\0y\n", 4)});
     std::set<std::string> codes{"tree-too-large"};  // told below
     for (const auto& c : cases) {
-        SCOPED_TRACE(c.why);
-        EXPECT_EQ(told(c.text), c.findings);
-        for (const std::string& finding : c.findings)
+        SCOPED_TRACE(c.name);
+        EXPECT_EQ(told(c.text), c.expected);
+        for (const std::string& finding : c.expected)
             codes.insert(finding.substr(finding.find(' ') + 1));
     }
     for (const Rule& rule : allRules()) {
