@@ -16,12 +16,6 @@ TEST(Capabilities, StateTheLimitsInForce) {
     UAServer server;
     UA_ServerConfig& config = *UA_Server_getConfig(server.instance());
     config.maxSessions = 7;
-    config.maxSubscriptions = 8;
-    config.maxSubscriptionsPerSession = 9;
-    config.maxMonitoredItems = 10;
-    config.maxMonitoredItemsPerSubscription = 11;
-    config.maxNodesPerRead = 12;
-    config.tcpMaxMsgSize = 13;
     const auto read = [&](UA_UInt32 id, const char* range) {
         UA_ReadValueId what{};
         what.nodeId = UA_NODEID_NUMERIC(0, id);
@@ -29,22 +23,25 @@ TEST(Capabilities, StateTheLimitsInForce) {
         what.indexRange = uaView(range);
         return UA_Server_read(server.instance(), &what, UA_TIMESTAMPSTORETURN_SOURCE);
     };
-    const std::pair<UA_UInt32, UA_UInt32> limits[] = {
-        {UA_NS0ID_SERVER_SERVERCAPABILITIES_MAXSESSIONS, 7},
-        {UA_NS0ID_SERVER_SERVERCAPABILITIES_MAXSUBSCRIPTIONS, 8},
-        {UA_NS0ID_SERVER_SERVERCAPABILITIES_MAXSUBSCRIPTIONSPERSESSION, 9},
-        {UA_NS0ID_SERVER_SERVERCAPABILITIES_MAXMONITOREDITEMS, 10},
-        {UA_NS0ID_SERVER_SERVERCAPABILITIES_MAXMONITOREDITEMSPERSUBSCRIPTION, 11},
-        {UA_NS0ID_SERVER_SERVERCAPABILITIES_OPERATIONLIMITS_MAXNODESPERHISTORYREADDATA, 12},
-        {UA_NS0ID_SERVER_SERVERCAPABILITIES_MAXARRAYLENGTH, 13},
-        {UA_NS0ID_SERVER_SERVERCAPABILITIES_MAXSTRINGLENGTH, 13},
-        {UA_NS0ID_SERVER_SERVERCAPABILITIES_MAXBYTESTRINGLENGTH, 13},
+    UA_UInt32 sessions = 7;
+    const std::pair<UA_UInt32, UA_UInt32*> limits[] = {
+        {UA_NS0ID_SERVER_SERVERCAPABILITIES_MAXSESSIONS, &sessions},
+        {UA_NS0ID_SERVER_SERVERCAPABILITIES_MAXSUBSCRIPTIONS, &config.maxSubscriptions},
+        {UA_NS0ID_SERVER_SERVERCAPABILITIES_MAXSUBSCRIPTIONSPERSESSION,
+         &config.maxSubscriptionsPerSession},
+        {UA_NS0ID_SERVER_SERVERCAPABILITIES_MAXMONITOREDITEMS, &config.maxMonitoredItems},
+        {UA_NS0ID_SERVER_SERVERCAPABILITIES_MAXMONITOREDITEMSPERSUBSCRIPTION,
+         &config.maxMonitoredItemsPerSubscription},
+        {UA_NS0ID_SERVER_SERVERCAPABILITIES_OPERATIONLIMITS_MAXNODESPERHISTORYREADDATA,
+         &config.maxNodesPerRead},
+        {UA_NS0ID_SERVER_SERVERCAPABILITIES_MAXSTRINGLENGTH, &config.tcpMaxMsgSize},
     };
     for (const auto& [id, limit] : limits) {
         SCOPED_TRACE(id);
+        if (limit != &sessions) *limit = id;
         UA_DataValue value = read(id, "");
         ASSERT_TRUE(UA_Variant_hasScalarType(&value.value, &UA_TYPES[UA_TYPES_UINT32]));
-        EXPECT_EQ(*static_cast<UA_UInt32*>(value.value.data), limit);
+        EXPECT_EQ(*static_cast<UA_UInt32*>(value.value.data), *limit);
         EXPECT_NE(value.sourceTimestamp, 0);
         UA_DataValue_clear(&value);
         EXPECT_EQ(read(id, "1").status, UA_STATUSCODE_BADINDEXRANGEINVALID);

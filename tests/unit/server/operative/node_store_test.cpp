@@ -3,40 +3,10 @@
 
 #include <map>
 #include <random>
-#include <set>
 #include <utility>
 
 #include "server/operative/IndexedNodeStore.h"
-#include "server/operative/NodeTable.h"
 #include "server/operative/UaView.h"
-
-/// The table by itself: in front of a store, what it loses the store would still find.
-TEST(NodeTable, FindsWhatItHoldsAndNothingElse) {
-    std::mt19937 chance(1);
-    std::vector<std::string> names;
-    std::vector<UA_Node> nodes(3000);
-    for (std::size_t i = 0; i < nodes.size(); ++i)
-        names.push_back("VA_" + std::to_string(i / 2));
-    for (std::size_t i = 0; i < nodes.size(); ++i) {  // each name in two namespaces
-        nodes[i].head.nodeId = uaNodeIdView(static_cast<UA_UInt16>(1 + i % 2), names[i]);
-    }
-    NodeTable table;
-    std::set<const UA_Node*> held;
-    for (int step = 0; step < 40'000; ++step) {
-        const UA_Node& node = nodes[chance() % nodes.size()];
-        NodeTable::Slot* const slot = table.find(node.head.nodeId);
-        ASSERT_EQ(slot == nullptr ? nullptr : slot->node, held.count(&node) == 1 ? &node : nullptr);
-        const bool fills = step / 10'000 % 2 == 0;
-        const bool hold = chance() % 10 < (fills ? 9U : 1U);
-        if (slot == nullptr && hold) {
-            table.add(node);
-            held.insert(&node);
-        } else if (slot != nullptr && !hold) {
-            table.remove(*slot);
-            held.erase(&node);
-        }
-    }
-}
 
 namespace {
 
