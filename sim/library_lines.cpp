@@ -2,6 +2,7 @@
 
 #include <sys/types.h>
 
+#include <array>
 #include <cstddef>
 #include <cstdio>
 #include <iostream>
@@ -22,7 +23,9 @@ void showLibraryLines() {
     // std::cout keeps the stream that it was made with.
     std::FILE* stream = fopencookie(nullptr, "w", functions);
     if (stream == nullptr) return;  // the lines are as good as they were
-    static_cast<void>(std::setvbuf(stream, nullptr, _IOLBF, 0));
+    // Not every C library changes the mode of a stream that is given no buffer.
+    static std::array<char, BUFSIZ> lineBuffer;
+    static_cast<void>(std::setvbuf(stream, lineBuffer.data(), _IOLBF, lineBuffer.size()));
     stdout = stream;
 }
 

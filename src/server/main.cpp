@@ -1,3 +1,4 @@
+#include <array>
 #include <cstdio>
 
 #include "server/ServerState.h"
@@ -7,8 +8,10 @@
 
 int main() {
     // Under a supervisor standard output is a pipe, and what is said there would wait in a buffer
-    // for the end of a process that never ends.
-    (void)std::setvbuf(stdout, nullptr, _IOLBF, 0);
+    // for the end of a process that never ends. Not every C library changes the mode of a stream
+    // that is given no buffer.
+    static std::array<char, BUFSIZ> lineBuffer;
+    (void)std::setvbuf(stdout, lineBuffer.data(), _IOLBF, lineBuffer.size());
     Subsystems subsystems;
     ControllerJournal journal(Rolling);
     subsystems.openJournal = [&] { return journal.open(); };
