@@ -38,7 +38,7 @@ function(opcuasrv_fetch_open62541 out_dir)
                     ${OPEN62541_CRATE_VERSION} ${OPEN62541_CRATE_SHA256}
             RESULT_VARIABLE failed)
         if(failed)
-            message(FATAL_ERROR "open62541 1.5 is not to be had; see the lines above.")
+            message(FATAL_ERROR "open62541 1.5 cannot be obtained; see the lines above.")
         endif()
     endif()
     set(${out_dir} ${crate_dir}/open62541 PARENT_SCOPE)
