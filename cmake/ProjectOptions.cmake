@@ -72,10 +72,12 @@ function(opcuasrv_program name)
 endfunction()
 
 # opcuasrv_unit_test(<name> SOURCES <file>... [LINKS <target>...])
-# One executable per suite, run in a private root, IPC and network namespace.
+# One executable per suite, run in a private root, IPC and network namespace. unit_tests builds all.
+add_custom_target(unit_tests)
 function(opcuasrv_unit_test name)
     cmake_parse_arguments(ARG "" "" "SOURCES;LINKS" ${ARGN})
     add_executable(${name} ${ARG_SOURCES})
+    add_dependencies(unit_tests ${name})
     target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/tests)
     target_link_libraries(${name} PRIVATE ${ARG_LINKS} opcuasrv_options
         GTest::gmock GTest::gtest GTest::gtest_main)
