@@ -2,7 +2,6 @@
 
 #include <memory>
 #include <new>
-#include <optional>
 #include <vector>
 
 #include "standin/definitions.h"
@@ -16,7 +15,8 @@ using trends::Definitions;
 /// What an object keeps in its storage: the definitions, read with the first question, and the
 /// records of the last answer of each kind.
 struct State {
-    std::optional<Definitions> definitions;
+    Definitions definitions;
+    bool loaded = false;
     jxo::CTrendsControlSettingsExt system{};
     std::vector<jxo::CPlotterSettingsExt> plotters;
     std::vector<jxo::CPenSettingsExt> pens;
@@ -29,10 +29,9 @@ State& stateIn(std::byte* storage) {
 
 bool load(State& state) {
     std::string problem;
-    Definitions definitions = trends::loadDefinitions(trends::definitionsFile(), problem);
-    state.definitions.reset();
-    if (problem.empty()) state.definitions = std::move(definitions);
-    return state.definitions.has_value();
+    state.definitions = trends::loadDefinitions(trends::definitionsFile(), problem);
+    state.loaded = problem.empty();
+    return state.loaded;
 }
 
 /// Answers a question about several items: a record and an error for each.
@@ -42,12 +41,12 @@ template <class Record, class Fill>
 HRESULT answer(State& state, unsigned int itemCount, const OPCHDAITEMDEF* items,
                std::vector<Record>& records, Record** settings, HRESULT** itemErrors, Fill fill) {
     if (itemCount == 0 || items == nullptr || settings == nullptr) return trends::kInvalidArgument;
-    if (!state.definitions && !load(state)) return trends::kNoArchive;
+    if (!state.loaded && !load(state)) return trends::kNoArchive;
     records.assign(itemCount, Record{});
     state.errors.assign(itemCount, trends::kOk);
     HRESULT result = trends::kOk;
     for (unsigned int i = 0; i < itemCount; ++i) {
-        state.errors[i] = fill(*state.definitions, items[i], records[i]);
+        state.errors[i] = fill(state.definitions, items[i], records[i]);
         if (result == trends::kOk) result = state.errors[i];
     }
     if (result != trends::kOk) return result;
@@ -103,7 +102,7 @@ HRESULT IHDA_BrowseConfig::GetConfigAll(bool /*flag*/, jxo::CTrendsControlSettin
         if (settings == nullptr) return trends::kInvalidArgument;
         State& state = stateIn(storage_);
         if (!load(state)) return trends::kNoArchive;
-        state.system.plotterCount = state.definitions->plotters.size();
+        state.system.plotterCount = state.definitions.plotters.size();
         *settings = &state.system;
         return trends::kOk;
     });
