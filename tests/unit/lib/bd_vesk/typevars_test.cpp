@@ -12,27 +12,14 @@
 
 #include "lib/bd_vesk/bdvesk.h"
 #include "lib/bd_vesk/clist.h"
+#include "sim/layout/field_table.h"
+#include "sim/layout/types.h"
 
 namespace {
 
 using Bytes = std::vector<std::uint8_t>;
 using Arrays = std::array<Bytes, 3>;  // passports, current data, current values
 
-/// What the controller's documents say about a type's arrays, apart from the library's own table.
-struct Layout {
-    unsigned code;
-    std::size_t passport;  // bytes of an element
-    std::size_t element;   // bytes of a current data or current value
-    struct Place {
-        std::size_t array, offset;
-    } data, value;
-};
-constexpr Layout kLayouts[] = {
-    {1, 114, 4, {1, 0}, {2, 0}}, {2, 204, 4, {0, 167}, {0, 167}}, {3, 48, 4, {2, 0}, {2, 0}},
-    {4, 56, 1, {1, 0}, {2, 0}},  {5, 58, 1, {1, 0}, {2, 0}},      {6, 4, 4, {0, 0}, {0, 0}},
-    {7, 4, 4, {0, 0}, {0, 0}},   {8, 4, 4, {0, 0}, {0, 0}},       {9, 4, 4, {0, 0}, {0, 0}},
-    {10, 2, 2, {0, 0}, {0, 0}},  {11, 1, 1, {0, 0}, {0, 0}},
-};
 constexpr std::uint16_t kCount = 3;
 
 constexpr struct {
@@ -45,76 +32,70 @@ constexpr struct {
     {&CTypeVars::getCurVal, &CTypeVars::setCurVal, &CTypeVars::getAdrCurVal},
 };
 
-/// A table over arrays of this process, each filled with bytes of its own.
-class TypeVars : public testing::TestWithParam<Layout> {
-  protected:
-    TypeVars() {
+/// Each type's table over arrays of this process, laid out as zrtsim knows them, each filled with
+/// bytes of its own.
+TEST(TypeVars, CopyOneElementOrFail) {
+    for (const sim::TypeLayout& type : sim::kTypes) {
+        SCOPED_TRACE(type.name);
+        const bool isPlain = type.passport.elementSize == 0;
+        const std::size_t passport = (isPlain ? type.value : type.passport).elementSize;
+        const std::size_t element = type.type == sim::TypeCode::AV ? 4 : type.value.elementSize;
+        struct Place {
+            std::size_t array, offset, size;
+        };
+        const Place value = type.type == sim::TypeCode::AV
+                                ? Place{0, sim::at(sim::TypeCode::AV, "IM"), element}
+                                : Place{isPlain ? 0U : 2U, 0, element};
+        const Place data = type.data.elementSize != 0 ? Place{1, 0, element} : value;
+        const Place places[] = {{0, 0, passport}, data, value};
+
+        Arrays arrays;
         for (std::size_t i = 0; i < arrays.size(); ++i) {
-            arrays.at(i).resize(kCount * (i == 0 ? layout.passport : layout.element));
+            arrays.at(i).resize(kCount * (i == 0 ? passport : element));
             std::iota(arrays.at(i).begin(), arrays.at(i).end(), static_cast<std::uint8_t>(90 * i));
         }
+        const auto table = newTypeVars(static_cast<unsigned>(type.type));
         table->InitPasp(arrays[0].data());
         table->InitCurDat(arrays[1].data());
         table->InitCurVal(arrays[2].data());
         table->setmaxnum(kCount);
-    }
-
-    const Layout layout = GetParam();
-    Arrays arrays;
-    const std::unique_ptr<CTypeVars> table = newTypeVars(layout.code);
-};
-INSTANTIATE_TEST_SUITE_P(All, TypeVars, testing::ValuesIn(kLayouts));
-
-TEST_P(TypeVars, CopiesOneElementAndNothingBesideIt) {
-    EXPECT_EQ(table->typeAt(), layout.code);
-    EXPECT_EQ(table->maxnumAt(), kCount);
-    EXPECT_GT(table->SizeOf(), 2 * sizeof(void*));
-    const Layout::Place places[] = {{0, 0}, layout.data, layout.value};
-    for (std::size_t i = 0; i < 3; ++i) {
-        const auto& [get, set, address] = kOperations[i];
-        const auto [array, offset] = places[i];
-        const std::size_t size = i == 0 ? layout.passport : layout.element;
-        for (std::uint16_t num = 1; num <= kCount; ++num) {
-            SCOPED_TRACE(testing::Message() << "operations " << i << " variable " << num);
-            const std::size_t step = array == 0 ? layout.passport : layout.element;
-            std::uint8_t* const element = &arrays.at(array).at((num - 1U) * step + offset);
-            EXPECT_EQ((table.get()->*address)(num), element);
-            Bytes copy(size + 1, 0xEE);
-            Bytes want(element, element + size);
-            want.push_back(0xEE);
-            EXPECT_EQ((table.get()->*get)(num, copy.data()), 1);
-            EXPECT_EQ(copy, want);
-
-            Arrays changed = arrays;
-            std::fill_n(changed.at(array).begin() + (element - arrays.at(array).data()), size,
-                        0x77);
-            copy.assign(size, 0x77);
-            EXPECT_EQ((table.get()->*set)(num, copy.data()), 1);
-            EXPECT_EQ(arrays, changed);
+        EXPECT_EQ(table->typeAt(), static_cast<int>(type.type));
+        EXPECT_EQ(table->maxnumAt(), kCount);
+        const auto empty = newTypeVars(static_cast<unsigned>(type.type));
+        empty->setmaxnum(kCount);
+        for (std::size_t i = 0; i < 3; ++i) {
+            const auto& [get, set, address] = kOperations[i];
+            const auto [array, offset, size] = places[i];
+            for (std::uint16_t num = 1; num <= kCount; ++num) {
+                SCOPED_TRACE(testing::Message() << "operations " << i << " variable " << num);
+                const std::size_t at = (num - 1U) * (array == 0 ? passport : element) + offset;
+                EXPECT_EQ((table.get()->*address)(num), &arrays.at(array).at(at));
+                Bytes copy(size + 1, 0xEE);
+                EXPECT_EQ((table.get()->*get)(num, copy.data()), 1);
+                Arrays changed = arrays;
+                EXPECT_TRUE(std::equal(copy.begin(), copy.end() - 1, &arrays.at(array).at(at)));
+                EXPECT_EQ(copy.back(), 0xEE);
+                std::fill_n(&changed.at(array).at(at), size, 0x77);
+                copy.assign(size, 0x77);
+                EXPECT_EQ((table.get()->*set)(num, copy.data()), 1);
+                EXPECT_EQ(arrays, changed) << "and nothing beside it";
+            }
+            Bytes buffer(256, 0xEE);
+            const Arrays before = arrays;
+            for (const auto& [of, num] : {std::pair(table.get(), std::uint16_t{0}),
+                                          {table.get(), kCount + 1},
+                                          {empty.get(), 1}}) {
+                EXPECT_EQ((of->*get)(num, buffer.data()) + (of->*set)(num, buffer.data()), 0);
+                EXPECT_EQ((of->*address)(num), nullptr) << num;
+            }
+            EXPECT_EQ((table.get()->*get)(1, nullptr) + (table.get()->*set)(1, nullptr), 0);
+            // Scaled writes are for VA only.
+            const std::uint16_t none = type.type == sim::TypeCode::VA ? 0 : 1;
+            EXPECT_EQ(table->setCurDatScale(none, buffer.data(), 0, 1), 0);
+            EXPECT_EQ(buffer, Bytes(256, 0xEE));
+            EXPECT_EQ(arrays, before);
         }
     }
-}
-
-TEST_P(TypeVars, FailsForNumbersArraysAndBuffersThatAreNotThere) {
-    const auto missing = newTypeVars(layout.code);
-    missing->setmaxnum(kCount);
-    const Arrays before = arrays;
-    Bytes buffer(256, 0xEE);
-    for (const auto& [get, set, address] : kOperations) {
-        for (const auto& [of, num] :
-             {std::pair(table.get(), 0), {table.get(), kCount + 1}, {missing.get(), 1}}) {
-            const auto number = static_cast<std::uint16_t>(num);
-            EXPECT_EQ((of->*get)(number, buffer.data()), 0) << num;
-            EXPECT_EQ((of->*set)(number, buffer.data()), 0) << num;
-            EXPECT_EQ((of->*address)(number), nullptr) << num;
-        }
-        EXPECT_EQ((table.get()->*get)(1, nullptr) + (table.get()->*set)(1, nullptr), 0);
-    }
-    // Scaled writes are for VA only.
-    const std::uint16_t num = layout.code == 1 ? 0 : 1;
-    EXPECT_EQ(table->setCurDatScale(num, buffer.data(), 0, 1), 0);
-    EXPECT_EQ(buffer, Bytes(256, 0xEE));
-    EXPECT_EQ(arrays, before);
     EXPECT_EQ(newTypeVars(0), nullptr);
     EXPECT_EQ(newTypeVars(12), nullptr);
 }
