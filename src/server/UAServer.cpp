@@ -14,6 +14,7 @@
 #include "server/diagnostics/OperatorMessages.h"
 #include "server/diagnostics/SleepForever.h"
 #include "server/endpoint/Capabilities.h"
+#include "server/endpoint/ExclusivePort.h"
 #include "server/endpoint/Identity.h"
 #include "server/endpoint/TcpManager.h"
 #include "server/operative/IndexedNodeStore.h"
@@ -105,10 +106,10 @@ UAServer::UAServer() : rootId_(UA_NODEID_NUMERIC(0, kRootFolder)), server_(UA_Se
     UA_ServerConfig* const config = UA_Server_getConfig(server_);
     setMinimalConfig(*config, kDefaultPort);
     setLogLevel(*config, logLevel_);
-    if (UA_ConnectionManager* const tcp = tcpManager(*config);
-        tcp == nullptr || !queueAnswers(*tcp)) {
-        throw std::runtime_error("Failed to create server instance");
-    }
+    UA_ConnectionManager* const tcp = tcpManager(*config);
+    if (tcp == nullptr) throw std::runtime_error("Failed to create server instance");
+    listenExclusively(*tcp);
+    if (!queueAnswers(*tcp)) throw std::runtime_error("Failed to create server instance");
     config->nodestore = indexVariables(config->nodestore);
     namespaceIndex_ = UA_Server_addNamespace(server_, "urn:vesk");
     // What cannot be announced is no reason not to serve.

@@ -5,6 +5,7 @@
 #include <array>
 #include <ctime>
 
+#include "server/limits/Limits.h"
 #include "server/operative/UaView.h"
 
 namespace {
@@ -32,6 +33,10 @@ UA_TimeZoneDataType localTime(const UA_ServerConfig& /*config*/) {
 /// The archive's time stamps are given as server times too when a client asks for these.
 UA_Boolean serverTimestampSupported(const UA_ServerConfig& /*config*/) {
     return true;
+}
+
+UA_UInt32 nodesPerHistoryRead(const UA_ServerConfig& /*config*/) {
+    return kNodesPerHistoryRead;
 }
 
 template <auto Value>
@@ -80,8 +85,7 @@ constexpr std::array kProperties{
     Property{UA_NS0ID_SERVER_SERVERCAPABILITIES_MAXSUBSCRIPTIONSPERSESSION, kCapabilities, "MaxSubscriptionsPerSession", UA_TYPES_UINT32, readValue<limit<&Config::maxSubscriptionsPerSession>>},
     Property{UA_NS0ID_SERVER_SERVERCAPABILITIES_MAXMONITOREDITEMS, kCapabilities, "MaxMonitoredItems", UA_TYPES_UINT32, readValue<limit<&Config::maxMonitoredItems>>},
     Property{UA_NS0ID_SERVER_SERVERCAPABILITIES_MAXMONITOREDITEMSPERSUBSCRIPTION, kCapabilities, "MaxMonitoredItemsPerSubscription", UA_TYPES_UINT32, readValue<limit<&Config::maxMonitoredItemsPerSubscription>>},
-    // The library checks history reads against the limit of reads.
-    Property{UA_NS0ID_SERVER_SERVERCAPABILITIES_OPERATIONLIMITS_MAXNODESPERHISTORYREADDATA, kOperations, "MaxNodesPerHistoryReadData", UA_TYPES_UINT32, readValue<limit<&Config::maxNodesPerRead>>},
+    Property{UA_NS0ID_SERVER_SERVERCAPABILITIES_OPERATIONLIMITS_MAXNODESPERHISTORYREADDATA, kOperations, "MaxNodesPerHistoryReadData", UA_TYPES_UINT32, readValue<nodesPerHistoryRead>},
 };
 // clang-format on
 

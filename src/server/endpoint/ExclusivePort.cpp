@@ -7,8 +7,6 @@
 
 #include <cerrno>
 
-#include "server/endpoint/TcpManager.h"
-
 // ---- The port ----------------------------------------------------------------------------------
 
 namespace {
@@ -100,9 +98,8 @@ UA_StatusCode openIfOurs(UA_ConnectionManager* manager, const UA_KeyValueMap* pa
 
 }  // namespace
 
-void listenExclusively(const UA_ServerConfig& config) {
-    UA_ConnectionManager* const manager = tcpManager(config);
-    if (manager == nullptr || manager->openConnection == openIfOurs) return;
-    openUnchecked = manager->openConnection;
-    manager->openConnection = openIfOurs;
+void listenExclusively(UA_ConnectionManager& manager) {
+    if (manager.openConnection == openIfOurs) return;
+    openUnchecked = manager.openConnection;
+    manager.openConnection = openIfOurs;
 }

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <open62541/server.h>
+#include <open62541/plugin/eventloop.h>
 
 #include <array>
 #include <cstdint>
@@ -32,6 +32,7 @@ class ExclusivePort {
     bool ours_ = true;
 };
 
-/// Lets the server listen on ports only that are its alone. A port that is not makes the start of
-/// the server's loop fail. Before the loop is started.
-void listenExclusively(const UA_ServerConfig& config);
+/// Lets the library's own connection manager listen on ports only that are the server's alone. A
+/// port that is not makes the start of the server's loop fail. To be given the manager itself, not
+/// one put before it: the library tries all of them in turn.
+void listenExclusively(UA_ConnectionManager& manager);

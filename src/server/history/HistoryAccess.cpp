@@ -8,6 +8,29 @@
 #include "server/history/HistoryBackend.h"
 #include "server/history/HistoryCapabilities.h"
 #include "server/history/HistoryRefusals.h"
+#include "server/limits/Limits.h"
+
+namespace {
+
+using ReadRaw = decltype(UA_HistoryDatabase::readRaw);
+
+ReadRaw readRawOfAll = nullptr;  // the library's; set once, before the server's loop runs
+
+/// The server does nothing else until the archive has answered for all nodes.
+void readRawOfFew(UA_Server* server, void* database, const UA_NodeId* session, void* sessionContext,
+                  const UA_RequestHeader* header, const UA_ReadRawModifiedDetails* details,
+                  UA_TimestampsToReturn timestamps, UA_Boolean release, std::size_t count,
+                  const UA_HistoryReadValueId* nodes, UA_HistoryReadResponse* response,
+                  UA_HistoryData* const* const data) {
+    if (count > kNodesPerHistoryRead) {
+        response->responseHeader.serviceResult = UA_STATUSCODE_BADTOOMANYOPERATIONS;
+        return;
+    }
+    readRawOfAll(server, database, session, sessionContext, header, details, timestamps, release,
+                 count, nodes, response, data);
+}
+
+}  // namespace
 
 void HistoryAccess::install(UAServer& server) {
     backend_ = UA_HistoryDataBackend_RTEX();
@@ -19,6 +42,8 @@ void HistoryAccess::install(UAServer& server) {
     ofDatabase.setValue = nullptr;
     UA_HistoryDatabase database = UA_HistoryDatabase_default(ofDatabase);
     refuseUnofferedHistory(database);
+    readRawOfAll = database.readRaw;
+    database.readRaw = readRawOfFew;
     UA_Server_getConfig(server.instance())->historyDatabase = database;
 }
 

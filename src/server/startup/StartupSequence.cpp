@@ -11,7 +11,9 @@
 #include "server/diagnostics/LogControllerWriter.h"
 #include "server/diagnostics/OperatorMessages.h"
 #include "server/diagnostics/SleepForever.h"
-#include "server/endpoint/ExclusivePort.h"
+#include "server/endpoint/Descriptors.h"
+#include "server/limits/Limits.h"
+#include "server/limits/SessionGuard.h"
 #include "server/supervision/ServiceLevel.h"
 #include "server/text/Cp866Literal.h"
 #include "server/variables/UARTEXVariable.h"
@@ -84,7 +86,8 @@ bool publishOperativeData(const Subsystems& subsystems) {
 void configureEndpoint() {
     uaserver.setServerPort();
     uaserver.configurePort();
-    listenExclusively(*UA_Server_getConfig(uaserver.instance()));
+    UA_ServerConfig& config = *UA_Server_getConfig(uaserver.instance());
+    applyLimits(config, provideDescriptors(wantedDescriptors()));
     uaserver.denyNodeManagement();
     uaserver.setSourcesSampleInterval();
     uaserver.configureSubscriptionLimits();
@@ -121,6 +124,7 @@ int runStartupSequence(const Subsystems& subsystems) {
     const bool historical = uaserver.historicalDataMode() && builds(subsystems.buildHistory);
 
     const ServiceLevel serviceLevel(uaserver.instance(), DatabaseWatch(UARTEXVariable::veskdb));
+    const SessionGuard sessionGuard(uaserver.instance());
     uaserver.run(modeTextCp866(operative, historical));
     unregisterProcess();
     return 0;

@@ -18,7 +18,7 @@ from nodes import OBJECTS_FOLDER, Node, NodeKey, Text
 from programs import PORT
 
 _TIMEOUT_S = 15.0
-_NODES_A_REQUEST = 500
+_NODES_A_REQUEST = 200  # of what a server allows a browse
 
 OBJECTS_FOLDER_ID = ua.NodeId(85, 0)
 

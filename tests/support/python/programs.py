@@ -65,6 +65,11 @@ class Program:
         printed = self.output().decode("utf-8", "replace")
         return f"status {self.process.returncode}, printed:\n{printed}"
 
+    def cpu_seconds(self) -> float:
+        """Processor time that it has used so far."""
+        words = Path(f"/proc/{self.pid}/stat").read_text().rpartition(")")[2].split()
+        return (int(words[11]) + int(words[12])) / os.sysconf("SC_CLK_TCK")
+
     def exit_status(self, patience_s: float = PATIENCE_S) -> int:
         """Waits for the end; the negative signal number when a signal ended the process."""
         try:

@@ -1,0 +1,46 @@
+#pragma once
+
+#include <open62541/server.h>
+
+#include <cstddef>
+
+// What the server grants its clients, so that no client can take the machine's memory, keep the
+// others waiting or lock them out. docs/limits.md shows the numbers to users.
+
+/// Nodes of one history read. With 1000 values of each, which is the most that one node has in an
+/// answer, it is 1.7 MB long, less than kMessageBytes.
+inline constexpr UA_UInt32 kNodesPerHistoryRead = 64;
+
+/// Monitored items of all sessions. Twenty clients of 10 000 have room.
+inline constexpr UA_UInt32 kItemsInAll = 250'000;
+
+/// Monitored items of one session in all its subscriptions: removing them all, which happens in
+/// one go when the session ends, takes about 20 ms.
+inline constexpr UA_UInt32 kItemsPerSession = 20'000;
+
+/// Bytes of the texts by which a client describes itself and its session, together.
+inline constexpr std::size_t kSessionTextBytes = 4'096;
+
+/// A session without a connection is closed, with its subscriptions, after this time: until then
+/// a client that has lost its connection can go on with it.
+inline constexpr double kSessionWithoutConnectionMs = 60'000.0;
+
+/// A session may be closed for the sake of a new one when all are taken and it has sent no request
+/// for so long.
+inline constexpr double kIdleSessionMs = 4'000.0;
+
+/// A subscription whose client is gone lives no longer than this or three publishing intervals,
+/// whichever is longer.
+inline constexpr double kSubscriptionLifetimeMs = 600'000.0;
+
+/// Descriptors that the server itself needs at most: streams, event loop, listening sockets, log,
+/// trend archive. Connections get the others.
+inline constexpr std::size_t kOwnDescriptors = 32;
+
+/// Descriptors with which every connection that the limits allow can be served.
+std::size_t wantedDescriptors();
+
+/// Writes all limits into the library's configuration, except the limits of intervals, which are
+/// UAServer's. After each of the library's own configurations, which reset them.
+/// @param descriptors  how many the process may have open; fewer than wanted mean fewer connections
+void applyLimits(UA_ServerConfig& config, std::size_t descriptors);

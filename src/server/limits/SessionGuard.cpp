@@ -1,0 +1,204 @@
+#include "server/limits/SessionGuard.h"
+
+#include <open62541/nodeids.h>
+
+#include <algorithm>
+#include <cassert>
+#include <utility>
+
+#include "server/limits/Limits.h"
+
+// ---- What the library says ---------------------------------------------------------------------
+
+namespace {
+
+SessionGuard* installed = nullptr;  // the library's notifications carry no context
+
+/// @return null when the notification does not say
+template <class T>
+T* said(const UA_KeyValueMap& payload, const char* name, int type) {
+    const UA_QualifiedName key = UA_QUALIFIEDNAME(0, const_cast<char*>(name));
+    const UA_Variant* const value = UA_KeyValueMap_get(&payload, key);
+    if (value == nullptr || !UA_Variant_hasScalarType(value, &UA_TYPES[type])) return nullptr;
+    return static_cast<T*>(value->data);
+}
+
+/// OPC 10000-4, 5.14.2: at least three keep-alive times. The notification points into the
+/// subscription, before the client is answered: so the client is told what it gets.
+void limitLifetime(const UA_KeyValueMap& payload) {
+    const auto* const interval = said<UA_Double>(payload, "publishing-interval", UA_TYPES_DOUBLE);
+    auto* const lifetime = said<UA_UInt32>(payload, "lifetime-count", UA_TYPES_UINT32);
+    auto* const keepAlive = said<UA_UInt32>(payload, "max-keepalive-count", UA_TYPES_UINT32);
+    if (interval == nullptr || lifetime == nullptr || keepAlive == nullptr) return;
+    const double most = std::max(3.0, kSubscriptionLifetimeMs / *interval);
+    if (*lifetime <= most) return;
+    *lifetime = static_cast<UA_UInt32>(most);
+    *keepAlive = std::min(*keepAlive, *lifetime / 3);
+}
+
+UA_DateTime ticks(double milliseconds) {
+    return static_cast<UA_DateTime>(milliseconds * UA_DATETIME_MSEC);
+}
+
+}  // namespace
+
+SessionGuard::SessionGuard(UA_Server* server) : server_(server) {
+    assert(installed == nullptr);
+    installed = this;
+    config().sessionNotificationCallback = [](UA_Server*, UA_ApplicationNotificationType type,
+                                              const UA_KeyValueMap payload) {
+        const auto* const id = said<UA_NodeId>(payload, "session-id", UA_TYPES_NODEID);
+        if (id != nullptr) installed->onSession(type, *id);
+    };
+    config().serviceNotificationCallback = [](UA_Server*, UA_ApplicationNotificationType type,
+                                              const UA_KeyValueMap payload) {
+        const auto* const id = said<UA_NodeId>(payload, "session-id", UA_TYPES_NODEID);
+        const auto* const service = said<UA_NodeId>(payload, "service-type", UA_TYPES_NODEID);
+        if (id == nullptr || service == nullptr) return;
+        const bool begins = type == UA_APPLICATIONNOTIFICATIONTYPE_SERVICE_BEGIN;
+        installed->onService(begins, *id, *service);
+    };
+    config().subscriptionNotificationCallback = [](UA_Server*, UA_ApplicationNotificationType type,
+                                                   const UA_KeyValueMap payload) {
+        if (type == UA_APPLICATIONNOTIFICATIONTYPE_SUBSCRIPTION_CREATED ||
+            type == UA_APPLICATIONNOTIFICATIONTYPE_SUBSCRIPTION_MODIFIED)
+            limitLifetime(payload);
+    };
+    config().monitoredItemRegisterCallback =
+        [](UA_Server*, const UA_NodeId* session, void*, const UA_NodeId*, void*, UA_UInt32,
+           UA_Boolean removed) { installed->onItem(session, removed); };
+    constexpr double kPeriodMs = 1000.0;
+    // Out of memory at this point ends the start soon enough.
+    (void)UA_Server_addRepeatedCallback(
+        server_, [](UA_Server*, void* self) { static_cast<SessionGuard*>(self)->closeAbandoned(); },
+        this, kPeriodMs, &timer_);
+}
+
+SessionGuard::~SessionGuard() {
+    UA_Server_removeCallback(server_, timer_);
+    config().sessionNotificationCallback = nullptr;
+    config().serviceNotificationCallback = nullptr;
+    config().subscriptionNotificationCallback = nullptr;
+    config().monitoredItemRegisterCallback = nullptr;
+    installed = nullptr;
+}
+
+UA_ServerConfig& SessionGuard::config() const {
+    return *UA_Server_getConfig(server_);
+}
+
+SessionGuard::Session* SessionGuard::find(const UA_NodeId& id) {
+    const auto found = std::find_if(sessions_.begin(), sessions_.end(),
+                                    [&](const Session& s) { return UA_NodeId_equal(&s.id, &id); });
+    return found != sessions_.end() ? &*found : nullptr;
+}
+
+// ---- Sessions ----------------------------------------------------------------------------------
+
+void SessionGuard::onSession(UA_ApplicationNotificationType type, const UA_NodeId& id) {
+    const UA_DateTime now = UA_DateTime_nowMonotonic();
+    if (type == UA_APPLICATIONNOTIFICATIONTYPE_SESSION_CREATED) sessions_.push_back({id, now});
+    Session* const session = find(id);
+    if (session == nullptr) return;
+    if (type == UA_APPLICATIONNOTIFICATIONTYPE_SESSION_ACTIVATED) {
+        session->activated = true;
+        session->withoutConnectionSince = 0;
+    } else if (type == UA_APPLICATIONNOTIFICATIONTYPE_SESSION_DEACTIVATED) {
+        session->withoutConnectionSince = now;
+    } else if (type == UA_APPLICATIONNOTIFICATIONTYPE_SESSION_CLOSED) {
+        sessions_.erase(sessions_.begin() + (session - sessions_.data()));
+    }
+}
+
+void SessionGuard::onService(bool begins, const UA_NodeId& session, const UA_NodeId& service) {
+    if (begins) {
+        if (Session* const known = find(session)) known->lastRequest = UA_DateTime_nowMonotonic();
+    }
+    switch (service.identifier.numeric) {
+        case UA_NS0ID_CREATESESSIONREQUEST:
+            if (begins) {
+                makeRoom();
+            } else if (!sessions_.empty() && saysTooMuch(sessions_.back().id)) {
+                close(sessions_.back().id);  // its client finds out when it activates it
+            }
+            break;
+        case UA_NS0ID_CREATEMONITOREDITEMSREQUEST:
+            if (begins) {
+                limitItems(session);
+            } else {
+                config().maxMonitoredItems = kItemsInAll;
+            }
+            break;
+        default:
+            break;
+    }
+}
+
+/// Closes the session with all its subscriptions. The library has forgotten one that has just timed
+/// out, and reports its end itself.
+void SessionGuard::close(const UA_NodeId& id) {
+    const UA_NodeId copy = id;  // the entry goes with it
+    (void)UA_Server_closeSession(server_, &copy);
+}
+
+void SessionGuard::closeAbandoned() {
+    const UA_DateTime since = UA_DateTime_nowMonotonic() - ticks(kSessionWithoutConnectionMs);
+    // One a second: what a session leaves behind takes some ms to remove.
+    const auto abandoned = std::find_if(sessions_.begin(), sessions_.end(), [&](const Session& s) {
+        return s.withoutConnectionSince != 0 && s.withoutConnectionSince < since;
+    });
+    if (abandoned != sessions_.end()) close(abandoned->id);
+}
+
+void SessionGuard::makeRoom() {
+    if (sessions_.size() < config().maxSessions) return;
+    // The library gives one that was never activated up by itself.
+    if (!std::all_of(sessions_.begin(), sessions_.end(), [](auto& s) { return s.activated; }))
+        return;
+    const auto unusedSince = [](const Session& s) {
+        const bool connected = s.withoutConnectionSince == 0;
+        return std::pair(connected, connected ? s.lastRequest : s.withoutConnectionSince);
+    };
+    const Session& unused = *std::min_element(
+        sessions_.begin(), sessions_.end(),
+        [&](auto& left, auto& right) { return unusedSince(left) < unusedSince(right); });
+    const UA_DateTime idle = UA_DateTime_nowMonotonic() - ticks(kIdleSessionMs);
+    const auto [connected, since] = unusedSince(unused);
+    if (!connected || since < idle) close(unused.id);
+}
+
+bool SessionGuard::saysTooMuch(const UA_NodeId& id) const {
+    const auto bytes = [&](const char* name, int type) {
+        UA_Variant value{};
+        const UA_QualifiedName key = UA_QUALIFIEDNAME(0, const_cast<char*>(name));
+        if (UA_Server_getSessionAttribute(server_, &id, key, &value) != UA_STATUSCODE_GOOD)
+            return std::size_t{0};
+        return UA_calcSizeBinary(value.data, &UA_TYPES[type], nullptr);
+    };
+    return bytes("sessionName", UA_TYPES_STRING) +
+               bytes("clientDescription", UA_TYPES_APPLICATIONDESCRIPTION) >
+           kSessionTextBytes;
+}
+
+// ---- Monitored items ---------------------------------------------------------------------------
+
+void SessionGuard::onItem(const UA_NodeId* session, bool removed) {
+    Session* const known = session != nullptr ? find(*session) : nullptr;
+    if (!removed) {
+        ++items_;
+        if (known != nullptr) ++known->items;
+        return;
+    }
+    --items_;
+    // A subscription may have come from another session, with items that were not counted here.
+    if (known != nullptr && known->items > 0) --known->items;
+}
+
+/// The library knows a limit of all sessions together only: for the time of one request it is what
+/// this session may still have.
+void SessionGuard::limitItems(const UA_NodeId& session) {
+    const Session* const known = find(session);
+    if (known == nullptr) return;
+    const UA_UInt32 left = kItemsPerSession - std::min(known->items, kItemsPerSession);
+    config().maxMonitoredItems = std::min(kItemsInAll, items_ + left);
+}

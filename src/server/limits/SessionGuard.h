@@ -1,0 +1,55 @@
+#pragma once
+
+#include <open62541/server.h>
+
+#include <vector>
+
+/// Sees to it that sessions which nobody uses any more do not keep clients out, and that no session
+/// takes more than its share. Knows of sessions what the library's notifications say. Server
+/// thread.
+///
+/// - When all sessions are taken and a client asks for one: the session that has been without a
+///   connection for the longest time is closed, or else the one that has sent no request for the
+///   longest time, kIdleSessionMs at least.
+/// - A session without a connection is closed after kSessionWithoutConnectionMs.
+/// - A session may have kItemsPerSession monitored items.
+/// - A session whose client describes it with more than kSessionTextBytes is closed.
+/// - Subscriptions outlive their client by kSubscriptionLifetimeMs at most.
+///
+/// One object in the process.
+class SessionGuard {
+  public:
+    /// Installs itself in the server's configuration. Before the server's loop runs.
+    /// @param server  not owned, outlives this object
+    explicit SessionGuard(UA_Server* server);
+    /// Takes itself out again.
+    ~SessionGuard();
+    SessionGuard(const SessionGuard&) = delete;
+    SessionGuard& operator=(const SessionGuard&) = delete;
+
+  private:
+    struct Session {
+        UA_NodeId id;  // a Guid, so there is nothing to free
+        UA_DateTime lastRequest;
+        UA_DateTime withoutConnectionSince = 0;  // 0: it has one
+        bool activated = false;
+        UA_UInt32 items = 0;
+    };
+
+    // Times are the library's monotonic clock, 100 ns ticks.
+    void onSession(UA_ApplicationNotificationType type, const UA_NodeId& id);
+    void onService(bool begins, const UA_NodeId& session, const UA_NodeId& service);
+    void onItem(const UA_NodeId* session, bool removed);
+    void closeAbandoned();
+    void makeRoom();
+    void close(const UA_NodeId& id);
+    void limitItems(const UA_NodeId& session);
+    [[nodiscard]] bool saysTooMuch(const UA_NodeId& id) const;
+    [[nodiscard]] Session* find(const UA_NodeId& id);
+    [[nodiscard]] UA_ServerConfig& config() const;
+
+    UA_Server* server_;
+    UA_UInt64 timer_ = 0;
+    std::vector<Session> sessions_;  // oldest first
+    UA_UInt32 items_ = 0;            // of all sessions, and of subscriptions without one
+};

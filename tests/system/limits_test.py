@@ -1,0 +1,205 @@
+"""Each limit of docs/limits.md overrun: the client is refused, and the others are served."""
+
+import resource
+import socket
+import time
+from collections.abc import Callable, Coroutine
+from contextlib import ExitStack, closing
+from typing import Any
+
+import pytest
+from asyncua import Client, ua
+from asyncua.client.ua_client import UaClient
+
+from conftest import Site
+from programs import PORT
+from published_tags import item, publishing
+from raw_client import RawClient, Refused
+from waiting import wait_until
+
+SERVER = ua.NodeId(ua.ObjectIds.Server)
+LEVEL = ua.NodeId(ua.ObjectIds.Server_ServiceLevel)
+TOO_MANY = ua.StatusCodes.BadTooManyOperations
+
+
+def subscribing(**settings: Any) -> ua.CreateSubscriptionParameters:
+    asked = {"RequestedPublishingInterval": 1000.0, "RequestedLifetimeCount": 2**32 - 1}
+    return ua.CreateSubscriptionParameters(
+        **asked | {"RequestedMaxKeepAliveCount": 2**32 - 1} | settings
+    )
+
+
+def monitoring(subscription: int, count: int) -> ua.CreateMonitoredItemsParameters:
+    wanted = ua.MonitoredItemCreateRequest(
+        ItemToMonitor=ua.ReadValueId(LEVEL, ua.AttributeIds.Value),
+        MonitoringMode=ua.MonitoringMode.Reporting,
+        RequestedParameters=ua.MonitoringParameters(SamplingInterval=1e6, QueueSize=2**32 - 1),
+    )
+    return ua.CreateMonitoredItemsParameters(subscription, ItemsToCreate=[wanted] * count)
+
+
+async def subscribe(services: UaClient, **settings: Any) -> ua.CreateSubscriptionResult:
+    return await services.create_subscription(subscribing(**settings), lambda answer: None)
+
+
+async def monitor(services: UaClient, count: int) -> list[Any]:
+    subscription = await subscribe(services)
+    return await services.create_monitored_items(monitoring(subscription.SubscriptionId, count))
+
+
+def values(count: int) -> ua.ReadParameters:
+    return ua.ReadParameters(NodesToRead=[ua.ReadValueId(LEVEL, ua.AttributeIds.Value)] * count)
+
+
+def written(count: int) -> ua.WriteParameters:
+    nothing = ua.WriteValue(LEVEL, ua.AttributeIds.Value, Value=ua.DataValue())
+    return ua.WriteParameters(NodesToWrite=[nothing] * count)
+
+
+def browsed(count: int) -> ua.BrowseParameters:
+    return ua.BrowseParameters(NodesToBrowse=[ua.BrowseDescription(NodeId=SERVER)] * count)
+
+
+def raw_history(count: int) -> ua.HistoryReadParameters:
+    now = ua.get_win_epoch()
+    details = ua.ReadRawModifiedDetails(IsReadModified=False, StartTime=now, EndTime=now)
+    nodes = [ua.HistoryReadValueId(NodeId=LEVEL)] * count
+    return ua.HistoryReadParameters(HistoryReadDetails=details, NodesToRead=nodes)
+
+
+Request = Callable[[UaClient, int], Coroutine[Any, Any, Any]]
+
+
+# request, how many operations it may have
+@pytest.mark.parametrize(
+    ("request_of", "most"),
+    [
+        (lambda services, count: services.read(values(count)), 10_000),
+        (lambda services, count: services.write(written(count)), 2_000),
+        (lambda services, count: services.browse(browsed(count)), 200),
+        (lambda services, count: services.register_nodes([LEVEL] * count), 10_000),
+        (
+            lambda services, count: services.translate_browsepaths_to_nodeids(
+                [ua.BrowsePath(SERVER)] * count
+            ),
+            1_000,
+        ),
+        (lambda services, count: services.call([ua.CallMethodRequest(SERVER)] * count), 10),
+        (lambda services, count: services.history_read(raw_history(count)), 64),
+        (monitor, 10_000),
+    ],
+)
+def test_operations_of_one_request(request_of: Request, most: int, site: Site) -> None:
+    site.start(va=1)
+    client = site.serve(publishing(("VA", 29)))
+    services = client.client.uaclient
+    client.run(request_of(services, most))
+    with pytest.raises(ua.UaStatusCodeError) as refusal:
+        client.run(request_of(services, most + 1))
+    assert refusal.value.code == TOO_MANY
+    assert client.read(item("VA", 1, 29)).Value is not None
+
+
+def test_what_is_granted_of_what_is_asked(site: Site) -> None:
+    site.start(va=1)
+    client = site.serve(publishing(("VA", 29)))
+    services = client.client.uaclient
+    for interval_ms, lifetime, keep_alive in (
+        (1_000.0, 300, 100),
+        (10_000.0, 60, 20),  # ten minutes
+        (3_600_000.0, 3, 1),
+    ):
+        made = client.run(subscribe(services, RequestedPublishingInterval=interval_ms))
+        granted = (made.RevisedLifetimeCount, made.RevisedMaxKeepAliveCount)
+        assert granted == (lifetime, keep_alive)
+    assert client.run(monitor(services, 1))[0].RevisedQueueSize == 10
+    assert client.client.session_timeout == 120_000
+    while True:
+        try:
+            made = client.run(subscribe(services))
+        except ua.UaStatusCodeError as refusal:
+            assert refusal.code == ua.StatusCodes.BadTooManySubscriptions
+            break
+    assert made.SubscriptionId == 40
+
+
+def test_monitored_items_of_one_session(site: Site) -> None:
+    """However many subscriptions they are spread over."""
+    site.start(va=1)
+    client = site.serve(publishing(("VA", 29)))
+    services = client.client.uaclient
+    for _ in range(2):
+        assert all(made.StatusCode.is_good() for made in client.run(monitor(services, 10_000)))
+    (refused,) = client.run(monitor(services, 1))
+    assert refused.StatusCode.value == ua.StatusCodes.BadTooManyMonitoredItems
+    other = site.connect()
+    (made,) = other.run(monitor(other.client.uaclient, 1))
+    assert made.StatusCode.is_good()
+
+
+def test_a_message_that_is_too_long(site: Site) -> None:
+    """The connection ends before the message does, and the server has not grown by much more."""
+    site.start(va=1)
+    client = site.serve(publishing(("VA", 29)))
+    with pytest.raises((ConnectionError, ua.UaError, TimeoutError)):
+        client.run(client.client.uaclient.write(written(200_000)))
+    assert site.connect().read(item("VA", 1, 29)).Value is not None
+
+
+def test_sessions_that_nobody_uses_keep_nobody_out(site: Site) -> None:
+    site.start(va=1)
+    client = site.serve(publishing(("VA", 29)))
+    for _ in range(150):  # of 60
+        RawClient(PORT).close()
+    with ExitStack() as left:  # connected, and silent
+        for _ in range(59):
+            left.enter_context(closing(RawClient(PORT)))
+
+        def gets_in() -> bool:
+            try:
+                RawClient(PORT).close()
+            except Refused:
+                return False
+            return True
+
+        assert not gets_in()
+        wait_until(gets_in, "one of the silent ones is closed", patience_s=5)
+    assert client.read(item("VA", 1, 29)).Value is not None, "the one that is used lives on"
+
+
+def test_a_session_whose_client_says_too_much_of_itself(site: Site) -> None:
+    site.start(va=1)
+    client = site.serve(publishing(("VA", 29)))
+    talkative = Client(f"opc.tcp://127.0.0.1:{PORT}")
+    talkative.name = "n" * 5_000
+    with pytest.raises(ua.UaStatusCodeError):
+        client.run(talkative.connect())
+    talkative.name = "n" * 1_000
+    client.run(talkative.connect())
+    client.run(talkative.disconnect())
+
+
+def test_descriptors_run_out(site: Site) -> None:
+    """The server takes what it needs at its start. Without any left it turns connections away,
+    does not spin meanwhile, and recovers.
+    """
+    site.start(va=1)
+    before = resource.getrlimit(resource.RLIMIT_NOFILE)
+    resource.setrlimit(resource.RLIMIT_NOFILE, (64, before[1]))
+    try:
+        client = site.serve(publishing(("VA", 29)))
+    finally:
+        resource.setrlimit(resource.RLIMIT_NOFILE, before)
+    pid = site.server.pid
+    assert resource.prlimit(pid, resource.RLIMIT_NOFILE)[0] == 96
+    resource.prlimit(pid, resource.RLIMIT_NOFILE, (24, before[1]))
+    with ExitStack() as idle:
+        for _ in range(40):
+            last = idle.enter_context(socket.create_connection(("127.0.0.1", PORT)))
+        last.settimeout(5)
+        assert last.recv(1) == b"", "turned away"
+        used = site.server.cpu_seconds()
+        time.sleep(0.5)
+        assert site.server.cpu_seconds() - used < 0.1
+        assert client.read(item("VA", 1, 29)).Value is not None
+    site.connect()
