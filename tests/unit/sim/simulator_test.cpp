@@ -15,6 +15,7 @@
 
 #include "failure.h"
 #include "lib/util/shmem.h"
+#include "lib/util/veskpath.h"
 #include "lib/util/vs_sem.h"
 #include "memory/controller_ipc.h"
 #include "site/site.h"
@@ -59,7 +60,7 @@ TEST(Simulator, TakesTheUsersConfigurationAndCycle) {
                   std::string::npos);
         site.write("settings/veskkntr.ini", "[StartSetup]\nCycleTime = 30\n");
     });
-    EXPECT_TRUE(site.entries().contains("mine.ini"));
+    EXPECT_TRUE(std::filesystem::exists(site.path("mine.ini")));
     const std::string messages = ran({}, [] {});
     EXPECT_NE(messages.find("цикл 30 мс"), std::string::npos)
         << "an edited cycle is in force in the next run: " << messages;
@@ -87,7 +88,7 @@ TEST(Simulator, LeavesOnlyTheForeignSegmentWhenItRefuses) {
     });
     EXPECT_EQ(run.wait(), 0);
     EXPECT_NE(run.out().find("63"), std::string::npos) << run.out();
-    EXPECT_TRUE(temporary.entries().empty());
+    EXPECT_TRUE(std::filesystem::is_empty(temporary.path("")));
 }
 
 // ---- What it records ---------------------------------------------------------------------------
@@ -176,9 +177,12 @@ TEST(Trends, RefuseWhatTheyCannotGoOnWith) {
     EXPECT_EQ(codeOf(false), sim::ExitCode::failed);
     EXPECT_EQ(site.read("trends/archive.db"), std::string(8192, '?'));
     EXPECT_EQ(codeOf(true), sim::ExitCode::ok);
-    std::filesystem::remove_all(site.path(""));
+    setenv("VESKPATH", site.path("none").c_str(), 1);
+    SRV_Path.InitPathes();
     EXPECT_EQ(codeOf(false), sim::ExitCode::failed);
-    EXPECT_FALSE(std::filesystem::exists(site.path("")));
+    EXPECT_FALSE(std::filesystem::exists(site.path("none")));
+    unsetenv("VESKPATH");
+    SRV_Path.InitPathes();
 }
 
 }  // namespace
