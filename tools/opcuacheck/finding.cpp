@@ -17,6 +17,13 @@ Finding atEntry(const Checked& checked, RuleId rule, const Section& section, con
     return finding;
 }
 
+std::string numberText(double number) {
+    std::string text = std::to_string(number);
+    text.erase(text.find_last_not_of('0') + 1);
+    if (text.ends_with('.')) text.pop_back();
+    return text;
+}
+
 std::string wordOf(const PublishedType& type) {
     // The folders are named "<number>_<word>".
     return std::string(type.folderName.substr(type.folderName.find('_') + 1));

@@ -67,6 +67,9 @@ class EntryLooker {
     const KeyValue* entry_ = nullptr;
 };
 
+/// Without zeros at the end: "29.5", "500".
+[[nodiscard]] std::string numberText(double number);
+
 /// "VA", "RVV": what engineers call a published type.
 [[nodiscard]] std::string wordOf(const PublishedType& type);
 

@@ -149,7 +149,14 @@ class GeneralTraps : private EntryLooker {
         return true;
     }
 
-    void lookAtSampling() { (void)lookAtNumber(trim(entry_->value), RuleId::samplingNoNumber); }
+    void lookAtSampling() {
+        const std::string value = trim(entry_->value);
+        if (!lookAtNumber(value, RuleId::samplingNoNumber)) return;
+        const int cycleMs = checked_.view.cycleTimeMs;
+        const double askedMs = parseLeadingNumber(value).value_or(0);
+        if (decideSamplingInterval(askedMs, cycleMs).intervalMs.value_or(askedMs) > 0) return;
+        add(RuleId::cycleNotPositive, {std::to_string(cycleMs), numberText(askedMs)});
+    }
 
     void lookAtHistoryCount() {
         const std::string value = trim(entry_->value);

@@ -127,6 +127,11 @@ static const std::vector<Rule> kRules{
       "the sampling interval \"{0}\" is no number: it is silently not taken, 500 ms stay"},
      {"укажите число миллисекунд, например SamplingInterval = 500",
       "give a number of milliseconds, for example SamplingInterval = 500"}},
+    {RuleId::cycleNotPositive, "cycle-time", kWarning,
+     {"цикл контроллера — {0} мс, и сервер возьмёт его вместо периода опроса {1} мс: клиентам, которые просят самый короткий интервал публикации, он откажет в подписке",
+      "the controller's cycle is {0} ms, and the server takes it in place of a sampling interval of {1} ms: clients that ask for the shortest publishing interval are refused a subscription"},
+     {"укажите период опроса от 30 до 10000 мс и исправьте CycleTime в veskkntr.ini",
+      "give a sampling interval of 30 to 10000 ms, and correct CycleTime in veskkntr.ini"}},
     {RuleId::historyCountNoNumber, "history-count", kWarning,
      {"число значений истории «{0}» — не число: сервер возьмёт 100", "the count of history values \"{0}\" is no number: the server takes 100"},
      {"укажите от 1 до 1000, например CountHistoryTrends = 1000",
@@ -297,13 +302,14 @@ const Rule& ruleOf(RuleId id) {
 std::string filled(std::string_view pattern, const std::vector<std::string>& arguments) {
     std::string text;
     for (std::size_t i = 0; i < pattern.size(); ++i) {
-        const bool isPlace = pattern[i] == '{' && i + 2 < pattern.size() && pattern[i + 2] == '}';
-        const auto index = isPlace ? static_cast<std::size_t>(pattern[i + 1] - '0') : 0;
-        if (!isPlace || index >= arguments.size()) {
+        const bool isPlace = pattern[i] == '{' && i + 2 < pattern.size() && pattern[i + 2] == '}' &&
+                             pattern[i + 1] >= '0' && pattern[i + 1] <= '9';
+        if (!isPlace) {
             text += pattern[i];
             continue;
         }
-        text += arguments[index];
+        const auto index = static_cast<std::size_t>(pattern[i + 1] - '0');
+        text += index < arguments.size() ? arguments[index] : "…";
         i += 2;
     }
     return text;

@@ -40,6 +40,7 @@ enum class RuleId {
     nameBlanks,
     nameTrailingBlank,
     samplingNoNumber,
+    cycleNotPositive,
     historyCountNoNumber,
     historyCountBounds,
     numberWithRest,
@@ -101,7 +102,7 @@ struct Rule {
 /// Every row, for the list of codes.
 [[nodiscard]] const std::vector<Rule>& allRules();
 
-/// The pattern with its arguments; a place without an argument stays as it is.
+/// The pattern with its arguments; "…" at a place without one.
 [[nodiscard]] std::string filled(std::string_view pattern,
                                  const std::vector<std::string>& arguments);
 

@@ -13,13 +13,6 @@ namespace opcuacheck {
 
 namespace {
 
-std::string number(double value) {
-    std::string text = std::to_string(value);
-    text.erase(text.find_last_not_of('0') + 1);
-    if (text.ends_with('.')) text.pop_back();
-    return text;
-}
-
 std::string joined(const std::vector<std::string>& words) {
     std::string text;
     for (const std::string& word : words) {
@@ -197,10 +190,11 @@ void explainSampling(const Checked& checked, std::size_t index, Finding& finding
         if (!askedMs) break;
         const SamplingDecision decision = decideSamplingInterval(*askedMs, cycleMs);
         if (!decision.report || index-- > 0) continue;
-        finding.rule = !decision.intervalMs              ? RuleId::samplingBelowCycle
-                       : *askedMs > *decision.intervalMs ? RuleId::samplingLong
-                                                         : RuleId::samplingShort;
-        finding.arguments = {number(*askedMs), number(cycleMs), number(std::max(30.0, cycleMs))};
+        finding.rule = !decision.intervalMs             ? RuleId::samplingBelowCycle
+                       : *askedMs < kShortestIntervalMs ? RuleId::samplingShort
+                                                        : RuleId::samplingLong;
+        finding.arguments = {numberText(*askedMs), numberText(cycleMs),
+                             numberText(std::max(kShortestIntervalMs, cycleMs))};
         return;
     }
 }

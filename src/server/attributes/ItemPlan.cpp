@@ -55,7 +55,7 @@ void noteMissing(std::vector<TagInfo>& entries, const PublishedType& published,
                  const std::function<bool(int)>& isDescribed) {
     for (TagInfo& entry : entries) {
         const int number = entry.attributeNumber;
-        if (published.access.contains(number) && !isDescribed(number)) {
+        if (mayBeExported(published, number) && !isDescribed(number)) {
             entry.missing.push_back(entry.key);
         }
     }

@@ -32,8 +32,8 @@ ItemPlan makeItemPlan(std::vector<TagInfo> entries, const PublishedType& publish
 /// does not bar it.
 bool mayBeExported(const PublishedType& published, int attributeNumber);
 
-/// Puts an entry's own key into its `missing` when its attribute could be exported but the database
-/// does not describe it.
+/// Puts an entry's own key into its `missing` when its attribute may be exported but the database
+/// does not describe it. One that may not be is refused, whatever the database has.
 /// @param isDescribed  whether the database has an attribute of this number
 void noteMissing(std::vector<TagInfo>& entries, const PublishedType& published,
                  const std::function<bool(int)>& isDescribed);

@@ -12,9 +12,6 @@ namespace {
 
 constexpr std::size_t kApplicationNameBytes = 16;
 
-constexpr double kShortestIntervalMs = 30.0;
-constexpr double kLongestIntervalMs = 10'000.0;
-
 }  // namespace
 
 std::vector<std::string_view> valuesOf(const std::vector<Section>& sections, std::string_view key) {

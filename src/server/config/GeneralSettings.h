@@ -15,6 +15,10 @@
 inline constexpr int kFirstPort = 4840;
 inline constexpr int kLastPort = 4849;
 
+/// Sampling intervals that are taken as they are asked for.
+inline constexpr double kShortestIntervalMs = 30.0;
+inline constexpr double kLongestIntervalMs = 10'000.0;
+
 /// Every value of `key`, in the order of the loaded configuration.
 std::vector<std::string_view> valuesOf(const std::vector<Section>& sections, std::string_view key);
 

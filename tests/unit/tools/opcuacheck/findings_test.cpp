@@ -25,16 +25,30 @@ static Database smallDatabase() {
     return database;
 }
 
+/// How many arguments a text has places for.
+static std::size_t placesOf(std::string_view pattern) {
+    std::size_t places = 0;
+    for (std::size_t n = 0; n < 10; ++n) {
+        if (pattern.find("{" + std::to_string(n) + "}") != std::string::npos) places = n + 1;
+    }
+    return places;
+}
+
 /// "line code", in order.
 using Told = std::vector<std::string>;
+static std::set<RuleId> toldRules;
 static Told told(const std::string& bytes, const Database& database = smallDatabase()) {
     writeFile(kPath, bytes);
     const ConfigText text(bytes);
     const ServerView view = viewAsServer(kPath, kSettings, database);
     Told lines;
     for (const Finding& finding : allFindings(bytes, {text, view, database})) {
-        lines.push_back(std::to_string(finding.line) + " " +
-                        std::string(ruleOf(finding.rule).code));
+        const Rule& rule = ruleOf(finding.rule);
+        lines.push_back(std::to_string(finding.line) + " " + std::string(rule.code));
+        toldRules.insert(rule.id);
+        for (const auto pattern :
+             {rule.message.ru, rule.message.en, rule.advice.ru, rule.advice.en})
+            EXPECT_LE(placesOf(pattern), finding.arguments.size()) << pattern;
     }
     return lines;
 }
@@ -55,17 +69,25 @@ TEST(Opcuacheck, TellsEachTrapAtItsLine) {
         {"saved as Windows-1251", {"0 encoding"}, kHead + "; \xCA\xEE\xF2\xE5\xEB \xCF\xD0\n"});
     cases.push_back(
         {"a byte 0", {"3 file-nul", "3 line-ignored"}, kHead + std::string("x\0y\n", 4)});
-    std::set<std::string> codes{"tree-too-large"};  // told below
+    toldRules = {RuleId::fileNotOpened, RuleId::treeTooLarge};  // told below
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
         EXPECT_EQ(told(c.text), c.expected);
-        for (const std::string& finding : c.expected)
-            codes.insert(finding.substr(finding.find(' ') + 1));
     }
-    for (const Rule& rule : allRules()) {
-        const bool isError = rule.code.substr(0, 6) == "error-";
-        EXPECT_TRUE(isError || codes.contains(std::string(rule.code))) << rule.code;
-    }
+    Database described = smallDatabase();
+    described.attributes.emplace();
+    for (auto& attributes : *described.attributes)
+        attributes.assign(4, type_float);
+    EXPECT_EQ(
+        told(kTags + "Type1.b = B, 4\nRV = all\nType52.c = C, 5\nType52.d = D, 12\n", described),
+        (Told{"5 error-4", "8 error-4", "9 error-4"}))
+        << "only the first may be published";
+    EXPECT_EQ(told(kTags + "VD = 65536\nType2.a = A, 27\n", {}), Told{"6 list-absent"});
+    writeFile(kSettings, "CycleTime = -1\n");
+    EXPECT_EQ(told(kHead + "SamplingInterval = 29.999\n"), (Told{"3 error-2", "3 cycle-time"}));
+    std::filesystem::remove(kSettings);
+    for (const Rule& rule : allRules())
+        EXPECT_TRUE(toldRules.contains(rule.id)) << rule.message.en;
 }
 
 TEST(Opcuacheck, NamesNoRefusalForASleepingServer) {
@@ -77,14 +99,6 @@ TEST(Opcuacheck, NamesNoRefusalForASleepingServer) {
     EXPECT_FALSE(view.reports[1].given);
     EXPECT_EQ(view.reports[0].report.logLine, "ЦП 0: OPC UA Сервер: Ошибка конфигурации: 3 ");
     EXPECT_EQ(view.reports[0].report.journalText, "2");
-}
-
-TEST(Opcuacheck, AsksTheAttributeFilesForMissingAttributes) {
-    Database database = smallDatabase();
-    database.attributes.emplace()[0].assign(28, type_float);
-    EXPECT_EQ(told(kTags, database), Told{"5 error-4"}) << "29 is not described";
-    database.attributes->front().assign(29, type_float);
-    EXPECT_EQ(told(kTags, database), Told{});
 }
 
 TEST(Opcuacheck, WorksOutLongListsWithoutExpandingThem) {
@@ -102,15 +116,18 @@ TEST(Opcuacheck, WorksOutLongListsWithoutExpandingThem) {
 static std::pair<int, std::string> run(std::vector<const char*> arguments) {
     arguments.insert(arguments.begin(), "opcuacheck");
     Capture out(STDOUT_FILENO);
-    const Capture errors(STDERR_FILENO);
+    Capture errors(STDERR_FILENO);
     const int status = runProgram(static_cast<int>(arguments.size()), arguments.data());
-    return {status, out.text()};
+    const std::string printed = out.text();
+    EXPECT_THAT(printed + errors.text(), testing::Not(testing::HasSubstr("{0}")));
+    return {status, printed};
 }
 
 TEST(OpcuacheckProgram, TellsItsResultByItsStatus) {
     const char* const file = kPath.c_str();
     writeFile(kPath, kTags);
     EXPECT_EQ(run({file}).first, kClean);
+    EXPECT_EQ(run({"--codes"}).first, kClean);
     EXPECT_EQ(run({file, "--json"}).second, "[]\n");
     EXPECT_EQ(run({file, "--counts", "va=4,x=1"}).first, kBadUsage);
     EXPECT_EQ(run({file, "--rvs", "1-2147483647"}).first, kBadUsage);
@@ -144,5 +161,5 @@ TEST(OpcuacheckProgram, DocumentsHoldItsCodesAndACleanExample) {
 }
 
 TEST(Opcuacheck, FillsThePlacesOfItsTexts) {
-    EXPECT_EQ(filled("{1} and {0}, {2} {x", {"a", "b"}), "b and a, {2} {x");
+    EXPECT_EQ(filled("{1} and {0}, {2} {x", {"a", "b"}), "b and a, … {x");
 }
