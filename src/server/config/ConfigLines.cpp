@@ -1,7 +1,6 @@
 #include "server/config/ConfigLines.h"
 
 #include <algorithm>
-#include <tuple>
 #include <utility>
 
 // ---- Building ----------------------------------------------------------------------------------
@@ -23,7 +22,8 @@ ConfigLines::ConfigLines(std::string text) : text_(std::move(text)) {
         indexLine(all.substr(begin, end - begin), ++lineCount_);
         begin = end + 1;
     }
-    sortAssignments();
+    std::ranges::sort(assignments_, {}, &Line::text);
+    isPassed_.resize(static_cast<std::size_t>(lineCount_) + 1);
 }
 
 void ConfigLines::indexLine(std::string_view line, std::int32_t number) {
@@ -73,61 +73,34 @@ void ConfigLines::openSection(std::string_view heading) {
     sectionNames_.push_back(firstSpelling_.emplace(lowerCase(name), name).first->second);
 }
 
-void ConfigLines::sortAssignments() {
-    std::sort(assignments_.begin(), assignments_.end(), [](const Line& a, const Line& b) {
-        return std::tie(a.text, a.number) < std::tie(b.text, b.number);
-    });
-    const std::size_t count = assignments_.size();
-    firstNumber_.resize(2 * count);
-    for (std::size_t i = 0; i < count; ++i) {
-        firstNumber_[count + i] = assignments_[i].number;
-    }
-    for (std::size_t i = count; i-- > 1;) {
-        firstNumber_[i] = std::min(firstNumber_[2 * i], firstNumber_[2 * i + 1]);
-    }
-}
-
 // ---- Searching ---------------------------------------------------------------------------------
 
-ConfigLines::Range ConfigLines::assignmentsFrom(std::string_view start) const {
-    const auto before = [start](const Line& line) {
+/// The assignments that begin with `start`.
+std::span<const ConfigLines::Line> ConfigLines::assignmentsFrom(std::string_view start) const {
+    const auto isBefore = [start](const Line& line) {
         return line.text.substr(0, start.size()) < start;
     };
-    const auto notBehind = [start](const Line& line) {
-        return line.text.substr(0, start.size()) <= start;
-    };
-    const auto begin = std::partition_point(assignments_.begin(), assignments_.end(), before);
-    const auto end = std::partition_point(begin, assignments_.end(), notBehind);
-    return {static_cast<std::size_t>(begin - assignments_.begin()),
-            static_cast<std::size_t>(end - assignments_.begin())};
+    const auto begins = [start](const Line& line) { return line.text.starts_with(start); };
+    const auto begin = std::partition_point(assignments_.begin(), assignments_.end(), isBefore);
+    return {begin, std::partition_point(begin, assignments_.end(), begins)};
 }
 
-std::int32_t ConfigLines::firstAssignment(std::string_view start) const {
-    // The minimum over a range in logarithmic time: the leaves lie at count + i, parents at half.
-    std::int32_t first = noLine();
-    auto [begin, end] = assignmentsFrom(start);
-    begin += assignments_.size();
-    end += assignments_.size();
-    for (; begin < end; begin /= 2, end /= 2) {
-        if (begin % 2 == 1) first = std::min(first, firstNumber_[begin++]);
-        if (end % 2 == 1) first = std::min(first, firstNumber_[--end]);
+void ConfigLines::passOver(const std::vector<std::int32_t>& numbers, bool isPassed) const {
+    for (const std::int32_t number : numbers) {
+        if (number >= 0 && number <= lineCount_)
+            isPassed_[static_cast<std::size_t>(number)] = isPassed;
     }
-    return first;
 }
 
 std::int32_t ConfigLines::firstAssignment(std::string_view start,
                                           const std::vector<std::int32_t>& excluded) const {
-    std::vector<bool> isExcluded(static_cast<std::size_t>(lineCount_) + 1);
-    for (const std::int32_t number : excluded) {
-        if (number >= 0 && number <= lineCount_)
-            isExcluded[static_cast<std::size_t>(number)] = true;
-    }
+    passOver(excluded, true);
     std::int32_t first = noLine();
-    const Range range = assignmentsFrom(start);
-    for (std::size_t i = range.begin; i < range.end; ++i) {
-        const std::int32_t number = assignments_[i].number;
-        if (number < first && !isExcluded[static_cast<std::size_t>(number)]) first = number;
+    for (const Line& line : assignmentsFrom(start)) {
+        if (line.number < first && !isPassed_[static_cast<std::size_t>(line.number)])
+            first = line.number;
     }
+    passOver(excluded, false);
     return first;
 }
 

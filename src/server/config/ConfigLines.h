@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -9,8 +10,8 @@
 
 /// The text of one configuration file, indexed so that thousands of line searches in tens of
 /// thousands of lines stay quick. Lines count from 1; every search answers lineCount() + 1 when
-/// nothing matches. Immutable; the views point into the text it owns, so it can be neither copied
-/// nor moved.
+/// nothing matches. The views point into the text it owns, so it can be neither copied nor moved.
+/// One search at a time.
 class ConfigLines {
   public:
     explicit ConfigLines(std::string text);
@@ -19,11 +20,10 @@ class ConfigLines {
 
     [[nodiscard]] std::int32_t lineCount() const noexcept { return lineCount_; }
 
-    /// The first line beginning (after blanks and tabs) with `start` and holding "=".
-    [[nodiscard]] std::int32_t firstAssignment(std::string_view start) const;
-    /// The same without the lines in `excluded`.
-    [[nodiscard]] std::int32_t firstAssignment(std::string_view start,
-                                               const std::vector<std::int32_t>& excluded) const;
+    /// The first line beginning (after blanks and tabs) with `start` and holding "=", but for the
+    /// lines in `excluded`.
+    [[nodiscard]] std::int32_t firstAssignment(
+        std::string_view start, const std::vector<std::int32_t>& excluded = {}) const;
 
     /// The first line with a "[" before a "]" that contains `text`.
     [[nodiscard]] std::int32_t firstBracketed(std::string_view text) const;
@@ -43,22 +43,19 @@ class ConfigLines {
         Line line;
         std::size_t section;  // index in sectionNames_
     };
-    struct Range {
-        std::size_t begin, end;  // indices in assignments_
-    };
 
     void indexLine(std::string_view line, std::int32_t number);
     void indexEntry(const Line& line);
     void openSection(std::string_view heading);
-    void sortAssignments();
-    [[nodiscard]] Range assignmentsFrom(std::string_view start) const;
+    [[nodiscard]] std::span<const Line> assignmentsFrom(std::string_view start) const;
+    void passOver(const std::vector<std::int32_t>& numbers, bool isPassed) const;
     [[nodiscard]] std::int32_t noLine() const noexcept { return lineCount_ + 1; }
 
     std::string text_;
     std::int32_t lineCount_ = 0;
-    std::vector<Line> bracketed_;            // in file order
-    std::vector<Line> assignments_;          // sorted by text, so that a start is a range of it
-    std::vector<std::int32_t> firstNumber_;  // tree of minima over the numbers of assignments_
+    std::vector<Line> bracketed_;         // in file order
+    std::vector<Line> assignments_;       // sorted by text: lines that begin alike are neighbours
+    mutable std::vector<bool> isPassed_;  // by line number; all false between two searches
     std::unordered_map<std::string, std::vector<Entry>> entries_;  // by key; in file order
     std::vector<std::string> sectionNames_{""};                    // the last one is open
     std::unordered_map<std::string, std::string> firstSpelling_;   // by the name in lower case

@@ -22,6 +22,7 @@ TEST(LineSearch, FindsTheFirstLineThatLooksLikeAKeyOrASection) {
         {"in a comment", findLineNumber, ";Key=1\nKey=2\n", "Key", 2},
         {"nothing found, no line feed at the end", findLineNumber, "a=1\nb=2", "Key", 3},
         {"text around the brackets", findLineNumberBySubstring, "x Bad ] [ ]\n", "Bad", 1},
+        {"brackets the other way round", findLineNumberBySubstring, "] Bad [\n[Bad]\n", "Bad", 2},
         {"a longer name", findLineNumberBySubstring, "[VeryBad]\n[Bad]\n", "Bad", 1},
         {"another case", findLineNumberBySubstring, "[bad]\n", "Bad", 2},
         {"no name: the first heading", findLineNumberBySubstring, "x=1\n[A]\n", "", 2},
@@ -99,18 +100,25 @@ TEST(LineSearch, NoticesAnotherFileAndAChangedOne) {
 }
 
 TEST(LineSearch, StaysQuickInALongFile) {
-    constexpr int kLines = 50'000;
+    constexpr int kLines = 40'000;
     const auto key = [](int i) { return "Type1.Attribute" + std::to_string(i); };
     std::string file = "[Attributes]\n";
     for (int i = 2; i <= kLines; ++i)
         file += key(i) + " = name, 1\n";
+    for (int i = 1; i <= 5'000; ++i)
+        file += "[Nowhere" + std::to_string(i) + "]\nUnknown = 1\n";
     writeFile(kPath, file);
     std::vector<std::int32_t> used;
     const auto start = std::chrono::steady_clock::now();
-    for (int i = 40'000; i < kLines; ++i) {
+    for (int i = 30'000; i < kLines; ++i) {
         ASSERT_EQ(findLineNumber(kPath, key(i)), i);
         ASSERT_EQ(findLineNumberTagConf(kPath, key(i), 0, {}), i);
         ASSERT_TRUE(i % 10 != 0 || findLineNumberParam(kPath, key(i), used) == i);
+    }
+    for (int i = 1; i <= 5'000; ++i) {
+        const int heading = kLines + 2 * i - 1;
+        ASSERT_EQ(findLineNumberBySubstring(kPath, "Nowhere" + std::to_string(i)), heading);
+        ASSERT_EQ(findLineNumberParam(kPath, "Unknown", used), heading + 1);
     }
     // A walk per search takes minutes; this leaves room for a busy machine and the sanitizers.
     EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(10));
