@@ -6,7 +6,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <set>
+#include <map>
 #include <sstream>
 #include <stdexcept>
 #include <string>
@@ -59,8 +59,17 @@ class VeskPath {
         return count;
     }
 
+    /// Of those of a kind, in the order of their ids, as octal digits with a blank behind each.
+    std::string permissions(IpcKind kind) const {
+        std::string all;
+        for (const auto& [object, permissions] : existing()) {
+            if (object.first == kind && !former_.contains(object)) all += permissions + ' ';
+        }
+        return all;
+    }
+
   private:
-    using Objects = std::set<std::pair<IpcKind, int>>;  // by kernel id
+    using Objects = std::map<std::pair<IpcKind, int>, std::string>;  // permissions by kernel id
     static Objects existing() {
         Objects objects;
         for (const auto& [kind, name] : {std::pair(IpcKind::segment, "shm"),
@@ -71,15 +80,18 @@ class VeskPath {
                 std::istringstream fields(line);
                 key_t key = 0;
                 int id = 0;
-                // No numbers in the headings, and no key in what waits for its last detach.
-                if (fields >> key >> id && key != 0) objects.emplace(kind, id);
+                std::string mode;
+                // No numbers in the headings, and no key in what waits for its last detach. Beside
+                // the permissions the mode has bits of the kernel.
+                if (fields >> key >> id >> mode && key != 0)
+                    objects[{kind, id}] = mode.substr(mode.size() - 3);
             }
         }
         return objects;
     }
     template <class Use>
     void forEachObject(Use use) const {
-        for (const auto& object : existing())
+        for (const auto& [object, permissions] : existing())
             if (former_.count(object) == 0) use(object.first, object.second);
     }
 

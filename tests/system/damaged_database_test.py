@@ -76,6 +76,8 @@ def test_manual_inputs_of_no_known_sub_kind_are_left_out(site: Site) -> None:
     nodes = site.serve(publishing(("RVV", 8), ("VD", 27))).address_space()
     assert [tag for tag in nodes if str(tag).startswith("RV_")] == ["RV_1", "RV_4"]
     assert "VD_1" in nodes
+    warning = b"Failed to create structure for RV variable: BadInternalError"
+    assert site.server.output().count(warning) == 2
 
 
 # Every segment of the database, with the kind that is not published without it; the passports alone

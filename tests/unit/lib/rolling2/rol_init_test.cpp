@@ -45,7 +45,8 @@ TEST_F(Joining, TheFirstMakesTheSegmentsAndNobodyRemovesThem) {
         ASSERT_EQ(raw.size(), segment.size);
         EXPECT_EQ(raw.text(0, segment.bytes.size()), segment.bytes);
     }
-    EXPECT_TRUE(IpcFind(IpcKind::semaphore, vesk.key("proxy", '*'))) << "survives its maker";
+    EXPECT_EQ(vesk.permissions(IpcKind::semaphore), "666 ") << "survives its maker";
+    EXPECT_EQ(vesk.permissions(IpcKind::segment), "777 777 777 777 777 777 777 777 777 777 777 ");
 }
 
 TEST_F(Joining, KeepsWhatIsThereForTheNextOnes) {
@@ -109,6 +110,19 @@ TEST_F(Joining, TakesSettingsFromTheFileWithinLimits) {
                   settingsBytes(c.inMemory, c.inFile, c.intervalMs, c.dictionary));
         EXPECT_STREQ(raw.text(kPathAt, 100).c_str(), c.path);
         EXPECT_EQ(RawSegment(51).size(), c.inMemory * 281U);
+    }
+}
+
+TEST_F(Joining, CutsALongFolderOfDictionariesButNoPathOfItsFiles) {
+    const std::string folder(120, 'd'), fits(82, 'p');
+    settings("[ROLLING]\nPath_To_Dictionary=" + folder + "\n");
+    for (const std::string& database : {fits, fits + 'p'}) {
+        setenv("PATHDB", database.c_str(), 1);
+        SRV_Path.InitPathes();
+        CRolManager journal;
+        join(journal);
+        EXPECT_EQ(journal.Rol2Path, database == fits ? fits + "/dat/rolling2.dat" : "");
+        EXPECT_EQ(RawSegment(50).text(kPathAt, 100), folder.substr(0, 99) + '\0');
     }
 }
 

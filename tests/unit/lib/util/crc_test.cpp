@@ -1,6 +1,7 @@
 #include "lib/util/crc.h"
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <cstdlib>
 #include <ctime>
@@ -93,6 +94,11 @@ TEST(CrcFile, NumbersTheSavesOfAProcessEachOnce) {
 }
 
 TEST(CrcFile, DatesTheDatabaseOverwritesInPlaceAndErasesTheSixFilesOnly) {
+    const mode_t former = umask(0);
+    SaveCRCFileDB(path("made").c_str());
+    umask(former);
+    EXPECT_EQ(std::filesystem::status(path("made")).permissions(), std::filesystem::perms{0777});
+
     writeFile(path("db"), std::string(20, 'x'));
     SaveCRCFileDB(path("db").c_str());
     unsigned value = 0;

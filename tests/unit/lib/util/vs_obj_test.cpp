@@ -81,6 +81,7 @@ TEST(MessageQueues, HaveTheRegistrysKeyAndTheNext) {
         EXPECT_EQ(IpcFind(IpcKind::queue, path.key("proxy", 'a'))->id, object.SR_id);
         EXPECT_EQ(IpcFind(IpcKind::queue, path.key("proxy", 'a') + 1)->id, object.RS_id);
         EXPECT_EQ(object.crSRR, 1);
+        EXPECT_EQ(path.permissions(IpcKind::queue), "666 666 ");
         ChildProcess joining([&] {
             const vs_obj joined;
             return joined.crSRR == 0 && joined.SR_id == object.SR_id ? 0 : 1;

@@ -56,6 +56,8 @@ TEST(RegistryLife, IsRemovedByItsMakerWithTheGenerationByte) {
             ChildProcess reader([] { return get_shmidx(kGenerationIpcIndex, ID_mas.data()); });
             EXPECT_EQ(reader.wait(), 201);
             EXPECT_EQ(IpcFind(IpcKind::segment, path.key("proxy", 'j'))->attached, 1U);
+            EXPECT_EQ(path.permissions(IpcKind::segment), "666 777 ");
+            EXPECT_EQ(path.permissions(IpcKind::semaphore), "666 ");
         }
         maker.reset();
         EXPECT_EQ(joined->name_find("Opcua"), getpid()) << "neither cleared nor gone for others";

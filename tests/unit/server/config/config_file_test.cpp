@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "server/config/ConfigState.h"
+#include "server/config/GeneralSettings.h"
 #include "server/config/IniConfigManager.h"
 #include "server/config/ListSections.h"
 #include "support/operator_view.h"
@@ -78,6 +79,29 @@ TEST_F(ConfigFile, SortsCyrillicNamesBehindLatinOnes) {
 #else
     EXPECT_EQ(sections, "[Attributes]\nType\x80=1\nType\xE0=3\nTypez=2\n");
 #endif
+}
+
+TEST_F(ConfigFile, HasAPortWhenEveryOneIsGoodAndTheLastIsTaken) {
+    iniFilePath = kPath;
+    writeFile(kPath, "\nServerPort = 4841\n");
+    const struct {
+        const char *first, *second;
+        std::optional<int> port;
+        std::vector<std::string> errors;
+    } cases[] = {{"4841", "4849", 4849, {}},
+                 {"4841", "484x", {}, {" "}},
+                 {"484x", "4841", {}, {" "}},
+                 {"4841", "4850", {}, {"2"}}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(std::string(c.first) + " " + c.second);
+        journal.messages.clear();
+        const auto section = [](const char* port) { return Section{"A", {{"ServerPort", port}}}; };
+        EXPECT_EQ(readServerPort({section(c.first), section(c.second)}), c.port);
+        std::vector<std::string> errors;
+        for (const auto& message : journal.messages)
+            errors.push_back(std::get<std::string>(message.arguments.back()));
+        EXPECT_EQ(errors, c.errors);
+    }
 }
 
 TEST_F(ConfigFile, IsLoadedOnce) {

@@ -17,6 +17,7 @@ TEST(NumberLists, ReadNumbersAndRanges) {
         {"the last numbers", "2147483646-2147483647", {2147483646, 2147483647}},
         {"one bad item drops the list", "1, x", {}},
         {"a blank before the dash", "1 -3", {}},
+        {"a blank behind it", "1- 3", {}},
         {"a negative number", "-5", {}},
         {"beyond 32 bits", "1, 2147483648", {}},
         {"nothing", "", {}},
