@@ -34,7 +34,7 @@ std::optional<int> readServerPort(const std::vector<Section>& sections) {
     for (const std::string_view value : valuesOf(sections, "ServerPort")) {
         last = parseWholeInteger(value);
         if (!last) break;
-        // KEPT: only these ten ports, which the controllers' firewalls know.
+        // KEPT: only these ten ports. Required by the interface.
         if (*last < kFirstPort || *last > kLastPort) {
             reportConfigError(ConfigError::serverPort, findLineNumber(iniFilePath, "ServerPort"));
             return std::nullopt;

@@ -11,7 +11,7 @@
 // The endpoint's settings as the loaded configuration has them. Keys are compared with case and
 // looked for in every section. Main thread.
 
-/// TCP ports that a controller's firewall lets through.
+/// TCP ports that the endpoint may have.
 inline constexpr int kFirstPort = 4840;
 inline constexpr int kLastPort = 4849;
 

