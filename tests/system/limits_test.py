@@ -137,6 +137,16 @@ def test_monitored_items_of_one_session(site: Site) -> None:
     assert made.StatusCode.is_good()
 
 
+def test_a_request_that_only_makes_work(site: Site) -> None:
+    """Each of the numbers would be looked up among all subscriptions."""
+    site.start(va=1)
+    site.serve(publishing(("VA", 29)))
+    client, request = RawClient(PORT), ua.TransferSubscriptionsRequest()
+    request.Parameters.SubscriptionIds = [1] * 5_000
+    with closing(client), pytest.raises(Refused):
+        client.request(request)
+
+
 def test_a_message_that_is_too_long(site: Site) -> None:
     """The connection ends before the message does, and the server has not grown by much more."""
     site.start(va=1)

@@ -10,6 +10,7 @@
 
 #include "server/connections/AnswerGate.h"
 #include "server/connections/InputGate.h"
+#include "server/connections/RequestSizes.h"
 #include "server/connections/SendQueue.h"
 
 namespace {
@@ -40,6 +41,7 @@ struct Connection {
     AnswerGate answers;
     Greeting greeting;
     ChunkEnds ends;
+    RequestSizes sizes;
     std::vector<std::uint8_t> held;  ///< requests that wait
     Ticks progress{};                ///< when the queue began or shrank last
     Ticks heldSince{};
@@ -355,6 +357,10 @@ std::size_t QueueingConnections::deliver(Entry& entry, std::span<std::uint8_t> b
         if (!mayAnswer(connection, bytes.size() - done)) break;
         const std::span<std::uint8_t> rest = bytes.subspan(done);
         const std::size_t length = connection.ends.nextEnd(rest);
+        if (!connection.sizes.accept(rest.first(length))) {
+            close(entry, "asked for more in one request than its service allows");
+            break;
+        }
         const Listener& to = *connection.listener;
         to.callback(this, entry.first, to.application, connection.context,
                     UA_CONNECTIONSTATE_ESTABLISHED, &UA_KEYVALUEMAP_NULL, {length, rest.data()});

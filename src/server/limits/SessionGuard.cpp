@@ -155,16 +155,19 @@ void SessionGuard::makeRoom() {
     // The library gives one that was never activated up by itself.
     if (!std::all_of(sessions_.begin(), sessions_.end(), [](auto& s) { return s.activated; }))
         return;
-    const auto unusedSince = [](const Session& s) {
+    const Session& unused = leastUsed();
+    const UA_DateTime idle = UA_DateTime_nowMonotonic() - ticks(kIdleSessionMs);
+    if (unused.withoutConnectionSince != 0 || unused.lastRequest < idle) close(unused.id);
+}
+
+const SessionGuard::Session& SessionGuard::leastUsed() const {
+    const auto since = [](const Session& s) {
         const bool connected = s.withoutConnectionSince == 0;
         return std::pair(connected, connected ? s.lastRequest : s.withoutConnectionSince);
     };
-    const Session& unused = *std::min_element(
+    return *std::min_element(
         sessions_.begin(), sessions_.end(),
-        [&](auto& left, auto& right) { return unusedSince(left) < unusedSince(right); });
-    const UA_DateTime idle = UA_DateTime_nowMonotonic() - ticks(kIdleSessionMs);
-    const auto [connected, since] = unusedSince(unused);
-    if (!connected || since < idle) close(unused.id);
+        [&](const Session& left, const Session& right) { return since(left) < since(right); });
 }
 
 bool SessionGuard::saysTooMuch(const UA_NodeId& id) const {
@@ -197,8 +200,12 @@ void SessionGuard::onItem(const UA_NodeId* session, bool removed) {
 /// The library knows a limit of all sessions together only: for the time of one request it is what
 /// this session may still have.
 void SessionGuard::limitItems(const UA_NodeId& session) {
+    if (find(session) == nullptr) return;
+    if (items_ + config().maxMonitoredItemsPerCall > kItemsInAll) {
+        const Session& unused = leastUsed();
+        if (unused.withoutConnectionSince != 0) close(unused.id);
+    }
     const Session* const known = find(session);
-    if (known == nullptr) return;
     const UA_UInt32 left = kItemsPerSession - std::min(known->items, kItemsPerSession);
     config().maxMonitoredItems = std::min(kItemsInAll, items_ + left);
 }

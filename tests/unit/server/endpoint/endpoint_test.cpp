@@ -32,8 +32,6 @@ TEST(Capabilities, StateTheLimitsInForce) {
         {UA_NS0ID_SERVER_SERVERCAPABILITIES_MAXMONITOREDITEMS, &config.maxMonitoredItems},
         {UA_NS0ID_SERVER_SERVERCAPABILITIES_MAXMONITOREDITEMSPERSUBSCRIPTION,
          &config.maxMonitoredItemsPerSubscription},
-        {UA_NS0ID_SERVER_SERVERCAPABILITIES_OPERATIONLIMITS_MAXNODESPERHISTORYREADDATA,
-         &config.maxNodesPerRead},
         {UA_NS0ID_SERVER_SERVERCAPABILITIES_MAXSTRINGLENGTH, &config.tcpMaxMsgSize},
     };
     for (const auto& [id, limit] : limits) {
