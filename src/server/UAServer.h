@@ -36,7 +36,7 @@ class UAServer {
     void setServerPort();
     void setApplicationName();
     /// Sets the sampling interval from the configuration, reporting configuration error 2 for
-    /// values that cannot be had.
+    /// values that are invalid.
     void setSourcesSampleInterval();
     bool operativeDataMode() const;
     bool historicalDataMode() const;

@@ -35,7 +35,7 @@ inline void storeField(void* field, T value) noexcept {
         std::memcpy(field, &value, sizeof(T));
 }
 
-/// Sets or clears the bits of `mask` and leaves the byte's other bits to whoever writes them.
+/// Sets or clears the bits of `mask`; other processes write the byte's other bits.
 inline void storeBits(void* field, std::uint8_t mask, bool on) noexcept {
     auto* byte = static_cast<std::uint8_t*>(field);
     if (on)

@@ -51,7 +51,7 @@ std::size_t TQManager::tableSize() const {
 
 /// Detaches the shared table, and removes it if it was made here: nobody else would.
 void TQManager::releaseShared() {
-    // Failures are not told: whoever removed the segment first has done the work.
+    // Failures are not reported: another process that removed the segment first has done the work.
     static_cast<void>(ShmClose(TQDBValues[0]));
     if (created_) static_cast<void>(ShmRemove(id_TQDBValues));
     created_ = false;

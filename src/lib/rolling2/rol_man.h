@@ -19,8 +19,8 @@
 /// every process appends to and one process (the saver) copies to files.
 ///
 /// Init joins the journal, or makes it and loads the saved one. Nothing here ever removes a segment
-/// or the semaphore: the journal outlives its processes, and whoever came after a removal would
-/// take the older files for newer than the ring.
+/// or the semaphore: the journal outlives its processes, and a process that came after a removal
+/// would take the older files for newer than the ring.
 ///
 /// Operations answer numbers of RolError and print fixed lines (rol_report.h). They never throw but
 /// for std::bad_alloc while loading. Posting, counters, GetRawData and saving may be called from

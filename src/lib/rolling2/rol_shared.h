@@ -104,8 +104,8 @@ enum RolIpcIndex : int {
     kRolFirstDictionary = 71,
 };
 
-/// The segments that belong to the journal; whoever ends the journal as a whole removes these and
-/// the semaphore (whose key is SemKey's, theirs ShmKey's).
+/// The segments that belong to the journal; a program that ends the journal as a whole removes
+/// these and the semaphore (whose key is SemKey's, theirs ShmKey's).
 inline constexpr std::array<int, 10> kRolOwnSegments = {
     kRolSettings, kRolVersion,      kRolRing,        kRolMessageCounter, kRolLastIndex,
     kRolSaveRol,  kRolCurSavePlace, kRolNewMessages, kRolUdpVersion,     kRolReaderCounters};
@@ -121,7 +121,7 @@ inline constexpr std::uint32_t kRolInternalDictionary = 301;
 inline constexpr std::uint32_t kRolInternalCode = 1003;
 
 /// What goes wrong, by the number that the operations answer and operators read. A segment that
-/// cannot be had has its IPC index as its number.
+/// is unavailable has its IPC index as its number.
 enum RolError : int {
     kRolDone = 0,
     kRolArgumentType = 1,       ///< no argument, or one of a type that the format does not have

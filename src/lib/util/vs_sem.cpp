@@ -76,7 +76,7 @@ bool isRaised(int id) {
 // and answered in one step of the semaphore itself, hence the lock.
 void raiseOnce(int id, const std::string& keyFile) {
     const KeyFileLock lock(keyFile);
-    // Without SEM_UNDO: the initial value must outlive whoever sets it.
+    // Without SEM_UNDO: the initial value must outlive the process that sets it.
     if (!isRaised(id)) static_cast<void>(change(id, +1, 0));  // fails for a set that is gone only
 }
 

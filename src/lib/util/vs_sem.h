@@ -20,7 +20,7 @@ key_t SemKey(int index);
 class vs_sem {
   public:
     /// Makes the set (initial value 1) or joins it. Never fails visibly: a missing key file and a
-    /// set that cannot be had are reported on standard error ("vs_sem(ftok)", "vs_sem(semget)"),
+    /// set that is unavailable are reported on standard error ("vs_sem(ftok)", "vs_sem(semget)"),
     /// and the operations then do nothing. A set that its maker has left at 0 is given a second,
     /// then raised in its place; never twice, however many processes find it so.
     /// @param perm  permission bits, as 0666

@@ -25,7 +25,7 @@ std::vector<std::string_view> valuesOf(const std::vector<Section>& sections, std
 /// A decimal integer that is the whole text but for white space at its ends.
 std::optional<int> parseWholeInteger(std::string_view text);
 
-/// The last "ServerPort". A missing one, or any that cannot be had, is reported as configuration
+/// The last "ServerPort". A missing one, or any invalid one, is reported as configuration
 /// error 3; the server cannot start then.
 std::optional<int> readServerPort(const std::vector<Section>& sections);
 
@@ -47,7 +47,7 @@ struct SamplingDecision {
 /// @param cycleTimeMs  the controller's cycle; values change no faster
 SamplingDecision decideSamplingInterval(double askedMs, double cycleTimeMs);
 
-/// The interval after each "SamplingInterval" was applied in turn; those that cannot be had are
+/// The interval after each "SamplingInterval" was applied in turn; those that are invalid are
 /// reported as configuration error 2.
 /// @param intervalMs  the interval before
 double readSamplingInterval(const std::vector<Section>& sections, double cycleTimeMs,

@@ -106,7 +106,7 @@ UA_StatusCode IndexedNodeStore::copy(const UA_NodeId& id, UA_Node** outNode) {
     return status;
 }
 
-/// Before the store removes or replaces a node: whoever has it now, has it from the store.
+/// Before the store removes or replaces a node: its present holders then hold it from the store.
 void IndexedNodeStore::forget(const UA_NodeId& id) {
     NodeTable::Slot* const slot = hasText(id) ? table_.find(id) : nullptr;
     if (slot == nullptr) return;
