@@ -1,10 +1,42 @@
 #pragma once
 
 #include <cstddef>
+#include <initializer_list>
 
 // Holds a record that other programs share to its bytes: a compiler that lays it out otherwise does
-// not build it. Two neighbours of equal type can still be swapped unseen; tests lay known bytes and
-// read them by name.
+// not build it. Two neighbours of equal type can still be swapped unseen, but for VESK_IN_ORDER.
 #define VESK_SIZE(Record, size) static_assert(sizeof(Record) == (size), #Record ": size differs")
 #define VESK_FIELD(Record, field, offset) \
     static_assert(offsetof(Record, field) == (offset), #Record "::" #field ": offset differs")
+
+// All fields of a record, 64 at most, in the order of the controller's documents: a field out of
+// its place does not build. Sizes that were changed against each other show at the VESK_FIELD of
+// the fields behind them.
+#define VESK_IN_ORDER(Record, ...)                                                         \
+    static_assert(vesk::followEachOther({VESK_READ_64(VESK_FIELDS(Record, __VA_ARGS__))}), \
+                  #Record ": order differs")
+
+// A macro names itself again only when the text that it left is read anew.
+#define VESK_FIELDS(Record, field, ...)               \
+    {offsetof(Record, field), sizeof(Record::field)}, \
+        __VA_OPT__(VESK_FIELDS_AGAIN VESK_PARENS(Record, __VA_ARGS__))
+#define VESK_FIELDS_AGAIN() VESK_FIELDS
+#define VESK_PARENS ()
+#define VESK_READ_64(...) VESK_READ_16(VESK_READ_16(VESK_READ_16(VESK_READ_16(__VA_ARGS__))))
+#define VESK_READ_16(...) VESK_READ_4(VESK_READ_4(VESK_READ_4(VESK_READ_4(__VA_ARGS__))))
+#define VESK_READ_4(...) VESK_READ(VESK_READ(VESK_READ(__VA_ARGS__)))
+#define VESK_READ(...) __VA_ARGS__
+
+namespace vesk {
+struct FieldPlace {
+    std::size_t offset, size;
+};
+constexpr bool followEachOther(std::initializer_list<FieldPlace> fields) {
+    std::size_t end = 0;
+    for (const FieldPlace& field : fields) {
+        if (field.offset != end) return false;
+        end += field.size;
+    }
+    return true;
+}
+}  // namespace vesk
