@@ -162,9 +162,7 @@ int measure(const std::string& parent, int hours, double bound) {
     return 1;
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
+int run(int argc, const char* const* argv) {
     CLI::App app("Measures what the archive of trends writes, keeps and takes to be read.");
     int hours = 6;
     double bound = 1000;
@@ -174,8 +172,14 @@ int main(int argc, char** argv) {
     app.add_option("--folder", folder, "where the archive is made for a while")
         ->check(CLI::ExistingDirectory);
     CLI11_PARSE(app, argc, argv);
+    return measure(folder, hours, bound);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
     try {
-        return measure(folder, hours, bound);
+        return run(argc, argv);
     } catch (const std::exception& error) {
         std::fprintf(stderr, "bench_trend_archive: %s\n", error.what());
         return 2;

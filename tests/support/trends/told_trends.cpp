@@ -179,9 +179,10 @@ Script readScript(const char* path) {
 const Script& script() {
     static Script script;
     static struct stat before {};
+    if (script.fixed) return script;
     const char* path = std::getenv("TOLD_TRENDS");
     struct stat now {};
-    if (script.fixed || path == nullptr || stat(path, &now) != 0) return script;
+    if (path == nullptr || stat(path, &now) != 0) return script;
     const bool same = now.st_ino == before.st_ino && now.st_mtim.tv_sec == before.st_mtim.tv_sec &&
                       now.st_mtim.tv_nsec == before.st_mtim.tv_nsec;
     if (!same) script = readScript(path);
@@ -224,12 +225,15 @@ static bool within(const ToldValue& value, const timeval& start, const timeval& 
            time <= std::pair{end.tv_sec, end.tv_usec};
 }
 
-static std::vector<ToldValue> valuesOf(const OPCHDAITEMDEF& item, const timeval& start,
-                                       const timeval& end, unsigned count) {
-    const auto found = script().values.find({item.plotter, item.pen});
-    if (found == script().values.end()) return {};
-    if (script().whole) return found->second;
-    std::vector<ToldValue> values;
+/// Holds until the next call.
+static const std::vector<ToldValue>& valuesOf(const Script& told, const OPCHDAITEMDEF& item,
+                                              const timeval& start, const timeval& end,
+                                              unsigned count) {
+    static std::vector<ToldValue> values;
+    values.clear();
+    const auto found = told.values.find({item.plotter, item.pen});
+    if (found == told.values.end()) return values;
+    if (told.whole) return found->second;
     for (const ToldValue& value : found->second) {
         if (values.size() >= count) break;
         if (within(value, start, end)) values.push_back(value);
@@ -241,15 +245,16 @@ int IHDA_SyncRead::ReadRaw(timeval* start, timeval* end, unsigned count, bool bo
                            unsigned itemCount, OPCHDAITEMDEF* items, OPCHDAITEM** results,
                            int** errors) {
     log("ReadRaw ", *start, ' ', *end, ' ', count, ' ', bounds, ' ', itemCount, ' ', *items);
-    if (script().delayMicros != 0) (void)usleep(script().delayMicros);
-    if (script().missing) return script().status;
+    const Script& told = script();
+    if (told.delayMicros != 0) (void)usleep(told.delayMicros);
+    if (told.missing) return told.status;
     // The answer is the caller's; an empty one has an array too.
-    const std::vector<ToldValue> values = valuesOf(*items, *start, *end, count);
+    const auto& values = valuesOf(told, *items, *start, *end, count);
     const auto size = static_cast<std::uint32_t>(values.size());
-    *results = new OPCHDAITEM{script().claim.value_or(size), new ToldValue[size]};
+    *results = new OPCHDAITEM{told.claim.value_or(size), new ToldValue[size]};
     std::copy(values.begin(), values.end(), (*results)->values);
     *errors = new int[itemCount]();
-    return script().status;
+    return told.status;
 }
 
 // ---- Configuration -----------------------------------------------------------------------------
