@@ -66,13 +66,18 @@ TEST(Simulator, TakesTheUsersConfigurationAndCycle) {
         << "an edited cycle is in force in the next run: " << messages;
 }
 
-/// The segment of another program under a key that shows only once the key files are there.
-TEST(Simulator, LeavesOnlyTheForeignSegmentWhenItRefuses) {
+/// A file that somebody else makes meanwhile, and the segment of another program under a key that
+/// shows only once the key files are there.
+TEST(Simulator, TouchesNothingThatComesLate) {
     const TemporarySite temporary;
-    ChildProcess run([] {
+    ChildProcess run([&temporary] {
         sim::Site site(sim::controllerFolders(), std::cout);
         site.enter(false);
         site.makeFoldersAndKeyFiles();
+        temporary.write("settings/opcuasrv.ini", "made since the check");
+        EXPECT_THROW(site.makeFile(site.folders().serverIni(), "sample"), sim::Failure);
+        EXPECT_EQ(temporary.read("settings/opcuasrv.ini"), "made since the check");
+        std::filesystem::remove(site.folders().serverIni());
         // Index 63 of generation 0 lies in "/proxy" with the character at place 63 of the table.
         const int foreign =
             shmget(SemKey(0) - ('a' << 24) + (symb[63] << 24), 16, IPC_CREAT | 0600);

@@ -159,6 +159,11 @@ TEST_F(TrendArchive, AnswersEveryRangeInOrderUpToTheLimit) {
     expectAnswer(readPen(kFloatPen, kEver, 0), {});
     EXPECT_LT(readPen({1, 3}).result, 0);
     EXPECT_TRUE(readPen({2, 1}).values.empty());
+    for (const auto& [pen, at] : {std::pair{penKey(1, 1), 2 * kBegin}, {penKey(2, 1), kBegin}}) {
+        archive->add(pen, sampleAt(at));  // another pen is the first after a step back
+        archive->commit();
+    }
+    expectAnswer(readPen({2, 1}, kBegin, kBegin), {kBegin});
 }
 
 /// The value as its type stores it, and what it stores of a number.

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "memory/database_arrays.h"
+#include "plant/quality.h"
 
 namespace {
 
@@ -154,17 +155,37 @@ TEST_F(PlantTest, WeatherModeTakesTheSetPointFromTheCurve) {
     EXPECT_EQ(db.field<float>(AV, 10, kSetPointInUse), 74);
 }
 
+TEST_F(PlantTest, ALoopHoldsItsOutputWhileItsSensorIsBad) {
+    const float before = output();
+    db.setInput(kWaterSetPoint, 60);
+    for (int i = 0; i < 20; ++i) {
+        setQuality(db.memory, VA, kWaterOut - 1, sim::Quality::bad);
+        cycle();
+    }
+    EXPECT_EQ(output(), before);
+    cycle();
+    EXPECT_NE(output(), before);
+}
+
 TEST_F(PlantTest, AnInputOffTheScanKeepsWhatAClientWrites) {
     constexpr unsigned kFlame = 1;
-    run(1);
+    db.setField<std::uint8_t>(DI, kFlame, 36, 1);
+    cycle();
+    EXPECT_EQ(*db.memory.data(DI, kFlame - 1), std::byte{0}) << "inverted";
+    EXPECT_EQ(db.value<std::uint8_t>(DI, kFlame), 1);
+    db.setField<std::uint8_t>(DI, kFlame, 36, 0);
     db.setField<std::uint8_t>(VA, 1, 107, 1);
-    sim::store(db.memory.data(VA, 0), 33.5F);
     db.setField<std::uint8_t>(DI, kFlame, 48, 2);
     *db.memory.data(DI, kFlame - 1) = {};
-    run(1);
-    EXPECT_EQ(db.field<float>(VA, 1, 103), 33.5F);
-    EXPECT_EQ(db.field<std::uint8_t>(VA, 1, 108) & (64 | 8), 64 | 8) << "scan off, above 30";
-    EXPECT_EQ(db.field<std::uint8_t>(VA, 1, 110), 1) << "warning";
+    db.setField(VA, 1, 58, 2.0F);
+    for (const auto& [data, above] : {std::pair{29.5F, 0}, {33.5F, 8}, {28.5F, 8}, {27.5F, 0}}) {
+        sim::store(db.memory.data(VA, 0), data);
+        cycle();
+        EXPECT_EQ(db.field<float>(VA, 1, 103), data);
+        EXPECT_EQ(db.field<std::uint8_t>(VA, 1, 108) & (64 | 8), 64 | above)
+            << "scan off, above 30";
+        EXPECT_EQ(db.field<std::uint8_t>(VA, 1, 110), above / 8) << "warning";
+    }
     EXPECT_EQ(db.value<std::uint8_t>(DI, kFlame), 0);
     EXPECT_EQ(db.quality(DI, kFlame), 0x40U);
     EXPECT_EQ(db.field<std::uint8_t>(DI, kFlame, 50), 1) << "no flame is an alarm";

@@ -48,14 +48,14 @@ TEST(PenSampler, TakesChangesBeyondNoiseAndAValueASecond) {
         sim::Quality quality;  // of the first
         std::map<std::int64_t, double> want;
     } steps[] = {
-        {"at first all", 0, 10, 20.4F, 0, sim::Quality::good, {{1, 10}, {2, 20}, {3, 0}}},
-        {"noise", 100, 10.4F, 20.2F, 0, sim::Quality::good, {}},
-        {"beyond the noise", 200, 10.6F, 20.4F, 1, sim::Quality::good, {{1, 10.6F}, {3, 1}}},
-        {"noise again, from the new value", 300, 10.2F, 20.4F, 1, sim::Quality::good, {}},
-        {"quality", 400, 10.2F, 20.4F, 1, sim::Quality::bad, {{1, 10.2F}}},
-        {"a second without a change", 1000, 10.2F, 20.4F, 1, sim::Quality::bad, {{2, 20}}},
-        {"a second later still", 1400, 10.2F, 20.4F, 1, sim::Quality::bad, {{1, 10.2F}, {3, 1}}},
-        {"clock set back", 500, 10.2F, 20.4F, 1, sim::Quality::bad, {{1, 10.2F}, {2, 20}, {3, 1}}},
+        {"at first all", 0, 10, 20.6F, 0, sim::Quality::good, {{1, 10}, {2, 21}, {3, 0}}},
+        {"noise", 100, 10.4F, 20.7F, 0, sim::Quality::good, {}},
+        {"beyond the noise", 200, 10.6F, 20.6F, 1, sim::Quality::good, {{1, 10.6F}, {3, 1}}},
+        {"noise again, from the new value", 300, 10.2F, 20.6F, 1, sim::Quality::good, {}},
+        {"quality", 400, 10.2F, 20.6F, 1, sim::Quality::bad, {{1, 10.2F}}},
+        {"a second without a change", 1000, 10.2F, 20.6F, 1, sim::Quality::bad, {{2, 21}}},
+        {"a second later still", 1400, 10.2F, 20.6F, 1, sim::Quality::bad, {{1, 10.2F}, {3, 1}}},
+        {"clock set back", 500, 10.2F, 20.6F, 1, sim::Quality::bad, {{1, 10.2F}, {2, 21}, {3, 1}}},
     };
     for (const auto& step : steps) {
         SCOPED_TRACE(step.why);
