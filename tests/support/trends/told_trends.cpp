@@ -14,6 +14,7 @@
 #include <optional>
 #include <sstream>
 #include <string>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -93,11 +94,7 @@ namespace {
 
 using Pen = std::pair<std::uint32_t, std::uint32_t>;  // plotter, pen
 
-struct Source {
-    std::int16_t type = 0;
-    std::int32_t kind = 0;
-    std::uint16_t number = 0;
-};
+using Source = std::tuple<std::int16_t, std::int32_t, std::uint16_t>;  // type, kind, number
 
 struct Script {
     std::optional<std::uint64_t> plotters;
@@ -133,8 +130,8 @@ void addValue(std::istream& line, Script& script) {
 }
 
 void addPen(std::istream& line, Script& script) {
-    Source& source = script.pens[takePen(line)];
-    line >> source.type >> source.kind >> source.number;
+    auto& [type, kind, number] = script.pens[takePen(line)];
+    line >> type >> kind >> number;
 }
 
 void addPlotter(std::istream& line, Script& script) {
@@ -291,9 +288,10 @@ int IHDA_BrowseConfig::GetConfigPens(unsigned itemCount, OPCHDAITEMDEF* items,
     log("GetConfigPens ", itemCount, ' ', *items);
     const auto found = script().pens.find({items->plotter, items->pen});
     if (found == script().pens.end()) return -1;
-    pen_.put(10, found->second.type);
-    pen_.put(16, found->second.kind);
-    pen_.put(20, found->second.number);
+    const auto& [type, kind, number] = found->second;
+    pen_.put(10, type);
+    pen_.put(16, kind);
+    pen_.put(20, number);
     *settings = &pen_;
     *errors = &error_;
     return 0;

@@ -9,7 +9,11 @@ TEST(TypeQuery, NamesNoTypeBehindTheLastAndAnswersOtherRequestsWithZeros) {
         sim::Request request{};
         std::memcpy(request.data(), &command, sizeof command);
         std::memcpy(request.data() + 4, &type, sizeof type);
-        return sim::answerTo(request, sim::Counts{1});
+        const struct {
+            sim::Counts counts{1};
+            std::uint16_t behind = 7;
+        } memory;
+        return sim::answerTo(request, memory.counts);
     };
     for (const std::uint32_t beyond : {11U, 12U, 0xFFFFFFFFU}) {
         std::uint32_t fields[5]{};  // the count first, the type last

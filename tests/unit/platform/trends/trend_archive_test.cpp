@@ -6,7 +6,6 @@
 #include <array>
 #include <cmath>
 #include <csignal>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <limits>
@@ -35,19 +34,16 @@ constexpr const char* kDefinitions =
     "[Plotter_1]\nName = A\nPen_1 = VA, 6, float\nPen_2 = VD, 1, boolean, name ; remark\n"
     "[Plotter_2]\nPen_1 = AV, 12, integer\nPen_2 = RV, 3, double\nPen_3 = DV, 7, boolean\n";
 
-/// An installation of the stand-in with definitions and no archive yet.
+/// The sandbox's installation folder with definitions and no archive yet.
 class TrendArchive : public testing::Test {
   protected:
     TrendArchive() {
-        std::string pattern = (std::filesystem::temp_directory_path() / "trends.XXXXXX").string();
-        EXPECT_NE(mkdtemp(pattern.data()), nullptr);
-        root_ = pattern;
-        std::filesystem::create_directories(root_ / "trends");
-        setenv("VESKPATH", root_.c_str(), 1);
-        setenv("SETTINGS", root_.c_str(), 1);
+        for (const char* folder : {"/zrt/trends", "/zrt/settings"}) {
+            std::filesystem::remove_all(folder);
+            std::filesystem::create_directory(folder);
+        }
         define(kDefinitions);
     }
-    ~TrendArchive() override { std::filesystem::remove_all(root_); }
 
     void define(const std::string& text) {
         std::ofstream(trends::definitionsFile()) << text;
@@ -60,7 +56,6 @@ class TrendArchive : public testing::Test {
         return std::make_unique<ArchiveWriter>(trends::archiveFile(), definitions_);
     }
 
-    std::filesystem::path root_;
     Definitions definitions_;
 };
 
