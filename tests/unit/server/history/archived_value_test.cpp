@@ -12,7 +12,7 @@ TEST(ArchivedValue, EndsIntegersAtTheirLimits) {
         float number;
         UA_Int64 want;
     } cases[] = {{std::nanf(""), 0},
-                 {9.3e18F, std::numeric_limits<UA_Int64>::max()},
+                 {9.223372036854775807e18F, std::numeric_limits<UA_Int64>::max()},
                  {-9.223372e18F, -9223372036854775807 - 1},
                  {-INFINITY, std::numeric_limits<UA_Int64>::min()}};
     for (const auto& [number, want] : cases) {

@@ -72,6 +72,7 @@ TEST(Opcuacheck, TellsEachTrapAtItsLine) {
     cases.push_back({"saved as UTF-8", {"0 encoding"}, kHead + "; Котёл\n"});
     cases.push_back(
         {"saved as Windows-1251", {"0 encoding"}, kHead + "; \xCA\xEE\xF2\xE5\xEB \xCF\xD0\n"});
+    cases.push_back({"a frame in CP866", {}, kHead + "; \xC4\xC4 \x8A\xAE\xE2\xF1\xAB\n"});
     cases.push_back(
         {"a byte 0", {"3 file-nul", "3 line-ignored"}, kHead + std::string("x\0y\n", 4)});
     toldRules = {RuleId::fileNotOpened, RuleId::treeTooLarge};  // told below
