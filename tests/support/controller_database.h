@@ -38,12 +38,6 @@ class ControllerDatabase {
     void put(Area area, int type, int num, std::size_t offset, const T& value) {
         std::memcpy(at(area, type, num) + offset, &value, sizeof(value));
     }
-    template <class T>
-    T get(Area area, int type, int num, std::size_t offset) {
-        T value{};
-        std::memcpy(&value, at(area, type, num) + offset, sizeof(value));
-        return value;
-    }
     /// The bytes without a NUL behind them, into the passport.
     void putText(int type, int num, std::size_t offset, std::string_view bytes);
     void setQuality(int type, int num, std::uint32_t quality);
