@@ -31,15 +31,16 @@ bool bindAny(int socket, int family, std::uint16_t port) {
     return bind(socket, reinterpret_cast<const sockaddr*>(&any), sizeof(any)) == 0;
 }
 
+/// Bound only, which fails where another program listens: a client that connected to this socket
+/// would be cut off when it is closed.
 /// @param taken  set when somebody else listens there; otherwise untouched, also after failures,
 ///               which the library meets and reports for itself
 /// @return -1 after a failure
-int listenOn(int family, std::uint16_t port, bool& taken) {
+int bindTo(int family, std::uint16_t port, bool& taken) {
     const int socket = ::socket(family, SOCK_STREAM | SOCK_CLOEXEC, IPPROTO_TCP);
     if (socket == -1) return -1;
     switchOn(socket, SOL_SOCKET, SO_REUSEADDR);
-    constexpr int kShortestQueue = 1;
-    if (bindAny(socket, family, port) && listen(socket, kShortestQueue) == 0) return socket;
+    if (bindAny(socket, family, port)) return socket;
     if (errno == EADDRINUSE) taken = true;
     (void)close(socket);
     return -1;
@@ -49,7 +50,7 @@ int listenOn(int family, std::uint16_t port, bool& taken) {
 
 ExclusivePort::ExclusivePort(std::uint16_t port) {
     bool taken = false;
-    sockets_ = {listenOn(AF_INET, port, taken), listenOn(AF_INET6, port, taken)};
+    sockets_ = {bindTo(AF_INET, port, taken), bindTo(AF_INET6, port, taken)};
     ours_ = !taken;
 }
 

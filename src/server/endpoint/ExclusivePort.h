@@ -5,7 +5,7 @@
 #include <array>
 #include <cstdint>
 
-/// A TCP port that this process alone listens on, on all addresses of IPv4 and of IPv6. A family
+/// A TCP port that this process alone may listen on, on all addresses of IPv4 and of IPv6. A family
 /// that the host does not have is left out.
 ///
 /// The library listens with SO_REUSEPORT, with which a port that another process of the same user
@@ -13,7 +13,8 @@
 /// taken without that option first, and held until the library listens.
 class ExclusivePort {
   public:
-    /// Listens on the port, in the host's byte order. Old connections in TIME_WAIT do not matter.
+    /// Takes the port, in the host's byte order, without listening. Old connections in TIME_WAIT
+    /// do not matter.
     explicit ExclusivePort(std::uint16_t port);
     /// Gives the port up.
     ~ExclusivePort();
