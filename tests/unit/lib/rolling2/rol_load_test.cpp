@@ -1,8 +1,6 @@
 // Loading: which copy, what of it, and what is left of the files.
 #include "lib/rolling2/rol_files.h"
 
-#include <map>
-
 #include "journal.h"
 
 namespace {
@@ -43,9 +41,12 @@ TEST_F(Loading, FillsTheRingFromSlotZeroWithTheNewest) {
     post(journal, 6, 6);
     EXPECT_EQ(codes(journal), upTo(1, 6));
 
-    writeCopy(main, 1, 50, 0);
-    EXPECT_EQ(journal.LoadMainRolling(), 0);
-    EXPECT_EQ(codes(journal), upTo(31, 50));
+    for (const Copy copy : {main, reserve}) {
+        const unsigned last = copy == main ? 50 : 60;
+        writeCopy(copy, 1, last, 0);
+        EXPECT_EQ(copy == main ? journal.LoadMainRolling() : journal.LoadRezRolling(), 0);
+        EXPECT_EQ(codes(journal), upTo(last - 19, last));
+    }
 }
 
 TEST_F(Loading, ChoosesTheNewerCopyAndFallsBack) {
@@ -96,103 +97,73 @@ TEST_F(Loading, ChoosesTheNewerCopyAndFallsBack) {
         join(journal);
         EXPECT_EQ(codes(journal), c.ring);
         EXPECT_EQ(files(), c.files);
-        const unsigned last = c.allUnread ? 5 : c.ring.empty() ? 0 : 20;  // counter
         EXPECT_EQ(journal.GetCounter(0), c.allUnread ? 5U : 0U);
-        EXPECT_EQ(journal.GetCounter(7), last);
+        EXPECT_EQ(journal.GetCounter(7), c.allUnread ? 5U : c.ring.empty() ? 0U : 20U);
     }
 }
 
-TEST_F(Loading, RefusesDamagedMessagesFiles) {
+TEST_F(Loading, RefusesAndReportsDamagedFiles) {
     const std::string one = rawMessage(1);
     const std::string argument = rawMessage(1, 1, "\x01\x01x");
     const std::string full = std::string("\x09\xFD") + std::string(253, 'x');
     const std::string tooLong = "\x09\xFE" + std::string(254, 'x');
+    const std::string header = "ошибка при чтении заголовка файла сообщений "_cp866z;
+    const std::string content = "ошибка в содержимом заголовке файла сообщений "_cp866z;
+    const std::string tooShort = "ошибка 3 в файле сообщений "_cp866z;
+    const std::string overflow = "ошибка 4 в файле сообщений "_cp866z;
+    const std::string closed = "невозможно открыть файл "_cp866z;
     const struct {
         const char* why;
         std::string bytes;
         int error;
         std::size_t readable;
+        std::string printed;
     } cases[] = {
-        {"header cut", messagesFile(1, 0, one).substr(0, 13), 7, 0},
-        {"another tag", "veskrol2.0" + messagesFile(1, 0, one).substr(10), 6, 0},
-        {"no messages", messagesFile(0, 65535, ""), 6, 0},
-        {"last not below the count", messagesFile(1, 1, one), 6, 0},
-        {"second one missing", messagesFile(2, 1, one), 3, 1},
-        {"second one cut in its head", messagesFile(2, 1, one + one.substr(0, 25)), 3, 1},
-        {"cut in an argument", messagesFile(1, 0, argument.substr(0, 28)), 3, 0},
-        {"arguments just fit", messagesFile(1, 0, rawMessage(1, 1, full)), 0, 1},
-        {"arguments overflow", messagesFile(1, 0, rawMessage(1, 2, full + "\x01\x01")), 4, 0},
-        {"an argument longer than the room", messagesFile(1, 0, rawMessage(1, 1, tooLong)), 4, 0},
-        {"more behind the last", messagesFile(1, 0, argument + "xyz"), 0, 1},
-        {"last below the newest", messagesFile(2, 0, one + argument), 0, 2},
-    };
-    const std::string error = "Rolling LIB: ошибка "_cp866z;
-    const std::map<int, std::string> printed = {
-        {3, error + "3 в файле сообщений "_cp866z},
-        {4, error + "4 в файле сообщений "_cp866z},
-        {6, error + "в содержимом заголовке файла сообщений "_cp866z},
-        {7, error + "при чтении заголовка файла сообщений "_cp866z},
+        {"header cut", messagesFile(1, 0, one).substr(0, 13), 7, 0, header},
+        {"another tag", "veskrol2.0" + messagesFile(1, 0, one).substr(10), 6, 0, content},
+        {"no messages", messagesFile(0, 65535, ""), 6, 0, content},
+        {"last not below the count", messagesFile(1, 1, one), 6, 0, content},
+        {"second one missing", messagesFile(2, 1, one), 3, 1, tooShort},
+        {"second one cut in its head", messagesFile(2, 1, one + one.substr(0, 25)), 3, 1, tooShort},
+        {"cut in an argument", messagesFile(1, 0, argument.substr(0, 28)), 3, 0, tooShort},
+        {"arguments just fit", messagesFile(1, 0, rawMessage(1, 1, full)), 0, 1, {}},
+        {"arguments overflow", messagesFile(1, 0, rawMessage(1, 2, full + "\x01\x01")), 4, 0,
+         overflow},
+        {"longer than the room", messagesFile(1, 0, rawMessage(1, 1, tooLong)), 4, 0, overflow},
+        {"more behind the last", messagesFile(1, 0, argument + "xyz"), 0, 1, {}},
+        {"last below the newest", messagesFile(2, 0, one + argument), 0, 2, {}},
     };
     CRolManager journal;
     join(journal);
     post(journal, 100, 102);
+    const auto expectRefused = [&](Copy copy, int error, const std::string& first,
+                                   const std::string& what) {
+        Capture out(STDOUT_FILENO);
+        EXPECT_EQ(copy == main ? journal.LoadMainRolling() : journal.LoadRezRolling(), error);
+        EXPECT_EQ(out.text(), "Rolling LIB: " + first + "\nRollingLib: Load" +
+                                  (copy == main ? "Main" : "Rez") + "Rolling " + what + "error " +
+                                  std::to_string(error) + "\n");
+        EXPECT_EQ(codes(journal), upTo(100, 102)) << "untouched";
+    };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.why);
-        const std::span bytes(reinterpret_cast<const std::uint8_t*>(c.bytes.data()),
-                              c.bytes.size());
-        const RolMessages parsed = RolParseMessages(bytes);
+        const RolMessages parsed = RolParseMessages(
+            {reinterpret_cast<const std::uint8_t*>(c.bytes.data()), c.bytes.size()});
         EXPECT_EQ(parsed.error, c.error);
         EXPECT_EQ(parsed.messages.size(), c.readable);
-        if (c.error == 0) continue;
         write(kMessages[main], c.bytes);
-        write(kCounters[main], std::string(64, '\0'));
-        Capture out(STDOUT_FILENO);
-        EXPECT_EQ(journal.LoadMainRolling(), c.error);
-        EXPECT_EQ(out.text(), printed.at(c.error) + path(kMessages[main]) +
-                                  "\nRollingLib: LoadMainRolling error " + std::to_string(c.error) +
-                                  "\n");
-        EXPECT_EQ(codes(journal), upTo(100, 102)) << "untouched";
+        if (c.error != 0) expectRefused(main, c.error, c.printed + path(kMessages[main]), "");
     }
-}
-
-TEST_F(Loading, ReportsWhatItCannotRead) {
-    const std::string cannotOpen = "Rolling LIB: невозможно открыть файл "_cp866z;
-    const std::string forMessages = " для чтения сообщений\n"_cp866z;
-    const std::string forCounters = " для чтения счетчиков\n"_cp866z;
-    const std::string badCounters = "Rolling LIB: ошибка в файле счетчиков "_cp866z;
-    CRolManager journal;
-    join(journal);
-    const auto load = [&](Copy copy) {
-        return copy == main ? journal.LoadMainRolling() : journal.LoadRezRolling();
-    };
-    const auto lines = [&](Copy copy, const std::string& what, const auto& files,
-                           const std::string& why, const char* result) {
-        const std::string name = copy == main ? "Main" : "Rez";
-        return what + path(files[copy]) + why + "RollingLib: Load" + name + "Rolling " + result;
-    };
+    journal.EraseRollingFiles();
     for (const Copy copy : {main, reserve}) {
-        Capture noMessages(STDOUT_FILENO);
-        EXPECT_EQ(load(copy), 5);
-        EXPECT_EQ(noMessages.text(), lines(copy, cannotOpen, kMessages, forMessages, "error 5\n"));
-        writeCopy(copy, 1, 3, -1);
-        std::filesystem::remove(path(kCounters[copy]));
-        Capture noCounters(STDOUT_FILENO);
-        EXPECT_EQ(load(copy), 5);
-        EXPECT_EQ(noCounters.text(),
-                  lines(copy, cannotOpen, kCounters, forCounters, "counters error 5\n"));
+        expectRefused(copy, 5, closed + path(kMessages[copy]) + " для чтения сообщений"_cp866z, "");
+        write(kMessages[copy], messagesFile(1, 3));
+        expectRefused(copy, 5, closed + path(kCounters[copy]) + " для чтения счетчиков"_cp866z,
+                      "counters ");
         write(kCounters[copy], "short");
-        Capture shortCounters(STDOUT_FILENO);
-        EXPECT_EQ(load(copy), 3);
-        EXPECT_EQ(shortCounters.text(),
-                  lines(copy, badCounters, kCounters, " \n", "counters error 3\n"));
-        EXPECT_TRUE(codes(journal).empty());
+        expectRefused(copy, 3, "ошибка в файле счетчиков "_cp866z + (path(kCounters[copy]) + " "),
+                      "counters ");
     }
-    writeCopy(reserve, 1, 3, -1);
-    EXPECT_EQ(journal.LoadRezRolling(), 0);
-    EXPECT_EQ(codes(journal), upTo(1, 3));
-    writeCopy(main, 4, 6, 1);
-    EXPECT_EQ(journal.Load(), 0);
-    EXPECT_EQ(codes(journal), upTo(4, 6));
 }
 
 }  // namespace

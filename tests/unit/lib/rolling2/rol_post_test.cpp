@@ -1,8 +1,7 @@
-// Posting: the ring, its stamps and counters, and processes that post together.
+// Posting: the ring, its stamps and counters, and the lock.
 #include <sys/sem.h>
 
 #include <iterator>
-#include <thread>
 
 #include "journal.h"
 
@@ -22,28 +21,24 @@ TEST_F(Posting, EveryOperationLaysItsRecord) {
     const auto five = [] { return new CRolArg(5); };
     const auto end = [] { return new CRolArg(RT_END); };
     post(journal, 1, 20);  // records of a former round are overwritten whole
+    // clang-format off
     const struct {
-        const char* why;
         std::function<int()> post;
         unsigned dictionary, code;
         int type, number;
         bool isTimed = false;
     } cases[] = {
-        {"Message", [&] { return journal.Message(1, five(), end()); }, 301, 1, -1, -1},
-        {"MessageD", [&] { return journal.MessageD(9, 2, five(), end()); }, 9, 2, -1, -1},
-        {"MessageWithVar", [&] { return journal.MessageWithVar(3, 2, 300, five(), end()); }, 301, 3,
-         2, 300},
-        {"MessageWithVarD", [&] { return journal.MessageWithVarD(9, 4, 1, -5, five(), end()); }, 9,
-         4, 1, -5},
-        {"MessageWithVarAndTime",
-         [&] { return journal.MessageWithVarAndTime(&time, 5, 3, 1, five(), end()); }, 301, 5, 3, 1,
-         true},
-        {"VeskolMessage", [&] { return journal.VeskolMessage(9, 6, 6, 2, array); }, 9, 6, 6, 2},
-        {"VeskolMessageWithTime",
-         [&] { return journal.VeskolMessageWithTime(&time, 9, 7, 8, 3, array); }, 9, 7, 8, 3, true},
+        {[&] { return journal.Message(1, five(), end()); },                               301, 1, -1, -1},
+        {[&] { return journal.MessageD(9, 2, five(), end()); },                             9, 2, -1, -1},
+        {[&] { return journal.MessageWithVar(3, 2, 300, five(), end()); },                301, 3, 2, 300},
+        {[&] { return journal.MessageWithVarD(9, 4, 1, -5, five(), end()); },               9, 4, 1, -5},
+        {[&] { return journal.MessageWithVarAndTime(&time, 5, 3, 1, five(), end()); },    301, 5, 3, 1, true},
+        {[&] { return journal.VeskolMessage(9, 6, 6, 2, array); },                          9, 6, 6, 2},
+        {[&] { return journal.VeskolMessageWithTime(&time, 9, 7, 8, 3, array); },           9, 7, 8, 3, true},
     };
+    // clang-format on
     for (const auto& c : cases) {
-        SCOPED_TRACE(c.why);
+        SCOPED_TRACE(c.code);
         ASSERT_EQ(c.post(), 0);
         EXPECT_EQ(newest(14, 267), little(c.dictionary, 4) + little(c.code, 4) +
                                        little(static_cast<unsigned>(c.type), 1) +
@@ -91,20 +86,16 @@ TEST_F(Posting, StampsEachMessageLaterThanTheOneBefore) {
 
 TEST_F(Posting, ReplacesWhatCannotBeBuilt) {
     const std::string tooLong(253, 'x');
+    // clang-format off
     const struct {
         const char* why;
         std::function<int()> post;
     } cases[] = {
-        {"a text too long, whatever follows",
-         [&] {
-             return journal.MessageD(9, 5, new CRolArg(tooLong.c_str()), new CRolArg(1),
-                                     new CRolArg(RT_END));
-         }},
-        {"a type that no record has",
-         [&] { return journal.MessageD(9, 5, new CRolArg(RT_NOTYPE), new CRolArg(RT_END)); }},
-        {"no argument",
-         [&] { return journal.MessageD(9, 5, new CRolArg(1), static_cast<CRolArg*>(nullptr)); }},
+        {"a text too long, whatever follows", [&] { return journal.MessageD(9, 5, new CRolArg(tooLong.c_str()), new CRolArg(1), new CRolArg(RT_END)); }},
+        {"a type that no record has",         [&] { return journal.MessageD(9, 5, new CRolArg(RT_NOTYPE), new CRolArg(RT_END)); }},
+        {"no argument",                       [&] { return journal.MessageD(9, 5, new CRolArg(1), static_cast<CRolArg*>(nullptr)); }},
     };
+    // clang-format on
     for (const auto& c : cases) {
         SCOPED_TRACE(c.why);
         EXPECT_EQ(c.post(), 0);
@@ -114,17 +105,17 @@ TEST_F(Posting, ReplacesWhatCannotBeBuilt) {
     }
 }
 
-TEST_F(Posting, TellsWhatIsLostWithoutAJournal) {
+TEST_F(Posting, WithoutAJournalNothingIsPostedOrChanged) {
     CRolManager closed;
     Capture out(STDOUT_FILENO);
     EXPECT_EQ(closed.MessageD(9, 5, new CRolArg("x"), new CRolArg(RT_END)), kRolNotOpen);
     EXPECT_EQ(out.text(),
               "Rolling LIB: Внутренняя ошибка 2 формирования сообщения (dic=9,num=5)\n"_cp866z);
-    EXPECT_EQ(closed.GetCounter(0), 0U);
     closed.DecCounter(0, 1);
     closed.IncCounters(1);
-    EXPECT_EQ(closed.Load(), kRolNotOpen);
-    EXPECT_EQ(closed.ForceSave(), kRolNotOpen);
+    EXPECT_EQ(closed.GetCounter(0), 0U);
+    for (const int result : {closed.Load(), closed.ForceSave()})
+        EXPECT_EQ(result, kRolNotOpen);
     EXPECT_EQ(closed.Save(), 0);
     EXPECT_EQ(closed.GetSaveRol(), 2);
 }
@@ -133,44 +124,32 @@ TEST_F(Posting, CountsForEightReaders) {
     post(journal, 1, 5);
     const RawSegment counters(57);
     counters.put<std::uint32_t>(32, 40);  // behind them: another program's
-    journal.DecCounter(2, 3);
-    journal.DecCounter(3, 6);
-    journal.DecCounter(4, 0);
-    journal.DecCounter(4, -1);
-    for (const int reader : {-1, 9})
-        journal.DecCounter(reader, 1);
-    EXPECT_EQ(counters.text(0, 32), little(5, 4) + little(5, 4) + little(2, 4) + little(0, 4) +
-                                        little(5, 4) + little(5, 4) + little(5, 4) + little(5, 4));
-    const auto told = [this] {
-        std::vector<unsigned> all;
-        for (const int reader : {-1, 2, 8, 9})
-            all.push_back(journal.GetCounter(reader));
-        return all;
+    const auto expectCounters = [&](const std::vector<unsigned>& want) {  // of readers 0 to 9
+        std::vector<unsigned> got;
+        for (int reader = 0; reader < 10; ++reader)
+            got.push_back(journal.GetCounter(reader));
+        EXPECT_EQ(got, want);
     };
-    EXPECT_EQ(told(), (std::vector<unsigned>{0, 2, 40, 0}));
+    for (const auto& [reader, count] : {std::pair(2, 3), {3, 6}, {4, 0}, {4, -1}, {-1, 1}, {9, 1}})
+        journal.DecCounter(reader, count);
+    expectCounters({5, 5, 2, 0, 5, 5, 5, 5, 40, 0});
     journal.DecCounter(8, 15);
     journal.IncCounters(4);
-    EXPECT_EQ(told(), (std::vector<unsigned>{0, 6, 25, 0})) << "the ninth is not one of the eight";
+    expectCounters({9, 9, 6, 4, 9, 9, 9, 9, 25, 0});
     journal.IncCounters(1'000'000);
-    EXPECT_EQ(told(), (std::vector<unsigned>{0, 20, 25, 0}));
-    EXPECT_EQ(counters.get<std::uint32_t>(36), 0U);
-}
-
-TEST_F(Posting, GoesRoundTheRing) {
-    EXPECT_EQ(CRolManager::CycPlus(7, 5, 10), 2U);
-    EXPECT_EQ(CRolManager::CycPlus(0, 10, 10), 0U);
-    EXPECT_EQ(CRolManager::CycMinus(7, 5, 10), 2U);
-    EXPECT_EQ(CRolManager::CycMinus(2, 5, 10), 7U);
-    EXPECT_EQ(CRolManager::CycMinus(5, 5, 10), 0U);
-    EXPECT_EQ(CRolManager::CycMinus(2, 25, 10), 7U);
-    EXPECT_EQ(CRolManager::CycMinus(25, 2, 10), 3U);
+    expectCounters({20, 20, 20, 20, 20, 20, 20, 20, 25, 0});
+    EXPECT_EQ(counters.get<std::uint32_t>(36) + journal.GetCounter(-1), 0U);
 }
 
 TEST_F(Posting, StaysWithinTheRingWhateverOthersWrote) {
+    const unsigned rounds[][4] = {{7, 5, 2, 2}, {0, 10, 0, 0}, {2, 5, 7, 7}, {25, 2, 7, 3}};
+    for (const auto& [a, b, sum, difference] : rounds) {
+        EXPECT_EQ(CRolManager::CycPlus(a, b, 10), sum);
+        EXPECT_EQ(CRolManager::CycMinus(a, b, 10), difference);
+    }
     post(journal, 1, 5);
-    RawSegment(53).put<std::uint16_t>(0, 60000);
-    RawSegment(52).put<std::uint16_t>(0, 60000);
-    RawSegment(50).put<std::uint16_t>(0, 60000);
+    for (const int index : {50, 52, 53})
+        RawSegment(index).put<std::uint16_t>(0, 60000);
     post(journal, 6, 6);
     EXPECT_LT(RawSegment(53).get<std::uint16_t>(0), 20);
     EXPECT_EQ(codes(journal).size(), 20U);
@@ -211,76 +190,6 @@ TEST_F(Posting, EveryOperationWaitsForTheLock) {
     journal.Rol2Sem->sem_unlock();
     for (auto& operation : waiting)
         EXPECT_EQ(operation->wait(), 0);
-}
-
-// ---- Together ----------------------------------------------------------------------------------
-
-/// Messages of several posters: the code is the poster's, the text repeats number and poster.
-class Together : public JournalTest {
-  protected:
-    static constexpr unsigned kPosters = 4;
-    static constexpr unsigned kEach = 500;
-
-    static std::string textOf(unsigned poster, unsigned number) {
-        return std::string(1 + number % 200, static_cast<char>('a' + poster));
-    }
-    static void postNumbered(CRolManager& journal, unsigned poster) {
-        for (unsigned number = 0; number < kEach; ++number) {
-            const std::string text = textOf(poster, number);
-            EXPECT_EQ(journal.Message(poster, new CRolArg(number), new CRolArg(text.c_str()),
-                                      new CRolArg(number), new CRolArg(RT_END)),
-                      0);
-        }
-    }
-
-    /// Goes through the ring as it lies in shared memory: stamps rise, and each message is whole.
-    static void expectAllOf(unsigned posters) {
-        const RawSegment ring(51);
-        ASSERT_EQ(RawSegment(52).get<std::uint16_t>(0), posters * kEach);
-        std::vector<unsigned> counts(posters, 0);
-        std::pair<std::int32_t, std::int32_t> last{0, -1};
-        for (std::size_t at = 281; at <= posters * kEach * 281U; at += 281) {
-            const std::pair stamp(ring.get<std::int32_t>(at), ring.get<std::int32_t>(at + 4));
-            ASSERT_GT(stamp, last);
-            last = stamp;
-            const auto poster = ring.get<std::uint32_t>(at + 18);
-            const auto number = ring.get<std::uint32_t>(at + 28);
-            ASSERT_LT(poster, posters);
-            ++counts[poster];
-            const std::string text = textOf(poster, number);
-            EXPECT_EQ(ring.text(at + 25, 1) + ring.text(at + 32, text.size() + 9),
-                      "\x03\x09" + little(text.size() + 1, 1) + text + '\0' + "\x0C\x04" +
-                          little(number, 4));
-        }
-        EXPECT_EQ(counts, std::vector<unsigned>(posters, kEach));
-    }
-};
-
-TEST_F(Together, NothingIsLostOrTornWhoeverComesFirst) {
-    settings("[ROLLING]\nMaxNumMessageMemory = 60000\n");
-    for (int round = 0; round < 10; ++round) {
-        removeShared();
-        std::vector<std::unique_ptr<ChildProcess>> processes;
-        processes.reserve(kPosters);
-        for (unsigned poster = 0; poster < kPosters; poster += 2) {
-            processes.push_back(std::make_unique<ChildProcess>([poster] {
-                CRolManager journal;
-                EXPECT_EQ(journal.Init(), 0);
-                journal.SetSaveRol(1);
-                std::thread other([&] { postNumbered(journal, poster + 1); });
-                postNumbered(journal, poster);
-                EXPECT_EQ(journal.Save(), 0);
-                other.join();
-                return journal.ForceSave();
-            }));
-        }
-        for (auto& process : processes)
-            EXPECT_EQ(process->wait(std::chrono::milliseconds(120000)), 0);
-        expectAllOf(kPosters);
-        CRolManager later;
-        join(later);
-        later.EraseRollingFiles();
-    }
 }
 
 }  // namespace

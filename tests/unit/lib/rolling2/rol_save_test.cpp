@@ -41,6 +41,14 @@ TEST_F(Saving, WritesMessagesCountersAndCrc) {
     EXPECT_EQ(files(), "111000");
     EXPECT_EQ(RawSegment(55).get<char>(0), 1) << "the reserve is next";
     EXPECT_EQ(RawSegment(56).get<std::uint32_t>(0), 0U);
+    ASSERT_EQ(journal.SaveRezRolling(), 0);
+    journal.EraseMainRollingFiles();
+    EXPECT_EQ(files(), "000111");
+    ASSERT_EQ(journal.SaveMainRolling(), 0);
+    journal.EraseRezRollingFiles();
+    EXPECT_EQ(files(), "111000");
+    journal.EraseRollingFiles();
+    EXPECT_EQ(files(), "000000");
 }
 
 TEST_F(Saving, TakesTurnsAndKeepsTheNewest) {
@@ -96,29 +104,21 @@ TEST_F(Saving, WritesNothingWhileItIsOffOrThereIsNothing) {
 }
 
 TEST_F(Saving, ReportsFilesThatCannotBeWritten) {
-    const std::string cannotOpen = "Rolling LIB: невозможно открыть файл "_cp866z;
-    const std::string shortWrite = "Rolling LIB: ошибка записи в файл сообщений "_cp866z;
-    const std::string forMessages = " для записи сообщений\n"_cp866z;
-    const struct {
-        const char* name;
-        std::string purpose;
-    } spoilt[] = {{kMessages[main], forMessages},
-                  {kCounters[main], " для записи счетчиков\n"_cp866z}};
-    const auto line = [this](const std::string& what, const char* name, const std::string& why) {
-        return what + path(name) + why;
-    };
     post(journal, 1, 3);
-    for (const auto& file : spoilt) {
-        SCOPED_TRACE(file.name);
-        std::filesystem::create_directory(path(file.name));
+    for (const auto& [name, purpose] : {std::pair(kMessages[main], " для записи сообщений"_cp866z),
+                                        {kCounters[main], " для записи счетчиков"_cp866z}}) {
+        SCOPED_TRACE(name);
+        std::filesystem::create_directory(path(name));
         Capture notOpened(STDOUT_FILENO);
         EXPECT_EQ(journal.SaveMainRolling(), 5);
-        EXPECT_EQ(notOpened.text(), line(cannotOpen, file.name, file.purpose));
-        std::filesystem::remove(path(file.name));
-        std::filesystem::create_symlink("/dev/full", path(file.name));
+        EXPECT_EQ(notOpened.text(),
+                  "Rolling LIB: невозможно открыть файл "_cp866z + path(name) + purpose + "\n");
+        std::filesystem::remove(path(name));
+        std::filesystem::create_symlink("/dev/full", path(name));
         Capture notWritten(STDOUT_FILENO);
         EXPECT_EQ(journal.SaveMainRolling(), 8);
-        EXPECT_EQ(notWritten.text(), line(shortWrite, file.name, forMessages));
+        EXPECT_EQ(notWritten.text(), "Rolling LIB: ошибка записи в файл сообщений "_cp866z +
+                                         path(name) + " для записи сообщений\n"_cp866z);
         EXPECT_FALSE(exists(kCrc[main])) << "so the loader does not trust it";
         journal.EraseMainRollingFiles();
     }
@@ -126,23 +126,6 @@ TEST_F(Saving, ReportsFilesThatCannotBeWritten) {
     Capture out(STDOUT_FILENO);
     EXPECT_NE(CRolManager::SaveRollThread(&never), nullptr);
     EXPECT_EQ(out.text(), "SaveRollThread: Rol2PathCur == NULL\n");
-}
-
-TEST_F(Saving, ErasesTheFilesOfACopy) {
-    post(journal, 1, 1);
-    const struct {
-        void (CRolManager::*erase)();
-        const char* left;
-    } cases[] = {{&CRolManager::EraseMainRollingFiles, "000111"},
-                 {&CRolManager::EraseRezRollingFiles, "111000"},
-                 {&CRolManager::EraseRollingFiles, "000000"}};
-    for (const auto& c : cases) {
-        ASSERT_EQ(journal.SaveMainRolling(), 0);
-        ASSERT_EQ(journal.SaveRezRolling(), 0);
-        EXPECT_EQ(files(), "111111");
-        (journal.*c.erase)();
-        EXPECT_EQ(files(), c.left);
-    }
 }
 
 // ---- Reading -----------------------------------------------------------------------------------

@@ -50,32 +50,25 @@ int synchronise(const char* name, int file) {
 }  // namespace
 
 // Before each of them something is on the disk or in shared memory, and the next thing is not.
+#define STEP(Result, name, parameters, arguments, exception) \
+    extern "C" Result name parameters exception {            \
+        step();                                              \
+        return real<Result parameters>(#name) arguments;     \
+    }
+STEP(int, shmget, (key_t key, size_t size, int flags), (key, size, flags), noexcept)
+STEP(void*, shmat, (int id, const void* address, int flags), (id, address, flags), noexcept)
+STEP(int, unlink, (const char* path), (path), noexcept)
+STEP(std::FILE*, fopen, (const char* path, const char* mode), (path, mode), )
+STEP(int, fflush, (std::FILE * file), (file), )
+STEP(ssize_t, write, (int file, const void* bytes, size_t size), (file, bytes, size), )
+#undef STEP
+
 extern "C" {
-int shmget(key_t key, size_t size, int flags) noexcept {
-    step();
-    return real<int(key_t, size_t, int)>("shmget")(key, size, flags);
-}
-void* shmat(int id, const void* address, int flags) noexcept {
-    step();
-    return real<void*(int, const void*, int)>("shmat")(id, address, flags);
-}
-int unlink(const char* path) noexcept {
-    step();
-    return real<int(const char*)>("unlink")(path);
-}
 int pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*run)(void*),
                    void* argument) noexcept {
     if (noThread) return EAGAIN;
     return real<int(pthread_t*, const pthread_attr_t*, void* (*)(void*), void*)>("pthread_create")(
         thread, attributes, run, argument);
-}
-std::FILE* fopen(const char* path, const char* mode) {
-    step();
-    return real<std::FILE*(const char*, const char*)>("fopen")(path, mode);
-}
-int fflush(std::FILE* file) {
-    step();
-    return real<int(std::FILE*)>("fflush")(file);
 }
 int fsync(int file) {
     return synchronise("fsync", file);
@@ -101,10 +94,6 @@ int setpriority(__priority_which_t which, id_t who, int nice) noexcept {
     pthread_sigmask(SIG_SETMASK, nullptr, &niceSignals);
     lastNice = which == PRIO_PROCESS && who == 0 ? nice : 0;
     return 0;
-}
-ssize_t write(int file, const void* bytes, size_t size) {
-    step();
-    return real<ssize_t(int, const void*, size_t)>("write")(file, bytes, size);
 }
 }
 

@@ -1,19 +1,15 @@
 #include "lib/util/vs_obj.h"
 
-#include <gtest/gtest.h>
-#include <sys/msg.h>
 #include <sys/syscall.h>
 #include <sys/time.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
-#include <string>
 #include <thread>
 
 #include "lib/util/ipc_objects.h"
-#include "support/child_process.h"
-#include "support/vesk_path.h"
+#include "messages.h"
 
 namespace {
 
@@ -30,29 +26,8 @@ extern "C" int setitimer(__itimer_which_t which, const itimerval* timer,
 
 namespace {
 
-// A queue message as it lies in memory.
-struct RawMessage {
-    long type;
-    int sender;
-    char data[4076];
-};
-
-class Messages : public testing::Test {
+class Waits : public Messages {
   protected:
-    // As another program: `sender` asks `addressee`.
-    void request(int addressee, int sender, const std::string& data) const {
-        RawMessage message{addressee, sender, {}};
-        data.copy(message.data, data.size());
-        ASSERT_EQ(msgsnd(object.SR_id, &message, 4 + data.size(), IPC_NOWAIT), 0);
-    }
-    // The message for an addressee, with its sender in front; "none" when there is none.
-    static std::string take(int queue, int addressee) {
-        RawMessage message{};
-        const ssize_t got = msgrcv(queue, &message, 4080, addressee, IPC_NOWAIT);
-        if (got < 4) return "none";
-        return std::to_string(message.sender) + ':' +
-               std::string(message.data, static_cast<std::size_t>(got) - 4);
-    }
     static long timerRestUs() {
         itimerval now{};
         getitimer(ITIMER_REAL, &now);
@@ -68,10 +43,6 @@ class Messages : public testing::Test {
         const int result = object.Send(pid, question, reply.data(), 6, 10);
         return std::to_string(result) + ' ' + reply;
     }
-
-    const VeskPath path;
-    vs_obj object;
-    const int own = getpid();
 };
 
 TEST(MessageQueues, HaveTheRegistrysKeyAndTheNext) {
@@ -136,7 +107,7 @@ TEST_F(Messages, CarrySenderAndDataAndNothingMore) {
               "Send: Message too long\nSend: Message too long\nBackToSR: Message too long\n");
 }
 
-TEST_F(Messages, SendWaitsForTheReplyAndTheCallersTimerRunsOn) {
+TEST_F(Waits, SendWaitsForTheReplyAndTheCallersTimerRunsOn) {
     const struct {
         const char* why;
         long restUs;               // of the caller's timer before; 0: off
@@ -181,7 +152,7 @@ TEST_F(Messages, SendWaitsForTheReplyAndTheCallersTimerRunsOn) {
     }
 }
 
-TEST_F(Messages, WaitsEndWithTheOtherProcess) {
+TEST_F(Waits, WaitsEndWithTheOtherProcess) {
     const std::string untouched = "-1 ############";
     EXPECT_EQ(ask(deadPid()), untouched);
     EXPECT_EQ(ask(own), untouched) << "nobody would answer";
@@ -240,7 +211,7 @@ TEST_F(Messages, ReceiveTakesFromTheNamedProcessOnly) {
     EXPECT_EQ(object.getNumMsg_SR(), 1);
 }
 
-TEST_F(Messages, SignalsDoNotEndAWaitAndTheTimeDoes) {
+TEST_F(Waits, SignalsDoNotEndAWaitAndTheTimeDoes) {
     char data[8] = {};
     const auto former = signal(SIGUSR1, [](int) {});
     ChildProcess sender([this] {
