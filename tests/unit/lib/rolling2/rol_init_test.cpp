@@ -150,7 +150,9 @@ TEST_F(Joining, UsesPositionFlagAndDictionariesOfOthers) {
     const RawSegment counts(59, 26);
     for (unsigned i = 0; i < 5; ++i) {
         counts.put<std::uint16_t>(i * 2, 2);
-        RawSegment(71 + static_cast<int>(i), 16).put(8, static_cast<char>('A' + i));  // the second
+        const RawSegment dictionary(71 + static_cast<int>(i), 16);
+        dictionary.put(8, static_cast<char>('A' + i));  // the second
+        dictionary.put(16, 'Z');                        // no third, though its page goes on
     }
     flag.put<char>(0, 1);
     CRolManager journal;

@@ -3,10 +3,12 @@
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <pthread.h>
+#include <sched.h>
 #include <sys/mman.h>
 #include <sys/resource.h>
 #include <sys/sem.h>
 
+#include <atomic>
 #include <cerrno>
 #include <csignal>
 #include <cstdarg>
@@ -27,6 +29,7 @@ sigset_t niceSignals{};
 int syncsLeft = -1;
 int syncError = 0;
 bool noThread = false;
+std::atomic<bool> writerIsHeld = false;
 
 /// Run once, before this process takes the journal's lock.
 std::function<void()> beforeLock;
@@ -92,6 +95,8 @@ int semop(int set, sembuf* operations, size_t count) noexcept {
 int setpriority(__priority_which_t which, id_t who, int nice) noexcept {
     niceThread = pthread_self();
     pthread_sigmask(SIG_SETMASK, nullptr, &niceSignals);
+    while (writerIsHeld)
+        sched_yield();
     lastNice = which == PRIO_PROCESS && who == 0 ? nice : 0;
     return 0;
 }
@@ -173,6 +178,12 @@ TEST_F(SavingSteps, TheWriterIsAThreadOfLowerPriorityThatTakesNoSignal) {
         EXPECT_TRUE(sigismember(&niceSignals, signal)) << signal;
         EXPECT_FALSE(sigismember(&own, signal)) << signal;
     }
+    writerIsHeld = true;
+    for (unsigned code = 2; code < 4; ++code) {
+        post(journal, code, code);
+        EXPECT_EQ(journal.Save(), 0) << "does not wait for the save before";
+    }
+    writerIsHeld = false;
 }
 
 TEST_F(SavingSteps, WhatTheDiskDidNotTakeDoesNotCountAsWhole) {

@@ -229,6 +229,8 @@ TEST_F(Waits, SignalsDoNotEndAWaitAndTheTimeDoes) {
     EXPECT_EQ(object.ReceiveWithTimeout(sender.pid(), data, 5, 10000), sender.pid());
     EXPECT_STREQ(data, "tock");
     EXPECT_EQ(object.ReceiveWithTimeout(sender.pid(), data, 4, 60), -ENOENT);
+    request(own, sender.pid(), "now");
+    EXPECT_EQ(object.ReceiveWithTimeout(sender.pid(), data, 4, 0), sender.pid());
     signal(SIGUSR1, former);
     kill(sender.pid(), SIGKILL);
     EXPECT_EQ(object.ReceiveWithTimeout(sender.pid(), data, 4, 60000), -1);

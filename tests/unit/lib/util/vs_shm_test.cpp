@@ -154,9 +154,11 @@ TEST_F(Registry, DeletesByPidOrName) {
         for (std::size_t i = 0; i < 40; ++i)
             i < c.pids.size() ? set(i, std::string(1, static_cast<char>('a' + i)), c.pids[i])
                               : set(i, "", 0);
+        set(39, "behind a free one", 4711);
         EXPECT_EQ(c.name != nullptr ? registry.name_del(c.name) : registry.pid_del(c.pid),
                   c.result);
         EXPECT_EQ(names(), c.left);
+        EXPECT_EQ(registry.buf_names[38].name[0], 0) << "not moved up";
     }
 }
 
@@ -167,11 +169,12 @@ TEST_F(Registry, KeepsTheLastEntryTwiceAfterADeletionFromAFullTable) {
     };
     fill(live);
     EXPECT_EQ(registry.name_add("41st", 0), -1);
-    set(39, "last", live);
+    set(39, "last", live2);
     EXPECT_EQ(registry.name_del("x"), live);
     EXPECT_TRUE(names().ends_with("n n last last ")) << names();
     EXPECT_EQ(registry.name_add("41st", 0), -1) << "so there is no room";
-    EXPECT_EQ(registry.name_del("last"), live) << "ends, and takes both";
+    set(3, "last", live);
+    EXPECT_EQ(registry.name_del("last"), live2) << "ends, and takes them all";
     EXPECT_EQ(registry.name_add("41st", 0), live);
     EXPECT_TRUE(names().ends_with("n n 41st ")) << names();
 

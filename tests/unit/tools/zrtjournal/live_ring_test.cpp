@@ -45,7 +45,7 @@ TEST_F(LiveRing, DoesNotTrustWhatOthersWrote) {
 
 /// Posters number their messages, and the text repeats the number.
 TEST_F(LiveRing, LosesAndTearsNothingWhoeverComesFirstAndReadsMeanwhile) {
-    constexpr unsigned kEach = 10'003;
+    constexpr unsigned kEach = 50'003;
     const auto textOf = [](unsigned number) {
         return std::string(1 + number % 200, static_cast<char>('a' + number % 26));
     };
