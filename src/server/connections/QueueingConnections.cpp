@@ -44,7 +44,7 @@ struct Connection {
     RequestSizes sizes;
     std::vector<std::uint8_t> held;  ///< requests that wait
     Ticks progress{};                ///< when the queue began or shrank last
-    Ticks heldSince{};
+    Ticks heldSince{};               ///< when it began, or a request was answered last
     Ticks lastBytesUntil{};
 };
 
@@ -98,8 +98,8 @@ class QueueingConnections final : public UA_ConnectionManager {
 
     void receive(Entry& entry, std::span<std::uint8_t> bytes);
     bool mayAnswer(const Connection& connection, std::size_t waiting) const;
-    std::size_t deliver(Entry& entry, std::span<std::uint8_t> bytes, Ticks until);
-    void deliverHeld(Entry& entry, Ticks until);
+    std::size_t deliver(Entry& entry, std::span<std::uint8_t> bytes, Ticks time);
+    void deliverHeld(Entry& entry, Ticks time);
 
     void round();
     bool flush(Entry& entry);
@@ -294,7 +294,7 @@ bool QueueingConnections::sendOrKeep(Entry& entry, ByteView bytes) {
     }
     if (bytes.empty()) return true;
     if (!makeRoom(entry, bytes.size())) return false;
-    if (queue.empty()) entry.second.progress = now();
+    if (queue.empty()) entry.second.progress = entry.second.heldSince = now();
     queue.append(bytes);
     waiting_ += bytes.size();
     wakeAfter(bounds_.shortestPause);
@@ -323,19 +323,14 @@ void QueueingConnections::receive(Entry& entry, std::span<std::uint8_t> bytes) {
     Connection& connection = entry.second;
     if (connection.state != State::open) return;
     if (const auto limits = connection.greeting.read(bytes)) connection.answers.setLimits(*limits);
-
-    const Ticks until = now() + bounds_.turn;
-    std::size_t done = 0;
     if (connection.held.empty()) {
-        connection.heldSince = now();
-        done = deliver(entry, bytes, until);
-        if (done == bytes.size() || connection.state != State::open) return;
+        bytes = bytes.subspan(deliver(entry, bytes, bounds_.turn));
+        if (bytes.empty() || connection.state != State::open) return;
     }
-    connection.held.insert(connection.held.end(), bytes.begin() + static_cast<std::ptrdiff_t>(done),
-                           bytes.end());
-    if (connection.held.size() > bounds_.heldRequests) deliverHeld(entry, until);
+    connection.held.insert(connection.held.end(), bytes.begin(), bytes.end());
+    if (connection.held.size() > bounds_.heldRequests) deliverHeld(entry, bounds_.longestTurn);
     if (connection.held.size() > bounds_.heldRequestsAtMost) {
-        close(entry, "sends requests without waiting for their answers");
+        close(entry, "sends requests faster than they can be answered");
     } else {
         wakeAfter(connection.queue.empty() ? Ticks{} : Ticks{bounds_.shortestPause});
     }
@@ -348,33 +343,38 @@ bool QueueingConnections::mayAnswer(const Connection& connection, std::size_t wa
            now() - connection.heldSince >= bounds_.heldAtMost;
 }
 
-/// Gives the library one chunk after the other, as long as they may be answered and there is time.
+/// Gives the library one chunk after the other, as long as they may be answered and, after the
+/// first, there is time.
 /// @return how many bytes were given
-std::size_t QueueingConnections::deliver(Entry& entry, std::span<std::uint8_t> bytes, Ticks until) {
+std::size_t QueueingConnections::deliver(Entry& entry, std::span<std::uint8_t> bytes, Ticks time) {
     Connection& connection = entry.second;
+    const Listener& to = *connection.listener;
+    std::optional<Ticks> until;
     std::size_t done = 0;
-    do {
-        if (!mayAnswer(connection, bytes.size() - done)) break;
+    while (mayAnswer(connection, bytes.size() - done)) {
         const std::span<std::uint8_t> rest = bytes.subspan(done);
         const std::size_t length = connection.ends.nextEnd(rest);
         if (!connection.sizes.accept(rest.first(length))) {
             close(entry, "asked for more in one request than its service allows");
             break;
         }
-        const Listener& to = *connection.listener;
         to.callback(this, entry.first, to.application, connection.context,
                     UA_CONNECTIONSTATE_ESTABLISHED, &UA_KEYVALUEMAP_NULL, {length, rest.data()});
         done += length;
-        if (!connection.queue.empty()) connection.heldSince = now();
-    } while (done < bytes.size() && connection.state == State::open && now() < until);
+        if (done == bytes.size() || connection.state != State::open) break;
+        const Ticks at = now();
+        connection.heldSince = at;
+        if (!until) until = at + time;
+        if (at >= *until) break;
+    }
     return done;
 }
 
-void QueueingConnections::deliverHeld(Entry& entry, Ticks until) {
+void QueueingConnections::deliverHeld(Entry& entry, Ticks time) {
     Connection& connection = entry.second;
     // The library may close the connection meanwhile, which frees what is held.
     std::vector<std::uint8_t> bytes = std::exchange(connection.held, {});
-    const std::size_t done = deliver(entry, bytes, until);
+    const std::size_t done = deliver(entry, bytes, time);
     if (connection.state != State::open || done == bytes.size()) return;
     bytes.erase(bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(done));
     connection.held = std::move(bytes);
@@ -464,7 +464,8 @@ bool QueueingConnections::answerHeld(Entry& entry, Ticks end) {
         return !connection.held.empty() && mayAnswer(connection, connection.held.size());
     };
     if (!may()) return false;
-    if (now() < end) deliverHeld(entry, std::min(end, now() + bounds_.turn));
+    if (const Ticks at = now(); at < end)
+        deliverHeld(entry, std::min(end - at, Ticks{bounds_.turn}));
     return may();
 }
 

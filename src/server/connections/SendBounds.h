@@ -27,8 +27,10 @@ struct SendBounds {
     /// are answered all the same, and the bounds above decide.
     std::size_t heldRequests = std::size_t{256} << 10;
 
-    /// A client that sends requests faster than they can be answered is disconnected when so many
-    /// bytes of them wait. The chunks of one large request do not wait, so this is no bound of it.
+    /// Beyond `heldRequests`, requests are answered for so long with every piece that comes, which
+    /// is enough for any client that waits for answers at some time. Of one for which it is not,
+    /// this many bytes may wait before it is disconnected.
+    std::chrono::milliseconds longestTurn{20};
     std::size_t heldRequestsAtMost = std::size_t{1} << 20;
 
     /// A request waits no longer than this for earlier answers to be taken while less than
@@ -37,9 +39,9 @@ struct SendBounds {
     std::chrono::milliseconds heldAtMost{5'000};
     std::size_t waitingForMore = std::size_t{4} << 20;
 
-    /// Requests of one client that have arrived together are answered for so long before the others
-    /// get their turn; the one that is under way is finished. Some 5000 values are read within it.
-    std::chrono::milliseconds turn{1};
+    /// Requests of one client that have arrived together are answered for so long, after the first,
+    /// before the others get their turn. Some 5000 values are read within it.
+    std::chrono::milliseconds turn{2};
 
     /// The same for the requests that waited, of all clients together, in one round of the loop.
     std::chrono::milliseconds round{10};

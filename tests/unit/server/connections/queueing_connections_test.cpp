@@ -345,19 +345,25 @@ TEST(QueueingConnections, ManyRequestsOfOneClientLetOthersHaveTheirTurn) {
     SocketPair other;
     const Id id = library.accept(busy);
     const Id otherId = library.accept(other);
-    library.onMessage = [&](Id, const Bytes&) { library.pass(0.4); };
+    double ms = 0.5;
+    library.onMessage = [&](Id, const Bytes&) { library.pass(ms); };
     Bytes many;
     for (int i = 0; i < 20; ++i)
         append(many, request(1000, 0));
     library.receive(id, many);
-    EXPECT_EQ(library.received[id].size(), 3000u);  // 1 ms, which the third exceeds
+    EXPECT_EQ(library.received[id].size(), 5000u);  // the first, and 2 ms
     library.receive(otherId, request(1000, 0));
     EXPECT_EQ(library.received[otherId].size(), 1000u);
     library.run(0);
-    EXPECT_EQ(library.received[id].size(), 6000u);
+    EXPECT_EQ(library.received[id].size(), 10'000u);
     library.run(100);
     EXPECT_EQ(library.received[id], many);
 
+    for (int i = 0; i < 200; ++i)
+        library.receive(id, many);  // without a round in between
+    EXPECT_GE(library.received[id].size() + 300'000, 201 * many.size());
+    EXPECT_TRUE(library.open[id]);
+    ms = 10.0;
     for (int i = 0; i < 100 && library.open[id]; ++i) {
         library.receive(id, many);
         library.run(0);
