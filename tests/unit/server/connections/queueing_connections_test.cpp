@@ -1,6 +1,5 @@
 #include "server/connections/QueueingConnections.h"
 
-#include <deque>
 #include <functional>
 #include <map>
 #include <memory>
@@ -51,6 +50,8 @@ class Library {
         loop_.eventSources = &tcp_.eventSource;
         EXPECT_TRUE(queueAnswers(tcp_, bounds));
         manager_ = reinterpret_cast<UA_ConnectionManager*>(loop_.eventSources);
+        EXPECT_FALSE(UA_String_equal(&manager_->protocol, &tcp_.protocol))
+            << "the library would take the other one when the first refuses";
         EXPECT_EQ(manager_->openConnection(manager_, nullptr, this, nullptr, onActivity), 0u);
     }
     ~Library() { manager_->eventSource.free(&manager_->eventSource); }
@@ -64,7 +65,9 @@ class Library {
         activity(id, UA_CONNECTIONSTATE_ESTABLISHED, {});
         return id;
     }
-    void receive(Id id, Bytes bytes) { activity(id, UA_CONNECTIONSTATE_ESTABLISHED, bytes); }
+    void receive(Id id, Bytes bytes) {
+        activity(id, UA_CONNECTIONSTATE_ESTABLISHED, std::move(bytes));
+    }
     UA_StatusCode send(Id id, Bytes bytes) {
         UA_ByteString buffer{bytes.size(), bytes.data()};
         return manager_->sendWithConnection(manager_, id, nullptr, &buffer);
@@ -240,6 +243,11 @@ TEST(QueueingConnections, TooManyBytesEndTheConnectionThatHasThem) {
     EXPECT_EQ(library.buffersFreed, 6);
     EXPECT_EQ(readAll(small, library), Bytes(200'000));
     EXPECT_EQ(readAll(third, library), Bytes(300'000));
+    for (const Id id : {ids[2], ids[3]}) {  // what was taken no longer counts
+        EXPECT_EQ(library.send(id, Bytes(950'000)), UA_STATUSCODE_GOOD);
+    }
+    library.run(0);
+    EXPECT_TRUE(library.open[ids[2]] && library.open[ids[3]]);
 }
 
 TEST(QueueingConnections, WhoTakesNothingIsDisconnectedWhoTakesLittleIsNot) {
