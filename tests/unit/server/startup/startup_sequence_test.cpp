@@ -22,6 +22,8 @@ class Startup : public OperatorView {
                                 [](UAServer&) {
                                     for (const auto& variable : rtexvariable)
                                         std::cout << variable->getType();
+                                    for (const auto& node : varContexts)
+                                        std::cout << (node->timestamp > 0 ? " timed" : " -");
                                     return tell(" groups", UA_STATUSCODE_BAD);
                                 },
                                 [](UAServer&) { tell("backend"); },
@@ -36,7 +38,8 @@ TEST_F(Startup, MakesItsPartsInOrderAndServesThoughOneFails) {
         const char* steps;
         const char* mode;
     } cases[] = {
-        {"", "0002222113344 groups backend history ", " теги OA+HA"},
+        {"[Attributes]\nVA=2\nType1.V=V,29\n", "0002222113344 timed groups backend history ",
+         " теги OA+HA"},
         {"HistoricalData=off\n", "0002222113344 groups backend ", " теги OA"},
         {"OperativeData=off\n", "backend history ", " теги HA"},
     };
