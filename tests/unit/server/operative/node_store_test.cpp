@@ -14,8 +14,10 @@ bool noMemoryForTables = false;
 
 }  // namespace
 
-/// Allocates for arrays what may be refused: the slots of the table.
-void* operator new[](std::size_t size, const std::nothrow_t& /*tag*/) noexcept {
+/// Allocates for arrays what may be refused: the slots of the table. Weak, because the thread
+/// sanitizer brings its own, under which nothing is refused.
+__attribute__((weak)) void* operator new[](std::size_t size,
+                                           const std::nothrow_t& /*tag*/) noexcept {
     return noMemoryForTables ? nullptr : ::operator new[](size);
 }
 
