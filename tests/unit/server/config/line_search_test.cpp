@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include <chrono>
+#include <ctime>
 
 #include "support/operator_view.h"
 
@@ -109,7 +109,7 @@ TEST(LineSearch, StaysQuickInALongFile) {
         file += "[Nowhere" + std::to_string(i) + "]\nUnknown = 1\n";
     writeFile(kPath, file);
     std::vector<std::int32_t> used;
-    const auto start = std::chrono::steady_clock::now();
+    const std::clock_t start = std::clock();  // CPU time: other tests run at the same time
     for (int i = 30'000; i < kLines; ++i) {
         ASSERT_EQ(findLineNumber(kPath, key(i)), i);
         ASSERT_EQ(findLineNumberTagConf(kPath, key(i), 0, {}), i);
@@ -120,6 +120,6 @@ TEST(LineSearch, StaysQuickInALongFile) {
         ASSERT_EQ(findLineNumberBySubstring(kPath, "Nowhere" + std::to_string(i)), heading);
         ASSERT_EQ(findLineNumberParam(kPath, "Unknown", used), heading + 1);
     }
-    // A walk per search takes minutes; this leaves room for a busy machine and the sanitizers.
-    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(10));
+    // A walk per search takes minutes; this leaves room for a slow machine and the sanitizers.
+    EXPECT_LT(std::clock() - start, 30 * CLOCKS_PER_SEC);
 }
