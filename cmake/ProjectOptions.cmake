@@ -23,6 +23,9 @@ if(OPCUASRV_SANITIZE)
     target_compile_options(opcuasrv_options INTERFACE
         -fsanitize=${OPCUASRV_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
     target_link_options(opcuasrv_options INTERFACE -fsanitize=${OPCUASRV_SANITIZE})
+    if(OPCUASRV_SANITIZE STREQUAL thread)
+        target_compile_definitions(opcuasrv_options INTERFACE OPCUASRV_THREAD_SANITIZER)
+    endif()
 endif()
 
 find_program(OPCUASRV_CCACHE ccache)

@@ -70,8 +70,12 @@ extern "C" {
 int pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*run)(void*),
                    void* argument) noexcept {
     if (noThread) return EAGAIN;
-    return real<int(pthread_t*, const pthread_attr_t*, void* (*)(void*), void*)>("pthread_create")(
-        thread, attributes, run, argument);
+    using Create = int(pthread_t*, const pthread_attr_t*, void* (*)(void*), void*);
+    // A sanitizer has one of its own before the C library's, and has to know of the thread.
+    void* const sanitizers = dlsym(RTLD_DEFAULT, "__interceptor_pthread_create");
+    Create* const create = sanitizers != nullptr ? reinterpret_cast<Create*>(sanitizers)
+                                                 : real<Create>("pthread_create");
+    return create(thread, attributes, run, argument);
 }
 int fsync(int file) {
     return synchronise("fsync", file);

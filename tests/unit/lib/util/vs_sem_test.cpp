@@ -107,8 +107,10 @@ TEST(VsSem, LockKeepsOthersOutWhateverSignalsTheyGetAndEndsWithItsHolder) {
         return valueOf(joined);
     });
     EXPECT_TRUE(waitUntil([&] { return semctl(sem.id_sem, 0, GETNCNT) == 1; }));
+#ifndef OPCUASRV_THREAD_SANITIZER  // it holds signals back until semop returns
     kill(waiting.pid(), SIGUSR1);
     EXPECT_TRUE(waitUntil([&] { return !waiting.out().empty(); }));
+#endif
     EXPECT_TRUE(waitUntil([&] { return semctl(sem.id_sem, 0, GETNCNT) == 1; }));
     kill(holder.pid(), SIGKILL);
     EXPECT_EQ(holder.wait(), 128 + SIGKILL);
