@@ -32,12 +32,12 @@ namespace {
 }
 
 /// The process that holds the database's name in an existing registry; 0 when there is none. Reads
-/// the segment itself, since joining the registry would make it where it is missing.
+/// the segment itself, since joining the registry would make it where it is missing, and only
+/// reads it: the controller's is not open to ordinary users for more.
 pid_t databaseHolder() {
-    const ShmPtr registry(
-        ShmOpen(kRegistryIndex, sizeof(buf_str) * kRegistryEntries, 0, nullptr, 0));
-    if (!registry) return 0;
-    const auto* entries = static_cast<const buf_str*>(registry.get());
+    const ShmView registry = ShmOpenReadOnly(kRegistryIndex);
+    if (registry.size < sizeof(buf_str) * kRegistryEntries) return 0;
+    const auto* entries = static_cast<const buf_str*>(registry.address.get());
     for (int i = 0; i < kRegistryEntries; ++i) {
         if (std::strncmp(entries[i].name, kDatabaseName, sizeof entries[i].name) != 0) continue;
         // A process of another user counts as alive, so kill is asked here instead of findpid.
