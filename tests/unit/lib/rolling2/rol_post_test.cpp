@@ -125,9 +125,9 @@ TEST_F(Posting, CountsForEightReaders) {
     const RawSegment counters(57);
     counters.put<std::uint32_t>(32, 40);  // behind them: another program's
     const auto expectCounters = [&](const std::vector<unsigned>& want) {  // of readers 0 to 9
-        std::vector<unsigned> got;
+        std::vector<unsigned> got(10);
         for (int reader = 0; reader < 10; ++reader)
-            got.push_back(journal.GetCounter(reader));
+            got[static_cast<std::size_t>(reader)] = journal.GetCounter(reader);
         EXPECT_EQ(got, want);
     };
     for (const auto& [reader, count] : {std::pair(2, 3), {3, 6}, {4, 0}, {4, -1}, {-1, 1}, {9, 1}})

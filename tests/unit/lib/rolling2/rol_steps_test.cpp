@@ -53,6 +53,7 @@ int synchronise(const char* name, int file) {
 }  // namespace
 
 // Before each of them something is on the disk or in shared memory, and the next thing is not.
+// NOLINTBEGIN(bugprone-macro-parentheses): types and lists of parameters
 #define STEP(Result, name, parameters, arguments, exception) \
     extern "C" Result name parameters exception {            \
         step();                                              \
@@ -65,6 +66,7 @@ STEP(std::FILE*, fopen, (const char* path, const char* mode), (path, mode), )
 STEP(int, fflush, (std::FILE * file), (file), )
 STEP(ssize_t, write, (int file, const void* bytes, size_t size), (file, bytes, size), )
 #undef STEP
+// NOLINTEND(bugprone-macro-parentheses)
 
 extern "C" {
 int pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*run)(void*),
