@@ -180,7 +180,7 @@ TEST_F(SavingSteps, TheWriterIsAThreadOfLowerPriorityThatTakesNoSignal) {
     EXPECT_FALSE(pthread_equal(niceThread, pthread_self()));
     sigset_t own;
     pthread_sigmask(SIG_SETMASK, nullptr, &own);
-    for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGALRM, SIGUSR1, SIGCHLD, SIGRTMAX}) {
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGALRM, SIGUSR1, SIGCHLD, SIGRTMIN}) {
         EXPECT_TRUE(sigismember(&niceSignals, signal)) << signal;
         EXPECT_FALSE(sigismember(&own, signal)) << signal;
     }
