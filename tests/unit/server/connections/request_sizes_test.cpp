@@ -10,7 +10,8 @@ Bytes chunk(const char* typeAndEnd, std::uint16_t service, std::size_t size) {
     Bytes bytes(size);
     std::copy_n(typeAndEnd, 4, bytes.begin());
     setNumberAt(bytes, kChunkSizeOffset, static_cast<std::uint32_t>(size));
-    if (size >= kServiceHeaderSize + 4) setNumberAt(bytes, kServiceHeaderSize, 1U | std::uint32_t{service} << 16U);
+    if (size >= kServiceHeaderSize + 4)
+        setNumberAt(bytes, kServiceHeaderSize, 1U | std::uint32_t{service} << 16U);
     return bytes;
 }
 
