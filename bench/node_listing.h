@@ -26,6 +26,9 @@ class NodeListing {
 
   private:
     std::vector<UA_NodeId> browse(UaConnection& connection, const std::vector<UA_NodeId>& parents);
+    /// Adds what a result names, and what follows where the answer was cut.
+    void addAll(UaConnection& connection, const UA_NodeId& parent, UA_BrowseResult& result,
+                std::vector<UA_NodeId>& children);
     void add(const UA_NodeId& parent, UA_ReferenceDescription& reference,
              std::vector<UA_NodeId>& children);
 
