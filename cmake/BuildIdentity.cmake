@@ -1,4 +1,4 @@
-# Which build this is, as the server tells its clients: version, number and date. Run by each build
+# Which build this is, as the server reports it to its clients: version, number and date. Run by each build
 # (cmake -P), so that it is that of the sources as they are; the header changes only with them.
 #   -D SOURCE_DIR=...  -D VERSION=...  -D NUMBER=...  -D HEADER=...
 # The number is NUMBER or else the commit; the date is SOURCE_DATE_EPOCH or else the commit's. What

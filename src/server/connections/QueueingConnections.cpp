@@ -20,7 +20,7 @@ using Ticks = std::chrono::duration<std::int64_t, std::ratio<1, 10'000'000>>;
 
 class QueueingConnections;
 
-/// Who is told of a connection: what the library gave when it began to listen.
+/// The receiver of a connection's events: what the library gave when it began to listen.
 struct Listener {
     QueueingConnections* connections;
     void* application;
