@@ -1,5 +1,6 @@
 #include "tools/opcuaview/history.h"
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <cmath>

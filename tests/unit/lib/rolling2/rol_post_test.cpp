@@ -1,6 +1,7 @@
 // Posting: the ring, its stamps and counters, and the lock.
 #include <sys/sem.h>
 
+#include <algorithm>
 #include <iterator>
 
 #include "journal.h"

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <string>
 
 #include "socket_pair.h"
@@ -16,8 +17,8 @@ class Library {
     explicit Library(std::uint32_t number = 1) : number_(number) {}
 
     Bytes chunk(const std::string& typeAndEnd, std::uint32_t request, std::size_t body) {
-        Bytes bytes(typeAndEnd.begin(), typeAndEnd.end());
-        bytes.resize(kServiceHeaderSize + body);
+        Bytes bytes(kServiceHeaderSize + body);
+        std::copy(typeAndEnd.begin(), typeAndEnd.end(), bytes.begin());
         setNumberAt(bytes, kChunkSizeOffset, static_cast<std::uint32_t>(bytes.size()));
         setNumberAt(bytes, 8, 77);  // channel
         setNumberAt(bytes, 12, 5);  // token

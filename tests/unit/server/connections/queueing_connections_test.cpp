@@ -1,5 +1,6 @@
 #include "server/connections/QueueingConnections.h"
 
+#include <algorithm>
 #include <functional>
 #include <map>
 #include <memory>
