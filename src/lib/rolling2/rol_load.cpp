@@ -74,8 +74,8 @@ int CRolManager::loadOne(Copy copy) {
 
 // ---- The choice --------------------------------------------------------------------------------
 
-/// Chooses, fills, then erases: whoever comes after a process that died in between finds the ring
-/// filled, or the files.
+/// Chooses, fills, then erases: when a process dies in between, the next one finds either the ring
+/// filled or the files.
 int CRolManager::loadBest() {
     std::array<std::optional<LoadedCopy>, kRolCopies> loaded;
     const std::size_t best = RolChooseCopy({RolReadMark(Rol2CRCPath), RolReadMark(Rol2CRCPathRez)},

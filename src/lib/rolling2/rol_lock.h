@@ -17,8 +17,8 @@ class CRolManager::Lock {
 };
 
 /// A store that is seen behind all stores before it and ahead of all behind it: readers without the
-/// lock, and whoever comes after a process killed in between, then see a ring that holds whole
-/// messages only.
+/// lock, and processes that start after another was killed in between, then see a ring that holds
+/// whole messages only.
 inline void RolStoreInOrder(std::uint16_t* field, unsigned value) {
     std::atomic_ref(*field).store(static_cast<std::uint16_t>(value), std::memory_order_release);
     // The store alone keeps what comes before it; the controller's processor moves what follows.

@@ -71,8 +71,8 @@ int CRolManager::join(key_t ringKey, bool hadRing) {
     return kRolDone;
 }
 
-/// A process died between making the ring and filling it: whoever has loaded the files has filled
-/// the ring with them, or erased those that are of no use.
+/// A process died between making the ring and filling it: a process that loads the files fills the
+/// ring with them, or erases those that are of no use.
 bool CRolManager::isLeftUnfilled() const {
     const auto exists = [](const char* path) { return access(path, F_OK) == 0; };
     return *MessageCounter == 0 && (exists(Rol2Path) || exists(Rol2PathRez));

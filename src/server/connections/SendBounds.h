@@ -19,7 +19,7 @@ struct SendBounds {
     std::chrono::milliseconds withoutProgress{60'000};
 
     /// A connection that the library closes stays open for so long at most while bytes wait for it,
-    /// the answer among them that tells the client why. Less than an operator notices when the
+    /// the answer among them that gives it the reason. Less than an operator notices when the
     /// server is stopped.
     std::chrono::milliseconds lastBytes{500};
 

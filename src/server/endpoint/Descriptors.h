@@ -3,7 +3,7 @@
 #include <cstddef>
 
 // Descriptors of the process. A connection that finds none left is turned away at once, and the
-// listening sockets stay open: the library would be told of the same connection again and again,
+// listening sockets stay open: the library would be notified of the same connection repeatedly,
 // without a pause, and its client would hang; after other faults of accept it would close the
 // socket for good. So accept itself is replaced (Descriptors.cpp).
 

@@ -24,7 +24,7 @@ T* said(const UA_KeyValueMap& payload, const char* name, int type) {
 }
 
 /// OPC 10000-4, 5.14.2: at least three keep-alive times. The notification points into the
-/// subscription, before the client is answered: so the client is told what it gets.
+/// subscription, before the client is answered: so the answer states what it gets.
 void limitLifetime(const UA_KeyValueMap& payload) {
     const auto* const interval = said<UA_Double>(payload, "publishing-interval", UA_TYPES_DOUBLE);
     auto* const lifetime = said<UA_UInt32>(payload, "lifetime-count", UA_TYPES_UINT32);

@@ -26,9 +26,9 @@ class EditedNodes {
     void edit(UA_Node& node);
 
     /// A holder gives the node back, and may not look at it any more. When as many have done so as
-    /// got it from the first edit() on, the level is what it was before. Holders cannot be told
-    /// apart: one that had the node earlier and gives it back meanwhile ends the editing too early,
-    /// never too late.
+    /// got it from the first edit() on, the level is what it was before. Holders have no identity:
+    /// one that had the node earlier and gives it back meanwhile ends the editing too early, never
+    /// too late.
     void released(const UA_Node& node) {
         if (count_ > 0) countRelease(node);
     }

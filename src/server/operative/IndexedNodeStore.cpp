@@ -21,8 +21,8 @@ bool isIndexed(const UA_Node& node) {
 /// Holds each node of the index once in the store behind it, so that the node stays at its place,
 /// and counts by itself how often the node is given out. A node may also have holders that got it
 /// from the store behind: before there was memory to index it, or before it left the index and came
-/// back. No holder can be told from another, and none need be: those counted here are taken to go
-/// first, and the rest are the store's.
+/// back. Holders have no identity and need none: those counted here are taken to go first, and the
+/// rest are the store's.
 class IndexedNodeStore : public UA_Nodestore {
   public:
     explicit IndexedNodeStore(UA_Nodestore* inner);
