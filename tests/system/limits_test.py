@@ -1,5 +1,6 @@
 """Each limit of docs/limits.md overrun: the client is refused, and the others are served."""
 
+import os
 import resource
 import socket
 import time
@@ -203,6 +204,11 @@ def test_descriptors_run_out(site: Site) -> None:
     pid = site.server.pid
     assert resource.prlimit(pid, resource.RLIMIT_NOFILE)[0] == 96
     resource.prlimit(pid, resource.RLIMIT_NOFILE, (24, before[1]))
+
+    def held() -> list[str]:
+        return os.listdir(f"/proc/{pid}/fd")
+
+    at_first = len(held())
     with ExitStack() as idle:
         for _ in range(40):
             last = idle.enter_context(socket.create_connection(("127.0.0.1", PORT)))
@@ -212,4 +218,5 @@ def test_descriptors_run_out(site: Site) -> None:
         time.sleep(0.5)
         assert site.server.cpu_seconds() - used < 0.1
         assert client.read(item("VA", 1, 29)).Value is not None
+    wait_until(lambda: len(held()) <= at_first, "descriptors freed by the closed connections")
     site.connect()
