@@ -6,12 +6,12 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <cstring>
 #include <span>
 
 #include "lib/bd_vesk/attributes.h"
 #include "lib/bd_vesk/typevars.h"
+#include "support/fuzzing.h"
 
 namespace {
 
@@ -31,15 +31,16 @@ std::size_t sizeOf(Storage storage) {
         case Storage::text17:
             return 17;
     }
-    std::abort();
+    require(false);
+    return 0;
 }
 
 void checkPlaces(const TableRow& row, const ListAllVar& entry) {
     for (int num = 1; num <= entry.Num; ++num) {
         AtrFault fault;
         const AtrPlace place = placeOf(row.code, entry, num, row.passportSize, &fault);
-        if (place.offset + sizeOf(place.storage) > row.passportSize) std::abort();
-        if (!fault.text.empty() && place.storage != Storage::none) std::abort();
+        require(place.offset + sizeOf(place.storage) <= row.passportSize);
+        require(fault.text.empty() || place.storage == Storage::none);
     }
 }
 
@@ -53,7 +54,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const auto offsets = both.first(std::min<std::size_t>(offsetsSize, both.size()));
 
     const AtrFiles files = readAtrFiles(offsets, both.subspan(offsets.size()));
-    if (!files.sameEntries && !files.entries.empty()) std::abort();
+    require(files.sameEntries || files.entries.empty());
     for (const TableRow& row : kTables) {
         const auto entry = static_cast<std::size_t>(row.fileEntry);
         if (row.fileEntry >= 0 && entry < files.entries.size())

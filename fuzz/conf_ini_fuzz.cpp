@@ -1,18 +1,13 @@
-#include <sys/mman.h>
-#include <unistd.h>
-
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <cstring>
 #include <string>
 #include <vector>
 
+#include "lib/rolling2/rol_settings.h"
 #include "lib/util/conf_ini.h"
-
-static void require(bool holds) {
-    if (!holds) std::abort();
-}
+#include "server/diagnostics/VeskkntrReader.h"
+#include "support/fuzzing.h"
 
 static void requireKeys(IniFile& file) {
     std::vector<char> key(IniFile::kValueMax + 1);
@@ -20,20 +15,27 @@ static void requireKeys(IniFile& file) {
     while (file.GetNextKey(key.data(), value.data()) == 0) {
         require(std::strlen(key.data()) <= IniFile::kValueMax);
         require(std::strlen(value.data()) <= IniFile::kValueMax);
-        std::vector<int> numbers;
-        constexpr int kMost = 100;
-        if (IniFile::ConvertStrToListVar(value.data(), kMost, numbers) != 0)
-            require(numbers.empty());
-        for (const int number : numbers)
-            require(number >= 1 && number <= kMost);
     }
+}
+
+/// What the journal and the server take from the file can be worked with.
+static void requireSettings(const std::string& path) {
+    SRolIniFileSettings settings = RolReadSettings(path.c_str());
+    RolCorrectSettings(settings);
+    require(RolSettingsAreFilled(settings));
+    std::int16_t controller = 0;
+    RolReadController(path.c_str(), controller);
+    VeskkntrReader reader;
+    require(reader.getNumKontr(path) == reader.getNumKontr());
+    require(reader.getCycleTime(path) == reader.getCycleTime());
 }
 
 /// A settings file of any content: nothing crashes, and no text is longer than its buffer.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    const int bytes = memfd_create("veskkntr.ini", MFD_CLOEXEC);
-    require(write(bytes, data, size) == static_cast<ssize_t>(size));
-    IniFile file(("/proc/self/fd/" + std::to_string(bytes)).c_str(), kIniRead);
+    const MemoryFile bytes(data, size);
+    const std::string path = bytes.path();
+    requireSettings(path);
+    IniFile file(path.c_str(), kIniRead);
     const int opened = file.Open();
     require(opened == 0 || (opened == 3 && file.TableSecBeg == nullptr));
 
@@ -46,6 +48,5 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     }
     if (file.FindSection(nullptr, nullptr, nullptr) == 0) requireKeys(file);
     require(file.Close() == 0);
-    close(bytes);
     return 0;
 }

@@ -1,25 +1,18 @@
 // Configurations of any content: opcuacheck ends, and takes the file apart as its reader does.
 
-#include <sys/mman.h>
-#include <unistd.h>
-
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <sstream>
 #include <string>
 
 #include "server/attributes/TagConfig.h"
 #include "server/config/TrimString.h"
+#include "support/fuzzing.h"
 #include "tools/opcuacheck/finding.h"
 #include "tools/opcuacheck/print.h"
 #include "tools/opcuacheck/tree.h"
 
 using namespace opcuacheck;
-
-static void require(bool holds) {
-    if (!holds) std::abort();
-}
 
 /// Every loaded value stands at the line that the checker would name for it. Names with a line feed
 /// come from an unclosed heading, which is told as such.
@@ -38,14 +31,12 @@ static void requireSameEntries(const ConfigText& text, const ServerView& view) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const std::string bytes(reinterpret_cast<const char*>(data), size);
-    const int file = memfd_create("opcuasrv.ini", MFD_CLOEXEC);
-    require(write(file, data, size) == static_cast<ssize_t>(size));
-
+    const MemoryFile file(bytes);
     Database database;
     database.counts.fill(20);  // more would only take time
     database.manualInputs = {{{}, {2}, {3, 4}}};
     const ConfigText text(bytes);
-    const ServerView view = viewAsServer("/proc/self/fd/" + std::to_string(file), "", database);
+    const ServerView view = viewAsServer(file.path(), "", database);
     requireSameEntries(text, view);
     const Checked checked{text, view, database};
     const Findings findings = allFindings(bytes, checked);
@@ -53,6 +44,5 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     printFindings(out, "file", findings, checked, {});
     printFindingsJson(out, findings, text, Language::en);
     printTreeJson(out, treeOf(view, database));
-    close(file);
     return 0;
 }

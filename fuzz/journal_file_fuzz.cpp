@@ -1,20 +1,28 @@
 #include <algorithm>
+#include <array>
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <cstring>
-#include <vector>
+#include <string>
 
 #include "lib/rolling2/rol_files.h"
 #include "lib/rolling2/rol_mes.h"
+#include "support/fuzzing.h"
 
-static void require(bool holds) {
-    if (!holds) std::abort();
+/// The same bytes as the files beside the messages.
+static void requireCopyFiles(const std::string& path, std::size_t size) {
+    std::array<std::uint8_t, kRolCountersRead> counters{};
+    const bool isLoaded = RolLoadCounters(path.c_str(), counters) == kRolDone;
+    require(isLoaded == (size >= counters.size()));
+    const RolCopyMark mark = RolReadMark(path.c_str());
+    require(mark.status >= 0 && mark.status <= 3);
+    require(mark.status == 0 || mark.saveNumber == 0);
 }
 
 /// A saved journal of any content: what is accepted comes back as the same bytes, and everything
 /// can be shown.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    requireCopyFiles(MemoryFile(data, size).path(), size);
     const RolMessages file = RolParseMessages({data, size});
     require(file.error != kRolDone || !file.messages.empty());
 

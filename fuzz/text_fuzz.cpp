@@ -1,14 +1,10 @@
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <string>
 
 #include "server/text/ToUTF8Converter.h"
 #include "server/text/Utf8ToCP866Converter.h"
-
-static void require(bool holds) {
-    if (!holds) std::abort();
-}
+#include "support/fuzzing.h"
 
 /// What clients write arrives as any bytes; what the controller holds converts there and back.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {

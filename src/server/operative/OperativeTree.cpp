@@ -38,6 +38,7 @@ const PublishedType* onlyFolderOf(VariableType kind) {
 UA_StatusCode UAServer::initializeOperativeTree() {
     setApplicationName();
     itemPlans_.clear();
+    rvFolderUnused_.fill(true);
     createOperativeFolders();
     publishListedTags();
     for (const PublishedType& published : kPublishedTypes) {

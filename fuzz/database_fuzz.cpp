@@ -1,0 +1,187 @@
+// The real-time database with any answers to the type query, any contents and any sizes of its
+// segments, and the exchange of its values with OPC UA both ways.
+
+#include <open62541/types.h>
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "layout/attribute_files.h"
+#include "lib/bd_vesk/bdvesk.h"
+#include "server/history/ArchivedValue.h"
+#include "server/variables/RTEXHandle.h"
+#include "server/variables/TimeQuality.h"
+#include "server/variables/UARTEXVariable.h"
+#include "support/fuzzing.h"
+#include "support/ipc_in_process.h"
+
+namespace {
+
+constexpr int kCountsIndex = 59;
+constexpr int kTqfIndex = 85;
+
+CVeskBDSh& db() {
+    return UARTEXVariable::veskdb;
+}
+
+// ---- The controller ----------------------------------------------------------------------------
+
+std::vector<std::uint8_t> filled(FuzzedDataProvider& in, std::size_t size) {
+    return std::vector<std::uint8_t>(size, in.ConsumeIntegral<std::uint8_t>());
+}
+
+void layOut(FuzzedDataProvider& in) {
+    auto& segments = controller.segments;
+    segments.clear();
+    for (const TableRow& row : kTables) {
+        const auto count = in.ConsumeIntegralInRange<std::size_t>(0, 4);
+        segments[row.passportIndex] = filled(in, count * row.passportSize);
+        for (const int index : {row.curDatIndex, row.curValIndex})
+            if (index != 0) segments[index] = filled(in, count * elementSize(row.valueType));
+    }
+    segments[kCountsIndex] = std::vector<std::uint8_t>(26);
+    in.ConsumeData(segments[kCountsIndex].data(), in.ConsumeIntegralInRange<std::size_t>(0, 10));
+    segments[kTqfIndex] = filled(in, sizeof(TQF) * in.ConsumeIntegralInRange<std::size_t>(0, 32));
+    controller.replies.resize(in.ConsumeIntegralInRange<std::size_t>(0, kTypeCount));
+    for (DB_REPLY& reply : controller.replies)
+        reply = {
+            {}, in.ConsumeIntegral<std::uint32_t>(), {}, in.ConsumeIntegral<std::uint32_t>(), {}};
+}
+
+void overwrite(FuzzedDataProvider& in) {
+    for (auto& [index, bytes] : controller.segments) {
+        if (bytes.empty() || !in.ConsumeBool()) continue;
+        const auto offset = in.ConsumeIntegralInRange<std::size_t>(0, bytes.size() - 1);
+        in.ConsumeData(
+            bytes.data() + offset,
+            std::min<std::size_t>(in.ConsumeIntegral<std::uint8_t>(), bytes.size() - offset));
+    }
+}
+
+// ---- By address --------------------------------------------------------------------------------
+
+SVariable address(FuzzedDataProvider& in) {
+    return {in.ConsumeIntegralInRange<std::uint8_t>(0, 13), in.ConsumeIntegral<std::uint16_t>(),
+            in.ConsumeIntegral<std::uint16_t>()};
+}
+
+SVal value(FuzzedDataProvider& in) {
+    SVal value(static_cast<TYPE_VAL>(in.ConsumeIntegralInRange(0, 10)));
+    in.ConsumeData(&value.value, sizeof(value.value));
+    return value;
+}
+
+std::string_view bytesOf(const SVal& value) {
+    return {reinterpret_cast<const char*>(&value), sizeof(value)};
+}
+
+/// Reading all at once gives what the single operations give.
+void read(SVariable at) {
+    SReading whole;
+    db().Read(at.type, at.num, at.num_atr, &whole);
+    SVal single;
+    require(db().getVal(at, &single) == 0 || bytesOf(single) == bytesOf(whole.val));
+    require(db().getTypeAtr(at) == whole.type_atr);
+    require(db().getQuality(at) == whole.quality);
+    require(db().getTime(at).tv_sec == whole.time.tv_sec);
+    static_cast<void>(db().getDat(at, &single));
+    static_cast<void>(db().getFlags(at));
+    static_cast<void>(db().getTQFPointer(at));
+}
+
+void write(SVariable at, FuzzedDataProvider& in) {
+    const SVal written = value(in);
+    if (in.ConsumeBool()) {
+        static_cast<void>(db().setDatScale(at, written, in.ConsumeFloatingPoint<float>(), 1));
+    } else {
+        require(db().setDat(at, written) == db().isVariable(at));
+    }
+    static_cast<void>(db().setTime(at, {in.ConsumeIntegral<std::int64_t>(), 0}));
+    static_cast<void>(db().setQuality(at, in.ConsumeIntegral<unsigned>()));
+    SVal last = value(in);
+    SVal aux = value(in);
+    if (db().getChangeVal(at, &last, &aux) != 0)
+        require(db().getTypeAtr(at) == last.type_val || last.type_val == none);
+}
+
+// ---- As variants -------------------------------------------------------------------------------
+
+/// What clients send: bytes that the library takes for a variant.
+UA_Variant decoded(const std::string& text) {
+    UA_Variant value;
+    UA_Variant_init(&value);
+    const UA_ByteString bytes{text.size(),
+                              reinterpret_cast<UA_Byte*>(const_cast<char*>(text.data()))};
+    static_cast<void>(UA_decodeBinary(&bytes, &value, &UA_TYPES[UA_TYPES_VARIANT], nullptr));
+    return value;
+}
+
+void exchange(FuzzedDataProvider& in) {
+    const auto kind = static_cast<VariableType>(in.ConsumeIntegralInRange(0, 4));
+    const int tag = in.ConsumeIntegralInRange(0, 5);
+    const int attribute = in.ConsumeIntegral<std::uint8_t>();
+    UA_Variant value = decoded(in.ConsumeRandomLengthString(200));
+    RTEXHandle::setValueByAttrNumber(attribute, kind, tag, value);
+    UA_Variant_clear(&value);
+
+    unsigned status = 1;
+    long time = 0;
+    RTEXHandle::getValueByAttrNumber(attribute, kind, tag, value, status, time);
+    require(UA_Variant_isEmpty(&value) || UA_Variant_isScalar(&value));
+    require(status == UA_STATUSCODE_GOOD || status == UA_STATUSCODE_BAD ||
+            status == UA_STATUSCODE_UNCERTAIN);
+    UA_Variant_clear(&value);
+}
+
+void convertArchived(FuzzedDataProvider& in) {
+    OPCHDAITEMVALUE archived{};
+    in.ConsumeData(&archived, sizeof(archived));
+    UA_DataValue value;
+    UA_DataValue_init(&value);
+    toDataValue(archived, static_cast<UA_TimestampsToReturn>(in.ConsumeIntegralInRange(0, 4)),
+                value);
+    require(value.hasValue == value.hasStatus);
+    UA_DataValue_clear(&value);
+    static_cast<void>(uaDateTimeToTimeval(in.ConsumeIntegral<std::int64_t>()));
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerInitialize(int* /*argc*/, char*** /*argv*/) {
+    std::filesystem::create_directories("/zrt/system");
+    std::ofstream("/zrt/system/offatrs.dat") << sim::offsetFile();
+    std::ofstream("/zrt/system/atributs.dat") << sim::kindFile();
+    return 0;
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    FuzzedDataProvider in(data, size);
+    layOut(in);
+    db().LoadBD();
+    for (int i = 0; i < 16 && in.remaining_bytes() != 0; ++i) {
+        switch (in.ConsumeIntegralInRange(0, 4)) {
+            case 0:
+                read(address(in));
+                break;
+            case 1:
+                write(address(in), in);
+                break;
+            case 2:
+                exchange(in);
+                break;
+            case 3:
+                convertArchived(in);
+                break;
+            default:
+                overwrite(in);
+        }
+    }
+    return 0;
+}
