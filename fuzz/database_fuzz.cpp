@@ -55,16 +55,6 @@ void layOut(FuzzedDataProvider& in) {
             {}, in.ConsumeIntegral<std::uint32_t>(), {}, in.ConsumeIntegral<std::uint32_t>(), {}};
 }
 
-void overwrite(FuzzedDataProvider& in) {
-    for (auto& [index, bytes] : controller.segments) {
-        if (bytes.empty() || !in.ConsumeBool()) continue;
-        const auto offset = in.ConsumeIntegralInRange<std::size_t>(0, bytes.size() - 1);
-        in.ConsumeData(
-            bytes.data() + offset,
-            std::min<std::size_t>(in.ConsumeIntegral<std::uint8_t>(), bytes.size() - offset));
-    }
-}
-
 // ---- By address --------------------------------------------------------------------------------
 
 SVariable address(FuzzedDataProvider& in) {
@@ -83,7 +73,8 @@ std::string_view bytesOf(const SVal& value) {
 }
 
 /// Reading all at once gives what the single operations give.
-void read(SVariable at) {
+void read(FuzzedDataProvider& in) {
+    const SVariable at = address(in);
     SReading whole;
     db().Read(at.type, at.num, at.num_atr, &whole);
     SVal single;
@@ -96,7 +87,8 @@ void read(SVariable at) {
     static_cast<void>(db().getTQFPointer(at));
 }
 
-void write(SVariable at, FuzzedDataProvider& in) {
+void write(FuzzedDataProvider& in) {
+    const SVariable at = address(in);
     const SVal written = value(in);
     if (in.ConsumeBool()) {
         static_cast<void>(db().setDatScale(at, written, in.ConsumeFloatingPoint<float>(), 1));
@@ -165,23 +157,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     FuzzedDataProvider in(data, size);
     layOut(in);
     db().LoadBD();
-    for (int i = 0; i < 16 && in.remaining_bytes() != 0; ++i) {
-        switch (in.ConsumeIntegralInRange(0, 4)) {
-            case 0:
-                read(address(in));
-                break;
-            case 1:
-                write(address(in), in);
-                break;
-            case 2:
-                exchange(in);
-                break;
-            case 3:
-                convertArchived(in);
-                break;
-            default:
-                overwrite(in);
-        }
-    }
+    for (int i = 0; i < 16 && in.remaining_bytes() != 0; ++i)
+        in.PickValueInArray({read, write, exchange, convertArchived, overwrite})(in);
     return 0;
 }

@@ -34,15 +34,6 @@ constexpr std::pair<int, std::size_t> kSegments[] = {
     {kRolRing, kSlots * sizeof(SRolMessage)},
 };
 
-/// What another process writes: some bytes somewhere in a segment.
-void overwrite(FuzzedDataProvider& in) {
-    const auto [index, size] =
-        kSegments[in.ConsumeIntegralInRange<std::size_t>(0, std::size(kSegments) - 1)];
-    const auto offset = in.ConsumeIntegralInRange<std::size_t>(0, size - 1);
-    in.ConsumeData(controller.segments[index].data() + offset,
-                   std::min<std::size_t>(in.ConsumeIntegral<std::uint8_t>(), size - offset));
-}
-
 void layOut(FuzzedDataProvider& in) {
     controller.segments.clear();
     for (const auto& [index, size] : kSegments)
@@ -72,7 +63,7 @@ void readRaw(CRolManager& journal, FuzzedDataProvider& in) {
             kSlots);
 }
 
-void show(const CRolManager& journal, FuzzedDataProvider& in) {
+void show(CRolManager& journal, FuzzedDataProvider& in) {
     std::vector<char> line(in.ConsumeIntegralInRange<std::size_t>(1, 512));
     require(journal.MakeString(line.data(), line.size()) ==
             static_cast<int>(std::strlen(line.data())));
@@ -97,6 +88,13 @@ void moveCursor(CRolManager& journal, FuzzedDataProvider& in) {
     static_cast<void>(journal.GetNextMes());
 }
 
+void change(CRolManager& /*journal*/, FuzzedDataProvider& in) {
+    overwrite(in);
+}
+
+using Operation = void (*)(CRolManager&, FuzzedDataProvider&);
+constexpr Operation kOperations[] = {post, readRaw, show, count, moveCursor, change, save};
+
 }  // namespace
 
 extern "C" int LLVMFuzzerInitialize(int* /*argc*/, char*** /*argv*/) {
@@ -112,28 +110,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (journal.Init() != kRolDone) return 0;
     bool isSaved = false;  // takes longer than all else together
     for (int i = 0; i < 16 && in.remaining_bytes() != 0; ++i) {
-        switch (in.ConsumeIntegralInRange(0, 6)) {
-            case 0:
-                post(journal, in);
-                break;
-            case 1:
-                readRaw(journal, in);
-                break;
-            case 2:
-                show(journal, in);
-                break;
-            case 3:
-                count(journal, in);
-                break;
-            case 4:
-                moveCursor(journal, in);
-                break;
-            case 5:
-                overwrite(in);
-                break;
-            default:
-                if (!std::exchange(isSaved, true)) save(journal, in);
-        }
+        const Operation operation = in.PickValueInArray(kOperations);
+        if (operation == save && std::exchange(isSaved, true)) continue;
+        operation(journal, in);
     }
     if (isSaved) journal.EraseRollingFiles();
     return 0;

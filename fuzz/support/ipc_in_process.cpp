@@ -1,6 +1,8 @@
 #include "support/ipc_in_process.h"
 
+#include <algorithm>
 #include <cstring>
+#include <iterator>
 
 #include "lib/util/ipc_objects.h"
 #include "lib/util/qnx_calls.h"
@@ -10,6 +12,17 @@
 // Behind the folders' table of the libraries, before objects without a priority: the server's own
 // database object attaches the counts when it is made.
 [[gnu::init_priority(201)]] Controller controller;
+
+void overwrite(FuzzedDataProvider& in) {
+    auto& segments = controller.segments;
+    auto& bytes = std::next(segments.begin(),
+                            in.ConsumeIntegralInRange<std::ptrdiff_t>(0, std::ssize(segments) - 1))
+                      ->second;
+    if (bytes.empty()) return;
+    const auto offset = in.ConsumeIntegralInRange<std::size_t>(0, bytes.size() - 1);
+    const std::size_t most = in.ConsumeIntegral<std::uint8_t>();
+    in.ConsumeData(bytes.data() + offset, std::min(most, bytes.size() - offset));
+}
 
 // ---- lib/util/shmem.h ----
 

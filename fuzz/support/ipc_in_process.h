@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "lib/bd_vesk/bdmessages.h"
+#include "support/fuzzing.h"
 
 /// The controller around the code under test, inside the fuzz target's own process and without a
 /// system call. A target that compiles ipc_in_process.cpp takes from there what lib/util makes of
@@ -22,3 +23,6 @@ struct Controller {
 };
 
 extern Controller controller;
+
+/// What another process does meanwhile: writes some bytes somewhere in a segment.
+void overwrite(FuzzedDataProvider& in);

@@ -1,6 +1,5 @@
 """A database that is not as it should be: the server serves what is left, and never crashes."""
 
-import random
 import struct
 from collections.abc import Callable
 from pathlib import Path
@@ -168,24 +167,6 @@ def test_damaged_attribute_files(
     }
     lines = site.server.own_output()
     assert any("atrs.dat" in line or "atributs.dat" in line for line in lines) == told
-
-
-def test_attribute_files_of_noise(site: Site) -> None:
-    """Flipped bytes anywhere in both files, twenty times over one seed."""
-    site.start(va=1, av=1, rv=1, vd=1, dv=1)
-    whole = {path: path.read_bytes() for path in BOTH_FILES}
-    noise = random.Random(20_240_305)
-    for turn in range(20):
-        for path, data in whole.items():
-            damaged = bytearray(data)
-            for _ in range(noise.randrange(1, 40)):
-                damaged[noise.randrange(len(damaged))] = noise.randrange(256)
-            path.write_bytes(damaged)
-        client = site.serve(EVERYTHING)
-        use_every_node(client)
-        client.close()
-        assert site.server.is_alive(), f"turn {turn}: {site.server.describe_end()}"
-        site.server.kill()
 
 
 @pytest.mark.parametrize(
