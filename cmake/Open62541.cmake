@@ -14,7 +14,7 @@ set(deps_dir ${PROJECT_SOURCE_DIR}/build/deps)
 set(open62541_options
     -DCMAKE_BUILD_TYPE=Release -DBUILD_SHARED_LIBS=OFF -DCMAKE_POSITION_INDEPENDENT_CODE=ON
     -DUA_NAMESPACE_ZERO=REDUCED -DUA_ENABLE_NODEMANAGEMENT=OFF -DUA_ENABLE_PUBSUB=OFF
-    -DUA_ENABLE_DIAGNOSTICS=OFF)
+    -DUA_ENABLE_DIAGNOSTICS=OFF -DUA_ENABLE_MALLOC_SINGLETON=ON)
 # Optimised across its files where gcc links. The objects hold plain code beside it, because the presets
 # that use clang link the same archive, and debug builds want a fast link.
 find_program(OPCUASRV_GCC gcc)

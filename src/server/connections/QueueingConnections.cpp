@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "server/connections/AnswerGate.h"
+#include "server/connections/ArrayBudget.h"
 #include "server/connections/InputGate.h"
 #include "server/connections/RequestSizes.h"
 #include "server/connections/SendQueue.h"
@@ -92,12 +93,15 @@ class QueueingConnections final : public UA_ConnectionManager {
     bool pass(Entry& entry, std::span<std::uint8_t> chunk);
     bool sendOrKeep(Entry& entry, ByteView bytes);
     bool makeRoom(Entry& entry, std::size_t wanted);
+    template <class Bytes>
+    Entry& largest(Bytes bytes);
     void close(Entry& entry, const char* complaint = nullptr);
     void forget(Connection& connection);
     UA_StatusCode closeByLibrary(Entry& entry);
 
     void receive(Entry& entry, std::span<std::uint8_t> bytes);
     bool mayAnswer(const Connection& connection, std::size_t waiting) const;
+    bool accept(Entry& entry, ByteView piece);
     std::size_t deliver(Entry& entry, std::span<std::uint8_t> bytes, Ticks time);
     void deliverHeld(Entry& entry, Ticks time);
 
@@ -109,7 +113,8 @@ class QueueingConnections final : public UA_ConnectionManager {
     SendBounds bounds_;
     std::deque<Listener> listeners_;  // the TCP manager keeps their addresses
     std::unordered_map<std::uintptr_t, Connection> connections_;
-    std::size_t waiting_ = 0;  // bytes in all queues
+    std::size_t waiting_ = 0;     // bytes in all queues
+    std::size_t unfinished_ = 0;  // bytes of all messages of which more is to come
     Ticks pause_{};
     bool wakes_ = false;  // the loop's timer is set
     Ticks wakesAt_{};
@@ -211,6 +216,8 @@ void QueueingConnections::forget(Connection& connection) {
     waiting_ -= connection.queue.size();
     connection.queue.clear();
     connection.held = {};
+    unfinished_ -= connection.sizes.unfinished();
+    connection.sizes = {};
 }
 
 void QueueingConnections::onActivity(UA_ConnectionManager* tcp, std::uintptr_t id, void* listener,
@@ -307,14 +314,19 @@ bool QueueingConnections::makeRoom(Entry& entry, std::size_t wanted) {
     const std::size_t own = entry.second.queue.size() + wanted;
     if (own > bounds_.waitingPerConnection) return false;
     while (waiting_ + wanted > bounds_.waitingInAll) {
-        const auto most = std::max_element(connections_.begin(), connections_.end(),
-                                           [](const Entry& a, const Entry& b) {
-                                               return a.second.queue.size() < b.second.queue.size();
-                                           });
-        if (most->second.queue.size() <= own) return false;
-        close(*most, "has the most bytes waiting for it of all");
+        Entry& most = largest([](const Connection& each) { return each.queue.size(); });
+        if (most.second.queue.size() <= own) return false;
+        close(most, "has the most bytes waiting for it of all");
     }
     return true;
+}
+
+/// The connection with the most bytes, of at least one connection.
+template <class Bytes>
+QueueingConnections::Entry& QueueingConnections::largest(Bytes bytes) {
+    return *std::max_element(
+        connections_.begin(), connections_.end(),
+        [&](const Entry& a, const Entry& b) { return bytes(a.second) < bytes(b.second); });
 }
 
 // ---- Receiving ----------------------------------------------------------------------------------
@@ -343,6 +355,21 @@ bool QueueingConnections::mayAnswer(const Connection& connection, std::size_t wa
            now() - connection.heldSince >= bounds_.heldAtMost;
 }
 
+/// @param piece  reaches to the end of a chunk at most
+/// @return false when the connection has been closed for it
+bool QueueingConnections::accept(Entry& entry, ByteView piece) {
+    RequestSizes& sizes = entry.second.sizes;
+    const std::size_t before = sizes.unfinished();
+    const bool accepted = sizes.accept(piece);
+    unfinished_ += sizes.unfinished() - before;
+    if (!accepted) close(entry, "asked for more in one request than its service allows");
+    while (unfinished_ > bounds_.unfinishedInAll) {
+        close(largest([](const Connection& each) { return each.sizes.unfinished(); }),
+              "has sent the most bytes of a message that does not end");
+    }
+    return entry.second.state == State::open;
+}
+
 /// Gives the library one chunk after the other, as long as they may be answered and, after the
 /// first, there is time.
 /// @return how many bytes were given
@@ -354,10 +381,8 @@ std::size_t QueueingConnections::deliver(Entry& entry, std::span<std::uint8_t> b
     while (mayAnswer(connection, bytes.size() - done)) {
         const std::span<std::uint8_t> rest = bytes.subspan(done);
         const std::size_t length = connection.ends.nextEnd(rest);
-        if (!connection.sizes.accept(rest.first(length))) {
-            close(entry, "asked for more in one request than its service allows");
-            break;
-        }
+        if (!accept(entry, rest.first(length))) break;
+        const ArrayBudget budget(bounds_.arraysPerRequest);
         to.callback(this, entry.first, to.application, connection.context,
                     UA_CONNECTIONSTATE_ESTABLISHED, &UA_KEYVALUEMAP_NULL, {length, rest.data()});
         done += length;

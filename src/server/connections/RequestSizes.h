@@ -17,6 +17,9 @@ class RequestSizes {
     ///         closed
     [[nodiscard]] bool accept(ByteView piece);
 
+    /// Bytes of the message of which more is to come, its chunks under way as long as they will be.
+    [[nodiscard]] std::size_t unfinished() const { return messageBytes_; }
+
   private:
     /// Up to the number of the service, of which clients use the short form only.
     static constexpr std::size_t kHeadSize = kServiceHeaderSize + 4;

