@@ -8,7 +8,7 @@
 
 namespace bench {
 
-/// Every value a float with status and source time, as both servers have been told.
+/// Every value a float with status and source time, as both servers are configured.
 static void checkHistory(const RawResponse& raw, std::size_t values) {
     Owned<UA_HistoryReadResponse> response(UA_TYPES_HISTORYREADRESPONSE);
     UaConnection::decode(raw, response);

@@ -15,7 +15,7 @@ namespace {
 constexpr std::size_t kItemsPerRequest = 1000;
 constexpr int kSilenceMs = 30'000;  // no server keeps its keep-alive back that long
 
-// Until every item has told its first value.
+// Until every item has reported its first value.
 void awaitFirstValues(Subscription& subscription, std::size_t items) {
     for (std::size_t values = 0; values < items;) {
         const std::size_t more = subscription.receive(kSilenceMs);

@@ -1,7 +1,7 @@
 """History: raw reads, registration of pens, writes beside them, and how long others wait.
 
 Runs in the private root, after what harness.inside measures. The trend library is the one that
-answers out of memory as it is told, so that no archive's speed is in the comparison.
+answers out of memory as its script says, so that no archive's speed is in the comparison.
 """
 
 from __future__ import annotations

@@ -60,7 +60,7 @@ def await_first_read(plan: plans.Plan, program: Program, port: int = plans.PORT)
     try:
         answered = client(plan, "await", "--port", port, "--deadline", AWAIT_SECONDS)
     except MeasurementError:
-        program.check_alive()  # if it has ended, why is told by its output
+        program.check_alive()  # if it has ended, its output says why
         raise
     return float(answered["monotonic_ns"]) / 1e9
 

@@ -79,7 +79,7 @@ constexpr HelpTexts kRussian{
 
 constexpr HelpTexts kEnglish{
     "Checks the configuration of the OPC UA server (opcuasrv.ini) before it is loaded.\n"
-    "Tells errors, in the server's own words, and the traps that the server is silent about.",
+    "Reports errors, in the server's own words, and the traps that the server does not report.",
     "ARGUMENT",
     "OPTIONS",
     "Usage",

@@ -84,7 +84,7 @@ class TextPrinter {
         } else if (error) {
             out_ << "  "
                  << in("Сервер об этом не сообщит: он остановится раньше.\n",
-                       "The server will not tell this: it stops before.\n");
+                       "The server will not report this: it stops before it gets here.\n");
         }
         out_ << '\n';
     }

@@ -217,7 +217,7 @@ static const std::vector<Rule> kRules{
       "add a list of tags to section [{1}], for example {2} = all, or delete the line"}},
     {RuleId::entryRefused, "entry-refused", kWarning,
      {"атрибут {0} у {1} публиковать нельзя; сервер этого не сообщает, потому что до строки не доходит",
-      "attribute {0} of {1} may not be exported; the server does not tell, for it does not get to this line"},
+      "attribute {0} of {1} may not be exported; the server does not report this, because it never reaches this line"},
      {"выберите номер из разрешённых для {1}: {2}", "choose one of the numbers permitted for {1}: {2}"}},
     {RuleId::entryTwice, "entry-twice", kWarning,
      {"имя «{0}» с атрибутом {1} уже есть в строке {2}: идентификатор узла тот же, второй узел не появится",

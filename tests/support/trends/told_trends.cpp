@@ -166,7 +166,7 @@ Script readScript(const char* path) {
         const auto found = kLines.find(word);
         if (found != kLines.end()) found->second(line, script);
         if (found != kLines.end() && !line.fail()) continue;
-        std::fprintf(stderr, "told trends: not understood: %s\n", text.c_str());
+        std::fprintf(stderr, "told trends: unknown line: %s\n", text.c_str());
         std::abort();
     }
     return script;

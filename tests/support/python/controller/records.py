@@ -57,7 +57,7 @@ FIELDS = {kind: {field.name: field for field in all} for kind, all in attributes
 
 
 def write_files(described: dict[str, list[Attribute]]) -> None:
-    """Writes both files in place, so that whoever made them still knows them by inode."""
+    """Writes both files in place, so that their maker still recognises them by inode."""
     count = struct.pack("<h", len(_ENTRIES))
     positions, bodies, storages = count, b"", count
     for kind in _ENTRIES:
