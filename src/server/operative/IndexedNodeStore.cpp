@@ -4,6 +4,7 @@
 #include <new>
 
 #include "server/operative/EditedNodes.h"
+#include "server/operative/HeldNodes.h"
 #include "server/operative/NodeTable.h"
 
 namespace {
@@ -51,6 +52,7 @@ class IndexedNodeStore : public UA_Nodestore {
 
     UA_Nodestore* inner_;
     NodeTable table_;
+    HeldNodes held_;
     EditedNodes edited_;
 };
 
@@ -63,14 +65,15 @@ UA_Node* IndexedNodeStore::getFromInner(const UA_NodeId& id) {
 
 UA_Node* IndexedNodeStore::find(const UA_NodeId& id) {
     if (!hasText(id)) return getFromInner(id);
-    if (NodeTable::Slot* const slot = table_.find(id)) {
-        ++slot->uses;
-        return const_cast<UA_Node*>(slot->node);  // the store gave it out as editable
+    const UA_Node* const known = table_.find(id);
+    if (known != nullptr && held_.add(*known)) {
+        return const_cast<UA_Node*>(known);  // the store gave it out as editable
     }
     UA_Node* const node = getFromInner(id);
-    if (node == nullptr || !isIndexed(*node)) return node;
-    // What was just got from the store is what the index holds.
-    if (NodeTable::Slot* const slot = table_.add(*node)) slot->uses = 1;
+    if (node == nullptr || known != nullptr || !isIndexed(*node)) return node;
+    // What was just got from the store is what the index holds, unless it cannot be counted.
+    if (!held_.add(*node)) return node;
+    if (!table_.add(*node)) held_.remove(*node);
     return node;
 }
 
@@ -89,12 +92,7 @@ UA_Node* IndexedNodeStore::getToEdit(const UA_NodeId& id) {
 void IndexedNodeStore::release(const UA_Node* node) {
     if (node == nullptr) return;
     edited_.released(*node);
-    NodeTable::Slot* const slot = isIndexed(*node) ? table_.find(node->head.nodeId) : nullptr;
-    if (slot != nullptr && slot->node == node && slot->uses > 0) {
-        --slot->uses;
-    } else {
-        inner_->releaseNode(inner_, node);
-    }
+    if (!held_.remove(*node)) inner_->releaseNode(inner_, node);
 }
 
 UA_StatusCode IndexedNodeStore::copy(const UA_NodeId& id, UA_Node** outNode) {
@@ -108,12 +106,11 @@ UA_StatusCode IndexedNodeStore::copy(const UA_NodeId& id, UA_Node** outNode) {
 
 /// Before the store removes or replaces a node: its present holders then hold it from the store.
 void IndexedNodeStore::forget(const UA_NodeId& id) {
-    NodeTable::Slot* const slot = hasText(id) ? table_.find(id) : nullptr;
-    if (slot == nullptr) return;
-    const UA_Node* const node = slot->node;
-    for (; slot->uses > 0; --slot->uses)
+    const UA_Node* const node = hasText(id) ? table_.find(id) : nullptr;
+    if (node == nullptr) return;
+    while (held_.remove(*node))
         static_cast<void>(getFromInner(id));
-    table_.remove(*slot);
+    table_.remove(*node);
     inner_->releaseNode(inner_, node);
 }
 

@@ -7,16 +7,14 @@
 #include <memory>
 
 /// Nodes with texts as identifiers, found by these in one step: slots in one array, each at the
-/// place that its hash names or behind it without a free slot between (open addressing). At most
-/// three quarters are in use, so that a node costs 21 to 43 bytes.
+/// place that its hash names or behind it without a free slot between (open addressing). Between
+/// seven tenths and seven eighths are in use, so that a node costs 18 to 23 bytes.
+///
+/// Clients and their subscriptions ask for nodes in the same order again and again. So each slot
+/// remembers which one was asked for after it last time, and what the next look-ups will touch is
+/// fetched ahead. What is remembered may be wrong, which costs time only.
 class NodeTable {
   public:
-    struct Slot {
-        const UA_Node* node = nullptr;  ///< null: the slot is free
-        std::uint32_t hash = 0;
-        std::uint32_t uses = 0;  ///< for the table's owner
-    };
-
     NodeTable();
 
     /// False when there was no memory for the table: nothing may be called then.
@@ -24,24 +22,33 @@ class NodeTable {
 
     /// @param id  its identifier is a text
     /// @return null when there is no such node
-    Slot* find(const UA_NodeId& id);
+    const UA_Node* find(const UA_NodeId& id);
 
-    /// Adds a node that is not in the table, with 0 uses. It must keep its place and its id.
-    /// Pointers to slots become invalid.
-    /// @return null when there is no memory for more
-    Slot* add(const UA_Node& node);
+    /// Adds a node that is not in the table. It must keep its place and its id.
+    /// @return false when there is no memory for more
+    bool add(const UA_Node& node);
 
-    /// Pointers to slots become invalid.
-    void remove(const Slot& slot);
+    /// Removes a node that is in the table.
+    void remove(const UA_Node& node);
 
   private:
+    struct Slot {
+        const UA_Node* node = nullptr;  ///< null: the slot is free
+        std::uint32_t hash = 0;
+        std::uint32_t next = 0;  ///< of the slot that was asked for next
+    };
     using Slots = std::unique_ptr<Slot[]>;
 
     static Slots makeSlots(std::size_t size);
-    Slot& place(const Slot& slot);
+    std::size_t placeOf(std::uint32_t hash) const;
+    std::size_t behind(std::size_t at) const { return at + 1 == size_ ? 0 : at + 1; }
+    std::size_t slotOf(const UA_NodeId& id, std::uint32_t hash) const;
+    void fetchAhead(std::size_t at);
+    void place(const Slot& slot);
     bool grow();
 
     Slots slots_;
-    std::size_t mask_;  ///< number of slots, a power of two, less one
+    std::size_t size_;
     std::size_t used_ = 0;
+    std::size_t last_ = 0;  ///< slot that was asked for last
 };

@@ -1,0 +1,53 @@
+#pragma once
+
+#include <open62541/plugin/nodestore.h>
+
+#include <cstdint>
+#include <new>
+#include <vector>
+
+/// Counts how often each node is given out at the moment. The library holds a few nodes at a time
+/// and gives the one that it got last back first, so a list that is searched from its end beats a
+/// count with each node. For one thread at a time.
+class HeldNodes {
+  public:
+    /// @return false when there is no memory to count it
+    bool add(const UA_Node& node) {
+        if (Held* const held = find(node)) {
+            ++held->count;
+            return true;
+        }
+        try {
+            held_.push_back({&node, 1});
+        } catch (const std::bad_alloc&) {
+            return false;
+        }
+        return true;
+    }
+
+    /// @return false when the node is not given out
+    bool remove(const UA_Node& node) {
+        Held* const held = find(node);
+        if (held == nullptr) return false;
+        if (--held->count == 0) {
+            *held = held_.back();
+            held_.pop_back();
+        }
+        return true;
+    }
+
+  private:
+    struct Held {
+        const UA_Node* node;
+        std::uint32_t count;
+    };
+
+    Held* find(const UA_Node& node) {
+        for (auto held = held_.rbegin(); held != held_.rend(); ++held) {
+            if (held->node == &node) return &*held;
+        }
+        return nullptr;
+    }
+
+    std::vector<Held> held_;
+};
