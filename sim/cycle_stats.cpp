@@ -5,9 +5,23 @@
 #include <ostream>
 #include <sstream>
 
+#include "failure.h"
+
 namespace sim {
 
-void CycleStats::add(Duration length, Duration lateness) {
+void CycleStats::logTo(const std::string& path) {
+    log_.open(path);
+    if (!log_) throw Failure(ExitCode::failed, "не открыть файл " + path);
+}
+
+void CycleStats::add(Clock::time_point due, Duration length, Duration lateness) {
+    const auto us = [](Duration d) {
+        return std::chrono::duration_cast<std::chrono::microseconds>(d).count();
+    };
+    if (log_.is_open()) {
+        log_ << us(due.time_since_epoch()) << ' ' << us(lateness) << ' ' << us(length) << "\n"
+             << std::flush;
+    }
     ++cycles_;
     total_ += length;
     longest_ = std::max(longest_, length);

@@ -1,17 +1,26 @@
 #pragma once
 
 #include <chrono>
+#include <fstream>
 #include <iosfwd>
+#include <string>
 
 namespace sim {
 
 /// Durations and lateness of the controller's cycles.
 class CycleStats {
   public:
-    using Duration = std::chrono::steady_clock::duration;
+    using Clock = std::chrono::steady_clock;
+    using Duration = Clock::duration;
 
-    /// @param lateness  how long after its planned time the cycle began
-    void add(Duration length, Duration lateness);
+    /// From now on each cycle adds a line to the file, which begins empty: planned time on the
+    /// monotonic clock, lateness and length, in microseconds.
+    /// @throws Failure  when the file cannot be opened
+    void logTo(const std::string& path);
+
+    /// @param due       the cycle's planned time
+    /// @param lateness  how long after it the cycle began
+    void add(Clock::time_point due, Duration length, Duration lateness);
 
     /// A cycle that was left out because the one before took too long.
     void addSkipped() { ++skipped_; }
@@ -25,6 +34,7 @@ class CycleStats {
     Duration total_{};
     Duration longest_{};
     Duration latest_{};
+    std::ofstream log_;
 };
 
 }  // namespace sim

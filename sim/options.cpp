@@ -105,6 +105,9 @@ void addRest(CLI::App& app, Options& options) {
         ->disable_flag_override();
     app.add_flag("--stats", options.stats, "печатать длительность и опоздание циклов")
         ->disable_flag_override();
+    app.add_option(
+        "--cycle-log", options.cycleLog,
+        "писать в этот файл строку о каждом цикле: начало, опоздание, длительность, мкс");
     app.add_flag("--fresh", options.fresh,
                  "создать файлы заново, даже если созданные прежде были изменены")
         ->disable_flag_override();

@@ -23,6 +23,7 @@ struct Options {
     std::uint64_t seed = 1;
     bool frozen = false;
     bool stats = false;
+    std::string cycleLog;  // file that gets a line for each cycle; empty: none
     bool fresh = false;
     bool attributeTable = false;
 };

@@ -46,6 +46,7 @@ Simulator::Simulator(Options options, std::ostream& out, const volatile std::sig
 void Simulator::run() {
     const auto begin = Clock::now();
     readConfig();
+    if (!options_.cycleLog.empty()) stats_.logTo(options_.cycleLog);
     Site site(controllerFolders(), out_);
     site.enter(options_.fresh);
     out_ << "Каталог контроллера " << site.folders().root.string() << "\n";
@@ -189,7 +190,7 @@ void Simulator::cycleUntilStopped(ControllerIpc& ipc, Plant& plant, TrendRecorde
         trends.record(now);
         journal.follow(begin);
         const auto end = Clock::now();
-        stats_.add(end - begin, begin - next);
+        stats_.add(next, end - begin, begin - next);
         next += cycle_;
         while (next < end) {  // a controller leaves out cycles that it has no time for
             next += cycle_;
