@@ -4,6 +4,8 @@
 #include <open62541/plugin/nodestore_default.h>
 #include <open62541/server.h>
 
+#include <algorithm>
+
 #include "server/ServerState.h"
 #include "support/capture.h"
 
@@ -27,6 +29,40 @@ TEST(UaServer, FindsItsNodesThroughTheIndexWhileItServes) {
     UA_Nodestore* const plain = UA_Nodestore_ZipTree();
     EXPECT_NE(UA_Server_getConfig(server.instance())->nodestore->getNode, plain->getNode);
     plain->free(plain);
+    EXPECT_EQ(UA_Server_run_shutdown(server.instance()), UA_STATUSCODE_GOOD);
+}
+
+/// The library moves timers to one moment: all subscriptions were sampled before anybody was
+/// served.
+TEST(UaServer, HasFewTimersAtOnceAlsoAfterADelay) {
+    UAServer server;
+    server.configurePort();
+    ASSERT_EQ(UA_Server_run_startup(server.instance()), UA_STATUSCODE_GOOD);
+    UA_EventLoop& loop = *UA_Server_getConfig(server.instance())->eventLoop;
+    static UA_DateTime now = loop.dateTime_nowMonotonic(&loop);
+    loop.dateTime_nowMonotonic = [](UA_EventLoop*) { return now; };
+    constexpr int kTimers = 50;
+    int calls = 0;
+    for (int i = 0; i < kTimers; ++i)
+        (void)UA_Server_addRepeatedCallback(
+            server.instance(), [](UA_Server*, void* count) { ++*static_cast<int*>(count); }, &calls,
+            i % 2 == 0 ? 500 : 1000, nullptr);
+    const auto callsAfter = [&](double milliseconds) {
+        const int before = calls;
+        now += static_cast<UA_DateTime>(milliseconds * UA_DATETIME_MSEC);
+        (void)loop.run(&loop, 0);
+        return calls - before;
+    };
+    const auto mostAtOnce = [&](int steps) {
+        int most = 0;
+        for (int i = 0; i < steps; ++i)
+            most = std::max(most, callsAfter(10));
+        return most;
+    };
+    EXPECT_LE(mostAtOnce(200), 5);
+    EXPECT_EQ(calls, 3 * kTimers) << "in two seconds";
+    EXPECT_EQ(callsAfter(1500), kTimers);
+    EXPECT_LE(mostAtOnce(200), 5);
     EXPECT_EQ(UA_Server_run_shutdown(server.instance()), UA_STATUSCODE_GOOD);
 }
 
