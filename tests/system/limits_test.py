@@ -162,6 +162,11 @@ def test_sessions_that_nobody_uses_keep_nobody_out(site: Site) -> None:
     client = site.serve(publishing(("VA", 29)))
     for _ in range(150):  # of 60
         RawClient(PORT).close()
+    entering = RawClient(PORT, session=False)
+    entering.create_session()
+    RawClient(PORT).close()
+    entering.activate_session()  # its session was not the one that made room
+    entering.close()
     with ExitStack() as left:  # connected, and silent
         for _ in range(59):
             left.enter_context(closing(RawClient(PORT)))

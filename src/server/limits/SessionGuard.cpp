@@ -152,12 +152,14 @@ void SessionGuard::closeAbandoned() {
 
 void SessionGuard::makeRoom() {
     if (sessions_.size() < config().maxSessions) return;
-    // The library gives one that was never activated up by itself.
+    const Session& unused = leastUsed();
+    if (unused.withoutConnectionSince != 0) return close(unused.id);
+    // The library gives one that was never activated up by itself. That may be one whose client is
+    // about to activate it, so it comes second.
     if (!std::all_of(sessions_.begin(), sessions_.end(), [](auto& s) { return s.activated; }))
         return;
-    const Session& unused = leastUsed();
     const UA_DateTime idle = UA_DateTime_nowMonotonic() - ticks(kIdleSessionMs);
-    if (unused.withoutConnectionSince != 0 || unused.lastRequest < idle) close(unused.id);
+    if (unused.lastRequest < idle) close(unused.id);
 }
 
 const SessionGuard::Session& SessionGuard::leastUsed() const {

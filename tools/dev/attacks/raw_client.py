@@ -35,7 +35,8 @@ class RawClient:
         self._say_hello()
         self._open_channel()
         if session:
-            self._open_session(name)
+            self.create_session(name)
+            self.activate_session()
 
     def close(self) -> None:
         self.socket.close()
@@ -108,7 +109,7 @@ class RawClient:
         start = 4 + len(_text(_POLICY)) + 8 + 8 + 4 + 24
         self._channel, self._token = struct.unpack_from("<II", answer, start + 4)
 
-    def _open_session(self, name: str) -> None:
+    def create_session(self, name: str = "attack") -> None:
         create = ua.CreateSessionRequest()
         create.Parameters.EndpointUrl = self.url
         create.Parameters.SessionName = name
@@ -118,6 +119,8 @@ class RawClient:
         end = at + _node_id_length(answer, at)
         token = answer[at:end]
         self._authentication = _guid_node_id(token)
+
+    def activate_session(self) -> None:
         self.request(ua.ActivateSessionRequest())  # without a token: anonymous
 
     def _receive(self) -> tuple[bytes, bytes]:
