@@ -86,6 +86,8 @@ class CommandLine {
         addWrite();
         addWait();
         addSubscribe();
+        addOrdinary();
+        addCrowd();
     }
     CommandLine(const CommandLine&) = delete;
     CommandLine& operator=(const CommandLine&) = delete;
@@ -166,6 +168,30 @@ class CommandLine {
         command->callback([this] { bench::loadSubscription(targets_.front(), subscribe_); });
     }
 
+    void addOrdinary() {
+        CLI::App* command = app_.add_subcommand(
+            "ordinary",
+            "how long a client waits that reads 100 values every 50 ms, and has 500 "
+            "items published every 500 ms");
+        addServers(*command, "server as PORT:PID")->expected(1);
+        command->add_option("--seconds", ordinary_.seconds, "length of the measurement")
+            ->capture_default_str();
+        command->callback([this] { bench::measureOrdinary(targets_.front(), ordinary_); });
+    }
+
+    void addCrowd() {
+        CLI::App* command = app_.add_subcommand(
+            "crowd",
+            "everything at once until standard input ends: subscribers, readers, "
+            "reconnects, half-open connections, malformed messages");
+        addServers(*command, "server as PORT:PID")->expected(1);
+        command->add_option("--sessions", crowd_.sessions, "that subscribe")->capture_default_str();
+        command->add_option("--subscriptions", crowd_.subscriptions, "of all sessions")
+            ->capture_default_str();
+        command->add_option("--items", crowd_.items, "of all subscriptions")->capture_default_str();
+        command->callback([this] { bench::runCrowd(targets_.front(), crowd_); });
+    }
+
     static void addTimes(CLI::App& command, bench::LoadTimes& times) {
         command.add_option("--seconds", times.seconds, "length of the measurement of each server")
             ->capture_default_str();
@@ -196,6 +222,8 @@ class CommandLine {
     bench::WriteLoad write_;
     bench::WaitLoad wait_;
     bench::SubscribeLoad subscribe_;
+    bench::OrdinaryLoad ordinary_;
+    bench::CrowdLoad crowd_;
     CLI::App app_{"Loads OPC UA servers on 127.0.0.1 and prints the measurement as JSON."};
 };
 

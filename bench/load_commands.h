@@ -45,6 +45,18 @@ struct SubscribeLoad {
     double seconds = 5.0;
 };
 
+/// The client whose waits count: 100 values every 50 ms, and 500 items at 500 ms.
+struct OrdinaryLoad {
+    double seconds = 30.0;
+};
+
+/// Clients of all kinds at once; beside the subscribers a few each that misbehave.
+struct CrowdLoad {
+    std::size_t sessions = 50;        // that subscribe
+    std::size_t subscriptions = 100;  // of all of them, shared out evenly
+    std::size_t items = 100'000;      // likewise
+};
+
 // The commands of bench_load_client. Each prints one JSON object on standard output and throws
 // UaError or std::runtime_error when it cannot measure.
 
@@ -62,6 +74,14 @@ void loadWrites(const std::vector<Target>& targets, const WriteLoad& load);
 /// How long live reads and notifications wait for a server whose history is read at the same time,
 /// or beside clients that do not read its answers.
 void measureWaits(const Target& target, const WaitLoad& load);
+
+/// How long an ordinary client waits, and how much of that time the server ran. Ends with an error
+/// when the server disconnects it.
+void measureOrdinary(const Target& target, const OrdinaryLoad& load);
+
+/// Everything at once, until standard input ends. Prints "ready" when all subscribers have their
+/// first values, and at the end what came of it.
+void runCrowd(const Target& target, const CrowdLoad& load);
 
 /// Processor time that a server spends on a subscription, once the first values have been sent.
 void loadSubscription(const Target& target, const SubscribeLoad& load);

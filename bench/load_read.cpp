@@ -3,6 +3,7 @@
 
 #include "load_commands.h"
 #include "node_listing.h"
+#include "read_requests.h"
 #include "saturating_load.h"
 #include "ua_connection.h"
 
@@ -10,22 +11,6 @@ namespace bench {
 namespace {
 
 using Requests = std::vector<PreparedRequest>;
-
-PreparedRequest prepareRead(UaConnection& connection, std::span<const UA_NodeId> nodes) {
-    Owned<UA_ReadRequest> request(UA_TYPES_READREQUEST);
-    request->timestampsToReturn = UA_TIMESTAMPSTORETURN_SOURCE;
-    request->nodesToRead =
-        static_cast<UA_ReadValueId*>(UA_Array_new(nodes.size(), &UA_TYPES[UA_TYPES_READVALUEID]));
-    if (request->nodesToRead == nullptr) throw UaError("out of memory");
-    request->nodesToReadSize = nodes.size();
-    for (std::size_t i = 0; i < nodes.size(); ++i) {
-        request->nodesToRead[i].attributeId = UA_ATTRIBUTEID_VALUE;
-        if (UA_NodeId_copy(&nodes[i], &request->nodesToRead[i].nodeId) != UA_STATUSCODE_GOOD) {
-            throw UaError("out of memory");
-        }
-    }
-    return connection.prepare(request);
-}
 
 // Whole requests only: the nodes left over are not read.
 Requests prepareReads(UaConnection& connection, const std::vector<UA_NodeId>& nodes,

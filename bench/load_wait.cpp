@@ -1,20 +1,21 @@
 #include <algorithm>
 #include <atomic>
 #include <chrono>
-#include <cmath>
 #include <cstdio>
 #include <exception>
 #include <functional>
 #include <map>
-#include <memory>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "load_commands.h"
 #include "pen_requests.h"
+#include "read_requests.h"
+#include "silent_clients.h"
 #include "subscription.h"
 #include "ua_connection.h"
+#include "waits.h"
 
 namespace bench {
 namespace {
@@ -33,53 +34,11 @@ Clock::time_point endAfter(Seconds length) {
     return Clock::now() + std::chrono::duration_cast<Clock::duration>(length);
 }
 
-/// How long something waited, in milliseconds.
-class Waits {
-  public:
-    void add(double ms) { ms_.push_back(ms); }
-    bool empty() const { return ms_.empty(); }
-
-    std::string json() {
-        std::sort(ms_.begin(), ms_.end());
-        return R"({"count": )" + std::to_string(ms_.size()) + R"(, "p50": )" + quantile(0.5) +
-               R"(, "p999": )" + quantile(0.999) + R"(, "max": )" + quantile(1.0) + "}";
-    }
-
-  private:
-    std::string quantile(double share) const {
-        if (ms_.empty()) throw UaError("nothing was measured");
-        const auto rank = std::ceil(share * static_cast<double>(ms_.size()));
-        return std::to_string(ms_[static_cast<std::size_t>(std::max(rank, 1.0)) - 1]);
-    }
-
-    std::vector<double> ms_;
-};
-
-constexpr std::size_t kUnreadAnswers = 1000;  // of each silent client, 1000 values each: 25 MB
-
-UA_ReadValueId currentTime() {
-    UA_ReadValueId what{};
-    what.nodeId = UA_NODEID_NUMERIC(0, UA_NS0ID_SERVER_SERVERSTATUS_CURRENTTIME);
-    what.attributeId = UA_ATTRIBUTEID_VALUE;
-    return what;
-}
-
-/// A read of the same value so many times.
-PreparedRequest prepareRead(UaConnection& connection, std::size_t times) {
-    Owned<UA_ReadRequest> request(UA_TYPES_READREQUEST);
-    request->nodesToRead =
-        static_cast<UA_ReadValueId*>(UA_Array_new(times, &UA_TYPES[UA_TYPES_READVALUEID]));
-    if (request->nodesToRead == nullptr) throw UaError("out of memory");
-    request->nodesToReadSize = times;
-    std::fill_n(request->nodesToRead, times, currentTime());
-    return connection.prepare(request);
-}
-
 /// A read every two milliseconds, whether the one before was answered or not: each waits from the
 /// moment at which it was due.
 void timeReads(std::uint16_t port, Seconds length, Waits& waits) {
     UaConnection connection(port);
-    const PreparedRequest read = prepareRead(connection, 1);
+    const PreparedRequest read = prepareTimeRead(connection, 1);
 
     std::map<std::uint32_t, Clock::time_point> due;
     const Clock::time_point end = endAfter(length);
@@ -102,7 +61,7 @@ void timeReads(std::uint16_t port, Seconds length, Waits& waits) {
 void timeNotifications(std::uint16_t port, Seconds length, Waits& waits) {
     UaConnection connection(port);
     Subscription subscription(connection);
-    const UA_NodeId node = currentTime().nodeId;
+    const UA_NodeId node = UA_NODEID_NUMERIC(0, UA_NS0ID_SERVER_SERVERSTATUS_CURRENTTIME);
     subscription.add({&node, 1});
     subscription.startPublishing();
     if (subscription.receive(kSilenceMs) == 0) throw UaError("no first value");
@@ -130,31 +89,6 @@ void readPens(std::uint16_t port, std::size_t pens, Seconds length, Waits& waits
         UaConnection::decode(answer, response);
         if (response->resultsSize != pens) throw UaError("HistoryRead: wrong answer");
         waits.add(Millis(Clock::now() - begin).count());
-    }
-}
-
-/// Asks for much and reads nothing.
-std::unique_ptr<UaConnection> silentClient(std::uint16_t port) {
-    auto connection = std::make_unique<UaConnection>(port);
-    const PreparedRequest read = prepareRead(*connection, 1000);
-    for (std::size_t i = 0; i < kUnreadAnswers; ++i)
-        (void)connection->post(read);
-    return connection;
-}
-
-/// Keeps so many of them connected until the measurement is over; the server may disconnect them.
-void askWithoutReading(std::uint16_t port, std::size_t connections, const std::atomic_bool& over) {
-    std::vector<std::unique_ptr<UaConnection>> silent(connections);
-    while (!over) {
-        for (auto& connection : silent) {
-            try {
-                if (!connection) connection = silentClient(port);
-                connection->flush();
-            } catch (const UaError&) {
-                connection.reset();
-            }
-        }
-        std::this_thread::sleep_for(1ms);
     }
 }
 

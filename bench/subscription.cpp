@@ -6,9 +6,9 @@ namespace bench {
 
 static constexpr int kPublishRequests = 16;  // outstanding; more than the first values need at once
 
-Subscription::Subscription(UaConnection& connection) : connection_(connection) {
+Subscription::Subscription(UaConnection& connection, double intervalMs) : connection_(connection) {
     Owned<UA_CreateSubscriptionRequest> request(UA_TYPES_CREATESUBSCRIPTIONREQUEST);
-    request->requestedPublishingInterval = 0;
+    request->requestedPublishingInterval = intervalMs;
     request->requestedLifetimeCount = 1000;
     request->requestedMaxKeepAliveCount = 10;
     request->publishingEnabled = true;
@@ -48,21 +48,21 @@ void Subscription::add(std::span<const UA_NodeId> nodes) {
     }
 }
 
-void Subscription::postPublish(std::uint32_t acknowledged) {
+void Subscription::postPublish(std::uint32_t subscription, std::uint32_t acknowledged) {
     Owned<UA_PublishRequest> request(UA_TYPES_PUBLISHREQUEST);
     if (acknowledged != 0) {
         request->subscriptionAcknowledgements = static_cast<UA_SubscriptionAcknowledgement*>(
             UA_Array_new(1, &UA_TYPES[UA_TYPES_SUBSCRIPTIONACKNOWLEDGEMENT]));
         if (request->subscriptionAcknowledgements == nullptr) throw UaError("out of memory");
         request->subscriptionAcknowledgementsSize = 1;
-        *request->subscriptionAcknowledgements = {id_, acknowledged};
+        *request->subscriptionAcknowledgements = {subscription, acknowledged};
     }
     (void)connection_.post(connection_.prepare(request));
 }
 
 void Subscription::startPublishing() {
     for (int i = 0; i < kPublishRequests; ++i) {
-        postPublish(0);
+        postPublish(0, 0);
     }
     connection_.flush();
 }
@@ -80,7 +80,8 @@ std::size_t Subscription::receive(int deadlineMs) {
                       ->monitoredItemsSize;
     }
     // A keep-alive carries the number of a message still to come, which must not be acknowledged.
-    postPublish(message.notificationDataSize != 0 ? message.sequenceNumber : 0);
+    const std::uint32_t number = message.notificationDataSize != 0 ? message.sequenceNumber : 0;
+    postPublish(response->subscriptionId, number);
     connection_.flush();
     return values;
 }

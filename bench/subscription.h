@@ -8,11 +8,12 @@
 
 namespace bench {
 
-/// A subscription that takes a connection for itself once it publishes.
+/// A subscription that takes a connection for itself once it publishes. Where a connection has
+/// several, one of them publishes for all.
 class Subscription {
   public:
-    /// At the shortest publishing interval that the server gives.
-    explicit Subscription(UaConnection& connection);
+    /// @param intervalMs  wanted publishing interval; 0 is the shortest that the server gives
+    explicit Subscription(UaConnection& connection, double intervalMs = 0);
 
     double intervalMs() const { return intervalMs_; }
 
@@ -25,7 +26,7 @@ class Subscription {
     std::size_t receive(int deadlineMs);
 
   private:
-    void postPublish(std::uint32_t acknowledged);
+    void postPublish(std::uint32_t subscription, std::uint32_t acknowledged);
 
     UaConnection& connection_;
     UA_UInt32 id_ = 0;

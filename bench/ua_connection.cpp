@@ -101,6 +101,11 @@ UaConnection::UaConnection(std::uint16_t port) : in_(kReceiveBuffer) {
 }
 
 UaConnection::~UaConnection() {
+    if (socket_.fd >= 0) closeSession();
+    UA_NodeId_clear(&authenticationToken_);
+}
+
+void UaConnection::closeSession() noexcept {
     try {
         Owned<UA_CloseSessionRequest> request(UA_TYPES_CLOSESESSIONREQUEST);
         Owned<UA_CloseSessionResponse> response(UA_TYPES_CLOSESESSIONRESPONSE);
@@ -108,7 +113,11 @@ UaConnection::~UaConnection() {
         call(request, response);
     } catch (const UaError&) {  // the server may be gone; the session dies with its channel
     }
-    UA_NodeId_clear(&authenticationToken_);
+}
+
+void UaConnection::abandon() {
+    (void)::close(socket_.fd);  // nothing to be done about a failure
+    socket_.fd = -1;
 }
 
 // ---- Handshake
@@ -291,13 +300,17 @@ bool UaConnection::nextChunk(Chunk& chunk, int timeoutMs) {
         if (timeoutMs >= 0) {
             const auto left =
                 std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now()).count();
-            if (left <= 0) return false;
-            waitMs = static_cast<int>(left);
+            waitMs = static_cast<int>(std::max<decltype(left)>(left, 0));
         }
         const bool unsent = !out_.empty();
         pollfd wanted{socket_.fd, static_cast<short>(unsent ? POLLIN | POLLOUT : POLLIN), 0};
-        if (::poll(&wanted, 1, waitMs) < 0 && errno != EINTR) throwErrno("poll");
-        if ((wanted.revents & ~POLLOUT) != 0) receive();
+        const int ready = ::poll(&wanted, 1, waitMs);
+        if (ready < 0 && errno != EINTR) throwErrno("poll");
+        if ((wanted.revents & ~POLLOUT) != 0) {
+            receive();
+        } else if (waitMs == 0) {
+            return false;
+        }
     }
     return true;
 }

@@ -81,9 +81,13 @@ class UaConnection {
     std::uint32_t post(const PreparedRequest& request);
     /// Writes what the socket takes of the queue, without waiting.
     void flush();
-    /// The next answer; waits, sending what is queued meanwhile. `timeoutMs` -1 waits for ever.
-    /// False when the time is over.
+    /// The next answer; waits, sending what is queued meanwhile. `timeoutMs` -1 waits for ever, 0
+    /// takes what has arrived. False when the time is over.
     bool nextResponse(RawResponse& response, int timeoutMs = -1);
+
+    /// Ends the connection without a word; the session stays with the server. Nothing may be called
+    /// afterwards.
+    void abandon();
 
     /// Decodes an answer; one of another type (a ServiceFault) or with a bad service result throws.
     template <class Response>
@@ -111,6 +115,7 @@ class UaConnection {
     void hello(const std::string& url);
     void openChannel();
     void openSession(const std::string& url);
+    void closeSession() noexcept;
     void authorize(UA_RequestHeader& header) const;
     PreparedRequest encode(const void* request, const UA_DataType* type) const;
     RawResponse exchange(const PreparedRequest& request);

@@ -69,11 +69,10 @@ def say(text: str) -> None:
     print(text, file=sys.stderr, flush=True)
 
 
-def build(null_test: bool) -> pathlib.Path:
+def build(targets: tuple[str, ...]) -> pathlib.Path:
     """The release build's folder; its output is shown only when it fails."""
     say("Building ...")
     folder = REPOSITORY / "build" / "release"
-    targets = TARGETS if null_test else TARGETS + OWN_TARGETS
     for command in (
         ["cmake", "--preset", "release", "-DOPCUASRV_BENCH=ON", "-DOPCUASRV_SIM=ON",
          "-DOPCUASRV_TESTS=ON"],
@@ -138,7 +137,7 @@ def measure(plan: plans.Plan) -> Any:
 
 def main() -> int:
     arguments = parse_arguments()
-    folder = arguments.build_dir or build(arguments.null_test)
+    folder = arguments.build_dir or build(TARGETS if arguments.null_test else TARGETS + OWN_TARGETS)
     plan = make_plan(arguments, folder)
     load = os.getloadavg()[0]
     begin = time.monotonic()

@@ -19,8 +19,8 @@ class MeasurementError(Exception):
 class Program:
     """A running program; `started` is the CLOCK_MONOTONIC time just before it was, in seconds."""
 
-    def __init__(self, command: list[str], core: int | None) -> None:
-        self.name = pathlib.Path(command[0]).name
+    def __init__(self, command: list[str], core: int | None, name: str = "") -> None:
+        self.name = name or pathlib.Path(command[0]).name
         self._output = tempfile.TemporaryFile()  # noqa: SIM115 (closed by stop)
         self.started = time.monotonic()
         # taskset replaces itself by the program, so the process id is the program's.
@@ -94,9 +94,11 @@ class Program:
         return found
 
 
-def run_client(bin_dir: str, core: int, arguments: list[str]) -> str:
-    """Standard output of the load client."""
-    command = ["taskset", "-c", str(core), f"{bin_dir}/bench_load_client", *arguments]
+def run_client(
+    bin_dir: str, core: int, arguments: list[str], through: list[str] | None = None
+) -> str:
+    """Standard output of the load client; `through` is a command that starts it."""
+    command = [*(through or []), "taskset", "-c", str(core), f"{bin_dir}/bench_load_client", *arguments]
     done = subprocess.run(command, capture_output=True, text=True, check=False)
     if done.returncode != 0:
         raise MeasurementError(done.stderr.strip() or f"{command} failed")

@@ -357,6 +357,22 @@ def no_descriptors(target: Target) -> str:
     return f"{len(clients)} of 100 connected, {share:.0%} of a core"
 
 
+def new_client(target: Target) -> str:
+    """Not an attack: whether what was before it has left the server able to serve."""
+    began = time.monotonic()
+    while True:
+        try:
+            client = target.client()
+            client.request(_reads(100))
+            client.close()
+        except (Refused, OSError):
+            if time.monotonic() - began > 30:
+                return "nobody gets in within 30 s"
+            time.sleep(0.1)
+        else:
+            return f"a new client was served after {time.monotonic() - began:.1f} s"
+
+
 ATTACKS: dict[str, Callable[[Target], str]] = {
     "512 MB on 4 connections, never finished": unfinished_messages(4, 512 << 20),
     "1.9 MB on 50 connections, never finished": unfinished_messages(50, 1_900_000),
@@ -378,6 +394,7 @@ ATTACKS: dict[str, Callable[[Target], str]] = {
     "50 000 items, no publish for 30 s": silent_subscriber,
     "one history request of 4000 pens": history_of_many,
     "no descriptors left": no_descriptors,
+    "afterwards": new_client,
 }
 
 

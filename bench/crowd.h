@@ -1,0 +1,55 @@
+#pragma once
+
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+#include <span>
+
+#include <open62541/types.h>
+
+#include "load_commands.h"
+
+namespace bench {
+
+/// What came of it, counted by all threads.
+struct CrowdTally {
+    std::atomic<std::size_t> subscribers{0};      // that got their items
+    std::atomic<std::size_t> values{0};           // notified to them
+    std::atomic<std::size_t> lostSubscribers{0};  // that the server disconnected
+    std::atomic<std::size_t> readValues{0};       // by those who read as fast as they can
+    std::atomic<std::size_t> lostReaders{0};      // the slow ones among them
+    std::atomic<std::size_t> disconnectedSilent{0};
+    std::atomic<std::size_t> reconnects{0};
+    std::atomic<std::size_t> refusedReconnects{0};
+    std::atomic<std::size_t> halfOpen{0};
+    std::atomic<std::size_t> malformed{0};
+};
+
+/// What each kind of client needs. The threads share it.
+struct CrowdPlan {
+    std::uint16_t port = 0;
+    const CrowdLoad& load;
+    std::span<const UA_NodeId> nodes;  // the server's variables
+    const std::atomic_bool& over;
+    CrowdTally& tally;
+};
+
+// Each stays with the server until the plan is over; what the server does to one of these clients,
+// it must not survive here.
+
+/// Sessions with their subscriptions, as SCADA clients have them: a value a second.
+void runSubscribers(const CrowdPlan& plan);
+/// Reads of 1000 values with ten requests outstanding.
+void readFast(const CrowdPlan& plan);
+/// Reads that are asked for at once and taken one every tenth of a second.
+void readSlowly(const CrowdPlan& plan);
+/// Clients that ask for megabytes and read none of them.
+void readNothing(const CrowdPlan& plan);
+/// Connects, opens a session, reads one value; leaves every other time without closing anything.
+void reconnect(const CrowdPlan& plan);
+/// Connections that stop somewhere in their greeting.
+void leaveHalfOpen(const CrowdPlan& plan);
+/// Requests of which some bytes were changed.
+void sendMalformed(const CrowdPlan& plan);
+
+}  // namespace bench
