@@ -57,7 +57,7 @@ int socketOf(std::uintptr_t id) {
 
 class QueueingConnections final : public UA_ConnectionManager {
   public:
-    QueueingConnections(UA_ConnectionManager& tcp, const SendBounds& bounds);
+    QueueingConnections(UA_ConnectionManager& tcp, const ClientBounds& bounds);
 
   private:
     using Entry = std::pair<const std::uintptr_t, Connection>;
@@ -110,7 +110,7 @@ class QueueingConnections final : public UA_ConnectionManager {
     bool answerHeld(Entry& entry, Ticks end);
 
     UA_ConnectionManager& tcp_;
-    SendBounds bounds_;
+    ClientBounds bounds_;
     std::deque<Listener> listeners_;  // the TCP manager keeps their addresses
     std::unordered_map<std::uintptr_t, Connection> connections_;
     std::size_t waiting_ = 0;     // bytes in all queues
@@ -124,7 +124,7 @@ class QueueingConnections final : public UA_ConnectionManager {
 
 // ---- Life ---------------------------------------------------------------------------------------
 
-QueueingConnections::QueueingConnections(UA_ConnectionManager& tcp, const SendBounds& bounds)
+QueueingConnections::QueueingConnections(UA_ConnectionManager& tcp, const ClientBounds& bounds)
     : UA_ConnectionManager{}, tcp_(tcp), bounds_(bounds) {
     eventSource.eventSourceType = UA_EVENTSOURCETYPE_CONNECTIONMANAGER;
     eventSource.name = UA_STRING_STATIC("queueing tcp connection manager");
@@ -496,7 +496,7 @@ bool QueueingConnections::answerHeld(Entry& entry, Ticks end) {
 
 }  // namespace
 
-bool queueAnswers(UA_ConnectionManager& tcp, const SendBounds& bounds) noexcept {
+bool queueAnswers(UA_ConnectionManager& tcp, const ClientBounds& bounds) noexcept {
     std::unique_ptr<QueueingConnections> connections(new (std::nothrow)
                                                          QueueingConnections(tcp, bounds));
     if (!connections) return false;

@@ -2,7 +2,7 @@
 
 #include <open62541/plugin/eventloop.h>
 
-#include "server/connections/SendBounds.h"
+#include "server/connections/ClientBounds.h"
 
 /// Puts a connection manager before a loop's TCP manager, which would wait on a socket for as long
 /// as its client reads nothing, and all other clients with it. The one put before it hands bytes to
@@ -13,4 +13,5 @@
 /// To be called once per loop, before the server listens. Main thread, as the loop.
 /// @param tcp  registered with its loop, which owns it
 /// @return false when memory ran out; everything is then as before
-[[nodiscard]] bool queueAnswers(UA_ConnectionManager& tcp, const SendBounds& bounds = {}) noexcept;
+[[nodiscard]] bool queueAnswers(UA_ConnectionManager& tcp,
+                                const ClientBounds& bounds = {}) noexcept;

@@ -18,7 +18,7 @@ using Id = std::uintptr_t;
 /// which closes a connection in the loop's next round, and the server that is told of connections.
 class Library {
   public:
-    explicit Library(const SendBounds& bounds) {
+    explicit Library(const ClientBounds& bounds) {
         loop_.self = this;
         loop_.dateTime_nowMonotonic = [](UA_EventLoop* l) { return of(l).now_; };
         loop_.addTimer = [](UA_EventLoop* l, UA_Callback callback, void* application, void*,
@@ -149,8 +149,8 @@ class Library {
 
 constexpr std::size_t kMore = 400'000;  // than a socket takes
 
-SendBounds smallBounds() {
-    SendBounds bounds;
+ClientBounds smallBounds() {
+    ClientBounds bounds;
     bounds.waitingPerConnection = 1'000'000;
     bounds.waitingInAll = 2'000'000;
     return bounds;
@@ -185,7 +185,7 @@ TEST(QueueingConnections, EachClientGetsWhatWasSentToItAndNothingElse) {
         Bytes got;
     };
     std::mt19937 random(2);
-    Library library{SendBounds{}};
+    Library library{ClientBounds{}};
     std::map<Id, std::unique_ptr<Client>> clients;
     int sends = 0;
     for (int step = 0; step < 4000; ++step) {
@@ -254,7 +254,7 @@ TEST(QueueingConnections, TooManyBytesEndTheConnectionThatHasThem) {
 }
 
 TEST(QueueingConnections, WhoTakesNothingIsDisconnectedWhoTakesLittleIsNot) {
-    Library library{SendBounds{}};
+    Library library{ClientBounds{}};
     SocketPair dead;
     SocketPair slow;
     SocketPair gone;
@@ -278,7 +278,7 @@ TEST(QueueingConnections, WhoTakesNothingIsDisconnectedWhoTakesLittleIsNot) {
 }
 
 TEST(QueueingConnections, TheLastBytesGoOutForAShortTime) {
-    Library library{SendBounds{}};
+    Library library{ClientBounds{}};
     SocketPair reads;
     SocketPair doesNot;
     SocketPair nothingWaits;
@@ -301,7 +301,7 @@ TEST(QueueingConnections, TheLastBytesGoOutForAShortTime) {
 
 TEST(QueueingConnections, RequestsComeWholeHoweverTheyArrive) {
     std::mt19937 random(3);
-    Library library{SendBounds{}};
+    Library library{ClientBounds{}};
     SocketPair sockets;
     const Id id = library.accept(sockets);
     Bytes stream;
@@ -327,7 +327,7 @@ TEST(QueueingConnections, RequestsComeWholeHoweverTheyArrive) {
 }
 
 TEST(QueueingConnections, RequestsWaitWhileAnswersDo) {
-    SendBounds bounds;
+    ClientBounds bounds;
     bounds.heldRequests = 1000;
     Library library{bounds};
     SocketPair sockets;
@@ -351,7 +351,7 @@ TEST(QueueingConnections, RequestsWaitWhileAnswersDo) {
 }
 
 TEST(QueueingConnections, ManyRequestsOfOneClientLetOthersHaveTheirTurn) {
-    Library library{SendBounds{}};
+    Library library{ClientBounds{}};
     SocketPair busy;
     SocketPair other;
     const Id id = library.accept(busy);
@@ -383,7 +383,7 @@ TEST(QueueingConnections, ManyRequestsOfOneClientLetOthersHaveTheirTurn) {
 }
 
 TEST(QueueingConnections, TheLongestMessageThatDoesNotEndCostsItsClientTheConnection) {
-    SendBounds bounds;
+    ClientBounds bounds;
     bounds.unfinishedInAll = 50'000;
     Library library{bounds};
     SocketPair sockets[3];
@@ -413,7 +413,7 @@ TEST(QueueingConnections, TheArraysOfOneRequestAreBounded) {
 #ifndef UA_ENABLE_MALLOC_SINGLETON
     GTEST_SKIP() << "the library was built without what this takes";
 #endif
-    SendBounds bounds;
+    ClientBounds bounds;
     bounds.arraysPerRequest = 10 * sizeof(UA_DataValue);
     Library library{bounds};
     SocketPair sockets;

@@ -3,9 +3,9 @@
 #include <chrono>
 #include <cstddef>
 
-/// What a client may cost the others that does not read, reads slowly or asks without end. Users
-/// find the values in docs/limits.md.
-struct SendBounds {
+/// What a client may cost the others that does not read, reads slowly, asks without end or never
+/// ends what it says. docs/limits.md shows the values to users.
+struct ClientBounds {
     /// Bytes that wait for one client: several times the largest answer, so that only a client that
     /// goes on asking without reading gets there. Beyond it the connection is closed.
     std::size_t waitingPerConnection = std::size_t{16} << 20;
