@@ -28,6 +28,19 @@ if(OPCUASRV_SANITIZE)
     endif()
 endif()
 
+# The counters lie in the mapped file itself, so that what is forked, killed or leaves by _exit counts too.
+if(OPCUASRV_COVERAGE)
+    target_compile_options(opcuasrv_options INTERFACE
+        -fprofile-instr-generate -fcoverage-mapping "SHELL:-mllvm -runtime-counter-relocation")
+    target_link_options(opcuasrv_options INTERFACE -fprofile-instr-generate)
+endif()
+
+# With the compiler's own limits some files take many minutes.
+if(OPCUASRV_ANALYZER)
+    target_compile_options(opcuasrv_options INTERFACE -fanalyzer
+        --param=analyzer-max-enodes-per-program-point=2 --param=analyzer-bb-explosion-factor=2)
+endif()
+
 find_program(OPCUASRV_CCACHE ccache)
 if(OPCUASRV_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
     set(CMAKE_CXX_COMPILER_LAUNCHER ${OPCUASRV_CCACHE})

@@ -125,6 +125,8 @@ class Site:
             sysv.remove(left)
         for path in _ROOT.iterdir():
             shutil.rmtree(path) if path.is_dir() else path.unlink()
+        for program in self._started:  # who was killed may have reported before
+            assert b"Sanitizer" not in program.output(), program.describe_end()
 
 
 @pytest.fixture
