@@ -57,7 +57,6 @@ class UAServer {
 
     UA_Server* instance() const { return server_; }
     UA_UInt16 namespaceIndex() const { return namespaceIndex_; }
-    double samplingIntervalMs() const { return samplingIntervalMs_; }
 
     // ---- Folders (operative/Folders.cpp) ----
 
