@@ -1,10 +1,17 @@
 #include <array>
+#include <csignal>
 #include <cstdio>
 
 #include "server/ServerState.h"
 #include "server/history/HistoryAccess.h"
 #include "server/startup/ControllerJournal.h"
 #include "server/startup/StartupSequence.h"
+
+/// Who reads our output, or the log when that is a FIFO, may end at any moment: we go on. Before
+/// the static objects are made, because some of them print.
+__attribute__((constructor(101))) static void outliveReaders() {
+    (void)std::signal(SIGPIPE, SIG_IGN);
+}
 
 int main() {
     // Under a supervisor standard output is a pipe, and what is said there would wait in a buffer

@@ -1,10 +1,24 @@
 #include "server/diagnostics/LogControllerWriter.h"
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <array>
 #include <ctime>
-#include <fstream>
 #include <utility>
+
+namespace {
+
+/// Opened without waiting: the open of a FIFO would last until somebody reads it.
+/// @return -1 on failure
+int openToWrite(const std::string& path, int flags) {
+    constexpr mode_t kPermissions = 0666;
+    return open(path.c_str(), O_WRONLY | O_CREAT | O_NONBLOCK | O_NOCTTY | O_CLOEXEC | flags,
+                kPermissions);
+}
+
+}  // namespace
 
 LogControllerWriter::LogControllerWriter()
     : LogControllerWriter("/zrt/log/opcuasrv.log", &std::chrono::system_clock::now) {}
@@ -14,13 +28,17 @@ LogControllerWriter::LogControllerWriter(std::string path, Clock clock)
 
 void LogControllerWriter::writeLogToFile(std::string text) {
     std::replace(text.begin(), text.end(), '\n', ' ');
-    std::ofstream file(path_, std::ios::app);
-    // One text, so that the stream hands the system one write: other readers see whole lines only.
-    file << setTimeForMsg() + ": " + text + "\n";
+    const int file = openToWrite(path_, O_APPEND);
+    if (file == -1) return;
+    // One write: other readers see whole lines only. What a full disk does not take is lost.
+    const std::string line = setTimeForMsg() + ": " + text + "\n";
+    [[maybe_unused]] const ssize_t taken = write(file, line.data(), line.size());
+    (void)close(file);
 }
 
 void LogControllerWriter::prepareRecord() {
-    std::ofstream(path_, std::ios::trunc);
+    const int file = openToWrite(path_, O_TRUNC);
+    if (file != -1) (void)close(file);
 }
 
 std::string LogControllerWriter::setTimeForMsg() const {
