@@ -45,6 +45,9 @@ UA_DateTime ticks(double milliseconds) {
 SessionGuard::SessionGuard(UA_Server* server) : server_(server) {
     assert(installed == nullptr);
     installed = this;
+    // So that the notification of a new session never allocates: nothing may be thrown through the
+    // library.
+    sessions_.reserve(config().maxSessions);
     config().sessionNotificationCallback = [](UA_Server*, UA_ApplicationNotificationType type,
                                               const UA_KeyValueMap payload) {
         const auto* const id = said<UA_NodeId>(payload, "session-id", UA_TYPES_NODEID);

@@ -1,4 +1,5 @@
 #include <ctime>
+#include <new>
 
 #include "server/UAServer.h"
 #include "server/operative/VarContext.h"
@@ -19,6 +20,17 @@ void formatReadTime() noexcept {
     (void)strftime(text, sizeof(text), "%Y-%m-%d %H:%M:%S", &local);
 }
 
+/// The library is C, and nothing may be thrown through it.
+template <class Access>
+UA_StatusCode withinMemory(const Access& access) noexcept {
+    try {
+        access();
+        return UA_STATUSCODE_GOOD;
+    } catch (const std::bad_alloc&) {
+        return UA_STATUSCODE_BADOUTOFMEMORY;
+    }
+}
+
 }  // namespace
 
 UA_StatusCode UAServer::readNodeValue(UA_Server* /*server*/, const UA_NodeId* /*sessionId*/,
@@ -29,12 +41,13 @@ UA_StatusCode UAServer::readNodeValue(UA_Server* /*server*/, const UA_NodeId* /*
     formatReadTime();
     if (nodeContext == nullptr) return UA_STATUSCODE_BADINTERNALERROR;
     const auto& context = *static_cast<const VarContext*>(nodeContext);
-    (void)context.variable->getValue(value->value, value->status, context.attributeNumber,
-                                     value->sourceTimestamp);
     value->hasValue = true;
     value->hasStatus = true;
     value->hasSourceTimestamp = true;
-    return UA_STATUSCODE_GOOD;
+    return withinMemory([&] {
+        (void)context.variable->getValue(value->value, value->status, context.attributeNumber,
+                                         value->sourceTimestamp);
+    });
 }
 
 UA_StatusCode UAServer::writeNodeValue(UA_Server* /*server*/, const UA_NodeId* /*sessionId*/,
@@ -44,6 +57,6 @@ UA_StatusCode UAServer::writeNodeValue(UA_Server* /*server*/, const UA_NodeId* /
     if (nodeContext == nullptr) return UA_STATUSCODE_BADINTERNALERROR;
     if (!value->hasValue) return UA_STATUSCODE_BADTYPEMISMATCH;
     const auto& context = *static_cast<const VarContext*>(nodeContext);
-    (void)context.variable->setValue(value->value, context.attributeNumber);
-    return UA_STATUSCODE_GOOD;
+    return withinMemory(
+        [&] { (void)context.variable->setValue(value->value, context.attributeNumber); });
 }

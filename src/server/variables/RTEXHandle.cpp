@@ -110,7 +110,10 @@ SVal numberFrom(const UA_Variant& value) {
 /// KEPT: the bytes of the text, tagged with the attribute's own type even when that is a number;
 /// the database then takes its first bytes for one.
 SVal textFrom(const UA_String& text, TYPE_VAL attributeType) {
-    const std::string utf8(reinterpret_cast<const char*>(text.data), text.length);
+    // No more than can matter: a client may send a long text when there is little memory.
+    constexpr std::size_t kMostUtf8Bytes = 3;  // that the converter takes for one byte
+    const std::string utf8(reinterpret_cast<const char*>(text.data),
+                           std::min(text.length, kTextBytes * kMostUtf8Bytes));
     Utf8ToCP866Converter converter;
     const std::string cp866 = converter.convertUtf8ToCP866_manual(utf8);
     SVal result{};
