@@ -279,6 +279,11 @@ int vs_obj::Reply(int pid, void* msg, unsigned int len, char keepTimer) {
     return -1;
 }
 
+void vs_obj::dropStaleReplies() {
+    while (receiveNow(RS_id, mess, IPC_NOWAIT) != -1) {
+    }
+}
+
 int vs_obj::BackToSR(unsigned int len) {
     if (len > vs_message::kDataMax) errno = EMSGSIZE;
     if (len <= vs_message::kDataMax && sendWaiting(SR_id, mess, len, getpid()) != -1) return 0;

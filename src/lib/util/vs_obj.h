@@ -67,6 +67,10 @@ class vs_obj : public vs_shm {
     /// @return 0, -1 on failure.
     int Reply(int pid, void* msg, unsigned int len, char keepTimer);
 
+    /// Takes away the replies that wait for this process. Before its first Send they can only be
+    /// those of a former process with its number, which ended before it took them.
+    void dropStaleReplies();
+
     /// Puts the request received last back on its queue, with `len` bytes of its data.
     /// @return 0, -1 on failure.
     int BackToSR(unsigned int len);

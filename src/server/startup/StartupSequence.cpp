@@ -38,6 +38,8 @@ constexpr const char* kProcessName = "Opcua";
 /// for the supervisor's log
 bool registerProcess() {
     All = new vs_obj;
+    // Taken for an answer of the database, one of them would shift all that follow.
+    All->dropStaleReplies();
     if (All->name_add(kProcessName, 0) != -1) return true;
 
     std::fprintf(stderr, "opcuasrv: \"%s\" is not registered: ", kProcessName);
