@@ -75,8 +75,9 @@ void CRolManager::stamp(SRolMessage& message, const timeval* time) const {
 
     const timeval_32 newestStamp = Messages[newest()].PseudoTimeStamp;
     const TimeType previous(newestStamp);
-    const TimeType next =
-        now.tv_sec > previous.tv_sec ? TimeType(now.tv_sec, 0L) : previous + TimeType(0, 1);
+    // A clock beyond the stamp's 32 bits, that is 2038, gives no seconds: they would be negative.
+    const bool isNewSecond = now.tv_sec > previous.tv_sec && now.tv_sec <= INT32_MAX;
+    const TimeType next = isNewSecond ? TimeType(now.tv_sec, 0L) : previous + TimeType(0, 1);
     message.PseudoTimeStamp = {static_cast<std::int32_t>(next.tv_sec),
                                static_cast<std::int32_t>(next.tv_usec)};
 }
