@@ -18,10 +18,11 @@ from typing import Any
 
 from asyncua import ua
 from asyncua.ua.ua_binary import struct_to_binary
-from raw_client import CHUNK, RawClient, Refused
+from raw_client import CHUNK, RawClient, Refused, status_name
 
 LEVEL = ua.NodeId(2267, 0)
 OBJECTS = ua.NodeId(85, 0)
+SESSION_DIAGNOSTICS = ua.NodeId(3707, 0)
 SERVER, RESEND_DATA = ua.NodeId(2253, 0), ua.NodeId(12873, 0)
 
 
@@ -49,6 +50,12 @@ class Target:
     def cpu_seconds(self) -> float:
         words = Path(f"/proc/{self.pid}/stat").read_text().rpartition(")")[2].split()
         return (int(words[11]) + int(words[12])) / os.sysconf("SC_CLK_TCK")
+
+    def cpu_share(self, seconds: float) -> float:
+        """Of one core, in the next seconds."""
+        before = self.cpu_seconds()
+        time.sleep(seconds)
+        return (self.cpu_seconds() - before) / seconds
 
     def client(self, **settings: Any) -> RawClient:
         return RawClient(self.port, **settings)
@@ -197,6 +204,19 @@ def long_session_names(target: Target) -> str:
     return f"{opened} of 60 sessions opened"
 
 
+def diagnostics_array(target: Target) -> str:
+    """The array of all sessions' diagnostics, one of them with a long name, read 10 000 times."""
+    named = refused_with(lambda: target.client(name="n" * 100_000))
+    client, request = target.client(), ua.ReadRequest()
+    array = ua.ReadValueId(SESSION_DIAGNOSTICS, ua.AttributeIds.Value)
+    request.Parameters.NodesToRead = [array] * 10_000
+    answer = client.request(request)
+    client.close()
+    encoding, status = struct.unpack_from("<BI", answer, 4)  # of the first value
+    read = status_name(status) if encoding == 2 else f"{len(answer) >> 10} KB"
+    return f"long name: {named}; array: {read}"
+
+
 def sessions_left(target: Target) -> str:
     """99 clients that stay connected and say nothing more."""
     clients = []
@@ -226,12 +246,14 @@ def reconnects(target: Target) -> str:
     return f"{opened} of 10000 got a session"
 
 
-def _subscribe(client: RawClient, interval_ms: float = 1000.0) -> int:
+def _subscribe(
+    client: RawClient, interval_ms: float = 1000.0, lifetime: int = 2**32 - 1
+) -> int:
     request = ua.CreateSubscriptionRequest()
     request.Parameters = ua.CreateSubscriptionParameters(
         RequestedPublishingInterval=interval_ms,
-        RequestedLifetimeCount=2**32 - 1,
-        RequestedMaxKeepAliveCount=2**32 - 1,
+        RequestedLifetimeCount=lifetime,
+        RequestedMaxKeepAliveCount=lifetime // 3,
         PublishingEnabled=True,
     )
     return struct.unpack_from("<I", client.request(request))[0]
@@ -331,6 +353,38 @@ def silent_subscriber(target: Target) -> str:
     return f"{got} items"
 
 
+def vanished_client(target: Target) -> str:
+    """As many items as a session may have, of a client that says nothing more.
+
+    While they live, the server samples them. It asks for 2 s of session and 3 intervals of lifetime.
+    """
+    client = target.client(session_timeout_ms=2_000)
+    subscription = _subscribe(client, lifetime=3)
+    got = sum(_add_items(client, subscription, 10_000) for _ in range(2))
+    shares, began = [target.cpu_share(1)], time.monotonic()
+    while shares[-1] > max(shares) / 4 and time.monotonic() - began < 150:
+        shares.append(target.cpu_share(1))
+    gone = time.monotonic() - began
+    client.close()
+    return f"{got} items, {max(shares):.0%} of a core; {shares[-1]:.0%} after {gone:.0f} s"
+
+
+def unread_notifications(target: Target) -> str:
+    """Publish requests, ten a second, and not one answer read."""
+    client, publish = target.client(receive_buffer=4096), ua.PublishRequest()
+    subscription = _subscribe(client, interval_ms=100.0)
+    got = sum(_add_items(client, subscription, 10_000) for _ in range(2))
+    began = time.monotonic()
+    try:
+        while time.monotonic() - began < 120:
+            client.send(publish)
+            time.sleep(0.1)
+    except Refused:
+        return f"{got} items; connection closed after {time.monotonic() - began:.0f} s"
+    client.close()
+    return f"{got} items; connection open after 120 s"
+
+
 def history_of_many(target: Target) -> str:
     client, request = target.client(), ua.HistoryReadRequest()
     request.Parameters.HistoryReadDetails = ua.ReadRawModifiedDetails(IsReadModified=False)
@@ -348,9 +402,7 @@ def no_descriptors(target: Target) -> str:
     for _ in range(100):
         with contextlib.suppress(Refused, OSError):
             clients.append(target.client(session=False))
-    used = target.cpu_seconds()
-    time.sleep(2)
-    share = (target.cpu_seconds() - used) / 2
+    share = target.cpu_share(2)
     resource.prlimit(target.pid, resource.RLIMIT_NOFILE, before)
     for client in clients:
         client.close()
@@ -385,6 +437,7 @@ ATTACKS: dict[str, Callable[[Target], str]] = {
     "1.9 M data values in a request's header": values_in_header(1_900_000),
     "Browse of one folder 2000 times": browse_often,
     "60 session names of 100 kB": long_session_names,
+    "session diagnostics read 10 000 times": diagnostics_array,
     "99 sessions opened and left": sessions_left,
     "10 000 reconnects without closing": reconnects,
     "400 000 subscriptions to transfer": transfer_many,
@@ -392,6 +445,8 @@ ATTACKS: dict[str, Callable[[Target], str]] = {
     "20 000 subscriptions, closed": many_subscriptions,
     "ResendData over 50 000 items": resend_data,
     "50 000 items, no publish for 30 s": silent_subscriber,
+    "20 000 items of a client that vanished": vanished_client,
+    "notifications never read": unread_notifications,
     "one history request of 4000 pens": history_of_many,
     "no descriptors left": no_descriptors,
     "afterwards": new_client,

@@ -15,6 +15,7 @@ from asyncua.ua.ua_binary import struct_to_binary
 CHUNK = 65_536 - 64
 _POLICY = b"http://opcfoundation.org/UA/SecurityPolicy#None"
 _TIMEOUT_S = 60.0
+_LONGEST_SESSION_MS = 3_600_000.0
 
 
 def _text(value: bytes) -> bytes:
@@ -26,16 +27,28 @@ class Refused(Exception):
 
 
 class RawClient:
-    def __init__(self, port: int, session: bool = True, name: str = "attack") -> None:
+    """`receive_buffer`: bytes that the kernel keeps for a client that does not read; 0: its choice."""
+
+    def __init__(
+        self,
+        port: int,
+        session: bool = True,
+        name: str = "attack",
+        session_timeout_ms: float = _LONGEST_SESSION_MS,
+        receive_buffer: int = 0,
+    ) -> None:
         self.url = f"opc.tcp://127.0.0.1:{port}"
-        self.socket = socket.create_connection(("127.0.0.1", port))
+        self.socket = socket.socket()
+        if receive_buffer:
+            self.socket.setsockopt(socket.SOL_SOCKET, socket.SO_RCVBUF, receive_buffer)
+        self.socket.connect(("127.0.0.1", port))
         self.socket.settimeout(_TIMEOUT_S)
         self._channel = self._token = self._sequence = 0
         self._authentication = ua.NodeId()
         self._say_hello()
         self._open_channel()
         if session:
-            self.create_session(name)
+            self.create_session(name, session_timeout_ms)
             self.activate_session()
 
     def close(self) -> None:
@@ -80,13 +93,13 @@ class RawClient:
         while more:
             kind, payload = self._receive()
             if kind[:3] != b"MSG":
-                raise Refused(_status(struct.unpack_from("<I", payload)[0]))
+                raise Refused(status_name(struct.unpack_from("<I", payload)[0]))
             body += payload[16:]  # behind channel, token, sequence, request
             more = kind[3:] == b"C"
         header_at = 4  # behind the answer's type
         (result,) = struct.unpack_from("<I", body, header_at + 12)
         if result:
-            raise Refused(_status(result))
+            raise Refused(status_name(result))
         return body[header_at + 24 :]
 
     # -- The connection
@@ -109,11 +122,13 @@ class RawClient:
         start = 4 + len(_text(_POLICY)) + 8 + 8 + 4 + 24
         self._channel, self._token = struct.unpack_from("<II", answer, start + 4)
 
-    def create_session(self, name: str = "attack") -> None:
+    def create_session(
+        self, name: str = "attack", timeout_ms: float = _LONGEST_SESSION_MS
+    ) -> None:
         create = ua.CreateSessionRequest()
         create.Parameters.EndpointUrl = self.url
         create.Parameters.SessionName = name
-        create.Parameters.RequestedSessionTimeout = 3_600_000
+        create.Parameters.RequestedSessionTimeout = timeout_ms
         answer = self.request(create)
         at = _node_id_length(answer, 0)
         end = at + _node_id_length(answer, at)
@@ -140,7 +155,7 @@ class RawClient:
         return data
 
 
-def _status(code: int) -> str:
+def status_name(code: int) -> str:
     return ua.status_codes.get_name_and_doc(code)[0]
 
 
