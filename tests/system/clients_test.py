@@ -32,7 +32,7 @@ def test_two_clients_see_each_others_writes(site: Site) -> None:
 def test_the_usual_calls_of_another_make_of_client(site: Site) -> None:
     site.start(va=2)
     site.serve(PUBLISHING).close()
-    client = opcua.Client(f"opc.tcp://127.0.0.1:{PORT}")
+    client = opcua.Client(f"opc.tcp://127.0.0.1:{PORT}", timeout=PATIENCE_S)
     client.connect()
     try:
         index = client.get_namespace_index("urn:vesk")
@@ -64,7 +64,7 @@ class Handler:
         print("notified", flush=True)
 
 async def main(node):
-    client = Client("opc.tcp://127.0.0.1:4840")
+    client = Client("opc.tcp://127.0.0.1:4840", timeout=60, watchdog_intervall=60)
     await client.connect()
     subscription = await client.create_subscription(100, Handler())
     await subscription.subscribe_data_change(client.get_node(node))

@@ -2,7 +2,8 @@
 
 import os
 import shutil
-from collections.abc import Iterator
+from collections.abc import Callable, Iterator
+from contextlib import suppress
 from pathlib import Path
 
 import pytest
@@ -13,6 +14,7 @@ from opc_client import OpcClient
 from programs import CONFIGURATION, CONTROLLER_SETTINGS, PORT, Program, Server, Simulator
 
 _ROOT = Path("/zrt")
+SMALL_DISK = Path("/tmp/small")
 _PLAIN = ("th", "tm", "ts", "fv", "iv", "lv")
 
 
@@ -86,12 +88,18 @@ class Site:
     # -- The server and its clients
 
     def launch(
-        self, configuration: str | None, environment: dict[str, str] | None = None
+        self,
+        configuration: str | None,
+        environment: dict[str, str] | None = None,
+        before: Callable[[], object] | None = None,
     ) -> Server:
-        """Starts it without waiting for its endpoint; None leaves the configuration as it is."""
+        """Starts it without waiting for its endpoint; None leaves the configuration as it is.
+
+        `before` runs in the new process.
+        """
         if configuration is not None:
             CONFIGURATION.write_bytes(configuration.encode("cp866"))
-        self.server = Server(environment)
+        self.server = Server(environment=environment, before=before)
         self._started.append(self.server)
         return self.server
 
@@ -123,10 +131,19 @@ class Site:
             program.kill()
         for left in sysv.objects():
             sysv.remove(left)
-        for path in _ROOT.iterdir():
+        for path in (*_ROOT.iterdir(), *SMALL_DISK.iterdir()):
             shutil.rmtree(path) if path.is_dir() else path.unlink()
         for program in self._started:  # who was killed may have reported before
             assert b"Sanitizer" not in program.output(), program.describe_end()
+
+
+def fill_small_disk() -> Path:
+    """@return the file that takes the room"""
+    filler = SMALL_DISK / "filler"
+    with suppress(OSError), filler.open("ab", buffering=0) as file:
+        while True:
+            file.write(bytes(4096))
+    return filler
 
 
 @pytest.fixture

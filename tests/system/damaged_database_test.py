@@ -8,10 +8,13 @@ import pytest
 from asyncua import ua
 
 from conftest import Site
-from controller import ipc_keys, records
+from controller import ipc_keys, records, registry
+from controller.database import KINDS
+from controller.database_process import DatabaseProcess, answer
 from controller.records import OFFSETS, STORAGES
 from nodes import NodeKey
 from opc_client import OpcClient
+from programs import dead_pid
 from published_tags import BOTH, item, publishing
 from waiting import stays, wait_until
 
@@ -32,29 +35,60 @@ def use_every_node(client: OpcClient) -> dict[NodeKey, ua.DataValue]:
     return answers
 
 
-@pytest.mark.parametrize(
-    "counts, published",
-    [
-        # A kind without variables is not in the list; whoever stands behind it moves up.
-        ({"va": 2, "rv": 3, "vd": 4, "dv": 5}, {"VA": 2, "AV": 3, "RV": 4, "VD": 5, "DV": 0}),
-        ({"va": 2, "av": 1, "rv": 3, "dv": 5}, {"VA": 2, "AV": 1, "RV": 3, "VD": 5, "DV": 0}),
-        ({"av": 2}, {"VA": 2, "AV": 0, "RV": 0, "VD": 0, "DV": 0}),
-        ({"dv": 2, "plain": 3}, {"VA": 2, "AV": 3, "RV": 3, "VD": 3, "DV": 3}),
-        ({}, {"VA": 0, "AV": 0, "RV": 0, "VD": 0, "DV": 0}),
-    ],
-)
-def test_kinds_without_variables_shift_the_others(
-    counts: dict[str, int], published: dict[str, int], site: Site
-) -> None:
-    site.start(**counts)
-    for kind, count in site.database.counts.items():
-        for number in range(1, count + 1):  # the byte of var_type, should the record be taken so
-            site.database.record(kind, number)[27] = 0
-    client = site.serve(EVERYTHING)
+def tags_published(client: OpcClient) -> dict[str, int]:
     tags = [key for key in client.address_space() if isinstance(key, str) and "." not in key]
-    assert {kind: sum(tag.startswith(kind) for tag in tags) for kind in published} == published
+    return {kind: sum(tag.startswith(kind) for tag in tags) for kind in KINDS}
+
+
+PLAIN = [(code, 1) for code in range(6, 12)]
+WHOLE = [answer(code, count) for code, count in [*((code, 2) for code in range(1, 6)), *PLAIN]]
+NOBODY = {"VA": 0, "AV": 0, "RV": 0, "VD": 0, "DV": 0}
+EVERYBODY = dict.fromkeys(NOBODY, 2)
+
+# What the process says, whether it dies behind that, and how many of each kind are published.
+DATABASE_PROCESSES: dict[str, tuple[list[bytes], bool, dict[str, int]]] = {
+    "dies before its first reply": ([], True, NOBODY),
+    "dies between its replies": (WHOLE[:3], True, EVERYBODY | {"VD": 0, "DV": 0}),
+    "dies behind its last reply": (WHOLE, True, EVERYBODY),
+    "comes late and is slow": (WHOLE, False, EVERYBODY),
+    "more than the tables hold": ([answer(1, 3), *WHOLE[1:]], False, EVERYBODY | {"VA": 0}),
+    "fewer than the tables hold": ([answer(1, 1), *WHOLE[1:]], False, EVERYBODY | {"VA": 1}),
+    "more than 16 bits": ([answer(1, 2**16 + 1), *WHOLE[1:]], False, EVERYBODY | {"VA": 0}),
+    "more than 31 bits": ([answer(1, 2**32 - 1), *WHOLE[1:]], False, EVERYBODY | {"VA": 0}),
+    # whoever stands behind a kind without variables moves up
+    "no VD": ([*WHOLE[:3], answer(4, 0), *WHOLE[4:]], False, EVERYBODY | {"DV": 1}),
+    "only DV and plain values": (WHOLE[4:], False, dict.fromkeys(NOBODY, 1) | {"VA": 2}),
+    "nothing": ([answer(code, 0) for code in range(1, 12)], False, NOBODY),
+    "unknown types": ([answer(77, 5), answer(0, 5), *WHOLE[:9]], False, EVERYBODY),
+    # whose records name no sub-kind of a manual input
+    "one type for ever": ([answer(1, 2)] * 11, False, EVERYBODY | {"RV": 0}),
+    "replies that end before the type": ([text[:20] for text in WHOLE], False, NOBODY),
+    "empty replies": ([b""] * 11, False, NOBODY),
+    "longer replies": ([text + bytes(4000) for text in WHOLE], False, EVERYBODY),
+}
+
+
+@pytest.mark.parametrize("case", DATABASE_PROCESSES)
+def test_a_database_process(case: str, site: Site) -> None:
+    site.start(va=2, av=2, rv=2, vd=2, dv=2, plain=1)
+    site.set_rv_types(0, 0)
+    answers, dies, published = DATABASE_PROCESSES[case]
+    is_late = "late" in case
+    process = DatabaseProcess(answers, dies, delay_s=0.1 if is_late else 0.0)
+    if is_late:
+        registry.add_holder("VsBASE", dead_pid())
+        site.launch(EVERYTHING)
+        wait_until(lambda: "VsBASE" not in registry.holders(), "it was looked for and not found")
+    process.register()
+    if not is_late:
+        site.launch(EVERYTHING)
+    site.server.wait_ready()
+    client = site.connect()
+    assert tags_published(client) == published
     use_every_node(client)
-    assert site.server.is_alive()
+    wait_until(
+        lambda: client.read_standard("ServiceLevel") == (1 if dies else 255), "the service level"
+    )
 
 
 def test_an_offset_is_held_against_the_record_that_is_there(site: Site) -> None:

@@ -37,7 +37,7 @@ def history(first: datetime, seconds: int, *options: str) -> tuple[int, list[str
     span = [f"--from={first:%Y-%m-%dT%H:%M:%SZ}", f"--to={last:%Y-%m-%dT%H:%M:%SZ}"]
     done = subprocess.run(
         [program_path("opcuaview"), "history", "--pen", "R1_P1.", *span, *options],
-        capture_output=True, text=True, timeout=60, check=False,
+        capture_output=True, text=True, timeout=300, check=False,
     )
     return done.returncode, done.stdout.splitlines(), done.stderr
 

@@ -1,7 +1,10 @@
 """What a history read asks of the trend library, and what a client gets of its answer."""
 
 import calendar
+import sqlite3
+from collections.abc import Callable
 from datetime import datetime, timedelta, timezone
+from pathlib import Path
 
 import pytest
 from asyncua import ua
@@ -204,6 +207,7 @@ FAULTS = {
     "no answer and an error": (["missing", "status -2147467259"], 0),
     "more than asked for": ([RAMP, "whole"], 2000),
     "an empty archive": ([], 0),
+    "slow": ([RAMP, "delay 300000"], 3),
     "well again": ([RAMP], 3),
 }
 
@@ -219,6 +223,50 @@ def test_outlives_a_library_that_fails(site: Site) -> None:
     assert PEN in client.address_space(), "the tree stays as it was built"
     # A leak would show here when the server is built with the address sanitizer.
     assert site.server.stop() == 0
+
+
+def lock_archive(path: Path, _: bytes) -> sqlite3.Connection:
+    connection = sqlite3.connect(path, isolation_level=None)
+    connection.execute("PRAGMA locking_mode = EXCLUSIVE")
+    connection.execute("BEGIN EXCLUSIVE")
+    return connection
+
+
+# What happens to the controller's archive, whose bytes these are.
+ARCHIVES: dict[str, Callable[[Path, bytes], object]] = {
+    "missing": lambda path, _: path.unlink(),
+    "empty": lambda path, _: path.write_bytes(b""),
+    "cut": lambda path, whole: path.write_bytes(whole[: len(whole) // 2]),
+    "something else": lambda path, whole: path.write_bytes(b"x" * len(whole)),
+    "locked": lock_archive,
+}
+
+
+def test_outlives_an_archive_that_cannot_be_read(site: Site) -> None:
+    """Each read then has no values, and the next one finds the archive repaired."""
+    site.start_simulator("--history=10m")
+    client = site.serve(None)
+    pens = [key for key, node in client.address_space().items() if node.historizing]
+    path, now = Path("/zrt/trends/archive.db"), datetime.now(UTC)
+
+    def count() -> int:
+        status, values = client.read_history(pens[0], now - timedelta(hours=1), now)
+        assert status.is_good()
+        return len(values)
+
+    assert site.simulator.stop() == 0  # and leaves the archive closed
+    whole = path.read_bytes()
+    for why, spoil in ARCHIVES.items():
+        assert count() > 0, why
+        path.unlink()  # another file each time, as after a repair
+        path.write_bytes(whole)
+        held = spoil(path, whole)
+        assert count() == 0, why
+        if isinstance(held, sqlite3.Connection):
+            held.close()
+        path.unlink(missing_ok=True)
+        path.write_bytes(whole)
+    assert count() > 0
 
 
 def test_refuses_an_answer_that_no_memory_can_hold(site: Site) -> None:

@@ -9,7 +9,7 @@ from shutil import copy as copy_file
 
 import pytest
 
-from conftest import Site
+from conftest import SMALL_DISK, Site, fill_small_disk
 from controller import journal, records, sysv
 from programs import SERVING
 from published_tags import publishing
@@ -90,6 +90,24 @@ def test_the_controller_owns_saves_and_loads(site: Site) -> None:
 
     start_quiet(site, "--fresh")
     assert codes(journal.ring()) == [SIM_STARTED]
+
+
+def test_a_full_disk_costs_no_message(site: Site) -> None:
+    """What is not saved stays in memory, and is saved as soon as there is room."""
+    start_quiet(site)
+    for file in journal.FILES:
+        on_small_disk = SMALL_DISK / f"{file.parent.name}-{file.name}"
+        on_small_disk.touch()
+        file.unlink()
+        file.symlink_to(on_small_disk)
+    filler = fill_small_disk()
+    site.serve(SERVING)
+    site.simulator.wait_for_output("ошибка записи")
+    assert site.server.stop() == 0
+    assert codes(journal.ring())[-1] == SERVER_RUNS
+    filler.unlink()
+    site.serve(SERVING)
+    wait_until(lambda: saved_codes().count(SERVER_RUNS) == 2, "both runs are saved")
 
 
 def test_the_plant_posts_its_sensors(site: Site) -> None:

@@ -3,9 +3,11 @@
 import os
 import resource
 import socket
+import struct
 import time
 from collections.abc import Callable, Coroutine
-from contextlib import ExitStack, closing
+from contextlib import ExitStack, closing, suppress
+from pathlib import Path
 from typing import Any
 
 import pytest
@@ -14,9 +16,9 @@ from asyncua.client.ua_client import UaClient
 
 from conftest import Site
 from programs import PORT
-from published_tags import item, publishing
+from published_tags import BOTH, item, publishing
 from raw_client import RawClient, Refused
-from waiting import wait_until
+from waiting import PATIENCE_S, stays, wait_until
 
 SERVER = ua.NodeId(ua.ObjectIds.Server)
 LEVEL = ua.NodeId(ua.ObjectIds.Server_ServiceLevel)
@@ -167,32 +169,76 @@ def test_sessions_that_nobody_uses_keep_nobody_out(site: Site) -> None:
     RawClient(PORT).close()
     entering.activate_session()  # its session was not the one that made room
     entering.close()
+    began = time.monotonic()
     with ExitStack() as left:  # connected, and silent
         for _ in range(59):
             left.enter_context(closing(RawClient(PORT)))
 
         def gets_in() -> bool:
+            assert client.read(item("VA", 1, 29)).Value is not None, "who asks for something stays"
             try:
                 RawClient(PORT).close()
             except Refused:
                 return False
             return True
 
-        assert not gets_in()
-        wait_until(gets_in, "one of the silent ones is closed", patience_s=5)
-    assert client.read(item("VA", 1, 29)).Value is not None, "the one that is used lives on"
+        # On a busy machine the first one may have been silent for long enough by now.
+        assert not gets_in() or time.monotonic() - began > 3
+        wait_until(gets_in, "one of the silent ones is closed")
+    assert client.read(item("VA", 1, 29)).Value is not None
 
 
 def test_a_session_whose_client_says_too_much_of_itself(site: Site) -> None:
     site.start(va=1)
     client = site.serve(publishing(("VA", 29)))
-    talkative = Client(f"opc.tcp://127.0.0.1:{PORT}")
+    talkative = Client(f"opc.tcp://127.0.0.1:{PORT}", timeout=PATIENCE_S)
     talkative.name = "n" * 5_000
     with pytest.raises(ua.UaStatusCodeError):
         client.run(talkative.connect())
     talkative.name = "n" * 1_000
     client.run(talkative.connect())
     client.run(talkative.disconnect())
+
+
+@pytest.mark.parametrize("spare_mb", [1, 4, 16])
+def test_memory_runs_out(spare_mb: int, site: Site) -> None:
+    """Whose request does not fit is refused; as soon as it has gone, others are served."""
+    site.start(va=1)
+    first = site.serve(publishing(("VA", 5), right=BOTH))
+    pid, text = site.server.pid, ua.DataValue(ua.Variant("x" * 500_000))
+    pages = int(Path(f"/proc/{pid}/statm").read_text().split()[0])
+    most = pages * resource.getpagesize() + (spare_mb << 20)
+    resource.prlimit(pid, resource.RLIMIT_AS, (most, resource.RLIM_INFINITY))
+    write = ua.WriteRequest()
+    write.Parameters.NodesToWrite = [
+        ua.WriteValue(first.node_id(item("VA", 1, 5)), ua.AttributeIds.Value, Value=text)
+    ]
+    read = ua.ReadRequest(Parameters=values(10_000))
+    greedy: list[RawClient] = []
+    with pytest.raises(Refused):
+        while len(greedy) < 10:
+            greedy.append(RawClient(PORT))
+            subscription = struct.unpack_from(
+                "<I", greedy[-1].request(ua.CreateSubscriptionRequest(Parameters=subscribing()))
+            )
+            items = monitoring(subscription[0], 10_000)
+            for request in (write, read, ua.CreateMonitoredItemsRequest(Parameters=items)):
+                greedy[-1].request(request)
+    for client in greedy:
+        with suppress(Refused):
+            client.request(ua.CloseSessionRequest(DeleteSubscriptions=True))
+        client.close()
+
+    def newcomer_is_served() -> bool:
+        with suppress(Refused, OSError):
+            newcomer = RawClient(PORT)
+            newcomer.request(write)
+            newcomer.close()
+            return True
+        return False
+
+    wait_until(newcomer_is_served, "a newcomer is served")
+    assert site.server.is_alive()
 
 
 def test_descriptors_run_out(site: Site) -> None:
@@ -217,11 +263,10 @@ def test_descriptors_run_out(site: Site) -> None:
     with ExitStack() as idle:
         for _ in range(40):
             last = idle.enter_context(socket.create_connection(("127.0.0.1", PORT)))
-        last.settimeout(5)
+        last.settimeout(PATIENCE_S)
         assert last.recv(1) == b"", "turned away"
         used = site.server.cpu_seconds()
-        time.sleep(0.5)
-        assert site.server.cpu_seconds() - used < 0.1
+        stays(lambda: site.server.cpu_seconds() - used < 0.2, "it does not spin", period_s=0.5)
         assert client.read(item("VA", 1, 29)).Value is not None
     wait_until(lambda: len(held()) <= at_first, "descriptors freed by the closed connections")
     site.connect()

@@ -3,7 +3,7 @@
 import os
 import queue
 import socket
-from datetime import datetime, timezone
+from datetime import datetime, timedelta, timezone
 from pathlib import Path
 
 import pytest
@@ -11,9 +11,11 @@ from asyncua import Node, ua
 
 import checker
 from conftest import Site
+from controller import journal
 from opc_client import OBJECTS_FOLDER_ID, OpcClient
-from programs import SERVING
+from programs import RUNNING, SERVING, library_path
 from published_tags import BOTH, item, publishing
+from waiting import PATIENCE_S
 
 
 def test_no_client_changes_the_address_space(site: Site) -> None:
@@ -48,7 +50,7 @@ class Notifications:
 
     def next(self) -> tuple[object, bool]:
         """Value and whether it is good."""
-        delivered = self.arrived.get(timeout=10)
+        delivered = self.arrived.get(timeout=PATIENCE_S)
         return delivered.Value.Value, delivered.StatusCode.is_good()
 
 
@@ -70,6 +72,35 @@ def test_a_subscription_delivers_changes(site: Site) -> None:
     database.set_quality("VA", 1, 0xC0)
     assert received.next() == (2.0, True)
     assert received.arrived.empty()
+
+
+YEAR_S = 31_556_952
+
+
+@pytest.mark.parametrize("shift_s", [3600, -3600, 20 * YEAR_S, 400 * YEAR_S, -400 * YEAR_S])
+def test_the_clock_is_set(shift_s: int, site: Site) -> None:
+    """Everything goes on, and so does what is started then."""
+    clock, received = Path("/zrt/clock"), Notifications()
+    clock.write_text("0")
+    moved = {"LD_PRELOAD": str(library_path("libset_clock.so")), "SET_CLOCK": str(clock)}
+    site.start(va=1)
+    client = site.serve(publishing(("VA", 29)), moved)
+    subscription = client.run(client.client.create_subscription(500, received))
+    node = client.client.get_node(client.node_id(item("VA", 1, 29)))
+    client.run(subscription.subscribe_data_change(node))
+    received.next()
+    clock.write_text(str(shift_s))
+    now = datetime.now(timezone.utc) + timedelta(seconds=shift_s)
+    told = client.read_standard("ServerStatus", "CurrentTime")
+    assert abs(told.replace(tzinfo=timezone.utc) - now) < timedelta(minutes=10)
+    site.database.set_field("VA", 1, "TZN", 2.0)
+    assert received.next()[0] == 2.0
+    assert site.connect().read(item("VA", 1, 29)).Value.Value == 2.0
+    assert site.server.stop() == 0
+    client = site.serve(None, moved)
+    assert client.read(item("VA", 1, 29)).Value.Value == 2.0
+    assert site.server.log_lines() == [RUNNING]
+    assert [message.code for message in journal.ring()][-4:] == [18091, 18092] * 2
 
 
 HOUR_MS, DAY_MS = 3_600_000.0, 86_400_000.0

@@ -51,7 +51,7 @@ def test_takes_everything_away(number: int, arguments: list[str], site: Site) ->
     if "--frozen" in arguments:  # saves nothing meanwhile
         status, text = refusal(site)
         assert status == CONTROLLER_HERE and "zrtsim" in text
-        counts = sysv.find_segment(ipc_keys.table_key(ipc_keys.COUNTS, 0))
+        counts = sysv.find(ipc_keys.table_key(ipc_keys.COUNTS, 0))
         sysv.remove(counts)
         foreign = [sysv.create_segment(counts.key, 1600)]
     assert simulator.stop(number) == 0
@@ -78,7 +78,7 @@ def test_cleans_up_behind_a_killed_one(site: Site) -> None:
     for generation in (0, 7, 200):
         simulator = site.start_simulator(f"--generation={generation}", "--va=30", "--th=5")
         for other in (0, 7, 200):
-            counts = sysv.find_segment(ipc_keys.table_key(ipc_keys.COUNTS, other))
+            counts = sysv.find(ipc_keys.table_key(ipc_keys.COUNTS, other))
             assert (counts is not None) == (other == generation)
         simulator.kill()
     (ROOT / "vskontr").write_bytes(b"edited")

@@ -3,18 +3,30 @@
 import os
 import signal
 import socket
+import time
+from collections.abc import Callable
+from contextlib import suppress
+from multiprocessing import Process
 
 import pytest
 from asyncua import ua
 
-from conftest import Site
-from controller import journal, registry, sysv
-from programs import CONFIGURATION, CONTROLLER_SETTINGS, LOG, PORT, SERVING, accepts_connections
+from conftest import SMALL_DISK, Site, fill_small_disk
+from controller import database_process, ipc_keys, journal, registry, sysv
+from programs import (
+    CONFIGURATION,
+    CONTROLLER_SETTINGS,
+    LOG,
+    PORT,
+    RUNNING,
+    SERVING,
+    accepts_connections,
+    dead_pid,
+)
 from published_tags import BOTH, item, publishing
+from waiting import wait_until
 
 REFUSED = 255
-RUNNING = "ЦП 7: OPC UA Сервер: Запущен: теги OA"
-
 
 def make_settings_folders() -> None:
     """What even a controller that runs nothing has on its disk."""
@@ -27,9 +39,9 @@ def test_without_a_journal_it_sleeps_and_says_nothing(site: Site) -> None:
     make_settings_folders()
     LOG.write_text("01-01-2026 00:00:00: the run before\n")
     process = site.launch(SERVING)
-    process.wait_for_output("Rolling LIB: ")
+    reported = "Rolling LIB: ошибка 50 при инициализации"
+    wait_until(lambda: reported in "".join(process.own_output()[-1:]), "the journal's fault")
     process.sleeps_for_ever()
-    assert process.own_output()[-1].startswith("Rolling LIB: ошибка 50 при инициализации")
     assert process.log_lines() == ["the run before"]
     assert journal.objects() == []
 
@@ -82,11 +94,7 @@ def test_a_name_that_cannot_be_registered(reason: str, site: Site) -> None:
 def test_a_second_server_leaves_the_first_alone(site: Site) -> None:
     """The first one takes the name over from a process that is dead."""
     site.start(va=1)
-    dead = os.fork()
-    if dead == 0:
-        os._exit(0)
-    os.waitpid(dead, 0)
-    registry.add_holder("Opcua", dead)
+    registry.add_holder("Opcua", dead_pid())
     client = site.serve(publishing(("VA", 29)))
     first = site.server
     assert site.launch(None).exit_status() == REFUSED
@@ -145,13 +153,106 @@ def test_without_controller_settings_the_number_is_0(site: Site) -> None:
     assert site.server.log_lines() == [RUNNING.replace("7", "0")]
 
 
-def test_without_a_log_folder(site: Site) -> None:
+def put_on_full_disk() -> None:
+    fill_small_disk()
+    LOG.symlink_to(SMALL_DISK / "log")
+
+
+def put_full_fifo() -> None:
+    os.mkfifo(LOG)
+    fifo = os.open(LOG, os.O_RDWR | os.O_NONBLOCK)  # the one end open as long as the test runs
+    with suppress(BlockingIOError):
+        while True:
+            os.write(fifo, bytes(4096))
+
+
+def print_for_nobody() -> Callable[[], object]:
+    """@return what is done in the new process: the reader of its pipe has ended"""
+
+    def give_pipe() -> None:
+        reader, writer = os.pipe()
+        os.dup2(writer, 1)
+        os.close(reader)
+
+    return give_pipe
+
+
+LOGS: dict[str, Callable[[], Callable[[], object] | None]] = {
+    "without a folder": LOG.parent.rmdir,
+    "a folder": LOG.mkdir,
+    "on a read-only disk": lambda: LOG.symlink_to("/usr/opcuasrv.log"),
+    "on a full disk": put_on_full_disk,
+    "a FIFO that nobody opens": lambda: os.mkfifo(LOG),
+    "a FIFO that nobody reads": put_full_fifo,
+    "standard output": print_for_nobody,
+}
+
+
+@pytest.mark.parametrize("case", LOGS)
+def test_a_log_that_takes_nothing(case: str, site: Site) -> None:
     site.start(va=1)
-    if LOG.parent.exists():
-        LOG.parent.rmdir()
-    client = site.serve(publishing(("VA", 29)))
-    assert client.read(item("VA", 1, 29)).StatusCode.is_good()
-    assert not LOG.parent.exists()
+    LOG.parent.mkdir(exist_ok=True)
+    site.launch(publishing(("VA", 29)), before=LOGS[case]()).wait_ready()
+    assert site.connect().read(item("VA", 1, 29)).StatusCode.is_good()
+    assert not LOG.is_file() or LOG.read_bytes() == b"" or case == "standard output"
+    assert site.server.stop() == 0
+
+
+# -- Locks and queues that others hold
+
+
+@pytest.mark.parametrize("project", ["a", "*"], ids=["registry", "journal"])
+def test_the_holder_of_a_lock_is_killed(project: str, site: Site) -> None:
+    """Until then the server waits for it."""
+    site.start(va=1)
+    semaphore = sysv.find(ipc_keys.ftok(ipc_keys.ROOT / "proxy", ord(project)), "sem")
+    holder = Process(target=lambda: (sysv.lock(semaphore), signal.pause()), daemon=True)
+    holder.start()
+    wait_until(lambda: sysv.value(semaphore) == 0, "the lock is taken")
+    process = site.launch(SERVING)
+    process.stays_without_endpoint()
+    holder.kill()
+    holder.join()
+    process.wait_ready()
+
+
+def foreign_messages(queue: sysv.IpcObject) -> Callable[[], object]:
+    """Fills the queue. @return what empties it again"""
+    nobody = 2**30
+    for size in (1000, 1):
+        while sysv.send(queue, nobody, bytes(size)):
+            pass
+
+    def remove() -> None:
+        while sysv.receive(queue, nobody, wait=False) is not None:
+            pass
+
+    return remove
+
+
+@pytest.mark.parametrize("full", [[0], [1], [0, 1]], ids=["requests", "replies", "both"])
+def test_queues_full_of_foreign_messages(full: list[int], site: Site) -> None:
+    """The server waits for room, as every process of the controller does, while there is hope."""
+    site.start(va=1)
+    make_room = [foreign_messages(database_process.queues()[index]) for index in full]
+    process = site.launch(publishing(("VA", 29)))
+    process.stays_without_endpoint()
+    if len(full) == 1:
+        make_room[0]()
+    else:
+        site.simulator.kill()
+    process.wait_ready()
+    value = site.connect().read(item("VA", 1, 29))
+    assert (value.Value.Value is not None) == site.simulator.is_alive()
+
+
+def test_a_reply_to_a_former_process_with_its_number(site: Site) -> None:
+    site.start(va=2, av=1)
+    left = database_process.answer(5, 1)
+    site.launch(
+        publishing(("VA", 29)), before=lambda: database_process.reply(os.getpid(), left)
+    ).wait_ready()
+    assert site.connect().read(item("VA", 2, 29)).StatusCode.is_good()
 
 
 @pytest.mark.parametrize(
@@ -176,6 +277,21 @@ def test_a_port_in_use_ends_the_run_with_a_message(
         assert site.server.log_lines() == [RUNNING, "ЦП 7: OPC UA Сервер: Остановлен"]
         last = journal.ring()[-1]
         assert (last.code, last.arguments) == (18093, (7,))
+
+
+@pytest.mark.parametrize("number", [signal.SIGTERM, signal.SIGINT, signal.SIGKILL])
+def test_a_signal_at_any_moment(number: int, site: Site) -> None:
+    """Twice; the next one starts as if the others had never been."""
+    site.start(va=1)
+    objects = sysv.objects()
+    for delay_ms in (0, 1, 3, 5, 8, 11, 15, 20, 30, 50, 100):
+        process = site.launch(SERVING)
+        time.sleep(delay_ms / 1000)
+        process.process.send_signal(number)
+        process.process.send_signal(number)
+        assert process.exit_status() in (0, -number)
+    assert sysv.objects() == objects
+    site.serve(SERVING)
 
 
 def test_restart_beside_a_running_controller(site: Site) -> None:

@@ -17,7 +17,7 @@ from asyncua.common.ua_utils import value_to_datavalue
 from nodes import OBJECTS_FOLDER, Node, NodeKey, Text
 from programs import PORT
 
-_TIMEOUT_S = 15.0
+_TIMEOUT_S = 60.0
 _NODES_A_REQUEST = 200  # of what a server allows a browse
 
 OBJECTS_FOLDER_ID = ua.NodeId(85, 0)
@@ -44,7 +44,11 @@ class OpcClient:
         self._loop = asyncio.new_event_loop()
         self._thread = threading.Thread(target=self._loop.run_forever, daemon=True)
         self._thread.start()
-        self.client = Client(f"opc.tcp://127.0.0.1:{port}", timeout=_TIMEOUT_S)
+        # The library asks now and then whether the server lives, and ends a connection when that is
+        # answered late, as it may be on a busy machine.
+        self.client = Client(
+            f"opc.tcp://127.0.0.1:{port}", timeout=_TIMEOUT_S, watchdog_intervall=_TIMEOUT_S
+        )
         for name, value in settings.items():
             setattr(self.client, name, value)
         self.run(self.client.connect())

@@ -6,7 +6,9 @@ import signal
 import socket
 import subprocess
 import tempfile
+from collections.abc import Callable
 from pathlib import Path
+from typing import Any
 
 from waiting import PATIENCE_S, stays, wait_until
 
@@ -18,10 +20,24 @@ LOG = Path("/zrt/log/opcuasrv.log")
 
 # The shortest configuration that opens the endpoint.
 SERVING = f"[General]\nServerPort = {PORT}\nHistoricalData = off\n"
+RUNNING = "ЦП 7: OPC UA Сервер: Запущен: теги OA"  # what its log ends with
 
 
 def program_path(name: str) -> Path:
     return Path(os.environ["OPCUASRV_BIN_DIR"]) / name
+
+
+def library_path(name: str) -> Path:
+    """One that only tests have."""
+    found = program_path("opcuasrv").resolve().parent.parent / "lib" / "told" / name
+    assert found.exists(), found
+    return found
+
+
+def dead_pid() -> int:
+    """The number of a process that has ended."""
+    with subprocess.Popen("true") as ended:
+        return ended.pid
 
 
 def accepts_connections(port: int = PORT) -> bool:
@@ -33,7 +49,13 @@ def accepts_connections(port: int = PORT) -> bool:
 class Program:
     """A started process. What it prints, on both streams, goes to a file."""
 
-    def __init__(self, name: str, *arguments: str, environment: dict[str, str] | None = None):
+    def __init__(
+        self,
+        name: str,
+        *arguments: str,
+        environment: dict[str, str] | None = None,
+        before: Callable[[], object] | None = None,  # in the new process, before the program
+    ):
         self.name = name
         self._output = tempfile.NamedTemporaryFile(prefix=f"{name}-")
         self.process = subprocess.Popen(
@@ -42,6 +64,7 @@ class Program:
             stdout=self._output,
             stderr=subprocess.STDOUT,
             env=os.environ | (environment or {}),
+            preexec_fn=before,
         )
 
     @property
@@ -113,8 +136,8 @@ class Simulator(Program):
 
 
 class Server(Program):
-    def __init__(self, environment: dict[str, str] | None = None):
-        super().__init__("opcuasrv", environment=environment)
+    def __init__(self, **settings: Any):
+        super().__init__("opcuasrv", **settings)
 
     def wait_ready(self, port: int = PORT) -> None:
         wait_until(
@@ -138,8 +161,11 @@ class Server(Program):
     def wait_for_log(self, last_line: str) -> None:
         wait_until(lambda: self.log_lines()[-1:] == [last_line], f"the log ends with {last_line!r}")
 
-    def sleeps_for_ever(self, port: int = PORT) -> None:
+    def stays_without_endpoint(self) -> None:
+        stays(lambda: self.is_alive() and not accepts_connections(), "alive, without endpoint")
+
+    def sleeps_for_ever(self) -> None:
         """Alive and without an endpoint; what sleeps has nothing more to say."""
         before = self.log_lines(), self.output()
-        stays(lambda: self.is_alive() and not accepts_connections(port), "alive, without endpoint")
+        self.stays_without_endpoint()
         assert (self.log_lines(), self.output()) == before

@@ -4,7 +4,7 @@ import os
 from dataclasses import dataclass, field
 from pathlib import Path
 
-from programs import program_path
+from programs import library_path
 
 _SCRIPT = Path("/zrt/told.trends")
 _LOG = Path("/zrt/told.log")
@@ -52,10 +52,8 @@ class Trends:
     @property
     def environment(self) -> dict[str, str]:
         """For a server that shall take this library in the place of its own."""
-        library_dir = program_path("opcuasrv").resolve().parent.parent / "lib" / "told"
-        assert (library_dir / "libjxotr.so").exists(), f"no library in {library_dir}"
         return {
-            "LD_LIBRARY_PATH": str(library_dir),
+            "LD_LIBRARY_PATH": str(library_path("libjxotr.so").parent),
             "TOLD_TRENDS": str(_SCRIPT),
             "TOLD_TRENDS_LOG": str(_LOG),
             # The library's objects are not of the size that the server reserves for them.

@@ -6,7 +6,7 @@ from typing import TypeVar
 
 Result = TypeVar("Result")
 
-PATIENCE_S = 10.0
+PATIENCE_S = 30.0  # on a machine that does much else
 _POLL_S = 0.01
 
 

@@ -85,7 +85,7 @@ class Database:
 
     def remove_table(self, index: int) -> None:
         """Takes a table's segment away, as a controller that never made it."""
-        segment = sysv.find_segment(ipc_keys.table_key(index, self._generation))
+        segment = sysv.find(ipc_keys.table_key(index, self._generation))
         if segment is None:
             raise LookupError(f"no segment of index {index}")
         sysv.remove(segment)
@@ -100,7 +100,7 @@ class Database:
 
     def _bytes_of(self, key: int) -> memoryview:
         if key not in self._attached:
-            segment = sysv.find_segment(key)
+            segment = sysv.find(key)
             if segment is None:
                 raise LookupError(f"no segment with the key {key:#010x}")
             self._attached[key] = sysv.Attached(segment)

@@ -71,7 +71,7 @@ def _key(index: int, generation: int) -> int:
 
 def segment(index: int, generation: int = 0) -> bytes | None:
     """A copy of a segment of the journal."""
-    found = sysv.find_segment(_key(index, generation))
+    found = sysv.find(_key(index, generation))
     if found is None:
         return None
     with sysv.Attached(found) as table:

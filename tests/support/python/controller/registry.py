@@ -35,6 +35,6 @@ def replace_by(size: int) -> None:
 
 
 def _segment() -> sysv.IpcObject:
-    segment = sysv.find_segment(ipc_keys.fixed_key(ipc_keys.REGISTRY))
+    segment = sysv.find(ipc_keys.fixed_key(ipc_keys.REGISTRY))
     assert segment is not None, "there is no registry"
     return segment

@@ -2,17 +2,26 @@
 
 import ctypes
 import os
+import struct
 from dataclasses import dataclass
 from pathlib import Path
 
 _IPC_CREAT = 0o1000
+_IPC_NOWAIT = 0o4000
 _IPC_RMID = 0
+_GETVAL = 12
+_SEM_UNDO = 0x1000
+_TYPE = struct.calcsize("l")  # bytes before a message's text
+_LONGEST_TEXT = 4080
 
 _libc = ctypes.CDLL(None, use_errno=True)
 _libc.shmat.restype = ctypes.c_void_p
 _libc.shmat.argtypes = [ctypes.c_int, ctypes.c_void_p, ctypes.c_int]
 _libc.shmget.argtypes = [ctypes.c_int, ctypes.c_size_t, ctypes.c_int]
 _libc.shmdt.argtypes = [ctypes.c_void_p]
+_libc.msgsnd.argtypes = [ctypes.c_int, ctypes.c_void_p, ctypes.c_size_t, ctypes.c_int]
+_libc.msgrcv.argtypes = [*_libc.msgsnd.argtypes[:3], ctypes.c_long, ctypes.c_int]
+_libc.msgrcv.restype = ctypes.c_ssize_t
 
 
 @dataclass(frozen=True)
@@ -47,8 +56,8 @@ def objects() -> list[IpcObject]:
     return found
 
 
-def find_segment(key: int) -> IpcObject | None:
-    return next((o for o in objects() if o.kind == "shm" and o.key == key), None)
+def find(key: int, kind: str = "shm") -> IpcObject | None:
+    return next((o for o in objects() if (o.kind, o.key) == (kind, key)), None)
 
 
 def create_segment(key: int, size: int) -> IpcObject:
@@ -64,6 +73,29 @@ def remove(target: IpcObject) -> None:
         _checked(_libc.semctl(target.id, 0, _IPC_RMID, 0), "semctl")
     else:
         _checked(_libc.msgctl(target.id, _IPC_RMID, None), "msgctl")
+
+
+def value(semaphore: IpcObject) -> int:
+    return _checked(_libc.semctl(semaphore.id, 0, _GETVAL), "semctl")
+
+
+def lock(semaphore: IpcObject) -> None:
+    """Takes it until this process ends."""
+    _checked(_libc.semop(semaphore.id, struct.pack("Hhh", 0, -1, _SEM_UNDO), 1), "semop")
+
+
+def send(queue: IpcObject, addressee: int, text: bytes) -> bool:
+    """@return False when the queue has no room for it"""
+    message = struct.pack("l", addressee) + text
+    return _libc.msgsnd(queue.id, message, len(text), _IPC_NOWAIT) == 0
+
+
+def receive(queue: IpcObject, addressee: int, wait: bool = True) -> bytes | None:
+    """@return the text of the next message to the addressee; None when there is none to wait for"""
+    message = ctypes.create_string_buffer(_TYPE + _LONGEST_TEXT)
+    flags = 0 if wait else _IPC_NOWAIT
+    size = _libc.msgrcv(queue.id, message, _LONGEST_TEXT, addressee, flags)
+    return message.raw[_TYPE : _TYPE + size] if size >= 0 else None
 
 
 class Attached:

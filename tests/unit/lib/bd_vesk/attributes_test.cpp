@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <span>
 #include <string>
 #include <tuple>
@@ -86,6 +87,24 @@ TEST(AttributeFiles, KeepWhatStandsBeforeAFault) {
             const auto entry = static_cast<std::size_t>(i);
             EXPECT_EQ(read.entries[entry].Num, i < c.entry ? whole.entries[entry].Num : 0);
         }
+    }
+}
+
+TEST(AttributeFiles, CutAnywhereKeepTheEntriesBeforeTheCut) {
+    const std::string offsets = sim::offsetFile(), types = sim::kindFile();
+    const AtrFiles whole = readFiles(offsets, types);
+    const auto expectBeginning = [&](const AtrFiles& cut) {
+        bool isCut = cut.entries.size() < whole.entries.size();
+        for (std::size_t i = 0; i < cut.entries.size(); ++i) {
+            isCut = isCut || cut.entries[i].Num != whole.entries[i].Num;
+            EXPECT_EQ(cut.entries[i].Num, isCut ? 0 : whole.entries[i].Num);
+        }
+        EXPECT_EQ(isCut, !cut.sameEntries || !cut.faults.empty());
+    };
+    for (std::size_t size = 0; size < std::max(offsets.size(), types.size()); ++size) {
+        SCOPED_TRACE(size);
+        if (size < offsets.size()) expectBeginning(readFiles(offsets.substr(0, size), types));
+        if (size < types.size()) expectBeginning(readFiles(offsets, types.substr(0, size)));
     }
 }
 
