@@ -105,15 +105,3 @@ def test_connections_that_speak_something_else(site: Site) -> None:
     for connection in left_open:
         connection.close()
     assert site.server.is_alive()
-
-
-def test_the_controller_goes_before_the_server(site: Site) -> None:
-    """The attached tables last as long as the server looks at them."""
-    site.start(va=2)
-    site.database.set_field("VA", 2, "VPG", 7.5)
-    client = site.serve(PUBLISHING)
-    assert site.simulator.stop() == 0
-    assert client.read(item("VA", 2, 14)).Value.Value == 7.5
-    assert client.write(item("VA", 2, 14), 8.5, ua.VariantType.Float).is_good()
-    assert client.read(item("VA", 2, 14)).Value.Value == 8.5
-    assert site.server.stop() == 0

@@ -19,7 +19,7 @@ SAVED = {
         *journal.FILES,
     )
 }
-USAGE, CONTROLLER_HERE, FOREIGN = 2, 3, 4
+CONTROLLER_HERE, FOREIGN = 3, 4
 
 
 def tree() -> dict[str, bytes | None]:
@@ -136,9 +136,3 @@ def test_touches_no_foreign_segment(index: int, site: Site) -> None:
     foreign = sysv.create_segment(ipc_keys.fixed_key(index), 1600)
     status, text = refusal(site)
     assert status == FOREIGN and f"{foreign.key:x}" in text.lower()
-
-
-@pytest.mark.parametrize("argument", ["--nonsense", "--va=65536", "--config=/zrt/none", "stray"])
-def test_bad_command_lines(argument: str, site: Site) -> None:
-    status, text = refusal(site, argument)
-    assert status == USAGE and text.startswith("zrtsim: ")

@@ -90,12 +90,6 @@ class Database:
             raise LookupError(f"no segment of index {index}")
         sysv.remove(segment)
 
-    def shrink_table(self, index: int, size: int) -> None:
-        """Puts a shorter segment in the place of a table's."""
-        key = ipc_keys.table_key(index, self._generation)
-        self.remove_table(index)
-        sysv.create_segment(key, size)
-
     # -- Places
 
     def _bytes_of(self, key: int) -> memoryview:

@@ -94,7 +94,12 @@ TEST_F(ConfigFile, HasAPortWhenEveryOneIsGoodAndTheLastIsTaken) {
     EXPECT_EQ(port("4841", "4849"), "4849");
     EXPECT_EQ(port("4841", "484x"), "line ");
     EXPECT_EQ(port("484x", "4841"), "line ");
-    EXPECT_EQ(port("4841", "4850"), "line2");
+    // the last but one would be 4840, were it cut to 32 bits
+    for (const char* bad : {"", "abc", "4840 1", "0x12E8", "4294972136", "4840.0"})
+        EXPECT_EQ(port("4841", bad), "line ") << bad;
+    for (const char* ofOthers : {"4839", "4850", "-4840"})
+        EXPECT_EQ(port("4841", ofOthers), "line2");
+    EXPECT_FALSE(readServerPort({{"A", {{"serverport", "4841"}}}}));
 }
 
 TEST_F(ConfigFile, IsLoadedOnce) {
