@@ -420,7 +420,7 @@ TEST(QueueingConnections, TheArraysOfOneRequestAreBounded) {
     const Id id = library.accept(sockets);
     const auto allocates = [](std::size_t count) {
         void* const array = UA_Array_new(count, &UA_TYPES[UA_TYPES_DATAVALUE]);
-        UA_Array_delete(array, count, &UA_TYPES[UA_TYPES_DATAVALUE]);
+        if (array != nullptr) UA_Array_delete(array, count, &UA_TYPES[UA_TYPES_DATAVALUE]);
         return array != nullptr;
     };
     int requests = 0;
