@@ -17,7 +17,7 @@
 #include "server/endpoint/ExclusivePort.h"
 #include "server/endpoint/Identity.h"
 #include "server/endpoint/TcpManager.h"
-#include "server/limits/TimerPhases.h"
+#include "server/limits/TimerTurns.h"
 #include "server/operative/IndexedNodeStore.h"
 #include "server/operative/UaView.h"
 #include "server/text/ToUTF8Converter.h"
@@ -110,8 +110,8 @@ UAServer::UAServer() : rootId_(UA_NODEID_NUMERIC(0, kRootFolder)), server_(UA_Se
     UA_ConnectionManager* const tcp = tcpManager(*config);
     if (tcp == nullptr) throw std::runtime_error("Failed to create server instance");
     listenExclusively(*tcp);
-    if (!queueAnswers(*tcp)) throw std::runtime_error("Failed to create server instance");
-    spreadTimers(*config->eventLoop);
+    if (!queueAnswers(*tcp) || !giveTimersTurns(*config->eventLoop))
+        throw std::runtime_error("Failed to create server instance");
     config->nodestore = indexVariables(config->nodestore);
     namespaceIndex_ = UA_Server_addNamespace(server_, "urn:vesk");
     // What cannot be announced is no reason not to serve.

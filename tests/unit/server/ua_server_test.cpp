@@ -34,7 +34,7 @@ TEST(UaServer, FindsItsNodesThroughTheIndexWhileItServes) {
 
 /// The library moves timers to one moment: all subscriptions were sampled before anybody was
 /// served.
-TEST(UaServer, HasFewTimersAtOnceAlsoAfterADelay) {
+TEST(UaServer, CallsFewTimersAtOnceAlsoAfterADelay) {
     UAServer server;
     server.configurePort();
     ASSERT_EQ(UA_Server_run_startup(server.instance()), UA_STATUSCODE_GOOD);
@@ -42,11 +42,16 @@ TEST(UaServer, HasFewTimersAtOnceAlsoAfterADelay) {
     static UA_DateTime now = loop.dateTime_nowMonotonic(&loop);
     loop.dateTime_nowMonotonic = [](UA_EventLoop*) { return now; };
     constexpr int kTimers = 50;
+    static int costMs = 0;
     int calls = 0;
     for (int i = 0; i < kTimers; ++i)
         (void)UA_Server_addRepeatedCallback(
-            server.instance(), [](UA_Server*, void* count) { ++*static_cast<int*>(count); }, &calls,
-            i % 2 == 0 ? 500 : 1000, nullptr);
+            server.instance(),
+            [](UA_Server*, void* count) {
+                ++*static_cast<int*>(count);
+                now += costMs * UA_DATETIME_MSEC;
+            },
+            &calls, i % 2 == 0 ? 500 : 1000, nullptr);
     const auto callsAfter = [&](double milliseconds) {
         const int before = calls;
         now += static_cast<UA_DateTime>(milliseconds * UA_DATETIME_MSEC);
@@ -63,6 +68,14 @@ TEST(UaServer, HasFewTimersAtOnceAlsoAfterADelay) {
     EXPECT_EQ(calls, 3 * kTimers) << "in two seconds";
     EXPECT_EQ(callsAfter(1500), kTimers);
     EXPECT_LE(mostAtOnce(200), 5);
+
+    costMs = 8;
+    EXPECT_EQ(callsAfter(1500), 3) << "their turn is over";
+    const int due = kTimers - 3;
+    const int before = calls;
+    for (int round = 0; round < due / 3 + 1; ++round)
+        EXPECT_LE(callsAfter(0), 3);
+    EXPECT_GE(calls - before, due) << "but none is forgotten";
     EXPECT_EQ(UA_Server_run_shutdown(server.instance()), UA_STATUSCODE_GOOD);
 }
 
