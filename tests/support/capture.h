@@ -1,11 +1,6 @@
 #pragma once
 
-#include <sys/mman.h>
-#include <unistd.h>
-
-#include <cstdio>
-#include <iostream>
-#include <string>
+#include "support/basics.h"
 
 /// Collects what is written to a descriptor, so that perror and printf are seen as an operator sees
 /// them. From construction to text() or the end of the scope.
@@ -34,9 +29,8 @@ class Capture {
         std::string all;
         char part[4096];
         off_t at = 0;
-        for (ssize_t got = 0; (got = pread(file, part, sizeof part, at)) > 0; at += got) {
+        for (ssize_t got = 0; (got = pread(file, part, sizeof part, at)) > 0; at += got)
             all.append(part, static_cast<std::size_t>(got));
-        }
         return all;
     }
 

@@ -1,8 +1,6 @@
 #pragma once
 
-#include <fstream>
-#include <string>
-#include <vector>
+#include "support/basics.h"
 
 /// A configuration and what is expected of it. In a file of them each is "==== NAME", the lines
 /// expected, "----", the configuration, and an empty line.

@@ -1,17 +1,5 @@
 #pragma once
 
-#include <gtest/gtest.h>
-#include <signal.h>
-#include <sys/mman.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
-#include <chrono>
-#include <cstdio>
-#include <functional>
-#include <iostream>
-#include <string>
-
 #include "support/capture.h"
 #include "support/wait_until.h"
 

@@ -1,17 +1,7 @@
 #include "support/controller_database.h"
 
 #include <fcntl.h>
-#include <signal.h>
-#include <sys/mman.h>
 #include <sys/prctl.h>
-#include <sys/wait.h>
-
-#include <algorithm>
-#include <cstdio>
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <string>
 
 #include "lib/util/ipc_objects.h"
 #include "lib/util/shmem.h"
@@ -28,44 +18,41 @@ using Tqf = sim::TimeQualityLayout;
 
 // ---- The tables --------------------------------------------------------------------------------
 
-std::uint8_t* ControllerDatabase::makeSegment(int index, std::size_t bytes) {
-    void* const address = ShmOpen(index, bytes, 1, nullptr, 0);
-    if (address == nullptr) std::abort();
-    values_.push_back({address, bytes});
-    return static_cast<std::uint8_t*>(address);
+std::byte* ControllerDatabase::makeTable(int index, std::size_t bytes) {
+    if (bytes == 0) return nullptr;
+    auto* const table = static_cast<std::byte*>(ShmOpen(index, bytes, 1, nullptr, 0));
+    if (table == nullptr) std::abort();
+    return tables_.emplace_back(table, bytes).data();
 }
 
 void ControllerDatabase::clear() {
-    for (const Values& values : values_)
-        std::memset(values.address, 0, values.bytes);
+    for (const auto table : tables_)
+        std::ranges::fill(table, std::byte{});
 }
 
-std::uint8_t* ControllerDatabase::at(Area area, int type, int num) {
-    const auto index = static_cast<std::size_t>(type - 1);
-    const Array& array = arrays_.at(index).at(static_cast<std::size_t>(area));
-    if (array.address == nullptr || num < 1 || num > kCounts.at(index)) std::abort();
-    return array.address + static_cast<std::size_t>(num - 1) * array.elementSize;
-}
-
-std::uint8_t* ControllerDatabase::tqf(int type, int num) {
-    std::size_t record = static_cast<std::size_t>(num - 1);
-    for (std::size_t i = 0; i + 1 < static_cast<std::size_t>(type); ++i)
-        record += kCounts.at(i);
-    return tqfs_ + record * Tqf::kSize;
+std::byte* ControllerDatabase::at(Area area, int type, int num) const {
+    constexpr decltype(&sim::DatabaseMemory::passport) kAreas[] = {
+        &sim::DatabaseMemory::passport, &sim::DatabaseMemory::data, &sim::DatabaseMemory::value};
+    return (memory_.*kAreas[static_cast<std::size_t>(area)])(static_cast<sim::TypeCode>(type),
+                                                             static_cast<std::size_t>(num - 1));
 }
 
 void ControllerDatabase::putText(int type, int num, std::size_t offset, std::string_view bytes) {
     std::memcpy(at(Area::passport, type, num) + offset, bytes.data(), bytes.size());
 }
 
+static std::byte* tqf(const sim::DatabaseMemory& memory, int type, int num) {
+    return memory.timeQualityOf(static_cast<sim::TypeCode>(type),
+                                static_cast<std::size_t>(num - 1));
+}
+
 void ControllerDatabase::setQuality(int type, int num, std::uint32_t quality) {
-    std::memcpy(tqf(type, num) + Tqf::kQuality, &quality, sizeof(quality));
+    sim::store(tqf(memory_, type, num) + Tqf::kQuality, quality);
 }
 
 void ControllerDatabase::setTime(int type, int num, std::int64_t seconds,
                                  std::int64_t microseconds) {
-    const std::int64_t time[] = {seconds, microseconds};
-    std::memcpy(tqf(type, num), time, sizeof(time));
+    sim::store(tqf(memory_, type, num), std::array{seconds, microseconds});
 }
 
 // ---- The database process ----------------------------------------------------------------------
@@ -87,8 +74,8 @@ void ControllerDatabase::answer(const std::vector<Answer>& answers) {
 
 void ControllerDatabase::answerAll() {
     std::vector<Answer> all;
-    for (std::uint32_t i = 0; i < kCounts.size(); ++i)
-        all.push_back({i + 1, kCounts[i]});
+    for (std::uint32_t type = 1; const std::uint16_t count : kCounts)
+        all.push_back({type++, count});
     answer(all);
 }
 
@@ -157,24 +144,20 @@ ControllerDatabase::ControllerDatabase() {
     writeFile("/zrt/system/offatrs.dat", sim::offsetFile());
     writeFile("/zrt/system/atributs.dat", sim::kindFile());
 
-    *makeSegment(sim::kGenerationIndex, 1) = 7;
-    std::memcpy(makeSegment(sim::kCountsIndex, sim::kCountsSize), kCounts.data(), sizeof(kCounts));
-    values_.clear();
+    *makeTable(sim::kGenerationIndex, 1) = std::byte{7};
+    sim::store(makeTable(sim::kCountsIndex, sim::kCountsSize), kCounts);
+    tables_.clear();  // these two stay
     std::size_t records = 0;
-    for (std::size_t i = 0; i < kCounts.size(); ++i) {
-        const sim::TypeLayout& type = sim::kTypes[i];
-        if (i < sim::kMainTypeCount) records += kCounts[i];
+    for (const sim::TypeLayout& type : sim::kTypes) {
+        const std::size_t i = sim::indexOf(type.type);
+        if (i < sim::kMainTypeCount) records += kCounts.at(i);
         const auto array = [&](const sim::ArrayLayout& layout) {
-            const std::size_t bytes = kCounts[i] * layout.elementSize;
-            return Array{bytes != 0 ? makeSegment(layout.ipcIndex, bytes) : nullptr,
-                         layout.elementSize};
+            return makeTable(layout.ipcIndex, kCounts.at(i) * layout.elementSize);
         };
-        // What has no passport is its value.
-        const bool isPlain = type.passport.elementSize == 0;
-        arrays_[i] = {array(isPlain ? type.value : type.passport), array(type.data),
-                      isPlain ? Array() : array(type.value)};
+        memory_.types.at(i) = {kCounts.at(i), array(type.passport), array(type.data),
+                               array(type.value)};
     }
-    tqfs_ = makeSegment(sim::kTimeQualityIndex, records * Tqf::kSize);
+    memory_.timeQuality = makeTable(sim::kTimeQualityIndex, records * Tqf::kSize);
 
     shared_ = static_cast<Shared*>(
         mmap(nullptr, sizeof(Shared), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));

@@ -1,14 +1,8 @@
 #pragma once
 
-#include <sys/types.h>
-#include <unistd.h>
-
-#include <array>
-#include <cstddef>
-#include <cstdint>
-#include <cstring>
-#include <string_view>
-#include <vector>
+#include "sim/layout/little_endian.h"
+#include "sim/memory/database_memory.h"
+#include "support/basics.h"
 
 /// A controller's real-time database for tests in the sandbox: key files and attribute descriptions
 /// below /zrt, the tables and counts in shared memory, and a process "VsBASE" that answers the type
@@ -21,7 +15,7 @@
 class ControllerDatabase {
   public:
     /// By type code - 1. The values of TH fill a page, with nothing of ours behind it.
-    static constexpr std::array<std::uint16_t, 11> kCounts = {3, 2, 4, 2, 2, 1024, 3, 3, 3, 3, 3};
+    static constexpr sim::Counts kCounts = {3, 2, 4, 2, 2, 1024, 3, 3, 3, 3, 3};
     enum class Area : std::uint8_t { passport, currentData, currentValue };
 
     ControllerDatabase();
@@ -36,7 +30,7 @@ class ControllerDatabase {
     /// @param num   variable, from 1
     template <class T>
     void put(Area area, int type, int num, std::size_t offset, const T& value) {
-        std::memcpy(at(area, type, num) + offset, &value, sizeof(value));
+        sim::store(at(area, type, num) + offset, value);
     }
     /// The bytes without a NUL behind them, into the passport.
     void putText(int type, int num, std::size_t offset, std::string_view bytes);
@@ -59,25 +53,15 @@ class ControllerDatabase {
   private:
     struct Shared;  // with the database process
 
-    std::uint8_t* at(Area area, int type, int num);
-    std::uint8_t* tqf(int type, int num);
-    std::uint8_t* makeSegment(int index, std::size_t bytes);
+    std::byte* at(Area area, int type, int num) const;
+    std::byte* makeTable(int index, std::size_t bytes);
     [[nodiscard]] Answer next(std::uint32_t type) const;
     [[noreturn]] void serve();
 
     pid_t process_ = -1;
     Shared* shared_ = nullptr;
-    std::uint8_t* tqfs_ = nullptr;
-    struct Array {
-        std::uint8_t* address = nullptr;
-        std::size_t elementSize = 0;
-    };
-    std::array<std::array<Array, 3>, 11> arrays_{};  // by type - 1 and Area
-    struct Values {
-        void* address;
-        std::size_t bytes;
-    };
-    std::vector<Values> values_;  // what clear() zeroes
+    sim::DatabaseMemory memory_;
+    std::vector<std::span<std::byte>> tables_;  // what clear() zeroes
 };
 
 extern ControllerDatabase database;

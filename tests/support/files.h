@@ -1,10 +1,6 @@
 #pragma once
 
-#include <filesystem>
-#include <fstream>
-#include <sstream>
-#include <string>
-#include <string_view>
+#include "support/basics.h"
 
 inline std::string readFile(const std::string& path) {
     std::ifstream file(path, std::ios::binary);

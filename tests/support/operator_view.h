@@ -1,13 +1,5 @@
 #pragma once
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <sstream>
-#include <string>
-#include <utility>
-#include <vector>
-
 #include "server/diagnostics/EventJournal.h"
 #include "support/files.h"
 
@@ -16,30 +8,15 @@
 
 inline constexpr const char* kLogPath = "/zrt/log/opcuasrv.log";
 
-/// The journal as a list of what was posted.
+/// The journal as a list of the arguments that were posted.
 class RecordingJournal : public EventJournal {
   public:
-    struct Message {
-        std::uint32_t number;
-        std::vector<JournalArgument> arguments;
-        bool operator==(const Message&) const = default;
-    };
-
-    void post(std::uint32_t number, const std::vector<JournalArgument>& arguments) override {
-        messages.push_back({number, arguments});
+    void post(std::uint32_t /*number*/, const std::vector<JournalArgument>& arguments) override {
+        messages.push_back(arguments);
     }
 
-    std::vector<Message> messages;
+    std::vector<std::vector<JournalArgument>> messages;
 };
-
-/// For googletest's failure messages.
-inline void PrintTo(const RecordingJournal::Message& message, std::ostream* out) {
-    *out << message.number;
-    for (const auto& argument : message.arguments) {
-        std::visit([&](const auto& value) { *out << ", " << testing::PrintToString(value); },
-                   argument);
-    }
-}
 
 /// Fixture with an empty log and an empty journal.
 class OperatorView : public testing::Test {
@@ -55,9 +32,8 @@ class OperatorView : public testing::Test {
         constexpr std::size_t kTimeLength = 21;
         std::vector<std::string> lines;
         std::istringstream log(readFile(kLogPath));
-        for (std::string line; std::getline(log, line);) {
+        for (std::string line; std::getline(log, line);)
             lines.push_back(line.substr(std::min(kTimeLength, line.size())));
-        }
         return lines;
     }
 

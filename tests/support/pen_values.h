@@ -1,14 +1,7 @@
 #pragma once
 
-#include <gtest/gtest.h>
-#include <sys/time.h>
-
-#include <cstdint>
-#include <limits>
-#include <memory>
-#include <vector>
-
 #include "jxotr/IHDA_SyncRead.h"
+#include "support/basics.h"
 
 /// What a server reads of a pen.
 struct PenValues {

@@ -1,19 +1,8 @@
 #pragma once
 
-#include <sys/stat.h>
-
-#include <cstdint>
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <map>
-#include <sstream>
-#include <stdexcept>
-#include <string>
-#include <utility>
-
 #include "lib/util/ipc_objects.h"
 #include "lib/util/veskpath.h"
+#include "support/basics.h"
 
 /// An installation folder of its own with all key files, set as VESKPATH for this process (SRV_Path
 /// included) and the ones it starts. At its end VESKPATH is unset, and every segment, semaphore and
@@ -62,9 +51,8 @@ class VeskPath {
     /// Of those of a kind, in the order of their ids, as octal digits with a blank behind each.
     std::string permissions(IpcKind kind) const {
         std::string all;
-        for (const auto& [object, permissions] : existing()) {
+        for (const auto& [object, permissions] : existing())
             if (object.first == kind && !former_.contains(object)) all += permissions + ' ';
-        }
         return all;
     }
 

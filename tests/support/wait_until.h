@@ -1,7 +1,6 @@
 #pragma once
 
-#include <chrono>
-#include <thread>
+#include "support/basics.h"
 
 /// Waits until a condition holds, looking every 2 ms.
 /// @return false when it does not by the deadline.

@@ -34,8 +34,7 @@ struct ToldValue {
 static_assert(sizeof(ToldValue) == 40);
 
 struct OPCHDAITEMDEF {
-    unsigned plotter;
-    unsigned pen;
+    unsigned plotter, pen;
 };
 
 struct OPCHDAITEM {
@@ -101,9 +100,7 @@ struct Script {
     std::map<std::uint32_t, std::uint64_t> pensOfPlotter;
     std::map<Pen, Source> pens;
     std::map<Pen, std::vector<ToldValue>> values;
-    bool whole = false;
-    bool missing = false;
-    bool fixed = false;
+    bool whole = false, missing = false, fixed = false;
     int status = 0;
     std::optional<std::uint32_t> claim;
     unsigned delayMicros = 0;
@@ -120,13 +117,9 @@ void addValue(std::istream& line, Script& script) {
     double number = 0;
     line >> value.code >> number >> value.seconds >> value.micros >> value.quality;
     const auto store = [&value](auto stored) { std::memcpy(value.value, &stored, sizeof stored); };
-    if (value.code == 5) {
-        store(number);
-    } else if (value.code == 11) {
-        store(static_cast<std::int16_t>(number));
-    } else {
-        store(static_cast<float>(number));
-    }
+    if (value.code == 5) store(number);
+    if (value.code == 11) store(static_cast<std::int16_t>(number));
+    if (value.code != 5 && value.code != 11) store(static_cast<float>(number));
 }
 
 void addPen(std::istream& line, Script& script) {
@@ -190,7 +183,6 @@ const Script& script() {
 std::ostream& operator<<(std::ostream& to, const timeval& time) {
     return to << time.tv_sec << '.' << std::setfill('0') << std::setw(6) << time.tv_usec;
 }
-
 std::ostream& operator<<(std::ostream& to, const OPCHDAITEMDEF& item) {
     return to << item.plotter << '/' << item.pen;
 }

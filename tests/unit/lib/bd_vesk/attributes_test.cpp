@@ -1,20 +1,10 @@
 #include "lib/bd_vesk/attributes.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <span>
-#include <string>
-#include <tuple>
-#include <utility>
-#include <vector>
-
 #include "sim/layout/attribute_files.h"
 #include "sim/layout/field_table.h"
+#include "support/basics.h"
 
-namespace {
-
-AtrFiles readFiles(const std::string& offsets, const std::string& types) {
+static AtrFiles readFiles(const std::string& offsets, const std::string& types) {
     const auto bytes = [](const std::string& text) {
         return std::span(reinterpret_cast<const std::uint8_t*>(text.data()), text.size());
     };
@@ -151,5 +141,3 @@ TEST(AttributePlace, ChecksTheDescriptionAgainstTheRecord) {
         EXPECT_EQ(fault.attribute, fault.text.empty() ? -1 : c.num);
     }
 }
-
-}  // namespace

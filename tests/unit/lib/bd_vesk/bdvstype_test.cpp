@@ -1,12 +1,6 @@
 #include "lib/bd_vesk/bdvstype.h"
 
-#include <gtest/gtest.h>
-
-#include <limits>
-
 #include "values.h"
-
-namespace {
 
 constexpr float kNan = std::numeric_limits<float>::quiet_NaN();
 constexpr float kInf = std::numeric_limits<float>::infinity();
@@ -87,5 +81,3 @@ TEST(SVal, KeepsWhatAnAssignmentDoesNotReach) {
     value.Clear();
     EXPECT_EQ(value, SVal());
 }
-
-}  // namespace

@@ -1,24 +1,12 @@
 #include "lib/bd_vesk/typevars.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <array>
-#include <cstring>
-#include <memory>
-#include <numeric>
-#include <utility>
-#include <vector>
-
 #include "lib/bd_vesk/bdvesk.h"
 #include "lib/bd_vesk/clist.h"
 #include "sim/layout/field_table.h"
-#include "sim/layout/types.h"
+#include "sim/memory/database_arrays.h"
+#include "support/basics.h"
 
-namespace {
-
-using Bytes = std::vector<std::uint8_t>;
-using Arrays = std::array<Bytes, 3>;  // passports, current data, current values
+using Bytes = std::vector<std::byte>;
 
 constexpr std::uint16_t kCount = 3;
 
@@ -32,56 +20,55 @@ constexpr struct {
     {&CTypeVars::getCurVal, &CTypeVars::setCurVal, &CTypeVars::getAdrCurVal},
 };
 
-/// Each type's table over arrays of this process, laid out as zrtsim knows them, each filled with
-/// bytes of its own.
+/// Where the operations of a type find a variable, counted from 0.
+static std::span<std::byte> placeOf(const sim::DatabaseMemory& memory, const sim::TypeLayout& type,
+                                    std::size_t operation, std::size_t i) {
+    if (operation == 0 && type.passport.elementSize != 0)
+        return {memory.passport(type.type, i), type.passport.elementSize};
+    if (operation == 1 && type.data.elementSize != 0)
+        return {memory.data(type.type, i), type.data.elementSize};
+    if (type.type == sim::TypeCode::AV)
+        return {memory.passport(type.type, i) + sim::at(sim::TypeCode::AV, "IM"), 4};
+    return {memory.value(type.type, i), type.value.elementSize};
+}
+
+/// Each type's table over arrays of this process, laid out and filled as zrtsim knows them.
 TEST(TypeVars, CopyOneElementOrFail) {
+    sim::Counts counts;
+    counts.fill(kCount);
+    sim::DatabaseArrays database(counts);
+    for (int fill = 0; auto& array : database.arrays)
+        for (std::byte& byte : array)
+            byte = static_cast<std::byte>(++fill % 251);
+    const auto before = database.arrays;
     for (const sim::TypeLayout& type : sim::kTypes) {
         SCOPED_TRACE(type.name);
-        const bool isPlain = type.passport.elementSize == 0;
-        const std::size_t passport = (isPlain ? type.value : type.passport).elementSize;
-        const std::size_t element = type.type == sim::TypeCode::AV ? 4 : type.value.elementSize;
-        struct Place {
-            std::size_t array, offset, size;
-        };
-        const Place value = type.type == sim::TypeCode::AV
-                                ? Place{0, sim::at(sim::TypeCode::AV, "IM"), element}
-                                : Place{isPlain ? 0U : 2U, 0, element};
-        const Place data = type.data.elementSize != 0 ? Place{1, 0, element} : value;
-        const Place places[] = {{0, 0, passport}, data, value};
-
-        Arrays arrays;
-        for (std::size_t i = 0; i < arrays.size(); ++i) {
-            arrays.at(i).resize(kCount * (i == 0 ? passport : element));
-            std::iota(arrays.at(i).begin(), arrays.at(i).end(), static_cast<std::uint8_t>(90 * i));
-        }
+        const sim::TypeMemory& memory = database.memory.of(type.type);
         const auto table = newTypeVars(static_cast<unsigned>(type.type));
-        table->InitPasp(arrays[0].data());
-        table->InitCurDat(arrays[1].data());
-        table->InitCurVal(arrays[2].data());
+        table->InitPasp(type.passport.elementSize != 0 ? memory.passport : memory.value);
+        table->InitCurDat(memory.data);
+        table->InitCurVal(memory.value);
         table->setmaxnum(kCount);
         EXPECT_EQ(table->typeAt(), static_cast<int>(type.type));
-        EXPECT_EQ(table->maxnumAt(), kCount);
         const auto empty = newTypeVars(static_cast<unsigned>(type.type));
         empty->setmaxnum(kCount);
         for (std::size_t i = 0; i < 3; ++i) {
             const auto& [get, set, address] = kOperations[i];
-            const auto [array, offset, size] = places[i];
             for (std::uint16_t num = 1; num <= kCount; ++num) {
                 SCOPED_TRACE(testing::Message() << "operations " << i << " variable " << num);
-                const std::size_t at = (num - 1U) * (array == 0 ? passport : element) + offset;
-                EXPECT_EQ((table.get()->*address)(num), &arrays.at(array).at(at));
-                Bytes copy(size + 1, 0xEE);
+                const std::span place = placeOf(database.memory, type, i, num - 1U);
+                const Bytes former(place.begin(), place.end());
+                EXPECT_EQ((table.get()->*address)(num), place.data());
+                Bytes copy(place.size() + 1, std::byte{0xEE});
                 EXPECT_EQ((table.get()->*get)(num, copy.data()), 1);
-                Arrays changed = arrays;
-                EXPECT_TRUE(std::equal(copy.begin(), copy.end() - 1, &arrays.at(array).at(at)));
-                EXPECT_EQ(copy.back(), 0xEE);
-                std::fill_n(&changed.at(array).at(at), size, 0x77);
-                copy.assign(size, 0x77);
-                EXPECT_EQ((table.get()->*set)(num, copy.data()), 1);
-                EXPECT_EQ(arrays, changed) << "and nothing beside it";
+                EXPECT_TRUE(std::ranges::equal(place, std::span(copy).first(place.size())));
+                EXPECT_EQ(copy.back(), std::byte{0xEE});
+                EXPECT_EQ((table.get()->*set)(num, Bytes(place.size(), std::byte{0x77}).data()), 1);
+                EXPECT_EQ(std::ranges::count(place, std::byte{0x77}), std::ssize(place));
+                std::ranges::copy(former, place.begin());
+                EXPECT_EQ(database.arrays, before) << "and nothing beside it";
             }
-            Bytes buffer(256, 0xEE);
-            const Arrays before = arrays;
+            Bytes buffer(256, std::byte{0xEE});
             for (const auto& [of, num] : {std::pair(table.get(), std::uint16_t{0}),
                                           {table.get(), kCount + 1},
                                           {empty.get(), 1}}) {
@@ -92,18 +79,18 @@ TEST(TypeVars, CopyOneElementOrFail) {
             // Scaled writes are for VA only.
             const std::uint16_t none = type.type == sim::TypeCode::VA ? 0 : 1;
             EXPECT_EQ(table->setCurDatScale(none, buffer.data(), 0, 1), 0);
-            EXPECT_EQ(buffer, Bytes(256, 0xEE));
-            EXPECT_EQ(arrays, before);
+            EXPECT_EQ(empty->setCurDatScale(1, buffer.data(), 0, 1), 0);
+            EXPECT_EQ(buffer, Bytes(256, std::byte{0xEE}));
+            EXPECT_EQ(database.arrays, before);
         }
     }
-    EXPECT_EQ(newTypeVars(0), nullptr);
-    EXPECT_EQ(newTypeVars(12), nullptr);
+    EXPECT_TRUE(newTypeVars(0) == nullptr && newTypeVars(12) == nullptr);
 }
 
 /// Slots of virtual operations in their class's table, from 0. Pointers to virtual members hold the
 /// offset: plus one on most machines, plain where the lowest bit of a code address is in use.
 template <class... Members>
-std::vector<std::size_t> slotsOf(Members... members) {
+static std::vector<std::size_t> slotsOf(Members... members) {
     const auto slot = [](auto member) {
         std::ptrdiff_t words[2];
         static_assert(sizeof(member) == sizeof(words));
@@ -140,5 +127,3 @@ TEST(CList, IsARingWithoutRangeCheck) {
     list.clear();
     EXPECT_TRUE(list.isEmpty());
 }
-
-}  // namespace

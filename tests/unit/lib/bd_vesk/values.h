@@ -1,11 +1,7 @@
 #pragma once
 
-#include <cstdint>
-#include <cstring>
-#include <string>
-#include <string_view>
-
 #include "lib/bd_vesk/bdvstype.h"
+#include "support/basics.h"
 
 // Values of the database, made from and compared by their bytes.
 

@@ -1,27 +1,11 @@
 #pragma once
 
-#include <gtest/gtest.h>
-#include <sys/ipc.h>
-#include <sys/shm.h>
-
-#include <cstdint>
-#include <cstdlib>
-#include <cstring>
-#include <filesystem>
-#include <fstream>
-#include <functional>
-#include <initializer_list>
-#include <memory>
-#include <sstream>
-#include <string>
-#include <vector>
-
 #include "lib/rolling2/rol_man.h"
 #include "lib/util/cp866_text.h"
 #include "lib/util/ipc_objects.h"
 #include "lib/util/shmem.h"
-#include "support/capture.h"
 #include "support/child_process.h"
+#include "support/files.h"
 #include "support/vesk_path.h"
 
 /// A segment of the journal as another program sees it: bytes at offsets. Made when `bytes` is not
@@ -36,7 +20,6 @@ class RawSegment {
         at_.reset(shmat(id, nullptr, 0));
     }
 
-    bool exists() const { return at_ != nullptr; }
     std::size_t size() const { return size_; }
     template <class T>
     T get(std::size_t offset) const {
@@ -101,8 +84,8 @@ class JournalTest : public testing::Test {
         setenv("SETTINGS", path("settings").c_str(), 1);
         SRV_Path.InitPathes();
         settings(
-            "[StartSetup]\nNumber_kontr = 7\n[ROLLING]\nMaxNumMessageMemory = 20\n"
-            "MaxNumMessageDisk = 10\n");
+            "[StartSetup]\nNumber_kontr=7\n[ROLLING]\nMaxNumMessageMemory=20\nMaxNumMessageDisk="
+            "10\n");
         // Without the generation byte every key would complain of it.
         RawSegment(kGenerationIpcIndex, 1).put<std::uint8_t>(0, 7);
     }
@@ -118,12 +101,9 @@ class JournalTest : public testing::Test {
         return (vesk.folder() / "sram").string() + (name.empty() ? "" : "/") + name;
     }
     void write(const std::string& name, const std::string& bytes) const {
-        std::ofstream(path(name), std::ios::binary | std::ios::trunc) << bytes;
+        writeFile(path(name), bytes);
     }
-    std::string read(const std::string& name) const {
-        std::ifstream file(path(name), std::ios::binary);
-        return (std::ostringstream() << file.rdbuf()).str();
-    }
+    std::string read(const std::string& name) const { return readFile(path(name)); }
     bool exists(const std::string& name) const { return std::filesystem::exists(path(name)); }
 
     /// Which files there are: messages, counters, CRC of the main copy, then of the reserve.
@@ -176,8 +156,7 @@ class JoinedJournal : public JournalTest {
 
 /// from, from + 1, ... to
 inline std::vector<unsigned> upTo(unsigned from, unsigned to) {
-    std::vector<unsigned> all;
-    for (; from <= to; ++from)
-        all.push_back(from);
+    std::vector<unsigned> all(to + 1 - from);
+    std::iota(all.begin(), all.end(), from);
     return all;
 }

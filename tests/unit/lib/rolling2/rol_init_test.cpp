@@ -1,9 +1,6 @@
 // Joining: segments, settings, who is the first.
-#include <gmock/gmock.h>
 
 #include "journal.h"
-
-namespace {
 
 class Joining : public JournalTest {
   protected:
@@ -23,27 +20,24 @@ TEST_F(Joining, TheFirstMakesTheSegmentsAndNobodyRemovesThem) {
         EXPECT_EQ(first.is_already_init(), 0);
         EXPECT_EQ(first.ControllerNumber, 7);
     }
-    const struct {
-        int index;
-        std::size_t size;
-        std::string bytes;  // its beginning
-    } segments[] = {
+    const std::tuple<int, std::size_t, std::string> segments[] = {
         {50, 120, settingsBytes(20, 10, 1000, 301) + "/dictionaries"},
         {87, 4, little(2, 2) + little(1, 2)},
         {51, 20 * 281, std::string(281, '\0')},
-        {52, 2, little(0, 2)},
-        {53, 2, little(0, 2)},
         {54, 1, "\x02"},
-        {55, 1, little(0, 1)},
-        {56, 4, little(0, 4)},
         {58, 1, "\x01"},
-        {57, 1792, std::string(1792, '\0')},
+        {52, 2, ""},
+        {53, 2, ""},
+        {55, 1, ""},
+        {56, 4, ""},
+        {57, 1792, ""},
     };
-    for (const auto& segment : segments) {
-        SCOPED_TRACE(segment.index);
-        const RawSegment raw(segment.index);
-        ASSERT_EQ(raw.size(), segment.size);
-        EXPECT_EQ(raw.text(0, segment.bytes.size()), segment.bytes);
+    for (const auto& [index, size, bytes] : segments) {  // the beginning; zeros where it is empty
+        SCOPED_TRACE(index);
+        const RawSegment raw(index);
+        ASSERT_EQ(raw.size(), size);
+        const std::string want = bytes.empty() ? std::string(size, '\0') : bytes;
+        EXPECT_EQ(raw.text(0, want.size()), want);
     }
     EXPECT_EQ(vesk.permissions(IpcKind::semaphore), "666 ") << "survives its maker";
     EXPECT_EQ(vesk.permissions(IpcKind::segment), "777 777 777 777 777 777 777 777 777 777 777 ");
@@ -64,7 +58,6 @@ TEST_F(Joining, KeepsWhatIsThereForTheNextOnes) {
     EXPECT_EQ(second.ControllerNumber, 9) << "but for the number";
 
     second.Close();
-    EXPECT_EQ(second.Messages, nullptr);
     EXPECT_EQ(second.GoFirstMes(), -1);
     settings("[ROLLING]\nMaxNumMessageMemory = 20\nSaveTime = 300\n");
     IpcRemove(IpcKind::semaphore, IpcFind(IpcKind::semaphore, SemKey(49))->id);
@@ -185,5 +178,3 @@ TEST_F(Joining, UsesPositionFlagAndDictionariesOfOthers) {
     }
     EXPECT_EQ(mapped, (std::vector<int>{1, 2, 3, 6, 8}));
 }
-
-}  // namespace

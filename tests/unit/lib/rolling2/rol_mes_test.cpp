@@ -1,14 +1,8 @@
 #include "lib/rolling2/rol_mes.h"
 
-#include <gtest/gtest.h>
-
-#include <climits>
-
 #include "journal.h"
 
-namespace {
-
-std::string argsOf(const CRolMessageInterface& built) {
+static std::string argsOf(const CRolMessageInterface& built) {
     const auto* bytes = reinterpret_cast<const char*>(built.Message.ArgsBuffer);
     return {bytes, RolArgsSize(built.Message)};
 }
@@ -113,5 +107,3 @@ TEST(RolMessage, ShowsTheServersMessagesInRussianAndOthersByNumber) {
     EXPECT_EQ(shown(18093, {}), ":20.250 301/18093") << "like any other";
     EXPECT_EQ(shown(5, {CRolArg(1), CRolArg("a")}), ":20.250 301/5: 1, a");
 }
-
-}  // namespace

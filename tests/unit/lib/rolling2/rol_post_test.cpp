@@ -1,12 +1,6 @@
 // Posting: the ring, its stamps and counters, and the lock.
-#include <sys/sem.h>
-
-#include <algorithm>
-#include <iterator>
 
 #include "journal.h"
-
-namespace {
 
 class Posting : public JoinedJournal {
   protected:
@@ -49,23 +43,11 @@ TEST_F(Posting, EveryOperationLaysItsRecord) {
     }
 }
 
-TEST_F(Posting, OverwritesTheOldest) {
-    for (unsigned posted = 1; posted <= 45; ++posted) {
-        post(journal, posted, posted);
-        EXPECT_EQ(RawSegment(53).get<std::uint16_t>(0), posted % 20);
-        EXPECT_EQ(RawSegment(52).get<std::uint16_t>(0), std::min(posted, 20U));
-        EXPECT_EQ(codes(journal), upTo(posted > 20 ? posted - 19 : 1, posted));
-    }
-    for (int reader = 0; reader < 8; ++reader)
-        EXPECT_EQ(journal.GetCounter(reader), 20U) << "as many as there are";
-}
-
 TEST_F(Posting, StampsEachMessageLaterThanTheOneBefore) {
     const auto now = static_cast<std::int32_t>(time(nullptr));
     const struct {
         const char* why;
-        std::int32_t sec, usec;  // of the newest
-        std::int32_t nextSec, nextUsec;
+        std::int32_t sec, usec, nextSec, nextUsec;  // of the newest and the one behind it
     } cases[] = {
         {"a new second begins at 0", now - 1, 500, now, 0},
         {"the clock was set back since", now + 1000, 0, now + 1000, 1},
@@ -79,8 +61,7 @@ TEST_F(Posting, StampsEachMessageLaterThanTheOneBefore) {
         ring.put(newestAt + 4, c.usec);
         post(journal, 1, 1);
         const auto sec = ring.get<std::int32_t>(newestAt + 281);
-        EXPECT_GE(sec, c.nextSec);
-        EXPECT_LE(sec, c.nextSec + 60) << "on a slow machine";
+        EXPECT_LE(static_cast<unsigned>(sec - c.nextSec), 60U) << "on a slow machine";
         EXPECT_EQ(ring.get<std::int32_t>(newestAt + 281 + 4), c.nextUsec);
     }
 }
@@ -112,11 +93,8 @@ TEST_F(Posting, WithoutAJournalNothingIsPostedOrChanged) {
     EXPECT_EQ(closed.MessageD(9, 5, new CRolArg("x"), new CRolArg(RT_END)), kRolNotOpen);
     EXPECT_EQ(out.text(),
               "Rolling LIB: Внутренняя ошибка 2 формирования сообщения (dic=9,num=5)\n"_cp866z);
-    closed.DecCounter(0, 1);
-    closed.IncCounters(1);
     EXPECT_EQ(closed.GetCounter(0), 0U);
-    for (const int result : {closed.Load(), closed.ForceSave()})
-        EXPECT_EQ(result, kRolNotOpen);
+    EXPECT_TRUE(closed.Load() == kRolNotOpen && closed.ForceSave() == kRolNotOpen);
     EXPECT_EQ(closed.Save(), 0);
     EXPECT_EQ(closed.GetSaveRol(), 2);
 }
@@ -144,10 +122,9 @@ TEST_F(Posting, CountsForEightReaders) {
 
 TEST_F(Posting, StaysWithinTheRingWhateverOthersWrote) {
     const unsigned rounds[][4] = {{7, 5, 2, 2}, {0, 10, 0, 0}, {2, 5, 7, 7}, {25, 2, 7, 3}};
-    for (const auto& [a, b, sum, difference] : rounds) {
-        EXPECT_EQ(CRolManager::CycPlus(a, b, 10), sum);
-        EXPECT_EQ(CRolManager::CycMinus(a, b, 10), difference);
-    }
+    for (const auto& [a, b, sum, rest] : rounds)
+        EXPECT_TRUE(CRolManager::CycPlus(a, b, 10) == sum &&
+                    CRolManager::CycMinus(a, b, 10) == rest);
     post(journal, 1, 5);
     for (const int index : {50, 52, 53})
         RawSegment(index).put<std::uint16_t>(0, 60000);
@@ -163,25 +140,19 @@ TEST_F(Posting, EveryOperationWaitsForTheLock) {
     journal.SetSaveRol(1);
     post(journal, 1, 5);
     char raw[100];
+    // clang-format off
     const std::function<void()> operations[] = {
-        [&] { journal.Message(6, new CRolArg(RT_END)); },
-        [&] { journal.IncCounters(1); },
-        [&] { journal.DecCounter(0, 1); },
-        [&] { journal.GetRawData(raw, 5, sizeof(raw)); },
-        [&] { journal.GoFirstMes(); },
-        [&] { journal.GoMes(5); },
-        [&] { journal.GetNextMes(); },
-        [&] { journal.GetPrevMes(); },
-        [&] { journal.SetSaveRol(1); },
-        [&] { journal.Save(); },
-        [&] { journal.ForceSave(); },
-        [&] { journal.SaveMainRolling(); },
-        [&] { journal.SaveRezRolling(); },
+        [&] { journal.Message(6, new CRolArg(RT_END)); }, [&] { journal.GetRawData(raw, 5, sizeof(raw)); },
+        [&] { journal.IncCounters(1); },     [&] { journal.DecCounter(0, 1); },
+        [&] { journal.GoFirstMes(); },       [&] { journal.GoMes(5); },
+        [&] { journal.GetNextMes(); },       [&] { journal.GetPrevMes(); },
+        [&] { journal.SetSaveRol(1); },      [&] { journal.Save(); },
+        [&] { journal.ForceSave(); },        [&] { CRolManager().Init(); },
+        [&] { journal.SaveMainRolling(); },  [&] { journal.SaveRezRolling(); },
+        [&] { journal.LoadMainRolling(); },  [&] { journal.LoadRezRolling(); },
         [&] { journal.Load(); },
-        [&] { journal.LoadMainRolling(); },
-        [&] { journal.LoadRezRolling(); },
-        [&] { CRolManager().Init(); },
     };
+    // clang-format on
     journal.Rol2Sem->sem_lock();
     std::vector<std::unique_ptr<ChildProcess>> waiting;
     for (const auto& operation : operations)
@@ -192,5 +163,3 @@ TEST_F(Posting, EveryOperationWaitsForTheLock) {
     for (auto& operation : waiting)
         EXPECT_EQ(operation->wait(), 0);
 }
-
-}  // namespace

@@ -4,30 +4,19 @@
 #include <fcntl.h>
 #include <pthread.h>
 #include <sched.h>
-#include <sys/mman.h>
-#include <sys/resource.h>
-#include <sys/sem.h>
 
-#include <atomic>
-#include <cerrno>
-#include <csignal>
 #include <cstdarg>
-#include <functional>
-#include <utility>
 
 #include "journal.h"
 
 namespace {
 
-/// Calls until the process is killed; negative: not at all.
-int callsLeft = -1;
+int callsLeft = -1;  ///< until the process is killed; negative: not at all
 /// The writer's priority, its thread and what signals that has blocked.
 int lastNice = 0;
 pthread_t niceThread{};
 sigset_t niceSignals{};
-/// Calls of fsync and fdatasync until one fails with this error.
-int syncsLeft = -1;
-int syncError = 0;
+int syncsLeft = -1, syncError = 0;  ///< calls of fsync and fdatasync until one fails with this
 bool noThread = false;
 std::atomic<bool> writerIsHeld = false;
 
@@ -193,23 +182,20 @@ TEST_F(SavingSteps, TheWriterIsAThreadOfLowerPriorityThatTakesNoSignal) {
 }
 
 TEST_F(SavingSteps, WhatTheDiskDidNotTakeDoesNotCountAsWhole) {
-    const struct {
-        int error, result;
-    } cases[] = {{EIO, 11}, {ENOSPC, 11}, {EINVAL, 0}, {EROFS, 0}};
-    for (const auto& c : cases) {
+    for (const auto& [error, result] :
+         {std::pair(EIO, 11), {ENOSPC, 11}, {EINVAL, 0}, {EROFS, 0}}) {
         for (int call = 0; call < 4; ++call) {  // two of each file
-            SCOPED_TRACE(std::to_string(c.error) + " at " + std::to_string(call));
+            SCOPED_TRACE(std::to_string(error) + " at " + std::to_string(call));
             ASSERT_EQ(journal.SaveMainRolling(), 0);
-            syncError = c.error;
+            syncError = error;
             syncsLeft = call;
             Capture out(STDOUT_FILENO);
-            EXPECT_EQ(journal.SaveMainRolling(), c.result);
-            EXPECT_EQ(exists(kCrc[main]), c.result == 0);
-            EXPECT_EQ(out.text(), c.result == 0
-                                      ? ""
-                                      : "Rolling LIB: ошибка записи файла "_cp866z +
-                                            path(call < 2 ? kMessages[main] : kCounters[main]) +
-                                            " на диск, копия не считается целой\n"_cp866z);
+            EXPECT_EQ(journal.SaveMainRolling(), result);
+            EXPECT_EQ(exists(kCrc[main]), result == 0);
+            const std::string complaint = "Rolling LIB: ошибка записи файла "_cp866z +
+                                          path(call < 2 ? kMessages[main] : kCounters[main]) +
+                                          " на диск, копия не считается целой\n"_cp866z;
+            EXPECT_EQ(out.text(), result == 0 ? "" : complaint);
         }
     }
 }

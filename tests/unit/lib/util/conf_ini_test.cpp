@@ -1,15 +1,7 @@
 #include "lib/util/conf_ini.h"
 
-#include <gtest/gtest.h>
-
-#include <string>
-#include <utility>
-#include <vector>
-
 #include "support/capture.h"
 #include "support/files.h"
-
-namespace {
 
 /// A reader of a file with the given bytes, not opened yet.
 struct IniBytes {
@@ -21,13 +13,8 @@ struct IniBytes {
 
 TEST(IniFile, ReadsValuesByItsOwnRules) {
     const struct {
-        const char* why;
-        const char* bytes;
-        const char* value;
-        const char* s1 = "A";
-        const char* s2 = nullptr;
-        const char* s3 = nullptr;
-        const char* key = "k";
+        const char *why, *bytes, *value;
+        const char *s1 = "A", *s2 = nullptr, *s3 = nullptr, *key = "k";
     } cases[] = {
         {"a comment ends the value", "[A]\nk = 500 : comment\n", "500"},
         {"& joins the next line", "[A]\nk = one, & \t\r\n\n \ttwo\n", "one, two"},
@@ -43,7 +30,7 @@ TEST(IniFile, ReadsValuesByItsOwnRules) {
         {"the next section ends the search", "[A]\na=1\n[B]\nk=2\n", "no key"},
         {"no such section", "[A]\nk=1\n", "no section", "B"},
         {"no sections", "k=1\n", "no section", nullptr},
-        {"no words match the first section", "k=0\n[A b]\nk=1\n[C]\nk=2\n", "1", nullptr},
+        {"no words match the first section", "k=0\n[A b]\nk=1\n", "1", nullptr},
         {"by the second word", "[A x]\nk=1\n[ A  y ]\nk=2\n", "2", nullptr, "y"},
         {"by all words", "[A b]\nk=1\n[A b c]\nk=2\n", "2", "A", "b", "c"},
         {"only the first section of the name", "[A]\na=1\n[A]\nk=2\n", "no key"},
@@ -117,7 +104,6 @@ TEST(IniFile, OpensClosesAndNotesSections) {
     for (const char* broken : {"[A]\nk=1\n[B", "[A:b]\nk=1\n"}) {
         IniBytes damaged(broken);
         EXPECT_EQ(damaged.file.Open(), 3) << broken;
-        EXPECT_EQ(damaged.file.Error, 3);
         EXPECT_EQ(damaged.file.CfgGet("A", nullptr, nullptr, "k", value), 1) << broken;
     }
     for (const auto& [mode, text] : {std::pair(1, "rt"), {1 | 8 | 16, "rb+"}, {31, "rwab+"}})
@@ -126,34 +112,28 @@ TEST(IniFile, OpensClosesAndNotesSections) {
 
 TEST(IniFile, EnumeratesTheKeysOfASection) {
     IniBytes ini(
-        "[A]\na=1\n[B]\n: c=0\nnoise\nfirst = 1 : x=9\nsecond = 2, &\n 3\nthird=\n[C]\nz=1\n");
+        "[A]\na=1\n[B]\n: c=0\nnoise\nfirst = 1 : x=9\nnext = 2, &\n 3\nlast=\n[C]\nz=1\n");
     ASSERT_EQ(ini.file.Open(), 0);
     ASSERT_EQ(ini.file.FindSection("B", nullptr, nullptr), 0);
     std::string all;
-    char key[1000];
-    char value[1000];
+    char key[1000], value[1000];
     while (ini.file.GetNextKey(key, value) == 0)
         all += std::string(key) + "=" + value + ";";
-    EXPECT_EQ(all, "first=1;second=2, 3;third=;");
+    EXPECT_EQ(all, "first=1;next=2, 3;last=;");
     EXPECT_EQ(ini.file.FindSection("D", nullptr, nullptr), 1);
 }
 
 TEST(IniFile, TurnsListsIntoNumbers) {
     using Numbers = std::vector<int>;
     const Numbers every = {1, 2, 3, 4, 5, 6, 7, 8};
-    std::vector<std::pair<const char*, Numbers>> cases = {{" 3, 1 ,5-7", {3, 1, 5, 6, 7}},
-                                                          {"8-8", {8}},
-                                                          {"ALL", every},
-                                                          {"All", every},
-                                                          {" all ", every}};
-    for (const char* wrong :
-         {"aLL", "", "1,,2", "1,2,", "0", "9", "5-3", "-3", "1 2", "99999999999"})
-        cases.emplace_back(wrong, Numbers());
+    std::map<std::string, Numbers> cases = {{" 3, 1 ,5-7", {3, 1, 5, 6, 7}}, {"8-8", {8}}};
+    for (const char* all : {"ALL", "All", " all "})
+        cases[all] = every;
+    for (const char* bad : {"aLL", "", "1,,2", "1,2,", "0", "9", "5-3", "-3", "1 2", "99999999999"})
+        cases[bad] = {};
     for (const auto& [text, want] : cases) {
         Numbers numbers = {42};
-        EXPECT_EQ(IniFile::ConvertStrToListVar(text, 8, numbers), want.empty()) << text;
+        EXPECT_EQ(IniFile::ConvertStrToListVar(text.c_str(), 8, numbers), want.empty()) << text;
         EXPECT_EQ(numbers, want) << text;
     }
 }
-
-}  // namespace

@@ -1,20 +1,8 @@
 #include "lib/util/crc.h"
 
-#include <gtest/gtest.h>
-#include <sys/stat.h>
-
-#include <cstdlib>
-#include <ctime>
-#include <filesystem>
-#include <set>
-#include <string>
-#include <thread>
-
 #include "lib/util/veskpath.h"
 #include "support/child_process.h"
 #include "support/files.h"
-
-namespace {
 
 TEST(Crc, AgreesWithPublishedCheckValues) {
     const auto* digits = reinterpret_cast<const unsigned char*>("123456789");
@@ -25,7 +13,7 @@ TEST(Crc, AgreesWithPublishedCheckValues) {
     EXPECT_EQ(CalculateFastCRC(two, 2), 0xC001) << "0x8000 + 3, rotated";
 }
 
-std::string path(const std::string& name) {
+static std::string path(const std::string& name) {
     return testing::TempDir() + "crc_test/" + name;
 }
 
@@ -109,5 +97,3 @@ TEST(CrcFile, DatesTheDatabaseOverwritesInPlaceAndErasesTheSixFilesOnly) {
     EXPECT_TRUE(std::filesystem::remove(path("check/chk_db3.dat")));
     EXPECT_TRUE(std::filesystem::is_empty(path("check")));
 }
-
-}  // namespace

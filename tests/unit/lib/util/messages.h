@@ -1,9 +1,6 @@
 #pragma once
 
-#include <gtest/gtest.h>
 #include <sys/msg.h>
-
-#include <string>
 
 #include "lib/util/vs_obj.h"
 #include "support/child_process.h"

@@ -1,13 +1,6 @@
 #include "lib/util/timer.h"
 
-#include <functional>
-#include <initializer_list>
-#include <memory>
-#include <thread>
-
 #include "messages.h"
-
-namespace {
 
 class Timer : public Messages {
   protected:
@@ -37,10 +30,7 @@ TEST_F(Timer, AsksTheTimerProcessAndTakesItsOwnTicksOnly) {
     std::unique_ptr<CTimer> timer;
     const std::string stored = "000d0c0b0a0403020107";
     const auto isTime = [&] { return timer->isTime(); };
-    const auto make = [&] {
-        timer.reset(object.CreateTimer(0x01020304, 0x0A0B0C0D, 7));
-        return 0;
-    };
+    const auto make = [&] { return timer.reset(object.CreateTimer(0x01020304, 0x0A0B0C0D, 7)), 0; };
     const auto ofOthers = [&] {
         tick({8});
         request(own, getppid(), "\x07 is not from the timer process");
@@ -55,10 +45,7 @@ TEST_F(Timer, AsksTheTimerProcessAndTakesItsOwnTicksOnly) {
         later.join();
         return result;
     };
-    const auto end = [&] {
-        kill(process.pid(), SIGKILL);
-        return process.wait();
-    };
+    const auto end = [&] { return kill(process.pid(), SIGKILL), process.wait(); };
     // clang-format off
     const struct {
         const char* why;
@@ -91,5 +78,3 @@ TEST_F(Timer, AsksTheTimerProcessAndTakesItsOwnTicksOnly) {
                   step.request + (step.request.empty() ? "" : "0000000000"));
     }
 }
-
-}  // namespace

@@ -1,21 +1,9 @@
 #include "lib/util/vs_shm.h"
 
-#include <gtest/gtest.h>
-#include <sys/sem.h>
-#include <sys/shm.h>
-
-#include <filesystem>
-#include <memory>
-#include <string>
-#include <tuple>
-#include <vector>
-
 #include "lib/util/ipc_objects.h"
 #include "lib/util/shmem.h"
 #include "support/child_process.h"
 #include "support/vesk_path.h"
-
-namespace {
 
 class Registry : public testing::Test {
   protected:
@@ -42,9 +30,7 @@ TEST(RegistryLife, IsRemovedByItsMakerWithTheGenerationByte) {
     Capture err(STDERR_FILENO);
     for (const bool withGeneration : {false, true}) {
         auto maker = std::make_unique<vs_shm>(0);
-        const IpcObject segment = IpcFind(IpcKind::segment, path.key("proxy", 'a')).value();
-        EXPECT_EQ(std::tuple(segment.size, segment.owner, segment.creatorPid, segment.attached),
-                  std::tuple(1600U, geteuid(), getpid(), 1U));
+        EXPECT_EQ(IpcFind(IpcKind::segment, path.key("proxy", 'a'))->size, 1600U);
         EXPECT_EQ(maker->name_add("Opcua", 0), getpid());
         auto joined = std::make_unique<vs_shm>(0);
         EXPECT_EQ(std::tuple(maker->cr_mem, joined->cr_mem), std::tuple(1, 0));
@@ -53,7 +39,6 @@ TEST(RegistryLife, IsRemovedByItsMakerWithTheGenerationByte) {
             EXPECT_EQ(maker->set_shmidx(kGenerationIpcIndex, 201), 0);
             ChildProcess reader([] { return get_shmidx(kGenerationIpcIndex, ID_mas.data()); });
             EXPECT_EQ(reader.wait(), 201);
-            EXPECT_EQ(IpcFind(IpcKind::segment, path.key("proxy", 'j'))->attached, 1U);
             EXPECT_EQ(path.permissions(IpcKind::segment), "666 777 ");
             EXPECT_EQ(path.permissions(IpcKind::semaphore), "666 ");
         }
@@ -113,8 +98,6 @@ TEST_F(Registry, TakesNamesThatFitAndAreFree) {
     EXPECT_EQ(registry.name_find(longest.c_str()), live2);
     for (const char* unknown : {"opcua", "Opcu", ""})
         EXPECT_EQ(registry.name_find(unknown), -1) << unknown;
-    EXPECT_EQ(findpid(live), 0);
-    EXPECT_EQ(findpid(dead), -1);
 }
 
 TEST_F(Registry, GivesTheNamesOfDeadHoldersAwayAndOverlooksALiveOneThatMovesToTheFirstEntry) {
@@ -138,8 +121,7 @@ TEST_F(Registry, DeletesByPidOrName) {
         const char* why;
         std::vector<int> pids;  // of "a", "b", ...
         const char* name;       // null: delete by pid
-        int pid;
-        int result;
+        int pid, result;
         const char* left;
     } cases[] = {
         {"the last", {1, 2, 3}, nullptr, 3, 3, "a b "},
@@ -155,8 +137,7 @@ TEST_F(Registry, DeletesByPidOrName) {
             i < c.pids.size() ? set(i, std::string(1, static_cast<char>('a' + i)), c.pids[i])
                               : set(i, "", 0);
         set(39, "behind a free one", 4711);
-        EXPECT_EQ(c.name != nullptr ? registry.name_del(c.name) : registry.pid_del(c.pid),
-                  c.result);
+        EXPECT_EQ(c.name ? registry.name_del(c.name) : registry.pid_del(c.pid), c.result);
         EXPECT_EQ(names(), c.left);
         EXPECT_EQ(registry.buf_names[38].name[0], 0) << "not moved up";
     }
@@ -199,5 +180,3 @@ TEST_F(Registry, ChangesWaitForTheLockAndSearchesDoNot) {
         EXPECT_EQ(change.wait(), 0);
     EXPECT_EQ(names(), "VsBASE new ");
 }
-
-}  // namespace

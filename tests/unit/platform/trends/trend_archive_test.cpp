@@ -1,27 +1,12 @@
 // The stand-in's archive, written by its writer and read through the interface that servers use.
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <array>
-#include <cmath>
-#include <csignal>
-#include <filesystem>
-#include <fstream>
-#include <iostream>
-#include <limits>
-#include <random>
-#include <utility>
-#include <vector>
-
 #include "jxotr/IHDA_BrowseConfig.h"
 #include "standin/archive_writer.h"
 #include "standin/chunk_table.h"
 #include "standin/places.h"
 #include "support/child_process.h"
+#include "support/files.h"
 #include "support/pen_values.h"
-
-namespace {
 
 using trends::ArchiveWriter;
 using trends::Definitions;
@@ -81,9 +66,8 @@ TEST_F(TrendArchive, ShowsWhatTheDefinitionsSay) {
     for (auto row : pens) {
         jxo::CPenSettingsExt* pen = nullptr;
         const bool found = browse.GetConfigPens(1, &row.item, &pen, &errors) == 0;
-        const auto got =
-            found ? std::array<int, 3>{pen->valueType, pen->variableKind, pen->variableNum}
-                  : std::array<int, 3>{};
+        std::array<int, 3> got{};
+        if (found) got = {pen->valueType, pen->variableKind, pen->variableNum};
         EXPECT_EQ(got, row.want) << row.item.plotterNum << "." << row.item.penNum;
     }
     for (const char* text :
@@ -98,12 +82,12 @@ TEST_F(TrendArchive, ShowsWhatTheDefinitionsSay) {
 }
 
 /// A value that its time determines, so that values of one time need no order.
-trends::Sample sampleAt(std::int64_t time) {
+static trends::Sample sampleAt(std::int64_t time) {
     const std::int64_t number = time / 1000 % 100'003;
     return {time, static_cast<double>(number), number % 2 == 0 ? 0xC0U : 0x40U};
 }
 
-void expectAnswer(const PenValues& answer, const std::vector<std::int64_t>& times) {
+static void expectAnswer(const PenValues& answer, const std::vector<std::int64_t>& times) {
     ASSERT_EQ(answer.result, 0);
     ASSERT_EQ(answer.values.size(), times.size());
     for (std::size_t i = 0; i < times.size(); ++i) {
@@ -167,7 +151,7 @@ TEST_F(TrendArchive, AnswersEveryRangeInOrderUpToTheLimit) {
 }
 
 /// The value as its type stores it, and what it stores of a number.
-std::pair<double, double> storedAndExpected(const OPCHDAITEMVALUE& value, double input) {
+static std::pair<double, double> storedAndExpected(const OPCHDAITEMVALUE& value, double input) {
     if (value.vt == 11) return {value.value.boolean != 0, input != 0};
     if (value.vt == 5) return {value.value.wide, input};
     return {value.value.number, static_cast<float>(input)};
@@ -251,11 +235,8 @@ TEST_F(TrendArchive, ConvertsTheFormerVersion) {
         for (int i = 0; i < 3; ++i) {
             times.push_back(times.back() + (i == 1 ? 0 : kSecond));
             const auto sample = sampleAt(times.back());
-            recent.bind(0, sample.time)
-                .bind(1, std::int64_t{i})
-                .bind(2, std::int64_t{sample.quality})
-                .bind(3, sample.value)
-                .step();
+            recent.bind(0, sample.time).bind(1, std::int64_t{i});
+            recent.bind(2, std::int64_t{sample.quality}).bind(3, sample.value).step();
         }
     }
     EXPECT_LT(readPen(kFloatPen).result, 0) << "not before it is converted";
@@ -279,18 +260,16 @@ TEST_F(TrendArchive, AnswersADamagedArchiveWithAnError) {
         }
         archive->finish();
     }
-    std::ifstream file(trends::archiveFile(), std::ios::binary);
-    const std::string intact{std::istreambuf_iterator<char>(file), {}};
+    const std::string intact = readFile(trends::archiveFile());
     const auto resultWith = [](const std::string& bytes) {
         std::filesystem::remove(trends::archiveFile());  // another inode, as after a repair
-        std::ofstream(trends::archiveFile(), std::ios::binary) << bytes;
+        writeFile(trends::archiveFile(), bytes);
         return readPen(kFloatPen).result;
     };
     for (const std::string& bytes :
          {std::string(), std::string("no archive at all"), std::string(8192, '\xFF'),
-          intact.substr(0, intact.size() / 2), intact.substr(0, 100)}) {
+          intact.substr(0, intact.size() / 2), intact.substr(0, 100)})
         EXPECT_LT(resultWith(bytes), 0) << bytes.size();
-    }
     // A byte anywhere: an error or values, but no crash. Each page is hit at its head and inside.
     int refused = 0;
     for (std::size_t at = 0; at < intact.size(); at += 1021) {
@@ -332,5 +311,3 @@ TEST_F(TrendArchive, IsReadWhileAWriterGoesOnUntilItIsKilled) {
     const std::size_t kept = readPen(kFloatPen).values.size();
     EXPECT_TRUE(kept == committed || kept == committed + 1) << kept << " of " << committed;
 }
-
-}  // namespace
