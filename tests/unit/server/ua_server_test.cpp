@@ -1,4 +1,3 @@
-#include <gmock/gmock.h>
 #include <open62541/plugin/accesscontrol.h>
 #include <open62541/plugin/nodestore.h>
 #include <open62541/plugin/nodestore_default.h>
@@ -85,15 +84,14 @@ TEST(UaServer, LetsNoClientChangeItsNodes) {
     const auto allowed = [&] {
         UA_Server* const s = server.instance();
         UA_AccessControl& access = UA_Server_getConfig(s)->accessControl;
-        const UA_NodeId session{};
-        const UA_AddNodesItem node{};
-        const UA_AddReferencesItem reference{};
-        const UA_DeleteNodesItem noNode{};
-        const UA_DeleteReferencesItem noReference{};
-        return access.allowAddNode(s, &access, &session, nullptr, &node) +
-               access.allowAddReference(s, &access, &session, nullptr, &reference) +
-               access.allowDeleteNode(s, &access, &session, nullptr, &noNode) +
-               access.allowDeleteReference(s, &access, &session, nullptr, &noReference);
+        const auto asked = [&](auto ask, auto item) {
+            const UA_NodeId session{};
+            return int{ask(s, &access, &session, nullptr, &item)};
+        };
+        return asked(access.allowAddNode, UA_AddNodesItem{}) +
+               asked(access.allowAddReference, UA_AddReferencesItem{}) +
+               asked(access.allowDeleteNode, UA_DeleteNodesItem{}) +
+               asked(access.allowDeleteReference, UA_DeleteReferencesItem{});
     };
     EXPECT_EQ(allowed(), 4) << "what the library allows";
     server.denyNodeManagement();
@@ -114,14 +112,13 @@ TEST(UaServer, ReportsAFolderThatCannotBeMade) {
 TEST(UaServer, NeedsAContextAndAVariable) {
     UA_DataValue value{};
     value.status = 5;
-    EXPECT_EQ(
-        UAServer::readNodeValue(nullptr, nullptr, nullptr, nullptr, nullptr, true, nullptr, &value),
-        UA_STATUSCODE_BADINTERNALERROR);
+    constexpr std::nullptr_t no = nullptr;
+    EXPECT_EQ(UAServer::readNodeValue(no, no, no, no, no, true, no, &value),
+              UA_STATUSCODE_BADINTERNALERROR);
     EXPECT_FALSE(value.hasValue || value.hasStatus || value.hasSourceTimestamp);
     EXPECT_EQ(value.status, 5U) << "untouched";
-    EXPECT_EQ(
-        UAServer::writeNodeValue(nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, &value),
-        UA_STATUSCODE_BADINTERNALERROR);
+    EXPECT_EQ(UAServer::writeNodeValue(no, no, no, no, no, no, &value),
+              UA_STATUSCODE_BADINTERNALERROR);
     EXPECT_EQ(UAServer().createUAItems(nullptr, 1, "parent", "", "main", 0, {}),
               UA_STATUSCODE_BADINTERNALERROR);
 }

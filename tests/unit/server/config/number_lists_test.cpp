@@ -1,6 +1,5 @@
 #include "server/config/NumberLists.h"
-
-#include <gtest/gtest.h>
+#include "support/basics.h"
 
 using Numbers = std::vector<std::int32_t>;
 

@@ -1,15 +1,10 @@
 #include "server/connections/AnswerGate.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <string>
-
 #include "socket_pair.h"
 
-namespace {
+using namespace std::string_literals;
 
-constexpr AnswerLimits kAny{};
+namespace {
 
 /// The library's next chunks on a channel, as they would go out without the gate.
 class Library {
@@ -24,9 +19,7 @@ class Library {
         setNumberAt(bytes, 12, 5);  // token
         setNumberAt(bytes, kSequenceNumberOffset, number_++);
         setNumberAt(bytes, kRequestIdOffset, request);
-        for (std::size_t i = 0; i < body; ++i) {
-            bytes[kServiceHeaderSize + i] = static_cast<std::uint8_t>(i + 1);
-        }
+        std::iota(bytes.begin() + kServiceHeaderSize, bytes.end(), std::uint8_t{1});
         return bytes;
     }
 
@@ -56,7 +49,7 @@ TEST(AnswerGate, LetsOutWhatFitsAsItIs) {
         std::vector<std::size_t> bodies;
         bool atOnce;
     } cases[] = {
-        {"no limits: chunk by chunk", kAny, {100, 100, 50}, true},
+        {"no limits: chunk by chunk", {}, {100, 100, 50}, true},
         {"one chunk", {8192, 1}, {8192}, true},
         {"the most bytes", {250, 0}, {100, 100, 50}, false},
         {"the most chunks", {0, 3}, {100, 100, 50}, false},
@@ -67,8 +60,7 @@ TEST(AnswerGate, LetsOutWhatFitsAsItIs) {
         gate.setLimits(c.limits);
         Library library;
         for (std::uint32_t request = 1; request <= 2; ++request) {
-            Bytes given;
-            Bytes got;
+            Bytes given, got;
             for (std::size_t i = 0; i < c.bodies.size(); ++i) {
                 const bool last = i + 1 == c.bodies.size();
                 const Bytes chunk = library.chunk(last ? "MSGF" : "MSGC", request, c.bodies[i]);
@@ -92,21 +84,13 @@ TEST(AnswerGate, RefusesWhatIsTooLarge) {
             EXPECT_TRUE(passed(gate, library.chunk("MSGC", request, 100)).empty());
             EXPECT_TRUE(passed(gate, library.chunk("MSGC", request, 100)).empty());
             const Bytes fault = passed(gate, library.chunk("MSGF", request, 50));
-            const auto number = static_cast<std::uint8_t>(request * 2 - 1);
-            const Bytes want = {'M',    'S',  'G',  'F',  52,
-                                0,      0,    0,    77,   0,
-                                0,      0,    5,    0,    0,
-                                0,  //
-                                number, 0,    0,    0,    static_cast<std::uint8_t>(request),
-                                0,      0,    0,    1,    0,
-                                0x8D,   1,  // ServiceFault
-                                5,      6,    7,    8,    9,
-                                10,     11,   12,   13,   14,
-                                15,     16,                // time, handle
-                                0,      0,    0xB9, 0x80,  // BadResponseTooLarge
-                                0,      0xFF, 0xFF, 0xFF, 0xFF,
-                                0,      0,    0};
-            EXPECT_EQ(fault, want);
+            // Header; number and request; ServiceFault; time and handle; BadResponseTooLarge.
+            std::string want =
+                "MSGF\x34\0\0\0\x4D\0\0\0\5\0\0\0n\0\0\0r\0\0\0\1\0\x8D\1\5\6\7\x8\x9\xA\xB"s +
+                "\xC\xD\xE\xF\x10\0\0\xB9\x80\0\xFF\xFF\xFF\xFF\0\0\0"s;
+            want[16] = static_cast<char>(request * 2 - 1);
+            want[20] = static_cast<char>(request);
+            EXPECT_EQ(std::string(fault.begin(), fault.end()), want);
             // The client sees no gap in the numbers.
             EXPECT_EQ(sequenceNumber(passed(gate, library.chunk("MSGF", 100 + request, 20))),
                       request * 2);
@@ -138,9 +122,8 @@ TEST(AnswerGate, NumbersWhateverFollowsWithoutGaps) {
     const Bytes renumbered = passed(gate, renewal);
     renewal[26] = 3;  // 6, less the three that were never sent
     EXPECT_EQ(renumbered, renewal);
-    for (std::size_t size = 0; size < 30; ++size) {  // not as it should be: left alone
-        EXPECT_EQ(
-            passed(gate, Bytes(renewal.begin(), renewal.begin() + static_cast<int>(size))).size(),
-            size);
+    for (std::size_t size = 30; size-- > 0;) {  // not as it should be: left alone
+        renewal.resize(size);
+        EXPECT_EQ(passed(gate, renewal).size(), size);
     }
 }

@@ -1,14 +1,8 @@
 #include "server/connections/RequestSizes.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
-
 #include "socket_pair.h"
 
-namespace {
-
-Bytes chunk(const char* typeAndEnd, std::uint16_t service, std::size_t size) {
+static Bytes chunk(const char* typeAndEnd, std::uint16_t service, std::size_t size) {
     Bytes bytes(size);
     std::copy_n(typeAndEnd, 4, bytes.begin());
     setNumberAt(bytes, kChunkSizeOffset, static_cast<std::uint32_t>(size));
@@ -18,15 +12,13 @@ Bytes chunk(const char* typeAndEnd, std::uint16_t service, std::size_t size) {
 }
 
 /// @param step  bytes that arrive together
-bool accepts(RequestSizes& sizes, const Bytes& bytes, std::size_t step) {
+static bool accepts(RequestSizes& sizes, const Bytes& bytes, std::size_t step) {
     for (std::size_t at = 0; at < bytes.size(); at += step) {
         if (!sizes.accept(ByteView(bytes).subspan(at, std::min(step, bytes.size() - at))))
             return false;
     }
     return true;
 }
-
-}  // namespace
 
 TEST(RequestSizes, DependOnTheService) {
     constexpr std::uint16_t kRead = 631, kHistoryRead = 664, kTransfer = 841;

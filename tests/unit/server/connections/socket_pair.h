@@ -1,14 +1,7 @@
 #pragma once
 
-#include <gtest/gtest.h>
 #include <sys/socket.h>
-#include <unistd.h>
-
-#include <array>
-#include <cstdint>
-#include <random>
-#include <utility>
-#include <vector>
+#include "support/basics.h"
 
 using Bytes = std::vector<std::uint8_t>;
 
@@ -21,8 +14,8 @@ class SocketPair {
         EXPECT_EQ(setsockopt(ends_[0], SOL_SOCKET, SO_SNDBUF, &least, sizeof least), 0);
     }
     ~SocketPair() {
-        closeServersEnd();
-        closeClientsEnd();
+        for (const int end : ends_)
+            close(end);
     }
     SocketPair(const SocketPair&) = delete;
     SocketPair& operator=(const SocketPair&) = delete;
@@ -37,14 +30,9 @@ class SocketPair {
         return bytes;
     }
 
-    void closeServersEnd() { closeEnd(0); }
-    void closeClientsEnd() { closeEnd(1); }
+    void closeClientsEnd() { close(std::exchange(ends_[1], -1)); }
 
   private:
-    void closeEnd(std::size_t end) {
-        const int socket = std::exchange(ends_.at(end), -1);
-        if (socket >= 0) close(socket);
-    }
     std::array<int, 2> ends_{-1, -1};
 };
 

@@ -1,10 +1,10 @@
 #include "server/endpoint/Identity.h"
 
-#include <gtest/gtest.h>
 #include <open62541/nodeids.h>
 
 #include "server/ServerState.h"
 #include "server/operative/UaView.h"
+#include "support/basics.h"
 
 TEST(Identity, HasAnApplicationUriForEachHost) {
     EXPECT_EQ(applicationUriOn("plc-7.Site_2"), "urn:plc-7.Site_2:vesk:opcuasrv");

@@ -1,11 +1,7 @@
 #include "server/history/ArchivedValue.h"
 
-#include <gtest/gtest.h>
-
-#include <cmath>
-#include <limits>
-
 #include "server/history/OpcTimes.h"
+#include "support/basics.h"
 
 TEST(ArchivedValue, EndsIntegersAtTheirLimits) {
     const struct {

@@ -1,36 +1,32 @@
 #include "server/history/HistoryBackend.h"
 
-#include <gtest/gtest.h>
-
 #include "server/ServerState.h"
 #include "server/history/HistoryAccess.h"
 #include "server/history/HistoryCapabilities.h"
 #include "server/operative/UaView.h"
+#include "support/basics.h"
 
 TEST(HistoryBackend, RefusesAllButReadingAndPromisesWhatItDoesNotLookAt) {
     const UA_HistoryDataBackend backend = UA_HistoryDataBackend_RTEX();
     const UA_NodeId unknown = UA_NODEID_NUMERIC(1, 7);
     UA_HistoryData result{};
     UA_ByteString continuation = UA_String_fromChars("of an earlier read");
-    for (UA_HistoryData* const wanted : {static_cast<UA_HistoryData*>(nullptr), &result}) {
-        EXPECT_EQ(backend.getHistoryData(nullptr, nullptr, nullptr, &backend, 0, 0, &unknown, 1, 1,
-                                         true, UA_TIMESTAMPSTORETURN_BOTH, {}, false, nullptr,
-                                         &continuation, wanted),
+    constexpr std::nullptr_t no = nullptr;
+    for (UA_HistoryData* const wanted : {static_cast<UA_HistoryData*>(no), &result}) {
+        EXPECT_EQ(backend.getHistoryData(no, no, no, &backend, 0, 0, &unknown, 1, 1, true,
+                                         UA_TIMESTAMPSTORETURN_BOTH, {}, false, no, &continuation,
+                                         wanted),
                   wanted == nullptr ? UA_STATUSCODE_BADINVALIDARGUMENT : UA_STATUSCODE_GOOD);
     }
     EXPECT_EQ(continuation.data, nullptr);
     EXPECT_NE(result.dataValues, nullptr) << "an empty array, not a missing one";
     EXPECT_EQ(backend.context, &RtexContext);
-    EXPECT_EQ(
-        backend.serverSetHistoryData(nullptr, nullptr, nullptr, nullptr, nullptr, true, nullptr),
-        0x80720000U);
-    EXPECT_EQ(backend.getDateTimeMatch(nullptr, nullptr, nullptr, nullptr, nullptr, 0, MATCH_EQUAL),
-              0x80720000U);
-    EXPECT_TRUE(backend.boundSupported(nullptr, nullptr, nullptr, nullptr, nullptr));
+    EXPECT_EQ(backend.serverSetHistoryData(no, no, no, no, no, true, no), 0x80720000U);
+    EXPECT_EQ(backend.getDateTimeMatch(no, no, no, no, no, 0, MATCH_EQUAL), 0x80720000U);
+    EXPECT_TRUE(backend.boundSupported(no, no, no, no, no));
     for (const int setting : {0, 4, 5, 100}) {
-        EXPECT_EQ(backend.timestampsToReturnSupported(nullptr, nullptr, nullptr, nullptr, nullptr,
-                                                      static_cast<UA_TimestampsToReturn>(setting)),
-                  setting < 5);
+        const auto asked = static_cast<UA_TimestampsToReturn>(setting);
+        EXPECT_EQ(backend.timestampsToReturnSupported(no, no, no, no, no, asked), setting < 5);
     }
     EXPECT_EQ(PointCountForTrends, 100) << "nothing was configured when it was asked for";
 }

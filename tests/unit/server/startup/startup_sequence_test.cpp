@@ -1,14 +1,10 @@
 #include "server/startup/StartupSequence.h"
 
-#include <thread>
-
 #include "server/ServerState.h"
 #include "server/config/ConfigState.h"
 #include "server/variables/UARTEXVariable.h"
 #include "support/child_process.h"
 #include "support/operator_view.h"
-
-namespace {
 
 class Startup : public OperatorView {
   protected:
@@ -29,8 +25,6 @@ class Startup : public OperatorView {
                                 [](UAServer&) { tell("backend"); },
                                 [](UAServer&) { return tell("history"); }};
 };
-
-}  // namespace
 
 TEST_F(Startup, MakesItsPartsInOrderAndServesThoughOneFails) {
     const struct {

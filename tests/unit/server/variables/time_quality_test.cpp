@@ -1,8 +1,5 @@
 #include "server/variables/TimeQuality.h"
-
-#include <gtest/gtest.h>
-
-#include <limits>
+#include "support/basics.h"
 
 static UA_DateTime ticks(std::int64_t seconds) {
     constexpr UA_DateTime kEpoch = 116'444'736'000'000'000;  // 1970

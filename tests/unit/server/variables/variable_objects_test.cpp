@@ -1,9 +1,3 @@
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <stdexcept>
-
 #include "lib/util/shmem.h"
 #include "server/variables/VariableTypeAV.h"
 #include "server/variables/VariableTypeDV.h"
