@@ -1,16 +1,9 @@
 #include "options.h"
 
-#include <gtest/gtest.h>
-#include <unistd.h>
-
-#include <initializer_list>
-#include <vector>
-
 #include "support/capture.h"
 
-namespace {
-
-std::optional<sim::Options> parse(std::initializer_list<const char*> arguments, int& status) {
+static std::optional<sim::Options> parse(std::initializer_list<const char*> arguments,
+                                         int& status) {
     std::vector<const char*> argv{"zrtsim"};
     argv.insert(argv.end(), arguments);
     return sim::parseOptions(static_cast<int>(argv.size()), argv.data(), status);
@@ -25,12 +18,10 @@ TEST(Options, TakeWhatIsInRange) {
         status);
     ASSERT_TRUE(options);
     EXPECT_EQ(options->counts, (sim::Counts{65535, 12, 0, 60, 24, 10, 10, 10, 20, 20, 7}));
-    EXPECT_EQ(options->port, 4849);
-    EXPECT_EQ(options->cycleMs, 10);
-    EXPECT_EQ(options->generation, 255);
-    EXPECT_TRUE(options->frozen && options->fresh && !options->stats);
+    EXPECT_EQ(std::tuple(options->port, options->cycleMs, options->generation),
+              std::tuple(4849, 10, 255));
+    EXPECT_TRUE(options->frozen && options->fresh && !options->stats && !options->controllerNumber);
     EXPECT_EQ(options->cycleLog, "cycles");
-    EXPECT_FALSE(options->controllerNumber);
     EXPECT_EQ(options->history, std::chrono::hours(36));
     EXPECT_EQ(options->keep, std::chrono::hours(24 * 3660));
 }
@@ -53,5 +44,3 @@ TEST(Options, RefuseTheRestWithAMessageAndStatus2) {
         EXPECT_NE(errors.text().find("zrtsim"), std::string::npos);
     }
 }
-
-}  // namespace

@@ -1,11 +1,5 @@
-#include <gtest/gtest.h>
-
-#include <string>
-#include <utility>
-
 #include "settings/samples.h"
-
-namespace {
+#include "support/basics.h"
 
 TEST(Samples, CycleTimeIsReadAsTheControllerReadsIt) {
     const std::pair<const char*, int> cases[] = {
@@ -35,5 +29,3 @@ TEST(Samples, NameEachValueOnceInCharactersOfTheirCodePage) {
         EXPECT_EQ(text.find('?'), std::string::npos) << "a character that CP866 lacks";
     }
 }
-
-}  // namespace

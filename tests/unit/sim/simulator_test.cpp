@@ -1,18 +1,6 @@
 // The whole program, and its archive as a server sees it through the trend library.
 #include "simulator.h"
 
-#include <gtest/gtest.h>
-#include <sys/shm.h>
-
-#include <algorithm>
-#include <csignal>
-#include <ctime>
-#include <functional>
-#include <iostream>
-#include <sstream>
-#include <string>
-#include <vector>
-
 #include "failure.h"
 #include "lib/util/shmem.h"
 #include "lib/util/veskpath.h"
@@ -23,12 +11,12 @@
 #include "support/pen_values.h"
 #include "unit/sim/site/temporary_site.h"
 
-namespace {
+using testing::AllOf, testing::HasSubstr;
 
 /// Runs zrtsim in a process of its own, as its main does, and ends it by SIGTERM.
 /// @param meanwhile  called once it is ready
 /// @return its messages
-std::string ran(const sim::Options& options, const std::function<void()>& meanwhile) {
+static std::string ran(const sim::Options& options, const std::function<void()>& meanwhile) {
     ChildProcess process([&options] {
         static volatile std::sig_atomic_t stopAsked = 0;
         signal(SIGTERM, [](int) { stopAsked = 1; });
@@ -36,10 +24,8 @@ std::string ran(const sim::Options& options, const std::function<void()>& meanwh
         sim::Simulator(options, std::cout, stopAsked).run();
         return 0;
     });
-    EXPECT_TRUE(waitUntil([&] {
-        return process.out().find("\nzrtsim: ready\n") != std::string::npos;
-    })) << process.out()
-        << process.err();
+    EXPECT_TRUE(waitUntil([&] { return process.out().ends_with("\nzrtsim: ready\n"); }))
+        << process.out() << process.err();
     meanwhile();
     kill(process.pid(), SIGTERM);
     EXPECT_EQ(process.wait(), 0);
@@ -55,15 +41,12 @@ TEST(Simulator, TakesTheUsersConfigurationAndCycle) {
     options.controllerNumber = 12;
     ran(options, [&site] {
         EXPECT_EQ(site.read("settings/opcuasrv.ini"), site.read("mine.ini"));
-        const std::string settings = site.read("settings/veskkntr.ini");
-        EXPECT_TRUE(settings.find("CycleTime = 40\n") < settings.size());
-        EXPECT_TRUE(settings.find("Number_kontr = 12\n") < settings.size());
+        EXPECT_THAT(site.read("settings/veskkntr.ini"),
+                    AllOf(HasSubstr("CycleTime = 40\n"), HasSubstr("Number_kontr = 12\n")));
         site.write("settings/veskkntr.ini", "[StartSetup]\nCycleTime = 30\n");
     });
     EXPECT_TRUE(std::filesystem::exists(site.path("mine.ini")));
-    const std::string messages = ran({}, [] {});
-    EXPECT_NE(messages.find("цикл 30 мс"), std::string::npos)
-        << "an edited cycle is in force in the next run: " << messages;
+    EXPECT_THAT(ran({}, [] {}), HasSubstr("цикл 30 мс")) << "edited, it is in force next time";
 }
 
 /// A file that somebody else makes meanwhile, and the segment of another program under a key that
@@ -92,7 +75,7 @@ TEST(Simulator, TouchesNothingThatComesLate) {
         return shmctl(foreign, IPC_RMID, nullptr);
     });
     EXPECT_EQ(run.wait(), 0);
-    EXPECT_NE(run.out().find("63"), std::string::npos) << run.out();
+    EXPECT_THAT(run.out(), HasSubstr("63"));
     EXPECT_TRUE(std::filesystem::is_empty(temporary.path("")));
 }
 
@@ -101,7 +84,7 @@ TEST(Simulator, TouchesNothingThatComesLate) {
 constexpr std::int64_t kSecond = 1'000'000;
 
 /// Runs zrtsim until it has recorded for a second or two and gives its messages.
-std::string recorded(sim::Options options) {
+static std::string recorded(sim::Options options) {
     options.cycleMs = 50;
     return ran(options, [until = std::time(nullptr) + 2] {
         EXPECT_TRUE(waitUntil([&] { return !readPen({4, 8}, until * kSecond).values.empty(); }));
@@ -109,7 +92,7 @@ std::string recorded(sim::Options options) {
 }
 
 /// Times of a pen's values, us, which must ascend without a gap of more than 3 s.
-std::vector<std::int64_t> timesOf(OPCHDAITEMDEF pen) {
+static std::vector<std::int64_t> timesOf(OPCHDAITEMDEF pen) {
     const PenValues read = readPen(pen);
     std::vector<std::int64_t> times;
     for (std::size_t i = 0; i < read.values.size(); ++i) {
@@ -126,8 +109,7 @@ TEST(Trends, GoOnFromAPastToTheNextRun) {
     sim::Options options;
     options.history = std::chrono::hours(3);
     const std::int64_t begin = std::time(nullptr) * kSecond;
-    const std::string messages = recorded(options);
-    EXPECT_NE(messages.find("значений 345600"), std::string::npos) << messages;
+    EXPECT_THAT(recorded(options), HasSubstr("значений 345600"));
     std::vector<std::int64_t> before;
     for (std::uint32_t pen = 0; pen < 32; ++pen) {
         SCOPED_TRACE(pen);
@@ -186,5 +168,3 @@ TEST(Trends, RefuseWhatTheyCannotGoOnWith) {
     unsetenv("VESKPATH");
     SRV_Path.InitPathes();
 }
-
-}  // namespace

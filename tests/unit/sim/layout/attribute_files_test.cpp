@@ -1,15 +1,7 @@
-#include <gtest/gtest.h>
-
-#include <fstream>
-#include <iterator>
-#include <string>
-
 #include "layout/attribute_files.h"
+#include "support/files.h"
 
 TEST(AttributeFiles, TheDocumentedTableIsCurrent) {
-    std::ifstream file(ATTRIBUTES_MD);
-    ASSERT_TRUE(file) << ATTRIBUTES_MD;
-    const std::string documented{std::istreambuf_iterator<char>(file), {}};
-    EXPECT_EQ(documented, sim::attributeTable())
+    EXPECT_EQ(readFile(ATTRIBUTES_MD), sim::attributeTable())
         << "docs/attributes.md is old: write it with zrtsim --attribute-table";
 }

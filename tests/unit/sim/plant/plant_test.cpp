@@ -1,19 +1,8 @@
 #include "plant/plant.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <limits>
-#include <map>
-#include <set>
-#include <string>
-#include <utility>
-#include <vector>
-
 #include "memory/database_arrays.h"
 #include "plant/quality.h"
-
-namespace {
+#include "support/basics.h"
 
 using enum sim::TypeCode;
 
@@ -22,7 +11,7 @@ using enum sim::TypeCode;
 struct TestDatabase : sim::DatabaseArrays {
     using DatabaseArrays::DatabaseArrays;
 
-    template <class T>
+    template <class T = std::uint8_t>
     T field(sim::TypeCode type, unsigned num, std::size_t offset) const {
         return sim::load<T>(memory.passport(type, num - 1) + offset);
     }
@@ -36,7 +25,7 @@ struct TestDatabase : sim::DatabaseArrays {
     }
     void setInput(unsigned num, float value) { sim::store(memory.value(HI, num - 1), value); }
     unsigned quality(sim::TypeCode type, unsigned num) const {
-        return sim::load<std::uint32_t>(memory.timeQualityOf(type, num - 1) + 16);
+        return sim::load<unsigned>(memory.timeQualityOf(type, num - 1) + 16);
     }
     std::int64_t seconds(sim::TypeCode type, unsigned num) const {
         return sim::load<std::int64_t>(memory.timeQualityOf(type, num - 1));
@@ -79,10 +68,8 @@ class PlantTest : public testing::Test {
 TEST_F(PlantTest, StartsSettledWithGoodQualityAndItsTime) {
     for (const auto type : {VA, AV, HI, DI, DO}) {
         for (unsigned num = 1; num <= db.memory.of(type).count; ++num) {
-            EXPECT_EQ(db.quality(type, num), 0xC0U);
-            EXPECT_EQ(db.seconds(type, num), 1000);
-            if (type != VA) continue;
-            EXPECT_EQ(db.field<std::uint8_t>(VA, num, 110), 0U) << "alarm of VA " << num;
+            EXPECT_TRUE(db.quality(type, num) == 0xC0 && db.seconds(type, num) == 1000);
+            EXPECT_TRUE(type != VA || db.field(VA, num, 110) == 0) << "alarm of VA " << num;
         }
     }
     EXPECT_NEAR(db.value<float>(VA, kWaterOut), 82, 1.5);
@@ -108,14 +95,12 @@ TEST_F(PlantTest, EveryLoopHoldsAndFollowsItsSetPoint) {
 /// Also when both are written in turn, a cycle after each other.
 TEST_F(PlantTest, TheLastWriteMovesBothSetPoints) {
     run(1);
-    for (const float wanted : {75.0F, 70.0F, 82.0F}) {
+    for (const float wanted : {70.0F, 82.0F, 75.0F}) {
         db.setField(AV, kGasLoop, kSetPointInUse, wanted);
         cycle();
         EXPECT_EQ(db.value<float>(HI, kWaterSetPoint), wanted);
         EXPECT_EQ(db.field<float>(AV, kGasLoop, kSetPointInUse), wanted);
     }
-    db.setField(AV, kGasLoop, kSetPointInUse, 75.0F);
-    cycle();
     db.setInput(kWaterSetPoint, 82);
     cycle();
     EXPECT_EQ(db.field<float>(AV, kGasLoop, kSetPointInUse), 82);
@@ -137,7 +122,7 @@ TEST_F(PlantTest, ManualModeFollowsTheManualOutputWithoutBump) {
 }
 
 TEST_F(PlantTest, ABooleanInputWithdrawsThePermit) {
-    ASSERT_EQ(db.field<std::uint8_t>(HI, kPermit, 27), 2) << "boolean layout";
+    ASSERT_EQ(db.field(HI, kPermit, 27), 2) << "boolean layout";
     db.setField<std::uint8_t>(HI, kPermit, 28, 0);
     run(5);
     EXPECT_EQ(db.value<float>(HI, kPermit), 0);
@@ -183,13 +168,12 @@ TEST_F(PlantTest, AnInputOffTheScanKeepsWhatAClientWrites) {
         sim::store(db.memory.data(VA, 0), data);
         cycle();
         EXPECT_EQ(db.field<float>(VA, 1, 103), data);
-        EXPECT_EQ(db.field<std::uint8_t>(VA, 1, 108) & (64 | 8), 64 | above)
-            << "scan off, above 30";
-        EXPECT_EQ(db.field<std::uint8_t>(VA, 1, 110), above / 8) << "warning";
+        EXPECT_EQ(db.field(VA, 1, 108) & (64 | 8), 64 | above) << "scan off, above 30";
+        EXPECT_EQ(db.field(VA, 1, 110), above / 8) << "warning";
     }
     EXPECT_EQ(db.value<std::uint8_t>(DI, kFlame), 0);
     EXPECT_EQ(db.quality(DI, kFlame), 0x40U);
-    EXPECT_EQ(db.field<std::uint8_t>(DI, kFlame, 50), 1) << "no flame is an alarm";
+    EXPECT_EQ(db.field(DI, kFlame, 50), 1) << "no flame is an alarm";
 }
 
 TEST_F(PlantTest, SensorsBreakButNotThoseOfLoops) {
@@ -202,7 +186,7 @@ TEST_F(PlantTest, SensorsBreakButNotThoseOfLoops) {
             const float low = db.field<float>(VA, analog, 34);
             EXPECT_LT(sim::load<float>(db.memory.data(VA, analog - 1)), low) << "broken line";
             EXPECT_GE(db.value<float>(VA, analog), low) << "the value stays what it was";
-            EXPECT_EQ(db.field<std::uint8_t>(VA, analog, 108) & 1, 1) << "fault bit";
+            EXPECT_EQ(db.field(VA, analog, 108) & 1, 1) << "fault bit";
         }
     }
     EXPECT_EQ(affected.size(), 3U);
@@ -215,7 +199,7 @@ TEST_F(PlantTest, SurvivesWhateverAClientWrites) {
     constexpr float kHuge = std::numeric_limits<float>::max();
     for (const float poison : {std::numeric_limits<float>::quiet_NaN(), kHuge, -kHuge}) {
         for (unsigned num = 1; num <= 24; ++num) {
-            if (db.field<std::uint8_t>(HI, num, 27) == 0) db.setInput(num, poison);
+            if (db.field(HI, num, 27) == 0) db.setInput(num, poison);
             for (std::size_t real = 34; real <= 78; real += 4)
                 db.setField(VA, num, real, poison);
             for (std::size_t real = 50; real <= 102 && num <= 12; real += 4)
@@ -224,7 +208,7 @@ TEST_F(PlantTest, SurvivesWhateverAClientWrites) {
         run(5);
     }
     EXPECT_EQ(db.value<float>(HI, kWaterSetPoint), 50) << "cut to its limits";
-    EXPECT_EQ(db.field<std::uint8_t>(HI, kWaterSetPoint, 46), 1) << "and says so";
+    EXPECT_EQ(db.field(HI, kWaterSetPoint, 46), 1) << "and says so";
     for (std::size_t i = 0; i < before.size(); ++i)
         std::copy(before[i].begin(), before[i].end(), db.arrays[i].begin());
     run(300);
@@ -258,25 +242,23 @@ TEST(Plant, GrowsToTheLargestDatabaseWithItsOwnDesignations) {
     }
     EXPECT_NEAR(db.value<float>(VA, 80 * 700 + kWaterOut), 82, 2) << "the last houses work too";
     constexpr unsigned kLoop = 12 * 2000 + 1;
-    EXPECT_EQ(db.field<std::uint8_t>(AV, kLoop, 34), 3) << "set point: HI";
+    EXPECT_EQ(db.field(AV, kLoop, 34), 3) << "set point: HI";
     EXPECT_EQ(db.field<std::uint16_t>(AV, kLoop, 35), 24 * 2000 + 1);
-    EXPECT_EQ(db.field<std::uint8_t>(AV, kLoop, 31), 0) << "no such analog input, no link";
+    EXPECT_EQ(db.field(AV, kLoop, 31), 0) << "no such analog input, no link";
 }
 
 TEST(Plant, WorksWithPartOfAHouse) {
-    for (const sim::Counts& counts : {sim::Counts{5},
-                                      {0, 12},
-                                      {0, 0, 0, 0, 1},
-                                      {81, 13, 25, 61, 25, 1},
-                                      {},
-                                      {80, 12, 0, 60, 0, 0, 0, 0, 0, 0, 3}}) {
+    const sim::Counts cases[] = {{5},
+                                 {0, 12},
+                                 {0, 0, 0, 0, 1},
+                                 {81, 13, 25, 61, 25, 1},
+                                 {},
+                                 {80, 12, 0, 60, 0, 0, 0, 0, 0, 0, 3}};
+    for (const sim::Counts& counts : cases) {
         TestDatabase db(counts);
         sim::Plant plant(db.memory, 1, {1, 0});
         for (int i = 0; i < 50; ++i)
             plant.cycle({2, 0}, 0.1F);
-        const bool isWhole = counts[0] >= 80;
-        EXPECT_NEAR(isWhole ? db.value<float>(VA, kWaterOut) : 82, 82, 2);
+        EXPECT_TRUE(counts[0] < 80 || std::abs(db.value<float>(VA, kWaterOut) - 82) < 2);
     }
 }
-
-}  // namespace

@@ -1,8 +1,5 @@
 #include "site/record.h"
-
-#include <gtest/gtest.h>
-
-namespace {
+#include "support/basics.h"
 
 TEST(Record, OwnsWhatItNotedAndNothingElse) {
     sim::RecordContents found;
@@ -28,9 +25,6 @@ TEST(Record, OwnsWhatItNotedAndNothingElse) {
         {"not confirmed, made by the run", object(IpcKind::segment, 0x70, 3, 4711, 100), true},
         {"not confirmed, of another maker", object(IpcKind::segment, 0x70, 3, 78, 100), false},
     };
-    for (const auto& c : cases) {
+    for (const auto& c : cases)
         EXPECT_EQ(found.owns(c.object), c.ours) << c.why;
-    }
 }
-
-}  // namespace

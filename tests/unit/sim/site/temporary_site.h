@@ -1,8 +1,5 @@
 #pragma once
 
-#include <filesystem>
-#include <string>
-
 #include "support/files.h"
 
 /// The installation folder of the sandbox, empty at first and again at the end.

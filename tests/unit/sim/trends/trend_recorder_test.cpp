@@ -1,14 +1,5 @@
 #include "trends/trend_recorder.h"
 
-#include <gtest/gtest.h>
-#include <sys/resource.h>
-
-#include <csignal>
-#include <map>
-#include <memory>
-#include <string>
-#include <vector>
-
 #include "layout/field_table.h"
 #include "memory/database_arrays.h"
 #include "plant/quality.h"
@@ -16,8 +7,6 @@
 #include "support/pen_values.h"
 #include "support/wait_until.h"
 #include "unit/sim/site/temporary_site.h"
-
-namespace {
 
 using sim::TypeCode;
 
@@ -158,5 +147,3 @@ TEST_F(Recorder, LosesNothingToTheClock) {
     for (std::size_t i = 0; i < 21; ++i)
         EXPECT_EQ(all.time(10 + i), (100'000 + static_cast<std::int64_t>(i)) * 1'000'000);
 }
-
-}  // namespace
