@@ -1,9 +1,3 @@
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <chrono>
-#include <set>
-
 #include "server/text/Utf8ToCP866Converter.h"
 #include "support/capture.h"
 #include "support/cases.h"
@@ -28,9 +22,8 @@ static Database smallDatabase() {
 /// How many arguments a text has places for.
 static std::size_t placesOf(std::string_view pattern) {
     std::size_t places = 0;
-    for (std::size_t n = 0; n < 10; ++n) {
+    for (std::size_t n = 0; n < 10; ++n)
         if (pattern.find("{" + std::to_string(n) + "}") != std::string::npos) places = n + 1;
-    }
     return places;
 }
 
@@ -109,9 +102,8 @@ TEST(Opcuacheck, NamesNoRefusalForASleepingServer) {
 
 TEST(Opcuacheck, WorksOutLongListsWithoutExpandingThem) {
     std::string text = kHead;
-    for (int group = 100; group < 900; ++group) {
+    for (int group = 100; group < 900; ++group)
         text += "[Attributes_Group" + std::to_string(group) + "]\nVA = 1-2147483647\n";
-    }
     const auto begin = std::chrono::steady_clock::now();
     EXPECT_THAT(told(text, {}), testing::Contains("0 tree-too-large"));
     EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(20));
@@ -135,14 +127,13 @@ TEST(OpcuacheckProgram, TellsItsResultByItsStatus) {
     EXPECT_EQ(run({file}).first, kClean);
     EXPECT_EQ(run({"--codes"}).first, kClean);
     EXPECT_EQ(run({file, "--json"}).second, "[]\n");
-    EXPECT_EQ(run({file, "--counts", "va=4,x=1"}).first, kBadUsage);
-    EXPECT_EQ(run({file, "--rvs", "1-2147483647"}).first, kBadUsage);
-    EXPECT_EQ(run({file, "--lang", "de"}).first, kBadUsage);
-    EXPECT_EQ(run({file, "--nonsense"}).first, kBadUsage);
+    for (const char* option :
+         {"--counts=va=4,x=1", "--rvs=1-2147483647", "--lang=de", "--nonsense"})
+        EXPECT_EQ(run({file, option}).first, kBadUsage) << option;
     EXPECT_EQ(run({}).first, kBadUsage);
     EXPECT_EQ(run({file, "--system", "/nowhere"}).first, kNotReadable);
-    EXPECT_EQ(run({"/nowhere"}).first, kNotReadable);
-    EXPECT_EQ(run({"/tmp"}).first, kNotReadable);
+    for (const char* unreadable : {"/nowhere", "/tmp"})
+        EXPECT_EQ(run({unreadable}).first, kNotReadable);
     writeFile(kPath, kTags + "VD = 1,,\n");
     EXPECT_EQ(run({file}).first, kWarnings);
     writeFile(kPath, kTags + "\"VD\\ = 1\n");

@@ -1,16 +1,11 @@
 #include "tools/opcuaview/command_line.h"
 
-#include <gmock/gmock.h>
-
-#include <string>
-#include <vector>
-
 #include "support/capture.h"
 
 namespace opcuaview {
 
 TEST(CommandLine, AnswersByTextAndStatus) {
-    const std::string nobody = "opc.tcp://127.0.0.1:1";
+    const char* const nobody = "opc.tcp://127.0.0.1:1";
     const struct {
         const char* why;
         std::vector<const char*> arguments;
@@ -27,14 +22,8 @@ TEST(CommandLine, AnswersByTextAndStatus) {
         {"no time at all", {"watch", "--seconds", "0"}, kBadUsage, "\"0\""},
         {"would load the server", {"watch", "--interval", "1"}, kBadUsage, "50..3600000"},
         {"not a node id", {"watch", "--node", "Operative"}, kBadUsage, "\"Operative\""},
-        {"two ways to choose",
-         {"watch", "--node", "ns=1;i=1", "--filter", "VA"},
-         kBadUsage,
-         "--node"},
-        {"nobody is there",
-         {"watch", "--url", nobody.c_str(), "--wait", "0"},
-         kCannotConnect,
-         nobody.c_str()},
+        {"two ways", {"watch", "--node", "ns=1;i=1", "--filter", "VA"}, kBadUsage, "--node"},
+        {"nobody is there", {"watch", "--url", nobody, "--wait", "0"}, kCannotConnect, nobody},
     };
     for (auto c : cases) {
         SCOPED_TRACE(c.why);

@@ -1,12 +1,6 @@
 #include "tools/opcuaview/history.h"
 
-#include <gmock/gmock.h>
-
-#include <algorithm>
-#include <cmath>
-#include <limits>
-#include <vector>
-
+#include "support/basics.h"
 #include "tools/opcuaview/history_pager.h"
 #include "tools/opcuaview/plot.h"
 
@@ -27,16 +21,12 @@ class CuttingServer {
 
     HistoryRequest request() {
         return [this](UA_DateTime from, UA_DateTime to, std::vector<HistoryValue>& values) {
-            if (failures > 0) {
-                --failures;
-                return UA_STATUSCODE_BADTIMEOUT;
-            }
+            if (failures > 0) return --failures, UA_STATUSCODE_BADTIMEOUT;
             from -= from % kMs;
             to -= to % kMs;
-            for (std::size_t i = 0; i < times_.size() && values.size() < limit_; ++i) {
-                if (times_[i] < from || times_[i] > to) continue;
-                values.push_back({times_[i], static_cast<double>(i), UA_STATUSCODE_GOOD, false});
-            }
+            for (std::size_t i = 0; i < times_.size() && values.size() < limit_; ++i)
+                if (times_[i] >= from && times_[i] <= to)
+                    values.push_back({times_[i], double(i), UA_STATUSCODE_GOOD, false});
             return UA_STATUSCODE_GOOD;
         };
     }
@@ -50,9 +40,9 @@ class CuttingServer {
 };
 
 std::vector<UA_DateTime> every(UA_DateTime step, int count, int equal = 1) {
-    std::vector<UA_DateTime> times(static_cast<std::size_t>(count));
+    std::vector<UA_DateTime> times;
     for (int i = 0; i < count; ++i)
-        times[static_cast<std::size_t>(i)] = kBegin + i / equal * step;
+        times.push_back(kBegin + i / equal * step);
     return times;
 }
 
@@ -72,9 +62,8 @@ Read readOn(HistoryPager& pager) {
 }
 
 std::vector<int> numbers(int from, int to) {
-    std::vector<int> all;
-    for (int i = from; i < to; ++i)
-        all.push_back(i);
+    std::vector<int> all(static_cast<std::size_t>(to - from));
+    std::iota(all.begin(), all.end(), from);
     return all;
 }
 
@@ -139,21 +128,15 @@ TEST(HistoryPager, GoesOnAfterAFailureAndWithWhatIsAdded) {
 TEST(History, TimesAndDurationsAreReadAsWritten) {
     setenv("TZ", "MSK-3", 1);
     tzset();
-    const struct {
-        const char* text;
-        std::int64_t unixMs;  // -1: refused
-    } times[] = {{"2026-11-21T09:30:15.250Z", 1'795'253'415'250},
-                 {"2026-11-21 12:30:15", 1'795'253'415'000},
-                 {"2026-11-21", 1'795'208'400'000},
-                 {"2026-02-30", -1},
-                 {"21.11.2026", -1},
-                 {"2026-11-21 12:30:15.5", -1},
-                 {"", -1},
-                 {"2026-11-21 12:61", -1}};
-    for (const auto& row : times) {
-        const auto time = parseTime(row.text);
-        EXPECT_EQ(time ? (*time - UA_DATETIME_UNIX_EPOCH) / kMs : -1, row.unixMs) << row.text;
-    }
+    const std::pair<const char*, std::int64_t> times[] = {
+        {"2026-11-21T09:30:15.250Z", 1'795'253'415'250},
+        {"2026-11-21 12:30:15", 1'795'253'415'000},
+        {"2026-11-21", 1'795'208'400'000}};
+    for (const auto& [text, unixMs] : times)
+        EXPECT_EQ((parseTime(text).value() - UA_DATETIME_UNIX_EPOCH) / kMs, unixMs) << text;
+    for (const char* text :
+         {"2026-02-30", "21.11.2026", "2026-11-21 12:30:15.5", "", "2026-11-21 12:61"})
+        EXPECT_FALSE(parseTime(text)) << text;
     unsetenv("TZ");
     tzset();
     EXPECT_EQ(parseDuration("90s"), std::chrono::seconds{90});

@@ -1,13 +1,7 @@
 // Reading the ring while others post, and reading memory that must not be written.
 #include "tools/zrtjournal/live_ring.h"
 
-#include <algorithm>
-#include <functional>
-#include <thread>
-
 #include "unit/lib/rolling2/journal.h"
-
-namespace {
 
 class LiveRing : public JournalTest {
   protected:
@@ -24,12 +18,10 @@ TEST_F(LiveRing, IsCopiedWholeAndInOrder) {
     CRolManager journal;
     join(journal);
     EXPECT_EQ(copied(), upTo(1, 0)) << "empty";
-    post(journal, 1, 3);
-    EXPECT_EQ(copied(), upTo(1, 3));
-    post(journal, 4, 20);
-    EXPECT_EQ(copied(), upTo(1, 20)) << "full: the oldest one too";
-    post(journal, 21, 33);
-    EXPECT_EQ(copied(), upTo(14, 33)) << "gone round";
+    for (unsigned posted = 1; posted <= 33; ++posted) {
+        post(journal, posted, posted);
+        EXPECT_EQ(copied(), upTo(posted > 20 ? posted - 19 : 1, posted));
+    }
 }
 
 TEST_F(LiveRing, DoesNotTrustWhatOthersWrote) {
@@ -99,9 +91,6 @@ TEST_F(LiveRing, IsAttachedForReadingOnly) {
         return 0;
     });
     EXPECT_NE(writer.wait(), 0);
-    EXPECT_EQ(ShmOpenReadOnly(71).error, ENOENT);
-    EXPECT_EQ(ShmOpenReadOnly(128).error, EINVAL);
-    EXPECT_EQ(ShmOpenReadOnly(-1).error, EINVAL);
+    for (const auto& [index, error] : {std::pair(71, ENOENT), {128, EINVAL}, {-1, EINVAL}})
+        EXPECT_EQ(ShmOpenReadOnly(index).error, error);
 }
-
-}  // namespace
