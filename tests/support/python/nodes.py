@@ -54,15 +54,8 @@ def _item(tag: str, name: str, number: str, right: str) -> Node:
     )
 
 
-_FLAT_FOLDERS = {
-    "1_VA": 1,
-    "3_AV": 2,
-    "2_VD": 4,
-    "4_DV": 5,
-    "50_RVV": 9,
-    "51_RVS": 10,
-    "52_RVL": 11,
-}
+_KEYS = (1, 2, 4, 5, 9, 10, 11)
+_FLAT_FOLDERS = dict(zip("1_VA 3_AV 2_VD 4_DV 50_RVV 51_RVS 52_RVL".split(), _KEYS, strict=True))
 
 # A folder, the tags in it, and the items that each of them has: "NAME NUMBER RIGHT, ...". The folder
 # is "1_VA" and the like, a group's number and name, or "GROUP_50_RVV" and the like.

@@ -22,19 +22,12 @@ _NODES_A_REQUEST = 200  # of what a server allows a browse
 
 OBJECTS_FOLDER_ID = ua.NodeId(85, 0)
 
-_NODE_ATTRIBUTES = (
-    ua.AttributeIds.NodeClass,
-    ua.AttributeIds.BrowseName,
-    ua.AttributeIds.DisplayName,
-    ua.AttributeIds.Description,
-)
-_VARIABLE_ATTRIBUTES = (
-    ua.AttributeIds.AccessLevel,
-    ua.AttributeIds.UserAccessLevel,
-    ua.AttributeIds.DataType,
-    ua.AttributeIds.ValueRank,
+# Of every node, then of variables.
+_ATTRIBUTES = [
+    *map(ua.AttributeIds.__getitem__, ("NodeClass", "BrowseName", "DisplayName", "Description")),
+    *map(ua.AttributeIds.__getitem__, ("AccessLevel", "UserAccessLevel", "DataType", "ValueRank")),
     ua.AttributeIds.Historizing,
-)
+]
 
 
 class OpcClient:
@@ -120,18 +113,9 @@ class OpcClient:
         bounds: bool = False,
     ) -> tuple[ua.StatusCode, list[ua.DataValue]]:
         """Raw values of one node, as one answer holds them."""
-        details = ua.ReadRawModifiedDetails(
-            IsReadModified=False,
-            StartTime=start,
-            EndTime=end,
-            NumValuesPerNode=values,
-            ReturnBounds=bounds,
-        )
-        parameters = ua.HistoryReadParameters(
-            HistoryReadDetails=details,
-            TimestampsToReturn=timestamps,
-            NodesToRead=[ua.HistoryReadValueId(NodeId=self.node_id(key))],
-        )
+        details = ua.ReadRawModifiedDetails(False, start, end, values, bounds)
+        wanted = [ua.HistoryReadValueId(NodeId=self.node_id(key))]
+        parameters = ua.HistoryReadParameters(details, timestamps, NodesToRead=wanted)
         (result,) = self.run(self.client.uaclient.history_read(parameters))
         assert not result.ContinuationPoint
         return result.StatusCode, result.HistoryData.DataValues or []
@@ -142,11 +126,8 @@ class OpcClient:
         """Every node of the server's namespace that hangs below the Objects folder."""
         places = self._walk()
         keys = list(places)
-        attributes = _NODE_ATTRIBUTES + _VARIABLE_ATTRIBUTES
-        results = self.read_many(
-            (self.node_id(key), attribute) for key in keys for attribute in attributes
-        )
-        width = len(attributes)
+        width = len(_ATTRIBUTES)
+        results = self.read_many([(self.node_id(k), a) for k in keys for a in _ATTRIBUTES])
         return {
             key: _node(self.namespace, places[key], results[index * width : (index + 1) * width])
             for index, key in enumerate(keys)
@@ -155,16 +136,9 @@ class OpcClient:
     def _references(self, nodes: list[ua.NodeId]) -> list[list[ua.ReferenceDescription]]:
         """All references, both ways."""
         parameters = ua.BrowseParameters(RequestedMaxReferencesPerNode=0)
+        which = (ua.BrowseDirection.Both, ua.NodeId(ua.ObjectIds.References), True, 0)
         parameters.NodesToBrowse = [
-            ua.BrowseDescription(
-                NodeId=node,
-                BrowseDirection=ua.BrowseDirection.Both,
-                ReferenceTypeId=ua.NodeId(ua.ObjectIds.References),
-                IncludeSubtypes=True,
-                NodeClassMask=0,
-                ResultMask=ua.BrowseResultMask.All,
-            )
-            for node in nodes
+            ua.BrowseDescription(node, *which, ua.BrowseResultMask.All) for node in nodes
         ]
         results = self.run(self.client.uaclient.browse(parameters))
         for result in results:

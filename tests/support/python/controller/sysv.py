@@ -67,12 +67,8 @@ def create_segment(key: int, size: int) -> IpcObject:
 
 
 def remove(target: IpcObject) -> None:
-    if target.kind == "shm":
-        _checked(_libc.shmctl(target.id, _IPC_RMID, None), "shmctl")
-    elif target.kind == "sem":
-        _checked(_libc.semctl(target.id, 0, _IPC_RMID, 0), "semctl")
-    else:
-        _checked(_libc.msgctl(target.id, _IPC_RMID, None), "msgctl")
+    number = (0,) if target.kind == "sem" else ()  # of the semaphore
+    _checked(_libc[f"{target.kind}ctl"](target.id, *number, _IPC_RMID, None), f"{target.kind}ctl")
 
 
 def value(semaphore: IpcObject) -> int:
