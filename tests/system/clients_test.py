@@ -17,18 +17,6 @@ from waiting import PATIENCE_S
 PUBLISHING = publishing(("VA", 14), right=BOTH)
 
 
-def test_two_clients_see_each_others_writes(site: Site) -> None:
-    site.start(va=3)
-    first, second = site.serve(PUBLISHING), site.connect()
-    for turn in range(20):
-        writer, reader = (first, second) if turn % 2 else (second, first)
-        node = item("VA", turn % 3 + 1, 14)
-        assert writer.write(node, turn * 0.5, ua.VariantType.Float).is_good()
-        assert reader.read(node).Value.Value == turn * 0.5
-    first.close()
-    assert second.read(item("VA", 1, 14)).StatusCode.is_good()
-
-
 def test_the_usual_calls_of_another_make_of_client(site: Site) -> None:
     site.start(va=2)
     site.serve(PUBLISHING).close()

@@ -61,16 +61,6 @@ def test_without_a_database_process(site: Site) -> None:
     assert [message.code for message in journal.ring(no_generation)] == [18091]
 
 
-def test_with_a_dead_database_process(site: Site) -> None:
-    """Its name and its tables are still there, and nobody answers."""
-    site.start(va=1)
-    site.simulator.kill()
-    assert "VsBASE" in registry.holders()
-    process = site.launch(SERVING)
-    assert process.exit_status() == REFUSED
-    assert process.own_output()[-1] == "No Base in lib"
-
-
 @pytest.mark.parametrize("reason", ["process {} has this name", "all 40 entries", "attached"])
 def test_a_name_that_cannot_be_registered(reason: str, site: Site) -> None:
     """The start is announced before, the configuration is not looked at."""
