@@ -18,11 +18,16 @@ set(open62541_options
 # Optimised across its files where gcc links. The objects hold plain code beside it, because the presets
 # that use clang link the same archive, and debug builds want a fast link.
 find_program(OPCUASRV_GCC gcc)
-if(CMAKE_CROSSCOMPILING OR OPCUASRV_GCC)
+if(OPCUASRV_SANITIZE MATCHES fuzzer)
+    # The fuzz targets are to see its branches, and its faults. More than -O1 takes minutes to build.
+    list(APPEND open62541_options -DCMAKE_C_COMPILER=${CMAKE_C_COMPILER}
+        -DCMAKE_INTERPROCEDURAL_OPTIMIZATION=OFF "-DCMAKE_C_FLAGS_RELEASE=-O1 -DNDEBUG"
+        "-DCMAKE_C_FLAGS=-g -fno-omit-frame-pointer -fsanitize=${OPCUASRV_SANITIZE} -fno-sanitize-recover=all")
+elseif(CMAKE_CROSSCOMPILING OR OPCUASRV_GCC)
     list(APPEND open62541_options -DCMAKE_INTERPROCEDURAL_OPTIMIZATION=OFF
         "-DCMAKE_C_FLAGS=-flto=auto -ffat-lto-objects")
 endif()
-if(OPCUASRV_GCC AND NOT CMAKE_CROSSCOMPILING)
+if(OPCUASRV_GCC AND NOT CMAKE_CROSSCOMPILING AND NOT OPCUASRV_SANITIZE MATCHES fuzzer)
     list(APPEND open62541_options -DCMAKE_C_COMPILER=${OPCUASRV_GCC})
 endif()
 
