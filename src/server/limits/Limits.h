@@ -18,6 +18,13 @@ inline constexpr UA_UInt32 kItemsInAll = 250'000;
 /// one go when the session ends, takes about 20 ms.
 inline constexpr UA_UInt32 kItemsPerSession = 20'000;
 
+/// Memory that monitored items leave to the others: what connections, sessions and answers of new
+/// clients need when a client has taken all that the process may have.
+inline constexpr std::size_t kReservedBytes = std::size_t{16} << 20;
+
+/// A session with no more monitored items is not closed for want of memory.
+inline constexpr UA_UInt32 kItemsWithoutWeight = 1'000;
+
 /// Bytes of the texts by which a client describes itself and its session, together.
 inline constexpr std::size_t kSessionTextBytes = 4'096;
 

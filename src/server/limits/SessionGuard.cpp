@@ -4,6 +4,8 @@
 
 #include <algorithm>
 #include <cassert>
+#include <cstdlib>
+#include <new>
 #include <utility>
 
 #include "server/limits/Limits.h"
@@ -11,6 +13,8 @@
 // ---- What the library says ---------------------------------------------------------------------
 
 namespace {
+
+constexpr std::size_t kSessionsAtMost = 256;  // more than the limits allow
 
 SessionGuard* installed = nullptr;  // the library's notifications carry no context
 
@@ -36,6 +40,26 @@ void limitLifetime(const UA_KeyValueMap& payload) {
     *keepAlive = std::min(*keepAlive, *lifetime / 3);
 }
 
+/// Whether the process cannot get kReservedBytes more. In blocks as answers are kept in, which are
+/// found also where much was freed between what is still in use. Takes some microseconds.
+bool memoryIsShort() {
+    struct Block {
+        Block* next;
+    };
+    constexpr std::size_t kBlock = std::size_t{64} << 10;
+    Block* blocks = nullptr;
+    std::size_t bytes = 0;
+    while (bytes < kReservedBytes) {
+        void* const memory = std::malloc(kBlock);
+        if (memory == nullptr) break;
+        blocks = new (memory) Block{blocks};
+        bytes += kBlock;
+    }
+    while (blocks != nullptr)
+        std::free(std::exchange(blocks, blocks->next));
+    return bytes < kReservedBytes;
+}
+
 UA_DateTime ticks(double milliseconds) {
     return static_cast<UA_DateTime>(milliseconds * UA_DATETIME_MSEC);
 }
@@ -45,6 +69,7 @@ UA_DateTime ticks(double milliseconds) {
 SessionGuard::SessionGuard(UA_Server* server) : server_(server) {
     assert(installed == nullptr);
     installed = this;
+    sessions_.reserve(kSessionsAtMost);  // the library that reports them knows no exceptions
     // So that the notification of a new session never allocates: nothing may be thrown through the
     // library.
     sessions_.reserve(config().maxSessions);
@@ -145,12 +170,19 @@ void SessionGuard::close(const UA_NodeId& id) {
 }
 
 void SessionGuard::closeAbandoned() {
-    const UA_DateTime since = UA_DateTime_nowMonotonic() - ticks(kSessionWithoutConnectionMs);
+    const bool isShort = memoryIsShort();
+    const double graceMs = isShort ? 0.0 : kSessionWithoutConnectionMs;
+    const UA_DateTime since = UA_DateTime_nowMonotonic() - ticks(graceMs);
     // One a second: what a session leaves behind takes some ms to remove.
     const auto abandoned = std::find_if(sessions_.begin(), sessions_.end(), [&](const Session& s) {
         return s.withoutConnectionSince != 0 && s.withoutConnectionSince < since;
     });
-    if (abandoned != sessions_.end()) close(abandoned->id);
+    if (abandoned != sessions_.end()) return close(abandoned->id);
+    if (!isShort || sessions_.empty()) return;
+    const Session& largest = *std::max_element(
+        sessions_.begin(), sessions_.end(),
+        [](const Session& left, const Session& right) { return left.items < right.items; });
+    if (largest.items > kItemsWithoutWeight) close(largest.id);
 }
 
 void SessionGuard::makeRoom() {
@@ -206,6 +238,10 @@ void SessionGuard::onItem(const UA_NodeId* session, bool removed) {
 /// this session may still have.
 void SessionGuard::limitItems(const UA_NodeId& session) {
     if (find(session) == nullptr) return;
+    if (memoryIsShort()) {
+        config().maxMonitoredItems = std::max(items_, 1U);  // 0 would be no limit
+        return;
+    }
     if (items_ + config().maxMonitoredItemsPerCall > kItemsInAll) {
         const Session& unused = leastUsed();
         if (unused.withoutConnectionSince != 0) close(unused.id);

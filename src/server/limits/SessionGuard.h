@@ -11,7 +11,10 @@
 /// - When all sessions are taken and a client asks for one: the session that has been without a
 ///   connection for the longest time is closed, or else the one that has sent no request for the
 ///   longest time, kIdleSessionMs at least.
-/// - A session without a connection is closed after kSessionWithoutConnectionMs.
+/// - A session without a connection is closed after kSessionWithoutConnectionMs, or at once when
+/// the
+///   process cannot get kReservedBytes more; no monitored items are granted then, and if
+///   all sessions have a connection, the one with the most items is closed, one a second.
 /// - A session may have kItemsPerSession monitored items. When those of all sessions are nearly
 /// taken
 ///   and a client asks for more, a session without a connection is closed.

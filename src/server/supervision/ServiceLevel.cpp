@@ -2,6 +2,7 @@
 
 #include <open62541/nodeids.h>
 
+#include <new>
 #include <utility>
 
 namespace {
@@ -29,7 +30,10 @@ ServiceLevel::~ServiceLevel() {
 
 void ServiceLevel::look(UA_Server* /*server*/, void* self) noexcept {
     auto* const level = static_cast<ServiceLevel*>(self);
-    level->level_ = level->watch_.isCurrent() ? kFullService : kNoData;
+    try {
+        level->level_ = level->watch_.isCurrent() ? kFullService : kNoData;
+    } catch (const std::bad_alloc&) {  // what was seen last stays until there is memory to look
+    }
 }
 
 UA_StatusCode ServiceLevel::read(UA_Server* /*server*/, const UA_NodeId* /*sessionId*/,
