@@ -14,8 +14,6 @@
 
 namespace {
 
-constexpr std::size_t kSessionsAtMost = 256;  // more than the limits allow
-
 SessionGuard* installed = nullptr;  // the library's notifications carry no context
 
 /// @return null when the notification does not say
@@ -40,9 +38,15 @@ void limitLifetime(const UA_KeyValueMap& payload) {
     *keepAlive = std::min(*keepAlive, *lifetime / 3);
 }
 
-/// Whether the process cannot get kReservedBytes more. In blocks as answers are kept in, which are
-/// found also where much was freed between what is still in use. Takes some microseconds.
+/// Whether the process cannot get kReservedBytes more, neither in one piece, which is asked for
+/// first because that touches no memory, nor in blocks as answers are kept in, which are found also
+/// where much was freed between what is still in use.
 bool memoryIsShort() {
+    // Volatile, because compilers leave out the allocation of what nobody uses.
+    void* volatile piece = std::malloc(kReservedBytes);
+    const bool isOne = piece != nullptr;
+    std::free(piece);
+    if (isOne) return false;
     struct Block {
         Block* next;
     };
@@ -69,7 +73,6 @@ UA_DateTime ticks(double milliseconds) {
 SessionGuard::SessionGuard(UA_Server* server) : server_(server) {
     assert(installed == nullptr);
     installed = this;
-    sessions_.reserve(kSessionsAtMost);  // the library that reports them knows no exceptions
     // So that the notification of a new session never allocates: nothing may be thrown through the
     // library.
     sessions_.reserve(config().maxSessions);

@@ -12,12 +12,10 @@
 ///   connection for the longest time is closed, or else the one that has sent no request for the
 ///   longest time, kIdleSessionMs at least.
 /// - A session without a connection is closed after kSessionWithoutConnectionMs, or at once when
-/// the
-///   process cannot get kReservedBytes more; no monitored items are granted then, and if
-///   all sessions have a connection, the one with the most items is closed, one a second.
+///   the process cannot get kReservedBytes more; no monitored items are granted then, and if all
+///   sessions have a connection, the one with the most items is closed, one a second.
 /// - A session may have kItemsPerSession monitored items. When those of all sessions are nearly
-/// taken
-///   and a client asks for more, a session without a connection is closed.
+///   taken and a client asks for more, a session without a connection is closed.
 /// - A session whose client describes it with more than kSessionTextBytes is closed.
 /// - Subscriptions outlive their client by kSubscriptionLifetimeMs at most.
 ///
