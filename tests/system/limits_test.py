@@ -201,7 +201,7 @@ def test_a_session_whose_client_says_too_much_of_itself(site: Site) -> None:
     client.run(talkative.disconnect())
 
 
-@pytest.mark.parametrize("spare_mb", [1, 4, 16])
+@pytest.mark.parametrize("spare_mb", [4, 16])
 def test_memory_runs_out(spare_mb: int, site: Site) -> None:
     """Whose request does not fit is refused; as soon as it has gone, others are served."""
     site.start(va=1)
@@ -209,6 +209,8 @@ def test_memory_runs_out(spare_mb: int, site: Site) -> None:
     pid, text = site.server.pid, ua.DataValue(ua.Variant("x" * 500_000))
     pages = int(Path(f"/proc/{pid}/statm").read_text().split()[0])
     most = pages * resource.getpagesize() + (spare_mb << 20)
+    if most > 2**40:
+        pytest.skip("sanitizers reserve address space without end")
     resource.prlimit(pid, resource.RLIMIT_AS, (most, resource.RLIM_INFINITY))
     write = ua.WriteRequest()
     write.Parameters.NodesToWrite = [
