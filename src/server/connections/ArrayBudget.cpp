@@ -1,6 +1,7 @@
 #include "server/connections/ArrayBudget.h"
 
-#include <cstdlib>
+#include <open62541/config.h>
+
 #include <utility>
 
 #ifdef UA_ENABLE_MALLOC_SINGLETON
@@ -8,23 +9,25 @@
 namespace {
 
 thread_local std::size_t left = 0;  // bytes
+thread_local decltype(UA_callocSingleton) former = nullptr;
 
 void* allocate(std::size_t count, std::size_t size) {
     if (count > 1 && size > 0) {
         if (count > left / size) return nullptr;
         left -= count * size;
     }
-    return std::calloc(count, size);
+    return former(count, size);
 }
 
 }  // namespace
 
-ArrayBudget::ArrayBudget(std::size_t bytes) : former_(std::exchange(UA_callocSingleton, allocate)) {
+ArrayBudget::ArrayBudget(std::size_t bytes) {
     left = bytes;
+    former = std::exchange(UA_callocSingleton, allocate);
 }
 
 ArrayBudget::~ArrayBudget() {
-    UA_callocSingleton = former_;
+    UA_callocSingleton = former;
 }
 
 #else

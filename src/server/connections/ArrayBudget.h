@@ -1,7 +1,5 @@
 #pragma once
 
-#include <open62541/config.h>
-
 #include <cstddef>
 
 /// Bounds the memory of all arrays that the library allocates in this thread as long as the object
@@ -17,9 +15,4 @@ class ArrayBudget {
     ~ArrayBudget();
     ArrayBudget(const ArrayBudget&) = delete;
     ArrayBudget& operator=(const ArrayBudget&) = delete;
-
-#ifdef UA_ENABLE_MALLOC_SINGLETON
-  private:
-    void* (*former_)(std::size_t, std::size_t);
-#endif
 };

@@ -112,12 +112,12 @@ TEST(UaServer, ReportsAFolderThatCannotBeMade) {
 TEST(UaServer, NeedsAContextAndAVariable) {
     UA_DataValue value{};
     value.status = 5;
-    constexpr std::nullptr_t no = nullptr;
-    EXPECT_EQ(UAServer::readNodeValue(no, no, no, no, no, true, no, &value),
+    constexpr std::nullptr_t kNo = nullptr;
+    EXPECT_EQ(UAServer::readNodeValue(kNo, kNo, kNo, kNo, kNo, true, kNo, &value),
               UA_STATUSCODE_BADINTERNALERROR);
     EXPECT_FALSE(value.hasValue || value.hasStatus || value.hasSourceTimestamp);
     EXPECT_EQ(value.status, 5U) << "untouched";
-    EXPECT_EQ(UAServer::writeNodeValue(no, no, no, no, no, no, &value),
+    EXPECT_EQ(UAServer::writeNodeValue(kNo, kNo, kNo, kNo, kNo, kNo, &value),
               UA_STATUSCODE_BADINTERNALERROR);
     EXPECT_EQ(UAServer().createUAItems(nullptr, 1, "parent", "", "main", 0, {}),
               UA_STATUSCODE_BADINTERNALERROR);

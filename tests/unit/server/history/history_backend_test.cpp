@@ -11,22 +11,22 @@ TEST(HistoryBackend, RefusesAllButReadingAndPromisesWhatItDoesNotLookAt) {
     const UA_NodeId unknown = UA_NODEID_NUMERIC(1, 7);
     UA_HistoryData result{};
     UA_ByteString continuation = UA_String_fromChars("of an earlier read");
-    constexpr std::nullptr_t no = nullptr;
-    for (UA_HistoryData* const wanted : {static_cast<UA_HistoryData*>(no), &result}) {
-        EXPECT_EQ(backend.getHistoryData(no, no, no, &backend, 0, 0, &unknown, 1, 1, true,
-                                         UA_TIMESTAMPSTORETURN_BOTH, {}, false, no, &continuation,
+    constexpr std::nullptr_t kNo = nullptr;
+    for (UA_HistoryData* const wanted : {static_cast<UA_HistoryData*>(kNo), &result}) {
+        EXPECT_EQ(backend.getHistoryData(kNo, kNo, kNo, &backend, 0, 0, &unknown, 1, 1, true,
+                                         UA_TIMESTAMPSTORETURN_BOTH, {}, false, kNo, &continuation,
                                          wanted),
                   wanted == nullptr ? UA_STATUSCODE_BADINVALIDARGUMENT : UA_STATUSCODE_GOOD);
     }
     EXPECT_EQ(continuation.data, nullptr);
     EXPECT_NE(result.dataValues, nullptr) << "an empty array, not a missing one";
     EXPECT_EQ(backend.context, &RtexContext);
-    EXPECT_EQ(backend.serverSetHistoryData(no, no, no, no, no, true, no), 0x80720000U);
-    EXPECT_EQ(backend.getDateTimeMatch(no, no, no, no, no, 0, MATCH_EQUAL), 0x80720000U);
-    EXPECT_TRUE(backend.boundSupported(no, no, no, no, no));
+    EXPECT_EQ(backend.serverSetHistoryData(kNo, kNo, kNo, kNo, kNo, true, kNo), 0x80720000U);
+    EXPECT_EQ(backend.getDateTimeMatch(kNo, kNo, kNo, kNo, kNo, 0, MATCH_EQUAL), 0x80720000U);
+    EXPECT_TRUE(backend.boundSupported(kNo, kNo, kNo, kNo, kNo));
     for (const int setting : {0, 4, 5, 100}) {
         const auto asked = static_cast<UA_TimestampsToReturn>(setting);
-        EXPECT_EQ(backend.timestampsToReturnSupported(no, no, no, no, no, asked), setting < 5);
+        EXPECT_EQ(backend.timestampsToReturnSupported(kNo, kNo, kNo, kNo, kNo, asked), setting < 5);
     }
     EXPECT_EQ(PointCountForTrends, 100) << "nothing was configured when it was asked for";
 }

@@ -40,9 +40,9 @@ class CuttingServer {
 };
 
 std::vector<UA_DateTime> every(UA_DateTime step, int count, int equal = 1) {
-    std::vector<UA_DateTime> times;
+    std::vector<UA_DateTime> times(static_cast<std::size_t>(count));
     for (int i = 0; i < count; ++i)
-        times.push_back(kBegin + i / equal * step);
+        times[static_cast<std::size_t>(i)] = kBegin + i / equal * step;
     return times;
 }
 
