@@ -80,7 +80,8 @@ struct Network {
     void* listening = nullptr;  ///< the library's context of the listening socket
     std::vector<std::uintptr_t> closing;
 
-    void tell(std::uintptr_t id, void** context, UA_ConnectionState state, Bytes bytes = {}) const {
+    void report(std::uintptr_t id, void** context, UA_ConnectionState state,
+                Bytes bytes = {}) const {
         const Stopwatch stopwatch;
         callback(tcp, id, application, context, state, &UA_KEYVALUEMAP_NULL,
                  {bytes.size(), bytes.data()});
@@ -94,7 +95,7 @@ UA_StatusCode listenNowhere(UA_ConnectionManager* /*tcp*/, const UA_KeyValueMap*
     network.callback = callback;
     network.application = application;
     network.listening = context;
-    network.tell(kNoSocket, &network.listening, UA_CONNECTIONSTATE_ESTABLISHED);
+    network.report(kNoSocket, &network.listening, UA_CONNECTIONSTATE_ESTABLISHED);
     return UA_STATUSCODE_GOOD;
 }
 
@@ -150,11 +151,11 @@ class Peer {
         const int little = 1;  // the kernel's least is some kilobytes, so that answers wait
         (void)setsockopt(ends_[0], SOL_SOCKET, SO_SNDBUF, &little, sizeof little);
         context_ = network.listening;
-        network.tell(id(), &context_, UA_CONNECTIONSTATE_ESTABLISHED);
+        network.report(id(), &context_, UA_CONNECTIONSTATE_ESTABLISHED);
     }
 
     void close() {
-        network.tell(id(), &context_, UA_CONNECTIONSTATE_CLOSING);
+        network.report(id(), &context_, UA_CONNECTIONSTATE_CLOSING);
         for (const int end : ends_)
             ::close(end);
         *this = Peer();
@@ -167,7 +168,7 @@ class Peer {
         const auto part = std::ssize(held_) / (action == Action::sendHalf ? 2 : 1);
         const Bytes now(held_.begin(), held_.begin() + part);
         held_.erase(held_.begin(), held_.begin() + part);
-        if (part > 0) network.tell(id(), &context_, UA_CONNECTIONSTATE_ESTABLISHED, now);
+        if (part > 0) network.report(id(), &context_, UA_CONNECTIONSTATE_ESTABLISHED, now);
     }
 
     /// @return whether something came

@@ -51,7 +51,7 @@ class History:
     def __init__(self, plan: plans.Plan, tools: Any) -> None:
         self._plan = plan
         self._tools = tools
-        library_dir = pathlib.Path(plan.bin_dir).parent / "lib" / "told"
+        library_dir = pathlib.Path(plan.bin_dir).parent / "lib" / "doubles"
         if not (library_dir / "libjxotr.so").exists():
             raise MeasurementError(f"no libjxotr.so in {library_dir}; build the target jxotr_told")
         os.environ["LD_LIBRARY_PATH"] = str(library_dir)

@@ -143,7 +143,7 @@ def new_client(plan: LoadPlan) -> float:
 
 
 def phase(plan: LoadPlan, server: Program, seconds: float) -> dict[str, Any]:
-    """The ordinary client meets the server, and whoever is there."""
+    """The ordinary client beside those that are connected at the time."""
     began = time.monotonic()
     ordinary = Ordinary(plan, server.pid, seconds)
     samples = watch(ordinary, Watched(server))

@@ -59,7 +59,6 @@ def outcome_lines(measured: dict[str, Any]) -> Iterator[tuple[str, ...]]:
     yield "values notified to them, a second", f"{crowd['values'] / seconds:.0f}"
     yield "values read as fast as possible, a second", f"{crowd['read_values'] / seconds:.0f}"
     yield "slow readers disconnected", f"{crowd['lost_readers']}"
-    yield "clients that read nothing, disconnected", f"{crowd['silent_disconnected']}"
     yield "connections made and left", f"{crowd['reconnects']}"
     yield "of them refused", f"{crowd['reconnects_refused']}"
     yield "connections left half open", f"{crowd['half_open']}"

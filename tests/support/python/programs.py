@@ -29,7 +29,7 @@ def program_path(name: str) -> Path:
 
 def library_path(name: str) -> Path:
     """One that only tests have."""
-    found = program_path("opcuasrv").resolve().parent.parent / "lib" / "told" / name
+    found = program_path("opcuasrv").resolve().parent.parent / "lib" / "doubles" / name
     assert found.exists(), found
     return found
 
