@@ -18,7 +18,6 @@ struct CrowdTally {
     std::atomic<std::size_t> lostSubscribers{0};  // that the server disconnected
     std::atomic<std::size_t> readValues{0};       // by those who read as fast as they can
     std::atomic<std::size_t> lostReaders{0};      // the slow ones among them
-    std::atomic<std::size_t> disconnectedSilent{0};
     std::atomic<std::size_t> reconnects{0};
     std::atomic<std::size_t> refusedReconnects{0};
     std::atomic<std::size_t> halfOpen{0};

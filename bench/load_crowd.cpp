@@ -26,7 +26,6 @@ void print(const CrowdTally& tally) {
         {"lost_subscribers", tally.lostSubscribers},
         {"read_values", tally.readValues},
         {"lost_readers", tally.lostReaders},
-        {"silent_disconnected", tally.disconnectedSilent},
         {"reconnects", tally.reconnects},
         {"reconnects_refused", tally.refusedReconnects},
         {"half_open", tally.halfOpen},

@@ -24,10 +24,8 @@ std::unique_ptr<UaConnection> silentClient(std::uint16_t port) {
 
 }  // namespace
 
-std::size_t askWithoutReading(std::uint16_t port, std::size_t connections,
-                              const std::atomic_bool& over) {
+void askWithoutReading(std::uint16_t port, std::size_t connections, const std::atomic_bool& over) {
     std::vector<std::unique_ptr<UaConnection>> silent(connections);
-    std::size_t disconnected = 0;
     while (!over) {
         for (auto& connection : silent) {
             try {
@@ -35,14 +33,12 @@ std::size_t askWithoutReading(std::uint16_t port, std::size_t connections,
                 connection->flush();
             } catch (const UaError&) {
                 connection.reset();
-                ++disconnected;
             }
         }
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
     for (auto& connection : silent)
         if (connection) connection->abandon();
-    return disconnected;
 }
 
 }  // namespace bench
