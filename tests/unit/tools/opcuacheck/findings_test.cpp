@@ -1,6 +1,5 @@
 #include "server/text/Utf8ToCP866Converter.h"
 #include "support/capture.h"
-#include "support/cases.h"
 #include "support/operator_view.h"
 #include "tools/opcuacheck/command_line.h"
 #include "tools/opcuacheck/exit_status.h"
@@ -50,24 +49,50 @@ static const std::string kHead = "[General]\nServerPort = 4840\n";  // two lines
 static const std::string kTags =                                    // up to line 5
     kHead + "[Attributes]\nVA = all\nType1.a = A, 29, OPC_READABLE\n";
 
+struct Case {
+    std::string name, text;
+    Told expected;
+};
+
+/// The cases of findings.txt: "==== NAME", then lines of a configuration, each with the codes that
+/// it shall get behind "<-". "(head)" and "(tags)" stand for the lines above.
+static std::vector<Case> readCases() {
+    std::vector<Case> cases;
+    std::ifstream file(OPCUASRV_SOURCE_DIR "/tests/unit/tools/opcuacheck/findings.txt");
+    for (std::string line; std::getline(file, line);) {
+        if (line.starts_with("==== ")) {
+            cases.push_back({line.substr(5), {}, {}});
+            continue;
+        }
+        Case& last = cases.back();
+        const auto mark = line.find("<- ");
+        last.text += line == "(head)"   ? kHead
+                     : line == "(tags)" ? kTags
+                                        : line.substr(0, mark) + '\n';
+        if (mark == std::string::npos) continue;
+        std::istringstream codes(line.substr(mark + 3));
+        const auto number = std::to_string(std::ranges::count(last.text, '\n'));
+        for (std::string code; codes >> code;)
+            last.expected.push_back(number + " " + code);
+    }
+    return cases;
+}
+
 // That errors are the server's own is a system test.
 TEST(Opcuacheck, TellsEachTrapAtItsLine) {
-    std::vector<Case> cases =
-        readCases(OPCUASRV_SOURCE_DIR "/tests/unit/tools/opcuacheck/findings.txt");
+    std::vector<Case> cases = readCases();
     ASSERT_FALSE(cases.empty());
-    for (Case& c : cases) {
-        for (const auto& [mark, lines] :
-             {std::pair<std::string, std::string>("(head)\n", kHead), {"(tags)\n", kTags}})
-            if (c.text.starts_with(mark)) c.text.replace(0, mark.size(), lines);
-    }
-    // What no file of texts can hold.
-    cases.push_back({"an empty file", {"0 error-3"}, ""});
-    cases.push_back({"saved as UTF-8", {"0 encoding"}, kHead + "; Котёл\n"});
+    // What no file of texts can hold, or finds an error behind its end.
+    cases.push_back({"an empty file", "", {"0 error-3"}});
+    cases.push_back({"saved as UTF-8", kHead + "; Котёл\n", {"0 encoding"}});
     cases.push_back(
-        {"saved as Windows-1251", {"0 encoding"}, kHead + "; \xCA\xEE\xF2\xE5\xEB \xCF\xD0\n"});
-    cases.push_back({"a frame in CP866", {}, kHead + "; \xC4\xC4 \x8A\xAE\xE2\xF1\xAB\n"});
+        {"saved as Windows-1251", kHead + "; \xCA\xEE\xF2\xE5\xEB \xCF\xD0\n", {"0 encoding"}});
+    cases.push_back({"a frame in CP866", kHead + "; \xC4\xC4 \x8A\xAE\xE2\xF1\xAB\n", {}});
     cases.push_back(
-        {"a byte 0", {"3 file-nul", "3 line-ignored"}, kHead + std::string("x\0y\n", 4)});
+        {"a byte 0", kHead + std::string("x\0y\n", 4), {"3 file-nul", "3 line-ignored"}});
+    cases.push_back({"a heading that is not closed",
+                     kHead + "[Attributes\nVA = 1\n",
+                     {"3 heading-unclosed", "5 error-5"}});
     toldRules = {RuleId::fileNotOpened, RuleId::treeTooLarge};  // told below
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
