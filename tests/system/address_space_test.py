@@ -56,7 +56,7 @@ def test_publishes_what_the_configuration_says(case: str, site: Site) -> None:
     applications = [line.split()[1] for line in tree if line.startswith("application ")]
     rows = [(place_of(folder), tags, items) for folder, tags, items in cases.cells(tree)]
     expected = {} if "not even its folder" in tree else operative(rows, *applications)
-    assert_published(site, configuration, expected)
+    assert_published(site, SERVING + configuration, expected)
 
 
 def assert_published(site: Site, configuration: str, expected: dict[NodeKey, Node]) -> None:
@@ -95,4 +95,4 @@ def test_says_what_it_could_not_make(site: Site) -> None:
 def test_kinds_without_variables_keep_their_folder(site: Site) -> None:
     site.start(va=1)
     tree: list[Row] = [("2_VD", "", ""), ("3_AV", "", ""), ("4_DV", "", "")]
-    assert site.serve(CASES["nothing listed"][0]).address_space() == operative(tree)
+    assert site.serve(f"{SERVING}[Attributes]\nType1.v = N, 29\n").address_space() == operative(tree)

@@ -8,6 +8,7 @@ import pytest
 
 import cases
 import checker
+import programs
 from conftest import Site
 from controller import journal, records
 from programs import CONFIGURATION, SERVING
@@ -26,8 +27,7 @@ class Reported:
     arguments: tuple[int | bytes, ...]
 
 
-MODE = "теги OA"
-RUNNING = Reported(f"ЦП 7: OPC UA Сервер: Запущен: {MODE}", 18092, (7, MODE.encode("cp866")))
+RUNNING = Reported(programs.RUNNING, 18092, (7, "теги OA".encode("cp866")))
 # The journal names no line of this one.
 INTERVAL = Reported("ЦП 7: OPC UA Сервер: Ошибка конфигурации: 2 4", 18094, (7, 2, b" "))
 # The log is emptied behind the line of the start.
@@ -58,19 +58,28 @@ def assert_reported(site: Site, reports: list[Reported], begin: float) -> None:
     assert all(begin_ms <= message.time_ms <= now_ms for message in messages)
 
 
-# Configurations behind the three lines of the common head, with number and line of each error.
+COUNTS = {"va": 4, "av": 1, "rv": 2, "vd": 1, "dv": 1}
+
+
+def assert_foretold(site: Site, *manual_inputs: str) -> None:
+    counts = ",".join(f"{kind}={count}" for kind, count in COUNTS.items())
+    foretold = checker.log_lines(f"--counts={counts}", *manual_inputs)
+    assert foretold == sorted(site.server.log_lines()[:-1])
+
+
+# Number and line of each error; the configurations begin with three lines that have none.
 CASES = cases.read("configuration_log.txt")
 
 
 @pytest.mark.parametrize("text, errors", CASES.values(), ids=CASES.keys())
 def test_what_is_told(text: str, errors: list[str], site: Site) -> None:
-    site.start(va=3, av=1, rv=2, vd=1, dv=1)
+    site.start(**COUNTS)
     site.set_rv_types(0, 1)
     begin = time.time()
     site.serve(SERVING + text)
-    assert_reported(site, [*(error(*map(int, place.split())) for place in errors), RUNNING], begin)
-    foretold = checker.log_lines("--counts=va=3,av=1,rv=2,vd=1,dv=1", "--rvs=2")
-    assert foretold == sorted(site.server.log_lines()[:-1])
+    expected = [error(*map(int, place.split())) for place in errors[0].split(", ")]
+    assert_reported(site, [*expected, RUNNING], begin)
+    assert_foretold(site, "--rvs=2")
 
 
 def fatal(number: int, log: str, place: bytes) -> Reported:
@@ -105,7 +114,7 @@ def test_what_is_told_before_it_sleeps(
 
 def test_attributes_that_the_database_does_not_describe(site: Site) -> None:
     """Told once for each key, when the trees are built; the node is made all the same."""
-    site.start(va=2, av=1, rv=2, vd=1, dv=1)
+    site.start(**COUNTS)
     site.set_rv_types(0, 2)
     records.describe_fewer(VA=28, VD=20, RV=4, AV=20)
     begin = time.time()
@@ -120,8 +129,7 @@ def test_attributes_that_the_database_does_not_describe(site: Site) -> None:
     undescribed = [missing(line) for line in (11, 19, 18, 14, 24)]
     told = [error(4, 15), error(4, 20), error(4, 17), *undescribed, INTERVAL, RUNNING]
     assert_reported(site, told, begin)
-    foretold = checker.log_lines("--counts=va=2,av=1,rv=2,vd=1,dv=1", "--rvl=2")
-    assert foretold == sorted(site.server.log_lines()[:-1])
+    assert_foretold(site, "--rvl=2")
     nodes = client.address_space()
     assert "Operative.1_VA.VA_1.A.A29" in nodes
     assert "Operative.Group_1.VA_2.A.A29" in nodes

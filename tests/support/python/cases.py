@@ -8,18 +8,14 @@ _FOLDER = Path(__file__).resolve().parents[2] / "system/cases"
 def read(name: str) -> dict[str, tuple[str, list[str]]]:
     """By the name of the case: the configuration, and the lines of what is expected.
 
-    A case is "==== NAME", comments "# ...", the lines expected, "----", and the configuration;
-    "&NAME" as its first line stands for the configuration of an earlier case.
+    A case is "==== NAME", comments "# ...", the lines expected, an empty line, and what the
+    configuration has behind the lines that all of them have.
     """
     cases: dict[str, tuple[str, list[str]]] = {}
     for part in ("\n" + (_FOLDER / name).read_text("utf-8")).split("\n==== ")[1:]:
-        head, _, configuration = part.partition("\n----\n")
+        head, _, configuration = part.partition("\n\n")
         title, *lines = head.split("\n")
-        expected = [line for line in lines if not line.startswith("# ")]
-        if configuration.startswith("&"):
-            earlier, _, rest = configuration[1:].partition("\n")
-            configuration = cases[earlier][0] + rest
-        cases[title] = configuration.rstrip("\n") + "\n", expected
+        cases[title] = configuration, [line for line in lines if not line.startswith("# ")]
     return cases
 
 
