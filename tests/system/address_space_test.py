@@ -95,4 +95,4 @@ def test_says_what_it_could_not_make(site: Site) -> None:
 def test_kinds_without_variables_keep_their_folder(site: Site) -> None:
     site.start(va=1)
     tree: list[Row] = [("2_VD", "", ""), ("3_AV", "", ""), ("4_DV", "", "")]
-    assert site.serve(f"{SERVING}[Attributes]\nType1.v = N, 29\n").address_space() == operative(tree)
+    assert site.serve(SERVING).address_space() == operative(tree)

@@ -1,13 +1,12 @@
 """opcuaview history: a pen is read whole although the server cuts its answers."""
 
 import calendar
-import subprocess
 from datetime import datetime, timedelta, timezone
 
 import pytest
 
 from conftest import Site
-from programs import PORT, program_path
+from programs import PORT, run_to_end
 from trends import FLOAT, GOOD, Pen, Trends, ramp
 
 FIRST = datetime(2026, 7, 1, 8, tzinfo=timezone.utc)
@@ -35,10 +34,7 @@ def history(first: datetime, seconds: int, *options: str) -> tuple[int, list[str
     """Exit status, lines and messages of a read."""
     last = first + timedelta(seconds=seconds)
     span = [f"--from={first:%Y-%m-%dT%H:%M:%SZ}", f"--to={last:%Y-%m-%dT%H:%M:%SZ}"]
-    done = subprocess.run(
-        [program_path("opcuaview"), "history", "--pen", "R1_P1.", *span, *options],
-        capture_output=True, text=True, timeout=300, check=False,
-    )
+    done = run_to_end("opcuaview", "history", "--pen", "R1_P1.", *span, *options)
     return done.returncode, done.stdout.splitlines(), done.stderr
 
 

@@ -1,21 +1,20 @@
 """opcuacheck beside the server: what it foretells of a configuration is what the server does."""
 
 import json
-import subprocess
 
 from asyncua import ua
 
 from nodes import OBJECTS_FOLDER, Node, NodeKey
 from opc_client import OpcClient
-from programs import CONFIGURATION, program_path
+from programs import CONFIGURATION, run_to_end
 
 _ACCESS = {"R": 1, "W": 2, "RW": 3, "R+H": 5}
 
 
 def check(*arguments: str) -> list[dict[str, object]]:
-    command = [program_path("opcuacheck"), CONFIGURATION, "--json", "--system=/zrt/system"]
-    run = subprocess.run([*command, *arguments], capture_output=True, timeout=30, check=False)
-    assert run.stderr == b""
+    system = "--system=/zrt/system"
+    run = run_to_end("opcuacheck", str(CONFIGURATION), "--json", system, *arguments)
+    assert run.stderr == ""
     assert run.returncode in (0, 1, 2)
     return json.loads(run.stdout)
 

@@ -46,6 +46,15 @@ def accepts_connections(port: int = PORT) -> bool:
         return probe.connect_ex(("127.0.0.1", port)) == 0
 
 
+def run_to_end(name: str, *arguments: str) -> subprocess.CompletedProcess[str]:
+    """What a tool prints, and its exit status."""
+    done = subprocess.run(
+        [program_path(name), *arguments], capture_output=True, text=True, timeout=300, check=False
+    )
+    assert "Sanitizer" not in done.stderr, done.stderr
+    return done
+
+
 class Program:
     """A started process. What it prints, on both streams, goes to a file."""
 

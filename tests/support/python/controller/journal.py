@@ -1,8 +1,7 @@
-"""The event journal as another program sees it: bytes at offsets, in shared memory and in files."""
+"""The event journal as another program sees it: bytes at offsets in shared memory, and its files."""
 
 import struct
 from dataclasses import dataclass
-from pathlib import Path
 
 from controller import ipc_keys, sysv
 from controller.ipc_keys import ROOT
@@ -18,13 +17,8 @@ _OWN_SEGMENTS = (*range(SETTINGS, 59), 87)
 
 _RECORD = 281
 _HEAD = struct.Struct("<iiIHIIbhB")
-_FILE_HEAD = struct.Struct("<10sHH")
 _NUMBERS = {1: "b", 2: "B", 3: "h", 4: "H", 5: "i", 6: "I", 7: "f", 8: "d", 11: "i", 12: "I"}
 _TEXT = 9
-
-
-class NotWhole(ValueError):
-    """A file that is damaged, or that its writer has not finished."""
 
 
 @dataclass(frozen=True)
@@ -37,7 +31,6 @@ class Message:
     code: int
     variable: tuple[int, int]
     arguments: tuple[int | float | bytes, ...]
-    size: int  # in a file
 
 
 def parse(data: bytes) -> Message:
@@ -59,7 +52,7 @@ def parse(data: bytes) -> Message:
     assert at <= _RECORD
     stamp = (seconds, micros)
     time_ms = date * 1000 + milli
-    return Message(stamp, time_ms, dictionary, code, (kind, number), tuple(arguments), at)
+    return Message(stamp, time_ms, dictionary, code, (kind, number), tuple(arguments))
 
 
 def _key(index: int, generation: int) -> int:
@@ -91,55 +84,9 @@ def ring(generation: int = 0) -> list[Message]:
     assert held <= capacity and newest < capacity and len(records) >= capacity * _RECORD
     slots = [(newest - age) % capacity for age in reversed(range(held))]
     messages = [parse(records[slot * _RECORD : (slot + 1) * _RECORD]) for slot in slots]
-    _assert_stamps_rise(messages)
-    return messages
-
-
-def messages_file(path: Path) -> list[Message]:
-    """The messages of a file, oldest first. Raises NotWhole."""
-    try:
-        messages = _messages_of(path.read_bytes())
-    except (AssertionError, IndexError, struct.error) as error:
-        raise NotWhole(f"{path}: {error}") from error
-    _assert_stamps_rise(messages)
-    return messages
-
-
-def _messages_of(data: bytes) -> list[Message]:
-    tag, count, last = _FILE_HEAD.unpack_from(data)
-    assert (tag, last) == (b"veskrol2.1", count - 1), "the header contradicts itself"
-    data = data[_FILE_HEAD.size :]
-    messages = []
-    for _ in range(count):
-        messages.append(parse(data))
-        data = data[messages[-1].size :]
-    assert data == b"", "something follows the last message"
-    return messages
-
-
-def save_number(path: Path) -> int | None:
-    """The number of the save in a CRC file; None when the file is missing or not whole."""
-    if not path.exists():
-        return None
-    data = path.read_bytes()
-    if len(data) != 14 or data[:8] != b"VSX__CRC":
-        return None
-    check = _crc16_modbus(data[8:12])
-    return struct.unpack("<I", data[8:12])[0] if data[12:] == check.to_bytes(2, "big") else None
-
-
-def _crc16_modbus(data: bytes) -> int:
-    crc = 0xFFFF
-    for byte in data:
-        crc ^= byte
-        for _ in range(8):
-            crc = crc >> 1 ^ (0xA001 if crc & 1 else 0)
-    return crc
-
-
-def _assert_stamps_rise(messages: list[Message]) -> None:
     stamps = [message.stamp for message in messages]
     assert stamps == sorted(set(stamps)), "stamps rise, and none comes twice"
+    return messages
 
 
 def objects() -> list[sysv.IpcObject]:
