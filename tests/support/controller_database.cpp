@@ -8,6 +8,7 @@
 #include "lib/util/vs_obj.h"
 #include "sim/layout/attribute_files.h"
 #include "sim/layout/types.h"
+#include "sim/type_query.h"
 #include "support/files.h"
 #include "support/wait_until.h"
 
@@ -57,44 +58,7 @@ void ControllerDatabase::setTime(int type, int num, std::int64_t seconds,
 
 // ---- The database process ----------------------------------------------------------------------
 
-struct ControllerDatabase::Shared {
-    Answer answers[11];
-    int answerCount;
-    struct {
-        pid_t sender;
-        Request request;
-    } log[4096];
-    int requestCount;
-};
-
-void ControllerDatabase::answer(const std::vector<Answer>& answers) {
-    std::copy(answers.begin(), answers.end(), shared_->answers);
-    shared_->answerCount = static_cast<int>(answers.size());
-}
-
-void ControllerDatabase::answerAll() {
-    std::vector<Answer> all;
-    for (std::uint32_t type = 1; const std::uint16_t count : kCounts)
-        all.push_back({type++, count});
-    answer(all);
-}
-
-std::vector<ControllerDatabase::Request> ControllerDatabase::requestsFrom(pid_t pid) const {
-    std::vector<Request> requests;
-    for (int i = 0; i < shared_->requestCount; ++i)
-        if (shared_->log[i].sender == pid) requests.push_back(shared_->log[i].request);
-    return requests;
-}
-
-/// What follows the type of the request among the answers.
-ControllerDatabase::Answer ControllerDatabase::next(std::uint32_t type) const {
-    int i = 0;
-    while (type != 0 && i < shared_->answerCount)
-        if (shared_->answers[i++].type == type) break;
-    return i < shared_->answerCount ? shared_->answers[i] : Answer{12, 0};
-}
-
-void ControllerDatabase::serve() {
+void ControllerDatabase::serve() const {
     prctl(PR_SET_PDEATHSIG, SIGKILL);
     const int nowhere = open("/dev/null", O_WRONLY);
     dup2(nowhere, STDOUT_FILENO);
@@ -102,16 +66,11 @@ void ControllerDatabase::serve() {
     vs_obj channel;
     channel.name_add("VsBASE", 0);
     for (;;) {
-        Request request{};
+        sim::Request request{};
         const int sender = channel.Receive(0, request.data(), sizeof(request));
         if (sender <= 0) continue;
-        if (shared_->requestCount == std::ssize(shared_->log)) std::abort();
-        shared_->log[shared_->requestCount++] = {sender, request};
-        std::uint32_t reply[10] = {};
-        const Answer answer = next(request[1]);
-        reply[4] = answer.count;
-        reply[8] = answer.type;
-        channel.Reply(sender, reply, sizeof(reply), 0);
+        sim::Answer answer = sim::answerTo(request, announced);
+        channel.Reply(sender, answer.data(), sizeof(answer), 0);
     }
 }
 
@@ -120,7 +79,7 @@ void ControllerDatabase::start() {
     if (process_ == 0) serve();
     // The first to join the registry removes it again: that must be the database process.
     waitUntil([] { return IpcFind(IpcKind::queue, SemKey(0)).has_value(); });
-    if (All == nullptr) All = new vs_obj;
+    All = new vs_obj;
     if (!waitUntil([] { return All->name_find("VsBASE") != -1; })) std::abort();
 }
 
@@ -131,7 +90,14 @@ void ControllerDatabase::stop() {
 
 // ---- The whole ---------------------------------------------------------------------------------
 
-ControllerDatabase::ControllerDatabase() {
+/// Shared with the database process.
+static sim::Counts& sharedCounts() {
+    return *static_cast<sim::Counts*>(mmap(nullptr, sizeof(sim::Counts), PROT_READ | PROT_WRITE,
+                                           MAP_SHARED | MAP_ANONYMOUS, -1, 0));
+}
+
+ControllerDatabase::ControllerDatabase() : announced(sharedCounts()) {
+    announced = kCounts;
     std::error_code missing;
     if (!std::filesystem::is_empty("/zrt", missing) || missing) {
         std::fputs("needs an empty /zrt: run it through tools/dev/sandbox\n", stderr);
@@ -159,8 +125,5 @@ ControllerDatabase::ControllerDatabase() {
     }
     memory_.timeQuality = makeTable(sim::kTimeQualityIndex, records * Tqf::kSize);
 
-    shared_ = static_cast<Shared*>(
-        mmap(nullptr, sizeof(Shared), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
-    answerAll();
     start();
 }

@@ -37,29 +37,19 @@ class ControllerDatabase {
     void setQuality(int type, int num, std::uint32_t quality);
     void setTime(int type, int num, std::int64_t seconds, std::int64_t microseconds);
 
-    /// What the type query answers from now on, one after the other, instead of kCounts.
-    struct Answer {
-        std::uint32_t type, count;
-    };
-    void answer(const std::vector<Answer>& answers);
-    void answerAll();
-    /// All that a process has asked.
-    using Request = std::array<std::uint32_t, 5>;
-    std::vector<Request> requestsFrom(pid_t pid) const;
-    /// The database process ends, and another one takes its place.
+    /// The database process ends.
     void stop();
-    void start();
+
+    /// How many variables of each type the database process announces, at first kCounts.
+    sim::Counts& announced;
 
   private:
-    struct Shared;  // with the database process
-
     std::byte* at(Area area, int type, int num) const;
     std::byte* makeTable(int index, std::size_t bytes);
-    [[nodiscard]] Answer next(std::uint32_t type) const;
-    [[noreturn]] void serve();
+    [[noreturn]] void serve() const;
+    void start();
 
     pid_t process_ = -1;
-    Shared* shared_ = nullptr;
     sim::DatabaseMemory memory_;
     std::vector<std::span<std::byte>> tables_;  // what clear() zeroes
 };

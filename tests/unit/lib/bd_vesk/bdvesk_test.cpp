@@ -12,8 +12,6 @@
 
 using enum ControllerDatabase::Area;
 
-using Request = ControllerDatabase::Request;
-
 static std::string shown(SVariable var) {
     return std::to_string(var.type) + "." + std::to_string(var.num + 0) + ".A" +
            std::to_string(var.num_atr + 0);
@@ -26,7 +24,7 @@ class BdVesk : public testing::Test {
         database.clear();
         db.LoadBD();
     }
-    ~BdVesk() override { database.answerAll(); }
+    ~BdVesk() override { database.announced = ControllerDatabase::kCounts; }
 
     /// kRefused when the answer is 0, which leaves the value untouched.
     SVal read(SVariable var, bool current = true) {
@@ -57,14 +55,9 @@ class BdVesk : public testing::Test {
 
 // ---- Loading -----------------------------------------------------------------------------------
 
-TEST_F(BdVesk, AsksForElevenTypes) {
-    const std::size_t before = database.requestsFrom(getpid()).size();
-    db.LoadBD();
-    const std::vector<Request> requests = database.requestsFrom(getpid());
-    ASSERT_EQ(requests.size(), before + 11);
+TEST_F(BdVesk, HasTheVariablesThatTheDatabaseProcessAnnounces) {
     for (std::uint8_t type = 1; type <= 11; ++type) {
         SCOPED_TRACE(static_cast<int>(type));
-        EXPECT_EQ(requests[before + type - 1], (Request{0x1100, type - 1U, 0, 0, 0}));
         const std::uint16_t last = ControllerDatabase::kCounts[type - 1U];
         EXPECT_EQ(db.getTypeVars(type)->typeAt(), type);
         EXPECT_EQ(db.isVariable({type, last, 0}), 1);
@@ -73,59 +66,15 @@ TEST_F(BdVesk, AsksForElevenTypes) {
     EXPECT_EQ(db.isVariable({1, 0, 0}), 1) << "number 0 is not checked";
     EXPECT_EQ(db.isVariable({0, 1, 0}) + db.isVariable({12, 1, 0}), 0);
     EXPECT_EQ(db.getTypeVars(12), db.getTypeVars(1)) << "the list comes round";
-}
 
-TEST_F(BdVesk, TypesWithoutVariablesAndWhatIsNoTypeMoveTheLaterOnesDown) {
-    database.answer({{77, 5}, {1, 3}, {2, 0}, {3, 4}, {6, 3}});
-    Capture out(STDOUT_FILENO);
+    database.announced = {3, 0, 4, 0, 0, 3};
     db.LoadBD();
-    EXPECT_EQ(out.text(), "") << "the description files are right";
-    EXPECT_EQ(database.requestsFrom(getpid()).back()[1], 12U) << "goes on to the eleventh answer";
     for (const auto& [place, type] : {std::pair(1, 1), {2, 3}, {3, 6}})
         EXPECT_EQ(db.getTypeVars(static_cast<std::uint16_t>(place))->typeAt(), type);
-    EXPECT_EQ(db.getTypeVars(4), nullptr);
-    EXPECT_EQ(db.isVariable({4, 1, 0}), 0);
+    EXPECT_EQ(db.getTypeVars(4), nullptr) << "types without variables move the later ones down";
+    EXPECT_EQ(db.isVariable({4, 1, 0}) + db.setDat({4, 1, 0}, chr(1)), 0);
     EXPECT_EQ(read({4, 1, 0}), kRefused);
-    EXPECT_EQ(db.setDat({4, 1, 0}, chr(1)), 0);
-
-    // Attributes of AV are looked up in HI's records.
-    database.putText(DB_HI, 1, 4, "x");
-    EXPECT_EQ(read({2, 1, 5}), str9("x"));
-    EXPECT_EQ(db.getTypeAtr({2, 1, 21}), none) << "reaches beyond HI's record";
-}
-
-TEST_F(BdVesk, WaitsForTheDatabaseProcessAndEndsWithoutIt) {
-    db.ObrBD();
-    const std::vector<Request> requests = database.requestsFrom(getpid());
-    EXPECT_EQ(requests.back(), (Request{0x1300, 0, 0, 0, 0}));
-    ASSERT_NE(All->name_add("Simulator", getpid()), -1);
-    db.ObrBD();
-    EXPECT_EQ(database.requestsFrom(getpid()).size(), requests.size()) << "it does so by itself";
-    All->name_del("Simulator");
-
-    database.stop();
-    ChildProcess processing([&] { return db.ObrBD(), 0; });
-    EXPECT_EQ(processing.wait(), 255) << "nobody answers";
-
-    const ShmPtr counts(ShmOpen(59, 26, 0, nullptr, 0));
-    std::memset(counts.get(), 0, 26);  // not written yet either
-    database.setQuality(1, 3, 7);
-    db.Read(1, 3, 1, &reading);
-    EXPECT_EQ(reading.quality, 0U);
-    ChildProcess inTime([&] {
-        CVeskBDSh late(0);
-        late.LoadBD();
-        late.Read(1, 3, 1, &reading);
-        return static_cast<int>(reading.quality);
-    });
-    std::this_thread::sleep_for(std::chrono::milliseconds(100));  // the first look finds nothing
-    std::memcpy(counts.get(), ControllerDatabase::kCounts.data(), 22);
-    database.start();
-    EXPECT_EQ(inTime.wait(), 7);
-
-    ChildProcess otherChannel([] { return CVeskBDSh(1).LoadBD(), 0; });
-    EXPECT_EQ(otherChannel.wait(), 128 + SIGTERM);
-    EXPECT_EQ(otherChannel.out(), "Sorry. Featcher not supported.");
+    EXPECT_EQ(db.getTypeAtr({2, 1, 21}), none) << "reaches beyond the record of HI";
 }
 
 TEST_F(BdVesk, TellsFaultsOfTheDescriptionsWithFileEntryAndAttribute) {
@@ -314,4 +263,17 @@ TEST_F(BdVesk, TimesAndQualitiesAreThoseOfTheVariable) {
 
     for (const SVariable outside : {SVariable{0, 1, 0}, {1, 0, 0}, {1, 4, 0}, {6, 1, 0}})
         EXPECT_EQ(db.setFlags(outside, 1), -1) << shown(outside);
+}
+
+/// The last test: nobody answers any more.
+TEST_F(BdVesk, EndsTheProcessForOtherChannelsAndWhenNobodyAnswers) {
+    ChildProcess otherChannel([] { return CVeskBDSh(1).LoadBD(), 0; });
+    EXPECT_EQ(otherChannel.wait(), 128 + SIGTERM);
+    EXPECT_EQ(otherChannel.out(), "Sorry. Featcher not supported.");
+    db.ObrBD();
+    database.stop();
+    ChildProcess processing([&] { return db.ObrBD(), 0; });
+    EXPECT_EQ(processing.wait(), 255);
+    ASSERT_NE(All->name_add("Simulator", getpid()), -1);
+    db.ObrBD();  // nothing is asked: it does so by itself
 }

@@ -51,7 +51,6 @@ TEST_F(Variables, HaveTheirNumbersAndIdentifiers) {
         EXPECT_EQ(variable->getStructId(-1), kind.word + "_-1");
         EXPECT_EQ(variable->getNodeId(7), kind.word + ".7.A");
     }
-    EXPECT_EQ(database.requestsFrom(getpid()).size(), 11U) << "the database is loaded once";
 }
 
 TEST_F(Variables, BindTheLastObjectOfTheListToItsPassport) {
@@ -118,7 +117,7 @@ TEST_F(Variables, BindNothingFromAnArrayOfPlainValues) {
         VariableTypeVA loads;
         auto* values = static_cast<float*>(ShmOpen(22, kCount * sizeof(float), 1, nullptr, 0));
         std::fill_n(values, kCount, 1.7F);
-        database.answer({{DB_VA, 3}, {DB_TH, kCount}});
+        database.announced = {3, 0, 0, 0, 0, kCount};
         UARTEXVariable::veskdb.LoadBD();
         auto& variable =
             static_cast<VariableTypeAV&>(*rtexvariable.emplace_back(make<VariableTypeAV>()));
@@ -129,5 +128,5 @@ TEST_F(Variables, BindNothingFromAnArrayOfPlainValues) {
         return 0;
     });
     EXPECT_EQ(child.wait(), 0);
-    database.answer({{DB_VA, 3}, {DB_AV, 2}, {DB_HI, 4}, {DB_DI, 2}, {DB_DO, 2}});
+    database.announced = ControllerDatabase::kCounts;
 }
