@@ -2,10 +2,7 @@
 #include "simulator.h"
 
 #include "failure.h"
-#include "lib/util/shmem.h"
 #include "lib/util/veskpath.h"
-#include "lib/util/vs_sem.h"
-#include "memory/controller_ipc.h"
 #include "site/site.h"
 #include "support/child_process.h"
 #include "support/pen_values.h"
@@ -49,34 +46,15 @@ TEST(Simulator, TakesTheUsersConfigurationAndCycle) {
     EXPECT_THAT(ran({}, [] {}), HasSubstr("цикл 30 мс")) << "edited, it is in force next time";
 }
 
-/// A file that somebody else makes meanwhile, and the segment of another program under a key that
-/// shows only once the key files are there.
-TEST(Simulator, TouchesNothingThatComesLate) {
+/// A file that somebody else makes meanwhile; what others made before is a system test.
+TEST(Simulator, WritesOverNoFileThatComesLate) {
     const TemporarySite temporary;
-    ChildProcess run([&temporary] {
-        sim::Site site(sim::controllerFolders(), std::cout);
-        site.enter(false);
-        site.makeFoldersAndKeyFiles();
-        temporary.write("settings/opcuasrv.ini", "made since the check");
-        EXPECT_THROW(site.makeFile(site.folders().serverIni(), "sample"), sim::Failure);
-        EXPECT_EQ(temporary.read("settings/opcuasrv.ini"), "made since the check");
-        std::filesystem::remove(site.folders().serverIni());
-        // Index 63 of generation 0 lies in "/proxy" with the character at place 63 of the table.
-        const int foreign =
-            shmget(SemKey(0) - ('a' << 24) + (symb[63] << 24), 16, IPC_CREAT | 0600);
-        try {
-            const sim::ControllerIpc ipc(site.record(), 0);
-            return 1;
-        } catch (const sim::Failure& failure) {
-            std::cout << failure.what();
-            EXPECT_EQ(failure.code(), sim::ExitCode::foreign);
-        }
-        EXPECT_EQ(shmget(SemKey(0), 0, 0), -1) << "its own registry is gone";
-        return shmctl(foreign, IPC_RMID, nullptr);
-    });
-    EXPECT_EQ(run.wait(), 0);
-    EXPECT_THAT(run.out(), HasSubstr("63"));
-    EXPECT_TRUE(std::filesystem::is_empty(temporary.path("")));
+    sim::Site site(sim::controllerFolders(), std::cout);
+    site.enter(false);
+    site.makeFoldersAndKeyFiles();
+    temporary.write("settings/opcuasrv.ini", "made since the check");
+    EXPECT_THROW(site.makeFile(site.folders().serverIni(), "sample"), sim::Failure);
+    EXPECT_EQ(temporary.read("settings/opcuasrv.ini"), "made since the check");
 }
 
 // ---- What it records ---------------------------------------------------------------------------
