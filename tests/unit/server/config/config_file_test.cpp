@@ -79,7 +79,6 @@ TEST_F(ConfigFile, HasAPortWhenEveryOneIsGoodAndTheLastIsTaken) {
         return "line" + std::get<std::string>(journal.messages[0].back());
     };
     EXPECT_EQ(port("4841", "4849"), "4849");
-    EXPECT_EQ(port("4841", "484x"), "line ");
     EXPECT_EQ(port("484x", "4841"), "line ");
     // the last but one would be 4840, were it cut to 32 bits
     for (const char* bad : {"", "abc", "4840 1", "0x12E8", "4294972136", "4840.0"})

@@ -3,7 +3,6 @@
 
 using Numbers = std::vector<std::int32_t>;
 
-// Most rules show in the address space; here are the ends of the numbers, and all three readers.
 TEST(NumberLists, ReadNumbersAndRanges) {
     const struct {
         const char* why;
@@ -15,7 +14,13 @@ TEST(NumberLists, ReadNumbersAndRanges) {
         {"0 is skipped in a range", "0-2", {1, 2}},
         {"a range to a negative number is backwards", "3--1, 7", {7}},
         {"the last numbers", "2147483646-2147483647", {2147483646, 2147483647}},
-        {"a blank behind the dash", "1- 3", {}},
+        {"a comma at the end", "3,", {3}},
+        {"one bad item drops the list", "1, x", {}},
+        {"a blank before the dash", "1 -3", {}},
+        {"a blank behind it", "1- 3", {}},
+        {"two dashes", "1-2-3", {}},
+        {"no comma", "2 1", {}},
+        {"all beside a number", "all, 1", {}},
         {"a negative number", "-5", {}},
         {"beyond 32 bits", "1, 2147483648", {}},
         {"nothing", "", {}},

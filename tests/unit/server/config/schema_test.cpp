@@ -9,9 +9,6 @@ TEST(ListSections, KnowsSectionsAndTheirKeys) {
         const char *why, *section;
         bool known;
     } sections[] = {
-        {"declared", "Plotter", true},
-        {"a declared name with more behind it", "General2", false},
-        {"a group without its number, declared though it is", "Attributes_Group", false},
         {"text around the number", "My Attributes_Group -1x", true},
         {"the first occurrence decides", "Attributes_GroupAttributes_Group1", false},
         {"a plotter's number beyond 32 bits", "Plotter_2147483648", false},
@@ -26,9 +23,6 @@ TEST(ListSections, KnowsSectionsAndTheirKeys) {
     } keys[] = {
         {"an attribute entry, wherever", "Access", "MyTypes", true},
         {"an attribute entry's case", "Attributes", "type1.Temp", false},
-        {"of groups only", "Attributes", "Name", false},
-        {"declared for every group", "Attributes_Group5", "Name", true},
-        {"of plotters only", "Attributes_Group5", "Pens", false},
         {"no attribute entries in plotters", "Plotter_7", "Type1.Temp", false},
         {"plotter before group", "Attributes_Group1Plotter_1", "VA", false},
         {"the bare plotter is a section like others", "Plotter", "Type1.Temp", true},

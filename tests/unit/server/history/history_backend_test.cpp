@@ -45,19 +45,18 @@ TEST(HistoryAccess, SparesWritesTheSearchForTheirPen) {
 /// A library may lack the nodes, which this one brings.
 TEST(HistoryCapabilities, AreAddedWhereTheyAreMissing) {
     UAServer server;
-    const auto expectScalar = [&](UA_UInt32 id, const auto& wanted, const UA_DataType* type) {
-        UA_Variant value;
-        UA_Variant_init(&value);
-        ASSERT_EQ(UA_Server_readValue(server.instance(), UA_NODEID_NUMERIC(0, id), &value),
-                  UA_STATUSCODE_GOOD);
-        ASSERT_TRUE(UA_Variant_hasScalarType(&value, type));
-        EXPECT_EQ(UA_order(value.data, &wanted, type), UA_ORDER_EQ);
-        UA_Variant_clear(&value);
-    };
     for (const UA_UInt32 max : {1000U, 7U}) {
         EXPECT_EQ(announceHistory(server.instance(), max), UA_STATUSCODE_GOOD);
-        expectScalar(11193, true, &UA_TYPES[UA_TYPES_BOOLEAN]);
-        expectScalar(11273, max, &UA_TYPES[UA_TYPES_UINT32]);
+        const bool isAble = true;
+        for (const auto& [id, wanted, type] :
+             {std::tuple<UA_UInt32, const void*, int>(11193, &isAble, UA_TYPES_BOOLEAN),
+              {11273, &max, UA_TYPES_UINT32}}) {
+            UA_Variant value{};
+            (void)UA_Server_readValue(server.instance(), UA_NODEID_NUMERIC(0, id), &value);
+            ASSERT_TRUE(UA_Variant_hasScalarType(&value, &UA_TYPES[type]));
+            EXPECT_EQ(UA_order(value.data, wanted, &UA_TYPES[type]), UA_ORDER_EQ);
+            UA_Variant_clear(&value);
+        }
         for (const UA_UInt32 id : {11193U, 11273U, 11192U})
             (void)UA_Server_deleteNode(server.instance(), UA_NODEID_NUMERIC(0, id), true);
     }
