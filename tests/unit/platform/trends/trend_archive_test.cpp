@@ -57,18 +57,17 @@ TEST_F(TrendArchive, ShowsWhatTheDefinitionsSay) {
     OPCHDAITEMDEF item{2, 0};
     ASSERT_EQ(browse.GetConfigPlotters(1, &item, false, &plotter, &errors), 0);
     EXPECT_EQ(plotter->penCount, 3U);
-    const struct {
-        OPCHDAITEMDEF item;
-        std::array<int, 3> want;  // type, kind and number; type 0: no such pen
-    } pens[] = {{{1, 1}, {4, 0, 6}}, {{1, 2}, {11, 3, 1}}, {{2, 1}, {3, 1, 12}},
-                {{2, 2}, {5, 2, 3}}, {{2, 3}, {11, 4, 7}}, {{1, 3}, {}},
-                {{3, 1}, {}},        {{1, 0}, {}}};
-    for (auto row : pens) {
-        jxo::CPenSettingsExt* pen = nullptr;
-        const bool found = browse.GetConfigPens(1, &row.item, &pen, &errors) == 0;
-        std::array<int, 3> got{};
-        if (found) got = {pen->valueType, pen->variableKind, pen->variableNum};
-        EXPECT_EQ(got, row.want) << row.item.plotterNum << "." << row.item.penNum;
+    // type, kind and number; no such pen: 0
+    const std::tuple<OPCHDAITEMDEF, int, int, int> pens[] = {
+        {{1, 1}, 4, 0, 6},  {{1, 2}, 11, 3, 1}, {{2, 1}, 3, 1, 12}, {{2, 2}, 5, 2, 3},
+        {{2, 3}, 11, 4, 7}, {{1, 3}, 0, 0, 0},  {{3, 1}, 0, 0, 0},  {{1, 0}, 0, 0, 0}};
+    for (auto [pen, type, kind, number] : pens) {
+        SCOPED_TRACE(testing::Message() << pen.plotterNum << '.' << pen.penNum);
+        jxo::CPenSettingsExt* got = nullptr;
+        ASSERT_EQ(browse.GetConfigPens(1, &pen, &got, &errors) == 0, type != 0);
+        if (type == 0) continue;
+        EXPECT_EQ(std::tuple(+got->valueType, +got->variableKind, +got->variableNum),
+                  std::tuple(type, kind, number));
     }
     for (const char* text :
          {"[Plotter_2]\nPen_1 = VA, 1, float\n", "[Other]\n", "[Plotter_1]\nPen_2 = VA, 1, float\n",

@@ -95,7 +95,6 @@ TEST(HistoryPager, ReadsEverythingOnceOrSaysWhereItCannotGoOn) {
          stuck},
         {"an archive of one millisecond, which nothing tells from a cut one", every(kUs, 7), 10, 0,
          kBegin + kSecond, 0, 7, stuck},
-        {"one value an answer", every(kSecond, 5), 1, 0, kBegin + kSecond * 9, 0, 1, stuck},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.why);
