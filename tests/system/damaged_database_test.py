@@ -52,13 +52,10 @@ DATABASE_PROCESSES: dict[str, tuple[list[bytes], bool, dict[str, int]]] = {
     "comes late and is slow": (WHOLE, False, EVERYBODY),
     "more than the tables hold": ([answer(1, 3), *WHOLE[1:]], False, EVERYBODY | {"VA": 0}),
     "fewer than the tables hold": ([answer(1, 1), *WHOLE[1:]], False, EVERYBODY | {"VA": 1}),
-    "more than 16 bits": ([answer(1, 2**16 + 1), *WHOLE[1:]], False, EVERYBODY | {"VA": 0}),
     "more than 31 bits": ([answer(1, 2**32 - 1), *WHOLE[1:]], False, EVERYBODY | {"VA": 0}),
     # whoever stands behind a kind without variables moves up
     "no VD": ([*WHOLE[:3], answer(4, 0), *WHOLE[4:]], False, EVERYBODY | {"DV": 1}),
-    "only DV and plain values": (WHOLE[4:], False, dict.fromkeys(NOBODY, 1) | {"VA": 2}),
     "nothing": ([answer(code, 0) for code in range(1, 12)], False, NOBODY),
-    "unknown types": ([answer(77, 5), answer(0, 5), *WHOLE[:9]], False, EVERYBODY),
     # whose records name no sub-kind of a manual input
     "one type for ever": ([answer(1, 2)] * 11, False, EVERYBODY | {"RV": 0}),
     "replies that end before the type": ([text[:20] for text in WHOLE], False, NOBODY),
@@ -137,35 +134,18 @@ def test_without_a_segment(index: int, lost: str | None, site: Site) -> None:
 
 # -- Attribute files
 
-Damage = Callable[[], object]
-
-
-def attribute_29(**fields: int) -> Damage:
-    def damage() -> None:
-        described = records.attributes()
-        vars(described["VA"][28]).update(fields)
-        records.write_files(described)
-
-    return damage
-
-
-NONE, BUT_29 = set(), {"VA 5", "DV 20"}
-
-# Each kind of fault once; unit.bd_vesk_test has every place of the files.
-# damage, which of three attributes still have values, whether the server tells it
-DAMAGES: dict[str, tuple[Damage, set[str], bool]] = {
-    "no file of offsets": (OFFSETS.unlink, NONE, True),
-    "empty file of storages": (lambda: STORAGES.write_bytes(b""), NONE, True),
-    # what was loaded before the fault holds
-    "a file cut in its middle": (lambda: os.truncate(STORAGES, 400), {"VA 5", "VA 29"}, True),
-    "an offset outside the record": (attribute_29(offset=112), BUT_29, True),
-    "a row that is not there": (attribute_29(row=30_000), BUT_29, True),
+# Each place of the files has a test at unit level. Damage, and which of three attributes still have values;
+# what was loaded before the fault holds.
+DAMAGES: dict[str, tuple[Callable[[], object], set[str]]] = {
+    "no file of offsets": (OFFSETS.unlink, set()),
+    "empty file of storages": (lambda: STORAGES.write_bytes(b""), set()),
+    "a file cut in its middle": (lambda: os.truncate(STORAGES, 400), {"VA 5", "VA 29"}),
 }
 
 
-@pytest.mark.parametrize("damage, readable, told", DAMAGES.values(), ids=DAMAGES.keys())
+@pytest.mark.parametrize("damage, readable", DAMAGES.values(), ids=DAMAGES.keys())
 def test_damaged_attribute_files(
-    damage: Damage, readable: set[str], told: bool, site: Site
+    damage: Callable[[], object], readable: set[str], site: Site
 ) -> None:
     site.start(va=2, av=2, rv=2, vd=2, dv=2)
     site.set_rv_types(0, 0)
@@ -176,8 +156,7 @@ def test_damaged_attribute_files(
         for kind, attribute in (("VA", 5), ("VA", 29), ("DV", 20))
         if answers[item(kind, 1, attribute)].Value.VariantType != ua.VariantType.Null
     }
-    lines = site.server.own_output()
-    assert any("atrs.dat" in line or "atributs.dat" in line for line in lines) == told
+    assert any(".dat" in line for line in site.server.own_output()), "it is reported"
 
 
 @pytest.mark.parametrize(
@@ -199,10 +178,9 @@ def test_the_service_level_falls_with_the_database(
     """A database that is started again has the name and the keys, but is not the one attached."""
     site.start(va=1, dv=1)
     client = site.serve(publishing(("VA", 29), ("VA", 14), right=BOTH))
-    node = client.client.get_node(ua.NodeId(ua.ObjectIds.Server_ServiceLevel))
 
     def level() -> int:
-        return client.run(node.read_value())
+        return client.read_standard("ServiceLevel")
 
     assert level() == 255
     before = client.read(item("VA", 1, 29))

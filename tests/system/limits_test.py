@@ -15,6 +15,7 @@ from asyncua import Client, ua
 from asyncua.client.ua_client import UaClient
 
 from conftest import Site
+from opc_client import monitoring, subscribing
 from programs import PORT
 from published_tags import BOTH, item, publishing
 from raw_client import RawClient, Refused
@@ -25,29 +26,13 @@ LEVEL = ua.NodeId(ua.ObjectIds.Server_ServiceLevel)
 TOO_MANY = ua.StatusCodes.BadTooManyOperations
 
 
-def subscribing(**settings: Any) -> ua.CreateSubscriptionParameters:
-    asked = {"RequestedPublishingInterval": 1000.0, "RequestedLifetimeCount": 2**32 - 1}
-    return ua.CreateSubscriptionParameters(
-        **asked | {"RequestedMaxKeepAliveCount": 2**32 - 1} | settings
-    )
-
-
-def monitoring(subscription: int, count: int) -> ua.CreateMonitoredItemsParameters:
-    wanted = ua.MonitoredItemCreateRequest(
-        ItemToMonitor=ua.ReadValueId(LEVEL, ua.AttributeIds.Value),
-        MonitoringMode=ua.MonitoringMode.Reporting,
-        RequestedParameters=ua.MonitoringParameters(SamplingInterval=1e6, QueueSize=2**32 - 1),
-    )
-    return ua.CreateMonitoredItemsParameters(subscription, ItemsToCreate=[wanted] * count)
-
-
 async def subscribe(services: UaClient, **settings: Any) -> ua.CreateSubscriptionResult:
     return await services.create_subscription(subscribing(**settings), lambda answer: None)
 
 
 async def monitor(services: UaClient, count: int) -> list[Any]:
     subscription = await subscribe(services)
-    return await services.create_monitored_items(monitoring(subscription.SubscriptionId, count))
+    return await services.create_monitored_items(monitoring(subscription.SubscriptionId, LEVEL, count))
 
 
 def values(count: int) -> ua.ReadParameters:
@@ -224,7 +209,7 @@ def test_memory_runs_out(spare_mb: int, site: Site) -> None:
             subscription = struct.unpack_from(
                 "<I", greedy[-1].request(ua.CreateSubscriptionRequest(Parameters=subscribing()))
             )
-            items = monitoring(subscription[0], 10_000)
+            items = monitoring(subscription[0], LEVEL, 10_000)
             for request in (write, read):
                 greedy[-1].request(request)
             made = greedy[-1].request(ua.CreateMonitoredItemsRequest(Parameters=items))

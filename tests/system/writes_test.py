@@ -19,26 +19,17 @@ T = ua.VariantType
 # By kind and attribute: OPC UA type, value written, current data afterwards.
 TO_CURRENT_DATA = {
     ("VA", 29): [
-        (T.Float, 3.25, 3.25),
+        (T.Float, -math.inf, -math.inf),
         (T.Int32, -70_000, -70_000.0),
         (T.UInt32, 3_000_000_000, 3e9),
         (T.Int16, -5, -5.0),
         (T.UInt16, 40_000, 40_000.0),
         (T.Byte, 200, 200.0),
         (T.SByte, -1, 255.0),
-        (T.Float, -math.inf, -math.inf),
     ],
-    ("RVV", 8): [(T.Float, 71.5, 71.5), (T.Int32, 9, 9.0)],
-    ("VD", 27): [
-        (T.SByte, 1, 1),
-        (T.Float, 2.9, 2),
-        (T.Float, -1.5, 0),
-        (T.Float, 1e30, 255),
-        (T.Float, math.nan, None),
-        (T.Int32, 300, 44),
-        (T.UInt16, 513, 1),
-    ],
-    ("DV", 20): [(T.Byte, 1, 1), (T.Int32, 0, 0)],
+    ("RVV", 8): [(T.Float, 71.5, 71.5)],
+    ("VD", 27): [(T.Float, 2.9, 2), (T.Float, 1e30, 255), (T.Int32, 300, 44)],
+    ("DV", 20): [(T.Byte, 1, 1)],
 }
 
 
@@ -56,8 +47,7 @@ def test_numbers_arrive_in_the_current_data(site: Site) -> None:
         passport = bytes(database.record(table, 2))
         for variant_type, written, arrived in cases:
             assert client.write(item(kind, 2, attribute), written, variant_type).is_good()
-            if arrived is not None:
-                assert database.data(table, 2) == arrived, (variant_type, written)
+            assert database.data(table, 2) == arrived, (variant_type, written)
         assert bytes(database.record(table, 2)) == passport
         assert database.data(table, 1) == 77, "the neighbour"
 
@@ -65,18 +55,13 @@ def test_numbers_arrive_in_the_current_data(site: Site) -> None:
 # kind, attribute, field: bytes before, OPC UA type, value written, bytes afterwards.
 TO_PASSPORT = [
     ("VA", 8, "UNIT", b"\x11", T.Int32, 511, b"\xff"),
-    ("VA", 8, "UNIT", b"\x11", T.SByte, -2, b"\xfe"),
     ("VA", 14, "VPG", bytes(4), T.Float, 0.1, struct.pack("<f", 0.1)),
-    ("VA", 14, "VPG", bytes(4), T.Int16, -3, struct.pack("<f", -3)),
     ("AV", 21, "ZD", bytes(4), T.Float, 61.5, struct.pack("<f", 61.5)),
-    ("AV", 36, "TKL", bytes(2), T.Int16, 300, struct.pack("<h", 300)),
     ("VD", 31, "indvar", bytes(2), T.Int16, -300, struct.pack("<h", -300)),
-    ("VD", 31, "indvar", bytes(2), T.UInt16, 40_000, struct.pack("<H", 40_000)),
     ("DV", 21, "DU", b"\0", T.Byte, 1, b"\1"),
     # texts
     ("VA", 5, "POZ", b"x" * 9, T.String, "Ёлка", "Ёлка".encode("cp866") + bytes(5)),
     ("VA", 5, "POZ", bytes(9), T.String, "Двенадцать12", "Двенадцат".encode("cp866")),
-    ("VA", 5, "POZ", bytes(9), T.String, "5 € №1", b"5 ? \xfc1" + bytes(3)),
     ("VA", 5, "POZ", bytes(9), T.String, "a\U0001f600b", b"a????b" + bytes(3)),
     ("VA", 5, "POZ", b"x" * 9, T.String, "", bytes(9)),
     ("VA", 5, "POZ", bytes(9), T.Int16, -1, b"-1" + bytes(7)),
@@ -90,7 +75,6 @@ TO_PASSPORT = [
     ("VA", 14, "VPG", b"keep", T.Boolean, True, b"keep"),
     ("VA", 14, "VPG", b"keep", T.Int64, 5, b"keep"),
     ("VA", 14, "VPG", b"keep", T.ByteString, b"12", b"keep"),
-    ("VA", 14, "VPG", b"keep", T.Float, [1.0, 2.0], b"keep"),
     ("VA", 14, "VPG", b"keep", T.Float, [1.0], b"keep"),
     ("VA", 14, "VPG", b"keep", T.Float, [], b"keep"),
     ("VA", 5, "POZ", b"keep it!!", T.String, [], b"keep it!!"),
@@ -122,10 +106,7 @@ def test_a_bit_is_set_without_its_neighbours(site: Site) -> None:
     records.write_files(described)
     client, node = site.serve(publishing(("VD", 26), right=BOTH)), item("VD", 1, 26)
     for before, variant_type, written, after in (
-        (0x00, T.Byte, 1, 0x08),
         (0xFF, T.Byte, 0, 0xF7),
-        (0xA0, T.Int32, -1, 0xA8),
-        (0x08, T.Float, 0.9, 0x00),
         (0x00, T.Int32, 256, 0x00),  # only the low byte is looked at
         (0x00, T.String, "0", 0x08),
         (0x08, T.String, "", 0x00),
@@ -135,8 +116,6 @@ def test_a_bit_is_set_without_its_neighbours(site: Site) -> None:
         assert site.database.field("VD", 1, "STATUS2") == after, (variant_type, written)
         assert client.read(node).Value.Value == (1 if after & 8 else 0)
 
-
-BAD, UNCERTAIN = ua.StatusCodes.Bad, ua.StatusCodes.Uncertain
 
 # A library of another age answers a refusal by another code.
 NOT_WRITABLE = {ua.StatusCodes.BadNotWritable, ua.StatusCodes.BadUserAccessDenied}
@@ -175,14 +154,12 @@ def test_what_comes_with_a_value(site: Site) -> None:
     site.database.set_time("VA", 1, 1_790_000_000, 0)
     stamped = client.read(node)
     now = datetime.now(timezone.utc)
-    for number, more in enumerate(
-        (
-            {"StatusCode": ua.StatusCode(BAD)},
-            {"StatusCode": ua.StatusCode(UNCERTAIN), "ServerTimestamp": now},
-            {"SourceTimestamp": now, "SourcePicoseconds": 10},
-        )
+    for number, more in (
+        (1.0, {"StatusCode": ua.StatusCode(ua.StatusCodes.Bad)}),
+        (2.0, {"StatusCode": ua.StatusCode(ua.StatusCodes.Uncertain), "ServerTimestamp": now}),
+        (3.0, {"SourceTimestamp": now, "SourcePicoseconds": 10}),
     ):
-        value = ua.DataValue(ua.Variant(float(number), T.Float), **more)
+        value = ua.DataValue(ua.Variant(number, T.Float), **more)
         assert client.write_data_value(node, value).is_good(), more
         answer = client.read(node)
         assert answer.Value.Value == number
@@ -194,10 +171,7 @@ def test_what_comes_with_a_value(site: Site) -> None:
     empty = ua.DataValue(ua.Variant())
     assert client.write_data_value(node, empty).is_good()  # and stored nowhere
     object.__setattr__(empty, "Value", None)  # the constructor would put an empty variant there
-    for status in (None, ua.StatusCode(BAD)):
-        object.__setattr__(empty, "StatusCode", status)
-        refused = client.write_data_value(node, empty)
-        assert refused.value == ua.StatusCodes.BadTypeMismatch
+    assert client.write_data_value(node, empty).value == ua.StatusCodes.BadTypeMismatch
 
     name = ua.DataValue(ua.Variant(ua.LocalizedText("x"), T.LocalizedText))
     renamed = client.write_data_value(node, name, ua.AttributeIds.DisplayName)

@@ -5,6 +5,7 @@ on while a test looks at something else.
 """
 
 import asyncio
+import queue
 import threading
 from collections.abc import Coroutine, Iterable
 from contextlib import suppress
@@ -16,6 +17,7 @@ from asyncua.common.ua_utils import value_to_datavalue
 
 from nodes import OBJECTS_FOLDER, Node, NodeKey, Text
 from programs import PORT
+from waiting import PATIENCE_S
 
 _TIMEOUT_S = 60.0
 _NODES_A_REQUEST = 200  # of what a server allows a browse
@@ -28,6 +30,46 @@ _ATTRIBUTES = [
     *map(ua.AttributeIds.__getitem__, ("AccessLevel", "UserAccessLevel", "DataType", "ValueRank")),
     ua.AttributeIds.Historizing,
 ]
+
+
+def subscribing(**settings: Any) -> ua.CreateSubscriptionParameters:
+    """A request for a subscription that lasts as long as the server lets it."""
+    asked = {"RequestedPublishingInterval": 1000.0, "RequestedLifetimeCount": 2**32 - 1}
+    return ua.CreateSubscriptionParameters(
+        **asked | {"RequestedMaxKeepAliveCount": 2**32 - 1} | settings
+    )
+
+
+def monitoring(
+    subscription: int, node: ua.NodeId, count: int = 1, interval_ms: float = 1e6
+) -> ua.CreateMonitoredItemsParameters:
+    """A request for so many items of one value, with queues as long as the server lets them be."""
+    wanted = ua.MonitoredItemCreateRequest(
+        ItemToMonitor=ua.ReadValueId(node, ua.AttributeIds.Value),
+        MonitoringMode=ua.MonitoringMode.Reporting,
+        RequestedParameters=ua.MonitoringParameters(
+            SamplingInterval=interval_ms, QueueSize=2**32 - 1
+        ),
+    )
+    return ua.CreateMonitoredItemsParameters(subscription, ItemsToCreate=[wanted] * count)
+
+
+class Notifications:
+    """Collects what a subscription delivers."""
+
+    def __init__(self) -> None:
+        self._arrived: queue.Queue[ua.DataValue] = queue.Queue()
+
+    def datachange_notification(self, node: object, value: object, data: Any) -> None:
+        self._arrived.put(data.monitored_item.Value)
+
+    def next(self) -> tuple[object, bool]:
+        """Value and whether it is good."""
+        delivered = self._arrived.get(timeout=PATIENCE_S)
+        return delivered.Value.Value, delivered.StatusCode.is_good()
+
+    def is_empty(self) -> bool:
+        return self._arrived.empty()
 
 
 class OpcClient:
@@ -56,6 +98,19 @@ class OpcClient:
             return
         with suppress(Exception):  # the server may be gone already
             self.run(self.client.disconnect())
+        self._end_loop()
+
+    def vanish(self) -> None:
+        """Ends the connection as the end of its process would."""
+
+        async def abort() -> None:
+            self.client.uaclient.protocol.transport.abort()
+            await asyncio.sleep(0)
+
+        self.run(abort())
+        self._end_loop()
+
+    def _end_loop(self) -> None:
         self._loop.call_soon_threadsafe(self._loop.stop)
         self._thread.join()
         self._loop.close()
@@ -100,6 +155,14 @@ class OpcClient:
         wanted = ua.WriteValue(NodeId=self.node_id(key), AttributeId=attribute, Value=value)
         parameters = ua.WriteParameters(NodesToWrite=[wanted])
         return self.run(self.client.uaclient.write(parameters))[0]
+
+    def notifications(self, key: NodeKey, interval_ms: float) -> Notifications:
+        """Of a subscription to the node's value."""
+        received = Notifications()
+        subscription = self.run(self.client.create_subscription(interval_ms, received))
+        node = self.client.get_node(self.node_id(key))
+        self.run(subscription.subscribe_data_change(node, sampling_interval=interval_ms))
+        return received
 
     # -- History
 
