@@ -50,8 +50,6 @@ def place_of(folder: str) -> str | tuple[int, str]:
 
 @pytest.mark.parametrize("case", CASES)
 def test_publishes_what_the_configuration_says(case: str, site: Site) -> None:
-    site.start(va=4, av=3, rv=6, vd=3, dv=4)
-    site.set_rv_types(0, 1, 2, 2, 1, 0)
     configuration, tree = CASES[case]
     applications = [line.split()[1] for line in tree if line.startswith("application ")]
     rows = [(place_of(folder), tags, items) for folder, tags, items in cases.cells(tree)]
@@ -60,7 +58,7 @@ def test_publishes_what_the_configuration_says(case: str, site: Site) -> None:
 
 
 def assert_published(site: Site, configuration: str, expected: dict[NodeKey, Node]) -> None:
-    client = site.serve(configuration)
+    client = site.serve(configuration, va=4, av=3, rv_types=(0, 1, 2, 2, 1, 0), vd=3, dv=4)
     nodes = client.address_space()
     assert nodes == expected
     checker.assert_foretold(
@@ -69,17 +67,14 @@ def assert_published(site: Site, configuration: str, expected: dict[NodeKey, Nod
 
 
 def test_publishes_every_number(site: Site) -> None:
-    site.start(va=4, av=3, rv=6, vd=3, dv=4)
-    site.set_rv_types(0, 1, 2, 2, 1, 0)
     assert_published(site, EVERY_NUMBER, operative(EVERY_NUMBER_TREE))
 
 
 def test_says_what_it_could_not_make(site: Site) -> None:
     """Structures that lost their last item, and tags that are in the tree already."""
-    site.start(va=2, av=1, rv=1, vd=1, dv=1)
     twice = "".join(f"Type{n}.{key} = N, 2\n" for n in (1, 2, 3, 4, 50) for key in "ab")
     groups = "[Attributes_Group3]\nVA=1\nRV=1\n[Attributes_Group4]\nVA=1\nRV=1\n"
-    site.serve(f"{SERVING}[Attributes]\n{ALL}{twice}{groups}")
+    site.serve(f"{SERVING}[Attributes]\n{ALL}{twice}{groups}", va=2, av=1, rv=1, vd=1, dv=1)
     said = site.server.output().decode("cp866")
     for kind in ("VA", "AV", "RV", "VD", "DV"):
         failed = f"warn/server\x1b[0m\tFailed to create structure for {kind} variable"
@@ -93,6 +88,5 @@ def test_says_what_it_could_not_make(site: Site) -> None:
 
 
 def test_kinds_without_variables_keep_their_folder(site: Site) -> None:
-    site.start(va=1)
     tree: list[Row] = [("2_VD", "", ""), ("3_AV", "", ""), ("4_DV", "", "")]
-    assert site.serve(SERVING).address_space() == operative(tree)
+    assert site.serve(SERVING, va=1).address_space() == operative(tree)

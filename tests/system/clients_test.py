@@ -21,8 +21,7 @@ PUBLISHING = publishing(("VA", 14), right=BOTH)
 
 
 def test_the_usual_calls_of_another_make_of_client(site: Site) -> None:
-    site.start(va=2)
-    site.serve(PUBLISHING).close()
+    site.serve(PUBLISHING, va=2).close()
     client = opcua.Client(f"opc.tcp://127.0.0.1:{PORT}", timeout=PATIENCE_S)
     client.connect()
     try:
@@ -47,8 +46,7 @@ def test_the_usual_calls_of_another_make_of_client(site: Site) -> None:
 
 
 def test_clients_that_vanish_with_their_subscriptions(site: Site) -> None:
-    site.start(va=2)
-    client, node = site.serve(PUBLISHING), item("VA", 1, 14)
+    client, node = site.serve(PUBLISHING, va=2), item("VA", 1, 14)
     for _ in range(2):
         vanishing = site.connect()
         vanishing.notifications(node, 100).next()
@@ -61,8 +59,7 @@ def test_clients_that_vanish_with_their_subscriptions(site: Site) -> None:
 
 def test_connections_that_speak_something_else(site: Site) -> None:
     """Noise, half a greeting, nothing at all: each closed or left, and the others are served."""
-    site.start(va=2)
-    client = site.serve(PUBLISHING)
+    client = site.serve(PUBLISHING, va=2)
     noise = random.Random(5)
     openings = [b"", b"HELF" + (200).to_bytes(4, "little"), b"GET / HTTP/1.1\r\n\r\n"]
     openings += [noise.randbytes(noise.randrange(1, 3000)) for _ in range(20)]
@@ -107,8 +104,7 @@ def _others_are_served(site: Site, client: OpcClient) -> None:
 
 def test_answers_wait_for_a_slow_reader(site: Site) -> None:
     """It gets all of them once it reads, and its connection lives."""
-    site.start(va=1)
-    honest, slow = site.serve(PUBLISHING), site.connect()
+    honest, slow = site.serve(PUBLISHING, va=1), site.connect()
     answers = _ask(slow, NODES_AN_ANSWER, ANSWERS, read=False)
     _others_are_served(site, honest)
     assert not all(answer.done() for answer in answers)
@@ -125,8 +121,7 @@ def test_answers_wait_for_a_slow_reader(site: Site) -> None:
 
 
 def test_the_server_ends_while_answers_wait(site: Site) -> None:
-    site.start(va=1)
-    honest, slow = site.serve(PUBLISHING), site.connect()
+    honest, slow = site.serve(PUBLISHING, va=1), site.connect()
     _ask(slow, NODES_AN_ANSWER, ANSWERS, read=False)
     _others_are_served(site, honest)
     assert site.server.stop() == 0
@@ -136,8 +131,7 @@ def test_the_server_ends_while_answers_wait(site: Site) -> None:
 @pytest.mark.parametrize("limits", [{"max_messagesize": 100_000}, {"max_chunkcount": 2}])
 def test_an_answer_larger_than_the_client_takes(site: Site, limits: dict[str, int]) -> None:
     """It is refused, and the connection goes on, however often that happens."""
-    site.start(va=1)
-    site.serve(PUBLISHING)
+    site.serve(PUBLISHING, va=1)
     client = site.connect(**limits)
     for _ in range(3):
         too_large, fits = _ask(client, NODES_AN_ANSWER) + _ask(client, 300)

@@ -1,69 +1,78 @@
 """What operators read of configurations with every error: the server's log, line by line, the event
 journal, message by message, and what opcuacheck foretells of the log."""
 
-import time
 from dataclasses import dataclass
+from datetime import datetime, timezone
 
 import pytest
 
 import cases
 import checker
 import programs
+import zrtjournal
 from conftest import Site
 from controller import journal, records
 from programs import CONFIGURATION, SERVING
 
 FIRST_CODE = 18091  # of the server's messages
 SYSTEM_DICTIONARY = 301
-NO_VARIABLE = (-1, -1)
 
 
 @dataclass(frozen=True)
 class Reported:
-    """One thing told to operators; journal texts are the bytes that lie there."""
+    """What operators are told at once: a line of the log and a message of the journal."""
 
     log: str
     code: int
-    arguments: tuple[int | bytes, ...]
+    arguments: list[int | str]
+    encoding: str = "cp866"  # of the journal's texts
 
 
-RUNNING = Reported(programs.RUNNING, 18092, (7, "теги OA".encode("cp866")))
+RUNNING = Reported(programs.RUNNING, 18092, [7, "теги OA"])
 # The journal names no line of this one.
-INTERVAL = Reported("ЦП 7: OPC UA Сервер: Ошибка конфигурации: 2 4", 18094, (7, 2, b" "))
+INTERVAL = Reported("ЦП 7: OPC UA Сервер: Ошибка конфигурации: 2 4", 18094, [7, 2, " "])
 # The log is emptied behind the line of the start.
-STARTED = (18091, (7, b"1.0-0"))
+STARTED = (18091, [7, "1.0-0"])
+
+
+def now() -> datetime:
+    """To the millisecond, as the journal has it."""
+    present = datetime.now(timezone.utc)
+    return present.replace(microsecond=present.microsecond // 1000 * 1000)
 
 
 def error(number: int, line: int) -> Reported:
     place = f"строка №{line}"
     log = f"ЦП 7: OPC UA Сервер: Ошибка конфигурации: {number} {place}"
-    return Reported(log, 18094, (7, number, place.encode("cp866")))
+    return Reported(log, 18094, [7, number, place])
 
 
 def missing(line: int) -> Reported:
     """Held as UTF-8, and converted for the log as if it were CP866, so operators see it garbled."""
     garbled = "╨ж╨Я 7: OPC UA ╨б╨╡╤А╨▓╨╡╤А: ╨Ю╤И╨╕╨▒╨║╨░ ╨║╨╛╨╜╤Д╨╕╨│╤Г╤А╨░╤Ж╨╕╨╕: 4 ╤Б╤В╤А╨╛╨║╨░ тДЦ"
-    return Reported(f"{garbled}{line}", 18094, (7, 4, f"строка №{line}".encode()))
+    return Reported(f"{garbled}{line}", 18094, [7, 4, f"строка №{line}"], "utf-8")
 
 
-def assert_reported(site: Site, reports: list[Reported], begin: float) -> None:
+def assert_reported(site: Site, reports: list[Reported], begin: datetime) -> None:
     """These lines since `begin`, and as many messages behind that of the start."""
     assert site.server.log_lines() == [report.log for report in reports]
-    messages = [message for message in journal.ring() if message.code >= FIRST_CODE]
-    told = [(message.code, message.arguments) for message in messages]
+    messages = [m for m in zrtjournal.messages() if m["code"] >= FIRST_CODE]
+    told = [(m["code"], m["arguments"]) for m in messages]
     assert told == [STARTED] + [(report.code, report.arguments) for report in reports]
-    assert {message.dictionary for message in messages} == {SYSTEM_DICTIONARY}
-    assert {message.variable for message in messages} == {NO_VARIABLE}
-    begin_ms, now_ms = int(begin * 1000), time.time() * 1000
-    assert all(begin_ms <= message.time_ms <= now_ms for message in messages)
+    assert {(m["dictionary"], m["variable"]) for m in messages} == {(SYSTEM_DICTIONARY, None)}
+    times = [datetime.fromisoformat(m["time"]) for m in messages]
+    assert begin <= times[0] and times[-1] <= datetime.now(timezone.utc)
+    ring = journal.segment(journal.RING)
+    texts = [(text, r.encoding) for r in reports for text in r.arguments if isinstance(text, str)]
+    assert ring and all(text.encode(encoding) + b"\0" in ring for text, encoding in texts)
 
 
-COUNTS = {"va": 4, "av": 1, "rv": 2, "vd": 1, "dv": 1}
+COUNTS = {"va": 4, "av": 1, "vd": 1, "dv": 1}  # and two manual inputs
 
 
 def assert_foretold(site: Site, *manual_inputs: str) -> None:
     counts = ",".join(f"{kind}={count}" for kind, count in COUNTS.items())
-    foretold = checker.log_lines(f"--counts={counts}", *manual_inputs)
+    foretold = checker.log_lines(f"--counts=rv=2,{counts}", *manual_inputs)
     assert foretold == sorted(site.server.log_lines()[:-1])
 
 
@@ -73,27 +82,25 @@ CASES = cases.read("configuration_log.txt")
 
 @pytest.mark.parametrize("text, errors", CASES.values(), ids=CASES.keys())
 def test_what_is_told(text: str, errors: list[str], site: Site) -> None:
-    site.start(**COUNTS)
-    site.set_rv_types(0, 1)
-    begin = time.time()
-    site.serve(SERVING + text)
+    begin = now()
+    site.serve(SERVING + text, rv_types=(0, 1), **COUNTS)
     expected = [error(*map(int, place.split())) for place in errors[0].split(", ")]
     assert_reported(site, [*expected, RUNNING], begin)
     assert_foretold(site, "--rvs=2")
 
 
-def fatal(number: int, log: str, place: bytes) -> Reported:
-    return Reported(f"ЦП 7: OPC UA Сервер: Ошибка конфигурации{log}", 18094, (7, number, place))
+def fatal(number: int, log: str, place: str) -> Reported:
+    return Reported(f"ЦП 7: OPC UA Сервер: Ошибка конфигурации{log}", 18094, [7, number, place])
 
 
 # name: configuration (None: no file), what is told
 FATAL: dict[str, tuple[str | None, list[Reported]]] = {
-    "no file": (None, [fatal(1, " 1 ", b" ")]),
+    "no file": (None, [fatal(1, " 1 ", " ")]),
     "no port, behind another error": (
         "[General]\nPort = 4840\nSamplingInterval = 20\n",  # which the server does not come to
-        [error(6, 2), fatal(3, ": 3 ", b" ")],
+        [error(6, 2), fatal(3, ": 3 ", " ")],
     ),
-    "a port of others": ("[General]\n\nServerPort = 4850\n", [fatal(3, ": 3 ", b"3")]),
+    "a port of others": ("[General]\n\nServerPort = 4850\n", [fatal(3, ": 3 ", "3")]),
 }
 
 
@@ -104,7 +111,7 @@ def test_what_is_told_before_it_sleeps(
     site.start(va=1)
     if text is None:
         CONFIGURATION.unlink()
-    begin = time.time()
+    begin = now()
     process = site.launch(text)
     process.wait_for_log(reports[-1].log)
     process.sleeps_for_ever()
@@ -114,10 +121,9 @@ def test_what_is_told_before_it_sleeps(
 
 def test_attributes_that_the_database_does_not_describe(site: Site) -> None:
     """Told once for each key, when the trees are built; the node is made all the same."""
-    site.start(**COUNTS)
-    site.set_rv_types(0, 2)
+    site.start(rv_types=(0, 2), **COUNTS)
     records.describe_fewer(VA=28, VD=20, RV=4, AV=20)
-    begin = time.time()
+    begin = now()
     client = site.serve(
         SERVING + "SamplingInterval = 20\n[Attributes]\nVA=1\nVD=all\nDV=all\nRV=all\nAV=all\n"
         "Type1.aa = A, 14\nType1.a = A, 29, OPC_READABLE\nType1.b = B, 28\nType2.c = C, 26\n"

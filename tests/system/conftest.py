@@ -5,6 +5,7 @@ import shutil
 from collections.abc import Callable, Iterator
 from contextlib import suppress
 from pathlib import Path
+from typing import Any
 
 import pytest
 
@@ -49,18 +50,22 @@ class Site:
         plain: int = 0,
         frozen: bool = True,
         cycle_time_ms: int = 100,
+        rv_types: tuple[int, ...] = (),
         **counts: int,
     ) -> None:
         """Starts zrtsim with so many variables, `plain` of each kind that is never published.
 
-        Frozen, nothing but the test changes the memory.
+        `rv_types`: the manual inputs by their sub-kinds, 0 a number, 1 a text, 2 logical. Frozen,
+        nothing but the test changes the memory.
         """
-        counts = dict.fromkeys(("va", "av", "rv", "vd", "dv"), 0) | counts
+        counts = dict.fromkeys(("va", "av", "rv", "vd", "dv"), 0) | {"rv": len(rv_types)} | counts
         counts |= dict.fromkeys(_PLAIN, plain)
         options = [f"--{kind}={count}" for kind, count in counts.items()]
         self.start_simulator(*options, *(["--frozen"] if frozen else []), *arguments)
         settings = f"[General]\nNumber_kontr = 7\nCycleTime = {cycle_time_ms}\n"
         CONTROLLER_SETTINGS.write_text(settings)
+        for number, rv_type in enumerate(rv_types, 1):
+            self.database.set_field("RV", number, "var_type", rv_type)
 
     def start_simulator(self, *arguments: str) -> Simulator:
         self.simulator = Simulator(*arguments)
@@ -80,11 +85,6 @@ class Site:
             self._database.close()
             self._database = None
 
-    def set_rv_types(self, *types: int) -> None:
-        """The sub-kind of each manual input: 0 a number, 1 a text, 2 logical."""
-        for number, rv_type in enumerate(types, 1):
-            self.database.set_field("RV", number, "var_type", rv_type)
-
     # -- The server and its clients
 
     def launch(
@@ -92,11 +92,14 @@ class Site:
         configuration: str | None,
         environment: dict[str, str] | None = None,
         before: Callable[[], object] | None = None,
+        **controller: Any,
     ) -> Server:
         """Starts it without waiting for its endpoint; None leaves the configuration as it is.
 
-        `before` runs in the new process.
+        `before` runs in the new process. `controller`: starts one first, with these settings.
         """
+        if controller:
+            self.start(**controller)
         if configuration is not None:
             CONFIGURATION.write_bytes(configuration.encode("cp866"))
         self.server = Server(environment=environment, before=before)
@@ -108,9 +111,10 @@ class Site:
         configuration: str | None,
         environment: dict[str, str] | None = None,
         port: int = PORT,
+        **controller: Any,
     ) -> OpcClient:
-        """Starts it and connects a first client."""
-        self.launch(configuration, environment).wait_ready(port)
+        """Starts it, after a controller if one is asked for, and connects a first client."""
+        self.launch(configuration, environment, **controller).wait_ready(port)
         return self.connect(port)
 
     def connect(self, port: int = PORT, **settings: float) -> OpcClient:

@@ -66,8 +66,7 @@ DATABASE_PROCESSES: dict[str, tuple[list[bytes], bool, dict[str, int]]] = {
 
 @pytest.mark.parametrize("case", DATABASE_PROCESSES)
 def test_a_database_process(case: str, site: Site) -> None:
-    site.start(va=2, av=2, rv=2, vd=2, dv=2, plain=1)
-    site.set_rv_types(0, 0)
+    site.start(va=2, av=2, rv_types=(0, 0), vd=2, dv=2, plain=1)
     answers, dies, published = DATABASE_PROCESSES[case]
     is_late = "late" in case
     process = DatabaseProcess(answers, dies, delay_s=0.1 if is_late else 0.0)
@@ -100,8 +99,7 @@ def test_an_offset_is_held_against_the_record_that_is_there(site: Site) -> None:
 
 
 def test_manual_inputs_of_no_known_sub_kind_are_left_out(site: Site) -> None:
-    site.start(va=1, av=1, rv=4, vd=1, dv=1)
-    site.set_rv_types(0, 3, 255, 0)
+    site.start(va=1, av=1, rv_types=(0, 3, 255, 0), vd=1, dv=1)
     nodes = site.serve(publishing(("RVV", 8), ("VD", 27))).address_space()
     assert [tag for tag in nodes if str(tag).startswith("RV_")] == ["RV_1", "RV_4"]
     assert "VD_1" in nodes
@@ -121,8 +119,7 @@ SEGMENTS = [
 
 @pytest.mark.parametrize("index, lost", SEGMENTS)
 def test_without_a_segment(index: int, lost: str | None, site: Site) -> None:
-    site.start(va=2, av=2, rv=2, vd=2, dv=2, plain=1)
-    site.set_rv_types(0, 0)
+    site.start(va=2, av=2, rv_types=(0, 0), vd=2, dv=2, plain=1)
     site.database.remove_table(index)
     answers = use_every_node(site.serve(EVERYTHING))
     published = {kind for kind in CURRENT if item(kind, 1, CURRENT[kind]) in answers}
@@ -134,8 +131,8 @@ def test_without_a_segment(index: int, lost: str | None, site: Site) -> None:
 
 # -- Attribute files
 
-# Each place of the files has a test at unit level. Damage, and which of three attributes still have values;
-# what was loaded before the fault holds.
+# Each place of the files has a test at unit level. Damage, and which of three attributes still have
+# values; what was loaded before the fault holds.
 DAMAGES: dict[str, tuple[Callable[[], object], set[str]]] = {
     "no file of offsets": (OFFSETS.unlink, set()),
     "empty file of storages": (lambda: STORAGES.write_bytes(b""), set()),
@@ -147,8 +144,7 @@ DAMAGES: dict[str, tuple[Callable[[], object], set[str]]] = {
 def test_damaged_attribute_files(
     damage: Callable[[], object], readable: set[str], site: Site
 ) -> None:
-    site.start(va=2, av=2, rv=2, vd=2, dv=2)
-    site.set_rv_types(0, 0)
+    site.start(va=2, av=2, rv_types=(0, 0), vd=2, dv=2)
     damage()
     answers = use_every_node(site.serve(EVERYTHING))
     assert readable == {
@@ -176,8 +172,7 @@ def test_the_service_level_falls_with_the_database(
     gone: Callable[[Site], object], back: Callable[[Site], None] | None, site: Site
 ) -> None:
     """A database that is started again has the name and the keys, but is not the one attached."""
-    site.start(va=1, dv=1)
-    client = site.serve(publishing(("VA", 29), ("VA", 14), right=BOTH))
+    client = site.serve(publishing(("VA", 29), ("VA", 14), right=BOTH), va=1, dv=1)
 
     def level() -> int:
         return client.read_standard("ServiceLevel")

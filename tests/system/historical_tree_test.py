@@ -9,18 +9,7 @@ from asyncua import ua
 import cases
 import checker
 from conftest import Site
-from nodes import (
-    ANY_RANK,
-    BASE_DATA_TYPE,
-    BASE_DATA_VARIABLE_TYPE,
-    ORGANIZES,
-    VARIABLE,
-    Node,
-    NodeKey,
-    Text,
-    folder,
-    structure,
-)
+from nodes import ANY_TYPE, Node, NodeKey, folder, pen, structure
 from programs import PORT
 from trends import BOOLEAN, DOUBLE, FLOAT, INTEGER, Pen, Trends
 
@@ -46,8 +35,6 @@ SYSTEM = Trends(
 )
 # Data type and value rank of pens; other types than these two have those of any variable.
 DATA_TYPES = {FLOAT: (10, -1), BOOLEAN: (1, -1)}
-READ_AND_HISTORY_READ = 5
-
 ALL_OF_1 = "R1_P1.VA_17 R1_P2.VD_2 R1_P3.AV_65535 R1_P4.DV_1"
 
 # Lines of the tree as "PLOTTER | listed or all | TAGS", whether a list names the pens.
@@ -64,23 +51,18 @@ def expected_nodes(application: str, tree: list[str]) -> dict[NodeKey, Node]:
         found[name], listed = structure(name, 7), choice == "listed"
         for tag in tags.split():
             place = ".".join(part for part in (application, "Historical", name, tag) if part)
-            plotter, pen = re.findall(r"\d+", tag)[:2]
-            type_code = SYSTEM.pens[int(plotter), int(pen)].type_code
-            found[place if listed else tag] = Node(
-                *(VARIABLE, name, ORGANIZES, BASE_DATA_VARIABLE_TYPE, tag),
-                *(Text("ru-RU", tag), Text("ru-RU", place if listed else f"{tag}.A")),
-                READ_AND_HISTORY_READ,
-                *DATA_TYPES.get(type_code, (BASE_DATA_TYPE, ANY_RANK)),
-                historizing=True,
-            )
+            plotter, number = map(int, re.findall(r"\d+", tag)[:2])
+            type_code = SYSTEM.pens[plotter, number].type_code
+            of_type = DATA_TYPES.get(type_code, ANY_TYPE)
+            description = place if listed else f"{tag}.A"
+            found[place if listed else tag] = pen(tag, name, description, of_type)
     return found
 
 
 @pytest.mark.parametrize("more, tree", CASES.values(), ids=CASES.keys())
 def test_publishes_the_selected_pens(more: str, tree: list[str], site: Site) -> None:
-    site.start(va=1)
     SYSTEM.tell()
-    client = site.serve(HISTORY_ONLY + more, SYSTEM.environment)
+    client = site.serve(HISTORY_ONLY + more, SYSTEM.environment, va=1)
     application = "Цех1" if "AplicationName" in more else ""
     nodes = client.address_space()
     assert nodes == expected_nodes(application, tree)
@@ -114,9 +96,8 @@ PUBLISHES = {
 def test_tells_whether_history_is_published(
     system: Trends, more: str, mode: str, values: int | None, site: Site
 ) -> None:
-    site.start(va=1)
     system.tell()
-    client = site.serve(f"[General]\nServerPort = {PORT}\n{more}", system.environment)
+    client = site.serve(f"[General]\nServerPort = {PORT}\n{more}", system.environment, va=1)
     assert site.server.log_lines() == [f"ЦП 7: OPC UA Сервер: Запущен: {mode}"]
     capabilities = (
         ua.ObjectIds.HistoryServerCapabilities_AccessHistoryDataCapability,
@@ -130,9 +111,9 @@ def test_tells_whether_history_is_published(
 
 
 def test_a_pen_shows_its_type_and_cannot_be_written(site: Site) -> None:
-    site.start(va=1)
     SYSTEM.tell()
-    client = site.serve(HISTORY_ONLY + "[Plotter_1]\n[Plotter_3]\nPens=2,3\n", SYSTEM.environment)
+    plotters = "[Plotter_1]\n[Plotter_3]\nPens=2,3\n"
+    client = site.serve(HISTORY_ONLY + plotters, SYSTEM.environment, va=1)
     # One object for the process and one for the tree; nothing is asked twice.
     assert SYSTEM.calls() == [
         *("BrowseConfig", "BrowseConfig", "GetConfigAll 0", "GetConfigPlotters 1 1/0 0"),

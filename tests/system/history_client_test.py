@@ -3,8 +3,6 @@
 import calendar
 from datetime import datetime, timedelta, timezone
 
-import pytest
-
 from conftest import Site
 from programs import PORT, run_to_end
 from trends import FLOAT, GOOD, Pen, Trends, ramp
@@ -19,11 +17,8 @@ def serve(site: Site, limit: int, *more: str) -> None:
     """A pen with these values, of which the server gives `limit` at a time."""
     trends = Trends(plotters=1, pens_of={1: 1}, pens={(1, 1): Pen(FLOAT, 0, 17)}, more=list(more))
     trends.tell()
-    site.serve(
-        f"[General]\nServerPort = {PORT}\nOperativeData = off\nCountHistoryTrends = {limit}\n"
-        "[Plotter_1]\n",
-        trends.environment,
-    )
+    settings = f"OperativeData = off\nCountHistoryTrends = {limit}\n[Plotter_1]\n"
+    site.serve(f"[General]\nServerPort = {PORT}\n{settings}", trends.environment, va=1)
 
 
 def value(number: int, second: int, microsecond: int = 0) -> str:
@@ -38,33 +33,23 @@ def history(first: datetime, seconds: int, *options: str) -> tuple[int, list[str
     return done.returncode, done.stdout.splitlines(), done.stderr
 
 
-@pytest.mark.parametrize("limit", [100, 1000])
-def test_a_day_comes_out_whole(limit: int, site: Site) -> None:
-    site.start(va=1)
-    serve(site, limit, ramp(FIRST_SECOND, DAY))
+def test_a_day_comes_out_whole(site: Site) -> None:
+    serve(site, 1000, ramp(FIRST_SECOND, DAY))
     status, lines, _ = history(FIRST, DAY)
     assert status == 0
     assert lines == [HEADING] + [
         f"{FIRST + timedelta(seconds=i):%Y-%m-%dT%H:%M:%S}.000000Z,{i},Good" for i in range(DAY)
     ]
-
-
-def test_stops_where_values_would_be_lost(site: Site) -> None:
-    site.start(va=1)
-    for in_one_millisecond, status, read in ((99, 0, 50 + 99 + 1), (101, 5, 50 + 100)):
-        crowd = [value(i, 50, 3000 + i) for i in range(in_one_millisecond)]
-        serve(site, 100, ramp(FIRST_SECOND, 50), *crowd, value(7, 60))
-        ended, lines, messages = history(FIRST, 100)
-        site.server.kill()
-        assert (ended, len(lines)) == (status, 1 + read)
-    assert "дальше нельзя" in messages and ".003" in messages
-
-
-def test_says_when_there_is_nothing(site: Site) -> None:
-    site.start(va=1)
-    serve(site, 100, ramp(FIRST_SECOND, 10))
-    status, lines, messages = history(FIRST + timedelta(days=1), 100)
+    status, lines, messages = history(FIRST + timedelta(days=2), 100)
     assert (status, lines) == (1, [HEADING])
     assert "прочитано значений: 0" in messages
     status, lines, _ = history(FIRST, 9, "--plot")
     assert status == 0 and "0 … 9" in lines[0]
+
+
+def test_stops_where_values_would_be_lost(site: Site) -> None:
+    crowd = [value(i, 50, 3000 + i) for i in range(101)]
+    serve(site, 100, ramp(FIRST_SECOND, 50), *crowd, value(7, 60))
+    status, lines, messages = history(FIRST, 100)
+    assert (status, len(lines)) == (5, 1 + 50 + 100)
+    assert "дальше нельзя" in messages and ".003" in messages

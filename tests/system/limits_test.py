@@ -32,7 +32,8 @@ async def subscribe(services: UaClient, **settings: Any) -> ua.CreateSubscriptio
 
 async def monitor(services: UaClient, count: int) -> list[Any]:
     subscription = await subscribe(services)
-    return await services.create_monitored_items(monitoring(subscription.SubscriptionId, LEVEL, count))
+    items = monitoring(subscription.SubscriptionId, LEVEL, count)
+    return await services.create_monitored_items(items)
 
 
 def values(count: int) -> ua.ReadParameters:
@@ -78,8 +79,7 @@ Request = Callable[[UaClient, int], Coroutine[Any, Any, Any]]
     ],
 )
 def test_operations_of_one_request(request_of: Request, most: int, site: Site) -> None:
-    site.start(va=1)
-    client = site.serve(publishing(("VA", 29)))
+    client = site.serve(publishing(("VA", 29)), va=1)
     services = client.client.uaclient
     client.run(request_of(services, most))
     with pytest.raises(ua.UaStatusCodeError) as refusal:
@@ -89,8 +89,7 @@ def test_operations_of_one_request(request_of: Request, most: int, site: Site) -
 
 
 def test_what_is_granted_of_what_is_asked(site: Site) -> None:
-    site.start(va=1)
-    client = site.serve(publishing(("VA", 29)))
+    client = site.serve(publishing(("VA", 29)), va=1)
     services = client.client.uaclient
     for interval_ms, lifetime, keep_alive in (
         (1_000.0, 300, 100),
@@ -113,8 +112,7 @@ def test_what_is_granted_of_what_is_asked(site: Site) -> None:
 
 def test_monitored_items_of_one_session(site: Site) -> None:
     """However many subscriptions they are spread over."""
-    site.start(va=1)
-    client = site.serve(publishing(("VA", 29)))
+    client = site.serve(publishing(("VA", 29)), va=1)
     services = client.client.uaclient
     for _ in range(2):
         assert all(made.StatusCode.is_good() for made in client.run(monitor(services, 10_000)))
@@ -138,16 +136,14 @@ def test_monitored_items_of_one_session(site: Site) -> None:
 )
 def test_a_message_that_is_refused_whole(request_of: Callable[[], Any], site: Site) -> None:
     """The connection ends before the message does."""
-    site.start(va=1)
-    client = site.serve(publishing(("VA", 29)))
+    client = site.serve(publishing(("VA", 29)), va=1)
     with closing(RawClient(PORT)) as greedy, pytest.raises(Refused):
         greedy.request(request_of())
     assert client.read(item("VA", 1, 29)).Value is not None
 
 
 def test_sessions_that_nobody_uses_keep_nobody_out(site: Site) -> None:
-    site.start(va=1)
-    client = site.serve(publishing(("VA", 29)))
+    client = site.serve(publishing(("VA", 29)), va=1)
     for _ in range(150):  # of 60
         RawClient(PORT).close()
     entering = RawClient(PORT, session=False)
@@ -175,8 +171,7 @@ def test_sessions_that_nobody_uses_keep_nobody_out(site: Site) -> None:
 
 
 def test_a_session_whose_client_says_too_much_of_itself(site: Site) -> None:
-    site.start(va=1)
-    client = site.serve(publishing(("VA", 29)))
+    client = site.serve(publishing(("VA", 29)), va=1)
     talkative = Client(f"opc.tcp://127.0.0.1:{PORT}", timeout=PATIENCE_S)
     talkative.name = "n" * 5_000
     with pytest.raises(ua.UaStatusCodeError):
@@ -189,8 +184,7 @@ def test_a_session_whose_client_says_too_much_of_itself(site: Site) -> None:
 @pytest.mark.parametrize("spare_mb", [4, 16])
 def test_memory_runs_out(spare_mb: int, site: Site) -> None:
     """Whose request does not fit is refused; as soon as it has gone, others are served."""
-    site.start(va=1)
-    first = site.serve(publishing(("VA", 5), right=BOTH))
+    first = site.serve(publishing(("VA", 5), right=BOTH), va=1)
     pid, text = site.server.pid, ua.DataValue(ua.Variant("x" * 500_000))
     pages = int(Path(f"/proc/{pid}/statm").read_text().split()[0])
     most = pages * resource.getpagesize() + (spare_mb << 20)

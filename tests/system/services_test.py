@@ -9,8 +9,8 @@ import pytest
 from asyncua import Node, ua
 
 import checker
+import zrtjournal
 from conftest import Site
-from controller import journal
 from opc_client import monitoring, subscribing
 from programs import RUNNING, SERVING, library_path
 from published_tags import item, publishing
@@ -43,8 +43,7 @@ def test_the_clock_is_set(shift_s: int, site: Site) -> None:
     clock = Path("/zrt/clock")
     clock.write_text("0")
     moved = {"LD_PRELOAD": str(library_path("libset_clock.so")), "SET_CLOCK": str(clock)}
-    site.start(va=1)
-    client = site.serve(publishing(("VA", 29)), moved)
+    client = site.serve(publishing(("VA", 29)), moved, va=1)
     received = client.notifications(item("VA", 1, 29), 500)
     received.next()
     clock.write_text(str(shift_s))
@@ -58,7 +57,7 @@ def test_the_clock_is_set(shift_s: int, site: Site) -> None:
     client = site.serve(None, moved)
     assert client.read(item("VA", 1, 29)).Value.Value == 2.0
     assert site.server.log_lines() == [RUNNING]
-    assert [message.code for message in journal.ring()][-4:] == [18091, 18092] * 2
+    assert zrtjournal.codes()[-4:] == [18091, 18092] * 2
 
 
 HOUR_MS, DAY_MS = 3_600_000.0, 86_400_000.0
@@ -80,8 +79,8 @@ HOUR_MS, DAY_MS = 3_600_000.0, 86_400_000.0
 def test_intervals_are_limited(
     setting: str, cycle_ms: int, interval_ms: float, is_error: bool, site: Site
 ) -> None:
-    site.start(va=1, cycle_time_ms=cycle_ms)
-    client = site.serve(publishing(("VA", 29)).replace("[Att", f"{setting}\n[Att"))
+    configuration = publishing(("VA", 29)).replace("[Att", f"{setting}\n[Att")
+    client = site.serve(configuration, va=1, cycle_time_ms=cycle_ms)
     error = "ЦП 7: OPC UA Сервер: Ошибка конфигурации: 2 4"
     assert (error in site.server.log_lines()) == (error in checker.log_lines()) == is_error
     services, node = client.client.uaclient, client.node_id(item("VA", 1, 29))
@@ -103,8 +102,7 @@ def test_intervals_are_limited(
     [("", None), ("AplicationName = Котельная 5", "Котельная5"), ("AplicationName =   ;", None)],
 )
 def test_endpoint_description(name: str, shown: str | None, site: Site) -> None:
-    site.start(va=1)
-    client = site.serve(f"{SERVING}{name}\n")
+    client = site.serve(f"{SERVING}{name}\n", va=1)
     (found,) = client.run(client.client.uaclient.find_servers(ua.FindServersParameters()))
     namespaces, servers = (client.read_standard(n) for n in ("NamespaceArray", "ServerArray"))
     (endpoint,) = client.run(client.client.connect_and_get_server_endpoints())
@@ -121,8 +119,7 @@ def test_endpoint_description(name: str, shown: str | None, site: Site) -> None:
 
 
 def test_says_which_build_it_is_and_what_it_knows(site: Site) -> None:
-    site.start(va=1)
-    client = site.serve(SERVING, {"TZ": "AAA-3:30BBB,0/0,J365/25"})  # summer all the year
+    client = site.serve(SERVING, {"TZ": "AAA-3:30BBB,0/0,J365/25"}, va=1)  # summer all the year
     build = client.read_standard("ServerStatus", "BuildInfo")
     assert (build.ProductUri, build.ProductName) == ("urn:vesk:opcuasrv", "opcuasrv")
     project = (Path(__file__).parents[2] / "CMakeLists.txt").read_text()

@@ -11,6 +11,7 @@ from multiprocessing import Process
 import pytest
 from asyncua import ua
 
+import zrtjournal
 from conftest import SMALL_DISK, Site, fill_small_disk
 from controller import database_process, ipc_keys, journal, registry, sysv
 from programs import (
@@ -57,8 +58,7 @@ def test_without_a_database_process(site: Site) -> None:
     assert process.own_output()[-1] == "No Base in lib"
     assert process.log_lines() == []
     assert len(journal.objects()) == 11
-    no_generation = 255
-    assert [message.code for message in journal.ring(no_generation)] == [18091]
+    assert zrtjournal.codes() == [18091]
 
 
 @pytest.mark.parametrize("reason", ["process {} has this name", "all 40 entries", "attached"])
@@ -79,7 +79,7 @@ def test_a_name_that_cannot_be_registered(reason: str, site: Site) -> None:
     printed = [line for line in process.own_output() if line.startswith("opcuasrv: ")]
     assert len(printed) == 1 and reason.format(os.getpid()) in printed[0]
     assert process.log_lines() == []
-    assert journal.ring()[-1].code == 18091
+    assert zrtjournal.codes()[-1] == 18091
 
 
 def test_a_second_server_leaves_the_first_alone(site: Site) -> None:
@@ -94,10 +94,12 @@ def test_a_second_server_leaves_the_first_alone(site: Site) -> None:
 
 
 def test_serves_on_its_port_alone(site: Site) -> None:
+    """Without the controller's settings its number is 0."""
     site.start(va=1)
+    CONTROLLER_SETTINGS.unlink()
     site.serve(SERVING.replace(f"{PORT}", "\t+04849 : the port"), port=4849)
     assert not accepts_connections(PORT)
-    assert site.server.log_lines() == [RUNNING]
+    assert site.server.log_lines() == [RUNNING.replace("7", "0")]
 
 
 def test_an_unreadable_configuration_is_a_missing_one(site: Site) -> None:
@@ -108,13 +110,6 @@ def test_an_unreadable_configuration_is_a_missing_one(site: Site) -> None:
     process = site.launch(None)
     process.wait_for_log("ЦП 7: OPC UA Сервер: Ошибка конфигурации: 3 ")
     process.sleeps_for_ever()
-
-
-def test_without_controller_settings_the_number_is_0(site: Site) -> None:
-    site.start(va=1)
-    CONTROLLER_SETTINGS.unlink()
-    site.serve(SERVING)
-    assert site.server.log_lines() == [RUNNING.replace("7", "0")]
 
 
 def put_on_full_disk() -> None:
@@ -239,8 +234,8 @@ def test_a_port_in_use_ends_the_run_with_a_message(
     with socket.create_server((address, PORT), family=family, **options):
         assert site.launch(SERVING).exit_status() == 0
         assert site.server.log_lines() == [RUNNING, "ЦП 7: OPC UA Сервер: Остановлен"]
-        last = journal.ring()[-1]
-        assert (last.code, last.arguments) == (18093, (7,))
+        last = zrtjournal.messages()[-1]
+        assert (last["code"], last["arguments"]) == (18093, [7])
 
 
 @pytest.mark.parametrize("number", [signal.SIGTERM, signal.SIGINT, signal.SIGKILL])

@@ -34,8 +34,7 @@ TO_CURRENT_DATA = {
 
 
 def test_numbers_arrive_in_the_current_data(site: Site) -> None:
-    site.start(va=2, av=2, rv=2, vd=2, dv=2)
-    site.set_rv_types(0, 0)
+    site.start(va=2, av=2, rv_types=(0, 0), vd=2, dv=2)
     database = site.database
     for kind, _ in TO_CURRENT_DATA:
         for number in (1, 2):
@@ -82,8 +81,7 @@ TO_PASSPORT = [
 
 
 def test_attributes_arrive_in_the_passport(site: Site) -> None:
-    site.start(va=3, av=3, rv=3, vd=3, dv=3)
-    site.set_rv_types(1, 1, 1)
+    site.start(va=3, av=3, rv_types=(1, 1, 1), vd=3, dv=3)
     places = {(kind, attribute) for kind, attribute, *_ in TO_PASSPORT}
     client = site.serve(publishing(*places, right=BOTH))
     for kind, attribute, field, before, variant_type, written, after in TO_PASSPORT:
@@ -148,8 +146,7 @@ def test_access_level_is_enforced(site: Site) -> None:
 
 def test_what_comes_with_a_value(site: Site) -> None:
     """Status and times are ignored, and no client sees that they may be written."""
-    site.start(va=1)
-    client, node = site.serve(publishing(("VA", 14), right=BOTH)), item("VA", 1, 14)
+    client, node = site.serve(publishing(("VA", 14), right=BOTH), va=1), item("VA", 1, 14)
     site.database.set_quality("VA", 1, 0xC0)
     site.database.set_time("VA", 1, 1_790_000_000, 0)
     stamped = client.read(node)

@@ -8,7 +8,7 @@ ORGANIZES, HAS_COMPONENT = 35, 47
 OBJECTS_FOLDER = "Objects"
 OBJECT, VARIABLE = 1, 2
 FOLDER_TYPE, BASE_OBJECT_TYPE, BASE_DATA_VARIABLE_TYPE = 61, 58, 63
-BASE_DATA_TYPE, ANY_RANK = 24, -2
+ANY_TYPE = 24, -2  # data type, value rank
 
 NodeKey = int | str  # identifier in the server's namespace
 
@@ -49,8 +49,18 @@ def _item(tag: str, name: str, number: str, right: str) -> Node:
     return Node(
         *(VARIABLE, tag, HAS_COMPONENT, BASE_DATA_VARIABLE_TYPE, name),
         *(Text("ru-RU", name), Text("ru-RU", f"{tag}.A{number}")),
-        *({"R": 1, "W": 2, "RW": 3}[right], BASE_DATA_TYPE, ANY_RANK),
+        *({"R": 1, "W": 2, "RW": 3}[right], *ANY_TYPE),
         historizing=False,
+    )
+
+
+def pen(tag: str, plotter: str, description: str, of_type: tuple[int, int]) -> Node:
+    """`of_type`: its data type and value rank."""
+    return Node(
+        *(VARIABLE, plotter, ORGANIZES, BASE_DATA_VARIABLE_TYPE, tag),
+        *(Text("ru-RU", tag), Text("ru-RU", description)),
+        *(5, *of_type),
+        historizing=True,
     )
 
 

@@ -117,19 +117,6 @@ class Program:
             self.process.send_signal(number)
         return self.exit_status()
 
-    def freeze(self) -> None:
-        """Stops it until it is killed; none of its threads runs any more."""
-
-        def stands() -> bool:
-            try:
-                threads = [p.read_text() for p in Path(f"/proc/{self.pid}/task").glob("*/stat")]
-            except OSError:  # a thread has just ended
-                return False
-            return all(thread.rpartition(")")[2].split()[0] == "T" for thread in threads)
-
-        self.process.send_signal(signal.SIGSTOP)
-        wait_until(stands, f"{self.name} stands still")
-
     def kill(self) -> None:
         if self.is_alive():
             self.process.kill()

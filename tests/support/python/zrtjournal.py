@@ -1,0 +1,32 @@
+"""The event journal in memory and in its files, as zrtjournal shows it."""
+
+import json
+from typing import Any
+
+from programs import run_to_end
+
+
+def shown(*arguments: str, status: int = 0) -> list[str]:
+    """Its lines, and what it reports behind them."""
+    done = run_to_end("zrtjournal", *arguments)
+    assert done.returncode == status, done.stderr
+    return (done.stdout + done.stderr).splitlines()
+
+
+def messages(*arguments: str, status: int = 0) -> list[dict[str, Any]]:
+    """Of the ring, oldest first; of other arguments what they ask for."""
+    return [json.loads(line) for line in shown("--json", *arguments, status=status)]
+
+
+def codes(*arguments: str) -> list[int]:
+    return [message["code"] for message in messages(*arguments)]
+
+
+def saved() -> tuple[list[int | None], list[int]]:
+    """Number of the save in main copy and reserve; codes of the one that a start would load now.
+
+    A save may be writing the other one.
+    """
+    lines = run_to_end("zrtjournal", "--files", "--json").stdout.splitlines()
+    main, reserve, *found = map(json.loads, lines)
+    return [main["save"], reserve["save"]], [message["code"] for message in found]
