@@ -48,11 +48,16 @@ struct ClientBounds {
     std::size_t arraysPerRequest = std::size_t{12} << 20;
 
     /// Requests of one client that have arrived together are answered for so long, after the first,
-    /// before the others get their turn. Some 5000 values are read within it.
+    /// before the others get their turn. Some 5000 values are read within it. Processor time, as
+    /// are `round` and `longestTurn`.
     std::chrono::milliseconds turn{2};
 
-    /// The same for the requests that waited, of all clients together, in one round of the loop.
+    /// The same for the requests that waited, of all clients together, in one round of the loop;
+    /// then the turn that has begun.
     std::chrono::milliseconds round{10};
+
+    /// No turn is longer than this by the wall clock, however little the server has run.
+    std::chrono::milliseconds turnByWallClock{20};
 
     /// Bytes that one round of the loop copies to one client's socket; 64 clients at once take
     /// about 5 ms with it.

@@ -13,6 +13,7 @@
 #include "server/connections/InputGate.h"
 #include "server/connections/RequestSizes.h"
 #include "server/connections/SendQueue.h"
+#include "server/connections/TurnTime.h"
 
 namespace {
 
@@ -57,7 +58,8 @@ int socketOf(std::uintptr_t id) {
 
 class QueueingConnections final : public UA_ConnectionManager {
   public:
-    QueueingConnections(UA_ConnectionManager& tcp, const ClientBounds& bounds);
+    QueueingConnections(UA_ConnectionManager& tcp, const ClientBounds& bounds,
+                        ProcessorClock clock);
 
   private:
     using Entry = std::pair<const std::uintptr_t, Connection>;
@@ -102,15 +104,18 @@ class QueueingConnections final : public UA_ConnectionManager {
     void receive(Entry& entry, std::span<std::uint8_t> bytes);
     bool mayAnswer(const Connection& connection, std::size_t waiting) const;
     bool accept(Entry& entry, ByteView piece);
-    std::size_t deliver(Entry& entry, std::span<std::uint8_t> bytes, Ticks time);
-    void deliverHeld(Entry& entry, Ticks time);
+    std::size_t deliver(Entry& entry, std::span<std::uint8_t> bytes,
+                        std::chrono::milliseconds time);
+    void deliverHeld(Entry& entry, std::chrono::milliseconds time);
+    TurnTime beginTurn(std::chrono::milliseconds time) const;
 
     void round();
     bool flush(Entry& entry);
-    bool answerHeld(Entry& entry, Ticks end);
+    bool answerHeld(Entry& entry, TurnTime& turn);
 
     UA_ConnectionManager& tcp_;
     ClientBounds bounds_;
+    ProcessorClock clock_;
     std::deque<Listener> listeners_;  // the TCP manager keeps their addresses
     std::unordered_map<std::uintptr_t, Connection> connections_;
     std::size_t waiting_ = 0;     // bytes in all queues
@@ -124,8 +129,9 @@ class QueueingConnections final : public UA_ConnectionManager {
 
 // ---- Life ---------------------------------------------------------------------------------------
 
-QueueingConnections::QueueingConnections(UA_ConnectionManager& tcp, const ClientBounds& bounds)
-    : UA_ConnectionManager{}, tcp_(tcp), bounds_(bounds) {
+QueueingConnections::QueueingConnections(UA_ConnectionManager& tcp, const ClientBounds& bounds,
+                                         ProcessorClock clock)
+    : UA_ConnectionManager{}, tcp_(tcp), bounds_(bounds), clock_(clock) {
     eventSource.eventSourceType = UA_EVENTSOURCETYPE_CONNECTIONMANAGER;
     eventSource.name = UA_STRING_STATIC("queueing tcp connection manager");
     eventSource.start = startSource;
@@ -370,13 +376,18 @@ bool QueueingConnections::accept(Entry& entry, ByteView piece) {
     return entry.second.state == State::open;
 }
 
+TurnTime QueueingConnections::beginTurn(std::chrono::milliseconds time) const {
+    return {*eventSource.eventLoop, time, bounds_.turnByWallClock, clock_};
+}
+
 /// Gives the library one chunk after the other, as long as they may be answered and, after the
 /// first, there is time.
 /// @return how many bytes were given
-std::size_t QueueingConnections::deliver(Entry& entry, std::span<std::uint8_t> bytes, Ticks time) {
+std::size_t QueueingConnections::deliver(Entry& entry, std::span<std::uint8_t> bytes,
+                                         std::chrono::milliseconds time) {
     Connection& connection = entry.second;
     const Listener& to = *connection.listener;
-    std::optional<Ticks> until;
+    std::optional<TurnTime> turn;
     std::size_t done = 0;
     while (mayAnswer(connection, bytes.size() - done)) {
         const std::span<std::uint8_t> rest = bytes.subspan(done);
@@ -387,15 +398,15 @@ std::size_t QueueingConnections::deliver(Entry& entry, std::span<std::uint8_t> b
                     UA_CONNECTIONSTATE_ESTABLISHED, &UA_KEYVALUEMAP_NULL, {length, rest.data()});
         done += length;
         if (done == bytes.size() || connection.state != State::open) break;
-        const Ticks at = now();
-        connection.heldSince = at;
-        if (!until) until = at + time;
-        if (at >= *until) break;
+        const bool isOver = turn && turn->isOver();
+        if (!turn) turn = beginTurn(time);
+        connection.heldSince = std::chrono::duration_cast<Ticks>(turn->lookedAt());
+        if (isOver) break;
     }
     return done;
 }
 
-void QueueingConnections::deliverHeld(Entry& entry, Ticks time) {
+void QueueingConnections::deliverHeld(Entry& entry, std::chrono::milliseconds time) {
     Connection& connection = entry.second;
     // The library may close the connection meanwhile, which frees what is held.
     std::vector<std::uint8_t> bytes = std::exchange(connection.held, {});
@@ -448,10 +459,10 @@ void QueueingConnections::round() {
     bool taken = false;
     for (Entry* entry : waiting)
         taken = flush(*entry) || taken;
-    const Ticks end = now() + bounds_.round;
+    TurnTime turn = beginTurn(bounds_.round);
     bool more = false;
     for (Entry* entry : waiting)
-        more = answerHeld(*entry, end) || more;
+        more = answerHeld(*entry, turn) || more;
 
     pause_ = std::clamp(pause_ * 2, Ticks{bounds_.shortestPause}, Ticks{bounds_.longestPause});
     if (taken) pause_ = bounds_.shortestPause;
@@ -483,22 +494,22 @@ bool QueueingConnections::flush(Entry& entry) {
 }
 
 /// @return whether requests are left that may be answered
-bool QueueingConnections::answerHeld(Entry& entry, Ticks end) {
+bool QueueingConnections::answerHeld(Entry& entry, TurnTime& turn) {
     Connection& connection = entry.second;
     const auto may = [&] {
         return !connection.held.empty() && mayAnswer(connection, connection.held.size());
     };
     if (!may()) return false;
-    if (const Ticks at = now(); at < end)
-        deliverHeld(entry, std::min(end - at, Ticks{bounds_.turn}));
+    if (!turn.isOver()) deliverHeld(entry, bounds_.turn);
     return may();
 }
 
 }  // namespace
 
-bool queueAnswers(UA_ConnectionManager& tcp, const ClientBounds& bounds) noexcept {
+bool queueAnswers(UA_ConnectionManager& tcp, const ClientBounds& bounds,
+                  ProcessorClock clock) noexcept {
     std::unique_ptr<QueueingConnections> connections(new (std::nothrow)
-                                                         QueueingConnections(tcp, bounds));
+                                                         QueueingConnections(tcp, bounds, clock));
     if (!connections) return false;
     UA_EventLoop& loop = *tcp.eventSource.eventLoop;
     // It is freed with the loop. Registering fails only for what is registered already.

@@ -3,6 +3,7 @@
 #include <open62541/plugin/eventloop.h>
 
 #include "server/connections/ClientBounds.h"
+#include "server/connections/TurnTime.h"
 
 /// Puts a connection manager before a loop's TCP manager, which would wait on a socket for as long
 /// as its client reads nothing, and all other clients with it. The one put before it hands bytes to
@@ -13,5 +14,5 @@
 /// To be called once per loop, before the server listens. Main thread, as the loop.
 /// @param tcp  registered with its loop, which owns it
 /// @return false when memory ran out; everything is then as before
-[[nodiscard]] bool queueAnswers(UA_ConnectionManager& tcp,
-                                const ClientBounds& bounds = {}) noexcept;
+[[nodiscard]] bool queueAnswers(UA_ConnectionManager& tcp, const ClientBounds& bounds = {},
+                                ProcessorClock clock = processorTime) noexcept;

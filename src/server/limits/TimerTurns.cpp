@@ -1,42 +1,94 @@
 #include "server/limits/TimerTurns.h"
 
+#include <algorithm>
+#include <chrono>
 #include <cmath>
-#include <ctime>
+#include <cstdint>
 #include <deque>
+#include <functional>
 #include <memory>
 #include <new>
 #include <unordered_map>
 #include <utility>
+#include <vector>
+
+#include "server/connections/TurnTime.h"
 
 namespace {
 
 /// Timers share moments this far apart, so that many of them do not wake the loop for each.
 constexpr UA_DateTime kStep = 10 * UA_DATETIME_MSEC;
 
-/// In each round of the loop; the timer that is being called then comes to its end. Processor time:
-/// a server that gets only a share of its core would else do less in each round, and fall behind.
-constexpr UA_DateTime kTurn = 5 * UA_DATETIME_MSEC;
-constexpr std::clock_t kTurnRunning = 5 * CLOCKS_PER_SEC / 1000;
-
+/// In each round of the loop; the timer that is being called then comes to its end.
+constexpr std::chrono::milliseconds kTurn{5};
 /// By the wall clock, however little the server has run.
-constexpr UA_DateTime kLongestTurn = 20 * UA_DATETIME_MSEC;
+constexpr std::chrono::milliseconds kLongestTurn{20};
 
-/// What a timer does when its turn comes.
-struct Timer {
-    UA_UInt64 id = 0;
-    UA_Callback callback = nullptr;
-    void* application = nullptr;
-    void* data = nullptr;
-    bool due = false;  // waits in due_ for its turn
+/// The data of timers to come is fetched into the cache so many calls ahead, and of each so many
+/// bytes, in lines: what a monitored item takes. Calls are too short to wait for memory in each.
+constexpr std::size_t kAhead = 2;
+constexpr std::size_t kDataBytes = 256;
+constexpr std::size_t kLine = 64;
+
+/// What timers of one slot have in common: they do the same at the same moments.
+struct Kind {
+    UA_Callback callback;
+    void* application;
+    UA_DateTime interval;
+    UA_DateTime phase;  // within the interval, a multiple of kStep
+
+    bool operator==(const Kind&) const = default;
 };
+
+struct KindHash {
+    std::size_t operator()(const Kind& kind) const noexcept {
+        const std::hash<UA_DateTime> hash;
+        return hash(kind.interval ^ (kind.phase << 20)) ^ std::hash<UA_Callback>{}(kind.callback);
+    }
+};
+
+/// One of a slot's timers.
+struct Timer {
+    void* data;
+    std::uint32_t index;  // of its place
+};
+
+/// Timers that are called one after the other, by one timer of the loop.
+struct Slot {
+    explicit Slot(const Kind& of) : kind(of) {}
+
+    const Kind kind;
+    UA_UInt64 ofLoop = 0;    // the loop's timer
+    bool due = false;        // waits for its turn, or has it
+    std::size_t called = 0;  // of the timers, in this turn: those at the front
+    std::vector<Timer> timers;
+};
+
+/// Where a timer is. A place is used again, with another age, so that an id is not.
+struct Place {
+    Slot* slot = nullptr;  // null: free
+    std::uint32_t at = 0;  // in the slot's timers; the next free place, of a free one
+    std::uint32_t age = 0;
+};
+
+/// The loop counts its own ids from 1.
+constexpr UA_UInt64 kOurs = UA_UInt64{1} << 63;
+constexpr std::uint32_t kAges = std::uint32_t{1} << 31;
+constexpr std::uint32_t kNone = UINT32_MAX;
 
 /// The library hands callbacks of its server over under the loop's type of callbacks, and its own
 /// loop calls them so too.
 #ifdef __clang__
 __attribute__((no_sanitize("function")))
 #endif
-void call(const Timer& timer) {
-    timer.callback(timer.application, timer.data);
+void call(const Kind& kind, void* data) {
+    kind.callback(kind.application, data);
+}
+
+void prefetch(const void* data) {
+    if (data == nullptr) return;
+    for (std::size_t byte = 0; byte < kDataBytes; byte += kLine)
+        __builtin_prefetch(static_cast<const char*>(data) + byte);
 }
 
 /// The timers of one loop, between the library and the loop's own timers.
@@ -56,7 +108,7 @@ class TimerTurns {
     TimerTurns& operator=(const TimerTurns&) = delete;
     ~TimerTurns() = default;
 
-    UA_StatusCode add(const Timer& wanted, UA_Double intervalMs, UA_UInt64* id);
+    UA_StatusCode add(Kind kind, void* data, UA_Double intervalMs, UA_UInt64* id);
     UA_StatusCode modify(UA_UInt64 id, UA_Double intervalMs);
     void remove(UA_UInt64 id);
     /// Nothing is called any more, as what it works on may be gone.
@@ -65,62 +117,147 @@ class TimerTurns {
     const Functions& ofLoop() const { return ofLoop_; }
 
   private:
-    static void onDue(void* turns, void* timer) noexcept;
+    static void onDue(void* turns, void* slot) noexcept;
     static void onRound(void* turns, void* unused) noexcept;
     void callDue();
+    void callNext(Slot& slot);
     void wantRound();
-    [[nodiscard]] UA_DateTime now() const { return loop_.dateTime_nowMonotonic(&loop_); }
-    [[nodiscard]] UA_DateTime firstMoment(UA_Double intervalMs);
+
+    UA_StatusCode slotFor(Kind kind, UA_Double intervalMs, Slot*& slot);
+    void dropIfUnused(Slot& slot);
+    void join(Slot& slot, const Timer& timer);
+    void leave(Slot& slot, std::uint32_t at);
+    void put(Slot& slot, std::size_t at, const Timer& timer);
+    std::uint32_t freePlace();
+    Place* find(UA_UInt64 id);
 
     UA_EventLoop& loop_;
     Functions ofLoop_;
-    std::unordered_map<UA_UInt64, Timer> timers_;
-    std::deque<UA_UInt64> due_;  // in order; one that was removed meanwhile is in timers_ no more
+    std::unordered_map<Kind, Slot, KindHash> slots_;
+    std::vector<Place> places_;
+    std::uint32_t firstFree_ = kNone;
+    std::deque<Slot*> due_;  // in order
     UA_DelayedCallback round_{};
     bool roundWanted_ = false;
     double phase_ = 0.0;
 };
 
-/// The moment from which a timer's intervals are counted, within the first interval from now: by
-/// multiples of the golden ratio, which lie evenly wherever their sequence ends.
-UA_DateTime TimerTurns::firstMoment(UA_Double intervalMs) {
+// ---- Slots --------------------------------------------------------------------------------------
+
+/// Phases are multiples of the golden ratio, which lie evenly wherever their sequence ends.
+UA_StatusCode TimerTurns::slotFor(Kind kind, UA_Double intervalMs, Slot*& slot) {
     constexpr double kGoldenRatio = 0.618033988749894848;
+    if (!(intervalMs * UA_DATETIME_MSEC >= 1.0)) return UA_STATUSCODE_BADINTERNALERROR;
+    kind.interval = static_cast<UA_DateTime>(intervalMs * UA_DATETIME_MSEC);
     phase_ = std::fmod(phase_ + kGoldenRatio, 1.0);
-    const auto from = now() + static_cast<UA_DateTime>(phase_ * intervalMs * UA_DATETIME_MSEC);
-    return from - from % kStep;
+    const auto steps = static_cast<double>(std::max<UA_DateTime>(kind.interval / kStep, 1));
+    kind.phase = static_cast<UA_DateTime>(phase_ * steps) * kStep;
+
+    const auto [found, isNew] = slots_.try_emplace(kind, kind);
+    slot = &found->second;
+    if (!isNew) return UA_STATUSCODE_GOOD;
+    UA_DateTime phase = kind.phase;
+    const UA_StatusCode status = ofLoop_.add(&loop_, onDue, this, slot, intervalMs, &phase,
+                                             UA_TIMERPOLICY_BASETIME, &slot->ofLoop);
+    if (status != UA_STATUSCODE_GOOD) slots_.erase(found);
+    return status;
 }
 
-UA_StatusCode TimerTurns::add(const Timer& wanted, UA_Double intervalMs, UA_UInt64* id) {
-    // A loop's timer needs its data before it has an id: the entry moves to its id afterwards.
-    auto entry = timers_.extract(timers_.insert_or_assign(0, wanted).first);
-    Timer& timer = entry.mapped();
-    UA_DateTime first = firstMoment(intervalMs);
-    const UA_StatusCode status = ofLoop_.add(&loop_, onDue, this, &timer, intervalMs, &first,
-                                             UA_TIMERPOLICY_BASETIME, &timer.id);
+/// One that is due goes after its turn, as one for which there was no memory to use it.
+void TimerTurns::dropIfUnused(Slot& slot) {
+    if (!slot.timers.empty() || slot.due) return;
+    ofLoop_.remove(&loop_, slot.ofLoop);
+    const Kind kind = slot.kind;
+    slots_.erase(kind);
+}
+
+void TimerTurns::put(Slot& slot, std::size_t at, const Timer& timer) {
+    slot.timers[at] = timer;
+    places_[timer.index].slot = &slot;
+    places_[timer.index].at = static_cast<std::uint32_t>(at);
+}
+
+void TimerTurns::join(Slot& slot, const Timer& timer) {
+    slot.timers.push_back(timer);
+    put(slot, slot.timers.size() - 1, timer);
+}
+
+/// The last one takes the place of the one that leaves, so that each is still called once in a
+/// turn.
+void TimerTurns::leave(Slot& slot, std::uint32_t at) {
+    std::size_t gap = at;
+    if (gap < slot.called) {
+        put(slot, gap, slot.timers[--slot.called]);
+        gap = slot.called;
+    }
+    put(slot, gap, slot.timers.back());
+    slot.timers.pop_back();
+    if (slot.timers.size() < slot.timers.capacity() / 4) slot.timers.shrink_to_fit();
+}
+
+// ---- Timers -------------------------------------------------------------------------------------
+
+std::uint32_t TimerTurns::freePlace() {
+    if (firstFree_ == kNone) {
+        places_.push_back({nullptr, kNone, 0});
+        firstFree_ = static_cast<std::uint32_t>(places_.size() - 1);
+    }
+    return firstFree_;
+}
+
+Place* TimerTurns::find(UA_UInt64 id) {
+    const auto index = static_cast<std::uint32_t>(id);
+    if (index >= places_.size() || places_[index].slot == nullptr) return nullptr;
+    return places_[index].age == (id & ~kOurs) >> 32 ? &places_[index] : nullptr;
+}
+
+UA_StatusCode TimerTurns::add(Kind kind, void* data, UA_Double intervalMs, UA_UInt64* id) {
+    const std::uint32_t index = freePlace();
+    Slot* slot = nullptr;
+    const UA_StatusCode status = slotFor(kind, intervalMs, slot);
     if (status != UA_STATUSCODE_GOOD) return status;
-    entry.key() = timer.id;
-    if (id != nullptr) *id = timer.id;
-    timers_.insert(std::move(entry));
+    const std::uint32_t nextFree = places_[index].at;
+    join(*slot, {data, index});
+    firstFree_ = nextFree;
+    if (id != nullptr) *id = kOurs | UA_UInt64{places_[index].age} << 32 | index;
     return status;
 }
 
 UA_StatusCode TimerTurns::modify(UA_UInt64 id, UA_Double intervalMs) {
-    UA_DateTime first = firstMoment(intervalMs);
-    return ofLoop_.modify(&loop_, id, intervalMs, &first, UA_TIMERPOLICY_BASETIME);
+    const Place* const place = find(id);
+    if (place == nullptr) return UA_STATUSCODE_BADNOTFOUND;
+    Slot& from = *place->slot;
+    const std::uint32_t at = place->at;
+    Slot* to = nullptr;
+    const UA_StatusCode status = slotFor(from.kind, intervalMs, to);
+    if (status != UA_STATUSCODE_GOOD || to == &from) return status;
+    const Timer timer = from.timers[at];
+    to->timers.push_back(timer);
+    leave(from, at);
+    put(*to, to->timers.size() - 1, timer);
+    dropIfUnused(from);
+    return status;
 }
 
 void TimerTurns::remove(UA_UInt64 id) {
-    timers_.erase(id);
-    ofLoop_.remove(&loop_, id);
+    Place* const place = find(id);
+    if (place == nullptr) return;
+    Slot& slot = *place->slot;
+    const auto index = static_cast<std::uint32_t>(id);
+    leave(slot, place->at);
+    *place = {nullptr, std::exchange(firstFree_, index), (place->age + 1) % kAges};
+    dropIfUnused(slot);
 }
 
-/// The loop calls this for each timer that is due, one after the other.
-void TimerTurns::onDue(void* turns, void* timer) noexcept {
+// ---- Turns --------------------------------------------------------------------------------------
+
+/// The loop calls this for each slot that is due, one after the other.
+void TimerTurns::onDue(void* turns, void* slot) noexcept {
     TimerTurns& self = *static_cast<TimerTurns*>(turns);
-    Timer& due = *static_cast<Timer*>(timer);
+    Slot& due = *static_cast<Slot*>(slot);
     if (due.due) return;
     try {
-        self.due_.push_back(due.id);
+        self.due_.push_back(&due);
     } catch (const std::bad_alloc&) {
         return;  // it falls due again
     }
@@ -146,22 +283,26 @@ void TimerTurns::onRound(void* turns, void* /*unused*/) noexcept {
 }
 
 void TimerTurns::callDue() {
-    const UA_DateTime began = now();
-    const std::clock_t ranBefore = std::clock();
-    const auto isOver = [&] {
-        const UA_DateTime passed = now() - began;
-        return passed >= kLongestTurn ||
-               (passed >= kTurn && std::clock() - ranBefore >= kTurnRunning);
-    };
+    TurnTime turn(loop_, kTurn, kLongestTurn);
     while (!due_.empty()) {
-        const auto found = timers_.find(due_.front());
+        Slot& slot = *due_.front();
+        while (slot.called < slot.timers.size()) {
+            callNext(slot);
+            if (turn.isOver()) return;
+        }
         due_.pop_front();
-        if (found == timers_.end()) continue;
-        found->second.due = false;
-        const Timer timer = found->second;  // its callback may remove it
-        call(timer);
-        if (isOver()) return;
+        slot.called = 0;
+        slot.due = false;
+        dropIfUnused(slot);
     }
+}
+
+/// The callback may remove any timer, its own among them, and add others.
+void TimerTurns::callNext(Slot& slot) {
+    void* const data = slot.timers[slot.called++].data;
+    if (slot.called + kAhead <= slot.timers.size())
+        prefetch(slot.timers[slot.called + kAhead - 1].data);
+    call(slot.kind, data);
 }
 
 // ---- What the library calls ---------------------------------------------------------------------
@@ -192,7 +333,7 @@ UA_StatusCode addTimer(UA_EventLoop* loop, UA_Callback callback, void* applicati
         return plain(loop, callback, application, data, intervalMs, base, policy, id);
     }
     try {
-        return turns.add({0, callback, application, data}, intervalMs, id);
+        return turns.add({callback, application, 0, 0}, data, intervalMs, id);
     } catch (const std::bad_alloc&) {
         return UA_STATUSCODE_BADOUTOFMEMORY;
     }
@@ -201,12 +342,18 @@ UA_StatusCode addTimer(UA_EventLoop* loop, UA_Callback callback, void* applicati
 UA_StatusCode modifyTimer(UA_EventLoop* loop, UA_UInt64 id, UA_Double intervalMs, UA_DateTime* base,
                           UA_TimerPolicy policy) noexcept {
     TimerTurns& turns = turnsOf(loop);
-    if (isRepeated(policy, base)) return turns.modify(id, intervalMs);
-    return turns.ofLoop().modify(loop, id, intervalMs, base, policy);
+    if ((id & kOurs) == 0) return turns.ofLoop().modify(loop, id, intervalMs, base, policy);
+    try {
+        return turns.modify(id, intervalMs);
+    } catch (const std::bad_alloc&) {
+        return UA_STATUSCODE_BADOUTOFMEMORY;
+    }
 }
 
 void removeTimer(UA_EventLoop* loop, UA_UInt64 id) noexcept {
-    turnsOf(loop).remove(id);
+    TimerTurns& turns = turnsOf(loop);
+    if ((id & kOurs) == 0) return turns.ofLoop().remove(loop, id);
+    turns.remove(id);
 }
 
 UA_StatusCode freeLoop(UA_EventLoop* loop) noexcept {

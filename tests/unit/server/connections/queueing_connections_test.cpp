@@ -46,7 +46,7 @@ class Library {
             ++of(m).buffersFreed;
         };
         loop_.eventSources = &tcp_.eventSource;
-        EXPECT_TRUE(queueAnswers(tcp_, bounds));
+        EXPECT_TRUE(queueAnswers(tcp_, bounds, []() noexcept { return ran; }));
         manager_ = reinterpret_cast<UA_ConnectionManager*>(loop_.eventSources);
         EXPECT_FALSE(UA_String_equal(&manager_->protocol, &tcp_.protocol))
             << "the library would take the other one when the first refuses";
@@ -92,6 +92,7 @@ class Library {
     }
     void pass(double ms) { now_ += static_cast<UA_DateTime>(ms * 1e4); }
 
+    static inline std::chrono::nanoseconds ran{};  // on a processor
     std::map<Id, bool> open;
     std::map<Id, Bytes> received;  // what the server was given
     std::function<void(Id, const Bytes&)> onMessage;
@@ -333,12 +334,31 @@ TEST(QueueingConnections, ManyRequestsOfOneClientLetOthersHaveTheirTurn) {
     const Id id = library.accept(busy);
     const Id otherId = library.accept(other);
     double ms = 0.5;
-    library.onMessage = [&](Id, const Bytes&) { library.pass(ms); };
+    std::chrono::microseconds runs{500};
+    library.onMessage = [&](Id, const Bytes&) {
+        library.pass(ms);
+        Library::ran += runs;
+    };
     Bytes many;
     for (int i = 0; i < 20; ++i)
         append(many, request(1000, 0));
-    library.receive(id, many);
-    EXPECT_EQ(library.received[id].size(), 5000u);  // the first, and 2 ms
+    const struct {
+        const char* why;
+        double ms;
+        std::size_t answered;
+    } turns[] = {
+        {"more than the wall clock allows", 15, 3},
+        {"a quarter of the core is the server's", 2, 5},
+        {"the first, and 2 ms", 0.5, 5},
+    };
+    for (const auto& turn : turns) {
+        SCOPED_TRACE(turn.why);
+        library.run(1000);
+        library.received[id].clear();
+        ms = turn.ms;
+        library.receive(id, many);
+        EXPECT_EQ(library.received[id].size(), 1000 * turn.answered);
+    }
     library.receive(otherId, request(1000, 0));
     EXPECT_EQ(library.received[otherId].size(), 1000u);
     library.run(0);
@@ -351,6 +371,7 @@ TEST(QueueingConnections, ManyRequestsOfOneClientLetOthersHaveTheirTurn) {
     EXPECT_GE(library.received[id].size() + 300'000, 201 * many.size());
     EXPECT_TRUE(library.open[id]);
     ms = 10.0;
+    runs = std::chrono::milliseconds{10};
     for (int i = 0; i < 100 && library.open[id]; ++i) {
         library.receive(id, many);
         library.run(0);
