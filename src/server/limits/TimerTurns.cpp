@@ -111,7 +111,8 @@ class TimerTurns {
     UA_StatusCode add(Kind kind, void* data, UA_Double intervalMs, UA_UInt64* id);
     UA_StatusCode modify(UA_UInt64 id, UA_Double intervalMs);
     void remove(UA_UInt64 id);
-    /// Nothing is called any more, as what it works on may be gone.
+    /// Nothing is called any more: what it works on may be gone, and a server that has more to
+    /// sample than it has time for would never end.
     void end() { due_.clear(); }
 
     const Functions& ofLoop() const { return ofLoop_; }
@@ -278,6 +279,7 @@ void TimerTurns::wantRound() {
 void TimerTurns::onRound(void* turns, void* /*unused*/) noexcept {
     TimerTurns& self = *static_cast<TimerTurns*>(turns);
     self.roundWanted_ = false;
+    if (self.loop_.state == UA_EVENTLOOPSTATE_STOPPING) self.end();
     self.callDue();
     if (!self.due_.empty()) self.wantRound();
 }

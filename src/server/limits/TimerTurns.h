@@ -10,6 +10,8 @@
 /// next rounds. One that falls due again before it was called is called once: a server with more to
 /// sample than it has time for samples less often, and answers all the same.
 ///
+/// None is called while the loop stops.
+///
 /// One call of one timer may take longer; what it does is up to the limits of items.
 ///
 /// Once per loop, before timers are added to it. Main thread, as the loop.
