@@ -26,8 +26,8 @@ def use_every_node(client: OpcClient) -> dict[NodeKey, ua.DataValue]:
     """Reads each value and writes each by number and by text; the answers to the reads."""
     nodes = client.address_space()
     items = [key for key, node in nodes.items() if node.access_level is not None]
-    wanted = [(client.node_id(key), ua.AttributeIds.Value) for key in items]
-    answers = dict(zip(items, client.read_many(wanted), strict=True))
+    values = client.read_many([client.node_id(key) for key in items])
+    answers = dict(zip(items, values, strict=True))
     for key in items:
         assert client.write(key, 1.0, ua.VariantType.Float).is_good()
         assert client.write(key, "text", ua.VariantType.String).is_good()

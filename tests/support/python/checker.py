@@ -48,7 +48,7 @@ def assert_foretold(client: OpcClient, nodes: dict[NodeKey, Node], *arguments: s
         key: (node.parent, node.browse_name, node.access_level) for key, node in nodes.items()
     }
     types = [(key, of_type) for key, (_, _, level), of_type in foretold if (level or 0) & 1]
-    values = client.read_many((client.node_id(key), ua.AttributeIds.Value) for key, _ in types)
+    values = client.read_many([client.node_id(key) for key, _ in types])
     for (key, of_type), value in zip(types, values, strict=True):
         known = value.Value is not None and value.Value.VariantType != ua.VariantType.Null
         assert of_type == (value.Value.VariantType.name if known else "—"), key

@@ -6,21 +6,21 @@ on while a test looks at something else.
 
 import asyncio
 import queue
-import threading
-from collections.abc import Coroutine, Iterable
+from collections.abc import Coroutine
 from contextlib import suppress
 from datetime import datetime
+from itertools import chain
 from typing import Any
 
 from asyncua import Client, ua
 from asyncua.common.ua_utils import value_to_datavalue
+from asyncua.sync import ThreadLoop
 
 from nodes import OBJECTS_FOLDER, Node, NodeKey, Text
 from programs import PORT
 from waiting import PATIENCE_S
 
 _TIMEOUT_S = 60.0
-_NODES_A_REQUEST = 200  # of what a server allows a browse
 
 OBJECTS_FOLDER_ID = ua.NodeId(85, 0)
 
@@ -76,9 +76,9 @@ class OpcClient:
     """`settings` are attributes of asyncua's client, set before it connects."""
 
     def __init__(self, port: int = PORT, **settings: float) -> None:
-        self._loop = asyncio.new_event_loop()
-        self._thread = threading.Thread(target=self._loop.run_forever, daemon=True)
-        self._thread.start()
+        self._loop = ThreadLoop(_TIMEOUT_S)
+        self._loop.daemon = True
+        self._loop.start()
         # The library asks now and then whether the server lives, and ends a connection when that is
         # answered late, as it may be on a busy machine.
         self.client = Client(
@@ -90,15 +90,15 @@ class OpcClient:
         self.namespace: int = self.run(self.client.get_namespace_index("urn:vesk"))
 
     def run(self, call: Coroutine[Any, Any, Any]) -> Any:
-        return asyncio.run_coroutine_threadsafe(call, self._loop).result(_TIMEOUT_S)
+        return self._loop.post(call)
 
     def close(self) -> None:
         """Ends the session; a second call does nothing."""
-        if self._loop.is_closed():
+        if not self._loop.is_alive():
             return
         with suppress(Exception):  # the server may be gone already
             self.run(self.client.disconnect())
-        self._end_loop()
+        self._loop.stop()
 
     def vanish(self) -> None:
         """Ends the connection as the end of its process would."""
@@ -108,12 +108,7 @@ class OpcClient:
             await asyncio.sleep(0)
 
         self.run(abort())
-        self._end_loop()
-
-    def _end_loop(self) -> None:
-        self._loop.call_soon_threadsafe(self._loop.stop)
-        self._thread.join()
-        self._loop.close()
+        self._loop.stop()
 
     def node_id(self, key: NodeKey) -> ua.NodeId:
         return ua.NodeId(key, self.namespace)
@@ -123,19 +118,14 @@ class OpcClient:
     def read(
         self, key: NodeKey, attribute: ua.AttributeIds = ua.AttributeIds.Value
     ) -> ua.DataValue:
-        return self.read_many([(self.node_id(key), attribute)])[0]
+        return self.read_many([self.node_id(key)], attribute)[0]
 
-    def read_many(self, wanted: Iterable[tuple[ua.NodeId, ua.AttributeIds]]) -> list[ua.DataValue]:
-        wanted = list(wanted)
-        results: list[ua.DataValue] = []
-        for first in range(0, len(wanted), _NODES_A_REQUEST):
-            parameters = ua.ReadParameters(TimestampsToReturn=ua.TimestampsToReturn.Both)
-            parameters.NodesToRead = [
-                ua.ReadValueId(NodeId=node, AttributeId=attribute)
-                for node, attribute in wanted[first : first + _NODES_A_REQUEST]
-            ]
-            results += self.run(self.client.uaclient.read(parameters))
-        return results
+    def read_many(
+        self, nodes: list[ua.NodeId], attribute: ua.AttributeIds = ua.AttributeIds.Value
+    ) -> list[ua.DataValue]:
+        if not nodes:  # which the server would refuse
+            return []
+        return self.run(self.client.uaclient.read_attributes(nodes, attribute))
 
     def read_standard(self, *path: str) -> Any:
         """Value of a variable below the Server object, by its browse names."""
@@ -187,48 +177,25 @@ class OpcClient:
 
     def address_space(self) -> dict[NodeKey, Node]:
         """Every node of the server's namespace that hangs below the Objects folder."""
-        places = self._walk()
-        keys = list(places)
-        width = len(_ATTRIBUTES)
-        results = self.read_many([(self.node_id(k), a) for k in keys for a in _ATTRIBUTES])
-        return {
-            key: _node(self.namespace, places[key], results[index * width : (index + 1) * width])
-            for index, key in enumerate(keys)
-        }
+        return self.run(self._walk())
 
-    def _references(self, nodes: list[ua.NodeId]) -> list[list[ua.ReferenceDescription]]:
-        """All references, both ways."""
-        parameters = ua.BrowseParameters(RequestedMaxReferencesPerNode=0)
-        which = (ua.BrowseDirection.Both, ua.NodeId(ua.ObjectIds.References), True, 0)
-        parameters.NodesToBrowse = [
-            ua.BrowseDescription(node, *which, ua.BrowseResultMask.All) for node in nodes
-        ]
-        results = self.run(self.client.uaclient.browse(parameters))
-        for result in results:
-            result.StatusCode.check()
-            assert not result.ContinuationPoint
-        return [result.References for result in results]
-
-    def _walk(self) -> dict[NodeKey, list[ua.ReferenceDescription]]:
-        """All references, both ways, of each node found from the Objects folder down."""
-        found: dict[NodeKey, list[ua.ReferenceDescription]] = {}
-        level = self._children(self._references([OBJECTS_FOLDER_ID])[0])
+    async def _walk(self) -> dict[NodeKey, Node]:
+        found: dict[NodeKey, Node] = {}
+        level = [OBJECTS_FOLDER_ID]
         while level:
-            references: list[list[ua.ReferenceDescription]] = []
-            for first in range(0, len(level), _NODES_A_REQUEST):
-                references += self._references(level[first : first + _NODES_A_REQUEST])
-            for node, own in zip(level, references, strict=True):
+            nodes = [self.client.get_node(node) for node in level]
+            references = await asyncio.gather(*(node.get_references() for node in nodes))
+            attributes = await asyncio.gather(*(node.read_attributes(_ATTRIBUTES) for node in nodes))
+            for node, *described in zip(level, references, attributes, strict=True):
                 assert node.Identifier not in found, f"{node} hangs in two places"
-                found[node.Identifier] = own
-            level = [child for own in references for child in self._children(own)]
+                if node != OBJECTS_FOLDER_ID:
+                    found[node.Identifier] = _node(self.namespace, *described)
+            level = [
+                reference.NodeId
+                for reference in chain(*references)
+                if reference.IsForward and reference.NodeId.NamespaceIndex == self.namespace
+            ]
         return found
-
-    def _children(self, references: list[ua.ReferenceDescription]) -> list[ua.NodeId]:
-        return [
-            reference.NodeId
-            for reference in references
-            if reference.IsForward and reference.NodeId.NamespaceIndex == self.namespace
-        ]
 
 
 def _node(
