@@ -11,7 +11,7 @@ import checker
 from conftest import Site
 from nodes import ANY_TYPE, Node, NodeKey, folder, pen, structure
 from programs import PORT
-from trends import BOOLEAN, DOUBLE, FLOAT, INTEGER, Pen, Trends
+from trends import BOOLEAN, DOUBLE, FLOAT, INTEGER, Trends
 
 HISTORY_ONLY = f"[General]\nServerPort = {PORT}\nOperativeData = off\n"
 
@@ -20,17 +20,17 @@ SYSTEM = Trends(
     plotters=5,
     pens_of={1: 4, 2: 2, 3: 3, 5: 1},
     pens={
-        (1, 1): Pen(FLOAT, 0, 17),
-        (1, 2): Pen(BOOLEAN, 3, 2),
-        (1, 3): Pen(INTEGER, 1, 65535),
-        (1, 4): Pen(DOUBLE, 4, 1),
-        (2, 1): Pen(FLOAT, 2, 9),
-        (2, 2): Pen(FLOAT, 5, 9),
-        (3, 1): Pen(FLOAT, -1, 3),
-        (3, 3): Pen(99, 0, 0),
-        (4, 1): Pen(FLOAT, 0, 1),
-        (5, 1): Pen(FLOAT, 0, 17),
-        (5, 7): Pen(FLOAT, 0, 18),
+        (1, 1): (FLOAT, 0, 17),
+        (1, 2): (BOOLEAN, 3, 2),
+        (1, 3): (INTEGER, 1, 65535),
+        (1, 4): (DOUBLE, 4, 1),
+        (2, 1): (FLOAT, 2, 9),
+        (2, 2): (FLOAT, 5, 9),
+        (3, 1): (FLOAT, -1, 3),
+        (3, 3): (99, 0, 0),
+        (4, 1): (FLOAT, 0, 1),
+        (5, 1): (FLOAT, 0, 17),
+        (5, 7): (FLOAT, 0, 18),
     },
 )
 # Data type and value rank of pens; other types than these two have those of any variable.
@@ -52,7 +52,7 @@ def expected_nodes(application: str, tree: list[str]) -> dict[NodeKey, Node]:
         for tag in tags.split():
             place = ".".join(part for part in (application, "Historical", name, tag) if part)
             plotter, number = map(int, re.findall(r"\d+", tag)[:2])
-            type_code = SYSTEM.pens[plotter, number].type_code
+            type_code = SYSTEM.pens[plotter, number][0]
             of_type = DATA_TYPES.get(type_code, ANY_TYPE)
             description = place if listed else f"{tag}.A"
             found[place if listed else tag] = pen(tag, name, description, of_type)

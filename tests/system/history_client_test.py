@@ -5,7 +5,7 @@ from datetime import datetime, timedelta, timezone
 
 from conftest import Site
 from programs import PORT, run_to_end
-from trends import FLOAT, GOOD, Pen, Trends, ramp
+from trends import FLOAT, GOOD, Trends, ramp
 
 FIRST = datetime(2026, 7, 1, 8, tzinfo=timezone.utc)
 FIRST_SECOND = calendar.timegm(FIRST.timetuple())
@@ -15,7 +15,7 @@ HEADING = "time,value,quality"
 
 def serve(site: Site, limit: int, *more: str) -> None:
     """A pen with these values, of which the server gives `limit` at a time."""
-    trends = Trends(plotters=1, pens_of={1: 1}, pens={(1, 1): Pen(FLOAT, 0, 17)}, more=list(more))
+    trends = Trends(plotters=1, pens_of={1: 1}, pens={(1, 1): (FLOAT, 0, 17)}, more=list(more))
     trends.tell()
     settings = f"OperativeData = off\nCountHistoryTrends = {limit}\n[Plotter_1]\n"
     site.serve(f"[General]\nServerPort = {PORT}\n{settings}", trends.environment, va=1)

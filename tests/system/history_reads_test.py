@@ -13,7 +13,7 @@ from asyncua import ua
 from conftest import Site
 from opc_client import OpcClient
 from programs import PORT
-from trends import BOOLEAN, DOUBLE, FLOAT, GOOD, INTEGER, Pen, Trends, ramp
+from trends import BOOLEAN, DOUBLE, FLOAT, GOOD, INTEGER, Trends, ramp
 
 PLOTTERS = "[Plotter_1]\n[Plotter_2]\nName = Насосы\nPens = 1-3\n"
 
@@ -28,7 +28,7 @@ RAMP = ramp(FIRST_SECOND, 2000)
 
 def told(*more: str) -> Trends:
     """A trend system that answers from now on as told."""
-    pens = {(1, 1): Pen(FLOAT, 0, 17), (2, 3): Pen(BOOLEAN, 4, 4)}
+    pens = {(1, 1): (FLOAT, 0, 17), (2, 3): (BOOLEAN, 4, 4)}
     trends = Trends(plotters=2, pens_of={1: 1, 2: 3}, pens=pens, more=list(more))
     trends.tell()
     return trends

@@ -148,27 +148,24 @@ def test_zrtjournal_follows(site: Site) -> None:
     assert [json.loads(line)["code"] for line in lines] == codes(), "each once"
 
 
-def cut(path: Path) -> None:
-    path.write_bytes(path.read_bytes()[:-3])
+def cut(*files: Path) -> None:
+    for path in files:
+        path.write_bytes(path.read_bytes()[:-3])
 
+
+(MAIN, _, MAIN_CRC), (RESERVE, _, RESERVE_CRC) = journal.MAIN, journal.RESERVE
+BOTH, FIRST = [SIM_STARTED, SIM_STOPS], [SIM_STARTED]
 
 # What happens to the files, of which the main ones are newer; whether main and reserve are good; the
 # codes that are shown.
-BOTH_SAVED, FIRST_SAVED = [SIM_STARTED, SIM_STOPS], [SIM_STARTED]
 DAMAGES: dict[str, tuple[Callable[[], object], list[bool], list[int]]] = {
-    "nothing": (lambda: None, [True, True], BOTH_SAVED),
-    "newer messages cut": (lambda: cut(journal.MAIN[0]), [False, True], FIRST_SAVED),
-    "newer CRC file cut": (lambda: cut(journal.MAIN[2]), [False, True], FIRST_SAVED),
-    "newer counters cut": (lambda: cut(journal.MAIN[1]), [False, True], BOTH_SAVED),
-    "only the reserve": (lambda: [f.unlink() for f in journal.MAIN], [False, True], FIRST_SAVED),
-    "equal numbers": (
-        *(lambda: shutil.copy(journal.RESERVE[2], journal.MAIN[2]), [True, True]),
-        FIRST_SAVED,
-    ),
-    "both cut": (
-        *(lambda: [cut(f) for f in (journal.MAIN[0], journal.RESERVE[0])], [False, False]),
-        FIRST_SAVED,
-    ),
+    "nothing": (lambda: None, [True, True], BOTH),
+    "newer messages cut": (lambda: cut(MAIN), [False, True], FIRST),
+    "newer CRC file cut": (lambda: cut(MAIN_CRC), [False, True], FIRST),
+    "newer counters cut": (lambda: cut(journal.MAIN[1]), [False, True], BOTH),
+    "only the reserve": (lambda: [f.unlink() for f in journal.MAIN], [False, True], FIRST),
+    "equal numbers": (lambda: shutil.copy(RESERVE_CRC, MAIN_CRC), [True, True], FIRST),
+    "both cut": (lambda: cut(MAIN, RESERVE), [False, False], FIRST),
 }
 
 

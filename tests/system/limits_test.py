@@ -5,7 +5,7 @@ import resource
 import socket
 import struct
 import time
-from collections.abc import Callable, Coroutine
+from collections.abc import Callable
 from contextlib import ExitStack, closing, suppress
 from pathlib import Path
 from typing import Any
@@ -23,7 +23,6 @@ from waiting import PATIENCE_S, stays, wait_until
 
 SERVER = ua.NodeId(ua.ObjectIds.Server)
 LEVEL = ua.NodeId(ua.ObjectIds.Server_ServiceLevel)
-TOO_MANY = ua.StatusCodes.BadTooManyOperations
 
 
 async def subscribe(services: UaClient, **settings: Any) -> ua.CreateSubscriptionResult:
@@ -36,56 +35,37 @@ async def monitor(services: UaClient, count: int) -> list[Any]:
     return await services.create_monitored_items(items)
 
 
-def values(count: int) -> ua.ReadParameters:
-    return ua.ReadParameters(NodesToRead=[ua.ReadValueId(LEVEL, ua.AttributeIds.Value)] * count)
+def filled(request: Any, operations: str, operation: Any, count: int) -> Any:
+    """The request with so many operations."""
+    setattr(request.Parameters, operations, [operation] * count)
+    return request
 
 
-def written(count: int) -> ua.WriteParameters:
-    nothing = ua.WriteValue(LEVEL, ua.AttributeIds.Value, Value=ua.DataValue())
-    return ua.WriteParameters(NodesToWrite=[nothing] * count)
+READ = ua.ReadValueId(LEVEL, ua.AttributeIds.Value)
+WRITE = ua.WriteValue(LEVEL, ua.AttributeIds.Value, Value=ua.DataValue())
+RAW_READ = ua.HistoryReadParameters(ua.ReadRawModifiedDetails(IsReadModified=False))
+
+# Request, its array of operations, one of these, and how many there may be.
+OPERATIONS = [
+    (ua.ReadRequest(), "NodesToRead", READ, 10_000),
+    (ua.WriteRequest(), "NodesToWrite", WRITE, 2_000),
+    (ua.BrowseRequest(), "NodesToBrowse", ua.BrowseDescription(NodeId=SERVER), 200),
+    (ua.RegisterNodesRequest(), "NodesToRegister", LEVEL, 10_000),
+    (ua.TranslateBrowsePathsToNodeIdsRequest(), "BrowsePaths", ua.BrowsePath(SERVER), 1_000),
+    (ua.CallRequest(), "MethodsToCall", ua.CallMethodRequest(SERVER), 10),
+    (ua.HistoryReadRequest(Parameters=RAW_READ), "NodesToRead", ua.HistoryReadValueId(LEVEL), 64),
+]
 
 
-def browsed(count: int) -> ua.BrowseParameters:
-    return ua.BrowseParameters(NodesToBrowse=[ua.BrowseDescription(NodeId=SERVER)] * count)
-
-
-def raw_history(count: int) -> ua.HistoryReadParameters:
-    now = ua.get_win_epoch()
-    details = ua.ReadRawModifiedDetails(IsReadModified=False, StartTime=now, EndTime=now)
-    nodes = [ua.HistoryReadValueId(NodeId=LEVEL)] * count
-    return ua.HistoryReadParameters(HistoryReadDetails=details, NodesToRead=nodes)
-
-
-Request = Callable[[UaClient, int], Coroutine[Any, Any, Any]]
-
-
-# request, how many operations it may have
-@pytest.mark.parametrize(
-    ("request_of", "most"),
-    [
-        (lambda services, count: services.read(values(count)), 10_000),
-        (lambda services, count: services.write(written(count)), 2_000),
-        (lambda services, count: services.browse(browsed(count)), 200),
-        (lambda services, count: services.register_nodes([LEVEL] * count), 10_000),
-        (
-            lambda services, count: services.translate_browsepaths_to_nodeids(
-                [ua.BrowsePath(SERVER)] * count
-            ),
-            1_000,
-        ),
-        (lambda services, count: services.call([ua.CallMethodRequest(SERVER)] * count), 10),
-        (lambda services, count: services.history_read(raw_history(count)), 64),
-        (monitor, 10_000),
-    ],
-)
-def test_operations_of_one_request(request_of: Request, most: int, site: Site) -> None:
+def test_operations_of_one_request(site: Site) -> None:
     client = site.serve(publishing(("VA", 29)), va=1)
-    services = client.client.uaclient
-    client.run(request_of(services, most))
-    with pytest.raises(ua.UaStatusCodeError) as refusal:
-        client.run(request_of(services, most + 1))
-    assert refusal.value.code == TOO_MANY
-    assert client.read(item("VA", 1, 29)).Value is not None
+    protocol = client.client.uaclient.protocol
+    for *operations, most in OPERATIONS:
+        client.run(protocol.send_request(filled(*operations, most)))
+        with pytest.raises(ua.UaStatusCodeError) as refusal:
+            client.run(protocol.send_request(filled(*operations, most + 1)))
+        assert refusal.value.code == ua.StatusCodes.BadTooManyOperations, operations
+        assert client.read(item("VA", 1, 29)).Value is not None
 
 
 def test_what_is_granted_of_what_is_asked(site: Site) -> None:
@@ -114,6 +94,8 @@ def test_monitored_items_of_one_session(site: Site) -> None:
     """However many subscriptions they are spread over."""
     client = site.serve(publishing(("VA", 29)), va=1)
     services = client.client.uaclient
+    with pytest.raises(ua.uaerrors.BadTooManyOperations):
+        client.run(monitor(services, 10_001))
     for _ in range(2):
         assert all(made.StatusCode.is_good() for made in client.run(monitor(services, 10_000)))
     (refused,) = client.run(monitor(services, 1))
@@ -130,7 +112,7 @@ def test_monitored_items_of_one_session(site: Site) -> None:
         lambda: ua.TransferSubscriptionsRequest(
             Parameters=ua.TransferSubscriptionsParameters(SubscriptionIds=[1] * 5_000)
         ),
-        lambda: ua.WriteRequest(Parameters=written(200_000)),
+        lambda: filled(ua.WriteRequest(), "NodesToWrite", WRITE, 200_000),
     ],
     ids=["only makes work", "too long"],
 )
@@ -191,11 +173,9 @@ def test_memory_runs_out(spare_mb: int, site: Site) -> None:
     if most > 2**40:
         pytest.skip("sanitizers reserve address space without end")
     resource.prlimit(pid, resource.RLIMIT_AS, (most, resource.RLIM_INFINITY))
-    write = ua.WriteRequest()
-    write.Parameters.NodesToWrite = [
-        ua.WriteValue(first.node_id(item("VA", 1, 5)), ua.AttributeIds.Value, Value=text)
-    ]
-    read = ua.ReadRequest(Parameters=values(10_000))
+    value = ua.WriteValue(first.node_id(item("VA", 1, 5)), ua.AttributeIds.Value, Value=text)
+    write = filled(ua.WriteRequest(), "NodesToWrite", value, 1)
+    read = filled(ua.ReadRequest(), "NodesToRead", READ, 10_000)
     greedy: list[RawClient] = []
     with pytest.raises(Refused):
         while len(greedy) < 10:

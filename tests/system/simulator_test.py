@@ -11,14 +11,9 @@ from controller import ipc_keys, journal, registry, sysv
 from programs import CONFIGURATION, CONTROLLER_SETTINGS
 
 ROOT = Path("/zrt")
-SAVED = {
-    str(path)
-    for path in (
-        *(ROOT / name for name in (".zrtsim-record", "trends", "trends/archive.db", "sram")),
-        *(journal.DATA / name for name in ("dat", "rezerv", "check")),
-        *journal.FILES,
-    )
-}
+FOLDERS = [ROOT / name for name in ("trends", "sram", "sram/dat", "sram/rezerv", "sram/check")]
+FILES = [ROOT / ".zrtsim-record", ROOT / "trends/archive.db", *journal.FILES]
+SAVED = set(map(str, FOLDERS + FILES))
 CONTROLLER_HERE, FOREIGN = 3, 4
 
 

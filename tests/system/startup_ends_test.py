@@ -125,15 +125,11 @@ def put_full_fifo() -> None:
             os.write(fifo, bytes(4096))
 
 
-def print_for_nobody() -> Callable[[], object]:
-    """@return what is done in the new process: the reader of its pipe has ended"""
-
-    def give_pipe() -> None:
-        reader, writer = os.pipe()
-        os.dup2(writer, 1)
-        os.close(reader)
-
-    return give_pipe
+def print_for_nobody() -> None:
+    """The reader of its pipe has ended."""
+    reader, writer = os.pipe()
+    os.dup2(writer, 1)
+    os.close(reader)
 
 
 LOGS: dict[str, Callable[[], Callable[[], object] | None]] = {
@@ -143,7 +139,7 @@ LOGS: dict[str, Callable[[], Callable[[], object] | None]] = {
     "on a full disk": put_on_full_disk,
     "a FIFO that nobody opens": lambda: os.mkfifo(LOG),
     "a FIFO that nobody reads": put_full_fifo,
-    "standard output": print_for_nobody,
+    "standard output": lambda: print_for_nobody,
 }
 
 
@@ -264,7 +260,7 @@ def test_restart_beside_a_running_controller(site: Site) -> None:
         value += 1.5
         assert client.write(item("VA", 2, 14), value, ua.VariantType.Float).is_good()
         assert registry.holders()["Opcua"] == site.server.pid
-        assert site.server.stop(end, endlessly=end == signal.SIGINT) == status
+        assert site.server.stop(end) == status
         assert site.server.log_lines() == [RUNNING], "each start begins the log anew"
         assert sysv.objects() == objects, "nothing made, nothing taken away"
         assert registry.holders()["VsBASE"] == site.simulator.pid

@@ -109,12 +109,8 @@ class Program:
         except subprocess.TimeoutExpired:
             raise AssertionError(f"{self.name} does not end") from None
 
-    def stop(self, number: int = signal.SIGTERM, endlessly: bool = False) -> int:
-        """Sends the signal; endlessly: it and SIGTERM in turn for as long as the process lives."""
+    def stop(self, number: int = signal.SIGTERM) -> int:
         self.process.send_signal(number)
-        while endlessly and self.is_alive():
-            self.process.send_signal(signal.SIGTERM)
-            self.process.send_signal(number)
         return self.exit_status()
 
     def kill(self) -> None:

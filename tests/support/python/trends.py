@@ -19,32 +19,23 @@ def ramp(first_second: int, count: int) -> str:
     return "\n".join(lines)
 
 
-@dataclass(frozen=True)
-class Pen:
-    """What a pen records: values of a type code, of a variable of kind 0 VA, 1 AV, 2 RV, 3 VD, 4 DV."""
-
-    type_code: int
-    kind: int
-    number: int
-
-
 @dataclass
 class Trends:
-    """Plotters, pens and archived values, as tests/support/trends/told_trends.cpp understands them."""
+    """Plotters, pens and archived values, as tests/support/trends/told_trends.cpp understands them.
+
+    A pen has a type code and a variable: its kind, 0 VA, 1 AV, 2 RV, 3 VD, 4 DV, and its number.
+    """
 
     plotters: int | None = None
     pens_of: dict[int, int] = field(default_factory=dict)
-    pens: dict[tuple[int, int], Pen] = field(default_factory=dict)
+    pens: dict[tuple[int, int], tuple[int, int, int]] = field(default_factory=dict)
     more: list[str] = field(default_factory=list)
 
     def tell(self) -> None:
         """Replaces what the library answers, also while it is in use."""
         lines = [] if self.plotters is None else [f"plotters {self.plotters}"]
         lines += [f"plotter {plotter} {count}" for plotter, count in self.pens_of.items()]
-        lines += [
-            f"pen {plotter} {pen} {told.type_code} {told.kind} {told.number}"
-            for (plotter, pen), told in self.pens.items()
-        ]
+        lines += ["pen {} {} {} {} {}".format(*pen, *of) for pen, of in self.pens.items()]
         fresh = _SCRIPT.with_suffix(".new")
         fresh.write_text("\n".join(lines + self.more) + "\n")
         os.replace(fresh, _SCRIPT)
