@@ -39,12 +39,12 @@ def test_a_command_switches_its_drive(site: Site) -> None:
 
     assert (value(command), value(contact)) == (0, 0) and value(current) < 10
     variables = [(k, n) for k in KINDS for n in range(1, database.counts[k] + 1)]
-    times = {v: database.time_quality(*v).seconds for v in variables}
+    times = {v: database.seconds(*v) for v in variables}
     assert client.write(command, 1, ua.VariantType.SByte).is_good()
     wait_until(lambda: (value(command), value(contact)) == (1, 1), "the contact answers")
     wait_until(lambda: value(current) > 40, "the motor draws current")
     assert client.write(command, 0, ua.VariantType.SByte).is_good()
     wait_until(lambda: value(contact) == 0, "the contact falls")
     wait_until(
-        lambda: all(database.time_quality(*v).seconds > times[v] for v in variables), "all stamped"
+        lambda: all(database.seconds(*v) > times[v] for v in variables), "all stamped"
     )

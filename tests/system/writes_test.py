@@ -8,54 +8,32 @@ from asyncua import ua
 
 from conftest import Site
 from controller import records
-from controller.records import FIELDS
+from controller.database import KINDS
 from programs import SERVING
 from published_tags import BOTH, item, publishing
 
 T = ua.VariantType
-
-# The current value stands behind one attribute of each kind; numbers written there arrive in the
-# current data and leave the passport field of that attribute alone.
-# By kind and attribute: OPC UA type, value written, current data afterwards.
-TO_CURRENT_DATA = {
-    ("VA", 29): [
-        (T.Float, -math.inf, -math.inf),
-        (T.Int32, -70_000, -70_000.0),
-        (T.UInt32, 3_000_000_000, 3e9),
-        (T.Int16, -5, -5.0),
-        (T.UInt16, 40_000, 40_000.0),
-        (T.Byte, 200, 200.0),
-        (T.SByte, -1, 255.0),
-    ],
-    ("RVV", 8): [(T.Float, 71.5, 71.5)],
-    ("VD", 27): [(T.Float, 2.9, 2), (T.Float, 1e30, 255), (T.Int32, 300, 44)],
-    ("DV", 20): [(T.Byte, 1, 1)],
-}
-
-
-def test_numbers_arrive_in_the_current_data(site: Site) -> None:
-    site.start(va=2, av=2, rv_types=(0, 0), vd=2, dv=2)
-    database = site.database
-    for kind, _ in TO_CURRENT_DATA:
-        for number in (1, 2):
-            database.set_data(kind[:2], number, 77)
-    client = site.serve(publishing(*TO_CURRENT_DATA, right=BOTH))
-    for (kind, attribute), cases in TO_CURRENT_DATA.items():
-        table = kind[:2]
-        assert database.data(table, 2) == 77, "building the tree writes nothing"
-        passport = bytes(database.record(table, 2))
-        for variant_type, written, arrived in cases:
-            assert client.write(item(kind, 2, attribute), written, variant_type).is_good()
-            assert database.data(table, 2) == arrived, (variant_type, written)
-        assert bytes(database.record(table, 2)) == passport
-        assert database.data(table, 1) == 77, "the neighbour"
-
+float32 = struct.Struct("<f").pack
 
 # kind, attribute, field: bytes before, OPC UA type, value written, bytes afterwards.
-TO_PASSPORT = [
+WRITES = [
+    # The current value stands behind one attribute of each kind: numbers written there arrive in the
+    # current data and leave the passport alone.
+    ("VA", 29, None, bytes(4), T.Float, -math.inf, float32(-math.inf)),
+    ("VA", 29, None, bytes(4), T.Int32, -70_000, float32(-70_000)),
+    ("VA", 29, None, bytes(4), T.UInt32, 3_000_000_000, float32(3e9)),
+    ("VA", 29, None, bytes(4), T.Int16, -5, float32(-5)),
+    ("VA", 29, None, bytes(4), T.UInt16, 40_000, float32(40_000)),
+    ("VA", 29, None, bytes(4), T.Byte, 200, float32(200)),
+    ("VA", 29, None, bytes(4), T.SByte, -1, float32(255)),
+    ("RVV", 8, None, bytes(4), T.Float, 71.5, float32(71.5)),
+    ("VD", 27, None, b"\x4d", T.Float, 2.9, b"\2"),
+    ("VD", 27, None, b"\x4d", T.Float, 1e30, b"\xff"),
+    ("DV", 20, None, b"\x4d", T.Byte, 1, b"\1"),
+    # fields of the passport
     ("VA", 8, "UNIT", b"\x11", T.Int32, 511, b"\xff"),
-    ("VA", 14, "VPG", bytes(4), T.Float, 0.1, struct.pack("<f", 0.1)),
-    ("AV", 21, "ZD", bytes(4), T.Float, 61.5, struct.pack("<f", 61.5)),
+    ("VA", 14, "VPG", bytes(4), T.Float, 0.1, float32(0.1)),
+    ("AV", 21, "ZD", bytes(4), T.Float, 61.5, float32(61.5)),
     ("VD", 31, "indvar", bytes(2), T.Int16, -300, struct.pack("<h", -300)),
     ("DV", 21, "DU", b"\0", T.Byte, 1, b"\1"),
     # texts
@@ -80,20 +58,23 @@ TO_PASSPORT = [
 ]
 
 
-def test_attributes_arrive_in_the_passport(site: Site) -> None:
-    site.start(va=3, av=3, rv_types=(1, 1, 1), vd=3, dv=3)
-    places = {(kind, attribute) for kind, attribute, *_ in TO_PASSPORT}
+def test_a_write_arrives_in_its_place_alone(site: Site) -> None:
+    site.start(va=3, av=3, rv_types=(1, 1, 0), vd=3, dv=3)
+    database = site.database
+    untouched = [bytes(table) for kind in KINDS for table in database.tables(kind)]
+    places = {(kind, attribute) for kind, attribute, *_ in WRITES}
     client = site.serve(publishing(*places, right=BOTH))
-    for kind, attribute, field, before, variant_type, written, after in TO_PASSPORT:
-        offset = FIELDS[kind[:2]][field].offset
-        record = site.database.record(kind[:2], 2)
-        record[offset : offset + len(before)] = before
-        expected = bytearray(record)
-        expected[offset : offset + len(after)] = after
+    assert untouched == [bytes(table) for kind in KINDS for table in database.tables(kind)]
+    for kind, attribute, field, before, variant_type, written, after in WRITES:
+        number = 3 if kind == "RVV" else 2
+        tables, offset = database.tables(kind[:2]), database.place(kind[:2], number, field)
+        place = 0 if field else 1
+        tables[place][offset : offset + len(before)] = before
+        expected = [bytearray(table) for table in tables]
+        expected[place][offset : offset + len(after)] = after
         variant = ua.Variant(written, variant_type, is_array=isinstance(written, list))
-        status = client.write_data_value(item(kind, 2, attribute), ua.DataValue(variant))
-        where = f"{kind}.{field} = {written!r} as {variant_type.name}"
-        assert (status.is_good(), bytes(record)) == (True, bytes(expected)), where
+        status = client.write_data_value(item(kind, number, attribute), ua.DataValue(variant))
+        assert status.is_good() and tables == expected, f"{kind} {attribute} = {written!r}"
 
 
 def test_a_bit_is_set_without_its_neighbours(site: Site) -> None:

@@ -1,25 +1,16 @@
 """The real-time database in shared memory, read and written in place."""
 
 import struct
-from dataclasses import dataclass
 
 from controller import ipc_keys, sysv
-from controller.records import FIELDS, RECORD_SIZE, Attribute
+from controller.records import FIELDS, RECORD_SIZE
 
 KINDS = ("VA", "AV", "RV", "VD", "DV")  # order of the counts and of the time-quality-flags table
 
-_VALUE_FORMAT = {"VA": "<f", "AV": "<f", "RV": "<f", "VD": "<B", "DV": "<B"}
 _TQF = struct.Struct("<qqII")  # seconds, microseconds, quality, flags
+_DATA_SIZE = {"VA": 4, "RV": 4, "VD": 1, "DV": 1}
 
 Value = float | int | bytes
-
-
-@dataclass(frozen=True)
-class TimeQuality:
-    seconds: int
-    microseconds: int
-    quality: int
-    flags: int
 
 
 class Database:
@@ -37,37 +28,39 @@ class Database:
             attached.detach()
         self._attached.clear()
 
-    # -- Current values and current data
+    # -- Passports and current data
 
-    def value(self, kind: str, number: int) -> Value:
-        """The current value: what a reader of the variable gets."""
-        return self._get(*self._value_place(kind, number, column=2))
+    def tables(self, kind: str) -> list[memoryview]:
+        """The passports, and the current data, where a writer's values arrive; an analog output
+        has no such array.
+        """
+        passport, data, value = ipc_keys.TABLES[kind]
+        return [self._table(index) for index in (passport, data or value) if index]
 
-    def data(self, kind: str, number: int) -> Value:
-        """The current data: where a writer's value arrives."""
-        return self._get(*self._value_place(kind, number, column=1))
-
-    def set_data(self, kind: str, number: int, value: Value) -> None:
-        self._set(*self._value_place(kind, number, column=1), value)
-
-    # -- Passport
+    def place(self, kind: str, number: int, name: str | None) -> int:
+        """Offset in its table of a passport's field, or of the current data."""
+        if name is None:
+            return (number - 1) * _DATA_SIZE[kind]
+        return (number - 1) * RECORD_SIZE[kind] + FIELDS[kind][name].offset
 
     def field(self, kind: str, number: int, name: str) -> Value:
         """A field of the variable's passport; a text comes as all of its bytes."""
-        return self._get(*self._field_place(kind, number, FIELDS[kind][name]))
+        layout, offset = FIELDS[kind][name].format, self.place(kind, number, name)
+        return struct.unpack_from(layout, self.tables(kind)[0], offset)[0]
 
     def set_field(self, kind: str, number: int, name: str, value: Value) -> None:
-        self._set(*self._field_place(kind, number, FIELDS[kind][name]), value)
+        layout, offset = FIELDS[kind][name].format, self.place(kind, number, name)
+        struct.pack_into(layout, self.tables(kind)[0], offset, value)
 
     def record(self, kind: str, number: int) -> memoryview:
         """The bytes of the variable's passport, in place."""
         size = RECORD_SIZE[kind]
-        return self._table(ipc_keys.TABLES[kind][0])[(number - 1) * size : number * size]
+        return self.tables(kind)[0][(number - 1) * size : number * size]
 
     # -- Time, quality, flags
 
-    def time_quality(self, kind: str, number: int) -> TimeQuality:
-        return TimeQuality(*_TQF.unpack_from(*self._tqf_place(kind, number)))
+    def seconds(self, kind: str, number: int) -> int:
+        return _TQF.unpack_from(*self._tqf_place(kind, number))[0]
 
     def set_quality(self, kind: str, number: int, quality: int) -> None:
         table, offset = self._tqf_place(kind, number)
@@ -103,26 +96,6 @@ class Database:
     def _table(self, index: int) -> memoryview:
         return self._bytes_of(ipc_keys.table_key(index, self._generation))
 
-    def _value_place(self, kind: str, number: int, column: int) -> tuple[memoryview, int, str]:
-        if kind == "AV":  # an analog output keeps its value in the passport
-            return self._field_place(kind, number, FIELDS[kind]["IM"])
-        indices = ipc_keys.TABLES[kind]
-        index = indices[column] if indices[column] is not None else indices[2]
-        layout = _VALUE_FORMAT[kind]
-        return self._table(index), (number - 1) * struct.calcsize(layout), layout
-
-    def _field_place(self, kind: str, number: int, field: Attribute) -> tuple[memoryview, int, str]:
-        table = self._table(ipc_keys.TABLES[kind][0])
-        return table, (number - 1) * RECORD_SIZE[kind] + field.offset, field.format
-
     def _tqf_place(self, kind: str, number: int) -> tuple[memoryview, int]:
         before = sum(self.counts[k] for k in KINDS[: KINDS.index(kind)])
         return self._table(ipc_keys.TIME_QUALITY), (before + number - 1) * _TQF.size
-
-    @staticmethod
-    def _get(table: memoryview, offset: int, layout: str) -> Value:
-        return struct.unpack_from(layout, table, offset)[0]
-
-    @staticmethod
-    def _set(table: memoryview, offset: int, layout: str, value: Value) -> None:
-        struct.pack_into(layout, table, offset, value)
