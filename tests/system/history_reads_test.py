@@ -12,7 +12,7 @@ from asyncua import ua
 
 from conftest import Site
 from opc_client import OpcClient
-from programs import PORT
+from programs import PORT, run_to_end
 from trends import BOOLEAN, DOUBLE, FLOAT, GOOD, INTEGER, Trends, ramp
 
 PLOTTERS = "[Plotter_1]\n[Plotter_2]\nName = Насосы\nPens = 1-3\n"
@@ -239,3 +239,40 @@ def test_refuses_all_but_raw_reads_of_pens(more: str, offered: bool, site: Site)
     assert [result.StatusCode.value for result in results] == [unsupported] * len(updates)
     if offered:
         assert read_three(client) == (G, 3)
+
+
+# ---- opcuaview history: a pen is read whole although the server cuts its answers -----------------
+
+DAY_S = 86_400
+HEADING = "time,value,quality"
+
+
+def history(first: datetime, seconds: int, *options: str) -> tuple[int, list[str], str]:
+    """Exit status, lines and messages of a read."""
+    last = first + timedelta(seconds=seconds)
+    span = [f"--from={first:%Y-%m-%dT%H:%M:%SZ}", f"--to={last:%Y-%m-%dT%H:%M:%SZ}"]
+    done = run_to_end("opcuaview", "history", "--pen", "R1_P1.", *span, *options)
+    return done.returncode, done.stdout.splitlines(), done.stderr
+
+
+def test_a_day_comes_out_whole(site: Site) -> None:
+    serve(site, told(ramp(FIRST_SECOND, DAY_S)), "CountHistoryTrends = 1000")
+    status, lines, _ = history(FIRST, DAY_S)
+    assert status == 0
+    assert lines == [HEADING] + [
+        f"{FIRST + timedelta(seconds=i):%Y-%m-%dT%H:%M:%S}.000000Z,{i},Good" for i in range(DAY_S)
+    ]
+    status, lines, messages = history(FIRST + timedelta(days=2), 100)
+    assert (status, lines) == (1, [HEADING])
+    assert "прочитано значений: 0" in messages
+    status, lines, _ = history(FIRST, 9, "--plot")
+    assert status == 0 and "0 … 9" in lines[0]
+
+
+def test_stops_where_values_would_be_lost(site: Site) -> None:
+    second = FIRST_SECOND + 50
+    crowd = [f"value 1 1 {FLOAT} {i} {second} {3000 + i} {GOOD}" for i in range(101)]
+    serve(site, told(ramp(FIRST_SECOND, 50), *crowd))
+    status, lines, messages = history(FIRST, 100)
+    assert (status, len(lines)) == (5, 1 + 50 + 100)
+    assert "дальше нельзя" in messages and ".003" in messages

@@ -1,14 +1,18 @@
-"""zrtsim as a guest on the machine: what it makes, what it takes away, and what it leaves alone."""
+"""zrtsim as a guest on the machine, what it makes, takes away and leaves alone; and its plant."""
 
 import os
+import re
 import signal
 from pathlib import Path
 
 import pytest
+from asyncua import ua
 
 from conftest import Site
 from controller import ipc_keys, journal, registry, sysv
+from controller.database import KINDS
 from programs import CONFIGURATION, CONTROLLER_SETTINGS
+from waiting import wait_until
 
 ROOT = Path("/zrt")
 FOLDERS = [ROOT / name for name in ("trends", "sram", "sram/dat", "sram/rezerv", "sram/check")]
@@ -72,9 +76,10 @@ def test_keeps_what_users_made(site: Site) -> None:
 
 
 def test_cleans_up_behind_a_killed_one(site: Site) -> None:
-    for generation in (0, 200):
+    for generation, former in ((0, 200), (200, 0)):
         site.start_simulator(f"--generation={generation}", "--va=30", "--th=5").kill()
         assert sysv.find(ipc_keys.table_key(ipc_keys.COUNTS, generation))
+        assert not sysv.find(ipc_keys.table_key(ipc_keys.COUNTS, former))
     (ROOT / "vskontr").write_bytes(b"edited")
     status, text = refusal(site)
     assert status == FOREIGN and "--fresh" in text
@@ -119,3 +124,47 @@ def test_writes_over_no_foreign_file(path: str, site: Site) -> None:
         status, text = refusal(site, *arguments)
         assert status == FOREIGN and str(file) in text
     assert file.read_bytes() == b"of the controller"
+
+
+# ---- The plant as an operator sees it: the sample configuration, over OPC UA ---------------------
+
+
+def test_the_sample_configuration_has_no_faults(site: Site) -> None:
+    site.start_simulator("--frozen")
+    names = [key for key in site.serve(None).address_space() if isinstance(key, str)]
+    assert site.server.log_lines() == ["ЦП 1: OPC UA Сервер: Запущен: теги OA+HA"]
+    tags = [name for name in names if "_" in name and "." not in name]
+    assert len(tags) == sum(site.database.counts.values()) == 200
+    assert len([name for name in names if re.search(r"(^|\.)R\d_P\d\.", name)]) == 31
+
+
+def test_a_command_switches_its_drive(site: Site) -> None:
+    """Of every variable the time goes on, too."""
+    site.start_simulator("--cycle=50")
+    client, database = site.serve(None), site.database
+
+    def item(folder: str, designation: str, name: str) -> str:
+        kind, wanted = folder[-2:], designation.encode("cp866")
+        number = 1
+        while database.field(kind, number, "POZ").strip(b"\0") != wanted:
+            number += 1
+        return f"Котельная.Operative.{folder}.{kind}_{number}.{name}"
+
+    command = item("4_DV", "НС3 вкл", "Команда.A20")
+    contact = item("2_VD", "НС3 раб", "Состояние.A27")
+    current = item("1_VA", "НС3 ток", "Значение.A29")
+
+    def value(node: str) -> float:
+        return client.read(node).Value.Value
+
+    assert (value(command), value(contact)) == (0, 0) and value(current) < 10
+    variables = [(k, n) for k in KINDS for n in range(1, database.counts[k] + 1)]
+    times = {v: database.seconds(*v) for v in variables}
+    assert client.write(command, 1, ua.VariantType.SByte).is_good()
+    wait_until(lambda: (value(command), value(contact)) == (1, 1), "the contact answers")
+    wait_until(lambda: value(current) > 40, "the motor draws current")
+    assert client.write(command, 0, ua.VariantType.SByte).is_good()
+    wait_until(lambda: value(contact) == 0, "the contact falls")
+    wait_until(
+        lambda: all(database.seconds(*v) > times[v] for v in variables), "all stamped"
+    )

@@ -17,8 +17,8 @@ float32 = struct.Struct("<f").pack
 
 # kind, attribute, field: bytes before, OPC UA type, value written, bytes afterwards.
 WRITES = [
-    # The current value stands behind one attribute of each kind: numbers written there arrive in the
-    # current data and leave the passport alone.
+    # the current value, which stands behind one attribute of each kind: numbers written there arrive
+    # in the current data and leave the passport alone
     ("VA", 29, None, bytes(4), T.Float, -math.inf, float32(-math.inf)),
     ("VA", 29, None, bytes(4), T.Int32, -70_000, float32(-70_000)),
     ("VA", 29, None, bytes(4), T.UInt32, 3_000_000_000, float32(3e9)),
@@ -106,8 +106,6 @@ RIGHTS = [
     (11, "OPC_READABLE", True, False),
     (12, "OPC_WRITEABLE", False, True),
     (13, BOTH, True, True),
-    (14, "OPC_WRITEABLE+OPC_READABLE", True, True),
-    (15, "default", True, False),
 ]
 
 

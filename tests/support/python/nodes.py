@@ -2,7 +2,6 @@
 
 from collections.abc import Iterable
 from dataclasses import dataclass
-from typing import NamedTuple
 
 ORGANIZES, HAS_COMPONENT = 35, 47
 OBJECTS_FOLDER = "Objects"
@@ -13,9 +12,7 @@ ANY_TYPE = 24, -2  # data type, value rank
 NodeKey = int | str  # identifier in the server's namespace
 
 
-class Text(NamedTuple):
-    locale: str | None
-    text: str | None
+Text = tuple[str | None, str | None]  # locale, text
 
 
 @dataclass(frozen=True)
@@ -28,7 +25,7 @@ class Node:
     type_definition: int
     browse_name: str
     display_name: Text
-    description: Text = Text(None, None)
+    description: Text = (None, None)
     access_level: int | None = None
     data_type: int | None = None
     value_rank: int | None = None
@@ -36,19 +33,20 @@ class Node:
 
 
 def folder(name: str, parent: NodeKey) -> Node:
-    text = Text("en-US", name) if name else Text(None, None)
+    text = ("en-US", name) if name else (None, None)
     return Node(OBJECT, parent, ORGANIZES, FOLDER_TYPE, name, text)
 
 
 def structure(name: str, parent: NodeKey) -> Node:
-    text = Text("ru-RU", name)
+    text = ("ru-RU", name)
     return Node(OBJECT, parent, HAS_COMPONENT, BASE_OBJECT_TYPE, name, text, text)
 
 
 def _item(tag: str, name: str, number: str, right: str) -> Node:
     return Node(
         *(VARIABLE, tag, HAS_COMPONENT, BASE_DATA_VARIABLE_TYPE, name),
-        *(Text("ru-RU", name), Text("ru-RU", f"{tag}.A{number}")),
+        ("ru-RU", name),
+        ("ru-RU", f"{tag}.A{number}"),
         *({"R": 1, "W": 2, "RW": 3}[right], *ANY_TYPE),
         historizing=False,
     )
@@ -58,7 +56,8 @@ def pen(tag: str, plotter: str, description: str, of_type: tuple[int, int]) -> N
     """`of_type`: its data type and value rank."""
     return Node(
         *(VARIABLE, plotter, ORGANIZES, BASE_DATA_VARIABLE_TYPE, tag),
-        *(Text("ru-RU", tag), Text("ru-RU", description)),
+        ("ru-RU", tag),
+        ("ru-RU", description),
         *(5, *of_type),
         historizing=True,
     )

@@ -16,7 +16,7 @@ from asyncua import Client, ua
 from asyncua.common.ua_utils import value_to_datavalue
 from asyncua.sync import ThreadLoop
 
-from nodes import OBJECTS_FOLDER, Node, NodeKey, Text
+from nodes import OBJECTS_FOLDER, Node, NodeKey
 from programs import PORT
 from waiting import PATIENCE_S
 
@@ -185,8 +185,8 @@ class OpcClient:
         while level:
             nodes = [self.client.get_node(node) for node in level]
             references = await asyncio.gather(*(node.get_references() for node in nodes))
-            attributes = await asyncio.gather(*(node.read_attributes(_ATTRIBUTES) for node in nodes))
-            for node, *described in zip(level, references, attributes, strict=True):
+            values = await asyncio.gather(*(node.read_attributes(_ATTRIBUTES) for node in nodes))
+            for node, *described in zip(level, references, values, strict=True):
                 assert node.Identifier not in found, f"{node} hangs in two places"
                 if node != OBJECTS_FOLDER_ID:
                     found[node.Identifier] = _node(self.namespace, *described)
@@ -214,8 +214,8 @@ def _node(
         parent.ReferenceTypeId.Identifier,
         type_definition.NodeId.Identifier,
         browse_name.Name,
-        Text(display_name.Locale, display_name.Text),
-        Text(description.Locale, description.Text),
+        (display_name.Locale, display_name.Text),
+        (description.Locale, description.Text),
     )
     if node_class != ua.NodeClass.Variable:
         return Node(*place)
