@@ -1,6 +1,5 @@
 #include "server/UAServer.h"
 
-#include <open62541/plugin/log_stdout.h>
 #include <open62541/server_config_default.h>
 
 #include <csignal>
@@ -17,6 +16,7 @@
 #include "server/endpoint/ExclusivePort.h"
 #include "server/endpoint/Identity.h"
 #include "server/endpoint/TcpManager.h"
+#include "server/limits/BoundedLog.h"
 #include "server/limits/TimerTurns.h"
 #include "server/operative/IndexedNodeStore.h"
 #include "server/operative/UaView.h"
@@ -38,7 +38,7 @@ const std::vector<Section>& sections() {
 /// pointers to the logger that the configuration was made with; it stays allocated as the library
 /// made it.
 void setLogLevel(UA_ServerConfig& config, int level) {
-    UA_Logger logger = UA_Log_Stdout_withLevel(static_cast<UA_LogLevel>(level));
+    UA_Logger logger = boundedLog(static_cast<UA_LogLevel>(level));
     logger.clear = config.logging->clear;
     *config.logging = logger;
 }
