@@ -49,7 +49,7 @@ void applyLimits(UA_ServerConfig& config, std::size_t descriptors) {
     config.maxSubscriptions = 40U * 60U;            // so that nobody's share depends on the others
     config.maxMonitoredItems = kItemsInAll;
     config.maxMonitoredItemsPerSubscription = kItemsPerSession;
-    config.queueSizeLimits = {1, 10};               // values of one item that wait for a publish request
+    config.queueSizeLimits = {1, kLongestQueue};    // values of one item that wait for a publish request
     config.maxNotificationsPerPublish = 1'000;      // about 40 kB an answer
     config.maxRetransmissionQueueSize = 20;         // answers that wait for their acknowledgement, a session
     config.maxPublishReqPerSession = 100;           // two for each subscription and some more

@@ -18,6 +18,12 @@ inline constexpr UA_UInt32 kItemsInAll = 250'000;
 /// one go when the session ends, takes about 20 ms.
 inline constexpr UA_UInt32 kItemsPerSession = 20'000;
 
+/// Values of one monitored item that wait for a publish request: kLongestQueue, but one for items
+/// that a session with more than kItemsWithQueue creates or modifies. Removing ten values takes
+/// longer than removing the item, and happens in the same go.
+inline constexpr UA_UInt32 kLongestQueue = 10;
+inline constexpr UA_UInt32 kItemsWithQueue = 10'000;
+
 /// Memory that monitored items leave to the others: what connections, sessions and answers of new
 /// clients need when a client has taken all that the process may have.
 inline constexpr std::size_t kReservedBytes = std::size_t{16} << 20;

@@ -156,8 +156,17 @@ void SessionGuard::onService(bool begins, const UA_NodeId& session, const UA_Nod
         case UA_NS0ID_CREATEMONITOREDITEMSREQUEST:
             if (begins) {
                 limitItems(session);
+                limitQueues(session, 1);
             } else {
                 config().maxMonitoredItems = kItemsInAll;
+                config().queueSizeLimits.max = kLongestQueue;
+            }
+            break;
+        case UA_NS0ID_MODIFYMONITOREDITEMSREQUEST:
+            if (begins) {
+                limitQueues(session, 0);
+            } else {
+                config().queueSizeLimits.max = kLongestQueue;
             }
             break;
         default:
@@ -229,7 +238,8 @@ void SessionGuard::onItem(const UA_NodeId* session, bool removed) {
     Session* const known = session != nullptr ? find(*session) : nullptr;
     if (!removed) {
         ++items_;
-        if (known != nullptr) ++known->items;
+        if (known == nullptr) return;
+        if (++known->items == kItemsWithQueue) limitQueues(*session, 1);  // of the request's next
         return;
     }
     --items_;
@@ -252,4 +262,11 @@ void SessionGuard::limitItems(const UA_NodeId& session) {
     const Session* const known = find(session);
     const UA_UInt32 left = kItemsPerSession - std::min(known->items, kItemsPerSession);
     config().maxMonitoredItems = std::min(kItemsInAll, items_ + left);
+}
+
+/// As with the items, for the time of one request.
+void SessionGuard::limitQueues(const UA_NodeId& session, UA_UInt32 newItems) {
+    const Session* const known = find(session);
+    const bool isMore = known != nullptr && known->items + newItems > kItemsWithQueue;
+    config().queueSizeLimits.max = isMore ? 1 : kLongestQueue;
 }

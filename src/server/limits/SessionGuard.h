@@ -14,8 +14,9 @@
 /// - A session without a connection is closed after kSessionWithoutConnectionMs, or at once when
 ///   the process cannot get kReservedBytes more; no monitored items are granted then, and if all
 ///   sessions have a connection, the one with the most items is closed, one a second.
-/// - A session may have kItemsPerSession monitored items. When those of all sessions are nearly
-///   taken and a client asks for more, a session without a connection is closed.
+/// - A session may have kItemsPerSession monitored items; when it has more than kItemsWithQueue,
+///   those that it creates or modifies keep one value waiting. When the items of all sessions are
+///   nearly taken and a client asks for more, a session without a connection is closed.
 /// - A session whose client describes it with more than kSessionTextBytes is closed.
 /// - Subscriptions outlive their client by kSubscriptionLifetimeMs at most.
 ///
@@ -47,6 +48,7 @@ class SessionGuard {
     void makeRoom();
     void close(const UA_NodeId& id);
     void limitItems(const UA_NodeId& session);
+    void limitQueues(const UA_NodeId& session, UA_UInt32 newItems);
     [[nodiscard]] bool saysTooMuch(const UA_NodeId& id) const;
     /// One without a connection before all others. There must be a session.
     [[nodiscard]] const Session& leastUsed() const;
