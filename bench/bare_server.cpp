@@ -25,6 +25,7 @@ struct Attribute {
 struct Options {
     std::uint16_t port = 4840;
     std::size_t tags = 0;
+    std::size_t changeEvery = 0;  // the values of each such tag change; 0: of none
     std::vector<Attribute> attributes;
     bool writable = false;
     std::size_t pens = 0;       // historical nodes
@@ -61,6 +62,16 @@ UA_StatusCode readFloat(UA_Server*, const UA_NodeId*, void*, const UA_NodeId*, v
     return UA_Variant_setScalarCopy(&value->value, nodeContext, &UA_TYPES[UA_TYPES_FLOAT]);
 }
 
+/// A value that differs from what was read before. That it changes costs one addition, so that the
+/// comparison with a server whose values another process changes is not in that one's favour.
+UA_StatusCode readChanging(UA_Server* server, const UA_NodeId* sessionId, void* sessionContext,
+                           const UA_NodeId* nodeId, void* nodeContext, bool sourceTime,
+                           const UA_NumericRange* range, UA_DataValue* value) noexcept {
+    *static_cast<float*>(nodeContext) += 1.0F;
+    return readFloat(server, sessionId, sessionContext, nodeId, nodeContext, sourceTime, range,
+                     value);
+}
+
 /// The counterpart for writes.
 UA_StatusCode writeFloat(UA_Server*, const UA_NodeId*, void*, const UA_NodeId*, void* nodeContext,
                          const UA_NumericRange*, const UA_DataValue* value) noexcept {
@@ -91,7 +102,8 @@ class BareServer {
     }
     UA_StatusCode addFolder(std::uint32_t id, const std::string& name, const UA_NodeId& parent);
     UA_StatusCode addTag(std::size_t index);
-    UA_StatusCode addValue(const std::string& structure, const Attribute& attribute, float* value);
+    UA_StatusCode addValue(const std::string& structure, const Attribute& attribute, bool changes,
+                           float* value);
 
     const Options& options_;
     std::vector<float> values_;  // by tag, then attribute; the nodes' contexts point into it
@@ -126,7 +138,7 @@ UA_StatusCode BareServer::addFolder(std::uint32_t id, const std::string& name,
 }
 
 UA_StatusCode BareServer::addValue(const std::string& structure, const Attribute& attribute,
-                                   float* value) {
+                                   bool changes, float* value) {
     const std::string id =
         "Operative.1_VA." + structure + "." + attribute.name + ".A" + attribute.number;
     const std::string description = structure + ".A" + attribute.number;
@@ -135,7 +147,7 @@ UA_StatusCode BareServer::addValue(const std::string& structure, const Attribute
     attributes.description = localized("ru-RU", description);
     attributes.accessLevel = UA_ACCESSLEVELMASK_READ;
     UA_CallbackValueSource source{};
-    source.read = readFloat;
+    source.read = changes ? readChanging : readFloat;
     if (options_.writable) {
         attributes.accessLevel |= UA_ACCESSLEVELMASK_WRITE;
         source.write = writeFloat;
@@ -154,10 +166,11 @@ UA_StatusCode BareServer::addTag(std::size_t index) {
     UA_StatusCode status = UA_Server_addObjectNode(
         server_, named(id), UA_NODEID_NUMERIC(ns_, 1), ns0(UA_NS0ID_HASCOMPONENT), {ns_, text(id)},
         ns0(UA_NS0ID_BASEOBJECTTYPE), attributes, nullptr, nullptr);
+    const bool changes = options_.changeEvery != 0 && index % options_.changeEvery == 0;
     float* value = values_.data() + index * options_.attributes.size();
     for (const Attribute& attribute : options_.attributes) {
         if (status != UA_STATUSCODE_GOOD) return status;
-        status = addValue(id, attribute, value++);
+        status = addValue(id, attribute, changes, value++);
     }
     return status;
 }
@@ -201,6 +214,8 @@ int run(int argc, char** argv) {
             }
         },
         "attributes of every tag as NAME=NUMBER (UTF-8)");
+    app.add_option("--change-every", options.changeEvery,
+                   "the values of the first and of each n-th tag after it change with each read");
     app.add_flag("--writable", options.writable, "the values can be written");
     app.add_option("--pens", options.pens, "historical nodes, pens of plotter 1");
     app.add_option("--pen-values", options.penValues, "values of each pen");

@@ -120,6 +120,7 @@ class CommandLine {
         command->add_option("--nodes", read_.nodesPerRequest, "nodes a request")
             ->capture_default_str()
             ->check(CLI::Range(1, 10'000));
+        command->add_flag("--random", read_.randomOrder, "in random order, not tag after tag");
         addTimes(*command, read_.times);
         command->callback([this] { bench::loadReads(targets_, read_); });
     }
@@ -165,6 +166,8 @@ class CommandLine {
         command->add_option("--items", subscribe_.items, "monitored items")->capture_default_str();
         command->add_option("--seconds", subscribe_.seconds, "length of the measurement")
             ->capture_default_str();
+        command->add_option("--changes", subscribe_.changes,
+                            "until so many changed values came, instead");
         command->callback([this] { bench::loadSubscription(targets_.front(), subscribe_); });
     }
 
@@ -195,6 +198,8 @@ class CommandLine {
     static void addTimes(CLI::App& command, bench::LoadTimes& times) {
         command.add_option("--seconds", times.seconds, "length of the measurement of each server")
             ->capture_default_str();
+        command.add_option("--requests", times.requests,
+                           "so many of each server in one go, instead");
     }
 
     void addPort(CLI::App& command) {

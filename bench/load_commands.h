@@ -15,10 +15,12 @@ struct Target {
 struct LoadTimes {
     double seconds = 2.0;       // for each server
     double sliceSeconds = 0.1;  // at a stretch, before the next server has its turn
+    std::size_t requests = 0;   // when not 0, each server answers so many, whatever time it takes
 };
 
 struct ReadLoad {
     std::size_t nodesPerRequest = 1000;
+    bool randomOrder = false;  // the same in every run; otherwise tag after tag
     LoadTimes times;
 };
 
@@ -43,6 +45,8 @@ struct WaitLoad {
 struct SubscribeLoad {
     std::size_t items = 10'000;
     double seconds = 5.0;
+    std::size_t changes =
+        0;  // when not 0, until so many changed values came, whatever time it takes
 };
 
 /// The client whose waits count: 100 values every 50 ms, and 500 items at 500 ms.
@@ -83,7 +87,8 @@ void measureOrdinary(const Target& target, const OrdinaryLoad& load);
 /// first values, and at the end what came of it.
 void runCrowd(const Target& target, const CrowdLoad& load);
 
-/// Processor time that a server spends on a subscription, once the first values have been sent.
+/// Processor time that a server spends on subscriptions of at most 10 000 items each, every one
+/// with a session of its own, once the first values have been sent.
 void loadSubscription(const Target& target, const SubscribeLoad& load);
 
 }  // namespace bench

@@ -1,3 +1,5 @@
+#include <algorithm>
+#include <random>
 #include <span>
 #include <vector>
 
@@ -13,10 +15,9 @@ namespace {
 using Requests = std::vector<PreparedRequest>;
 
 // Whole requests only: the nodes left over are not read.
-Requests prepareReads(UaConnection& connection, const std::vector<UA_NodeId>& nodes,
+Requests prepareReads(UaConnection& connection, std::span<const UA_NodeId> all,
                       std::size_t nodesPerRequest) {
     Requests requests;
-    const std::span<const UA_NodeId> all(nodes);
     for (std::size_t at = 0; at + nodesPerRequest <= all.size(); at += nodesPerRequest) {
         requests.push_back(prepareRead(connection, all.subspan(at, nodesPerRequest)));
     }
@@ -40,9 +41,12 @@ void checkRead(const RawResponse& raw, std::size_t nodesPerRequest) {
 
 void loadReads(const std::vector<Target>& targets, const ReadLoad& load) {
     const std::size_t nodes = load.nodesPerRequest;
-    loadSaturating(targets, load.times, [nodes](UaConnection& connection) {
+    const bool random = load.randomOrder;
+    loadSaturating(targets, load.times, [nodes, random](UaConnection& connection) {
         const NodeListing listing(connection);
-        return Workload{prepareReads(connection, listing.variables(), nodes), nodes,
+        std::vector<UA_NodeId> order = listing.variables();  // views
+        if (random) std::shuffle(order.begin(), order.end(), std::mt19937(1));
+        return Workload{prepareReads(connection, order, nodes), nodes,
                         [nodes](const RawResponse& raw) { checkRead(raw, nodes); }};
     });
 }

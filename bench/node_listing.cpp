@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstring>
 #include <string_view>
 #include <utility>
 
@@ -47,8 +48,9 @@ NodeListing::NodeListing(UaConnection& connection) {
     for (const UA_NodeId& id : variables_) {
         byText.emplace_back(nodeIdText(id), id);
     }
-    std::sort(byText.begin(), byText.end(),
-              [](const auto& a, const auto& b) { return a.first < b.first; });
+    std::sort(byText.begin(), byText.end(), [](const auto& a, const auto& b) {
+        return ::strverscmp(a.first.c_str(), b.first.c_str()) < 0;
+    });
     std::transform(byText.begin(), byText.end(), variables_.begin(),
                    [](const auto& entry) { return entry.second; });
 }

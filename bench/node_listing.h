@@ -21,7 +21,7 @@ class NodeListing {
     /// One line for each reference: parent, type of reference, target with names, class and type.
     /// Sorted, so that two servers can be compared.
     const std::vector<std::string>& lines() const { return lines_; }
-    /// Node ids of the variables in the order of their texts; the listing keeps them.
+    /// Node ids of the variables, tag after tag as servers make them; the listing keeps them.
     const std::vector<UA_NodeId>& variables() const { return variables_; }
 
   private:

@@ -26,6 +26,8 @@ class LoadedServer {
     }
 
     void runSlice(double seconds);
+    /// Until so many requests were answered.
+    void runRequests(std::size_t requests);
     /// The results as a JSON object.
     std::string json() const;
 
@@ -85,6 +87,19 @@ void LoadedServer::runSlice(double seconds) {
     }
 }
 
+void LoadedServer::runRequests(std::size_t requests) {
+    const std::size_t end = sent_ + requests;
+    const std::size_t outstanding = outstandingFor(work_.valuesPerRequest);
+    const ProcessWindow window(pid_);
+    while (answered_ < end) {
+        while (sent_ < end && sent_ - answered_ < outstanding)
+            postNext();
+        takeAnswer();
+    }
+    slices_ = R"({"values": )" + std::to_string(requests * work_.valuesPerRequest) + ", " +
+              window.json() + "}";
+}
+
 std::string LoadedServer::json() const {
     const double perValue = static_cast<double>(bytes_) /
                             static_cast<double>(std::max<std::size_t>(answered_, 1)) /
@@ -102,8 +117,14 @@ void loadSaturating(const std::vector<Target>& targets, const LoadTimes& times,
     for (const Target& target : targets) {
         servers.push_back(std::make_unique<LoadedServer>(target, prepare));
     }
+    if (times.requests != 0) {
+        for (const auto& server : servers)
+            server->runRequests(times.requests);
+    }
     // An even number, after which the servers stand in their order again.
-    const auto rounds = 2 * std::max(1L, std::lround(times.seconds / times.sliceSeconds / 2));
+    const auto rounds = times.requests != 0
+                            ? 0
+                            : 2 * std::max(1L, std::lround(times.seconds / times.sliceSeconds / 2));
     for (long round = 0; round < rounds; ++round) {
         for (const auto& server : servers) {
             server->runSlice(times.sliceSeconds);

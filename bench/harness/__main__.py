@@ -12,13 +12,13 @@ import time
 from typing import Any
 
 from harness import plan as plans
-from harness import report
+from harness import report, report_loads
 from harness.report_history import history_rows
 
 REPOSITORY = pathlib.Path(__file__).resolve().parents[2]
 TARGETS = ("bench_bare_server", "bench_load_client", "jxotr_told")
-OWN_TARGETS = ("opcuasrv", "zrtsim")
-PARTS = ("operative", "history", "waits")
+OWN_TARGETS = ("opcuasrv", "zrtsim", "bench_value_changer")
+PARTS = ("operative", "order", "items", "million", "history", "waits")
 NOISY_LOAD = 0.5
 
 EPILOG = """\
@@ -69,12 +69,12 @@ def say(text: str) -> None:
     print(text, file=sys.stderr, flush=True)
 
 
-def build(targets: tuple[str, ...]) -> pathlib.Path:
-    """The release build's folder; its output is shown only when it fails."""
-    say("Building ...")
-    folder = REPOSITORY / "build" / "release"
+def build(targets: tuple[str, ...], preset: str = "release") -> pathlib.Path:
+    """The build's folder; its output is shown only when it fails."""
+    say(f"Building (build/{preset}) ...")
+    folder = REPOSITORY / "build" / preset
     for command in (
-        ["cmake", "--preset", "release", "-DOPCUASRV_BENCH=ON", "-DOPCUASRV_SIM=ON",
+        ["cmake", "--preset", preset, "-DOPCUASRV_BENCH=ON", "-DOPCUASRV_SIM=ON",
          "-DOPCUASRV_TESTS=ON"],
         ["cmake", "--build", str(folder), "--target", *targets],
     ):
@@ -113,8 +113,14 @@ def make_plan(arguments: argparse.Namespace, folder: pathlib.Path) -> plans.Plan
         bin_dir=str((folder / "bin").resolve()),
         rounds=sizes if wanted("operative") else {},
         read_seconds=0.3 if quick else 2.0,
-        subscribe_seconds=1.5 if quick else 5.0,
         idle_seconds=0.7 if quick else 5.0,
+        order_rounds=(1 if quick else rounds) if wanted("order") else 0,
+        order_tags=plans.LOAD_TAGS if quick else plans.ORDER_TAGS,
+        item_rounds=(1 if quick else rounds) if wanted("items") else 0,
+        item_counts=plans.ITEM_COUNTS[:1] if quick else plans.ITEM_COUNTS,
+        item_seconds=1.5 if quick else 5.0,
+        # A gigabyte for each server: more than a quick answer is worth.
+        million_rounds=0 if quick or not wanted("million") else min(rounds, 2),
         history_rounds=(1 if quick else rounds) if wanted("history") else 0,
         wait_seconds=0.5 if quick else 5.0,
         wait_rounds=(1 if quick else rounds) if wanted("waits") else 0,
@@ -124,10 +130,11 @@ def make_plan(arguments: argparse.Namespace, folder: pathlib.Path) -> plans.Plan
     )
 
 
-def measure(plan: plans.Plan) -> Any:
+def run_inside(module: str, plan: str) -> Any:
+    """What a module measures in a private root; ends the program when it could not."""
     command = [
         str(REPOSITORY / "tools/dev/sandbox"), "--private-net", "--",
-        sys.executable, "-B", "-m", "harness.inside", plan.to_json(),
+        sys.executable, "-B", "-m", module, plan,
     ]  # fmt: skip
     done = subprocess.run(command, stdout=subprocess.PIPE, text=True, check=False)
     if done.returncode != 0:
@@ -141,19 +148,21 @@ def main() -> int:
     plan = make_plan(arguments, folder)
     load = os.getloadavg()[0]
     begin = time.monotonic()
-    samples = measure(plan)
+    samples = run_inside("harness.inside", plan.to_json())
     rows = report.make_rows(samples["operative"])
+    rows += report_loads.load_rows(samples["loads"], plan.order_tags)
     if samples["history"]:
         rows += history_rows(samples["history"])
     table = report.markdown_table(rows) if arguments.markdown else report.text_table(rows)
     print(table, flush=True)
-    for warning in report.warnings(samples["operative"]):
+    warnings = report.warnings(samples["operative"]) + report_loads.warnings(samples["loads"])
+    for warning in warnings:
         say(f"warning: {warning}")
     if load > NOISY_LOAD:
         say(f"warning: the machine was not idle before the start (load {load:.2f})")
     say(f"measured in {time.monotonic() - begin:.0f} s")
     if arguments.json:
-        text = json.dumps(report.as_json(rows, plan, samples), ensure_ascii=False, indent=1)
+        text = json.dumps(report.as_json(rows, plan, samples, warnings), ensure_ascii=False, indent=1)
         arguments.json.write_text(text + "\n", encoding="utf-8")
     return 1 if arguments.check and any(row.met is False for row in rows) else 0
 

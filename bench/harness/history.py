@@ -10,15 +10,20 @@ import contextlib
 import os
 import pathlib
 from collections.abc import Iterator
-from typing import Any
-
 from harness import plan as plans
 from harness.processes import MeasurementError, Program
+from harness.servers import (
+    BARE_PORT,
+    CONFIGURATION,
+    SERVERS,
+    Sample,
+    await_first_read,
+    client,
+    load,
+)
 
 SCRIPT = pathlib.Path("/zrt/told.trends")
 FIRST_SECOND = 1_767_225_600  # 2026-01-01, as the bare server's
-
-Sample = dict[str, Any]
 
 
 def server_configuration(pens: int) -> bytes:
@@ -46,11 +51,10 @@ def bare_arguments(pens: int, values: int, port: int) -> list[str]:
 
 
 class History:
-    """The measurements, with the tools of the surrounding run."""
+    """The measurements."""
 
-    def __init__(self, plan: plans.Plan, tools: Any) -> None:
+    def __init__(self, plan: plans.Plan) -> None:
         self._plan = plan
-        self._tools = tools
         library_dir = pathlib.Path(plan.bin_dir).parent / "lib" / "doubles"
         if not (library_dir / "libjxotr.so").exists():
             raise MeasurementError(f"no libjxotr.so in {library_dir}; build the target jxotr_told")
@@ -62,7 +66,7 @@ class History:
     ) -> Program:
         if server == "server" and not self._plan.null_test:
             tell(max(pens, 1), values, delay_us)
-            self._tools.CONFIGURATION.write_bytes(server_configuration(pens))
+            CONFIGURATION.write_bytes(server_configuration(pens))
             return Program([f"{self._plan.bin_dir}/opcuasrv"], self._plan.server_core)
         command = [f"{self._plan.bin_dir}/bench_bare_server", *bare_arguments(pens, values, port)]
         return Program(command, self._plan.server_core)
@@ -70,20 +74,13 @@ class History:
     @contextlib.contextmanager
     def _both(self, pens: int, values: int) -> Iterator[list[str]]:
         """Both servers at once; yields them as the client's arguments."""
-        bare_port = self._tools.BARE_PORT
         with (
             self._start("server", pens, values, plans.PORT) as ours,
-            self._start("bare", pens, values, bare_port) as bare,
+            self._start("bare", pens, values, BARE_PORT) as bare,
         ):
-            self._tools.await_first_read(self._plan, ours)
-            self._tools.await_first_read(self._plan, bare, bare_port)
-            yield [f"{plans.PORT}:{ours.pid}", f"{bare_port}:{bare.pid}"]
-
-    def _load(self, targets: list[str], *arguments: object) -> dict[str, Sample]:
-        measured = self._tools.client(
-            self._plan, *arguments, "--server", *targets, "--seconds", self._plan.read_seconds
-        )
-        return dict(zip(self._tools.SERVERS, measured["servers"], strict=True))
+            await_first_read(self._plan, ours)
+            await_first_read(self._plan, bare, BARE_PORT)
+            yield [f"{plans.PORT}:{ours.pid}", f"{BARE_PORT}:{bare.pid}"]
 
     def measure_round(self) -> dict[str, dict[str, Sample]]:
         """One sample of each server by name of the figure."""
@@ -91,13 +88,15 @@ class History:
         for values in plans.HISTORY_VALUES:
             with self._both(plans.READ_PENS, values) as targets:
                 arguments = ("history", "--pens", plans.READ_PENS, "--values", values)
-                figures[f"history_{values}"] = self._load(targets, *arguments)
+                figures[f"history_{values}"] = load(self._plan, targets, *arguments)
         for pens in (0, plans.MOST_PENS):
             with self._both(pens, 1) as targets:
-                figures[f"writes_{pens}"] = self._load(targets, "write", "--tags", plans.WRITE_TAGS)
+                figures[f"writes_{pens}"] = load(
+                    self._plan, targets, "write", "--tags", plans.WRITE_TAGS
+                )
         for pens in plans.PEN_COUNTS:
             figures[f"pens_{pens}"] = {
-                server: self._startup(server, pens) for server in self._tools.SERVERS
+                server: self._startup(server, pens) for server in SERVERS
             }
         return figures
 
@@ -110,7 +109,7 @@ class History:
 
     def _start_once(self, server: str, pens: int) -> Sample:
         with self._start(server, pens, 1, plans.PORT) as program:
-            seconds = self._tools.await_first_read(self._plan, program) - program.started
+            seconds = await_first_read(self._plan, program) - program.started
             return {"startup": {"seconds": seconds, **program.times()}}
 
     def waits(self) -> dict[str, Sample]:
@@ -118,8 +117,8 @@ class History:
         found = {}
         for name, pens, delay_us in plans.WAITS:
             with self._start("server", plans.READ_PENS, 1000, plans.PORT, delay_us) as program:
-                self._tools.await_first_read(self._plan, program)
-                found[name] = self._tools.client(
+                await_first_read(self._plan, program)
+                found[name] = client(
                     self._plan, "wait", "--server", f"{plans.PORT}:{program.pid}",
                     "--pens", pens, "--seconds", self._plan.wait_seconds,
                 )  # fmt: skip

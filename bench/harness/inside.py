@@ -7,62 +7,17 @@ that whatever else the machine does meets both alike.
 from __future__ import annotations
 
 import contextlib
-import json
-import pathlib
 import sys
 import time
-from collections.abc import Iterator
 from typing import Any
 
+from harness import loads
 from harness import plan as plans
 from harness.history import History
-from harness.processes import MeasurementError, Program, run_client
+from harness.processes import MeasurementError, Program, print_measured, progress, run_client
+from harness.servers import SERVERS, await_first_read, both, controller, load, start
 
-CONFIGURATION = pathlib.Path("/zrt/settings/opcuasrv.ini")
-SERVERS = ("server", "bare")
-BARE_PORT = plans.PORT + 1
-AWAIT_SECONDS = 60
 SETTLE_SECONDS = 0.3
-
-
-def progress(text: str) -> None:
-    print(text, file=sys.stderr, flush=True)
-
-
-@contextlib.contextmanager
-def controller(bin_dir: str, tags: int, core: int | None = None) -> Iterator[None]:
-    """A simulated controller whose values stand still, and the configuration that publishes them."""
-    command = [f"{bin_dir}/zrtsim", "--frozen", "--va", str(max(tags, 1))]
-    with Program(command, core) as simulator:
-        simulator.await_line("zrtsim: ready", 60)
-        CONFIGURATION.parent.mkdir(parents=True, exist_ok=True)
-        CONFIGURATION.write_bytes(plans.server_configuration(tags))
-        yield
-        simulator.check_alive()
-
-
-def start(plan: plans.Plan, server: str, tags: int, port: int = plans.PORT) -> Program:
-    """The configuration fixes this server's port, so only the bare one can have another."""
-    if server == "server" and not plan.null_test:
-        return Program([f"{plan.bin_dir}/opcuasrv"], plan.server_core)
-    bare = [f"{plan.bin_dir}/bench_bare_server", *plans.bare_arguments(tags, port)]
-    return Program(bare, plan.server_core)
-
-
-def client(plan: plans.Plan, *arguments: object) -> dict[str, Any]:
-    text = run_client(plan.bin_dir, plan.client_core, list(map(str, arguments)))
-    answer: dict[str, Any] = json.loads(text)
-    return answer
-
-
-def await_first_read(plan: plans.Plan, program: Program, port: int = plans.PORT) -> float:
-    """CLOCK_MONOTONIC seconds."""
-    try:
-        answered = client(plan, "await", "--port", port, "--deadline", AWAIT_SECONDS)
-    except MeasurementError:
-        program.check_alive()  # if it has ended, its output says why
-        raise
-    return float(answered["monotonic_ns"]) / 1e9
 
 
 def idle(plan: plans.Plan, program: Program) -> dict[str, float]:
@@ -83,29 +38,18 @@ def visit(plan: plans.Plan, server: str, tags: int) -> dict[str, Any]:
         }
         if tags == plans.LOAD_TAGS:
             sample["idle"] = idle(plan, program)
-            sample["subscribe"] = client(
-                plan, "subscribe", "--server", f"{plans.PORT}:{program.pid}",
-                "--items", tags * len(plans.ATTRIBUTES), "--seconds", plan.subscribe_seconds,
-            )  # fmt: skip
         program.check_alive()
         return sample
 
 
 def alternate_reads(plan: plans.Plan, tags: int) -> dict[str, dict[str, Any]]:
-    """Both servers at once on one core; each rests while the other is loaded. By server."""
-    with start(plan, "server", tags) as ours, start(plan, "bare", tags, BARE_PORT) as bare:
-        targets = [f"{plans.PORT}:{ours.pid}", f"{BARE_PORT}:{bare.pid}"]
-        await_first_read(plan, ours)
-        await_first_read(plan, bare, BARE_PORT)
-        reads: dict[str, dict[str, Any]] = {server: {} for server in SERVERS}
+    """By server and figure."""
+    reads: dict[str, dict[str, Any]] = {server: {} for server in SERVERS}
+    with both(plan, tags) as targets:
         for nodes in plans.READ_SIZES:
-            measured = client(
-                plan, "read", "--server", *targets,
-                "--nodes", nodes, "--seconds", plan.read_seconds,
-            )  # fmt: skip
-            for server, result in zip(SERVERS, measured["servers"], strict=True):
+            for server, result in load(plan, targets, "read", "--nodes", nodes).items():
                 reads[server][f"read_{nodes}"] = result
-        return reads
+    return reads
 
 
 def measure_round(plan: plans.Plan, tags: int) -> dict[str, dict[str, Any]]:
@@ -144,7 +88,7 @@ def measure_history(plan: plans.Plan) -> dict[str, Any]:
     """Samples by figure and server, and the waits of this server's clients."""
     rounds: dict[str, dict[str, list[dict[str, Any]]]] = {}
     with controller(plan.bin_dir, plans.WRITE_TAGS, plan.client_core):
-        history = History(plan, sys.modules[__name__])
+        history = History(plan)
         for _ in counted("history", plan.history_rounds):
             for figure, samples in history.measure_round().items():
                 by_server = rounds.setdefault(figure, {server: [] for server in SERVERS})
@@ -172,17 +116,14 @@ def carry_out(plan: plans.Plan) -> dict[str, Any]:
     return samples
 
 
-def main() -> int:
-    try:
-        plan = plans.Plan.from_json(sys.argv[1])
-        samples = carry_out(plan) if plan.rounds else {}
-        history = measure_history(plan) if plan.history_rounds or plan.wait_rounds else {}
-        json.dump({"operative": samples, "history": history}, sys.stdout)
-    except MeasurementError as error:
-        progress(f"bench: {error}")
-        return 1
-    return 0
+def main(text: str) -> dict[str, Any]:
+    plan = plans.Plan.from_json(text)
+    return {
+        "operative": carry_out(plan) if plan.rounds else {},
+        "loads": loads.measure(plan),
+        "history": measure_history(plan) if plan.history_rounds or plan.wait_rounds else {},
+    }
 
 
 if __name__ == "__main__":
-    sys.exit(main())
+    sys.exit(print_measured(main))

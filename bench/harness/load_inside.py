@@ -13,17 +13,13 @@ from typing import Any
 
 from harness import load_plan
 from harness.load_plan import LoadPlan
-from harness.processes import MeasurementError, Program, run_client
+from harness.processes import MeasurementError, Program, print_measured, progress, run_client
 
 CYCLES = pathlib.Path("/tmp/cycles")
 PARTS = 10
 """Of the load: progress is shown and memory kept after each."""
 NEW_CLIENT_SECONDS = 5.0
 SETTLE_SECONDS = 2.0
-
-
-def progress(text: str) -> None:
-    print(text, file=sys.stderr, flush=True)
 
 
 def realtime() -> list[str]:
@@ -184,14 +180,5 @@ def carry_out(plan: LoadPlan) -> dict[str, Any]:
     return measured
 
 
-def main() -> int:
-    try:
-        json.dump(carry_out(LoadPlan.from_json(sys.argv[1])), sys.stdout)
-    except MeasurementError as error:
-        progress(f"bench: {error}")
-        return 1
-    return 0
-
-
 if __name__ == "__main__":
-    sys.exit(main())
+    sys.exit(print_measured(lambda text: carry_out(LoadPlan.from_json(text))))

@@ -6,8 +6,8 @@ import subprocess
 import sys
 
 from harness import plan as plans
-from harness.inside import controller, progress
-from harness.processes import MeasurementError
+from harness.processes import MeasurementError, progress
+from harness.servers import controller
 
 
 def main() -> int:

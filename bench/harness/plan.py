@@ -9,13 +9,30 @@ PORT = 4840
 
 # Attributes of every tag: name as it stands in the node id, number in the analog input's passport.
 # All are floats, so that both servers' answers have the same length on the wire.
-ATTRIBUTES = (
+Attributes = tuple[tuple[str, int], ...]
+ATTRIBUTES: Attributes = (
     ("Знач", 29), ("НачШк", 11), ("КонШк", 12), ("НПГ", 13), ("ВПГ", 14),
     ("НАГ", 15), ("ВАГ", 16), ("Гист", 17), ("Скор", 18), ("Раб", 24),
 )  # fmt: skip
 
 LOAD_TAGS = 1000
-"""Tags of the size at which reads, subscription and idling are measured (10 000 value nodes)."""
+"""Tags of the size at which reads and idling are measured (10 000 value nodes)."""
+
+ORDER_TAGS = 10_000
+"""Tags of the size at which reads in order and in random order are compared."""
+ORDER_NODES = 1000
+"""Nodes a request there."""
+
+ITEM_COUNTS = (10_000, 100_000)
+"""Monitored items of all subscriptions."""
+CHANGES = {"all": 1, "1 %": 100}
+"""Of each so many tags one changes, with all its attributes."""
+
+MILLION_ATTRIBUTES: Attributes = tuple(
+    (f"Атр{number}", number) for number in (*range(11, 23), 24, 25, 26, 29)
+)
+MILLION_TAGS = 62_500
+"""With those attributes 1 000 000 value nodes."""
 
 READ_SIZES = (1, 100, 1000)
 """Nodes a request."""
@@ -39,8 +56,13 @@ class Plan:
     bin_dir: str
     rounds: dict[int, int]
     read_seconds: float
-    subscribe_seconds: float
     idle_seconds: float
+    order_rounds: int
+    order_tags: int
+    item_rounds: int
+    item_counts: tuple[int, ...]
+    item_seconds: float
+    million_rounds: int
     history_rounds: int
     wait_seconds: float
     wait_rounds: int
@@ -59,16 +81,18 @@ class Plan:
         return Plan(**fields)
 
 
-def server_configuration(tags: int) -> bytes:
+def server_configuration(
+    tags: int, attributes: Attributes = ATTRIBUTES, rights: str = "OPC_READABLE"
+) -> bytes:
     """opcuasrv.ini (CP866) that publishes every analog input, or none."""
     lines = ["[General]", f"ServerPort = {PORT}", "HistoricalData = off", "", "[Attributes]"]
     if tags:
         lines.append("VA = all")
-    lines += [f"Type1.{number} = {name}, {number}, OPC_READABLE" for name, number in ATTRIBUTES]
+    lines += [f"Type1.{number} = {name}, {number}, {rights}" for name, number in attributes]
     return ("\r\n".join(lines) + "\r\n").encode("cp866")
 
 
-def bare_arguments(tags: int, port: int) -> list[str]:
+def bare_arguments(tags: int, port: int, attributes: Attributes = ATTRIBUTES) -> list[str]:
     """The same by the bare server's command line."""
-    attributes = [f"{name}={number}" for name, number in ATTRIBUTES]
-    return ["--port", str(port), "--tags", str(tags), "--attribute", *attributes]
+    named = [f"{name}={number}" for name, number in attributes]
+    return ["--port", str(port), "--tags", str(tags), "--attribute", *named]

@@ -2,14 +2,22 @@
 
 from __future__ import annotations
 
+import json
 import pathlib
 import signal
 import subprocess
+import sys
 import tempfile
 import time
-from typing import Self
+from collections.abc import Callable
+from typing import Any, Self
 
-STOP_SECONDS = 10.0
+STOP_SECONDS = 30.0
+"""Under an emulator the end of a process takes some."""
+
+
+def progress(text: str) -> None:
+    print(text, file=sys.stderr, flush=True)
 
 
 class MeasurementError(Exception):
@@ -57,7 +65,7 @@ class Program:
             time.sleep(0.02)
 
     def stop(self) -> None:
-        """Ends the program as a user would."""
+        """Ends the program as a user would; its output stays readable."""
         if self._process.poll() is None:
             self._process.send_signal(signal.SIGINT)
             try:
@@ -66,6 +74,8 @@ class Program:
                 self._process.kill()
                 self._process.wait()
                 raise MeasurementError(f"{self.name} did not end at SIGINT") from None
+
+    def close(self) -> None:
         self._output.close()
 
     def __enter__(self) -> Self:
@@ -73,6 +83,7 @@ class Program:
 
     def __exit__(self, *_: object) -> None:
         self.stop()
+        self.close()
 
     def times(self) -> dict[str, float]:
         """Seconds that all threads were "running", and "waiting" while others had the core."""
@@ -95,11 +106,22 @@ class Program:
 
 
 def run_client(
-    bin_dir: str, core: int, arguments: list[str], through: list[str] | None = None
+    bin_dir: str, core: int | None, arguments: list[str], through: list[str] | None = None
 ) -> str:
     """Standard output of the load client; `through` is a command that starts it."""
-    command = [*(through or []), "taskset", "-c", str(core), f"{bin_dir}/bench_load_client", *arguments]
+    pinning = [] if core is None else ["taskset", "-c", str(core)]
+    command = [*(through or []), *pinning, f"{bin_dir}/bench_load_client", *arguments]
     done = subprocess.run(command, capture_output=True, text=True, check=False)
     if done.returncode != 0:
         raise MeasurementError(done.stderr.strip() or f"{command} failed")
     return done.stdout
+
+
+def print_measured(carry_out: Callable[[str], Any]) -> int:
+    """Carries out the plan of the command line and prints the samples, both as JSON; the exit status."""
+    try:
+        json.dump(carry_out(sys.argv[1]), sys.stdout)
+    except MeasurementError as error:
+        progress(f"bench: {error}")
+        return 1
+    return 0

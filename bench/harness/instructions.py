@@ -1,0 +1,109 @@
+"""Command line of bench/instructions: builds, counts in a private root, prints."""
+
+from __future__ import annotations
+
+import argparse
+import json
+import pathlib
+import sys
+import time
+from typing import Any
+
+from harness import report
+from harness.__main__ import REPOSITORY, build, run_inside, say
+from harness.counters import Counter, of_emulator, of_processor, of_valgrind
+from harness.instructions_inside import InstructionPlan, figures
+from harness.report import Row
+
+EPILOG = """\
+Counts the instructions that this server and the bare one spend on a value, under valgrind for x86-64 and
+under an emulator with a counting plugin for aarch64, and on this machine's processor, with its cache
+misses, where perf may count there. Such figures do not depend on what else the machine does, and hardly
+on the machine. They need the Debian packages valgrind, and qemu-user with what ./test --arm64 installs;
+what is missing is left out, with a line that says so.
+
+Exit status: 0 counted, 1 not counted, 2 usage.
+"""
+SERVERS = ("bench_bare_server", "opcuasrv")
+OTHERS = ("bench_load_client", "bench_value_changer", "zrtsim")
+PLUGINS = ("bench_instruction_counter_1", "bench_instruction_counter_2")
+KINDS = ("x86-64", "aarch64", "processor")
+
+
+def parse_arguments() -> argparse.Namespace:
+    parser = argparse.ArgumentParser(
+        prog="bench/instructions",
+        description="Counts the instructions that the server spends on a value.",
+        epilog=EPILOG,
+        formatter_class=argparse.RawDescriptionHelpFormatter,
+    )
+    parser.add_argument("--only", choices=KINDS, help="count in one way (default: all)")
+    parser.add_argument("--markdown", action="store_true", help="print the table for the documents")
+    parser.add_argument("--json", type=pathlib.Path, metavar="FILE", help="write the figures")
+    arguments = parser.parse_args()
+    if arguments.json is not None and not arguments.json.parent.is_dir():
+        parser.error(f"--json: there is no folder {arguments.json.parent}")
+    return arguments
+
+
+def counters(only: str | None, release: pathlib.Path) -> list[Counter]:
+    """Those that this machine offers; the programs of each are built."""
+    found: list[Counter] = []
+
+    def offer(kind: str, counter: Counter | None, lacking: str) -> None:
+        if counter is not None:
+            found.append(counter)
+        else:
+            say(f"bench: {kind} is left out: {lacking}")
+
+    bin_dir = str(release / "bin")
+    if only in (None, "x86-64"):
+        offer("x86-64", of_valgrind(bin_dir), "there is no valgrind")
+    if only in (None, "aarch64"):
+        emulated = REPOSITORY / "build" / "aarch64"
+        counter = of_emulator(str(emulated / "bin"), release / "lib" / "bench")
+        offer("aarch64", counter, "there is no qemu-aarch64 that takes plugins (package qemu-user)")
+        if counter is not None:
+            build(SERVERS, "aarch64")
+    if only in (None, "processor"):
+        offer("processor", of_processor(bin_dir), "perf cannot count instructions here")
+    return found
+
+
+def make_rows(measured: dict[str, Any]) -> list[Row]:
+    titles = {figure.name: figure.title for figure in figures()}
+    rows = []
+    for title, by_figure in measured.items():
+        for figure, by_server in by_figure.items():
+            for event in by_server["server"]:
+                values = {server: [counts[event]] for server, counts in by_server.items()}
+                ours, bare = values["server"][0], values["bare"][0]
+                name = f"{titles[figure]}, {title}"
+                digits = 0 if event == "instructions" else 2
+                rows.append(Row(figure, name, f"{event}/value", digits, ours, bare, values))
+    return rows
+
+
+def main() -> int:
+    arguments = parse_arguments()
+    began = time.monotonic()
+    release = build((*SERVERS, *OTHERS, *PLUGINS))
+    offered = counters(arguments.only, release)
+    if not offered:
+        say("bench: nothing here can count instructions")
+        return 1
+    plan = InstructionPlan(tuple(offered), str(release / "bin"))
+    measured = run_inside("harness.instructions_inside", plan.to_json())
+    rows = make_rows(measured)
+    print(report.markdown_table(rows) if arguments.markdown else report.text_table(rows), flush=True)
+    say(f"counted in {time.monotonic() - began:.0f} s")
+    if arguments.json:
+        arguments.json.write_text(json.dumps(measured, indent=1) + "\n", encoding="utf-8")
+    return 0
+
+
+if __name__ == "__main__":
+    try:
+        sys.exit(main())
+    except KeyboardInterrupt:
+        sys.exit(130)
