@@ -18,28 +18,41 @@ class HeldNodes {
             return true;
         }
         try {
-            held_.push_back({&node, 1});
+            held_.push_back({&node, 1, false});
         } catch (const std::bad_alloc&) {
             return false;
         }
         return true;
     }
 
-    /// @return false when the node is not given out
-    bool remove(const UA_Node& node) {
+    enum class Removed {
+        unknown,       ///< the node is not given out
+        held,          ///< it stays where it is
+        lastOfRetired  ///< nobody holds it any more, and it was retired
+    };
+    Removed remove(const UA_Node& node) {
         Held* const held = find(node);
-        if (held == nullptr) return false;
-        if (--held->count == 0) {
-            *held = held_.back();
-            held_.pop_back();
-        }
-        return true;
+        if (held == nullptr) return Removed::unknown;
+        if (--held->count != 0) return Removed::held;
+        const bool retired = held->retired;
+        *held = held_.back();
+        held_.pop_back();
+        return retired ? Removed::lastOfRetired : Removed::held;
+    }
+
+    /// From now on the node is only there for those who hold it.
+    /// @return false when nobody does
+    bool retire(const UA_Node& node) {
+        Held* const held = find(node);
+        if (held != nullptr) held->retired = true;
+        return held != nullptr;
     }
 
   private:
     struct Held {
         const UA_Node* node;
         std::uint32_t count;
+        bool retired;
     };
 
     Held* find(const UA_Node& node) {

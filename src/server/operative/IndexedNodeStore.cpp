@@ -2,6 +2,7 @@
 
 #include <memory>
 #include <new>
+#include <vector>
 
 #include "server/operative/EditedNodes.h"
 #include "server/operative/HeldNodes.h"
@@ -19,11 +20,9 @@ bool isIndexed(const UA_Node& node) {
     return node.head.nodeClass == UA_NODECLASS_VARIABLE && hasText(node.head.nodeId);
 }
 
-/// Holds each node of the index once in the store behind it, so that the node stays at its place,
-/// and counts by itself how often the node is given out. A node may also have holders that got it
-/// from the store behind: before there was memory to index it, or before it left the index and came
-/// back. Holders have no identity and need none: those counted here are taken to go first, and the
-/// rest are the store's.
+/// Keeps the nodes of the index and counts by itself how often each is given out. One that is
+/// removed or replaced while somebody holds it goes with its last holder. The store behind makes
+/// and frees the memory of all nodes, and keeps those for which the index has no room.
 class IndexedNodeStore : public UA_Nodestore {
   public:
     explicit IndexedNodeStore(UA_Nodestore* inner);
@@ -31,6 +30,12 @@ class IndexedNodeStore : public UA_Nodestore {
     bool isMade() const { return table_.isMade(); }
 
   private:
+    /// A node that the library has not given back yet by replacing or deleting it.
+    struct Copy {
+        const UA_Node* copy;
+        const UA_Node* original;  ///< null when it has been removed or replaced meanwhile
+    };
+
     static IndexedNodeStore& self(UA_Nodestore* store) {
         return *static_cast<IndexedNodeStore*>(store);
     }
@@ -45,15 +50,28 @@ class IndexedNodeStore : public UA_Nodestore {
     UA_Node* get(const UA_NodeId& id);
     UA_Node* getToEdit(const UA_NodeId& id);
     void release(const UA_Node* node);
+    UA_StatusCode insert(UA_Node* node, UA_NodeId* addedId);
     UA_StatusCode copy(const UA_NodeId& id, UA_Node** outNode);
-    void forget(const UA_NodeId& id);
+    UA_StatusCode replace(UA_Node* node);
+    UA_StatusCode remove(const UA_NodeId& id);
+    void deleteUnused(UA_Node* node);
+    void iterateAll(UA_NodestoreVisitor visitor, void* context);
+    void freeAll();
+
+    UA_Node* known(const UA_NodeId& id);
     UA_Node* find(const UA_NodeId& id);
     UA_Node* getFromInner(const UA_NodeId& id);
+    bool exists(const UA_NodeId& id);
+    UA_StatusCode copyOwn(const UA_Node& original, UA_Node** outNode);
+    const UA_Node* takeOriginal(const UA_Node* copy);
+    void retire(UA_Node* node);
+    void freeNode(UA_Node* node) { inner_->deleteNode(inner_, node); }
 
     UA_Nodestore* inner_;
     NodeTable table_;
     HeldNodes held_;
     EditedNodes edited_;
+    std::vector<Copy> copies_;
 };
 
 // ---- Giving out and taking back ----------------------------------------------------------------
@@ -63,18 +81,17 @@ UA_Node* IndexedNodeStore::getFromInner(const UA_NodeId& id) {
                                UA_BROWSEDIRECTION_BOTH);
 }
 
+/// The node of the index with this id, or null.
+UA_Node* IndexedNodeStore::known(const UA_NodeId& id) {
+    // The table takes nodes as constant; they came from the library, which may change them.
+    return hasText(id) ? const_cast<UA_Node*>(table_.find(id)) : nullptr;
+}
+
 UA_Node* IndexedNodeStore::find(const UA_NodeId& id) {
-    if (!hasText(id)) return getFromInner(id);
-    const UA_Node* const known = table_.find(id);
-    if (known != nullptr && held_.add(*known)) {
-        return const_cast<UA_Node*>(known);  // the store gave it out as editable
-    }
-    UA_Node* const node = getFromInner(id);
-    if (node == nullptr || known != nullptr || !isIndexed(*node)) return node;
-    // What was just got from the store is what the index holds, unless it cannot be counted.
-    if (!held_.add(*node)) return node;
-    if (!table_.add(*node)) held_.remove(*node);
-    return node;
+    UA_Node* const node = known(id);
+    if (node == nullptr) return getFromInner(id);
+    // Without memory to count the holder the node is not there for once.
+    return held_.add(*node) ? node : nullptr;
 }
 
 UA_Node* IndexedNodeStore::get(const UA_NodeId& id) {
@@ -92,26 +109,133 @@ UA_Node* IndexedNodeStore::getToEdit(const UA_NodeId& id) {
 void IndexedNodeStore::release(const UA_Node* node) {
     if (node == nullptr) return;
     edited_.released(*node);
-    if (!held_.remove(*node)) inner_->releaseNode(inner_, node);
+    switch (held_.remove(*node)) {
+        case HeldNodes::Removed::unknown:
+            inner_->releaseNode(inner_, node);
+            break;
+        case HeldNodes::Removed::lastOfRetired:
+            freeNode(const_cast<UA_Node*>(node));
+            break;
+        case HeldNodes::Removed::held:
+            break;
+    }
 }
 
-UA_StatusCode IndexedNodeStore::copy(const UA_NodeId& id, UA_Node** outNode) {
-    const UA_StatusCode status = inner_->getNodeCopy(inner_, &id, outNode);
-    if (status != UA_STATUSCODE_GOOD) return status;
-    const UA_Node* const original = get(id);
-    edited_.restore(*original, **outNode);
-    release(original);
+// ---- Coming and going --------------------------------------------------------------------------
+
+bool IndexedNodeStore::exists(const UA_NodeId& id) {
+    if (known(id) != nullptr) return true;
+    const UA_Node* const other = getFromInner(id);
+    if (other != nullptr) inner_->releaseNode(inner_, other);
+    return other != nullptr;
+}
+
+UA_StatusCode IndexedNodeStore::insert(UA_Node* node, UA_NodeId* addedId) {
+    const UA_NodeId& id = node->head.nodeId;
+    if (!hasText(id)) return inner_->insertNode(inner_, node, addedId);
+    if (exists(id)) {
+        freeNode(node);
+        return UA_STATUSCODE_BADNODEIDEXISTS;
+    }
+    if (!isIndexed(*node) || !table_.add(*node)) return inner_->insertNode(inner_, node, addedId);
+    if (addedId == nullptr) return UA_STATUSCODE_GOOD;
+    const UA_StatusCode status = UA_NodeId_copy(&id, addedId);
+    if (status != UA_STATUSCODE_GOOD) {
+        table_.remove(*node);
+        freeNode(node);
+    }
     return status;
 }
 
-/// Before the store removes or replaces a node: its present holders then hold it from the store.
-void IndexedNodeStore::forget(const UA_NodeId& id) {
-    const UA_Node* const node = hasText(id) ? table_.find(id) : nullptr;
-    if (node == nullptr) return;
-    while (held_.remove(*node))
-        static_cast<void>(getFromInner(id));
+/// The node is in the table no longer.
+void IndexedNodeStore::retire(UA_Node* node) {
+    for (Copy& copy : copies_) {
+        if (copy.original == node) copy.original = nullptr;
+    }
+    if (!held_.retire(*node)) freeNode(node);
+}
+
+UA_StatusCode IndexedNodeStore::remove(const UA_NodeId& id) {
+    UA_Node* const node = known(id);
+    if (node == nullptr) return inner_->removeNode(inner_, &id);
     table_.remove(*node);
-    inner_->releaseNode(inner_, node);
+    retire(node);
+    return UA_STATUSCODE_GOOD;
+}
+
+// ---- Copies ------------------------------------------------------------------------------------
+
+UA_StatusCode IndexedNodeStore::copyOwn(const UA_Node& original, UA_Node** outNode) {
+    UA_Node* const made = inner_->newNode(inner_, original.head.nodeClass);
+    if (made == nullptr) return UA_STATUSCODE_BADOUTOFMEMORY;
+    UA_StatusCode status = UA_Node_copy(&original, made);
+    try {
+        if (status == UA_STATUSCODE_GOOD) copies_.push_back({made, &original});
+    } catch (const std::bad_alloc&) {
+        status = UA_STATUSCODE_BADOUTOFMEMORY;
+    }
+    if (status != UA_STATUSCODE_GOOD) {
+        freeNode(made);
+        return status;
+    }
+    *outNode = made;
+    return UA_STATUSCODE_GOOD;
+}
+
+UA_StatusCode IndexedNodeStore::copy(const UA_NodeId& id, UA_Node** outNode) {
+    const UA_Node* const own = known(id);
+    const UA_StatusCode status =
+        own != nullptr ? copyOwn(*own, outNode) : inner_->getNodeCopy(inner_, &id, outNode);
+    if (status != UA_STATUSCODE_GOOD) return status;
+    const UA_Node* const original = own != nullptr ? own : getFromInner(id);
+    edited_.restore(*original, **outNode);
+    if (own == nullptr) inner_->releaseNode(inner_, original);
+    return status;
+}
+
+/// Forgets a copy; its original, or null when that is gone or the copy was not made here.
+const UA_Node* IndexedNodeStore::takeOriginal(const UA_Node* copy) {
+    for (Copy& made : copies_) {
+        if (made.copy != copy) continue;
+        const UA_Node* const original = made.original;
+        made = copies_.back();
+        copies_.pop_back();
+        return original;
+    }
+    return nullptr;
+}
+
+/// As the library's store: a copy of a node that has changed since is refused, and freed.
+UA_StatusCode IndexedNodeStore::replace(UA_Node* node) {
+    const UA_Node* const original = takeOriginal(node);
+    UA_Node* const present = known(node->head.nodeId);
+    if (present == nullptr) return inner_->replaceNode(inner_, node);
+    if (original != present) {
+        freeNode(node);
+        return UA_STATUSCODE_BADINTERNALERROR;
+    }
+    UA_Node_moveMonitoredItems(present, node);
+    table_.replace(*present, *node);
+    retire(present);
+    return UA_STATUSCODE_GOOD;
+}
+
+/// A node that was never inserted, or a copy.
+void IndexedNodeStore::deleteUnused(UA_Node* node) {
+    static_cast<void>(takeOriginal(node));
+    freeNode(node);
+}
+
+// ---- All nodes ---------------------------------------------------------------------------------
+
+void IndexedNodeStore::iterateAll(UA_NodestoreVisitor visitor, void* context) {
+    inner_->iterate(inner_, visitor, context);
+    table_.forEach([&](const UA_Node& node) { visitor(context, &node); });
+}
+
+void IndexedNodeStore::freeAll() {
+    table_.forEach([this](const UA_Node& node) { freeNode(const_cast<UA_Node*>(&node)); });
+    inner_->free(inner_);
 }
 
 // ---- The library's interface -------------------------------------------------------------------
@@ -119,7 +243,7 @@ void IndexedNodeStore::forget(const UA_NodeId& id) {
 IndexedNodeStore::IndexedNodeStore(UA_Nodestore* inner) : UA_Nodestore(), inner_(inner) {
     free = [](UA_Nodestore* store) {
         const std::unique_ptr<IndexedNodeStore> ended(&self(store));
-        ended->inner_->free(ended->inner_);
+        ended->freeAll();
     };
 
     getNode = [](UA_Nodestore* store, const UA_NodeId* id, UA_UInt32, UA_ReferenceTypeSet,
@@ -138,23 +262,20 @@ IndexedNodeStore::IndexedNodeStore(UA_Nodestore* inner) : UA_Nodestore(), inner_
     };
     releaseNode = [](UA_Nodestore* store, const UA_Node* node) { self(store).release(node); };
 
+    newNode = passOn<&UA_Nodestore::newNode>;
+    deleteNode = [](UA_Nodestore* store, UA_Node* node) { self(store).deleteUnused(node); };
+    insertNode = [](UA_Nodestore* store, UA_Node* node, UA_NodeId* addedId) {
+        return self(store).insert(node, addedId);
+    };
     getNodeCopy = [](UA_Nodestore* store, const UA_NodeId* id, UA_Node** outNode) {
         return self(store).copy(*id, outNode);
     };
-    replaceNode = [](UA_Nodestore* store, UA_Node* node) {
-        self(store).forget(node->head.nodeId);
-        return passOn<&UA_Nodestore::replaceNode>(store, node);
-    };
-    removeNode = [](UA_Nodestore* store, const UA_NodeId* id) {
-        self(store).forget(*id);
-        return passOn<&UA_Nodestore::removeNode>(store, id);
-    };
-
-    newNode = passOn<&UA_Nodestore::newNode>;
-    deleteNode = passOn<&UA_Nodestore::deleteNode>;
-    insertNode = passOn<&UA_Nodestore::insertNode>;
+    replaceNode = [](UA_Nodestore* store, UA_Node* node) { return self(store).replace(node); };
+    removeNode = [](UA_Nodestore* store, const UA_NodeId* id) { return self(store).remove(*id); };
     getReferenceTypeId = passOn<&UA_Nodestore::getReferenceTypeId>;
-    iterate = passOn<&UA_Nodestore::iterate>;
+    iterate = [](UA_Nodestore* store, UA_NodestoreVisitor visitor, void* context) {
+        self(store).iterateAll(visitor, context);
+    };
 }
 
 }  // namespace

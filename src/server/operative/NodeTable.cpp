@@ -96,6 +96,10 @@ void NodeTable::remove(const UA_Node& node) {
     }
 }
 
+void NodeTable::replace(const UA_Node& present, const UA_Node& next) {
+    slots_[slotOf(present.head.nodeId, hashOf(present.head.nodeId))].node = &next;
+}
+
 void NodeTable::place(const Slot& slot) {
     std::size_t at = placeOf(slot.hash);
     while (slots_[at].node != nullptr)

@@ -31,6 +31,16 @@ class NodeTable {
     /// Removes a node that is in the table.
     void remove(const UA_Node& node);
 
+    /// Puts a node with the same id in the place of one that is in the table.
+    void replace(const UA_Node& present, const UA_Node& next);
+
+    /// Calls `visit` with every node; it must not change the table.
+    template <class Visit>
+    void forEach(Visit visit) const {
+        for (std::size_t at = 0; at < size_; ++at)
+            if (slots_[at].node != nullptr) visit(*slots_[at].node);
+    }
+
   private:
     struct Slot {
         const UA_Node* node = nullptr;  ///< null: the slot is free

@@ -22,6 +22,7 @@ namespace {
 using Version = std::uintptr_t;
 
 int heldInside = 0;  // what was got from the store behind the index and not given back
+int gotInside = 0;
 
 UA_Nodestore* countingStore() {
     static UA_Nodestore made;
@@ -32,6 +33,7 @@ UA_Nodestore* countingStore() {
                             UA_ReferenceTypeSet types, UA_BrowseDirection direction) {
         UA_Node* const node = made.getEditNode(self, id, mask, types, direction);
         if (node != nullptr) ++heldInside;
+        ++gotInside;
         return node;
     };
     store->releaseNode = [](UA_Nodestore* self, const UA_Node* node) {
@@ -196,14 +198,15 @@ TEST(IndexedNodeStore, AnswersLikeTheStoreBehindIt) {
         ASSERT_NO_FATAL_FAILURE(replaceOne());
     for (std::size_t i = 0; i < Store::kNodes; ++i)
         EXPECT_EQ(indexed.remove(i), plain.remove(i));
-    EXPECT_EQ(heldInside, 0) << "each holder and the index itself has given back what it got";
+    EXPECT_EQ(heldInside, 0) << "each holder has given back what it got";
     indexed.release(nullptr);
 }
 
-TEST(IndexedNodeStore, LooksEachVariableUpOnceInTheStoreBehindIt) {
+TEST(IndexedNodeStore, LooksVariablesUpInTheStoreBehindItOnlyWhenTheyCome) {
     Store store(indexVariables(countingStore()));
     ASSERT_EQ(store.insert(0, 1), UA_STATUSCODE_GOOD);
+    gotInside = 0;
     for (int n = 0; n < 100; ++n)
         store.release(store.get(0, Way{n % 4}));
-    EXPECT_EQ(heldInside, 1);
+    EXPECT_EQ(gotInside, 0);
 }
