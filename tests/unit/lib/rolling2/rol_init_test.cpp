@@ -111,31 +111,30 @@ TEST_F(Joining, CutsALongFolderOfDictionariesButNoPathOfItsFiles) {
     }
 }
 
-TEST_F(Joining, ReportsAMissingSettingsFileOnce) {
+TEST_F(Joining, ReportsAMissingSettingsFileOnceAndASegmentThatIsTooSmall) {
     std::filesystem::remove(path("settings/veskkntr.ini"));
-    Capture out(STDOUT_FILENO);
+    Capture missing(STDOUT_FILENO);
     CRolManager first;
     EXPECT_EQ(first.Init(), 0);
-    EXPECT_THAT(out.text(), testing::StartsWith("Rolling LIB: Ini-файл "_cp866z +
-                                                path("settings/veskkntr.ini") +
-                                                " не найден. Все установки по умолчанию\n"_cp866z));
+    EXPECT_THAT(
+        missing.text(),
+        testing::StartsWith("Rolling LIB: Ini-файл "_cp866z + path("settings/veskkntr.ini") +
+                            " не найден. Все установки по умолчанию\n"_cp866z));
     EXPECT_EQ(first.IniFileSettings->NumMessagesInMemory, 3000);
     EXPECT_EQ(first.ControllerNumber, 0);
     Capture again(STDOUT_FILENO);
     EXPECT_EQ(CRolManager().Init(), 0);
     EXPECT_EQ(again.text(), "");
-}
 
-TEST_F(Joining, ReportsASegmentThatCannotBeHad) {
+    removeShared();
     const RawSegment tooSmall(51, 281);
-    const Capture err(STDERR_FILENO);
-    Capture out(STDOUT_FILENO);
-    EXPECT_EQ(CRolManager().Init(), 51);
-    EXPECT_THAT(out.text(), testing::EndsWith(
-                                "ошибка 51 при инициализации (открытие шаренной памяти)\n"_cp866z));
-    // The lock is free again: another process gets as far.
-    ChildProcess other([] { return CRolManager().Init(); });
-    EXPECT_EQ(other.wait(), 51);
+    // Two processes: the lock is free again behind the first one's failure.
+    for (const char* process : {"first", "second"}) {
+        ChildProcess joining([] { return CRolManager().Init(); });
+        EXPECT_EQ(joining.wait(), 51) << process;
+        EXPECT_THAT(joining.out(), testing::EndsWith("ошибка 51 при инициализации (открытие "
+                                                     "шаренной памяти)\n"_cp866z));
+    }
 }
 
 TEST_F(Joining, UsesPositionFlagAndDictionariesOfOthers) {

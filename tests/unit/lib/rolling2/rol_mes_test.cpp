@@ -57,24 +57,6 @@ TEST(RolArguments, AreRefusedWhereTheRecordEnds) {
     EXPECT_EQ(message.Message.NumberOfArgs, 1);
 }
 
-TEST(RolMessage, IsReadFromItsRawFormAndWrittenBack) {
-    const std::string raw(
-        "\x01\x00\x00\x00\x02\x00\x00\x00\x03\x00\x00\x00\x04\x00\x05\x00\x00\x00"
-        "\x06\x00\x00\x00\xFE\xFD\xFF\x02\x01\x01\x07\x0B\x04\x08\x00\x00\x00rest",
-        39);
-    SRolMessage message{};
-    std::size_t used = 0;
-    const std::span bytes(reinterpret_cast<const std::uint8_t*>(raw.data()), raw.size());
-    ASSERT_EQ(RolReadRaw(bytes, message, used), kRolDone);
-    EXPECT_EQ(message.VarNumber + 0, -3);
-    std::uint8_t back[sizeof(SRolMessage)];
-    ASSERT_EQ(RolWriteRaw(message, back), 35U);
-    EXPECT_EQ(std::memcmp(back, raw.data(), 35), 0);
-    for (std::size_t length = 0; length < 35; ++length)
-        EXPECT_EQ(RolReadRaw(bytes.first(length), message, used), kRolShortMessage) << length;
-    EXPECT_EQ(used, 35U) << "untouched by failures";
-}
-
 TEST(RolMessage, ShowsWhatADamagedOneStillHolds) {
     // A number; one of two bytes, where four belong; one of no such type; a text without a closing
     // NUL, which ends with its length; one longer than the record.

