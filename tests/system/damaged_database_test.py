@@ -55,7 +55,10 @@ DATABASE_PROCESSES: dict[str, tuple[list[bytes], bool, dict[str, int]]] = {
     "fewer than the tables hold": ([answer(1, 1), *WHOLE[1:]], False, EVERYBODY | {"VA": 1}),
     "more than 31 bits": ([answer(1, 2**32 - 1), *WHOLE[1:]], False, EVERYBODY | {"VA": 0}),
     # whoever stands behind a kind without variables moves up
-    "no VD": ([*WHOLE[:3], answer(4, 0), *WHOLE[4:]], False, EVERYBODY | {"DV": 1}),
+    "an unknown type, and no VD": (
+        *([answer(77, 5), *WHOLE[:3], answer(4, 0), *WHOLE[4:-1]], False),
+        EVERYBODY | {"DV": 1},
+    ),
     "nothing": ([answer(code, 0) for code in range(1, 12)], False, NOBODY),
     # whose records name no sub-kind of a manual input
     "one type for ever": ([answer(1, 2)] * 11, False, EVERYBODY | {"RV": 0}),

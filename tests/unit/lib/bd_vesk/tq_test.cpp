@@ -96,35 +96,27 @@ TEST_F(TqTest, KeepsAnExistingTableAndZeroesItsOwn) {
     EXPECT_EQ(path_.objectCount(), 0U);
 }
 
-TEST_F(TqTest, TheDebugTableIsACopyOfTheNormalOne) {
-    std::uint16_t counts[5] = {1, 0, 0, 0, 0};
-    TQManager debug(counts);
+TEST_F(TqTest, TheDebugTableAndSnapshotsAreCopies) {
+    std::uint16_t counts[5] = {1, 0, 0, 0, 1};
+    TQManager debug(counts), shared(counts), snap(counts);
     EXPECT_EQ(debug.TQInit(1), -1) << "no normal table";
     EXPECT_EQ(path_.objectCount(), 0U) << "nothing is left";
-    char* const normal = make(85, kRecord);
-    normal[16] = 0x40;
-    ASSERT_EQ(debug.TQInit(1), 0);
-    EXPECT_EQ(debug.TQGetQuality(kVA, 0), 0x40U);
-    EXPECT_EQ(debug.TQSetQuality(kVA, 0, 0xC0), 0);
-    EXPECT_EQ(normal[16], 0x40) << "another one";
-}
-
-TEST_F(TqTest, SnapshotsAreCopiesOfTheSharedTable) {
-    std::uint16_t counts[5] = {1, 0, 0, 0, 1};
-    TQManager shared(counts);
-    TQManager snap(counts);
     EXPECT_EQ(shared.TQGenerateSnapFor(&snap), -1) << "not shared yet";
     ASSERT_EQ(shared.TQInit(0), 0);
-    EXPECT_EQ(shared.TQGenerateSnapFor(&snap), -1) << "no table to fill";
-    EXPECT_EQ(shared.TQGenerateSnapFor(nullptr), -1);
+    EXPECT_EQ(shared.TQGenerateSnapFor(&snap) + shared.TQGenerateSnapFor(nullptr), -2)
+        << "no table to fill";
     ASSERT_EQ(snap.TQInitSnap(), 0);
     EXPECT_EQ(snap.TQInit(0), -1) << "already private";
 
     EXPECT_EQ(shared.TQSetFlags(kDO, 0, 7), 0);
+    ASSERT_EQ(debug.TQInit(1), 0);
+    EXPECT_EQ(debug.TQGetFlags(kDO, 0), 7U);
     EXPECT_EQ(snap.TQGetFlags(kDO, 0), 0U);
     EXPECT_EQ(shared.TQGenerateSnapFor(&snap), 0);
     EXPECT_EQ(snap.TQGetFlags(kDO, 0), 7U);
     EXPECT_EQ(snap.TQGenerateSnapFor(&shared), -1) << "only a shared table is copied";
+    EXPECT_EQ(debug.TQSetFlags(kDO, 0, 8), 0);
+    EXPECT_EQ(shared.TQGetFlags(kDO, 0), 7U) << "another one";
 
     // One without a record (0, 0), and one that would be written beyond.
     for (std::vector<std::uint16_t> other :

@@ -50,18 +50,13 @@ TEST(MessageQueues, HaveTheRegistrysKeyAndTheNext) {
         EXPECT_EQ(object.getNumMsg_SR(), 0) << "who joined leaves the queues alone";
 
         object.name_add("proxytimer", getppid());
-        Capture out(STDOUT_FILENO);
         EXPECT_EQ(vs_obj().ProxyTimer, getppid());
-        EXPECT_EQ(out.text(), "");
     }
     EXPECT_EQ(path.objectCount(), 0U);
-    for (const key_t queue : {path.key("proxy", 'a'), path.key("proxy", 'a') + 1}) {
-        const int ofAnother = msgget(queue, IPC_CREAT | 0666);
-        Capture out(STDOUT_FILENO);
-        { const vs_obj object; }
-        EXPECT_EQ(path.objectCount(), 1U) << "what another process made stays";
-        EXPECT_EQ(msgctl(ofAnother, IPC_RMID, nullptr), 0);
-    }
+    const int ofAnother = msgget(path.key("proxy", 'a') + 1, IPC_CREAT | 0666);
+    { const vs_obj object; }
+    EXPECT_EQ(path.objectCount(), 1U) << "what another process made stays";
+    EXPECT_EQ(msgctl(ofAnother, IPC_RMID, nullptr), 0);
 }
 
 TEST_F(Messages, CarrySenderAndDataAndNothingMore) {
