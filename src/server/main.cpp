@@ -4,6 +4,7 @@
 
 #include "server/ServerState.h"
 #include "server/history/HistoryAccess.h"
+#include "server/memory/FreeMemory.h"
 #include "server/startup/ControllerJournal.h"
 #include "server/startup/StartupSequence.h"
 
@@ -26,5 +27,6 @@ int main() {
     HistoryAccess history;
     subsystems.installHistory = [&](UAServer& server) { history.install(server); };
     subsystems.buildHistory = [&](UAServer& server) { return history.build(server); };
+    subsystems.returnFreeMemory = returnFreeMemory;
     return runStartupSequence(subsystems);
 }

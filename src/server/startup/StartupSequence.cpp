@@ -97,6 +97,18 @@ void configureEndpoint() {
     uaserver.configureApplicationName();
 }
 
+void returnFreeMemoryRepeatedly(const std::function<void()>& returnFreeMemory) {
+    if (!returnFreeMemory) return;
+    constexpr double kPeriodMs = 1000.0;
+    // The functions are only called, never changed; without the callback memory stays unused.
+    (void)UA_Server_addRepeatedCallback(
+        uaserver.instance(),
+        [](UA_Server* /*server*/, void* function) {
+            (*static_cast<const std::function<void()>*>(function))();
+        },
+        const_cast<std::function<void()>*>(&returnFreeMemory), kPeriodMs, nullptr);
+}
+
 void unregisterProcess() {
     delete All;
     All = nullptr;
@@ -127,6 +139,7 @@ int runStartupSequence(const Subsystems& subsystems) {
 
     const ServiceLevel serviceLevel(uaserver.instance(), DatabaseWatch(UARTEXVariable::veskdb));
     const SessionGuard sessionGuard(uaserver.instance());
+    returnFreeMemoryRepeatedly(subsystems.returnFreeMemory);
     uaserver.run(modeTextCp866(operative, historical));
     unregisterProcess();
     return 0;

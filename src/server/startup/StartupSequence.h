@@ -20,6 +20,8 @@ struct Subsystems {
     std::function<void(UAServer&)> installHistory;
     /// Builds the tree of plotters and pens. Called when historical data are switched on.
     std::function<UA_StatusCode(UAServer&)> buildHistory;
+    /// Gives unused memory back to the system. Called once a second while the server runs.
+    std::function<void()> returnFreeMemory = nullptr;
 };
 
 /// The server's whole life: brings everything up in its fixed order, runs the server loop and tears
