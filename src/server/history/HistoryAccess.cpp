@@ -3,6 +3,9 @@
 #include <open62541/plugin/historydata/history_data_gathering_default.h>
 #include <open62541/plugin/historydata/history_database_default.h>
 
+#include <cstdint>
+#include <cstring>
+
 #include "server/ServerState.h"
 #include "server/UAServer.h"
 #include "server/history/HistoryBackend.h"
@@ -16,6 +19,15 @@ using ReadRaw = decltype(UA_HistoryDatabase::readRaw);
 
 ReadRaw readRawOfAll = nullptr;  // the library's; set once, before the server's loop runs
 
+/// The library passes on whatever number a client sent, and refuses those that the archive does not
+/// know. One that is not the enumeration's must not be read as such: another that is unknown stands
+/// in for it.
+UA_TimestampsToReturn readable(const UA_TimestampsToReturn& asked) {
+    std::uint32_t number = 0;
+    std::memcpy(&number, &asked, sizeof(number));
+    return number <= UA_TIMESTAMPSTORETURN_INVALID ? asked : __UA_TIMESTAMPSTORETURN_FORCE32BIT;
+}
+
 /// The server does nothing else until the archive has answered for all nodes.
 void readRawOfFew(UA_Server* server, void* database, const UA_NodeId* session, void* sessionContext,
                   const UA_RequestHeader* header, const UA_ReadRawModifiedDetails* details,
@@ -26,8 +38,8 @@ void readRawOfFew(UA_Server* server, void* database, const UA_NodeId* session, v
         response->responseHeader.serviceResult = UA_STATUSCODE_BADTOOMANYOPERATIONS;
         return;
     }
-    readRawOfAll(server, database, session, sessionContext, header, details, timestamps, release,
-                 count, nodes, response, data);
+    readRawOfAll(server, database, session, sessionContext, header, details, readable(timestamps),
+                 release, count, nodes, response, data);
 }
 
 }  // namespace
