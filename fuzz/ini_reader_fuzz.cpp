@@ -14,11 +14,12 @@ static void requireAccepted(const std::string& path, const Section& section, std
         require(ListSections::getInstance().hasParam(section.name, key));
         require(value.find_first_of(":;") == std::string::npos);
 
-        std::vector<std::int32_t> used;
         const auto line = findLineNumber(path, key);
         require(line >= 1 && line <= lines + 1);
+        // Every line is found once. Those of other entries, and no line, are passed over with them.
+        std::vector<std::int32_t> used{-1, 0, lines + 1};
         require(findLineNumberParam(path, key, used) == line);
-        require(findLineNumberParam(path, key, used) >= line);
+        require(findLineNumberParam(path, key, used) > line || line == lines + 1);
         const auto entry = findLineNumberTagConf(path, key, 0, {});
         require(entry >= 1 && entry <= lines + 1);
     }
@@ -28,8 +29,7 @@ static void requireAccepted(const std::string& path, const Section& section, std
 /// knows.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     declareSchema(ListSections::getInstance());
-    const MemoryFile file(data, size);
-    const std::string path = file.path();
+    const std::string& path = inputFile(data, size);
 
     std::vector<Section> sections;
     require(IniConfigManager::readConfigFile(path, sections) == 0);

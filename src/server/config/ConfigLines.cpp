@@ -88,7 +88,7 @@ std::span<const ConfigLines::Line> ConfigLines::assignmentsFrom(std::string_view
 void ConfigLines::passOver(const std::vector<std::int32_t>& numbers, bool isPassed) const {
     for (const std::int32_t number : numbers) {
         if (number >= 0 && number <= lineCount_)
-            isPassed_[static_cast<std::size_t>(number)] = isPassed;
+            isPassed_[static_cast<std::size_t>(number)] = isPassed ? 1 : 0;
     }
 }
 
@@ -97,7 +97,7 @@ std::int32_t ConfigLines::firstAssignment(std::string_view start,
     passOver(excluded, true);
     std::int32_t first = noLine();
     for (const Line& line : assignmentsFrom(start)) {
-        if (line.number < first && !isPassed_[static_cast<std::size_t>(line.number)])
+        if (line.number < first && isPassed_[static_cast<std::size_t>(line.number)] == 0)
             first = line.number;
     }
     passOver(excluded, false);

@@ -53,9 +53,10 @@ class ConfigLines {
 
     std::string text_;
     std::int32_t lineCount_ = 0;
-    std::vector<Line> bracketed_;         // in file order
-    std::vector<Line> assignments_;       // sorted by text: lines that begin alike are neighbours
-    mutable std::vector<bool> isPassed_;  // by line number; all false between two searches
+    std::vector<Line> bracketed_;    // in file order
+    std::vector<Line> assignments_;  // sorted by text: lines that begin alike are neighbours
+    // By line number; all 0 between two searches. Of bits, no sanitizer would see the bounds.
+    mutable std::vector<char> isPassed_;
     std::unordered_map<std::string, std::vector<Entry>> entries_;  // by key; in file order
     std::vector<std::string> sectionNames_{""};                    // the last one is open
     std::unordered_map<std::string, std::string> firstSpelling_;   // by the name in lower case
