@@ -6,7 +6,16 @@
 namespace {
 
 int timerCalls = 0;
+std::function<void()> interruption;  // of the next wait for a message
 }  // namespace
+
+extern "C" ssize_t msgrcv(int queue, void* message, std::size_t size, long type, int flags) {
+    if ((flags & IPC_NOWAIT) != 0 || !interruption)
+        return syscall(SYS_msgrcv, queue, message, size, type, flags);
+    std::exchange(interruption, nullptr)();
+    errno = EINTR;
+    return -1;
+}
 
 extern "C" int setitimer(__itimer_which_t which, const itimerval* timer,
                          itimerval* former) noexcept {
@@ -150,6 +159,14 @@ TEST_F(Waits, WaitsEndWithTheOtherProcess) {
     EXPECT_EQ(timerRestUs() / 10000000, 5) << "put back";
     startTimer(0);
     reaper.join();
+    ChildProcess answering([] { return pause(); });
+    interruption = [&] {
+        const RawMessage answer{own, answering.pid(), "late"};
+        msgsnd(object.RS_id, &answer, 8, IPC_NOWAIT);
+        kill(answering.pid(), SIGKILL);
+        answering.wait();
+    };
+    EXPECT_EQ(ask(answering.pid()), std::string("0 late\0\0\0\0\0\0##", 14));
 
     const int dead = deadPid();
     request(own, dead, "last");
