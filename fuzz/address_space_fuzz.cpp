@@ -11,7 +11,6 @@
 #include <memory>
 #include <string>
 
-#include "layout/attribute_files.h"
 #include "lib/bd_vesk/bdvesk.h"
 #include "server/ServerState.h"
 #include "server/config/ConfigState.h"
@@ -39,11 +38,6 @@ namespace {
 
 constexpr std::uint16_t kTags = 3;  // of each kind
 
-void write(const std::string& path, std::string_view text) {
-    std::filesystem::create_directories(std::filesystem::path(path).parent_path());
-    std::ofstream(path, std::ios::binary) << text;
-}
-
 void layOutDatabase() {
     auto& counts = controller.segments[59] = std::vector<std::uint8_t>(26);
     for (std::size_t i = 0; i < kDescribedTypeCount; ++i) {
@@ -63,11 +57,12 @@ void layOutDatabase() {
             static_cast<std::uint8_t>(tag);
 }
 
-template <class Variable>
+template <class... Kinds>
 void addVariables() {
     for (int number = 1; number <= kTags; ++number) {
-        rtexvariable.push_back(std::make_unique<Variable>());
-        require(rtexvariable.back()->getCountVarFormObj(number) == 0);
+        (rtexvariable.push_back(std::make_unique<Kinds>()), ...);
+        for (std::size_t i = rtexvariable.size() - sizeof...(Kinds); i < rtexvariable.size(); ++i)
+            require(rtexvariable[i]->getCountVarFormObj(number) == 0);
     }
 }
 
@@ -110,26 +105,22 @@ void removeTrees() {
 }  // namespace
 
 extern "C" int LLVMFuzzerInitialize(int* /*argc*/, char*** /*argv*/) {
-    write("/zrt/system/offatrs.dat", sim::offsetFile());
-    write("/zrt/system/atributs.dat", sim::kindFile());
-    write("/zrt/settings/trends.ini",
-          "[Plotter_1]\nName = A\nPen_1 = VA, 1, float\nPen_2 = VD, 2, boolean\n"
-          "[Plotter_2]\nPen_1 = AV, 1, double\n");
+    describeAttributes();
+    std::filesystem::create_directories("/zrt/settings");
+    std::ofstream("/zrt/settings/trends.ini")
+        << "[Plotter_1]\nName = A\nPen_1 = VA, 1, float\nPen_2 = VD, 2, boolean\n"
+           "[Plotter_2]\nPen_1 = AV, 1, double\n";
     layOutDatabase();
     declareSchema(ListSections::getInstance());
-    addVariables<VariableTypeVA>();
-    addVariables<VariableTypeRV>();
-    addVariables<VariableTypeAV>();
-    addVariables<VariableTypeVD>();
-    addVariables<VariableTypeDV>();
+    addVariables<VariableTypeVA, VariableTypeRV, VariableTypeAV, VariableTypeVD, VariableTypeDV>();
     return 0;
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const std::string_view text(reinterpret_cast<const char*>(data), size);
-    if (!hasShortNumbersOnly(text)) return 0;
-    write(iniFilePath, text);
+    if (!hasShortNumbersOnly(text, 4)) return 0;
     IniConfigManager::instance() = {};
+    iniFilePath = inputFile(data, size);
     require(IniConfigManager::instance().loadConfig(iniFilePath));
     buildTrees();
     removeTrees();

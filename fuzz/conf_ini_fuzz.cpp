@@ -32,8 +32,7 @@ static void requireSettings(const std::string& path) {
 
 /// A settings file of any content: nothing crashes, and no text is longer than its buffer.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    const MemoryFile bytes(data, size);
-    const std::string path = bytes.path();
+    const std::string& path = inputFile(data, size);
     requireSettings(path);
     IniFile file(path.c_str(), kIniRead);
     const int opened = file.Open();

@@ -31,12 +31,11 @@ static void requireSameEntries(const ConfigText& text, const ServerView& view) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const std::string bytes(reinterpret_cast<const char*>(data), size);
-    const MemoryFile file(bytes);
     Database database;
     database.counts.fill(20);  // more would only take time
     database.manualInputs = {{{}, {2}, {3, 4}}};
     const ConfigText text(bytes);
-    const ServerView view = viewAsServer(file.path(), "", database);
+    const ServerView view = viewAsServer(inputFile(data, size), "", database);
     requireSameEntries(text, view);
     const Checked checked{text, view, database};
     const Findings findings = allFindings(bytes, checked);

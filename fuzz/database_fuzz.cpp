@@ -7,13 +7,10 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
-#include <filesystem>
-#include <fstream>
 #include <string>
 #include <string_view>
 #include <vector>
 
-#include "layout/attribute_files.h"
 #include "lib/bd_vesk/bdvesk.h"
 #include "server/history/ArchivedValue.h"
 #include "server/variables/RTEXHandle.h"
@@ -147,9 +144,7 @@ void convertArchived(FuzzedDataProvider& in) {
 }  // namespace
 
 extern "C" int LLVMFuzzerInitialize(int* /*argc*/, char*** /*argv*/) {
-    std::filesystem::create_directories("/zrt/system");
-    std::ofstream("/zrt/system/offatrs.dat") << sim::offsetFile();
-    std::ofstream("/zrt/system/atributs.dat") << sim::kindFile();
+    describeAttributes();
     return 0;
 }
 

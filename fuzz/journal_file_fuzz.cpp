@@ -22,7 +22,7 @@ static void requireCopyFiles(const std::string& path, std::size_t size) {
 /// A saved journal of any content: what is accepted comes back as the same bytes, and everything
 /// can be shown.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    requireCopyFiles(MemoryFile(data, size).path(), size);
+    requireCopyFiles(inputFile(data, size), size);
     const RolMessages file = RolParseMessages({data, size});
     require(file.error != kRolDone || !file.messages.empty());
 

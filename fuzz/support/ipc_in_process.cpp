@@ -2,8 +2,11 @@
 
 #include <algorithm>
 #include <cstring>
+#include <filesystem>
+#include <fstream>
 #include <iterator>
 
+#include "layout/attribute_files.h"
 #include "lib/util/ipc_objects.h"
 #include "lib/util/qnx_calls.h"
 #include "lib/util/shmem.h"
@@ -12,6 +15,12 @@
 // Behind the folders' table of the libraries, before objects without a priority: the server's own
 // database object attaches the counts when it is made.
 [[gnu::init_priority(201)]] Controller controller;
+
+void describeAttributes() {
+    std::filesystem::create_directories("/zrt/system");
+    std::ofstream("/zrt/system/offatrs.dat") << sim::offsetFile();
+    std::ofstream("/zrt/system/atributs.dat") << sim::kindFile();
+}
 
 void overwrite(FuzzedDataProvider& in) {
     auto& segments = controller.segments;

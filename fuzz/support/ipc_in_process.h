@@ -24,5 +24,8 @@ struct Controller {
 
 extern Controller controller;
 
+/// Writes the attribute description files that the database's readers look for.
+void describeAttributes();
+
 /// What another process does meanwhile: writes some bytes somewhere in a segment.
 void overwrite(FuzzedDataProvider& in);
