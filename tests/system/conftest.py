@@ -117,7 +117,7 @@ class Site:
         self.launch(configuration, environment, **controller).wait_ready(port)
         return self.connect(port)
 
-    def connect(self, port: int = PORT, **settings: float) -> OpcClient:
+    def connect(self, port: int = PORT, **settings: Any) -> OpcClient:
         self._clients.append(OpcClient(port, **settings))
         return self._clients[-1]
 

@@ -11,7 +11,7 @@ from pathlib import Path
 from typing import Any
 
 import pytest
-from asyncua import Client, ua
+from asyncua import ua
 from asyncua.client.ua_client import UaClient
 
 from conftest import Site
@@ -155,14 +155,10 @@ def test_sessions_that_nobody_uses_keep_nobody_out(site: Site) -> None:
 
 
 def test_a_session_whose_client_says_too_much_of_itself(site: Site) -> None:
-    client = site.serve(publishing(("VA", 29)), va=1)
-    talkative = Client(f"opc.tcp://127.0.0.1:{PORT}", timeout=PATIENCE_S)
-    talkative.name = "n" * 5_000
+    site.serve(publishing(("VA", 29)), va=1)
     with pytest.raises(ua.UaStatusCodeError):
-        client.run(talkative.connect())
-    talkative.name = "n" * 1_000
-    client.run(talkative.connect())
-    client.run(talkative.disconnect())
+        site.connect(name="n" * 5_000)
+    site.connect(name="n" * 1_000)
 
 
 @pytest.mark.parametrize("spare_mb", [4, 16])

@@ -75,7 +75,7 @@ class Notifications:
 class OpcClient:
     """`settings` are attributes of asyncua's client, set before it connects."""
 
-    def __init__(self, port: int = PORT, **settings: float) -> None:
+    def __init__(self, port: int = PORT, **settings: Any) -> None:
         self._loop = ThreadLoop(_TIMEOUT_S)
         self._loop.daemon = True
         self._loop.start()
