@@ -1,7 +1,5 @@
 #include "server/limits/TimerTurns.h"
 
-#include <ranges>
-
 #include "support/basics.h"
 
 namespace {
@@ -117,10 +115,9 @@ TEST(TimerTurns, TheyLieApartAndAreCalledOnceWhenLate) {
     std::map<UA_DateTime, int> moments;
     for (const Timer& timer : timers) {
         ASSERT_EQ(timer.calls, 1) << "within the first interval";
-        ++moments[timer.since];
+        EXPECT_LE(++moments[timer.since], 12);
     }
     EXPECT_EQ(moments.size(), 100u);
-    EXPECT_LE(std::ranges::max(moments | std::views::values), 12);
 
     int calls = 0;
     for (Timer& timer : timers) {
