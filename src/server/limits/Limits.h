@@ -22,7 +22,7 @@ inline constexpr UA_UInt32 kItemsPerSession = 20'000;
 /// that a session with more than kItemsWithQueue creates or modifies. Removing ten values takes
 /// longer than removing the item, and happens in the same go.
 inline constexpr UA_UInt32 kLongestQueue = 10;
-inline constexpr UA_UInt32 kItemsWithQueue = 10'000;
+inline constexpr UA_UInt32 kItemsWithQueue = 5'000;
 
 /// Memory that monitored items leave to the others: what connections, sessions and answers of new
 /// clients need when a client has taken all that the process may have.
