@@ -3,6 +3,7 @@
 #include <cmath>
 #include <limits>
 
+#include "server/variables/OwnScalar.h"
 #include "server/variables/TimeQuality.h"
 
 namespace {
@@ -33,10 +34,7 @@ void setTimes(const OPCHDAITEMVALUE& archived, UA_TimestampsToReturn timestamps,
 template <class Scalar>
 void setValue(Scalar scalar, std::size_t typeIndex, unsigned quality,
               UA_DataValue& value) noexcept {
-    if (UA_Variant_setScalarCopy(&value.value, &scalar, &UA_TYPES[typeIndex]) !=
-        UA_STATUSCODE_GOOD) {
-        return;
-    }
+    if (!setOwnScalar(value.value, scalar, typeIndex)) return;
     value.hasValue = true;
     value.status = qualityConvertFromDA(quality);
     value.hasStatus = true;

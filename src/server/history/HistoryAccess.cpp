@@ -47,12 +47,11 @@ void readRawOfFew(UA_Server* server, void* database, const UA_NodeId* session, v
 void HistoryAccess::install(UAServer& server) {
     backend_ = UA_HistoryDataBackend_RTEX();
     gathering_ = UA_HistoryDataGathering_Default(1);
-    UA_HistoryDataGathering ofDatabase = gathering_;
-    // The library would report every write of any variable to the history: it looks the node up
-    // among all pens, one by one, for a backend that drops the value. Without this member it does
-    // not look.
-    ofDatabase.setValue = nullptr;
-    UA_HistoryDatabase database = UA_HistoryDatabase_default(ofDatabase);
+    UA_HistoryDatabase database = UA_HistoryDatabase_default(gathering_);
+    // The library would report every write of any variable to the history: it asks for the time and
+    // looks the node up among all pens, one by one, for a backend that drops the value. Without
+    // this member it does neither.
+    database.setValue = nullptr;
     refuseUnofferedHistory(database);
     readRawOfAll = database.readRaw;
     database.readRaw = readRawOfFew;

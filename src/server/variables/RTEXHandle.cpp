@@ -8,6 +8,7 @@
 #include "lib/bd_vesk/bdvesk.h"
 #include "server/text/ToUTF8Converter.h"
 #include "server/text/Utf8ToCP866Converter.h"
+#include "server/variables/OwnScalar.h"
 #include "server/variables/TimeQuality.h"
 #include "server/variables/UARTEXVariable.h"
 
@@ -34,14 +35,9 @@ T loadAs(const UTypeValue& bytes) {
     return result;
 }
 
-/// A scalar of the variant's own, as the library's scalar copy makes it, but not cleared first:
-/// every byte is written anyway, and the allocator's cache serves malloc only.
 template <class T>
 void setScalar(UA_Variant& value, const T& scalar, std::size_t typeIndex) {
-    void* const data = UA_malloc(sizeof(T));
-    if (data == nullptr) return;  // the client sees a missing value
-    std::memcpy(data, &scalar, sizeof(T));
-    UA_Variant_setScalar(&value, data, &UA_TYPES[typeIndex]);
+    (void)setOwnScalar(value, scalar, typeIndex);  // without memory the client sees no value
 }
 
 void setText(UA_Variant& value, const UTypeValue& bytes) {
@@ -51,8 +47,7 @@ void setText(UA_Variant& value, const UTypeValue& bytes) {
     const std::string text =
         converter.convertCP866ToUtf8_manual(std::string(textCp866, kTextBytes));
     UA_String owned = UA_String_fromChars(text.c_str());
-    setScalar(value, owned, UA_TYPES_STRING);
-    if (UA_Variant_isEmpty(&value)) UA_String_clear(&owned);  // else the variant has it
+    if (!setOwnScalar(value, owned, UA_TYPES_STRING)) UA_String_clear(&owned);
 }
 
 void setByType(UA_Variant& value, TYPE_VAL type, const UTypeValue& bytes) {
