@@ -120,8 +120,7 @@ void UaConnection::abandon() {
     socket_.fd = -1;
 }
 
-// ---- Handshake
-// -------------------------------------------------------------------------------------
+// ---- Handshake ----------------------------------------------------------------------------------
 
 void UaConnection::hello(const std::string& url) {
     append(out_, std::string_view("HELF"));
@@ -190,8 +189,7 @@ void UaConnection::openSession(const std::string& url) {
     call(activate, activated);
 }
 
-// ---- Requests
-// --------------------------------------------------------------------------------------
+// ---- Requests -----------------------------------------------------------------------------------
 
 void UaConnection::authorize(UA_RequestHeader& header) const {
     UA_NodeId_clear(&header.authenticationToken);
@@ -254,8 +252,7 @@ void UaConnection::flush() {
     outSent_ = 0;
 }
 
-// ---- Answers
-// ---------------------------------------------------------------------------------------
+// ---- Answers ------------------------------------------------------------------------------------
 
 bool UaConnection::nextResponse(RawResponse& response, int timeoutMs) {
     assembled_.clear();

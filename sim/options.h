@@ -30,8 +30,7 @@ struct Options {
 
 /// Reads the command line.
 /// @return nothing when the program has to end at once with `exitStatus`: after --help (0), or with
-/// a
-///         message on standard error (2).
+///         a message on standard error (2).
 [[nodiscard]] std::optional<Options> parseOptions(int argc, const char* const* argv,
                                                   int& exitStatus);
 

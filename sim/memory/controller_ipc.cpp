@@ -75,8 +75,8 @@ void ControllerIpc::makeChannel(std::uint8_t generation) {
     made(IpcKind::segment, byte);
 }
 
-/// Before this process joins it, and whoever makes it: a server that is started again and again may
-/// come first, also between two runs.
+/// Before this process joins it, no matter which process makes it: a server that is started again
+/// and again may come first, also between two runs.
 void ControllerIpc::expectJournal() {
     for (const int index : kRolOwnSegments) {
         note({IpcKind::segment, ShmKey(index, 0), kMadeByAny, std::time(nullptr)});

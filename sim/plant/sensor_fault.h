@@ -12,7 +12,7 @@ class SensorFault {
   public:
     enum class Phase { none, sticking, broken };
 
-    /// @param mayFail  tells for a sensor number whether this course may take it
+    /// @param mayFail  whether this course may take the sensor of a number
     void advance(Random& random, std::size_t sensors, bool (*mayFail)(std::size_t), float seconds) {
         remaining_ -= seconds;
         if (remaining_ > 0) return;

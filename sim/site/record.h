@@ -15,8 +15,8 @@
 
 namespace sim {
 
-/// A System V object that a run made. Kernel ids are used again, so all fields together tell
-/// whether an object that is there now is still the one.
+/// A System V object that a run made. Kernel ids are used again, so only all fields
+/// together show whether an object that exists now is still the same one.
 struct IpcMark {
     IpcKind kind;
     key_t key;
@@ -46,8 +46,9 @@ struct RecordContents {
 
 /// The record of everything that the simulated controller made, in a text file below the
 /// installation folder. Each thing is noted before it is made and once more when it exists, so that
-/// whatever a killed run left can be told from what belongs to others. While a run lasts it holds a
-/// lock on the file, which the kernel releases with the process: the one sure sign of life.
+/// the remains of a killed run can be distinguished from what belongs to others. While a run lasts
+/// it holds a lock on the file, which the kernel releases with the process: the one sure sign of
+/// life.
 class Record {
   public:
     enum class Lock { held, absent, busy, failed };

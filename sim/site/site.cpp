@@ -127,9 +127,9 @@ std::vector<std::string> Site::foreignFiles() const {
     return found;
 }
 
-/// Only keys that do not depend on the generation byte: whoever made a controller's objects has
-/// made the registry, its queues and the generation byte too. The others are checked when the
-/// generation is set.
+/// Only keys that do not depend on the generation byte: a process that made a
+/// controller's objects has made the registry, its queues and the generation byte too. The others
+/// are checked when the generation is set.
 std::vector<std::string> Site::foreignObjects() const {
     std::vector<std::string> found;
     for (int index = 0; index < kIpcIndexCount; ++index) {

@@ -25,7 +25,7 @@ class Past {
     /// @param folder  where the archive lies
     void announce(const std::filesystem::path& folder, timeval now);
 
-    /// Fills the archive up to the moment when it is done, and tells how far it is. Throws
+    /// Fills the archive up to the moment when it is done, and reports its progress. Throws
     /// trends::ArchiveError.
     /// @param clock  what time it is
     void make(Plant& plant, timeval (*clock)());

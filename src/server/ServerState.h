@@ -31,5 +31,5 @@ extern RTEXContext RtexContext;
 /// themselves.
 extern const std::int32_t PointCountForTrends;
 
-/// As the start message tells it.
+/// As the start message reports it.
 extern const std::string ServerVersion;

@@ -61,15 +61,14 @@ class UAServer {
     // ---- Folders (operative/Folders.cpp) ----
 
     /// Adds a folder below `parent`, or below the Objects folder when that is null. A failure is
-    /// not told: the fixed folders are made once, and what hangs below a missing one reports
-    /// itself.
+    /// not reported: the fixed folders are made once, and nodes below a missing one report the
+    /// failure.
     /// @param name  UTF-8, browse and display name
     void createFolder(UA_NodeId requestedId, char* name, UA_NodeId* parent);
 
     /// Finds or adds the folder "<parentNumber>_<name>" below a folder with a numeric id.
-    /// @param outId  optional: a copy of the folder's node id, which the caller clears; null id
-    /// after a
-    ///               failure
+    /// @param outId  optional: a copy of the folder's node id, which the caller clears; the null id
+    ///               after a failure
     /// @return the status of the add that failed, which is logged too
     UA_StatusCode createFolderRVGroup(const char* name, int parentNumber, UA_NodeId* outId);
 
@@ -77,13 +76,12 @@ class UAServer {
 
     /// Builds folders, structures and value variables of every configured tag.
     /// @return Good unless the "Operative" folder could not be made; failures of single tags are
-    /// logged
+    ///         logged
     UA_StatusCode initializeOperativeTree();
 
     /// Adds one tag's structure object and its value variables, below the folder of its type.
     /// @param prefix  path prefix of the item ids
-    /// @return the status of the structure's add, or of its items (the structure is then gone
-    /// again)
+    /// @return the status of the structure's add, or of its items (the structure is then removed)
     UA_StatusCode createStructure(UARTEXVariable* variable, int tagNumber, std::string prefix);
 
     /// Adds the value variables of one tag below the node with the string id `parentId`.
@@ -153,11 +151,9 @@ class UAServer {
     ///
     /// @param nodeContext  the node's VarContext; not owned, `varContexts` keeps it
     /// @param value        filled in place: scalar, status from the database quality, source time.
-    /// The
-    ///                     three flags are set whatever the database said.
+    ///                     The three flags are set whatever the database said.
     /// @return BADINTERNALERROR without a context (value untouched), else GOOD: a failed database
-    /// read
-    ///         shows in value->status, never here.
+    ///         read shows in value->status, never here.
     /// Holds the variable's mutex while it reads. The caller is C: never throws.
     static UA_StatusCode readNodeValue(UA_Server* server, const UA_NodeId* sessionId,
                                        void* sessionContext, const UA_NodeId* nodeId,
@@ -167,8 +163,8 @@ class UAServer {
     /// Write callback of every value variable; the library has checked the access level before.
     ///
     /// @return BADINTERNALERROR without a context, BADTYPEMISMATCH without a value, else GOOD:
-    /// whether
-    ///         the database took the value is not known. Status and times sent along are ignored.
+    ///         whether the database took the value is not known. Status and times sent along are
+    ///         ignored.
     static UA_StatusCode writeNodeValue(UA_Server* server, const UA_NodeId* sessionId,
                                         void* sessionContext, const UA_NodeId* nodeId,
                                         void* nodeContext, const UA_NumericRange* range,

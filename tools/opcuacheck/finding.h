@@ -50,7 +50,7 @@ void addSectionTraps(const Checked& checked, Findings& findings);
 [[nodiscard]] Finding atEntry(const Checked& checked, RuleId rule, const Section& section,
                               const KeyValue& entry, std::vector<std::string> arguments = {});
 
-/// What looks at one entry after the other and tells findings at the one that it is at.
+/// Looks at one entry after the other and reports findings at the current one.
 class EntryLooker {
   public:
     EntryLooker(const Checked& checked, Findings& findings)

@@ -106,7 +106,7 @@ class GeneralTraps : private EntryLooker {
         const std::string& key = entry_->key;
         const bool unused =
             key == "Work_mode" || key == "AccessUserN" || section_->name == "Access";
-        const bool attribute = key.find("Type") != std::string::npos;  // told as entry-place
+        const bool attribute = key.find("Type") != std::string::npos;  // reported as entry-place
         if (unused && !attribute) add(RuleId::keyUnused, {shown(key)});
     }
 

@@ -9,13 +9,13 @@ namespace opcuacheck {
 
 namespace {
 
-/// Numbers in one list from which it is told that they cost the server too much: about 12 bytes
+/// Numbers in one list from which a finding says that they cost the server too much: about 12 bytes
 /// each while the list grows.
 constexpr std::int64_t kTooManyNumbers = 10'000'000;
 constexpr std::int64_t kBytesPerNumber = 12;
 constexpr int kLastNumber = std::numeric_limits<std::uint16_t>::max();
 
-/// The list as it was probably meant; "1-8" when that cannot be told.
+/// The list as it was probably meant; "1-8" when that is not clear.
 std::string repaired(const std::string& value) {
     std::string list = lowered(trim(value));
     if (list == "all" || list.find("all") != std::string::npos) return "all";

@@ -89,7 +89,7 @@ struct Text {
     }
 };
 
-/// One row: what is told of a finding. "{0}", "{1}" ... stand for the finding's arguments.
+/// One row: the text of a finding. "{0}", "{1}" ... stand for the finding's arguments.
 struct Rule {
     RuleId id;
     std::string_view code;  ///< for scripts and docs/configuration.md

@@ -51,7 +51,7 @@ constexpr int kLastNumber = std::numeric_limits<std::uint16_t>::max();  // that 
 
 /// Shortens the number lists to what a database can hold, so that expanding them is harmless. What
 /// the server makes of them stays the same; a list of numbers that do not exist keeps the first,
-/// for the server tells it from an empty one.
+/// because the server distinguishes it from an empty one.
 class ListClipper {
   public:
     explicit ListClipper(const Database& database) : database_(database) {}

@@ -173,7 +173,7 @@ class TreeBuilder {
 
     /// @param pen  0: all pens of the plotter
     void addPen(int plotter, int pen, const std::string& folder, int depth) {
-        // "R1_P2._0": which variable it records is told by the trend system alone.
+        // "R1_P2._0": only the trend system knows which variable it records.
         std::string name = historyTagName(plotter, pen, 0, "");
         name.erase(name.find('.'));
         if (pen == 0) name.back() = '*';

@@ -22,7 +22,7 @@ struct TreeNode {
 };
 
 /// The operative trees, flat and by group, and as much of the historical one as the configuration
-/// tells; a parent stands before its children. Empty when the lists are too long.
+/// shows; a parent stands before its children. Empty when the lists are too long.
 [[nodiscard]] std::vector<TreeNode> treeOf(const ServerView& view, const Database& database);
 
 }  // namespace opcuacheck

@@ -22,8 +22,7 @@ static void say(const std::string& text) {
     std::fprintf(stderr, "opcuaview: %s\n", text.c_str());
 }
 
-// ---- Texts
-// ----------------------------------------------------------------------------------------
+// ---- Texts --------------------------------------------------------------------------------------
 
 std::optional<UA_DateTime> parseTime(const std::string& text) {
     std::tm fields{};
@@ -107,8 +106,7 @@ static std::string idText(const UA_NodeId& id) {
     return result;
 }
 
-// ---- The command
-// ----------------------------------------------------------------------------------
+// ---- The command --------------------------------------------------------------------------------
 
 namespace {
 
@@ -268,8 +266,7 @@ ExitStatus readHistory(const HistoryOptions& options) {
     return HistoryCommand{options}.run();
 }
 
-// ---- The command line
-// -----------------------------------------------------------------------------
+// ---- The command line ---------------------------------------------------------------------------
 
 static CLI::Validator timeText() {
     return {[](std::string& text) -> std::string {

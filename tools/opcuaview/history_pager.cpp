@@ -36,7 +36,7 @@ bool HistoryPager::ask(UA_DateTime from, std::vector<HistoryValue>& answer) {
     return true;
 }
 
-/// Values of one time are told apart by their number alone: the archive only grows at its end.
+/// Values of one time differ by their number alone: the archive only grows at its end.
 void HistoryPager::takeNew(const std::vector<HistoryValue>& answer,
                            std::vector<HistoryValue>& values) {
     std::size_t seen = 0;
@@ -58,7 +58,7 @@ void HistoryPager::takeNew(const std::vector<HistoryValue>& answer,
 
 HistoryPager::Step HistoryPager::stepWithoutNew(const std::vector<HistoryValue>& answer) {
     if (answer.empty() || answer.size() < largest_ || answer.back().time > to_) return Step::end;
-    // As large as any answer so far, and all of one millisecond. What comes behind it tells whether
+    // As large as any answer so far, and all of one millisecond. What follows shows whether
     // it was cut.
     std::vector<HistoryValue> others;
     const UA_DateTime nextMs = startOfMs(position_) + kTicksPerMs;

@@ -28,7 +28,8 @@ static UA_Client* newClient(std::chrono::milliseconds answerTime) {
     config.logging = silentLogger();
     if (UA_ClientConfig_setDefault(&config) != UA_STATUSCODE_GOOD) return nullptr;
     config.timeout = static_cast<UA_UInt32>(answerTime.count());
-    // A lost connection is told to the operator and made anew here, with a fresh look at the tree.
+    // A lost connection is reported to the operator and made anew here, with a fresh look at the
+    // tree.
     config.noReconnect = true;
     config.noNewSession = true;
     return UA_Client_newWithConfig(&config);

@@ -29,8 +29,7 @@ static Clock::duration seconds(double count) {
     return std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(count));
 }
 
-// ---- One variable between two readings
-// ---------------------------------------------------------------
+// ---- One variable between two readings ----------------------------------------------------------
 
 namespace {
 struct Reading {
@@ -58,8 +57,7 @@ static Reading readingOf(const UA_DataValue& data) {
     return reading;
 }
 
-// ---- The two ways to show them
-// -----------------------------------------------------------------------
+// ---- The two ways to show them ------------------------------------------------------------------
 
 namespace {
 /// What a round of reading brought; handed to the output.
@@ -210,8 +208,7 @@ class TableOutput final : public Output {
 };
 }  // namespace
 
-// ---- The command
-// -------------------------------------------------------------------------------------
+// ---- The command --------------------------------------------------------------------------------
 
 namespace {
 class Watch {
@@ -273,16 +270,16 @@ class Watch {
                 say(text);
                 return false;
             }
-            if (first && table_) tell(text + ", жду");
+            if (first && table_) report(text + ", жду");
             pause(milliseconds{50});
         }
     }
 
     bool reconnect(UA_StatusCode status) {
-        tell("связь с " + options_.url + " потеряна (" + formatQuality(status) +
-             "), восстанавливаю");
+        report("связь с " + options_.url + " потеряна (" + formatQuality(status) +
+               "), восстанавливаю");
         if (!connect("связь не восстановлена:")) return false;
-        tell("связь восстановлена");
+        report("связь восстановлена");
         return true;
     }
 
@@ -298,7 +295,7 @@ class Watch {
         room_ = output_->room();
         previous_.clear();
         return listItems(session_, choice, items_, [this](std::size_t seen) {
-            if (table_) tell("просмотрено переменных: " + std::to_string(seen));
+            if (table_) report("просмотрено переменных: " + std::to_string(seen));
         });
     }
 
@@ -356,7 +353,7 @@ class Watch {
     }
 
     /// A message while the output goes on.
-    void tell(const std::string& text) {
+    void report(const std::string& text) {
         say(text);
         output_->interrupted();
     }

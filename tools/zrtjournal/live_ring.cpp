@@ -70,7 +70,7 @@ class Ring {
     unsigned capacity_ = 0;
 };
 
-/// The messages as they lie, oldest first, and what tells whether they changed meanwhile.
+/// The messages as they lie, oldest first, and what shows whether they changed meanwhile.
 struct Snapshot {
     unsigned newest = 0;
     unsigned held = 0;

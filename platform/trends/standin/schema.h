@@ -11,7 +11,7 @@
 //   recent  batches (batch.h) that are in no chunk yet, all of them in order of time
 namespace trends {
 
-inline constexpr std::int64_t kApplicationId = 0x5A545231;  // tells our files from other databases
+inline constexpr std::int64_t kApplicationId = 0x5A545231;  // marks our files among other databases
 inline constexpr std::int64_t kSchemaVersion = 2;
 
 /// From the first to the last value of a chunk, us.

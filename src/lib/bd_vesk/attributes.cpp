@@ -23,7 +23,7 @@ class Cursor {
         at_ += sizeof(T);
         return true;
     }
-    // Both may lead beyond the end, which the next get tells.
+    // Both may lead beyond the end; the next get then fails.
     void seek(std::size_t position) { at_ = position; }
     void skip(std::size_t length) { at_ += length; }
 
@@ -122,8 +122,8 @@ AtrFiles readAtrFiles(std::span<const std::uint8_t> offsets, std::span<const std
 
 namespace {
 
-// KEPT: this attribute of the manual inputs is a text of 17 bytes, though the files call it one of
-// 9 like every text: they have no kind for 17.
+// KEPT: this attribute of the manual inputs is a text of 17 bytes, though the files give it the
+// storage kind of the texts of 9 bytes.
 constexpr int kLongTextOfHI = 12;
 
 struct Stored {

@@ -14,11 +14,11 @@
 
 // Attribute descriptions: which bytes of a passport record the numbered attributes of a type are.
 //
-// They come as two files, which hold the same entries in the same order (TableRow::fileEntry tells
-// whose an entry is). All numbers are little-endian.
+// They come as two files, which hold the same entries in the same order (TableRow::fileEntry
+// says which type an entry belongs to). All numbers are little-endian.
 //   offatrs.dat   int16 entries; uint32 position of each entry, from byte 2 on; at an entry's
 //                 position + 2: int16 attributes, then per attribute a DscAtr, uint16 length of its
-//                 name and the name, which nobody needs here
+//                 name and the name, which is not used here
 //   atributs.dat  int16 entries; per entry int16 attributes and as many DscAtrType
 
 #pragma pack(push, 1)
@@ -50,7 +50,7 @@ struct ListAllVar {
     std::vector<DscAtrType> AtrType;
 };
 
-/// How a passport field is stored; the values are those of the files.
+/// How a passport field is stored. 0 to 6 are the numbers in the files; text17 and none are ours.
 enum class Storage : std::uint8_t {
     bit = 0,
     byte = 1,

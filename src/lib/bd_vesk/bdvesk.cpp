@@ -203,8 +203,8 @@ int CVeskBDSh::LoadOffAtr() {
     }
 }
 
-/// Fills places_. What a file describes wrongly is told; what merely does not fit into the table of
-/// another type, which stands in the place of a type without variables, is not the file's fault.
+/// Fills places_ and reports faults of the files. An attribute that does not fit because another
+/// type's table stands in the place of a type without variables is not a fault of the files.
 void CVeskBDSh::checkAttributes() {
     readPlans_ = {};  // they point into places_; planReads makes them anew
     for (int index = 0; index < kDescribedTypeCount; ++index) {

@@ -123,9 +123,9 @@ class CVeskBDSh : public TQManager {
 
     /// Reads the attribute description files of the folder `SYSTEM`; LoadBD calls it once its
     /// tables are there, because the descriptions are checked against their records.
-    /// @return 0; -1 when the files could not be read to their end, which is told on standard
-    /// output
-    ///         unless it is for different numbers of entries. Entries read before a fault are used.
+    /// @return 0; -1 when the files could not be read to their end, reported on standard
+    ///         output unless it is for different numbers of entries. Entries read before a fault
+    ///         are used.
     int LoadOffAtr();
 
   protected:

@@ -45,8 +45,7 @@ Reading textReading(const UTypeValue& value, std::size_t size) {
 
 Reading readingOf(const SVal& src) {
     switch (src.type_val) {
-        // KEPT: a char is read as unsigned, -1 counts as 255: so do the controller's other
-        // programs.
+        // KEPT: a char is read as unsigned, so -1 counts as 255. Required by the interface.
         case type_char:
         case type_uchar:
             return integerReading(src.value.uch);

@@ -52,7 +52,7 @@ struct SVariable {
     std::uint16_t num_atr;  // 3  0 the current value, from 1 a passport attribute
 };
 
-/// The bytes of a value; all zero when new. Which member counts is told by SVal::type_val.
+/// The bytes of a value; all zero when new. SVal::type_val says which member is valid.
 union UTypeValue {
     char ch;  // read as unsigned, whatever the compiler's plain char is
     std::uint8_t uch;

@@ -62,7 +62,7 @@ class TQManager {
     /// Copies the shared table into the private or shared one of `other`, not owned. Records that
     /// are written meanwhile may be copied half old, half new.
     /// @return 0; -1 when this table is not shared, or `other` has no record (0, 0) or fewer
-    /// records.
+    ///         records.
     int TQGenerateSnapFor(TQManager* other);
 
     /// The record itself, for use in place; valid as long as this object.

@@ -132,8 +132,8 @@ BOOL CTypeOf<Code>::setCurDatScale(std::uint16_t num, void* src, float low, floa
         const auto highEnd = loadField<float>(bytes + offsetof(ANALOG, KSHK));
         float value = 0;
         std::memcpy(&value, src, sizeof(value));
-        // KEPT: not the inverse of a linear scaling, but what the controller's programs write. An
-        // empty scale gives an infinite value or none, as they do.
+        // KEPT: this is not the inverse of the scaling in the other direction. Required by the
+        // interface. An empty scale gives an infinite value or NaN.
         float scaled = ((value - low) * (high - low)) / (highEnd - lowEnd) + lowEnd;
         return CTypeOf::setCurDat(num, &scaled);
     } else {

@@ -24,8 +24,8 @@ CRolManager::~CRolManager() {
 
 // ---- Joining -----------------------------------------------------------------------------------
 
-/// KEPT: the object is never destroyed, for its maker's destructor would remove the set and the
-/// next user would count as the journal's first.
+/// KEPT: the object is never destroyed. Its maker's destructor would remove the set, and the next
+/// process would take itself for the journal's first.
 static vs_sem* openSemaphore() {
     constexpr unsigned kPermissions = 0666;
     static auto& kept = *new std::vector<std::unique_ptr<vs_sem>>;

@@ -34,9 +34,8 @@ class CRolManager {
     CRolManager& operator=(const CRolManager&) = delete;
 
     /// Joins the journal. The first process makes it, reads the settings from veskkntr.ini below
-    /// SETTINGS, and loads the saved messages; what it left undone when it died is done by the
-    /// next.
-    /// @return 0, or the IPC index of the segment that could not be had (reported)
+    /// SETTINGS, and loads the saved messages. If it dies on the way, the next process finishes it.
+    /// @return 0, or the IPC index of the segment that could not be attached (reported)
     int Init();
     /// Non-zero when the journal's semaphore was there before Init.
     char is_already_init() const { return already_init; }
@@ -77,9 +76,8 @@ class CRolManager {
 
     /// Adds to each of the eight counters of unread messages, up to the ring's capacity.
     void IncCounters(int count);
-    /// @param reader  0 to 7. KEPT: 8 answers, and changes, the four bytes behind the counters,
-    /// which
-    ///                belong to other processes. Others answer 0 and change nothing.
+    /// @param reader  0 to 7. KEPT: 8 addresses the four bytes behind the counters, which belong to
+    ///                other processes. For other numbers the result is 0 and nothing changes.
     unsigned GetCounter(int reader) const;
     /// Takes from a counter, down to 0.
     void DecCounter(int reader, int count);
@@ -92,8 +90,8 @@ class CRolManager {
     int Save();
     /// Saves, also when nothing is new, and waits for it. Nothing is written while saving is off or
     /// the ring is empty.
-    /// @return 0; kRolCannotOpen, kRolShortWrite, kRolNotOnDisk (reported), kRolNoMemory,
-    /// kRolNoThread
+    /// @return 0; kRolCannotOpen, kRolShortWrite or kRolNotOnDisk (reported); kRolNoMemory or
+    ///         kRolNoThread
     int ForceSave();
     /// Save one copy now, out of its turn. As ForceSave otherwise.
     int SaveMainRolling();
@@ -113,8 +111,7 @@ class CRolManager {
     /// read. Copies that cannot be read are erased. See docs/journal.md for the choice.
     /// @return 0 when a whole copy was loaded
     int Load();
-    /// Replace the ring by one copy, if that can be read; a failure is reported and changes
-    /// nothing.
+    /// Replace the ring by one copy. A copy that cannot be read is reported and changes nothing.
     int LoadMainRolling();
     int LoadRezRolling();
 
@@ -129,8 +126,7 @@ class CRolManager {
     /// as fit into `size` bytes.
     /// @return number of messages; 0 also for a slot that holds none
     unsigned GetRawData(char* buffer, unsigned short from, unsigned long size);
-    /// Corrects a date on its way out. KEPT: there is nothing to correct; readers rely on the call
-    /// only.
+    /// KEPT: changes nothing. Required by the interface.
     static void CorrectTime(TFullTime& date);
 
     /// Set the cursor and copy its message to CurMessage.

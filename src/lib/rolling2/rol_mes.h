@@ -65,8 +65,7 @@ class CRolMessageInterface {
     /// The message as one line: time (local), designation of its variable, text.
     /// @param designationCp866  of the variable; null or empty without one
     /// @return CP866, without a line feed. Messages 18091 to 18094 have their text; others show
-    /// their
-    ///         number and arguments.
+    ///         their number and arguments.
     [[nodiscard]] std::string MakeString(const char* designationCp866) const;
 
     SRolMessage Message{};

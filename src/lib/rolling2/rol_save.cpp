@@ -117,7 +117,7 @@ int CRolManager::writeSnapshot() {
         if (!isUntouched) static_cast<void>(unlink(files.crc));
         return error;
     }
-    // Last: until then the copy's old CRC file, or none, tells the loader what to expect.
+    // Last: until then the loader finds the copy's old CRC file, or none.
     SaveCRCFileRoll(files.crc);
     return kRolDone;
 }

@@ -27,7 +27,7 @@ void setPath(SRolIniFileSettings& settings, const char* path) {
 std::uint64_t numberOr(std::uint64_t otherwise, IniFile& file, const char* section, const char* key,
                        int max) {
     int number = -1;
-    static_cast<void>(file.CfgGet(section, nullptr, nullptr, key, number));  // -1 tells
+    static_cast<void>(file.CfgGet(section, nullptr, nullptr, key, number));  // or -1
     return number >= 0 && number <= max ? static_cast<std::uint64_t>(number) : otherwise;
 }
 

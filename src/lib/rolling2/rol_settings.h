@@ -4,7 +4,7 @@
 
 #include "lib/rolling2/rol_shared.h"
 
-/// What veskkntr.ini, the controller's settings file, tells the journal.
+/// What veskkntr.ini, the controller's settings file, holds for the journal.
 
 /// Reads the controller's number ("StartSetup", "Number_kontr"). Untouched when there is none.
 void RolReadController(const char* path, std::int16_t& number);

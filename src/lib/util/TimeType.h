@@ -72,8 +72,8 @@ class TimeType : public timeval {
     /// The value as the stream operator writes it, and a line end, to standard output.
     void Print() const;
 
-    /// KEPT: waits by reading the clock over and over and never yields the processor; meant for
-    /// waits shorter than a scheduler step. A clock set back prolongs it.
+    /// KEPT: waits by reading the clock over and over and never yields the processor; for short
+    /// waits only. A clock that is set back prolongs it.
     static void Sleep(const TimeType& duration);
 
     /// Common part of two intervals, ends included.

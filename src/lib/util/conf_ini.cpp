@@ -98,7 +98,7 @@ bool IniFile::buildTable() {
         } else if (c == ':') {
             isComment = true;
         } else if (c == '[' && !isComment && !readHeader(line)) {
-            // KEPT: a "[" inside a value opens a section too; values of the field do without it.
+            // KEPT: a "[" inside a value opens a section too. Required by the interface.
             return false;
         }
     }
@@ -133,7 +133,7 @@ bool matches(const Words& words, const std::array<const char*, 3>& wanted) {
 int IniFile::FindSection(const char* s1, const char* s2, const char* s3) {
     for (TableSec* section = TableSecBeg; section != nullptr; section = section->next) {
         const auto words = wordsOf(section->text);
-        // KEPT: a header of four words hides all that stand behind it.
+        // KEPT: a header of four words hides all sections after it.
         if (!words) break;
         if (!matches(*words, {s1, s2, s3})) continue;
         TableSecCur = section;
@@ -162,7 +162,8 @@ bool IniFile::nextName(std::string& name) {
         if (c == ':' || c == '\n') {
             name.clear();
         } else if (c != ' ') {
-            // KEPT: a tab belongs to the name, only blanks are dropped; such a key is never found.
+            // KEPT: only blanks are dropped. A tab belongs to the name, and such a key is never
+            // found.
             name += static_cast<char>(c);
         }
     }
@@ -208,7 +209,7 @@ int IniFile::readValue(std::size_t limit, std::string& value) {
             return 0;
         }
     }
-    // KEPT: a value is cut above, so no process ends for a long line.
+    // KEPT: never true, because the value was cut above.
     if (value.size() > limit) endForLongLine(limit, FileName.c_str());
     lrtrim(value);
     return c;

@@ -30,7 +30,7 @@ struct TableSec {
 ///   List = 1, 2, &                "&" joins the next line
 ///          3, 4
 ///
-/// Section words and keys are told apart by case. Not copyable; used from one thread.
+/// Section words and keys are case-sensitive. Not copyable; used from one thread.
 class IniFile {
   public:
     /// Longest values in bytes; buffers for them hold one more.
@@ -45,19 +45,17 @@ class IniFile {
 
     /// Opens the file and notes its sections.
     /// @return 0; 1 file cannot be opened; 2 it was open (reported on standard output) and now is
-    /// open
-    ///         anew; 3 a header is not closed or holds a ":": the file is open and has no sections.
-    ///         Also in `Error`.
+    ///         open anew; 3 a header is not closed or holds a ":": the file is open and has no
+    ///         sections. Also in `Error`.
     int Open();
     /// @return 0; 1 when the file was not open or could not be closed. Forgets the sections either
-    /// way.
+    ///         way.
     int Close();
 
     /// Reads the value of a key from the first section that matches.
     /// @param s1, s2, s3  words of the section; null matches any
     /// @param value       text: a buffer of kValueMax + 1 bytes; a longer value is cut, blanks and
-    /// tabs
-    ///                    at both ends are dropped. Numbers are read from the beginning of the
+    ///                    tabs at both ends are dropped. Numbers are read from the beginning of the
     ///                    text, 0 when there is none. Untouched when nothing is found.
     /// @return 0; 1 section not found; 2 key not found in it
     int CfgGet(const char* s1, const char* s2, const char* s3, const char* key, char* value);
@@ -80,8 +78,7 @@ class IniFile {
     /// Numbers of a list: "1, 3, 7-9" in this order, or ALL, All, all for 1 to `max`.
     /// @param max   greatest number allowed; the least one is 1
     /// @return 0; 1 for a text that is no list, a range that runs backwards or a number outside 1
-    /// to
-    ///         `max`: `list` is empty then.
+    ///         to `max`: `list` is empty then.
     static int ConvertStrToListVar(const char* text, int max, std::vector<int>& list);
 
     // Names as the controller's other code has them.

@@ -58,7 +58,7 @@ bool writeCrcFile(const char* path, std::uint32_t value, int moreFlags) {
     const int file = open(path, O_WRONLY | O_CREAT | O_CLOEXEC | moreFlags, kPermissions);
     if (file == -1) return false;
     const bool isWritten = write(file, &record, sizeof(record)) == ssize_t{sizeof(record)};
-    // Nobody is told of a disk that fails here; the file is then not whole at the next start.
+    // A disk that fails here is not reported; the file is then incomplete at the next start.
     static_cast<void>(fdatasync(file));
     static_cast<void>(fsync(file));
     close(file);

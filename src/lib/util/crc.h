@@ -4,15 +4,14 @@
 #include <cstdint>
 #include <type_traits>
 
-// CRC files: 14 bytes beside a saved copy of the journal or the database. That the file is whole
-// says that the copy was written to its end; its value tells which of two copies is the newer one.
+// CRC files: 14 bytes beside a saved copy of the journal or the database. An intact file
+// shows that the copy was written to its end; its value shows which of two copies is newer.
 // The contents of the copy are not checked by it. See docs/journal.md.
 
 #pragma pack(push, 1)
 struct SCRCFile {
-    char tag[8];  //  0  "VSX__CRC", no terminator
-    std::uint32_t
-        value;  //  8  journal: number of the save; database: time of writing, s since 1970
+    char tag[8];          //  0  "VSX__CRC", no terminator
+    std::uint32_t value;  //  8  journal: number of the save; database: time, s since 1970
     std::uint16_t check;  // 12  CalculateCRC of the four bytes of `value`
 };
 #pragma pack(pop)

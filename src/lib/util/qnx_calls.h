@@ -3,7 +3,7 @@
 /// A few calls that keep the names of the controller's former operating system.
 
 /// Decimal text of a value ("%d", "%u") with its terminator; `buf` holds at least 12 bytes.
-/// KEPT: `radix` is ignored, the result is always decimal. Files and messages were written so.
+/// KEPT: `radix` is ignored, the result is always decimal. Required by the interface.
 /// @return buf
 char* itoa(int value, char* buf, int radix);
 char* utoa(unsigned int value, char* buf, int radix);

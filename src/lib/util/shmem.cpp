@@ -92,13 +92,13 @@ Attached attachAfterRemoval(key_t key, std::size_t size, unsigned mode) {
         std::puts(kInRemovalCp866);
         usleep(kRemovalWaitUs);
     }
-    // KEPT: the failed id is attached all the same, which fails, and so it is "ShmOpen(shmat)" that
-    // operators know from a segment that stays in removal; the caller's id becomes -1.
+    // KEPT: the failed id is attached all the same, which fails. So a segment that stays in removal
+    // is reported as "ShmOpen(shmat)", and the caller's id becomes -1.
     attachFound(a);
     return a;
 }
 
-// The texts are known to the controller's operators and stay as they are.
+// The texts are part of the interface and stay as they are.
 void report(const Attached& a, int index, key_t key, std::size_t size, unsigned mode) {
     errno = a.error;
     if (a.failed == Attached::Step::attach) std::perror("ShmOpen(shmat)");

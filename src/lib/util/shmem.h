@@ -45,8 +45,8 @@ key_t ShmKey(int index, char debug);
 /// @param size    bytes; an existing segment may be larger, not smaller
 /// @param mode    0: attach only. Otherwise the segment is made (0777, zeroed) when there is none.
 /// @param id_out  may be null; receives the segment id once a segment was found or made, and -1
-/// after
-///                ten attempts on a segment that stayed in removal. Untouched on other failures.
+///                after ten attempts on a segment that stayed in removal. Untouched on other
+///                failures.
 /// @return the address, to be given back with ShmClose, or null. Silent when the key file or, with
 ///         mode 0, the segment is missing; other failures are reported on standard error and output
 ///         in fixed texts. Waits up to a second for a segment that is being removed.
@@ -56,8 +56,7 @@ void* ShmOpen(int index, std::size_t size, unsigned mode, int* id_out, char debu
 /// success and kept for the process's life, whatever table later calls name.
 ///
 /// @return 255 when it cannot be read; the failing step is reported on standard error
-/// ("vs_sem(ftok)",
-///         "idx(shmget)", "idx(shmat)") and the next call tries again.
+///         ("vs_sem(ftok)", "idx(shmget)", "idx(shmat)") and the next call tries again.
 /// The first successful call must not run beside another one.
 std::uint8_t get_shmidx(int index, const ID_struct* table);
 

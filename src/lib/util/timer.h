@@ -15,7 +15,7 @@ class CTimer {
     /// @param channel  not owned, must outlive the timer
     /// @param time     period in units of the timer process
     /// @param kv       the timer process's own parameter, handed on as it is
-    /// @param id       tells this process's timers apart
+    /// @param id       distinguishes this process's timers
     CTimer(vs_obj* channel, unsigned int time, unsigned int kv, unsigned char id);
 
     /// True when a tick of this timer is waiting; takes one. Other messages stay, in another order.

@@ -39,8 +39,7 @@ class vs_obj : public vs_shm {
 
     /// Sends a request and waits for its reply, as long as the addressee lives.
     /// @param rmsg  receives `rlen` bytes: the reply, zeros beyond its end. Untouched on failure.
-    /// May be
-    ///              null when `rlen` is 0.
+    ///              May be null when `rlen` is 0.
     /// @return 0; -1 when the addressee does not exist, is this process, or ends before it replied.
     int Send(int pid, void* smsg, void* rmsg, unsigned int slen, unsigned int rlen);
 

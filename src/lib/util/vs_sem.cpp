@@ -144,11 +144,11 @@ void vs_sem::sem_unlock() {
 }
 
 int vs_sem::sem_enter() {
-    static_cast<void>(change(id_sem, +1, SEM_UNDO));  // GETVAL tells
+    static_cast<void>(change(id_sem, +1, SEM_UNDO));  // GETVAL below shows the result
     return semctl(id_sem, 0, GETVAL);
 }
 
 int vs_sem::sem_exit() {
-    static_cast<void>(change(id_sem, -1, SEM_UNDO));  // GETVAL tells
+    static_cast<void>(change(id_sem, -1, SEM_UNDO));  // GETVAL below shows the result
     return semctl(id_sem, 0, GETVAL);
 }

@@ -10,8 +10,8 @@
 /// folder from the environment at each call, row of ID_mas, its character taken as it is.
 /// @return -1 when the index is outside 0 to 127 or the key file does not exist (errno says which).
 ///
-/// KEPT: a '*' is not replaced by the generation's character and there is no debug variant, unlike
-/// ShmKey. All processes of the controller do so; with another rule they would lock different sets.
+/// KEPT: unlike ShmKey, it does not replace a '*' by the generation's character and has no debug
+/// variant. All processes must derive the same key, or they lock different sets.
 key_t SemKey(int index);
 
 /// A System V semaphore that processes share by IPC index, used as a lock or to count its users.

@@ -24,7 +24,7 @@ constexpr int kGenerationPerm = 0777;
 constexpr std::size_t kRegistryBytes = kRegistryEntries * sizeof(buf_str);
 static_assert(kRegistryBytes == 1600);
 
-// Null when the attaching failed; errno tells why.
+// Null when attaching failed; errno says why.
 void* attachOrNull(int id) {
     void* const address = shmat(id, nullptr, 0);
     return address == reinterpret_cast<void*>(-1) ? nullptr : address;
@@ -54,7 +54,7 @@ vs_shm::~vs_shm() {
     }
     if (cr_mem == 0) return;
     if (shmctl(id_shm, IPC_RMID, nullptr) == -1) std::perror("vs_shm(shmctl)");
-    // KEPT: tried, and reported as a failure, also when this object never set the generation byte.
+    // KEPT: an object that never set the generation byte tries too, and reports the failure.
     if (shmctl(id_shmidx, IPC_RMID, nullptr) == -1) std::perror("vs_shm(shmctl)");
 }
 

@@ -40,8 +40,7 @@ class vs_shm : public vs_sem {
     /// @param name  1 to 35 bytes (CP866); others are refused with a line on standard error
     /// @param pid   0: this process
     /// @return the pid registered; -1 when a live process has the name, all entries are taken, or
-    /// the
-    ///         name is refused.
+    ///         the name is refused.
     int name_add(const char* name, int pid);
 
     /// Removes every entry of a process, or of a name.
@@ -51,7 +50,7 @@ class vs_shm : public vs_sem {
 
     /// Makes or joins the segment of the generation byte (IPC index 48) and sets it. The creator of
     /// the registry removes that segment with it.
-    /// @return 0; -1 when there is no segment to be had (reported on standard error).
+    /// @return 0; -1 when no segment could be attached (reported on standard error).
     int set_shmidx(int index, std::uint8_t value);
 
     // Names as the controller's other code has them.

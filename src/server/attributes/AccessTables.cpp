@@ -25,8 +25,8 @@ AccessTable accessTable(std::initializer_list<NumberRange> ranges) {
 const AccessTable tableAccessesVA = accessTable({{1, 26}, {28, 35}, {38, 62}});
 const AccessTable tableAccessesVD = accessTable({{1, 27}, {29, 41}});
 const AccessTable tableAccessesDV = accessTable({{1, 17}, {19, 23}, {32, 48}});
-// KEPT: 94 is not exportable for AV, though its neighbours are. Configurations in the field rely on
-// its refusal being reported.
+// KEPT: 94 is not exportable for AV, though its neighbours are. Required by the interface; do not
+// add it.
 const AccessTable tableAccessesAV = accessTable({{1, 7},
                                                  {20, 41},
                                                  {44, 45},

@@ -8,7 +8,7 @@
 #include "server/attributes/VariableKind.h"
 
 /// One of the seven types that the address space shows. Manual input (RV) is one database type but
-/// three published ones, told apart by the `var_type` of the variable's passport.
+/// three published ones, distinguished by the `var_type` of the variable's passport.
 struct PublishedType {
     VariableType kind;
     int rvType;                   ///< getRVType(); 0 for every kind but RV

@@ -56,7 +56,7 @@ std::vector<TagInfo> readTagConfig(const std::vector<Section>& sections, std::st
                                    std::string_view mode, int groupNumber,
                                    const std::map<int, int>& groupMap) {
     // KEPT: a group takes the entries of every section that its number begins, so group 1 also has
-    // those of group 12. Configurations are checked for it before they are loaded, not here.
+    // those of group 12. Required by the interface; opcuacheck warns of it.
     const std::string groupText =
         "Attributes_Group" + std::to_string(groupNumberOfFolder(groupNumber, groupMap));
     const auto chosen = [&](const Section& section) {

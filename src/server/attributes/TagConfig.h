@@ -25,8 +25,7 @@ std::optional<TagInfo> readTagEntry(const KeyValue& entry);
 ///
 /// @param marker  with which the keys begin, with case ("Type1.")
 /// @param mode    "main": the sections named "Attributes"; "group": every section whose name
-/// contains
-///                "Attributes_Group" and the group's number; anything else: no section
+///                contains "Attributes_Group" and the group's number; anything else: no section
 /// @param groupNumber  numeric id of the group's folder; only used in mode "group"
 ///
 /// An entry without a comma is skipped. The same attribute may stand there several times.

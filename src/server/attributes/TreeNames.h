@@ -8,7 +8,7 @@
 #include "server/config/Section.h"
 
 // How the folders of the address space are numbered and named, for the server that makes them and
-// for tools that tell beforehand what it will make. Texts in UTF-8.
+// for tools that show beforehand what it will make. Texts in UTF-8.
 
 // Numeric node ids in the server's namespace. The folders of the published types lie between them
 // (PublishedType::folderId); the groups' begin behind them, in the order of their sections.
@@ -33,7 +33,7 @@ std::string groupText(std::string_view groupName);
 /// @param groupText  of its group
 ///
 /// KEPT: manual inputs have the name of their type's folder there instead of the group's, and
-/// without a dot before it: "Operative50_RVV.". Clients' configurations hold such ids.
+/// without a dot before it: "Operative50_RVV.". Clients know the nodes by these ids.
 std::string groupItemPrefix(const std::string& operativePrefix, const PublishedType& published,
                             std::string_view groupText);
 

@@ -11,7 +11,7 @@
 /// types in another order (VariableKind::dbCode).
 enum class VariableType : int { VA = 0, AV = 1, RV = 2, VD = 3, DV = 4 };
 
-/// What tells one exported kind from the others; everything else about them is the same code.
+/// What distinguishes one exported kind from the others; everything else is shared code.
 struct VariableKind {
     VariableType type;
     std::string_view word;          ///< in messages, and as key of the tag number lists

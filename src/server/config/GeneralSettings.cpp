@@ -47,8 +47,8 @@ std::optional<int> readServerPort(const std::vector<Section>& sections) {
 std::string applicationNameCp866(const std::vector<Section>& sections) {
     std::string name;
     for (const std::string_view value : valuesOf(sections, "AplicationName")) {
-        // KEPT: cut first, then freed of blanks, so a name with blanks ends up shorter than it
-        // could.
+        // KEPT: the name is cut before its blanks are removed, so one with blanks ends up shorter
+        // than the limit. Required by the interface.
         name = value.substr(0, kApplicationNameBytes);
         std::erase(name, ' ');
     }
@@ -60,7 +60,7 @@ bool switchedOn(const std::vector<Section>& sections, std::string_view key) {
         std::istringstream stream{std::string(value)};
         std::string word;
         stream >> word;
-        // KEPT: any other word than this one, "no" and "OFF" among them, switches on.
+        // KEPT: every word but this one switches on, "no" and "OFF" included.
         return word == "off";
     });
 }
@@ -77,7 +77,7 @@ double readSamplingInterval(const std::vector<Section>& sections, double cycleTi
                             double intervalMs) {
     for (const std::string_view value : valuesOf(sections, "SamplingInterval")) {
         const std::optional<double> askedMs = parseLeadingNumber(value);
-        // KEPT: a value that is no number ends the scan, without a report.
+        // KEPT: a value that is not a number ends the scan and is not reported.
         if (!askedMs) break;
         const SamplingDecision decision = decideSamplingInterval(*askedMs, cycleTimeMs);
         intervalMs = decision.intervalMs.value_or(intervalMs);

@@ -13,7 +13,7 @@
 // ---- One reading for all searches --------------------------------------------------------------
 
 namespace {
-/// What tells one file, and one state of it, from another. All zero: there is no such file.
+/// Identifies one file and one state of it. All zero: there is no such file.
 using FileState = std::array<std::int64_t, 7>;
 
 struct IndexedFile {

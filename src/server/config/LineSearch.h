@@ -29,8 +29,7 @@
 /// "Attributes_Group" and the group's number.
 /// @param groupFolder  number of the group's folder node; 0 for the flat tree
 /// @param groupMap     group number -> number of its folder node; empty for the flat tree. A folder
-/// that
-///                     is not in it has no section.
+///                     that is not in it has no section.
 [[nodiscard]] std::int32_t findLineNumberTagConf(const std::string& path, const std::string& key,
                                                  int groupFolder,
                                                  const std::map<int, int>& groupMap);

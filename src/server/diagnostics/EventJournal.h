@@ -5,9 +5,9 @@
 #include <variant>
 #include <vector>
 
-/// One argument of a journal message: a 32-bit integer, or a text as the journal shall hold it
-/// (CP866, without a closing NUL). The end marker that the journal library wants is the journal's
-/// own business.
+/// One argument of a journal message: a 32-bit integer, or a text as the journal is to hold it,
+/// without a closing NUL. Texts are CP866, except for configuration error 4 (OperatorMessages.cpp).
+/// The end marker of the journal library is added by the journal.
 using JournalArgument = std::variant<std::int32_t, std::string>;
 
 /// The controller's event journal as this server sees it: a place to post numbered messages.
@@ -15,10 +15,10 @@ class EventJournal {
   public:
     virtual ~EventJournal() = default;
 
-    /// Posts one message. Whether the journal took it is not told: the server goes on either way.
+    /// Posts one message. A refusal by the journal is not reported: the server goes on either way.
     /// @param number     message number in the journal's dictionary, e.g. 18094
     /// @param arguments  in the order of the dictionary's text; the first is the controller's
-    /// number
+    ///                   number
     virtual void post(std::uint32_t number, const std::vector<JournalArgument>& arguments) = 0;
 };
 

@@ -58,8 +58,8 @@ struct ErrorTexts {
 };
 }  // namespace
 
-// KEPT: the rows differ where one would expect them alike (error 1 lacks the second colon; error 2
-// names its line in the log only, error 3 in the journal only). Operators and filters know them so.
+// KEPT: the rows differ where one would expect them to be alike (error 1 lacks the second colon;
+// error 2 names its line in the log only, error 3 in the journal only). Required by the interface.
 // clang-format off
 static constexpr std::array<ErrorTexts, 6> kErrorTexts{{
     {ConfigError::fileNotOpened,    Place::none,        ": OPC UA Сервер: Ошибка конфигурации 1 ",         false},
@@ -119,7 +119,7 @@ void reportConfigError(ConfigError error, std::optional<std::int32_t> maybeLine,
 }
 
 void reportMissingAttribute(std::int32_t line, const ConfigSubject& subject) {
-    // KEPT: this message alone keeps its UTF-8. The journal gets it so, and the log the same bytes
-    // taken for CP866 and converted once more. Readers of both have learnt to expect exactly that.
+    // KEPT: this message alone keeps its UTF-8. The journal gets it as it is, the log gets the same
+    // bytes taken for CP866 and converted once more. Required by the interface.
     report(ConfigError::attribute, line, subject, [](std::string utf8) { return utf8; });
 }

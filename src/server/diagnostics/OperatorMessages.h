@@ -20,7 +20,7 @@ enum class MessageNumber : std::uint32_t {
     configurationError = 18094,  ///< integer: error; text: place
 };
 
-/// Configuration errors by the number that operators are told. The texts are in
+/// Configuration errors by the number that operators see. The texts are in
 /// OperatorMessages.cpp.
 enum class ConfigError : std::int32_t {
     fileNotOpened = 1,     ///< no line

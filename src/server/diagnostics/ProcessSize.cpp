@@ -5,8 +5,7 @@
 double get_vsz_mb(const std::string& statmPath) {
     double pages = 0;
     std::ifstream(statmPath) >> pages;
-    // KEPT: a page is taken for 4 KiB and not asked from the system, as in the controller's other
-    // programs, so that their figures compare.
+    // KEPT: a page counts as 4 KiB, whatever the system's page size is. Required by the interface.
     return pages * 4.0 * 0.0009765625;
 }
 

@@ -8,6 +8,5 @@
 [[nodiscard]] double get_vsz_mb(const std::string& statmPath = "/proc/self/statm");
 
 /// Marks the places where the process size was once reported.
-/// KEPT: writes nothing. The callers stay, so that a report can be switched on here when memory use
-/// is looked into again; the operators' log must not carry it.
+/// KEPT: writes nothing. The call stays where the interface has it.
 void log_vsz(const std::string& label);

@@ -9,7 +9,7 @@
 /// that the host does not have is left out.
 ///
 /// The library listens with SO_REUSEPORT, with which a port that another process of the same user
-/// listens on looks free, and is content when one family of the two can be had. So the port is
+/// listens on looks free, and is content when it gets one of the two families. So the port is
 /// taken without that option first, and held until the library listens.
 class ExclusivePort {
   public:

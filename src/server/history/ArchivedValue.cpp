@@ -55,7 +55,8 @@ void toDataValue(const OPCHDAITEMVALUE& archived, UA_TimestampsToReturn timestam
             setValue(archived.value.boolean != 0, UA_TYPES_BOOLEAN, archived.quality, value);
             break;
         case jxo::kVtInteger:
-            // KEPT: the archive keeps integers as floats, so they are read through that field.
+            // KEPT: an integer is read through the float field and truncated. Required by the
+            // interface.
             setValue(truncated(archived.value.number), UA_TYPES_INT64, archived.quality, value);
             break;
         default:

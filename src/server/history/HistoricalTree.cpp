@@ -107,7 +107,7 @@ UA_StatusCode addPenNode(UAServer& server, const UA_NodeId& parent, const PenToP
                                      nullptr, nullptr);
 }
 
-/// Adds the pen's node and makes it known to the library and to the history callbacks.
+/// Adds the pen's node and registers it with the library and the history callbacks.
 UA_StatusCode publishPen(UAServer& server, const UA_NodeId& parent,
                          const UA_HistoryDataGathering& gathering,
                          const UA_HistorizingNodeIdSettings& settings, const PenToPublish& pen) {
@@ -155,7 +155,7 @@ UA_StatusCode UAServer::createHistoricalStructure(UA_HistoryDataBackend& backend
         const std::string folder = plotterFolderName(plotter, configuredName);
         const UA_StatusCode added = addPlotterFolder(*this, folder);
         if (added != UA_STATUSCODE_GOOD) return added;
-        // KEPT: what is told is how the last plotter went.
+        // KEPT: the status returned is that of the last plotter.
         status = createHistoryTag(uaNodeIdView(namespaceIndex_, folder), plotter, selection.pens,
                                   browse, backend, gathering, settings, folder, baseName);
     }
@@ -184,7 +184,7 @@ UA_StatusCode UAServer::createHistoryTag(const UA_NodeId& parent, int plotter,
     for (std::uint64_t index = 0; index < count; ++index) {
         const int pen = listed ? (*list)[index] : static_cast<int>(index + 1);
         const jxo::CPenSettingsExt* const of = penSettings(browse, plotter, pen);
-        if (of == nullptr) continue;  // KEPT: not a word about a pen that is not there
+        if (of == nullptr) continue;  // KEPT: a missing pen is not reported
         const std::string tagName =
             formHistoryTagName(plotter, pen, of->variableNum, penKindWord(of->variableKind));
         const PenToPublish published{plotter, pen, of->valueType, tagName,

@@ -47,7 +47,8 @@ UA_StatusCode serverSetHistoryData_RTEX(UA_Server* server, void* context,
                                         const UA_NodeId* nodeId, UA_Boolean historizing,
                                         const UA_DataValue* value) noexcept;
 
-/// KEPT: answers the number of BADHISTORYOPERATIONUNSUPPORTED where an index is expected.
+/// KEPT: returns the number of the status BADHISTORYOPERATIONUNSUPPORTED where the library expects
+/// an index.
 std::size_t getDateTimeMatch_RTEX(UA_Server* server, void* context, const UA_NodeId* sessionId,
                                   void* sessionContext, const UA_NodeId* nodeId,
                                   UA_DateTime timestamp, MatchStrategy strategy) noexcept;

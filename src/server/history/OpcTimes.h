@@ -8,7 +8,7 @@
 // Two conversions that belong to the interface of the history backend. The server itself uses those
 // of TimeQuality.h.
 
-/// KEPT: takes its argument for microseconds, and so is no inverse of timevalToUaDateTime.
+/// KEPT: its argument is in microseconds, so it is not the inverse of timevalToUaDateTime.
 timeval convertUADateTimeToTimeval(const UA_DateTime& microseconds);
 
 /// "2026-07-01 08:30:00.250": local time and milliseconds. Empty for a time without a calendar day.

@@ -35,7 +35,7 @@ bool nodeExists(UA_Server* server, const UA_NodeId& id) {
 void UAServer::createFolder(UA_NodeId requestedId, char* name, UA_NodeId* parent) {
     const UA_NodeId parentId = parent != nullptr ? *parent : UA_NODEID_NUMERIC(0, kObjectsFolder);
     (void)addFolder(server_, namespaceIndex_, requestedId, parentId, name);
-    // KEPT: the name is converted back to the controller's code page and dropped.
+    // KEPT: the name is converted back to CP866 and the result is not used.
     Utf8ToCP866Converter converter;
     (void)converter.convertUtf8ToCP866_manual(name);
 }

@@ -36,7 +36,7 @@ void UAServer::publishGroupedTags(const std::vector<TagGroup>& groups) {
             const UA_StatusCode status =
                 createStructureGroup(variable.get(), tagNumber, prefix, folder, groupMap);
             if (status == UA_STATUSCODE_GOOD) continue;
-            // KEPT: the folder's number stands where one would expect the group's.
+            // KEPT: the text names the folder's number as the group's.
             UA_LOG_WARNING(UA_Log_Stdout, UA_LOGCATEGORY_SERVER,
                            "Failed to create structure for %s variable %d in group %d: %s",
                            kind.word.data(), tagNumber, folder, UA_StatusCode_name(status));

@@ -7,8 +7,8 @@
 
 namespace {
 
-/// KEPT: the local time as text, made for reads and never shown; nothing may print it. On every
-/// read it would be a large part of the cost, so it is made when the second has changed.
+/// KEPT: every read formats the local time and shows it nowhere. Required by the interface. The
+/// text is made once a second only, because it would be a large part of a read's cost.
 void formatReadTime() noexcept {
     static time_t formattedSecond = -1;  // server thread only, as all here
     static char text[100];

@@ -25,7 +25,7 @@
 
 namespace {
 
-/// Tells the start. KEPT: the log is emptied right after the start line was written to it, so the
+/// Reports the start. KEPT: the log is emptied right after the start line was written to it, so the
 /// log of a run begins with the next line.
 void announceStart() {
     reportStarted(ServerVersion);

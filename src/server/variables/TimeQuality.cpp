@@ -53,9 +53,9 @@ timeval uaDateTimeToTimeval(UA_DateTime dateTime) {
     // and that alone is local time.
     if (dateTime > kLastArchiveTime) return {lastArchiveSecond(), 0};
 
-    // By definition the time goes through the local calendar: today's offset is added, and mktime
-    // takes the same one off again. That is the identity on both sides of a change of clocks and is
-    // not worth two look-ups in the zone's table for each read.
+    // The interface defines this conversion by way of the local calendar: the zone's offset is
+    // added, and mktime takes it off again. Both cancel out, also around a change of clocks, so
+    // each read saves two look-ups in the zone's table.
     constexpr UA_DateTime kTicksPerMillisecond = 10'000;
     UA_DateTime seconds = dateTime / kTicksPerSecond;
     UA_DateTime ticks = dateTime % kTicksPerSecond;

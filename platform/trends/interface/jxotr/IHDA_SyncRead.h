@@ -24,8 +24,7 @@ class IHDA_SyncRead {
     /// @param valueCount   at most so many values for each item
     /// @param bounds       also the values next to the range
     /// @param results      set to one record for each item; the caller frees each record's `values`
-    /// with
-    ///                     delete[] and the record with delete
+    ///                     with delete[] and the record with delete
     /// @param itemErrors   set to one result for each item; the caller frees it with delete[]
     /// @return 0 when something could be read
     HRESULT ReadRaw(timeval* start, timeval* end, unsigned int valueCount, bool bounds,
