@@ -5,6 +5,7 @@
 #include <iostream>
 
 #include "failure.h"
+#include "server/config/ConfigBounds.h"
 
 namespace sim {
 
@@ -83,8 +84,9 @@ void addCounts(CLI::App& app, Options& options) {
 }
 
 void addRest(CLI::App& app, Options& options) {
-    app.add_option("--port", options.port, "порт сервера в образце opcuasrv.ini, иначе 4840")
-        ->check(between(4840, 4849));
+    app.add_option("--port", options.port,
+                   "порт сервера в образце opcuasrv.ini, иначе " + std::to_string(kFirstPort))
+        ->check(between(kFirstPort, kLastPort));
     app.add_option("--cycle", options.cycleMs,
                    "цикл контроллера, мс; иначе CycleTime из veskkntr.ini, иначе 100")
         ->check(between(10, 60000));

@@ -10,6 +10,7 @@
 
 #include "failure.h"
 #include "layout/attribute_files.h"
+#include "server/config/ConfigBounds.h"
 #include "settings/samples.h"
 #include "trends/past.h"
 #include "type_query.h"
@@ -19,7 +20,6 @@ namespace sim {
 namespace {
 
 constexpr int kDefaultCycleMs = 100;
-constexpr int kDefaultPort = 4840;
 constexpr int kDefaultController = 1;
 constexpr auto kKeepTrends = std::chrono::hours(35 * 24);
 constexpr auto kStatsEvery = std::chrono::seconds(5);
@@ -116,7 +116,7 @@ void Simulator::placeServerIni(Site& site) {
         site.makeFile(file, *config_);
         out_ << "Конфигурация сервера: " << options_.config << "\n";
     } else {
-        site.makeFile(file, serverIni(options_.port.value_or(kDefaultPort)));
+        site.makeFile(file, serverIni(options_.port.value_or(kFirstPort)));
         return;
     }
     if (options_.port) out_ << "Ключ --port не действует: порт стоит в этом файле.\n";

@@ -24,7 +24,6 @@
 
 namespace {
 
-constexpr UA_UInt16 kDefaultPort = 4840;
 constexpr UA_UInt32 kRootFolder = 84;
 
 constexpr double kLongestPublishingMs = 3'600'000.0;  // one hour
@@ -105,7 +104,7 @@ void endLoopOnSignals() {
 UAServer::UAServer() : rootId_(UA_NODEID_NUMERIC(0, kRootFolder)), server_(UA_Server_new()) {
     if (server_ == nullptr) throw std::runtime_error("Failed to create server instance");
     UA_ServerConfig* const config = UA_Server_getConfig(server_);
-    setMinimalConfig(*config, kDefaultPort);
+    setMinimalConfig(*config, kFirstPort);
     setLogLevel(*config, logLevel_);
     UA_ConnectionManager* const tcp = tcpManager(*config);
     if (tcp == nullptr) throw std::runtime_error("Failed to create server instance");

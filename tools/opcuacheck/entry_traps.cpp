@@ -8,6 +8,7 @@
 #include "server/attributes/AccessTypeAtr.h"
 #include "server/attributes/TagConfig.h"
 #include "server/config/NumberLists.h"
+#include "server/config/SectionNames.h"
 #include "tools/opcuacheck/finding.h"
 #include "tools/opcuacheck/nearest.h"
 
@@ -15,13 +16,8 @@ namespace opcuacheck {
 
 namespace {
 
-bool isPlotter(const Section& section) {
-    return section.name.find("Plotter_") != std::string::npos;
-}
-
 bool holdsEntries(const Section& section) {
-    return section.name == "Attributes" ||
-           (!isPlotter(section) && section.name.find("Attributes_Group") != std::string::npos);
+    return isFlatSection(section.name) || schemaNameOf(section.name) == kGroupSection;
 }
 
 using KindSet = std::bitset<kKinds.size()>;  // by VariableType
@@ -42,13 +38,12 @@ KindSet listedKinds(const Section& section) {
 /// With which numbers the digits behind "Attributes_Group" begin: "1" and "12" of group 12. The
 /// groups of all these numbers take the section's entries.
 std::vector<std::string> numberStarts(const std::string& name) {
-    constexpr std::string_view kGroup = "Attributes_Group";
     constexpr std::size_t kMostDigits = 10;
     std::vector<std::string> starts;
-    const auto at = name.find(kGroup);
+    const auto at = name.find(kGroupSection);
     if (at == std::string::npos) return starts;
     std::string digits;
-    for (auto i = at + kGroup.size(); i < name.size() && digits.size() < kMostDigits; ++i) {
+    for (auto i = at + kGroupSection.size(); i < name.size() && digits.size() < kMostDigits; ++i) {
         if (name[i] < '0' || name[i] > '9') break;
         digits += name[i];
         starts.push_back(digits);
@@ -80,7 +75,7 @@ class EntryTraps : private EntryLooker {
         section_ = &section;
         std::set<const PublishedType*> configured;
         for (const KeyValue& entry : section.params) {
-            if (entry.key.find("Type") == std::string::npos || isPlotter(section)) continue;
+            if (entry.key.find("Type") == std::string::npos || holdsPlotter(section.name)) continue;
             entry_ = &entry;
             if (!holdsEntries(section)) {
                 add(RuleId::entryPlace, {shown(section.name)});
@@ -178,7 +173,7 @@ class EntryTraps : private EntryLooker {
     /// A group's entries serve the tags of every group whose number this one's begins with.
     bool isPublishedHere(VariableType kind) const {
         if (listsAny(*section_, kind)) return true;
-        if (section_->name == "Attributes") return false;
+        if (isFlatSection(section_->name)) return false;
         for (const std::string& number : numberStarts(section_->name)) {
             const auto groups = groupsByNumber_.find(number);
             if (groups == groupsByNumber_.end()) continue;
@@ -273,8 +268,8 @@ void addEntryTraps(const Checked& checked, Findings& findings) {
     std::vector<const Section*> flat;
     for (const Section& section : checked.view.sections) {
         traps.look(section);
-        if (section.name == "Attributes") flat.push_back(&section);
-        if (section.name != "Attributes" && holdsEntries(section)) {
+        if (isFlatSection(section.name)) flat.push_back(&section);
+        if (!isFlatSection(section.name) && holdsEntries(section)) {
             addTwins(checked, {&section}, findings);
         }
     }

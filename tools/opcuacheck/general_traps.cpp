@@ -170,8 +170,6 @@ class GeneralTraps : private EntryLooker {
             add(RuleId::historyCountBounds, {std::to_string(*count), std::to_string(*count)});
         }
     }
-
-    static constexpr int kMostHistoryValues = 1000;
 };
 
 }  // namespace

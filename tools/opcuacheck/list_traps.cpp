@@ -3,6 +3,7 @@
 
 #include "server/attributes/TagConfig.h"
 #include "server/config/NumberLists.h"
+#include "server/config/SectionNames.h"
 #include "tools/opcuacheck/finding.h"
 
 namespace opcuacheck {
@@ -47,7 +48,7 @@ class ListTraps : private EntryLooker {
     using EntryLooker::EntryLooker;
 
     void look(const Section& section, const KeyValue& entry) {
-        const bool plotter = section.name.find("Plotter_") != std::string::npos;
+        const bool plotter = holdsPlotter(section.name);
         const auto* const kind = std::ranges::find(kKinds, entry.key, &VariableKind::word);
         if (plotter ? entry.key != "Pens" : kind == kKinds.end()) return;
         section_ = &section;

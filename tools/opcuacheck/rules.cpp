@@ -1,6 +1,10 @@
 #include "tools/opcuacheck/rules.h"
 
 #include <cassert>
+#include <map>
+#include <optional>
+
+#include "server/config/ConfigBounds.h"
 
 namespace opcuacheck {
 
@@ -15,32 +19,32 @@ static const std::vector<Rule> kRules{
       "the file cannot be opened ({0}): the server will not start with it"},
      {"проверьте путь и права на чтение", "check the path and the right to read it"}},
     {RuleId::samplingShort, "error-2", kError,
-     {"период опроса {0} мс меньше 30 мс: вместо него сервер возьмёт цикл контроллера, {1} мс",
-      "a sampling interval of {0} ms is below 30 ms: the server takes the controller's cycle, {1} ms"},
-     {"укажите от {2} до 10000, например SamplingInterval = 500",
-      "give {2} to 10000, for example SamplingInterval = 500"}},
+     {"период опроса {0} мс меньше {shortest-ms} мс: вместо него сервер возьмёт цикл контроллера, {1} мс",
+      "a sampling interval of {0} ms is below {shortest-ms} ms: the server takes the controller's cycle, {1} ms"},
+     {"укажите от {2} до {longest-ms}, например SamplingInterval = 500",
+      "give {2} to {longest-ms}, for example SamplingInterval = 500"}},
     {RuleId::samplingBelowCycle, "error-2", kError,
      {"период опроса {0} мс меньше цикла контроллера, {1} мс: значение не принимается, остаётся прежнее (без другой настройки — 500 мс)",
       "a sampling interval of {0} ms is below the controller's cycle of {1} ms: it is not taken, the former one stays (500 ms without another setting)"},
-     {"укажите от {2} до 10000, например SamplingInterval = 500",
-      "give {2} to 10000, for example SamplingInterval = 500"}},
+     {"укажите от {2} до {longest-ms}, например SamplingInterval = 500",
+      "give {2} to {longest-ms}, for example SamplingInterval = 500"}},
     {RuleId::samplingLong, "error-2", kError,
-     {"период опроса {0} мс больше 10000 мс: сервер возьмёт 10000 мс",
-      "a sampling interval of {0} ms is above 10000 ms: the server takes 10000 ms"},
-     {"укажите от {2} до 10000, например SamplingInterval = 500",
-      "give {2} to 10000, for example SamplingInterval = 500"}},
+     {"период опроса {0} мс больше {longest-ms} мс: сервер возьмёт {longest-ms} мс",
+      "a sampling interval of {0} ms is above {longest-ms} ms: the server takes {longest-ms} ms"},
+     {"укажите от {2} до {longest-ms}, например SamplingInterval = 500",
+      "give {2} to {longest-ms}, for example SamplingInterval = 500"}},
     {RuleId::portMissing, "error-3", kError,
      {"порт не задан: сервер не запустится", "no port is given: the server will not start"},
-     {"добавьте в секцию [General] строку ServerPort = 4840", "add the line ServerPort = 4840 to section [General]"}},
+     {"добавьте в секцию [General] строку ServerPort = {first-port}", "add the line ServerPort = {first-port} to section [General]"}},
     {RuleId::portNoNumber, "error-3", kError,
      {"порт «{0}» — не целое число: сервер не запустится", "the port \"{0}\" is no integer: the server will not start"},
-     {"укажите число от 4840 до 4849, например ServerPort = 4840",
-      "give a number from 4840 to 4849, for example ServerPort = 4840"}},
+     {"укажите число от {first-port} до {last-port}, например ServerPort = {first-port}",
+      "give a number from {first-port} to {last-port}, for example ServerPort = {first-port}"}},
     {RuleId::portOutside, "error-3", kError,
-     {"порт {0} вне разрешённых 4840–4849: сервер не запустится",
-      "the port {0} is outside the permitted 4840 to 4849: the server will not start"},
-     {"укажите число от 4840 до 4849, например ServerPort = 4840",
-      "give a number from 4840 to 4849, for example ServerPort = 4840"}},
+     {"порт {0} вне разрешённых {first-port}–{last-port}: сервер не запустится",
+      "the port {0} is outside the permitted {first-port} to {last-port}: the server will not start"},
+     {"укажите число от {first-port} до {last-port}, например ServerPort = {first-port}",
+      "give a number from {first-port} to {last-port}, for example ServerPort = {first-port}"}},
     {RuleId::attributeRefused, "error-4", kError,
      {"атрибут {0} у {1} публиковать нельзя: узла «{2}» не будет",
       "attribute {0} of {1} may not be exported: there will be no node \"{2}\""},
@@ -113,8 +117,8 @@ static const std::vector<Rule> kRules{
       "\"{0}\" is neither \"on\" nor \"off\": the server takes it for \"on\", the data are published"},
      {"напишите {1} = {2}", "write {1} = {2}"}},
     {RuleId::nameCut, "name-cut", kWarning,
-     {"имя длиннее 16 знаков: от него останется «{0}»", "the name is longer than 16 characters: \"{0}\" remains"},
-     {"сократите имя до 16 знаков", "shorten the name to 16 characters"}},
+     {"имя длиннее {name-bytes} знаков: от него останется «{0}»", "the name is longer than {name-bytes} characters: \"{0}\" remains"},
+     {"сократите имя до {name-bytes} знаков", "shorten the name to {name-bytes} characters"}},
     {RuleId::nameBlanks, "name-blanks", kWarning,
      {"пробелы из имени удаляются: получится «{0}»", "blanks are taken out of the name: it becomes \"{0}\""},
      {"напишите имя без пробелов, например AplicationName = {1}",
@@ -130,16 +134,16 @@ static const std::vector<Rule> kRules{
     {RuleId::cycleNotPositive, "cycle-time", kWarning,
      {"цикл контроллера — {0} мс, и сервер возьмёт его вместо периода опроса {1} мс: клиентам, которые просят самый короткий интервал публикации, он откажет в подписке",
       "the controller's cycle is {0} ms, and the server takes it in place of a sampling interval of {1} ms: clients that ask for the shortest publishing interval are refused a subscription"},
-     {"укажите период опроса от 30 до 10000 мс и исправьте CycleTime в veskkntr.ini",
-      "give a sampling interval of 30 to 10000 ms, and correct CycleTime in veskkntr.ini"}},
+     {"укажите период опроса от {shortest-ms} до {longest-ms} мс и исправьте CycleTime в veskkntr.ini",
+      "give a sampling interval of {shortest-ms} to {longest-ms} ms, and correct CycleTime in veskkntr.ini"}},
     {RuleId::historyCountNoNumber, "history-count", kWarning,
      {"число значений истории «{0}» — не число: сервер возьмёт 100", "the count of history values \"{0}\" is no number: the server takes 100"},
-     {"укажите от 1 до 1000, например CountHistoryTrends = 1000",
-      "give 1 to 1000, for example CountHistoryTrends = 1000"}},
+     {"укажите от 1 до {most-values}, например CountHistoryTrends = {most-values}",
+      "give 1 to {most-values}, for example CountHistoryTrends = {most-values}"}},
     {RuleId::historyCountBounds, "history-count", kWarning,
-     {"число значений истории {0} вне 1–1000: сервер возьмёт {1}", "a count of history values of {0} is outside 1 to 1000: the server takes {1}"},
-     {"укажите от 1 до 1000, например CountHistoryTrends = 1000",
-      "give 1 to 1000, for example CountHistoryTrends = 1000"}},
+     {"число значений истории {0} вне 1–{most-values}: сервер возьмёт {1}", "a count of history values of {0} is outside 1 to {most-values}: the server takes {1}"},
+     {"укажите от 1 до {most-values}, например CountHistoryTrends = {most-values}",
+      "give 1 to {most-values}, for example CountHistoryTrends = {most-values}"}},
     {RuleId::numberWithRest, "number-rest", kWarning,
      {"после числа стоит лишний текст: сервер прочтёт только {0}", "text follows the number: the server reads {0} only"},
      {"напишите {1} = {0}", "write {1} = {0}"}},
@@ -299,18 +303,36 @@ const Rule& ruleOf(RuleId id) {
     return rule;
 }
 
+/// What the bounds of the configuration are called in the texts above.
+static std::optional<std::string> boundNamed(std::string_view name) {
+    static const std::map<std::string_view, std::string> kBounds{
+        {"first-port", std::to_string(kFirstPort)},
+        {"last-port", std::to_string(kLastPort)},
+        {"shortest-ms", std::to_string(static_cast<int>(kShortestIntervalMs))},
+        {"longest-ms", std::to_string(static_cast<int>(kLongestIntervalMs))},
+        {"name-bytes", std::to_string(kApplicationNameBytes)},
+        {"most-values", std::to_string(kMostHistoryValues)},
+    };
+    const auto found = kBounds.find(name);
+    return found == kBounds.end() ? std::nullopt : std::optional(found->second);
+}
+
+static std::optional<std::string> placeFilled(std::string_view name,
+                                              const std::vector<std::string>& arguments) {
+    if (name.size() != 1 || name[0] < '0' || name[0] > '9') return boundNamed(name);
+    const auto index = static_cast<std::size_t>(name[0] - '0');
+    return index < arguments.size() ? arguments[index] : "…";
+}
+
 std::string filled(std::string_view pattern, const std::vector<std::string>& arguments) {
     std::string text;
-    for (std::size_t i = 0; i < pattern.size(); ++i) {
-        const bool isPlace = pattern[i] == '{' && i + 2 < pattern.size() && pattern[i + 2] == '}' &&
-                             pattern[i + 1] >= '0' && pattern[i + 1] <= '9';
-        if (!isPlace) {
-            text += pattern[i];
-            continue;
-        }
-        const auto index = static_cast<std::size_t>(pattern[i + 1] - '0');
-        text += index < arguments.size() ? arguments[index] : "…";
-        i += 2;
+    while (!pattern.empty()) {
+        const auto close = pattern.front() == '{' ? pattern.find('}') : std::string_view::npos;
+        const auto place = close == std::string_view::npos
+                               ? std::nullopt
+                               : placeFilled(pattern.substr(1, close - 1), arguments);
+        text += place.value_or(std::string(1, pattern.front()));
+        pattern.remove_prefix(place ? close + 1 : 1);
     }
     return text;
 }

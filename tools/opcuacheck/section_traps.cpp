@@ -6,21 +6,15 @@
 #include "server/attributes/TagConfig.h"
 #include "server/attributes/TreeNames.h"
 #include "server/config/NumberLists.h"
+#include "server/config/SectionNames.h"
 #include "tools/opcuacheck/finding.h"
 
 namespace opcuacheck {
 
 namespace {
 
-constexpr std::string_view kGroup = "Attributes_Group";
-constexpr std::string_view kPlotter = "Plotter_";
-
-bool isPlotter(const Section& section) {
-    return section.name.find(kPlotter) != std::string::npos;
-}
-
 bool isGroup(const Section& section) {
-    return !isPlotter(section) && section.name.find(kGroup) != std::string::npos;
+    return schemaNameOf(section.name) == kGroupSection;
 }
 
 const KeyValue* entryOf(const Section& section, std::string_view key) {
@@ -53,7 +47,7 @@ void lookAtNumber(const Checked& checked, const Section& section, std::string_vi
                   Findings& findings) {
     const std::string digits = digitsBehind(section.name, prefix);
     const bool textInFront = !section.name.starts_with(prefix);
-    const bool group = prefix == kGroup;
+    const bool group = prefix == kGroupSection;
     findings.push_back(atHeading(
         checked, textInFront ? RuleId::sectionTextInFront : RuleId::sectionTextBehind, section,
         {shown(section.name), std::string(prefix),
@@ -89,7 +83,7 @@ class GroupTraps {
             lookAtName(checked_, *group, findings_);
             const int number = getNumberGroup(group->name);
             if (number == -1) {
-                lookAtNumber(checked_, *group, kGroup, findings_);
+                lookAtNumber(checked_, *group, kGroupSection, findings_);
                 continue;
             }
             const KeyValue* const name = entryOf(*group, "Name");
@@ -112,14 +106,14 @@ class GroupTraps {
         const Section* const last = lastOfNumber_.at(number);
         if (last != &group) {
             add(RuleId::groupSameNumber, group, {text, shown(last->name)});
-        } else if (group.name.find(std::string(kGroup) + text) == std::string::npos) {
+        } else if (group.name.find(std::string(kGroupSection) + text) == std::string::npos) {
             add(RuleId::groupNumberForm, group, {text});
         }
     }
 
     /// Reported at the longer number, whose lines go to the shorter one's tags too.
     void lookAtPrefixes(const Section& group, int number) {
-        const std::string digits = digitsBehind(group.name, kGroup);
+        const std::string digits = digitsBehind(group.name, kGroupSection);
         for (std::size_t length = 1; length < digits.size() && length < 10; ++length) {
             const int shorter = std::stoi(digits.substr(0, length));
             const auto found = lastOfNumber_.find(shorter);
@@ -145,11 +139,11 @@ void addPlotterTraps(const Checked& checked, Findings& findings) {
             findings.push_back(
                 atHeading(checked, RuleId::sectionNoNumber, section, {section.name}));
         }
-        if (!isPlotter(section)) continue;
+        if (!holdsPlotter(section.name)) continue;
         lookAtName(checked, section, findings);
         const int number = getNumberPlotter(section.name);
         if (number == -1) {
-            lookAtNumber(checked, section, kPlotter, findings);
+            lookAtNumber(checked, section, kPlotterSection, findings);
         } else if (number < 1) {
             findings.push_back(
                 atHeading(checked, RuleId::plotterNumber, section, {std::to_string(number)}));
@@ -179,7 +173,7 @@ void addPlotterTraps(const Checked& checked, Findings& findings) {
 const Section* sectionOfFolder(const Checked& checked, int folder) {
     auto next = static_cast<int>(kFirstGroupFolder);
     for (const Section& section : checked.view.sections) {
-        if (section.name.find(kGroup) == std::string::npos) continue;
+        if (section.name.find(kGroupSection) == std::string::npos) continue;
         if (next++ == folder) return &section;
     }
     return nullptr;
@@ -194,7 +188,8 @@ void addTagsTwice(const Checked& checked, Findings& findings) {
         if (list == nullptr) continue;
         const std::string tag =
             std::string(kindOf(conflict.kind).structPrefix) + std::to_string(conflict.firstTag);
-        const std::string ownerName = owner == nullptr ? "Attributes" : shown(owner->name);
+        const std::string ownerName =
+            owner == nullptr ? std::string(kFlatSection) : shown(owner->name);
         findings.push_back(atEntry(checked, RuleId::tagTwice, *section, *list,
                                    {tag, "[" + ownerName + "]", std::to_string(conflict.count)}));
     }

@@ -6,6 +6,7 @@
 #include "server/attributes/TagConfig.h"
 #include "server/config/GeneralSettings.h"
 #include "server/config/ListSections.h"
+#include "server/config/SectionNames.h"
 #include "tools/opcuacheck/finding.h"
 #include "tools/opcuacheck/nearest.h"
 
@@ -31,18 +32,16 @@ std::string numberAtEnd(std::string_view name) {
 
 std::string nearestSection(const std::string& name) {
     const std::string digits = numberAtEnd(name);
-    return nearest(name, {"General", "Access", "Attributes", "Attributes_Group" + digits,
-                          "Plotter_" + digits});
+    return nearest(
+        name, {"General", "Access", std::string(kFlatSection), std::string(kGroupSection) + digits,
+               std::string(kPlotterSection) + digits});
 }
 
 /// Keys that the section of this name may have, attribute entries left out.
 const std::vector<std::string>& keysOf(const std::string& section) {
     static const std::vector<std::string> kNone;
     const auto& declared = ListSections::getInstance().declared();
-    const auto has = [&](const char* part) { return section.find(part) != std::string::npos; };
-    const auto found = declared.find(has("Plotter_")           ? "Plotter"
-                                     : has("Attributes_Group") ? "Attributes_Group"
-                                                               : section);
+    const auto found = declared.find(std::string(schemaNameOf(section)));
     return found == declared.end() ? kNone : found->second;
 }
 
@@ -62,8 +61,8 @@ std::string nearestEntry(const std::string& key) {
 std::string otherSectionOf(const std::string& key) {
     for (const auto& [section, keys] : ListSections::getInstance().declared()) {
         if (std::ranges::find(keys, key) == keys.end()) continue;
-        const bool numbered = section == "Plotter" || section == "Attributes_Group";
-        return section == "Plotter" ? "Plotter_1" : numbered ? section + "1" : section;
+        if (section == kPlotterSchema) return std::string(kPlotterSection) + "1";
+        return section == kGroupSection ? section + "1" : section;
     }
     return {};
 }
@@ -84,7 +83,7 @@ void explainKey(const ConfigErrorReport& report, Finding& finding) {
     const std::string& key = report.subject.key;
     std::vector<std::string> known = keysOf(section);
     std::string near = nearest(key, known);
-    if (near.empty() && section.find("Plotter_") == std::string::npos) near = nearestEntry(key);
+    if (near.empty() && !holdsPlotter(section)) near = nearestEntry(key);
     const std::string elsewhere = otherSectionOf(key);
     finding.arguments = {shown(key), shown(section)};
     if (!elsewhere.empty()) {
@@ -95,7 +94,7 @@ void explainKey(const ConfigErrorReport& report, Finding& finding) {
         finding.arguments.push_back(shown(near));
     } else {
         finding.rule = RuleId::keyUnknown;
-        if (section.starts_with("Attributes")) known.emplace_back("Type1.<...>");
+        if (section.starts_with(kFlatSection)) known.emplace_back("Type1.<...>");
         finding.arguments.push_back(joined(known));
     }
 }
@@ -119,7 +118,7 @@ using EntriesByKey = std::unordered_map<std::string, std::vector<PlacedEntry>>;
 EntriesByKey entriesByKey(const Checked& checked) {
     EntriesByKey entries;
     for (const Section& section : checked.view.sections) {
-        if (section.name.find("Attributes") == std::string::npos) continue;
+        if (section.name.find(kFlatSection) == std::string::npos) continue;
         for (const KeyValue& entry : section.params) {
             if (typeOfKey(entry.key) == nullptr) continue;
             if (auto info = readTagEntry(entry)) {

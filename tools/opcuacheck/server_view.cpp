@@ -11,6 +11,7 @@
 #include "server/config/GeneralSettings.h"
 #include "server/config/IniConfigManager.h"
 #include "server/config/ListSections.h"
+#include "server/config/SectionNames.h"
 #include "server/diagnostics/MsgHandler.h"
 #include "server/text/ToUTF8Converter.h"
 
@@ -243,7 +244,7 @@ void workOutTrees(ServerView& view, const Database& database) {
 
     view.plotters = selectPlotters(sections, std::numeric_limits<std::uint64_t>::max());
     for (const Section& section : sections) {
-        if (section.name == "Attributes") readTagLists(section, view.flat);
+        if (isFlatSection(section.name)) readTagLists(section, view.flat);
     }
     view.groups = readTagGroups(sections);
     view.groupMap = groupMapOf(view.groups);

@@ -4,6 +4,8 @@
 #include <cstdlib>
 #include <limits>
 
+#include "server/config/SectionNames.h"
+
 namespace {
 
 constexpr std::string_view kBlanks = " \t\n\r";
@@ -58,9 +60,9 @@ std::vector<TagInfo> readTagConfig(const std::vector<Section>& sections, std::st
     // KEPT: a group takes the entries of every section that its number begins, so group 1 also has
     // those of group 12. Required by the interface; opcuacheck warns of it.
     const std::string groupText =
-        "Attributes_Group" + std::to_string(groupNumberOfFolder(groupNumber, groupMap));
+        std::string(kGroupSection) + std::to_string(groupNumberOfFolder(groupNumber, groupMap));
     const auto chosen = [&](const Section& section) {
-        if (mode == "main") return section.name == "Attributes";
+        if (mode == "main") return isFlatSection(section.name);
         return mode == "group" && section.name.find(groupText) != std::string::npos;
     };
 

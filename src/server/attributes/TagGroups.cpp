@@ -6,12 +6,13 @@
 
 #include "server/attributes/TreeNames.h"
 #include "server/config/NumberLists.h"
+#include "server/config/SectionNames.h"
 
 std::vector<TagGroup> readTagGroups(const std::vector<Section>& sections) {
     std::vector<TagGroup> groups;
     int folderId = kFirstGroupFolder;
     for (const Section& section : sections) {
-        if (section.name.find("Attributes_Group") == std::string::npos) continue;
+        if (!holdsGroup(section.name)) continue;
         TagGroup& group = groups.emplace_back();
         group.number = getNumberGroup(section.name);
         group.folderId = folderId++;

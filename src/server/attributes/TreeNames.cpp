@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "server/config/NumberLists.h"
+#include "server/config/SectionNames.h"
 #include "server/text/ToUTF8Converter.h"
 
 static std::string prefixFor(std::string_view applicationName, const char* tree) {
@@ -38,7 +39,7 @@ std::string groupItemPrefix(const std::string& operativePrefix, const PublishedT
 }
 
 std::string plotterFolderName(int plotter, const std::string& configuredNameCp866) {
-    if (configuredNameCp866.empty()) return "Plotter_" + std::to_string(plotter);
+    if (configuredNameCp866.empty()) return std::string(kPlotterSection) + std::to_string(plotter);
     return ToUTF8Converter::convertCP866ToUtf8_manual(configuredNameCp866);
 }
 

@@ -8,12 +8,6 @@
 #include "server/config/LineSearch.h"
 #include "server/diagnostics/OperatorMessages.h"
 
-namespace {
-
-constexpr std::size_t kApplicationNameBytes = 16;
-
-}  // namespace
-
 std::vector<std::string_view> valuesOf(const std::vector<Section>& sections, std::string_view key) {
     std::vector<std::string_view> values;
     for (const Section& section : sections) {

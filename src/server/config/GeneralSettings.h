@@ -6,18 +6,11 @@
 #include <string_view>
 #include <vector>
 
+#include "server/config/ConfigBounds.h"
 #include "server/config/Section.h"
 
 // The endpoint's settings as the loaded configuration has them. Keys are compared with case and
 // looked for in every section. Main thread.
-
-/// TCP ports that the endpoint may have.
-inline constexpr int kFirstPort = 4840;
-inline constexpr int kLastPort = 4849;
-
-/// Sampling intervals that are taken as they are asked for.
-inline constexpr double kShortestIntervalMs = 30.0;
-inline constexpr double kLongestIntervalMs = 10'000.0;
 
 /// Every value of `key`, in the order of the loaded configuration.
 std::vector<std::string_view> valuesOf(const std::vector<Section>& sections, std::string_view key);
@@ -29,7 +22,7 @@ std::optional<int> parseWholeInteger(std::string_view text);
 /// error 3; the server cannot start then.
 std::optional<int> readServerPort(const std::vector<Section>& sections);
 
-/// Value of the last "AplicationName", cut to 16 bytes and then freed of its blanks; empty when
+/// Value of the last "AplicationName", cut to kApplicationNameBytes and then freed of its blanks; empty when
 /// there is none. CP866.
 std::string applicationNameCp866(const std::vector<Section>& sections);
 

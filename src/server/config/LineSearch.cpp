@@ -9,6 +9,7 @@
 #include <memory>
 
 #include "server/config/ConfigLines.h"
+#include "server/config/SectionNames.h"
 
 // ---- One reading for all searches --------------------------------------------------------------
 
@@ -69,13 +70,13 @@ std::int32_t findLineNumberTagConf(const std::string& path, const std::string& k
                                    const std::map<int, int>& groupMap) {
     const ConfigLines& lines = linesOf(path);
     if (groupMap.empty() || groupFolder == 0) {
-        return lines.firstEntry(key, [](const std::string& name) { return name == "Attributes"; });
+        return lines.firstEntry(key, isFlatSection);
     }
     const auto group = std::find_if(
         groupMap.begin(), groupMap.end(),
         [=](const auto& numberAndFolder) { return numberAndFolder.second == groupFolder; });
     if (group == groupMap.end()) return lines.lineCount() + 1;
-    const std::string wanted = "Attributes_Group" + std::to_string(group->first);
+    const std::string wanted = std::string(kGroupSection) + std::to_string(group->first);
     return lines.firstEntry(
         key, [&wanted](const std::string& name) { return name.find(wanted) != std::string::npos; });
 }

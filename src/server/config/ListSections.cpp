@@ -5,13 +5,7 @@
 #include <string_view>
 
 #include "server/config/IntegerText.h"
-
-static constexpr std::string_view kPlotter = "Plotter_";
-static constexpr std::string_view kGroup = "Attributes_Group";
-
-static bool contains(std::string_view text, std::string_view part) {
-    return text.find(part) != std::string_view::npos;
-}
+#include "server/config/SectionNames.h"
 
 ListSections& ListSections::getInstance() {
     static ListSections schema;
@@ -28,7 +22,7 @@ void ListSections::addParam(const std::string& section, const std::string& param
 }
 
 bool ListSections::hasSection(const std::string& name) const {
-    for (const auto numbered : {kPlotter, kGroup}) {
+    for (const auto numbered : {kPlotterSection, kGroupSection}) {
         const auto at = name.find(numbered);
         if (at != std::string::npos) return startsWithInteger(name.substr(at + numbered.size()));
     }
@@ -36,9 +30,8 @@ bool ListSections::hasSection(const std::string& name) const {
 }
 
 bool ListSections::hasParam(const std::string& section, const std::string& key) const {
-    if (contains(section, kPlotter)) return declares("Plotter", key);
-    if (contains(key, "Type")) return true;
-    return declares(contains(section, kGroup) ? std::string(kGroup) : section, key);
+    const bool isEntry = key.find("Type") != std::string::npos;
+    return (isEntry && !holdsPlotter(section)) || declares(std::string(schemaNameOf(section)), key);
 }
 
 void ListSections::PrintAll() const {
@@ -66,11 +59,12 @@ bool ListSections::declares(const std::string& section, const std::string& param
 
 void declareSchema(ListSections& schema) {
     schema.addSection("General",
-                      {"AplicationName",  // spelled as the files in the field spell it
+                      {"AplicationName",  // spelled so in the files
                        "Work_mode", "ServerPort", "SamplingInterval", "OperativeData",
                        "HistoricalData", "CountHistoryTrends"});
     schema.addSection("Access", {"Node_IPn", "Path_to_keys", "SecurityMode", "SecurityPolicy"});
-    schema.addSection("Attributes", {"AccessUserN", "VA", "VD", "DV", "AV", "RV"});
-    schema.addSection("Attributes_Group", {"Name", "AccessUserN", "VA", "VD", "DV", "AV", "RV"});
-    schema.addSection("Plotter", {"Name", "AccessUserN", "Pens"});
+    schema.addSection(std::string(kFlatSection), {"AccessUserN", "VA", "VD", "DV", "AV", "RV"});
+    schema.addSection(std::string(kGroupSection),
+                      {"Name", "AccessUserN", "VA", "VD", "DV", "AV", "RV"});
+    schema.addSection(std::string(kPlotterSchema), {"Name", "AccessUserN", "Pens"});
 }

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "server/config/IntegerText.h"
+#include "server/config/SectionNames.h"
 
 // ---- Lists -------------------------------------------------------------------------------------
 
@@ -90,9 +91,9 @@ static std::int32_t numberBehind(std::string_view prefix, const std::string& nam
 }
 
 std::int32_t getNumberGroup(const std::string& sectionName) {
-    return numberBehind("Attributes_Group", sectionName);
+    return numberBehind(kGroupSection, sectionName);
 }
 
 std::int32_t getNumberPlotter(const std::string& sectionName) {
-    return numberBehind("Plotter_", sectionName);
+    return numberBehind(kPlotterSection, sectionName);
 }

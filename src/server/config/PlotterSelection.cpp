@@ -1,6 +1,7 @@
 #include "server/config/PlotterSelection.h"
 
 #include "server/config/NumberLists.h"
+#include "server/config/SectionNames.h"
 
 static void selectPlotter(int plotter, const Section& section, PlotterSelection& selection) {
     bool named = false;
@@ -21,7 +22,7 @@ static void selectPlotter(int plotter, const Section& section, PlotterSelection&
 PlotterSelection selectPlotters(const std::vector<Section>& sections, std::uint64_t plotterCount) {
     PlotterSelection selection;
     for (const Section& section : sections) {
-        if (section.name.find("Plotter_") == std::string::npos) continue;
+        if (!holdsPlotter(section.name)) continue;
         const int plotter = getNumberPlotter(section.name);
         if (plotter < 1 || static_cast<std::uint64_t>(plotter) > plotterCount) continue;
         selectPlotter(plotter, section, selection);

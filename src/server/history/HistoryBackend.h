@@ -4,13 +4,15 @@
 
 #include <cstdint>
 
+#include "server/config/ConfigBounds.h"
+
 // Answers the library's history service out of the controller's trend archive. Nothing is kept
 // here: each read is one read of the archive. The callbacks run on the server thread; their caller
 // is C.
 
 /// Number of values of one history read, when the configuration does not say another.
 inline const std::int32_t minCountHistoryTrends = 100;
-inline const std::int32_t maxCountHistoryTrends = 1000;
+inline const std::int32_t maxCountHistoryTrends = kMostHistoryValues;
 
 /// Number of values that one read asks the archive for: the last "CountHistoryTrends" of the loaded
 /// configuration, at most 1000. A value that is no number makes it 100 at once.

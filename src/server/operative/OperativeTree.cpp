@@ -9,6 +9,7 @@
 #include "server/attributes/TagLists.h"
 #include "server/attributes/TreeNames.h"
 #include "server/config/IniConfigManager.h"
+#include "server/config/SectionNames.h"
 #include "server/operative/UaView.h"
 #include "server/variables/UARTEXVariable.h"
 
@@ -22,7 +23,7 @@ constexpr UA_UInt32 kBaseObjectType = 58;
 TagLists flatTagLists(const std::vector<Section>& sections) {
     TagLists lists;
     for (const Section& section : sections) {
-        if (section.name == "Attributes") readTagLists(section, lists);
+        if (isFlatSection(section.name)) readTagLists(section, lists);
     }
     return lists;
 }

@@ -1,0 +1,33 @@
+#pragma once
+
+#include <string_view>
+
+// Which section of the configuration file is what. Names are CP866, compared with case.
+
+inline constexpr std::string_view kFlatSection = "Attributes";  ///< the flat tree
+/// With its number behind it: a group of tags.
+inline constexpr std::string_view kGroupSection = "Attributes_Group";
+/// With its number behind it: a plotter.
+inline constexpr std::string_view kPlotterSection = "Plotter_";
+/// The name under which the schema keeps the keys of all plotters.
+inline constexpr std::string_view kPlotterSchema = "Plotter";
+
+[[nodiscard]] constexpr bool isFlatSection(std::string_view name) {
+    return name == kFlatSection;
+}
+
+/// KEPT: these texts may stand anywhere in the name, and a name may hold both. Required by the
+/// interface.
+[[nodiscard]] constexpr bool holdsGroup(std::string_view name) {
+    return name.find(kGroupSection) != std::string_view::npos;
+}
+[[nodiscard]] constexpr bool holdsPlotter(std::string_view name) {
+    return name.find(kPlotterSection) != std::string_view::npos;
+}
+
+/// Under which name the schema keeps the section's keys. A name that holds both texts counts as a
+/// plotter's.
+[[nodiscard]] constexpr std::string_view schemaNameOf(std::string_view name) {
+    if (holdsPlotter(name)) return kPlotterSchema;
+    return holdsGroup(name) ? kGroupSection : name;
+}
