@@ -1,7 +1,9 @@
 #include "server/config/GeneralSettings.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <sstream>
+#include <utility>
 
 #include "server/config/ConfigState.h"
 #include "server/config/IntegerText.h"
@@ -83,18 +85,18 @@ double readSamplingInterval(const std::vector<Section>& sections, double cycleTi
     return intervalMs;
 }
 
-template <class Number>
-static std::optional<Number> leadingNumber(std::string_view text) {
+std::optional<double> parseLeadingNumber(std::string_view text) {
     std::istringstream stream{std::string(text)};
-    Number number = 0;
+    double number = 0;
     if (!(stream >> number)) return std::nullopt;
     return number;
 }
 
-std::optional<double> parseLeadingNumber(std::string_view text) {
-    return leadingNumber<double>(text);
-}
-
+/// Without making a stream, because every history read asks for its number of values anew.
 std::optional<std::int32_t> parseLeadingInteger(std::string_view text) {
-    return leadingNumber<std::int32_t>(text);
+    const std::string terminated(text);
+    char* end = nullptr;
+    const long number = std::strtol(terminated.c_str(), &end, 10);
+    if (end == terminated.c_str() || !std::in_range<std::int32_t>(number)) return std::nullopt;
+    return static_cast<std::int32_t>(number);
 }
