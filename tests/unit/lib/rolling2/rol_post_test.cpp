@@ -121,7 +121,7 @@ TEST_F(Posting, CountsForEightReaders) {
 }
 
 TEST_F(Posting, StaysWithinTheRingWhateverOthersWrote) {
-    for (const auto& [a, b, sum, rest] : {std::tuple(7U, 5U, 2, 2), {0, 10, 0, 0}, {25, 2, 7, 3}})
+    for (const auto& [a, b, sum, rest] : {std::tuple(7U, 5U, 2U, 2U), {0, 10, 0, 0}, {25, 2, 7, 3}})
         EXPECT_TRUE(CRolManager::CycPlus(a, b, 10) == sum &&
                     CRolManager::CycMinus(a, b, 10) == rest);
     post(journal, 1, 5);

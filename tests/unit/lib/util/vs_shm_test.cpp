@@ -32,7 +32,7 @@ TEST(RegistryLife, IsRemovedByItsMakerWithTheGenerationByte) {
     EXPECT_EQ(maker->name_add("Opcua", 0), getpid());
     auto joined = std::make_unique<vs_shm>(0);
     EXPECT_EQ(std::tuple(maker->cr_mem, joined->cr_mem), std::tuple(1, 0));
-    for (const std::uint8_t generation : {9, 201})
+    for (const std::uint8_t generation : {std::uint8_t{9}, std::uint8_t{201}})
         EXPECT_EQ(maker->set_shmidx(kGenerationIpcIndex, generation), 0);
     ChildProcess reader([] { return get_shmidx(kGenerationIpcIndex, ID_mas.data()); });
     EXPECT_EQ(reader.wait(), 201);
