@@ -13,6 +13,7 @@ from typing import Any
 import pytest
 from asyncua import ua
 from asyncua.client.ua_client import UaClient
+from asyncua.ua.ua_binary import struct_from_binary
 
 from conftest import Site
 from opc_client import monitoring, subscribing
@@ -29,9 +30,11 @@ async def subscribe(services: UaClient, **settings: Any) -> ua.CreateSubscriptio
     return await services.create_subscription(subscribing(**settings), lambda answer: None)
 
 
-async def monitor(services: UaClient, count: int) -> list[Any]:
+async def monitor(services: UaClient, count: int, index_range: str = "") -> list[Any]:
     subscription = await subscribe(services)
     items = monitoring(subscription.SubscriptionId, LEVEL, count)
+    for wanted in items.ItemsToCreate:
+        wanted.ItemToMonitor.IndexRange = index_range or None
     return await services.create_monitored_items(items)
 
 
@@ -104,6 +107,25 @@ def test_monitored_items_of_one_session(site: Site) -> None:
     other = site.connect()
     (made,) = other.run(monitor(other.client.uaclient, 1))
     assert made.StatusCode.is_good()
+
+
+def test_what_items_keep(site: Site) -> None:
+    """Texts as long as a message, and links to other items."""
+    client, other = site.serve(publishing(("VA", 29)), va=1), site.connect()
+    made = [client.run(monitor(client.client.uaclient, 1, "0:1," * 400_000)) for _ in range(30)]
+    statuses = [results[0].StatusCode.value for results in made]
+    assert 15 < statuses.count(0) < 25
+    assert set(statuses) == {0, ua.StatusCodes.BadOutOfMemory}
+
+    services = other.client.uaclient
+    subscription = other.run(subscribe(services)).SubscriptionId
+    wanted = monitoring(subscription, LEVEL, 100)
+    items = [item.MonitoredItemId for item in other.run(services.create_monitored_items(wanted))]
+    links = ua.SetTriggeringParameters(subscription, items[0], items)
+    answer = other.run(services.protocol.send_request(ua.SetTriggeringRequest(Parameters=links)))
+    parameters = struct_from_binary(ua.SetTriggeringResponse, answer).Parameters
+    statuses = [status.value for status in parameters.AddResults]
+    assert statuses == [0] * 64 + [ua.StatusCodes.BadOutOfMemory] * 36
 
 
 @pytest.mark.parametrize(

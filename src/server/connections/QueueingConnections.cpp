@@ -17,9 +17,6 @@
 
 namespace {
 
-/// A point of the loop's monotonic clock, or a span of it, in its ticks of 100 ns.
-using Ticks = std::chrono::duration<std::int64_t, std::ratio<1, 10'000'000>>;
-
 class QueueingConnections;
 
 /// The receiver of a connection's events: what the library gave when it began to listen.
@@ -400,7 +397,7 @@ std::size_t QueueingConnections::deliver(Entry& entry, std::span<std::uint8_t> b
         if (done == bytes.size() || connection.state != State::open) break;
         const bool isOver = turn && turn->isOver();
         if (!turn) turn = beginTurn(time);
-        connection.heldSince = std::chrono::duration_cast<Ticks>(turn->lookedAt());
+        connection.heldSince = turn->lookedAt();
         if (isOver) break;
     }
     return done;

@@ -28,8 +28,17 @@ inline constexpr UA_UInt32 kItemsWithQueue = 5'000;
 /// clients need when a client has taken all that the process may have.
 inline constexpr std::size_t kReservedBytes = std::size_t{16} << 20;
 
-/// A session with no more monitored items is not closed for want of memory.
-inline constexpr UA_UInt32 kItemsWithoutWeight = 1'000;
+/// What the library may keep of the requests that created or modified monitored items: ids, texts
+/// and filters, each as long as its client likes. Of one session, which is twice what 20 000 items
+/// of an ordinary client take, and of all.
+inline constexpr std::size_t kKeptBytesPerSession = std::size_t{32} << 20;
+inline constexpr std::size_t kKeptBytesInAll = std::size_t{320} << 20;
+
+/// A session whose items keep no more is not closed for want of memory: that of 1000 items or so.
+inline constexpr std::size_t kBytesWithoutWeight = std::size_t{1} << 20;
+
+/// Items that one item may trigger. The library looks through all of them for each that is added.
+inline constexpr std::size_t kLinksPerItem = 64;
 
 /// Bytes of the texts by which a client describes itself and its session, together.
 inline constexpr std::size_t kSessionTextBytes = 4'096;

@@ -41,7 +41,7 @@ void limitLifetime(const UA_KeyValueMap& payload) {
 /// Whether the process cannot get kReservedBytes more, neither in one piece, which is asked for
 /// first because that touches no memory, nor in blocks as answers are kept in, which are found also
 /// where much was freed between what is still in use.
-bool memoryIsShort() {
+bool processIsShort() {
     // Volatile, because compilers leave out the allocation of what nobody uses.
     void* volatile piece = std::malloc(kReservedBytes);
     const bool isOne = piece != nullptr;
@@ -154,19 +154,17 @@ void SessionGuard::onService(bool begins, const UA_NodeId& session, const UA_Nod
             }
             break;
         case UA_NS0ID_CREATEMONITOREDITEMSREQUEST:
-            if (begins) {
-                limitItems(session);
-                limitQueues(session, 1);
-            } else {
-                config().maxMonitoredItems = kItemsInAll;
-                config().queueSizeLimits.max = kLongestQueue;
-            }
+            if (begins) limitItems(session);
+            begins ? beginItems(session, 1) : endItems(session);
             break;
         case UA_NS0ID_MODIFYMONITOREDITEMSREQUEST:
+            begins ? beginItems(session, 0) : endItems(session);
+            break;
+        case UA_NS0ID_SETTRIGGERINGREQUEST:
             if (begins) {
-                limitQueues(session, 0);
+                counting_.emplace(KeptBytes::Refusal{.grown = kLinksPerItem * sizeof(UA_UInt32)});
             } else {
-                config().queueSizeLimits.max = kLongestQueue;
+                counting_.reset();
             }
             break;
         default:
@@ -193,8 +191,8 @@ void SessionGuard::closeAbandoned() {
     if (!isShort || sessions_.empty()) return;
     const Session& largest = *std::max_element(
         sessions_.begin(), sessions_.end(),
-        [](const Session& left, const Session& right) { return left.items < right.items; });
-    if (largest.items > kItemsWithoutWeight) close(largest.id);
+        [](const Session& left, const Session& right) { return left.keptBytes < right.keptBytes; });
+    if (largest.keptBytes > kBytesWithoutWeight) close(largest.id);
 }
 
 void SessionGuard::makeRoom() {
@@ -242,9 +240,35 @@ void SessionGuard::onItem(const UA_NodeId* session, bool removed) {
         if (++known->items == kItemsWithQueue) limitQueues(*session, 1);  // of the request's next
         return;
     }
+    // Which item kept how much is not known: each takes its average share along.
+    keptBytes_ -= keptBytes_ / items_;
     --items_;
     // A subscription may have come from another session, with items that were not counted here.
-    if (known != nullptr && known->items > 0) --known->items;
+    if (known == nullptr || known->items == 0) return;
+    known->keptBytes -= known->keptBytes / known->items;
+    --known->items;
+}
+
+bool SessionGuard::memoryIsShort() const {
+    return keptBytes_ > kKeptBytesInAll || processIsShort();
+}
+
+/// For the time of one request.
+/// @param newItems  at least so many are asked for
+void SessionGuard::beginItems(const UA_NodeId& session, UA_UInt32 newItems) {
+    limitQueues(session, newItems);
+    const Session* const known = find(session);
+    const bool isFull = known != nullptr && known->keptBytes > kKeptBytesPerSession;
+    counting_.emplace(KeptBytes::Refusal{.arrays = isFull});
+}
+
+void SessionGuard::endItems(const UA_NodeId& session) {
+    const std::size_t kept = counting_ ? counting_->count() : 0;
+    counting_.reset();
+    keptBytes_ += kept;
+    if (Session* const known = find(session)) known->keptBytes += kept;
+    config().maxMonitoredItems = kItemsInAll;
+    config().queueSizeLimits.max = kLongestQueue;
 }
 
 /// The library knows a limit of all sessions together only: for the time of one request it is what

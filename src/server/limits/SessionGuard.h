@@ -2,7 +2,11 @@
 
 #include <open62541/server.h>
 
+#include <cstddef>
+#include <optional>
 #include <vector>
+
+#include "server/limits/KeptBytes.h"
 
 /// Sees to it that sessions which nobody uses any more do not keep clients out, and that no session
 /// takes more than its share. Knows of sessions what the library's notifications say. Server
@@ -13,10 +17,13 @@
 ///   longest time, kIdleSessionMs at least.
 /// - A session without a connection is closed after kSessionWithoutConnectionMs, or at once when
 ///   the process cannot get kReservedBytes more; no monitored items are granted then, and if all
-///   sessions have a connection, the one with the most items is closed, one a second.
+///   sessions have a connection, the one whose items keep the most is closed, one a second.
 /// - A session may have kItemsPerSession monitored items; when it has more than kItemsWithQueue,
 ///   those that it creates or modifies keep one value waiting. When the items of all sessions are
 ///   nearly taken and a client asks for more, a session without a connection is closed.
+/// - What the library keeps of a session's monitored items is at most kKeptBytesPerSession, and
+///   kKeptBytesInAll of all sessions; beyond that it is as if memory had run out. An item may
+///   trigger kLinksPerItem others.
 /// - A session whose client describes it with more than kSessionTextBytes is closed.
 /// - Subscriptions outlive their client by kSubscriptionLifetimeMs at most.
 ///
@@ -38,6 +45,7 @@ class SessionGuard {
         UA_DateTime withoutConnectionSince = 0;  // 0: it has one
         bool activated = false;
         UA_UInt32 items = 0;
+        std::size_t keptBytes = 0;  // by its items
     };
 
     // Times are the library's monotonic clock, 100 ns ticks.
@@ -47,8 +55,11 @@ class SessionGuard {
     void closeAbandoned();
     void makeRoom();
     void close(const UA_NodeId& id);
+    void beginItems(const UA_NodeId& session, UA_UInt32 newItems);
+    void endItems(const UA_NodeId& session);
     void limitItems(const UA_NodeId& session);
     void limitQueues(const UA_NodeId& session, UA_UInt32 newItems);
+    [[nodiscard]] bool memoryIsShort() const;
     [[nodiscard]] bool saysTooMuch(const UA_NodeId& id) const;
     /// One without a connection before all others. There must be a session.
     [[nodiscard]] const Session& leastUsed() const;
@@ -57,6 +68,8 @@ class SessionGuard {
 
     UA_Server* server_;
     UA_UInt64 timer_ = 0;
-    std::vector<Session> sessions_;  // oldest first
-    UA_UInt32 items_ = 0;            // of all sessions, and of subscriptions without one
+    std::vector<Session> sessions_;      // oldest first
+    UA_UInt32 items_ = 0;                // of all sessions, and of subscriptions without one
+    std::size_t keptBytes_ = 0;          // by these items
+    std::optional<KeptBytes> counting_;  // while a request is served
 };

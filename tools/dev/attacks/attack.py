@@ -296,6 +296,54 @@ def many_items(target: Target) -> str:
     return f"{got} of 1000000 made"
 
 
+def _new_items(client: RawClient, subscription: int, **settings: Any) -> None:
+    item = ua.MonitoredItemCreateRequest(
+        ItemToMonitor=ua.ReadValueId(NodeId=LEVEL, AttributeId=ua.AttributeIds.Value)
+    )
+    for name, value in settings.items():
+        setattr(item.ItemToMonitor, name, value)
+    request = ua.CreateMonitoredItemsRequest()
+    request.Parameters.SubscriptionId = subscription
+    request.Parameters.ItemsToCreate = [item]
+    (status,) = struct.unpack_from("<I", client.request(request), 4)
+    if status:
+        raise Refused(status_name(status))
+
+
+def long_texts(target: Target) -> str:
+    """Items with an index range as long as a message may be, which goes with the item."""
+    got, outcome, clients = 0, "all made", [target.client() for _ in range(10)]
+    for client in clients:
+        subscription = _subscribe(client)
+        try:
+            for _ in range(100):
+                _new_items(client, subscription, IndexRange="0:1," * 450_000 + "0:1")
+                got += 1
+        except Refused as refused:
+            outcome = str(refused)
+    for client in clients:
+        client.close()
+    return f"{got} of 1000 made; {outcome}"
+
+
+def many_links(target: Target) -> str:
+    """As many items as a session may have, each of which is to trigger 10 000 others."""
+    client = target.client()
+    subscription = _subscribe(client)
+    for _ in range(2):
+        _add_items(client, subscription, 10_000)
+    request = ua.SetTriggeringRequest()
+    request.Parameters.SubscriptionId = subscription
+    request.Parameters.LinksToAdd = list(range(1, 10_001))
+    made = 0
+    for item in range(1, 101):
+        request.Parameters.TriggeringItemId = item
+        answer = client.request(request)
+        made += struct.unpack_from("<10000I", answer, 4).count(0)
+    client.close()
+    return f"{made} of 1000000 links"
+
+
 def many_subscriptions(target: Target) -> str:
     got, clients = 0, [target.client() for _ in range(50)]
     for client in clients:
@@ -442,6 +490,8 @@ ATTACKS: dict[str, Callable[[Target], str]] = {
     "10 000 reconnects without closing": reconnects,
     "400 000 subscriptions to transfer": transfer_many,
     "1 000 000 monitored items, closed": many_items,
+    "1000 items with texts of 1.8 MB": long_texts,
+    "100 items that trigger 10 000 each": many_links,
     "20 000 subscriptions, closed": many_subscriptions,
     "ResendData over 50 000 items": resend_data,
     "50 000 items, no publish for 30 s": silent_subscriber,

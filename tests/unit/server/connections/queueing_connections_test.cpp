@@ -92,7 +92,7 @@ class Library {
     }
     void pass(double ms) { now_ += static_cast<UA_DateTime>(ms * 1e4); }
 
-    static inline std::chrono::nanoseconds ran{};  // on a processor
+    static inline Ticks ran{};  // on a processor
     std::map<Id, bool> open;
     std::map<Id, Bytes> received;  // what the server was given
     std::function<void(Id, const Bytes&)> onMessage;
