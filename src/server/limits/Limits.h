@@ -37,6 +37,11 @@ inline constexpr std::size_t kKeptBytesInAll = std::size_t{320} << 20;
 /// A session whose items keep no more is not closed for want of memory: that of 1000 items or so.
 inline constexpr std::size_t kBytesWithoutWeight = std::size_t{1} << 20;
 
+/// Arrays in which one browse collects references, each grown one with all its sizes: some 30 000
+/// references. The library collects those of a node before it finds that there is no continuation
+/// point left for the rest, of which a session has 32.
+inline constexpr std::size_t kBytesPerBrowse = std::size_t{12} << 20;
+
 /// Items that one item may trigger. The library looks through all of them for each that is added.
 inline constexpr std::size_t kLinksPerItem = 64;
 

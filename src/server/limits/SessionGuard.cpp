@@ -161,15 +161,19 @@ void SessionGuard::onService(bool begins, const UA_NodeId& session, const UA_Nod
             begins ? beginItems(session, 0) : endItems(session);
             break;
         case UA_NS0ID_SETTRIGGERINGREQUEST:
-            if (begins) {
-                counting_.emplace(KeptBytes::Refusal{.grown = kLinksPerItem * sizeof(UA_UInt32)});
-            } else {
-                counting_.reset();
-            }
+            boundMemory(begins, {.grown = kLinksPerItem * sizeof(UA_UInt32)});
+            break;
+        case UA_NS0ID_BROWSEREQUEST:
+            boundMemory(begins, {.arrays = kBytesPerBrowse});
             break;
         default:
             break;
     }
+}
+
+void SessionGuard::boundMemory(bool begins, RequestMemory::Bounds bounds) {
+    memory_.reset();  // also of a request that has not ended properly
+    if (begins) memory_.emplace(bounds);
 }
 
 /// Closes the session with all its subscriptions. The library has forgotten one that has just timed
@@ -259,12 +263,14 @@ void SessionGuard::beginItems(const UA_NodeId& session, UA_UInt32 newItems) {
     limitQueues(session, newItems);
     const Session* const known = find(session);
     const bool isFull = known != nullptr && known->keptBytes > kKeptBytesPerSession;
-    counting_.emplace(KeptBytes::Refusal{.arrays = isFull});
+    RequestMemory::Bounds bounds;
+    if (isFull) bounds.arrays = 0;
+    boundMemory(true, bounds);
 }
 
 void SessionGuard::endItems(const UA_NodeId& session) {
-    const std::size_t kept = counting_ ? counting_->count() : 0;
-    counting_.reset();
+    const std::size_t kept = memory_ ? memory_->kept() : 0;
+    memory_.reset();
     keptBytes_ += kept;
     if (Session* const known = find(session)) known->keptBytes += kept;
     config().maxMonitoredItems = kItemsInAll;

@@ -6,7 +6,7 @@
 #include <optional>
 #include <vector>
 
-#include "server/limits/KeptBytes.h"
+#include "server/limits/RequestMemory.h"
 
 /// Sees to it that sessions which nobody uses any more do not keep clients out, and that no session
 /// takes more than its share. Knows of sessions what the library's notifications say. Server
@@ -55,6 +55,7 @@ class SessionGuard {
     void closeAbandoned();
     void makeRoom();
     void close(const UA_NodeId& id);
+    void boundMemory(bool begins, RequestMemory::Bounds bounds);
     void beginItems(const UA_NodeId& session, UA_UInt32 newItems);
     void endItems(const UA_NodeId& session);
     void limitItems(const UA_NodeId& session);
@@ -68,8 +69,8 @@ class SessionGuard {
 
     UA_Server* server_;
     UA_UInt64 timer_ = 0;
-    std::vector<Session> sessions_;      // oldest first
-    UA_UInt32 items_ = 0;                // of all sessions, and of subscriptions without one
-    std::size_t keptBytes_ = 0;          // by these items
-    std::optional<KeptBytes> counting_;  // while a request is served
+    std::vector<Session> sessions_;        // oldest first
+    UA_UInt32 items_ = 0;                  // of all sessions, and of subscriptions without one
+    std::size_t keptBytes_ = 0;            // by these items
+    std::optional<RequestMemory> memory_;  // of the request that is served
 };

@@ -1,4 +1,4 @@
-#include "server/limits/KeptBytes.h"
+#include "server/limits/RequestMemory.h"
 
 #include <malloc.h>
 #include <open62541/config.h>
@@ -19,8 +19,9 @@ struct Functions {
 };
 
 thread_local Functions former{};
-thread_local KeptBytes::Refusal refused{};
-thread_local std::ptrdiff_t kept = 0;
+thread_local std::size_t left = 0;       // for arrays
+thread_local std::size_t mostGrown = 0;  // bytes
+thread_local std::ptrdiff_t keptBytes = 0;
 thread_local bool isResults = false;  // what the next array is for
 
 std::ptrdiff_t sizeOf(void* memory) {
@@ -28,7 +29,7 @@ std::ptrdiff_t sizeOf(void* memory) {
 }
 
 void* counted(void* memory) {
-    kept += sizeOf(memory);
+    keptBytes += sizeOf(memory);
     return memory;
 }
 
@@ -36,31 +37,37 @@ void* allocate(std::size_t size) {
     return counted(former.allocate(size));
 }
 
+bool takes(std::size_t count, std::size_t size) {
+    left = size > 0 && count > left / size ? 0 : left - count * size;
+    return left > 0;
+}
+
 void* allocateArray(std::size_t count, std::size_t size) {
-    if (refused.arrays && count > 1) return nullptr;
+    if (count > 1 && !takes(count, size)) return nullptr;
     void* const memory = former.allocateArray(count, size);
     return std::exchange(isResults, false) ? memory : counted(memory);
 }
 
 void* grow(void* memory, std::size_t size) {
-    if (size > refused.grown) return nullptr;
     const std::ptrdiff_t before = sizeOf(memory);
+    if (size > mostGrown || !takes(1, size)) return nullptr;
     void* const grown = former.grow(memory, size);
-    if (grown != nullptr) kept += sizeOf(grown) - before;
+    if (grown != nullptr) keptBytes += sizeOf(grown) - before;
     return grown;
 }
 
 void release(void* memory) {
-    kept -= sizeOf(memory);
+    keptBytes -= sizeOf(memory);
     former.free(memory);
 }
 
 }  // namespace
 
-KeptBytes::KeptBytes(Refusal refusal) {
+RequestMemory::RequestMemory(Bounds bounds) {
     former = {UA_mallocSingleton, UA_callocSingleton, UA_reallocSingleton, UA_freeSingleton};
-    refused = refusal;
-    kept = 0;
+    left = bounds.arrays;
+    mostGrown = bounds.grown;
+    keptBytes = 0;
     isResults = true;
     UA_mallocSingleton = allocate;
     UA_callocSingleton = allocateArray;
@@ -68,22 +75,22 @@ KeptBytes::KeptBytes(Refusal refusal) {
     UA_freeSingleton = release;
 }
 
-KeptBytes::~KeptBytes() {
+RequestMemory::~RequestMemory() {
     UA_mallocSingleton = former.allocate;
     UA_callocSingleton = former.allocateArray;
     UA_reallocSingleton = former.grow;
     UA_freeSingleton = former.free;
 }
 
-std::size_t KeptBytes::count() const {
-    return static_cast<std::size_t>(std::max<std::ptrdiff_t>(kept, 0));
+std::size_t RequestMemory::kept() const {
+    return static_cast<std::size_t>(std::max<std::ptrdiff_t>(keptBytes, 0));
 }
 
 #else
 
-KeptBytes::KeptBytes(Refusal /*refusal*/) {}
-KeptBytes::~KeptBytes() = default;
-std::size_t KeptBytes::count() const {
+RequestMemory::RequestMemory(Bounds /*bounds*/) {}
+RequestMemory::~RequestMemory() = default;
+std::size_t RequestMemory::kept() const {
     return 0;
 }
 
