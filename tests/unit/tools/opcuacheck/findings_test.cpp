@@ -69,10 +69,11 @@ static std::vector<Case> readCases() {
         std::istringstream codes(mark == std::string::npos ? "" : line.substr(mark + 3));
         line.erase(std::min(mark, line.size()));
         line.erase(line.find_last_not_of(' ') + 1);
-        last.text += line == "(head)" ? kHead : line == "(tags)" ? kTags : line + '\n';
-        const auto number = std::to_string(std::ranges::count(last.text, '\n'));
+        line += '\n';
+        last.text += line == "(head)\n" ? kHead : line == "(tags)\n" ? kTags : line;
+        const auto number = std::to_string(std::ranges::count(last.text, '\n')) + ' ';
         for (std::string code; codes >> code;)
-            last.expected.push_back(number + " " + code);
+            last.expected.push_back(number + code);
     }
     return cases;
 }
