@@ -15,7 +15,7 @@
 using namespace opcuacheck;
 
 /// Every loaded value stands at the line that the checker would name for it. Names with a line feed
-/// come from an unclosed heading, which is told as such.
+/// come from an unclosed heading, which is reported as such.
 static void requireSameEntries(const ConfigText& text, const ServerView& view) {
     for (const auto& heading : text.headings()) {
         if (!heading.closed) return;

@@ -16,7 +16,7 @@ from harness import report, report_loads
 from harness.report_history import history_rows
 
 REPOSITORY = pathlib.Path(__file__).resolve().parents[2]
-TARGETS = ("bench_bare_server", "bench_load_client", "jxotr_told")
+TARGETS = ("bench_bare_server", "bench_load_client", "jxotr_scripted")
 OWN_TARGETS = ("opcuasrv", "zrtsim", "bench_value_changer")
 PARTS = ("operative", "order", "items", "million", "history", "waits")
 NOISY_LOAD = 0.5

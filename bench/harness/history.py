@@ -22,7 +22,7 @@ from harness.servers import (
     load,
 )
 
-SCRIPT = pathlib.Path("/zrt/told.trends")
+SCRIPT = pathlib.Path("/zrt/scripted.trends")
 FIRST_SECOND = 1_767_225_600  # 2026-01-01, as the bare server's
 
 
@@ -33,7 +33,7 @@ def server_configuration(pens: int) -> bytes:
     return ("\r\n".join(lines) + "\r\n").encode("cp866")
 
 
-def tell(pens: int, values: int, delay_us: int = 0) -> None:
+def write_script(pens: int, values: int, delay_us: int = 0) -> None:
     """Float pens, of which the first ten have values; every read answers all of them."""
     lines = ["plotters 1", f"plotter 1 {pens}", "whole", "fixed"]
     lines += [f"pen 1 {pen} 4 0 {pen}" for pen in range(1, pens + 1)]
@@ -57,15 +57,15 @@ class History:
         self._plan = plan
         library_dir = pathlib.Path(plan.bin_dir).parent / "lib" / "doubles"
         if not (library_dir / "libjxotr.so").exists():
-            raise MeasurementError(f"no libjxotr.so in {library_dir}; build the target jxotr_told")
+            raise MeasurementError(f"no libjxotr.so in {library_dir}; build the target jxotr_scripted")
         os.environ["LD_LIBRARY_PATH"] = str(library_dir)
-        os.environ["TOLD_TRENDS"] = str(SCRIPT)
+        os.environ["SCRIPTED_TRENDS"] = str(SCRIPT)
 
     def _start(
         self, server: str, pens: int, values: int, port: int, delay_us: int = 0
     ) -> Program:
         if server == "server" and not self._plan.null_test:
-            tell(max(pens, 1), values, delay_us)
+            write_script(max(pens, 1), values, delay_us)
             CONFIGURATION.write_bytes(server_configuration(pens))
             return Program([f"{self._plan.bin_dir}/opcuasrv"], self._plan.server_core)
         command = [f"{self._plan.bin_dir}/bench_bare_server", *bare_arguments(pens, values, port)]

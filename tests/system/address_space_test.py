@@ -61,7 +61,7 @@ def assert_published(site: Site, configuration: str, expected: dict[NodeKey, Nod
     client = site.serve(configuration, va=4, av=3, rv_types=(0, 1, 2, 2, 1, 0), vd=3, dv=4)
     nodes = client.address_space()
     assert nodes == expected
-    checker.assert_foretold(
+    checker.assert_predicted(
         client, nodes, "--counts=va=4,av=3,rv=6,vd=3,dv=4", "--rvs=2,5", "--rvl=3,4"
     )
 

@@ -19,7 +19,7 @@ SYSTEM_DICTIONARY = 301
 
 @dataclass(frozen=True)
 class Reported:
-    """What operators are told at once: a line of the log and a message of the journal."""
+    """What operators see at once: a line of the log and a message of the journal."""
 
     log: str
     code: int
@@ -50,8 +50,8 @@ def assert_reported(site: Site, reports: list[Reported]) -> None:
     """These lines, and as many messages behind that of the start."""
     assert site.server.log_lines() == [report.log for report in reports]
     messages = [m for m in zrtjournal.messages() if m["code"] >= FIRST_CODE]
-    told = [(m["code"], m["arguments"]) for m in messages]
-    assert told == [STARTED] + [(report.code, report.arguments) for report in reports]
+    reported = [(m["code"], m["arguments"]) for m in messages]
+    assert reported == [STARTED] + [(report.code, report.arguments) for report in reports]
     assert {(m["dictionary"], m["variable"]) for m in messages} == {(SYSTEM_DICTIONARY, None)}
     ring = journal.segment(journal.RING)
     texts = [(text, r.encoding) for r in reports for text in r.arguments if isinstance(text, str)]
@@ -61,10 +61,10 @@ def assert_reported(site: Site, reports: list[Reported]) -> None:
 COUNTS = {"va": 4, "av": 1, "vd": 1, "dv": 1}  # and two manual inputs
 
 
-def assert_foretold(site: Site, *manual_inputs: str) -> None:
+def assert_predicted(site: Site, *manual_inputs: str) -> None:
     counts = ",".join(f"{kind}={count}" for kind, count in COUNTS.items())
-    foretold = checker.log_lines(f"--counts=rv=2,{counts}", *manual_inputs)
-    assert foretold == sorted(site.server.log_lines()[:-1])
+    predicted = checker.log_lines(f"--counts=rv=2,{counts}", *manual_inputs)
+    assert predicted == sorted(site.server.log_lines()[:-1])
 
 
 # Number and line of each error; the configurations begin with three lines that have none.
@@ -72,18 +72,18 @@ CASES = cases.read("configuration_log.txt")
 
 
 @pytest.mark.parametrize("text, errors", CASES.values(), ids=CASES.keys())
-def test_what_is_told(text: str, errors: list[str], site: Site) -> None:
+def test_what_is_reported(text: str, errors: list[str], site: Site) -> None:
     site.serve(SERVING + text, rv_types=(0, 1), **COUNTS)
     expected = [error(*map(int, place.split())) for place in errors[0].split(", ")]
     assert_reported(site, [*expected, RUNNING])
-    assert_foretold(site, "--rvs=2")
+    assert_predicted(site, "--rvs=2")
 
 
 def fatal(number: int, log: str, place: str) -> Reported:
     return Reported(f"ЦП 7: OPC UA Сервер: Ошибка конфигурации{log}", 18094, [7, number, place])
 
 
-# name: configuration (None: no file), what is told
+# name: configuration (None: no file), what is reported
 FATAL: dict[str, tuple[str | None, list[Reported]]] = {
     "no file": (None, [fatal(1, " 1 ", " ")]),
     "no port, behind another error": (
@@ -95,7 +95,7 @@ FATAL: dict[str, tuple[str | None, list[Reported]]] = {
 
 
 @pytest.mark.parametrize("text, reports", FATAL.values(), ids=FATAL.keys())
-def test_what_is_told_before_it_sleeps(
+def test_what_is_reported_before_it_sleeps(
     text: str | None, reports: list[Reported], site: Site
 ) -> None:
     site.start(va=1)
@@ -109,7 +109,7 @@ def test_what_is_told_before_it_sleeps(
 
 
 def test_attributes_that_the_database_does_not_describe(site: Site) -> None:
-    """Told once for each key, when the trees are built; the node is made all the same."""
+    """Reported once for each key, when the trees are built; the node is made all the same."""
     site.start(rv_types=(0, 2), **COUNTS)
     records.describe_fewer(VA=28, VD=20, RV=4, AV=20)
     client = site.serve(
@@ -121,9 +121,9 @@ def test_attributes_that_the_database_does_not_describe(site: Site) -> None:
     )
     # A longer key is taken for the key; the order is that of the trees.
     undescribed = [missing(line) for line in (11, 19, 18, 14, 24)]
-    told = [error(4, 15), error(4, 20), error(4, 17), *undescribed, INTERVAL, RUNNING]
-    assert_reported(site, told)
-    assert_foretold(site, "--rvl=2")
+    reported = [error(4, 15), error(4, 20), error(4, 17), *undescribed, INTERVAL, RUNNING]
+    assert_reported(site, reported)
+    assert_predicted(site, "--rvl=2")
     nodes = client.address_space()
     assert "Operative.1_VA.VA_1.A.A29" in nodes
     assert "Operative.Group_1.VA_2.A.A29" in nodes

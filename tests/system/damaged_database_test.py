@@ -112,7 +112,7 @@ def test_manual_inputs_of_no_known_sub_kind_are_left_out(site: Site) -> None:
 
 
 # Every segment of the database, with the kind that is not published without it; the passports alone
-# tell which tags there are.
+# show which tags there are.
 SEGMENTS = [
     (index, kind if column == 0 else None)
     for kind, columns in ipc_keys.TABLES.items()

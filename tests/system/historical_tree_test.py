@@ -61,17 +61,17 @@ def expected_nodes(application: str, tree: list[str]) -> dict[NodeKey, Node]:
 
 @pytest.mark.parametrize("more, tree", CASES.values(), ids=CASES.keys())
 def test_publishes_the_selected_pens(more: str, tree: list[str], site: Site) -> None:
-    SYSTEM.tell()
+    SYSTEM.write()
     client = site.serve(HISTORY_ONLY + more, SYSTEM.environment, va=1)
     application = "Цех1" if "AplicationName" in more else ""
     nodes = client.address_space()
     assert nodes == expected_nodes(application, tree)
     # Which pens there are is known to the trend system alone: a "*" stands for what it adds.
-    foretold = [(str(key), place) for key, place, _ in checker.tree()]
+    predicted = [(str(key), place) for key, place, _ in checker.tree()]
     for key, node in nodes.items():
         assert any(
             fnmatchcase(str(key), pattern) and (parent, level) == (node.parent, node.access_level)
-            for pattern, (parent, _, level) in foretold
+            for pattern, (parent, _, level) in predicted
         ), key
 
 
@@ -96,7 +96,7 @@ PUBLISHES = {
 def test_tells_whether_history_is_published(
     system: Trends, more: str, mode: str, values: int | None, site: Site
 ) -> None:
-    system.tell()
+    system.write()
     client = site.serve(f"[General]\nServerPort = {PORT}\n{more}", system.environment, va=1)
     assert site.server.log_lines() == [f"ЦП 7: OPC UA Сервер: Запущен: {mode}"]
     capabilities = (
@@ -111,7 +111,7 @@ def test_tells_whether_history_is_published(
 
 
 def test_a_pen_shows_its_type_and_cannot_be_written(site: Site) -> None:
-    SYSTEM.tell()
+    SYSTEM.write()
     plotters = "[Plotter_1]\n[Plotter_3]\nPens=2,3\n"
     client = site.serve(HISTORY_ONLY + plotters, SYSTEM.environment, va=1)
     # One object for the process and one for the tree; nothing is asked twice.

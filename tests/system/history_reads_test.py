@@ -26,11 +26,11 @@ FIRST_SECOND = calendar.timegm(FIRST.timetuple())
 RAMP = ramp(FIRST_SECOND, 2000)
 
 
-def told(*more: str) -> Trends:
-    """A trend system that answers from now on as told."""
+def answering(*more: str) -> Trends:
+    """A trend system that answers so from now on."""
     pens = {(1, 1): (FLOAT, 0, 17), (2, 3): (BOOLEAN, 4, 4)}
     trends = Trends(plotters=2, pens_of={1: 1, 2: 3}, pens=pens, more=list(more))
-    trends.tell()
+    trends.write()
     return trends
 
 
@@ -72,7 +72,7 @@ def test_values_become(site: Site) -> None:
         f"value 1 1 {code} {number!r} {FIRST_SECOND} 123456 {quality}"
         for (code, number, quality), _ in VALUES
     ]
-    client = serve(site, told(*lines))
+    client = serve(site, answering(*lines))
     for asked in list(ua.TimestampsToReturn)[:4]:
         _, values = client.read_history(PEN, FIRST, TIME, asked)
         assert values == [], "the end of the range is cut to a millisecond"
@@ -108,7 +108,7 @@ EAST_OF_GREENWICH_S = {
 
 @pytest.mark.parametrize("zone", EAST_OF_GREENWICH_S)
 def test_times_reach_the_library_unchanged(zone: str, site: Site) -> None:
-    trends = told()
+    trends = answering()
     client = serve(site, trends, time_zone=zone)
     moments = [datetime.fromisoformat(text) for text in MOMENTS + CLAMPED]
     for start, end in pairwise(moments):
@@ -135,7 +135,7 @@ COUNTS = {
 
 @pytest.mark.parametrize("setting", COUNTS)
 def test_asks_for_the_configured_number_of_values(setting: str, site: Site) -> None:
-    trends = told(RAMP)
+    trends = answering(RAMP)
     client = serve(site, trends, setting)
     _, values = client.read_history(PEN, FIRST, FIRST + timedelta(hours=1), values=7, bounds=True)
     assert trends.calls("ReadRaw")[0].split()[3:] == [str(COUNTS[setting]), "0", "1", "1/1"]
@@ -144,7 +144,7 @@ def test_asks_for_the_configured_number_of_values(setting: str, site: Site) -> N
 
 # ---- Faults ------------------------------------------------------------------------------------
 
-# What the library is told, and how many values a read of three answers.
+# What the library is to answer, and how many values a read of three answers.
 FAULTS = {
     "an error with an answer is still an answer": ([RAMP, "status -5"], 3),
     "no answer": ([RAMP, "missing"], 0),
@@ -157,14 +157,14 @@ FAULTS = {
 
 
 def test_outlives_a_library_that_fails(site: Site) -> None:
-    trends = told(RAMP)
+    trends = answering(RAMP)
     client = serve(site, trends)
     for why, (more, count) in FAULTS.items():
-        told(*more)
+        answering(*more)
         assert read_three(client) == (G, count), why
     assert read_three(client, LISTED_PEN) == (G, 0)
     assert trends.calls("ReadRaw")[-1].split()[-1] == "2/3"
-    Trends().tell()  # plotters and pens are gone, and the archive with them
+    Trends().write()  # plotters and pens are gone, and the archive with them
     assert read_three(client) == (G, 0)
     assert PEN in client.address_space(), "the tree stays as it was built"
     # The library's objects: one for the process, which stays, one for the tree, and a reader for each
@@ -178,9 +178,9 @@ def test_outlives_a_library_that_fails(site: Site) -> None:
 
 
 def test_refuses_an_answer_that_no_memory_can_hold(site: Site) -> None:
-    client = serve(site, told(RAMP, "claim 4294967295"))
+    client = serve(site, answering(RAMP, "claim 4294967295"))
     assert read_three(client) == (ua.StatusCodes.BadOutOfMemory, 0)
-    told(RAMP)
+    answering(RAMP)
     assert read_three(client) == (G, 3)
 
 
@@ -215,7 +215,7 @@ def test_outlives_an_archive_that_cannot_be_read(site: Site) -> None:
 # By the end of the configuration: whether the pens' raw values are read; nothing else ever is.
 @pytest.mark.parametrize("more, offered", [("", True), ("HistoricalData = off", False)])
 def test_refuses_all_but_raw_reads_of_pens(more: str, offered: bool, site: Site) -> None:
-    client = serve(site, told(RAMP), f"{more}\n[Attributes]\nVA=1\nType1.V=V, 29\n")
+    client = serve(site, answering(RAMP), f"{more}\n[Attributes]\nVA=1\nType1.V=V, 29\n")
     unsupported = ua.StatusCodes.BadHistoryOperationUnsupported
     end = FIRST + timedelta(seconds=2)
     value = "Operative.1_VA.VA_1.V.A29"
@@ -260,7 +260,7 @@ def history(first: datetime, seconds: int, *options: str) -> tuple[int, list[str
 
 
 def test_a_day_comes_out_whole(site: Site) -> None:
-    serve(site, told(ramp(FIRST_SECOND, DAY_S)), "CountHistoryTrends = 1000")
+    serve(site, answering(ramp(FIRST_SECOND, DAY_S)), "CountHistoryTrends = 1000")
     status, lines, _ = history(FIRST, DAY_S)
     assert status == 0
     assert lines == [HEADING] + [
@@ -276,7 +276,7 @@ def test_a_day_comes_out_whole(site: Site) -> None:
 def test_stops_where_values_would_be_lost(site: Site) -> None:
     second = FIRST_SECOND + 50
     crowd = [f"value 1 1 {FLOAT} {i} {second} {3000 + i} {GOOD}" for i in range(101)]
-    serve(site, told(ramp(FIRST_SECOND, 50), *crowd))
+    serve(site, answering(ramp(FIRST_SECOND, 50), *crowd))
     status, lines, messages = history(FIRST, 100)
     assert (status, len(lines)) == (5, 1 + 50 + 100)
     assert "дальше нельзя" in messages and ".003" in messages

@@ -48,8 +48,8 @@ def test_the_clock_is_set(shift_s: int, site: Site) -> None:
     received.next()
     clock.write_text(str(shift_s))
     now = datetime.now(timezone.utc) + timedelta(seconds=shift_s)
-    told = client.read_standard("ServerStatus", "CurrentTime")
-    assert abs(told.replace(tzinfo=timezone.utc) - now) < timedelta(minutes=10)
+    shown = client.read_standard("ServerStatus", "CurrentTime")
+    assert abs(shown.replace(tzinfo=timezone.utc) - now) < timedelta(minutes=10)
     site.database.set_field("VA", 1, "TZN", 2.0)
     assert received.next()[0] == 2.0
     assert site.connect().read(item("VA", 1, 29)).Value.Value == 2.0

@@ -39,7 +39,7 @@ def test_storage_kinds(site: Site) -> None:
         for stored, wanted in cases:
             site.database.set_field(kind[:2], number, field, stored)
             got = client.read(item(kind, number, attribute)).Value
-            # as texts, which tell the sign of zero
+            # as texts, which show the sign of zero
             assert (got.VariantType, repr(got.Value)) == (variant_type, repr(wanted)), field
     nothing = client.read(item("VA", 2, 9))
     assert nothing.Value.VariantType == T.Null

@@ -2,7 +2,7 @@
 
 #include "server/attributes/AccessTables.h"
 
-/// Tells which attributes may be exported. No state. The spelling of the name is meant.
+/// Decides which attributes may be exported. No state. The name is spelt as the interface requires.
 class HidenAttr {
   public:
     /// True when the table holds the attribute; false for an empty table.

@@ -41,13 +41,13 @@ def tree(*arguments: str) -> list[tuple[NodeKey, tuple[NodeKey, str, int | None]
     ]
 
 
-def assert_foretold(client: OpcClient, nodes: dict[NodeKey, Node], *arguments: str) -> None:
-    """The tree is the one that a client browses, and values have the types that were foretold."""
-    foretold = tree(*arguments)
-    assert {key: place for key, place, _ in foretold} == {
+def assert_predicted(client: OpcClient, nodes: dict[NodeKey, Node], *arguments: str) -> None:
+    """The tree is the one that a client browses, and values have the types that were predicted."""
+    predicted = tree(*arguments)
+    assert {key: place for key, place, _ in predicted} == {
         key: (node.parent, node.browse_name, node.access_level) for key, node in nodes.items()
     }
-    types = [(key, of_type) for key, (_, _, level), of_type in foretold if (level or 0) & 1]
+    types = [(key, of_type) for key, (_, _, level), of_type in predicted if (level or 0) & 1]
     values = client.read_many([client.node_id(key) for key, _ in types])
     for (key, of_type), value in zip(types, values, strict=True):
         known = value.Value is not None and value.Value.VariantType != ua.VariantType.Null

@@ -1,4 +1,4 @@
-"""The controller's trend library as a test wants it: a second one, which answers as it is told."""
+"""The controller's trend library as a test wants it: a second one, which answers as a script says."""
 
 import os
 from dataclasses import dataclass, field
@@ -6,8 +6,8 @@ from pathlib import Path
 
 from programs import library_path
 
-_SCRIPT = Path("/zrt/told.trends")
-_LOG = Path("/zrt/told.log")
+_SCRIPT = Path("/zrt/scripted.trends")
+_LOG = Path("/zrt/scripted.log")
 
 INTEGER, FLOAT, DOUBLE, BOOLEAN = 3, 4, 5, 11
 GOOD = 0xC0
@@ -21,7 +21,7 @@ def ramp(first_second: int, count: int) -> str:
 
 @dataclass
 class Trends:
-    """Plotters, pens and archived values, as tests/support/trends/told_trends.cpp understands them.
+    """Plotters, pens and archived values, as tests/support/trends/scripted_trends.cpp understands them.
 
     A pen has a type code and a variable: its kind, 0 VA, 1 AV, 2 RV, 3 VD, 4 DV, and its number.
     """
@@ -31,7 +31,7 @@ class Trends:
     pens: dict[tuple[int, int], tuple[int, int, int]] = field(default_factory=dict)
     more: list[str] = field(default_factory=list)
 
-    def tell(self) -> None:
+    def write(self) -> None:
         """Replaces what the library answers, also while it is in use."""
         lines = [] if self.plotters is None else [f"plotters {self.plotters}"]
         lines += [f"plotter {plotter} {count}" for plotter, count in self.pens_of.items()]
@@ -45,8 +45,8 @@ class Trends:
         """For a server that shall take this library in the place of its own."""
         return {
             "LD_LIBRARY_PATH": str(library_path("libjxotr.so").parent),
-            "TOLD_TRENDS": str(_SCRIPT),
-            "TOLD_TRENDS_LOG": str(_LOG),
+            "SCRIPTED_TRENDS": str(_SCRIPT),
+            "SCRIPTED_TRENDS_LOG": str(_LOG),
             # The library's objects are not of the size that the server reserves for them.
             "ASAN_OPTIONS": "new_delete_type_mismatch=0:allocator_may_return_null=1",
         }

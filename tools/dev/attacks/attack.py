@@ -71,7 +71,7 @@ def _reads(count: int) -> ua.ReadRequest:
 
 
 def _observe(port: int, report: Connection) -> None:
-    """Reads 100 values every 50 ms until told to stop; reports the waits, in ms."""
+    """Reads 100 values every 50 ms until it is to stop; reports the waits, in ms."""
     client, waits = RawClient(port, name="observer"), []
     report.send(None)
     while not report.poll(0.05):

@@ -97,7 +97,7 @@ TEST_F(BdVesk, TellsFaultsOfTheDescriptionsWithFileEntryAndAttribute) {
         const char* why;
         std::string offsets, types;  // empty: no such file
         int result;
-        std::string told;
+        std::string printed;
     } cases[] = {
         {"no files", "", "", -1, notOpened + offsets + "\n\r"},
         {"no file of types", places, "", -1, notOpened + types + "\n\r"},
@@ -112,8 +112,8 @@ TEST_F(BdVesk, TellsFaultsOfTheDescriptionsWithFileEntryAndAttribute) {
         if (!c.types.empty()) writeFile(types, c.types);
         Capture out(STDOUT_FILENO);
         EXPECT_EQ(described.LoadOffAtr(), c.result);
-        EXPECT_EQ(out.text(), c.told);
-        const bool isKept = c.told.ends_with(outside);
+        EXPECT_EQ(out.text(), c.printed);
+        const bool isKept = c.printed.ends_with(outside);
         EXPECT_EQ(described.getTypeAtr({1, 1, 29}), isKept ? type_float : none);
         EXPECT_EQ(described.isAttribute({1, 1, 62}), isKept);
         EXPECT_EQ(described.getTypeAtr({1, 1, 0}), type_float) << "values need no description";

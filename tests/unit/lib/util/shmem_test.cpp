@@ -144,7 +144,7 @@ TEST(ShmOpen, TellsFaultsInTheTextsThatOperatorsKnow) {
     std::string tenTimes;
     for (int i = 0; i < 10; ++i)
         tenTimes += inRemovalCp866;
-    const auto told = [&](const char* what, int size, int mode) {
+    const auto printed = [&](const char* what, int size, int mode) {
         char line[100];
         std::snprintf(line, sizeof line, "Error %s index: 45 key: %#08x len: %d iden=-1 mode=%d\n",
                       what, static_cast<unsigned>(path.key("vskontr", 'd')), size, mode);
@@ -162,11 +162,11 @@ TEST(ShmOpen, TellsFaultsInTheTextsThatOperatorsKnow) {
         {"in removal at first, then new", EIDRM, 1, 0, 26, kCreate, 0, inRemovalCp866, ""},
         {"in removal for good", EIDRM, 10, EINVAL, 26, 0, -1, tenTimes,
          "(shmat): Invalid argument"},
-        {"too small", 0, 0, 0, 27, 0, 77, told("EINVAL", 27, 0), "(shmget): Invalid argument"},
-        {"not allowed", EACCES, 1, 0, 26, 0, 77, told("ShmOpen", 26, 0),
+        {"too small", 0, 0, 0, 27, 0, 77, printed("EINVAL", 27, 0), "(shmget): Invalid argument"},
+        {"not allowed", EACCES, 1, 0, 26, 0, 77, printed("ShmOpen", 26, 0),
          "(shmget): Permission denied"},
-        {"missing, though it may be made", ENOENT, 1, 0, 26, kCreate, 77, told("ShmOpen", 26, 64),
-         "(shmget): No such file or directory"},
+        {"missing, though it may be made", ENOENT, 1, 0, 26, kCreate, 77,
+         printed("ShmOpen", 26, 64), "(shmget): No such file or directory"},
         {"found, not attached", 0, 0, ENOMEM, 26, 0, 0, "", "(shmat): Cannot allocate memory"},
     };
     for (const auto& c : cases) {

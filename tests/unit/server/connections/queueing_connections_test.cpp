@@ -10,7 +10,7 @@ namespace {
 using Id = std::uintptr_t;
 
 /// The library around the connections: its loop with a clock that the test moves, its TCP manager,
-/// which closes a connection in the loop's next round, and the server that is told of connections.
+/// which closes a connection in the loop's next round, and the server that hears of connections.
 class Library {
   public:
     explicit Library(const ClientBounds& bounds) {

@@ -9,21 +9,21 @@
 class Startup : public OperatorView {
   protected:
     /// Says which part of the start-up called it, and answers with `status`.
-    static UA_StatusCode tell(const char* step, UA_StatusCode status = UA_STATUSCODE_GOOD) {
+    static UA_StatusCode report(const char* step, UA_StatusCode status = UA_STATUSCODE_GOOD) {
         std::cout << step << ' ' << std::flush;
         return status;
     }
 
-    const Subsystems subsystems{[] { return static_cast<int>(tell("journal")); },
+    const Subsystems subsystems{[] { return static_cast<int>(report("journal")); },
                                 [](UAServer&) {
                                     for (const auto& variable : rtexvariable)
                                         std::cout << variable->getType();
                                     for (const auto& node : varContexts)
                                         std::cout << (node->timestamp > 0 ? " timed" : " -");
-                                    return tell(" groups", UA_STATUSCODE_BAD);
+                                    return report(" groups", UA_STATUSCODE_BAD);
                                 },
-                                [](UAServer&) { tell("backend"); },
-                                [](UAServer&) { return tell("history"); }};
+                                [](UAServer&) { report("backend"); },
+                                [](UAServer&) { return report("history"); }};
 };
 
 TEST_F(Startup, MakesItsPartsInOrderAndServesThoughOneFails) {

@@ -17,7 +17,7 @@ std::unique_ptr<UARTEXVariable> make() {
     return std::make_unique<Variable>();
 }
 
-/// What tells the kinds apart, seen from outside. The type is the row's index.
+/// What distinguishes the kinds, seen from outside. The type is the row's index.
 const struct Kind {
     std::string word;
     std::unique_ptr<UARTEXVariable> (*make)();

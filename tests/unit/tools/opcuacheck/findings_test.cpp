@@ -27,17 +27,17 @@ static std::size_t placesOf(std::string_view pattern) {
 }
 
 /// "line code", in order.
-using Told = std::vector<std::string>;
-static std::set<RuleId> toldRules;
-static Told told(const std::string& bytes, const Database& database = smallDatabase()) {
+using Codes = std::vector<std::string>;
+static std::set<RuleId> foundRules;
+static Codes findingsOf(const std::string& bytes, const Database& database = smallDatabase()) {
     writeFile(kPath, bytes);
     const ConfigText text(bytes);
     const ServerView view = viewAsServer(kPath, kSettings, database);
-    Told lines;
+    Codes lines;
     for (const Finding& finding : allFindings(bytes, {text, view, database})) {
         const Rule& rule = ruleOf(finding.rule);
         lines.push_back(std::to_string(finding.line) + " " + std::string(rule.code));
-        toldRules.insert(rule.id);
+        foundRules.insert(rule.id);
         for (const auto pattern :
              {rule.message.ru, rule.message.en, rule.advice.ru, rule.advice.en})
             EXPECT_LE(placesOf(pattern), finding.arguments.size()) << pattern;
@@ -51,7 +51,7 @@ static const std::string kTags =                                    // up to lin
 
 struct Case {
     std::string name, text;
-    Told expected;
+    Codes expected;
 };
 
 /// The cases of findings.txt: "==== NAME", then lines of a configuration, each with the codes that
@@ -92,25 +92,26 @@ TEST(Opcuacheck, TellsEachTrapAtItsLine) {
         {"not closed", kHead + "[Attributes\nVA = 1\n", {"3 heading-unclosed", "5 error-5"}},
     };
     cases.insert(cases.end(), std::begin(more), std::end(more));
-    toldRules = {RuleId::fileNotOpened, RuleId::treeTooLarge};  // told below
+    foundRules = {RuleId::fileNotOpened, RuleId::treeTooLarge};  // looked for below
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
-        EXPECT_EQ(told(c.text), c.expected);
+        EXPECT_EQ(findingsOf(c.text), c.expected);
     }
     Database described = smallDatabase();
     described.attributes.emplace();
     for (auto& attributes : *described.attributes)
         attributes.assign(4, type_float);
-    EXPECT_EQ(
-        told(kTags + "Type1.b = B, 4\nRV = all\nType52.c = C, 5\nType52.d = D, 12\n", described),
-        (Told{"5 error-4", "8 error-4", "9 error-4"}))
+    EXPECT_EQ(findingsOf(kTags + "Type1.b = B, 4\nRV = all\nType52.c = C, 5\nType52.d = D, 12\n",
+                         described),
+              (Codes{"5 error-4", "8 error-4", "9 error-4"}))
         << "only the first may be published";
-    EXPECT_EQ(told(kTags + "VD = 65536\nType2.a = A, 27\n", {}), Told{"6 list-absent"});
+    EXPECT_EQ(findingsOf(kTags + "VD = 65536\nType2.a = A, 27\n", {}), Codes{"6 list-absent"});
     writeFile(kSettings, "CycleTime = -1\n");
-    EXPECT_EQ(told(kHead + "SamplingInterval = 29.999\n"), (Told{"3 error-2", "3 cycle-time"}));
+    EXPECT_EQ(findingsOf(kHead + "SamplingInterval = 29.999\n"),
+              (Codes{"3 error-2", "3 cycle-time"}));
     std::filesystem::remove(kSettings);
     for (const Rule& rule : allRules())
-        EXPECT_TRUE(toldRules.contains(rule.id)) << rule.message.en;
+        EXPECT_TRUE(foundRules.contains(rule.id)) << rule.message.en;
 }
 
 TEST(Opcuacheck, NamesNoRefusalForASleepingServer) {
@@ -129,7 +130,7 @@ TEST(Opcuacheck, WorksOutLongListsWithoutExpandingThem) {
     for (int group = 100; group < 900; ++group)
         text += "[Attributes_Group" + std::to_string(group) + "]\nVA = 1-2147483647\n";
     const auto begin = std::chrono::steady_clock::now();
-    EXPECT_THAT(told(text, {}), testing::Contains("0 tree-too-large"));
+    EXPECT_THAT(findingsOf(text, {}), testing::Contains("0 tree-too-large"));
     EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(20));
 }
 
@@ -173,7 +174,8 @@ TEST(OpcuacheckProgram, DocumentsHoldItsCodesAndACleanExample) {
         const std::string document = readFile(root + name);
         const auto begin = document.find("```ini\n") + 7;
         const std::string example = document.substr(begin, document.find("```", begin) - begin);
-        EXPECT_EQ(told(Utf8ToCP866Converter::convertUtf8ToCP866_manual(example), {}), Told{});
+        EXPECT_EQ(findingsOf(Utf8ToCP866Converter::convertUtf8ToCP866_manual(example), {}),
+                  Codes{});
         for (const Rule& rule : allRules()) {
             EXPECT_NE(document.find("`" + std::string(rule.code) + "`"), std::string::npos)
                 << rule.code << " in " << name;

@@ -93,7 +93,7 @@ TEST(HistoryPager, ReadsEverythingOnceOrSaysWhereItCannotGoOn) {
          kBegin + kSecond, 36, 4, end},
         {"a millisecond with more than an answer", crowded, 10, 0, kBegin + kSecond * 99, 0, 29,
          stuck},
-        {"an archive of one millisecond, which nothing tells from a cut one", every(kUs, 7), 10, 0,
+        {"an archive of one millisecond, which looks like a cut one", every(kUs, 7), 10, 0,
          kBegin + kSecond, 0, 7, stuck},
     };
     for (const auto& c : cases) {

@@ -22,7 +22,7 @@
 // interface that the server is built with had another layout or other symbols, the tests would see
 // it. The objects are of other sizes than the server takes them for, as the real ones may be.
 
-struct ToldValue {
+struct ScriptedValue {
     std::uint16_t code;     //  0
     char reserved[6];       //  2
     char value[8];          //  8
@@ -31,7 +31,7 @@ struct ToldValue {
     std::uint32_t quality;  // 32
     std::uint32_t padding;  // 36
 };
-static_assert(sizeof(ToldValue) == 40);
+static_assert(sizeof(ScriptedValue) == 40);
 
 struct OPCHDAITEMDEF {
     unsigned plotter, pen;
@@ -39,7 +39,7 @@ struct OPCHDAITEMDEF {
 
 struct OPCHDAITEM {
     std::uint32_t count;
-    ToldValue* values;
+    ScriptedValue* values;
 };
 
 namespace jxo {
@@ -99,7 +99,7 @@ struct Script {
     std::optional<std::uint64_t> plotters;
     std::map<std::uint32_t, std::uint64_t> pensOfPlotter;
     std::map<Pen, Source> pens;
-    std::map<Pen, std::vector<ToldValue>> values;
+    std::map<Pen, std::vector<ScriptedValue>> values;
     bool whole = false, missing = false, fixed = false;
     int status = 0;
     std::optional<std::uint32_t> claim;
@@ -113,7 +113,7 @@ Pen takePen(std::istream& line) {
 }
 
 void addValue(std::istream& line, Script& script) {
-    ToldValue& value = script.values[takePen(line)].emplace_back();
+    ScriptedValue& value = script.values[takePen(line)].emplace_back();
     double number = 0;
     line >> value.code >> number >> value.seconds >> value.micros >> value.quality;
     const auto store = [&value](auto stored) { std::memcpy(value.value, &stored, sizeof stored); };
@@ -159,18 +159,18 @@ Script readScript(const char* path) {
         const auto found = kLines.find(word);
         if (found != kLines.end()) found->second(line, script);
         if (found != kLines.end() && !line.fail()) continue;
-        std::fprintf(stderr, "told trends: unknown line: %s\n", text.c_str());
+        std::fprintf(stderr, "scripted trends: unknown line: %s\n", text.c_str());
         std::abort();
     }
     return script;
 }
 
-/// What TOLD_TRENDS names, read again when the file has changed.
+/// What SCRIPTED_TRENDS names, read again when the file has changed.
 const Script& script() {
     static Script script;
     static struct stat before {};
     if (script.fixed) return script;
-    const char* path = std::getenv("TOLD_TRENDS");
+    const char* path = std::getenv("SCRIPTED_TRENDS");
     struct stat now {};
     if (path == nullptr || stat(path, &now) != 0) return script;
     const bool same = now.st_ino == before.st_ino && now.st_mtim.tv_sec == before.st_mtim.tv_sec &&
@@ -187,10 +187,10 @@ std::ostream& operator<<(std::ostream& to, const OPCHDAITEMDEF& item) {
     return to << item.plotter << '/' << item.pen;
 }
 
-/// Appends a line to the file that TOLD_TRENDS_LOG names; without it nothing is logged.
+/// Appends a line to the file that SCRIPTED_TRENDS_LOG names; without it nothing is logged.
 template <class... Parts>
 void log(const Parts&... parts) {
-    static const char* const path = std::getenv("TOLD_TRENDS_LOG");
+    static const char* const path = std::getenv("SCRIPTED_TRENDS_LOG");
     if (path == nullptr) return;
     std::ofstream file(path, std::ios::app);
     (file << ... << parts) << '\n';
@@ -208,22 +208,22 @@ IHDA_SyncRead::~IHDA_SyncRead() {
     log("~SyncRead");
 }
 
-static bool within(const ToldValue& value, const timeval& start, const timeval& end) {
+static bool within(const ScriptedValue& value, const timeval& start, const timeval& end) {
     const std::pair<std::int64_t, std::int64_t> time{value.seconds, value.micros};
     return std::pair{start.tv_sec, start.tv_usec} <= time &&
            time <= std::pair{end.tv_sec, end.tv_usec};
 }
 
 /// Holds until the next call.
-static const std::vector<ToldValue>& valuesOf(const Script& told, const OPCHDAITEMDEF& item,
-                                              const timeval& start, const timeval& end,
-                                              unsigned count) {
-    static std::vector<ToldValue> values;
+static const std::vector<ScriptedValue>& valuesOf(const Script& scenario, const OPCHDAITEMDEF& item,
+                                                  const timeval& start, const timeval& end,
+                                                  unsigned count) {
+    static std::vector<ScriptedValue> values;
     values.clear();
-    const auto found = told.values.find({item.plotter, item.pen});
-    if (found == told.values.end()) return values;
-    if (told.whole) return found->second;
-    for (const ToldValue& value : found->second) {
+    const auto found = scenario.values.find({item.plotter, item.pen});
+    if (found == scenario.values.end()) return values;
+    if (scenario.whole) return found->second;
+    for (const ScriptedValue& value : found->second) {
         if (values.size() >= count) break;
         if (within(value, start, end)) values.push_back(value);
     }
@@ -234,16 +234,16 @@ int IHDA_SyncRead::ReadRaw(timeval* start, timeval* end, unsigned count, bool bo
                            unsigned itemCount, OPCHDAITEMDEF* items, OPCHDAITEM** results,
                            int** errors) {
     log("ReadRaw ", *start, ' ', *end, ' ', count, ' ', bounds, ' ', itemCount, ' ', *items);
-    const Script& told = script();
-    if (told.delayMicros != 0) (void)usleep(told.delayMicros);
-    if (told.missing) return told.status;
+    const Script& scenario = script();
+    if (scenario.delayMicros != 0) (void)usleep(scenario.delayMicros);
+    if (scenario.missing) return scenario.status;
     // The answer is the caller's; an empty one has an array too.
-    const auto& values = valuesOf(told, *items, *start, *end, count);
+    const auto& values = valuesOf(scenario, *items, *start, *end, count);
     const auto size = static_cast<std::uint32_t>(values.size());
-    *results = new OPCHDAITEM{told.claim.value_or(size), new ToldValue[size]};
+    *results = new OPCHDAITEM{scenario.claim.value_or(size), new ScriptedValue[size]};
     std::copy(values.begin(), values.end(), (*results)->values);
     *errors = new int[itemCount]();
-    return told.status;
+    return scenario.status;
 }
 
 // ---- Configuration -----------------------------------------------------------------------------
