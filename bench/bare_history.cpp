@@ -1,4 +1,4 @@
-#include "bare_history.h"
+#include "bench/bare_history.h"
 
 #include <open62541/plugin/historydata/history_data_backend.h>
 #include <open62541/plugin/historydata/history_data_gathering_default.h>
@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "pen_names.h"
+#include "bench/pen_names.h"
 
 namespace bench {
 namespace {

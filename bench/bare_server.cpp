@@ -13,7 +13,7 @@
 #include <open62541/server_config_default.h>
 #include <CLI/CLI.hpp>
 
-#include "bare_history.h"
+#include "bench/bare_history.h"
 
 namespace {
 

@@ -7,7 +7,7 @@
 
 #include <open62541/types.h>
 
-#include "load_commands.h"
+#include "bench/load_commands.h"
 
 namespace bench {
 

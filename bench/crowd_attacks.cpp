@@ -14,9 +14,9 @@
 #include <thread>
 #include <vector>
 
-#include "crowd.h"
-#include "read_requests.h"
-#include "ua_connection.h"
+#include "bench/crowd.h"
+#include "bench/read_requests.h"
+#include "bench/ua_connection.h"
 
 namespace bench {
 namespace {

@@ -4,10 +4,10 @@
 #include <thread>
 #include <vector>
 
-#include "crowd.h"
-#include "read_requests.h"
-#include "silent_clients.h"
-#include "ua_connection.h"
+#include "bench/crowd.h"
+#include "bench/read_requests.h"
+#include "bench/silent_clients.h"
+#include "bench/ua_connection.h"
 
 namespace bench {
 namespace {

@@ -4,9 +4,9 @@
 #include <thread>
 #include <vector>
 
-#include "crowd.h"
-#include "subscription.h"
-#include "ua_connection.h"
+#include "bench/crowd.h"
+#include "bench/subscription.h"
+#include "bench/ua_connection.h"
 
 namespace bench {
 namespace {

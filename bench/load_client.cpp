@@ -9,9 +9,9 @@
 
 #include <CLI/CLI.hpp>
 
-#include "load_commands.h"
-#include "node_listing.h"
-#include "ua_connection.h"
+#include "bench/load_commands.h"
+#include "bench/node_listing.h"
+#include "bench/ua_connection.h"
 
 namespace {
 

@@ -9,9 +9,9 @@
 #include <utility>
 #include <vector>
 
-#include "crowd.h"
-#include "node_listing.h"
-#include "ua_connection.h"
+#include "bench/crowd.h"
+#include "bench/node_listing.h"
+#include "bench/ua_connection.h"
 
 namespace bench {
 namespace {

@@ -1,10 +1,10 @@
 #include <span>
 #include <string>
 
-#include "load_commands.h"
-#include "pen_requests.h"
-#include "saturating_load.h"
-#include "ua_connection.h"
+#include "bench/load_commands.h"
+#include "bench/pen_requests.h"
+#include "bench/saturating_load.h"
+#include "bench/ua_connection.h"
 
 namespace bench {
 

@@ -7,13 +7,13 @@
 #include <thread>
 #include <vector>
 
-#include "load_commands.h"
-#include "node_listing.h"
-#include "process_time.h"
-#include "read_requests.h"
-#include "subscription.h"
-#include "ua_connection.h"
-#include "waits.h"
+#include "bench/load_commands.h"
+#include "bench/node_listing.h"
+#include "bench/process_time.h"
+#include "bench/read_requests.h"
+#include "bench/subscription.h"
+#include "bench/ua_connection.h"
+#include "bench/waits.h"
 
 namespace bench {
 namespace {

@@ -3,11 +3,11 @@
 #include <span>
 #include <vector>
 
-#include "load_commands.h"
-#include "node_listing.h"
-#include "read_requests.h"
-#include "saturating_load.h"
-#include "ua_connection.h"
+#include "bench/load_commands.h"
+#include "bench/node_listing.h"
+#include "bench/read_requests.h"
+#include "bench/saturating_load.h"
+#include "bench/ua_connection.h"
 
 namespace bench {
 namespace {

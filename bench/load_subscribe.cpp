@@ -4,11 +4,11 @@
 #include <span>
 #include <vector>
 
-#include "load_commands.h"
-#include "node_listing.h"
-#include "process_time.h"
-#include "subscription.h"
-#include "ua_connection.h"
+#include "bench/load_commands.h"
+#include "bench/node_listing.h"
+#include "bench/process_time.h"
+#include "bench/subscription.h"
+#include "bench/ua_connection.h"
 
 namespace bench {
 namespace {

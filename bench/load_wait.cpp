@@ -9,13 +9,13 @@
 #include <thread>
 #include <vector>
 
-#include "load_commands.h"
-#include "pen_requests.h"
-#include "read_requests.h"
-#include "silent_clients.h"
-#include "subscription.h"
-#include "ua_connection.h"
-#include "waits.h"
+#include "bench/load_commands.h"
+#include "bench/pen_requests.h"
+#include "bench/read_requests.h"
+#include "bench/silent_clients.h"
+#include "bench/subscription.h"
+#include "bench/ua_connection.h"
+#include "bench/waits.h"
 
 namespace bench {
 namespace {

@@ -1,4 +1,4 @@
-#include "node_listing.h"
+#include "bench/node_listing.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -8,7 +8,7 @@
 
 #include <open62541/nodeids.h>
 
-#include "ua_connection.h"
+#include "bench/ua_connection.h"
 
 namespace bench {
 namespace {

@@ -1,8 +1,8 @@
-#include "pen_requests.h"
+#include "bench/pen_requests.h"
 
 #include <string>
 
-#include "pen_names.h"
+#include "bench/pen_names.h"
 
 namespace bench {
 

@@ -2,7 +2,7 @@
 
 #include <cstddef>
 
-#include "ua_connection.h"
+#include "bench/ua_connection.h"
 
 namespace bench {
 

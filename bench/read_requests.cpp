@@ -1,4 +1,4 @@
-#include "read_requests.h"
+#include "bench/read_requests.h"
 
 #include <vector>
 

@@ -3,7 +3,7 @@
 #include <cstddef>
 #include <span>
 
-#include "ua_connection.h"
+#include "bench/ua_connection.h"
 
 namespace bench {
 

@@ -1,4 +1,4 @@
-#include "saturating_load.h"
+#include "bench/saturating_load.h"
 
 #include <algorithm>
 #include <cmath>
@@ -6,7 +6,7 @@
 #include <memory>
 #include <string>
 
-#include "process_time.h"
+#include "bench/process_time.h"
 
 namespace bench {
 namespace {

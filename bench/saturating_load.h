@@ -4,8 +4,8 @@
 #include <functional>
 #include <vector>
 
-#include "load_commands.h"
-#include "ua_connection.h"
+#include "bench/load_commands.h"
+#include "bench/ua_connection.h"
 
 namespace bench {
 

@@ -1,12 +1,12 @@
-#include "silent_clients.h"
+#include "bench/silent_clients.h"
 
 #include <chrono>
 #include <memory>
 #include <thread>
 #include <vector>
 
-#include "read_requests.h"
-#include "ua_connection.h"
+#include "bench/read_requests.h"
+#include "bench/ua_connection.h"
 
 namespace bench {
 namespace {

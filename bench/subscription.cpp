@@ -1,4 +1,4 @@
-#include "subscription.h"
+#include "bench/subscription.h"
 
 #include <string>
 

@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <span>
 
-#include "ua_connection.h"
+#include "bench/ua_connection.h"
 
 namespace bench {
 

@@ -17,12 +17,12 @@
 #include <vector>
 
 #include "jxotr/IHDA_SyncRead.h"
-#include "memory/database_arrays.h"
-#include "plant/plant.h"
-#include "settings/samples.h"
-#include "standin/archive_writer.h"
-#include "standin/places.h"
-#include "trends/pen_sampler.h"
+#include "platform/trends/standin/archive_writer.h"
+#include "platform/trends/standin/places.h"
+#include "sim/memory/database_arrays.h"
+#include "sim/plant/plant.h"
+#include "sim/settings/samples.h"
+#include "sim/trends/pen_sampler.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "ua_connection.h"
+#include "bench/ua_connection.h"
 
 #include <fcntl.h>
 #include <netinet/in.h>

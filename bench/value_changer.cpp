@@ -12,10 +12,10 @@
 
 #include <CLI/CLI.hpp>
 
-#include "layout/field_table.h"
-#include "layout/little_endian.h"
-#include "layout/types.h"
 #include "lib/util/shmem.h"
+#include "sim/layout/field_table.h"
+#include "sim/layout/little_endian.h"
+#include "sim/layout/types.h"
 
 namespace {
 

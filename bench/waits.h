@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "ua_connection.h"
+#include "bench/ua_connection.h"
 
 namespace bench {
 

@@ -2,6 +2,10 @@
 # that nothing of it reaches the OPC UA library or a consumer.
 add_library(opcuasrv_options INTERFACE)
 target_compile_features(opcuasrv_options INTERFACE cxx_std_20)
+# The product is included from src ("lib/util/shmem.h"), all that stands beside it from the project
+# ("sim/options.h"), so that a file's place shows at the include. What a folder may include is what its
+# target links: tools/dev/includes checks it.
+target_include_directories(opcuasrv_options INTERFACE ${PROJECT_SOURCE_DIR}/src ${PROJECT_SOURCE_DIR})
 target_compile_options(opcuasrv_options INTERFACE -Wall -Wextra -Wconversion -Wshadow)
 if(OPCUASRV_WERROR)
     target_compile_options(opcuasrv_options INTERFACE -Werror)
@@ -49,12 +53,10 @@ if(OPCUASRV_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
 endif()
 
 # opcuasrv_library(<name> SOURCES <file>... [LINKS <target>...])
-# A static library of one folder. Includes are written from src/ ("lib/util/shmem.h"), so that a file's
-# place shows at the include; a folder may include only what its LINKS reach.
+# A static library of one folder, which may include only what its LINKS reach.
 function(opcuasrv_library name)
     cmake_parse_arguments(ARG "" "" "SOURCES;LINKS" ${ARGN})
     add_library(${name} STATIC ${ARG_SOURCES})
-    target_include_directories(${name} PUBLIC ${PROJECT_SOURCE_DIR}/src)
     target_link_libraries(${name} PUBLIC ${ARG_LINKS} PRIVATE $<BUILD_INTERFACE:opcuasrv_options>)
 endfunction()
 
@@ -96,7 +98,6 @@ function(opcuasrv_unit_test name)
     cmake_parse_arguments(ARG "" "" "SOURCES;LINKS" ${ARGN})
     add_executable(${name} ${ARG_SOURCES})
     add_dependencies(unit_tests ${name})
-    target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/tests)
     target_link_libraries(${name} PRIVATE ${ARG_LINKS} opcuasrv_options
         GTest::gmock GTest::gtest GTest::gtest_main)
     # Optimising the OPC UA library into each suite costs more than it saves.

@@ -11,19 +11,19 @@
 #include <memory>
 #include <string>
 
+#include "fuzz/support/fuzzing.h"
+#include "fuzz/support/ipc_in_process.h"
 #include "lib/bd_vesk/bdvesk.h"
 #include "server/ServerState.h"
 #include "server/config/ConfigState.h"
 #include "server/config/GeneralSettings.h"
 #include "server/config/IniConfigManager.h"
 #include "server/config/ListSections.h"
-#include "server/variables/VariableTypeAV.h"
-#include "server/variables/VariableTypeDV.h"
-#include "server/variables/VariableTypeRV.h"
-#include "server/variables/VariableTypeVA.h"
-#include "server/variables/VariableTypeVD.h"
-#include "support/fuzzing.h"
-#include "support/ipc_in_process.h"
+#include "server/values/VariableTypeAV.h"
+#include "server/values/VariableTypeDV.h"
+#include "server/values/VariableTypeRV.h"
+#include "server/values/VariableTypeVA.h"
+#include "server/values/VariableTypeVD.h"
 
 // The server keeps contexts for ever; here each input's are given back, and the address sanitizer
 // sees the use of one that is gone.

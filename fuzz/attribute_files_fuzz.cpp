@@ -9,9 +9,9 @@
 #include <cstring>
 #include <span>
 
+#include "fuzz/support/fuzzing.h"
 #include "lib/bd_vesk/attributes.h"
 #include "lib/bd_vesk/typevars.h"
-#include "support/fuzzing.h"
 
 namespace {
 

@@ -4,10 +4,10 @@
 #include <string>
 #include <vector>
 
+#include "fuzz/support/fuzzing.h"
 #include "lib/rolling2/rol_settings.h"
 #include "lib/util/conf_ini.h"
 #include "server/diagnostics/VeskkntrReader.h"
-#include "support/fuzzing.h"
 
 static void requireKeys(IniFile& file) {
     std::vector<char> key(IniFile::kValueMax + 1);

@@ -5,9 +5,9 @@
 #include <sstream>
 #include <string>
 
-#include "server/attributes/TagConfig.h"
+#include "fuzz/support/fuzzing.h"
 #include "server/config/TrimString.h"
-#include "support/fuzzing.h"
+#include "server/plan/TagConfig.h"
 #include "tools/opcuacheck/finding.h"
 #include "tools/opcuacheck/print.h"
 #include "tools/opcuacheck/tree.h"

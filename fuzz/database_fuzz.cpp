@@ -11,13 +11,13 @@
 #include <string_view>
 #include <vector>
 
+#include "fuzz/support/fuzzing.h"
+#include "fuzz/support/ipc_in_process.h"
 #include "lib/bd_vesk/bdvesk.h"
+#include "server/history/ArchiveTime.h"
 #include "server/history/ArchivedValue.h"
-#include "server/variables/RTEXHandle.h"
-#include "server/variables/TimeQuality.h"
-#include "server/variables/UARTEXVariable.h"
-#include "support/fuzzing.h"
-#include "support/ipc_in_process.h"
+#include "server/values/RTEXHandle.h"
+#include "server/values/UARTEXVariable.h"
 
 namespace {
 

@@ -3,10 +3,10 @@
 #include <string>
 #include <vector>
 
+#include "fuzz/support/fuzzing.h"
 #include "server/config/IniConfigManager.h"
 #include "server/config/LineSearch.h"
 #include "server/config/ListSections.h"
-#include "support/fuzzing.h"
 
 static void requireAccepted(const std::string& path, const Section& section, std::int32_t lines) {
     require(ListSections::getInstance().hasSection(section.name));

@@ -5,9 +5,9 @@
 #include <cstring>
 #include <string>
 
+#include "fuzz/support/fuzzing.h"
 #include "lib/rolling2/rol_files.h"
 #include "lib/rolling2/rol_mes.h"
-#include "support/fuzzing.h"
 
 /// The same bytes as the files beside the messages.
 static void requireCopyFiles(const std::string& path, std::size_t size) {

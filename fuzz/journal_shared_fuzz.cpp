@@ -10,9 +10,9 @@
 #include <utility>
 #include <vector>
 
+#include "fuzz/support/fuzzing.h"
+#include "fuzz/support/ipc_in_process.h"
 #include "lib/rolling2/rol_man.h"
-#include "support/fuzzing.h"
-#include "support/ipc_in_process.h"
 
 namespace {
 

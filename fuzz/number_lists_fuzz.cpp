@@ -5,10 +5,10 @@
 #include <string>
 #include <vector>
 
+#include "fuzz/support/fuzzing.h"
 #include "lib/util/conf_ini.h"
 #include "server/config/GeneralSettings.h"
 #include "server/config/NumberLists.h"
-#include "support/fuzzing.h"
 
 template <class Number>
 static bool ascends(const std::vector<Number>& numbers) {

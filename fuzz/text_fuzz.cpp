@@ -2,9 +2,9 @@
 #include <cstdint>
 #include <string>
 
+#include "fuzz/support/fuzzing.h"
 #include "server/text/ToUTF8Converter.h"
 #include "server/text/Utf8ToCP866Converter.h"
-#include "support/fuzzing.h"
 
 /// What clients write arrives as any bytes; what the controller holds converts there and back.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {

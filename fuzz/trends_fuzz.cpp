@@ -7,11 +7,11 @@
 #include <string>
 #include <vector>
 
+#include "fuzz/support/fuzzing.h"
 #include "jxotr/opchda.h"
-#include "standin/batch.h"
-#include "standin/chunk.h"
-#include "standin/definitions.h"
-#include "support/fuzzing.h"
+#include "platform/trends/standin/batch.h"
+#include "platform/trends/standin/chunk.h"
+#include "platform/trends/standin/definitions.h"
 
 using namespace trends;
 

@@ -19,17 +19,16 @@
 #include <utility>
 #include <vector>
 
+#include "fuzz/support/fuzzing.h"
 #include "jxotr/IHDA_BrowseConfig.h"
 #include "jxotr/IHDA_SyncRead.h"
 #include "lib/util/vs_obj.h"
 #include "server/ServerState.h"
 #include "server/connections/TransportChunk.h"
 #include "server/endpoint/TcpManager.h"
-#include "server/history/HistoryAccess.h"
 #include "server/limits/Limits.h"
 #include "server/startup/StartupSequence.h"
-#include "support/controller_database.h"
-#include "support/fuzzing.h"
+#include "tests/support/controller_database.h"
 
 namespace {
 
@@ -378,11 +377,7 @@ extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv) {
         database.put(ControllerDatabase::Area::passport, 3, kind + 1, 27, kind);
     std::filesystem::copy_file(UA_MESSAGES_INI, "/zrt/settings/opcuasrv.ini");
     delete std::exchange(All, nullptr);  // the database's; the server makes its own
-    static HistoryAccess history;
-    return runStartupSequence({{},
-                               [](UAServer& s) { return s.initializeOperativeTreeGroup(); },
-                               [](UAServer& s) { history.install(s); },
-                               [](UAServer& s) { return history.build(s); }});
+    return runStartupSequence([] {});
 }
 
 // ---- The trend library: one plotter, with zrtsim's first three pens -----------------------------

@@ -1,11 +1,11 @@
-#include "cycle_stats.h"
+#include "sim/cycle_stats.h"
 
 #include <algorithm>
 #include <iomanip>
 #include <ostream>
 #include <sstream>
 
-#include "failure.h"
+#include "sim/failure.h"
 
 namespace sim {
 

@@ -1,4 +1,4 @@
-#include "library_lines.h"
+#include "sim/library_lines.h"
 
 #include <sys/types.h>
 

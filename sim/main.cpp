@@ -2,11 +2,11 @@
 #include <exception>
 #include <iostream>
 
-#include "failure.h"
-#include "layout/attribute_files.h"
-#include "library_lines.h"
-#include "options.h"
-#include "simulator.h"
+#include "sim/failure.h"
+#include "sim/layout/attribute_files.h"
+#include "sim/library_lines.h"
+#include "sim/options.h"
+#include "sim/simulator.h"
 
 namespace {
 

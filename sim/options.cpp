@@ -1,11 +1,11 @@
-#include "options.h"
+#include "sim/options.h"
 
 #include <CLI/CLI.hpp>
 #include <charconv>
 #include <iostream>
 
-#include "failure.h"
-#include "server/config/ConfigBounds.h"
+#include "server/bounds/ConfigBounds.h"
+#include "sim/failure.h"
 
 namespace sim {
 

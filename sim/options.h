@@ -5,7 +5,7 @@
 #include <optional>
 #include <string>
 
-#include "memory/database_memory.h"
+#include "sim/memory/database_memory.h"
 
 namespace sim {
 

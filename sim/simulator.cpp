@@ -1,4 +1,4 @@
-#include "simulator.h"
+#include "sim/simulator.h"
 
 #include <sys/time.h>
 
@@ -8,12 +8,12 @@
 #include <thread>
 #include <utility>
 
-#include "failure.h"
-#include "layout/attribute_files.h"
-#include "server/config/ConfigBounds.h"
-#include "settings/samples.h"
-#include "trends/past.h"
-#include "type_query.h"
+#include "server/bounds/ConfigBounds.h"
+#include "sim/failure.h"
+#include "sim/layout/attribute_files.h"
+#include "sim/settings/samples.h"
+#include "sim/trends/past.h"
+#include "sim/type_query.h"
 
 namespace sim {
 

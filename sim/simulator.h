@@ -7,13 +7,13 @@
 #include <optional>
 #include <string>
 
-#include "cycle_stats.h"
-#include "journal/event_journal.h"
-#include "memory/controller_ipc.h"
-#include "options.h"
-#include "plant/plant.h"
-#include "site/site.h"
-#include "trends/trend_recorder.h"
+#include "sim/cycle_stats.h"
+#include "sim/journal/event_journal.h"
+#include "sim/memory/controller_ipc.h"
+#include "sim/options.h"
+#include "sim/plant/plant.h"
+#include "sim/site/site.h"
+#include "sim/trends/trend_recorder.h"
 
 namespace sim {
 

@@ -1,6 +1,6 @@
-#include "type_query.h"
+#include "sim/type_query.h"
 
-#include "layout/little_endian.h"
+#include "sim/layout/little_endian.h"
 
 namespace sim {
 

@@ -4,7 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "memory/database_memory.h"
+#include "sim/memory/database_memory.h"
 
 namespace sim {
 

@@ -1,4 +1,4 @@
-#include "controller.h"
+#include "bench/micro/controller.h"
 
 #include <memory>
 
@@ -7,8 +7,8 @@
 #include "server/config/ConfigState.h"
 #include "server/config/IniConfigManager.h"
 #include "server/config/ListSections.h"
-#include "server/variables/UARTEXVariable.h"
-#include "server/variables/VariableTypeVA.h"
+#include "server/values/UARTEXVariable.h"
+#include "server/values/VariableTypeVA.h"
 
 namespace {
 

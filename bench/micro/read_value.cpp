@@ -4,10 +4,10 @@
 
 #include <cstdint>
 
-#include "controller.h"
+#include "bench/micro/controller.h"
 #include "lib/bd_vesk/bdvesk.h"
 #include "server/ServerState.h"
-#include "server/variables/UARTEXVariable.h"
+#include "server/values/UARTEXVariable.h"
 
 namespace {
 

@@ -3,7 +3,7 @@
 #include <memory>
 #include <string>
 
-#include "controller.h"
+#include "bench/micro/controller.h"
 #include "server/ServerState.h"
 #include "server/UAServer.h"
 

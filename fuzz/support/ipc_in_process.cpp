@@ -1,4 +1,4 @@
-#include "support/ipc_in_process.h"
+#include "fuzz/support/ipc_in_process.h"
 
 #include <algorithm>
 #include <cstring>
@@ -6,11 +6,11 @@
 #include <fstream>
 #include <iterator>
 
-#include "layout/attribute_files.h"
 #include "lib/util/ipc_objects.h"
 #include "lib/util/qnx_calls.h"
 #include "lib/util/shmem.h"
 #include "lib/util/vs_sem.h"
+#include "sim/layout/attribute_files.h"
 
 // Behind the folders' table of the libraries, before objects without a priority: the server's own
 // database object attaches the counts when it is made.

@@ -5,8 +5,8 @@
 #include <map>
 #include <vector>
 
+#include "fuzz/support/fuzzing.h"
 #include "lib/bd_vesk/bdmessages.h"
-#include "support/fuzzing.h"
 
 /// The controller around the code under test, inside the fuzz target's own process and without a
 /// system call. A target that compiles ipc_in_process.cpp takes from there what lib/util makes of

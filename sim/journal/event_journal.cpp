@@ -1,12 +1,12 @@
-#include "journal/event_journal.h"
+#include "sim/journal/event_journal.h"
 
 #include <algorithm>
 #include <array>
 #include <cstdint>
 #include <ostream>
 
-#include "failure.h"
-#include "layout/field_table.h"
+#include "sim/failure.h"
+#include "sim/layout/field_table.h"
 
 namespace sim {
 

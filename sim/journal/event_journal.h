@@ -6,10 +6,10 @@
 #include <vector>
 
 #include "lib/rolling2/rol_man.h"
-#include "memory/controller_ipc.h"
-#include "memory/database_memory.h"
-#include "plant/quality.h"
-#include "site/site.h"
+#include "sim/memory/controller_ipc.h"
+#include "sim/memory/database_memory.h"
+#include "sim/plant/quality.h"
+#include "sim/site/site.h"
 
 namespace sim {
 

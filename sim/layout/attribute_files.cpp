@@ -1,12 +1,12 @@
-#include "layout/attribute_files.h"
+#include "sim/layout/attribute_files.h"
 
 #include <array>
 #include <cstdint>
 #include <sstream>
 #include <vector>
 
-#include "layout/field_table.h"
-#include "layout/little_endian.h"
+#include "sim/layout/field_table.h"
+#include "sim/layout/little_endian.h"
 
 namespace sim {
 

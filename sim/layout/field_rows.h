@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <string_view>
 
-#include "layout/types.h"
+#include "sim/layout/types.h"
 
 namespace sim {
 

@@ -1,4 +1,4 @@
-#include "layout/field_table.h"
+#include "sim/layout/field_table.h"
 
 #include <array>
 #include <vector>

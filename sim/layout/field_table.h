@@ -6,8 +6,8 @@
 #include <string>
 #include <string_view>
 
-#include "layout/field_rows.h"
-#include "layout/types.h"
+#include "sim/layout/field_rows.h"
+#include "sim/layout/types.h"
 
 namespace sim {
 

@@ -1,4 +1,4 @@
-#include "memory/controller_ipc.h"
+#include "sim/memory/controller_ipc.h"
 
 #include <unistd.h>
 
@@ -8,11 +8,11 @@
 #include <string>
 #include <utility>
 
-#include "failure.h"
-#include "layout/little_endian.h"
 #include "lib/rolling2/rol_shared.h"
 #include "lib/util/vs_sem.h"
-#include "site/ipc_names.h"
+#include "sim/failure.h"
+#include "sim/layout/little_endian.h"
+#include "sim/site/ipc_names.h"
 
 namespace sim {
 

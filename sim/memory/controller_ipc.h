@@ -10,8 +10,8 @@
 #include "lib/util/ipc_objects.h"
 #include "lib/util/shmem.h"
 #include "lib/util/vs_obj.h"
-#include "memory/database_memory.h"
-#include "site/record.h"
+#include "sim/memory/database_memory.h"
+#include "sim/site/record.h"
 
 namespace sim {
 

@@ -2,7 +2,7 @@
 
 #include <vector>
 
-#include "memory/database_memory.h"
+#include "sim/memory/database_memory.h"
 
 namespace sim {
 

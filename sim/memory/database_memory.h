@@ -4,8 +4,8 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "layout/little_endian.h"
-#include "layout/types.h"
+#include "sim/layout/little_endian.h"
+#include "sim/layout/types.h"
 
 namespace sim {
 

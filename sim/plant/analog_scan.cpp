@@ -1,13 +1,13 @@
-#include "plant/analog_scan.h"
+#include "sim/plant/analog_scan.h"
 
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
 
-#include "layout/field_table.h"
-#include "layout/little_endian.h"
-#include "plant/quality.h"
-#include "plant/tags.h"
+#include "sim/layout/field_table.h"
+#include "sim/layout/little_endian.h"
+#include "sim/plant/quality.h"
+#include "sim/plant/tags.h"
 
 namespace sim {
 

@@ -2,9 +2,9 @@
 
 #include <cstddef>
 
-#include "memory/database_memory.h"
-#include "plant/boiler_house.h"
-#include "plant/sensor_fault.h"
+#include "sim/memory/database_memory.h"
+#include "sim/plant/boiler_house.h"
+#include "sim/plant/sensor_fault.h"
 
 namespace sim {
 

@@ -1,9 +1,9 @@
-#include "plant/boiler_house.h"
+#include "sim/plant/boiler_house.h"
 
 #include <algorithm>
 #include <cmath>
 
-#include "plant/tags.h"
+#include "sim/plant/tags.h"
 
 namespace sim {
 

@@ -4,8 +4,8 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "plant/house_layout.h"
-#include "plant/random.h"
+#include "sim/plant/house_layout.h"
+#include "sim/plant/random.h"
 
 namespace sim {
 

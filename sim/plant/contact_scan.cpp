@@ -1,10 +1,10 @@
-#include "plant/contact_scan.h"
+#include "sim/plant/contact_scan.h"
 
 #include <algorithm>
 
-#include "layout/field_table.h"
-#include "plant/quality.h"
-#include "plant/tags.h"
+#include "sim/layout/field_table.h"
+#include "sim/plant/quality.h"
+#include "sim/plant/tags.h"
 
 namespace sim {
 

@@ -1,13 +1,13 @@
-#include "plant/control_loops.h"
+#include "sim/plant/control_loops.h"
 
 #include <algorithm>
 #include <cmath>
 
-#include "layout/field_table.h"
-#include "layout/little_endian.h"
-#include "plant/manual_inputs.h"
-#include "plant/quality.h"
-#include "plant/tags.h"
+#include "sim/layout/field_table.h"
+#include "sim/layout/little_endian.h"
+#include "sim/plant/manual_inputs.h"
+#include "sim/plant/quality.h"
+#include "sim/plant/tags.h"
 
 namespace sim {
 

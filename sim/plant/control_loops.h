@@ -3,8 +3,8 @@
 #include <array>
 #include <cstddef>
 
-#include "memory/database_memory.h"
-#include "plant/boiler_house.h"
+#include "sim/memory/database_memory.h"
+#include "sim/plant/boiler_house.h"
 
 namespace sim {
 

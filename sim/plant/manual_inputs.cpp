@@ -1,11 +1,11 @@
-#include "plant/manual_inputs.h"
+#include "sim/plant/manual_inputs.h"
 
 #include <algorithm>
 #include <cmath>
 
-#include "layout/field_table.h"
-#include "layout/little_endian.h"
-#include "plant/tags.h"
+#include "sim/layout/field_table.h"
+#include "sim/layout/little_endian.h"
+#include "sim/plant/tags.h"
 
 namespace sim {
 

@@ -1,9 +1,9 @@
-#include "plant/outputs.h"
+#include "sim/plant/outputs.h"
 
 #include <algorithm>
 
-#include "layout/field_table.h"
-#include "plant/tags.h"
+#include "sim/layout/field_table.h"
+#include "sim/plant/tags.h"
 
 namespace sim {
 

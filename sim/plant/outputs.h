@@ -2,8 +2,8 @@
 
 #include <cstddef>
 
-#include "memory/database_memory.h"
-#include "plant/boiler_house.h"
+#include "sim/memory/database_memory.h"
+#include "sim/plant/boiler_house.h"
 
 namespace sim {
 

@@ -1,13 +1,13 @@
-#include "plant/passports.h"
+#include "sim/plant/passports.h"
 
 #include <cstdio>
 #include <cstring>
 #include <string>
 
-#include "layout/field_table.h"
-#include "layout/little_endian.h"
-#include "plant/tags.h"
 #include "server/text/Utf8ToCP866Converter.h"
+#include "sim/layout/field_table.h"
+#include "sim/layout/little_endian.h"
+#include "sim/plant/tags.h"
 
 namespace sim {
 

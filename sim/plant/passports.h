@@ -1,6 +1,6 @@
 #pragma once
 
-#include "memory/database_memory.h"
+#include "sim/memory/database_memory.h"
 
 namespace sim {
 

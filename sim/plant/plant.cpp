@@ -1,18 +1,18 @@
-#include "plant/plant.h"
+#include "sim/plant/plant.h"
 
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
 
-#include "layout/field_table.h"
-#include "layout/little_endian.h"
-#include "plant/analog_scan.h"
-#include "plant/contact_scan.h"
-#include "plant/manual_inputs.h"
-#include "plant/outputs.h"
-#include "plant/passports.h"
-#include "plant/quality.h"
-#include "plant/tags.h"
+#include "sim/layout/field_table.h"
+#include "sim/layout/little_endian.h"
+#include "sim/plant/analog_scan.h"
+#include "sim/plant/contact_scan.h"
+#include "sim/plant/manual_inputs.h"
+#include "sim/plant/outputs.h"
+#include "sim/plant/passports.h"
+#include "sim/plant/quality.h"
+#include "sim/plant/tags.h"
 
 namespace sim {
 

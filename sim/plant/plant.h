@@ -6,10 +6,10 @@
 #include <cstdint>
 #include <vector>
 
-#include "memory/database_memory.h"
-#include "plant/boiler_house.h"
-#include "plant/control_loops.h"
-#include "plant/sensor_fault.h"
+#include "sim/memory/database_memory.h"
+#include "sim/plant/boiler_house.h"
+#include "sim/plant/control_loops.h"
+#include "sim/plant/sensor_fault.h"
 
 namespace sim {
 

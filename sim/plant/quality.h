@@ -2,8 +2,8 @@
 
 #include <cstdint>
 
-#include "layout/little_endian.h"
-#include "memory/database_memory.h"
+#include "sim/layout/little_endian.h"
+#include "sim/memory/database_memory.h"
 
 namespace sim {
 

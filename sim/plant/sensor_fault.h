@@ -2,7 +2,7 @@
 
 #include <cstddef>
 
-#include "plant/random.h"
+#include "sim/plant/random.h"
 
 namespace sim {
 

@@ -1,4 +1,4 @@
-#include "plant/tags.h"
+#include "sim/plant/tags.h"
 
 #include <algorithm>
 #include <cassert>

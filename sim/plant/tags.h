@@ -6,7 +6,7 @@
 #include <span>
 #include <vector>
 
-#include "plant/house_layout.h"
+#include "sim/plant/house_layout.h"
 
 namespace sim {
 

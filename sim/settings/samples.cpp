@@ -1,11 +1,11 @@
-#include "settings/samples.h"
+#include "sim/settings/samples.h"
 
 #include <cstdlib>
 #include <sstream>
 
 #include "lib/util/veskpath.h"
-#include "plant/house_layout.h"
 #include "server/text/Utf8ToCP866Converter.h"
+#include "sim/plant/house_layout.h"
 
 namespace sim {
 

@@ -1,4 +1,4 @@
-#include "site/fingerprint.h"
+#include "sim/site/fingerprint.h"
 
 #include <fstream>
 #include <iterator>

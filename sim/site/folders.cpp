@@ -1,4 +1,4 @@
-#include "site/folders.h"
+#include "sim/site/folders.h"
 
 #include <algorithm>
 #include <string>

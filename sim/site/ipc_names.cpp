@@ -1,4 +1,4 @@
-#include "site/ipc_names.h"
+#include "sim/site/ipc_names.h"
 
 #include <iomanip>
 #include <sstream>

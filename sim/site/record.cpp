@@ -1,4 +1,4 @@
-#include "site/record.h"
+#include "sim/site/record.h"
 
 #include <fcntl.h>
 #include <sys/file.h>

@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "lib/util/ipc_objects.h"
-#include "site/fingerprint.h"
+#include "sim/site/fingerprint.h"
 
 namespace sim {
 

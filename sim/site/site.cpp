@@ -1,4 +1,4 @@
-#include "site/site.h"
+#include "sim/site/site.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -11,14 +11,14 @@
 #include <ostream>
 #include <utility>
 
-#include "failure.h"
-#include "layout/types.h"
 #include "lib/rolling2/rol_shared.h"
 #include "lib/util/ipc_objects.h"
 #include "lib/util/shmem.h"
 #include "lib/util/vs_sem.h"
 #include "lib/util/vs_shm.h"
-#include "site/ipc_names.h"
+#include "sim/failure.h"
+#include "sim/layout/types.h"
+#include "sim/site/ipc_names.h"
 
 namespace sim {
 

@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
-#include "site/folders.h"
-#include "site/record.h"
+#include "sim/site/folders.h"
+#include "sim/site/record.h"
 
 namespace sim {
 

@@ -1,11 +1,11 @@
-#include "trends/past.h"
+#include "sim/trends/past.h"
 
 #include <algorithm>
 #include <cmath>
 #include <ostream>
 #include <sstream>
 
-#include "failure.h"
+#include "sim/failure.h"
 
 namespace sim {
 

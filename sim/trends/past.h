@@ -7,8 +7,8 @@
 #include <filesystem>
 #include <iosfwd>
 
-#include "plant/plant.h"
-#include "trends/trend_recorder.h"
+#include "sim/plant/plant.h"
+#include "sim/trends/trend_recorder.h"
 
 namespace sim {
 

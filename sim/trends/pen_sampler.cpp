@@ -1,12 +1,12 @@
-#include "trends/pen_sampler.h"
+#include "sim/trends/pen_sampler.h"
 
 #include <cmath>
 
 #include "jxotr/opchda.h"
-#include "layout/field_table.h"
-#include "layout/little_endian.h"
-#include "plant/quality.h"
-#include "plant/tags.h"
+#include "sim/layout/field_table.h"
+#include "sim/layout/little_endian.h"
+#include "sim/plant/quality.h"
+#include "sim/plant/tags.h"
 
 namespace sim {
 

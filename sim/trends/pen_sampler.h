@@ -7,9 +7,9 @@
 #include <optional>
 #include <vector>
 
-#include "memory/database_memory.h"
-#include "standin/chunk.h"
-#include "standin/definitions.h"
+#include "platform/trends/standin/chunk.h"
+#include "platform/trends/standin/definitions.h"
+#include "sim/memory/database_memory.h"
 
 namespace sim {
 

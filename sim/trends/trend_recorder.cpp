@@ -1,4 +1,4 @@
-#include "trends/trend_recorder.h"
+#include "sim/trends/trend_recorder.h"
 
 #include <pthread.h>
 

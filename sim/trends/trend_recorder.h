@@ -15,8 +15,8 @@
 #include <thread>
 #include <vector>
 
-#include "standin/archive_writer.h"
-#include "trends/pen_sampler.h"
+#include "platform/trends/standin/archive_writer.h"
+#include "sim/trends/pen_sampler.h"
 
 namespace sim {
 

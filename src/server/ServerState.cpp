@@ -3,8 +3,7 @@
 #include "server/history/HistoryBackend.h"
 
 CRolManager Rolling;
-UAServer uaserver;
 std::vector<std::unique_ptr<VarContext>> varContexts;
-RTEXContext RtexContext;
+UAServer uaserver;
 const std::int32_t PointCountForTrends = static_cast<std::int32_t>(getCountHistoryTrends());
 const std::string ServerVersion = "1.0-0";

@@ -7,11 +7,10 @@
 
 #include "lib/rolling2/rol_man.h"
 #include "server/UAServer.h"
-#include "server/history/RTEXContext.h"
 #include "server/operative/VarContext.h"
 
 // The process-wide objects of the server, defined together in ServerState.cpp in the order in which
-// they are made. The variables and the configuration have theirs in their own folders.
+// they are made. The variables, the configuration and the history have theirs in their own folders.
 
 /// The controller's event journal; joined by start-up.
 extern CRolManager Rolling;
@@ -23,9 +22,6 @@ extern UAServer uaserver;
 /// The contexts of all value variables. Only grows: the library keeps raw pointers into it, also
 /// for nodes that were removed again.
 extern std::vector<std::unique_ptr<VarContext>> varContexts;
-
-/// What the history callbacks know of the pens.
-extern RTEXContext RtexContext;
 
 /// getCountHistoryTrends() before any configuration is loaded: 100. The reads ask for the number
 /// themselves.

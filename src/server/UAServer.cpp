@@ -2,10 +2,10 @@
 
 #include <open62541/server_config_default.h>
 
-#include <csignal>
 #include <cstdint>
 #include <stdexcept>
 
+#include "server/ServerState.h"
 #include "server/config/GeneralSettings.h"
 #include "server/config/IniConfigManager.h"
 #include "server/connections/QueueingConnections.h"
@@ -14,17 +14,23 @@
 #include "server/diagnostics/SleepForever.h"
 #include "server/endpoint/Capabilities.h"
 #include "server/endpoint/ExclusivePort.h"
-#include "server/endpoint/Identity.h"
+#include "server/endpoint/LoopSignals.h"
+#include "server/endpoint/ServerConfig.h"
 #include "server/endpoint/TcpManager.h"
-#include "server/limits/BoundedLog.h"
+#include "server/history/HistoricalTree.h"
 #include "server/limits/TimerTurns.h"
-#include "server/operative/IndexedNodeStore.h"
-#include "server/operative/UaView.h"
+#include "server/nodes/IndexedNodeStore.h"
+#include "server/opcua/UaView.h"
+#include "server/operative/Folders.h"
+#include "server/operative/GroupedTree.h"
+#include "server/operative/OperativeTree.h"
+#include "server/operative/VariableAccess.h"
+#include "server/plan/TreeNames.h"
 #include "server/text/ToUTF8Converter.h"
 
 namespace {
 
-constexpr UA_UInt32 kRootFolder = 84;
+constexpr UA_LogLevel kLogLevel = UA_LOGLEVEL_ERROR;
 
 constexpr double kLongestPublishingMs = 3'600'000.0;  // one hour
 constexpr double kLongestSamplingMs = 86'400'000.0;   // one day
@@ -33,79 +39,30 @@ const std::vector<Section>& sections() {
     return IniConfigManager::instance().getSections();
 }
 
-/// Cuts the library's standard-output log. In place, because the event loop and others hold
-/// pointers to the logger that the configuration was made with; it stays allocated as the library
-/// made it.
-void setLogLevel(UA_ServerConfig& config, int level) {
-    UA_Logger logger = boundedLog(static_cast<UA_LogLevel>(level));
-    logger.clear = config.logging->clear;
-    *config.logging = logger;
+/// Its display name, as the server shows it; empty when there is no such folder.
+std::string folderName(const AddressSpace& space, int number) {
+    OwnedLocalizedText name;
+    (void)UA_Server_readDisplayName(space.server, space.numericId(static_cast<UA_UInt32>(number)),
+                                    name.get());
+    return std::string(textOf(name->text));
 }
 
-/// The library's minimal configuration, without message security, and who we are. It adds its
-/// endpoint and security policy to those that are there, so that a client would be offered the same
-/// one again for each call: the former ones are dropped first.
-void setMinimalConfig(UA_ServerConfig& config, UA_UInt16 port) {
-    for (std::size_t i = 0; i < config.securityPoliciesSize; ++i) {
-        config.securityPolicies[i].clear(&config.securityPolicies[i]);
-    }
-    UA_free(config.securityPolicies);
-    config.securityPolicies = nullptr;
-    config.securityPoliciesSize = 0;
-    UA_Array_delete(config.endpoints, config.endpointsSize,
-                    &UA_TYPES[UA_TYPES_ENDPOINTDESCRIPTION]);
-    config.endpoints = nullptr;
-    config.endpointsSize = 0;
-    (void)UA_ServerConfig_setMinimalCustomBuffer(&config, port, nullptr, 0, 0);
-    setIdentity(config);
-}
-
-// ---- Access control ----------------------------------------------------------------------------
-
-template <class Item>
-UA_Boolean denied(UA_Server* /*server*/, UA_AccessControl* /*ac*/, const UA_NodeId* /*sessionId*/,
-                  void* /*sessionContext*/, const Item* /*item*/) {
-    return false;
-}
-
-// ---- End of the server loop --------------------------------------------------------------------
-
-pthread_t loopThread;  // set before the handler that reads it is installed
-
-/// The library ends its loop on a SIGINT that waits, blocked, for the loop's thread. A SIGTERM, and
-/// a SIGINT that another thread took, become one. What is still waiting when the loop has ended is
-/// delivered to that thread and changes nothing.
-void passOnToLoop(int signal) {
-    if (signal == SIGTERM || pthread_equal(pthread_self(), loopThread) == 0) {
-        (void)pthread_kill(loopThread, SIGINT);
-    }
-}
-
-/// From here on SIGINT and SIGTERM end the loop, also one that begins later, and never the process.
-/// That stays so when the loop has ended: the clean-up may take long, and is not to be cut off.
-void endLoopOnSignals() {
-    loopThread = pthread_self();
-    sigset_t interrupt;
-    sigemptyset(&interrupt);
-    sigaddset(&interrupt, SIGINT);
-    // The library blocks it too, later, and unblocks it after its loop.
-    (void)pthread_sigmask(SIG_BLOCK, &interrupt, nullptr);
-    struct sigaction action {};
-    action.sa_handler = passOnToLoop;
-    sigemptyset(&action.sa_mask);
-    action.sa_flags = SA_RESTART;
-    for (const int signal : {SIGINT, SIGTERM}) {
-        (void)sigaction(signal, &action, nullptr);  // cannot fail for a valid signal
-    }
+/// The folder "Historical", below one with the application's name when there is such a name.
+void addHistoricalFolder(const AddressSpace& space, const std::string& applicationName) {
+    const UA_NodeId application = space.numericId(kApplicationFolder);
+    const bool named = !applicationName.empty();
+    if (named) addFixedFolder(space, application, applicationName, nullptr);
+    addFixedFolder(space, space.numericId(kHistoricalFolder), "Historical",
+                   named ? &application : nullptr);
 }
 
 }  // namespace
 
-UAServer::UAServer() : rootId_(UA_NODEID_NUMERIC(0, kRootFolder)), server_(UA_Server_new()) {
+UAServer::UAServer() : server_(UA_Server_new()), items_({}, varContexts) {
     if (server_ == nullptr) throw std::runtime_error("Failed to create server instance");
     UA_ServerConfig* const config = UA_Server_getConfig(server_);
     setMinimalConfig(*config, kFirstPort);
-    setLogLevel(*config, logLevel_);
+    setLogLevel(*config, kLogLevel);
     UA_ConnectionManager* const tcp = tcpManager(*config);
     if (tcp == nullptr) throw std::runtime_error("Failed to create server instance");
     listenExclusively(*tcp);
@@ -113,12 +70,12 @@ UAServer::UAServer() : rootId_(UA_NODEID_NUMERIC(0, kRootFolder)), server_(UA_Se
         throw std::runtime_error("Failed to create server instance");
     config->nodestore = indexVariables(config->nodestore);
     namespaceIndex_ = UA_Server_addNamespace(server_, "urn:vesk");
+    items_ = StructureItems(addressSpace(), varContexts);
     // What cannot be announced is no reason not to serve.
     (void)announceCapabilities(server_);
 }
 
 UAServer::~UAServer() {
-    UA_NodeId_clear(&rootId_);
     if (server_ != nullptr) (void)UA_Server_delete(server_);
     server_ = nullptr;
 }
@@ -175,13 +132,7 @@ void UAServer::configureApplicationName() {
 }
 
 void UAServer::denyNodeManagement() {
-    // The address space is the controller's: no client may change it, whatever the library was
-    // built with. Our own calls use the library's local session, which is not asked.
-    UA_AccessControl& access = UA_Server_getConfig(server_)->accessControl;
-    access.allowAddNode = denied<UA_AddNodesItem>;
-    access.allowAddReference = denied<UA_AddReferencesItem>;
-    access.allowDeleteNode = denied<UA_DeleteNodesItem>;
-    access.allowDeleteReference = denied<UA_DeleteReferencesItem>;
+    ::denyNodeManagement(*UA_Server_getConfig(server_));
 }
 
 // ---- Running -----------------------------------------------------------------------------------
@@ -191,4 +142,104 @@ void UAServer::run(const std::string& modeText) {
     reportRunning(modeText);
     const UA_StatusCode status = UA_Server_runUntilInterrupt(server_);
     if (status != UA_STATUSCODE_GOOD) reportStopped();
+}
+
+// ---- Folders -----------------------------------------------------------------------------------
+
+void UAServer::createFolder(UA_NodeId requestedId, char* name, UA_NodeId* parent) {
+    addFixedFolder(addressSpace(), requestedId, name, parent);
+}
+
+UA_StatusCode UAServer::createFolderRVGroup(const char* name, int parentNumber, UA_NodeId* outId) {
+    OwnedNodeId folder;
+    const UA_StatusCode status = findOrAddFolder(addressSpace(), name, parentNumber, folder);
+    if (outId != nullptr) *outId = folder.release();
+    return status;
+}
+
+// ---- Trees -------------------------------------------------------------------------------------
+
+UA_StatusCode UAServer::initializeOperativeTree() {
+    setApplicationName();
+    items_ = StructureItems(addressSpace(), varContexts);
+    return OperativeTree(addressSpace(), items_, sections()).build(applicationNameUtf8());
+}
+
+UA_StatusCode UAServer::createStructure(UARTEXVariable* variable, int tagNumber,
+                                        std::string prefix) {
+    return OperativeTree(addressSpace(), items_, sections())
+        .addStructure(*variable, tagNumber, prefix);
+}
+
+UA_StatusCode UAServer::createUAItems(UARTEXVariable* variable, int tagNumber,
+                                      const std::string& parentId, const std::string& itemPrefix,
+                                      const std::string& mode, int groupNumber,
+                                      const std::map<int, int>& groupMap) {
+    if (variable == nullptr || server_ == nullptr) return UA_STATUSCODE_BADINTERNALERROR;
+    const auto source = entrySource(mode, groupNumber, groupMap);
+    if (!source) return UA_STATUSCODE_GOOD;
+    return items_.add(*variable, tagNumber, parentId, itemPrefix, sections(),
+                      {*source, groupNumber});
+}
+
+UA_StatusCode UAServer::initializeOperativeTreeGroup() {
+    return GroupedTree(addressSpace(), items_, sections()).build(applicationNameUtf8());
+}
+
+UA_StatusCode UAServer::createStructureGroup(UARTEXVariable* variable, int tagNumber,
+                                             const std::string& prefix, int groupFolder,
+                                             const std::map<int, int>& groupMap) {
+    return GroupedTree(addressSpace(), items_, sections())
+        .addStructure(*variable, tagNumber, prefix,
+                      {groupWithFolder(groupFolder, groupMap), groupFolder,
+                       folderName(addressSpace(), groupFolder), TagLists{}});
+}
+
+UA_StatusCode UAServer::initializeHistoryTree(UA_HistoryDataBackend& backend,
+                                              UA_HistoryDataGathering& gathering,
+                                              UA_HistorizingNodeIdSettings& settings) {
+    const std::string application = applicationNameUtf8();
+    addHistoricalFolder(addressSpace(), application);
+    return createHistoricalStructure(backend, gathering, settings, historicalPrefix(application));
+}
+
+UA_StatusCode UAServer::createHistoricalStructure(UA_HistoryDataBackend& backend,
+                                                  UA_HistoryDataGathering& gathering,
+                                                  UA_HistorizingNodeIdSettings& settings,
+                                                  const std::string& baseName) {
+    return HistoricalTree(addressSpace(), RtexContext)
+        .build({backend, gathering, settings}, sections(), baseName);
+}
+
+UA_StatusCode UAServer::createHistoryTag(const UA_NodeId& parent, int plotter,
+                                         const PenLists& penLists, IHDA_BrowseConfig& browse,
+                                         UA_HistoryDataBackend& backend,
+                                         UA_HistoryDataGathering& gathering,
+                                         UA_HistorizingNodeIdSettings& settings,
+                                         const std::string& folder, const std::string& baseName) {
+    return HistoricalTree(addressSpace(), RtexContext)
+        .addPlotter({backend, gathering, settings}, {plotter, parent, folder}, penLists, browse,
+                    baseName);
+}
+
+std::string UAServer::formHistoryTagName(int plotter, int pen, int variableNum,
+                                         std::string_view kindWord) const {
+    return historyTagName(plotter, pen, variableNum, kindWord);
+}
+
+// ---- Callbacks ---------------------------------------------------------------------------------
+
+UA_StatusCode UAServer::readNodeValue(UA_Server* server, const UA_NodeId* sessionId,
+                                      void* sessionContext, const UA_NodeId* nodeId,
+                                      void* nodeContext, UA_Boolean includeSourceTimeStamp,
+                                      const UA_NumericRange* range, UA_DataValue* value) noexcept {
+    return readVariable(server, sessionId, sessionContext, nodeId, nodeContext,
+                        includeSourceTimeStamp, range, value);
+}
+
+UA_StatusCode UAServer::writeNodeValue(UA_Server* server, const UA_NodeId* sessionId,
+                                       void* sessionContext, const UA_NodeId* nodeId,
+                                       void* nodeContext, const UA_NumericRange* range,
+                                       const UA_DataValue* value) noexcept {
+    return writeVariable(server, sessionId, sessionContext, nodeId, nodeContext, range, value);
 }

@@ -3,26 +3,24 @@
 #include <open62541/plugin/historydata/history_data_gathering.h>
 #include <open62541/server.h>
 
-#include <array>
 #include <map>
 #include <string>
 #include <string_view>
 #include <vector>
 
-#include "server/attributes/ItemPlan.h"
-#include "server/attributes/PublishedType.h"
-#include "server/config/PlotterSelection.h"
+#include "server/opcua/AddressSpace.h"
+#include "server/operative/StructureItems.h"
+#include "server/plan/PlotterSelection.h"
 
 class IHDA_BrowseConfig;
 class UARTEXVariable;
-struct TagGroup;
 
 /// The OPC UA server of the process: owns the library's server instance, knows the endpoint's
 /// settings and builds the address space. One object, `uaserver`. Main thread; the library calls
 /// back on the same thread while run() is under way.
 class UAServer {
   public:
-    // ---- The instance and its endpoint (UAServer.cpp) ----
+    // ---- The instance and its endpoint ----
 
     /// Makes a server instance with the namespace "urn:vesk"; the library's log is cut to errors.
     /// @throws std::runtime_error "Failed to create server instance"
@@ -58,7 +56,7 @@ class UAServer {
     UA_Server* instance() const { return server_; }
     UA_UInt16 namespaceIndex() const { return namespaceIndex_; }
 
-    // ---- Folders (operative/Folders.cpp) ----
+    // ---- Folders ----
 
     /// Adds a folder below `parent`, or below the Objects folder when that is null. A failure is
     /// not reported: the fixed folders are made once, and nodes below a missing one report the
@@ -72,7 +70,7 @@ class UAServer {
     /// @return the status of the add that failed, which is logged too
     UA_StatusCode createFolderRVGroup(const char* name, int parentNumber, UA_NodeId* outId);
 
-    // ---- Operative tree (operative/OperativeTree.cpp, operative/StructureItems.cpp) ----
+    // ---- Operative tree ----
 
     /// Builds folders, structures and value variables of every configured tag.
     /// @return Good unless the "Operative" folder could not be made; failures of single tags are
@@ -93,7 +91,7 @@ class UAServer {
                                 const std::string& mode, int groupNumber,
                                 const std::map<int, int>& groupMap);
 
-    // ---- Tag groups (operative/GroupedTree.cpp) ----
+    // ---- Tag groups ----
 
     /// Builds the folder of every group below "Operative", with the structures of its tags. The
     /// flat tree was built before: it makes the parent folder and reads the application name.
@@ -110,7 +108,7 @@ class UAServer {
                                        const std::string& prefix, int groupFolder,
                                        const std::map<int, int>& groupMap);
 
-    // ---- Historical tree (history/HistoricalTree.cpp) ----
+    // ---- Historical tree ----
 
     /// Builds the folder "Historical" with a folder for each plotter that the configuration names,
     /// and their pens in it, and registers the pens with the library's gathering. Before the server
@@ -144,7 +142,7 @@ class UAServer {
     std::string formHistoryTagName(int plotter, int pen, int variableNum,
                                    std::string_view kindWord) const;
 
-    // ---- Callbacks of the value variables (operative/NodeCallbacks.cpp) ----
+    // ---- Callbacks of the value variables ----
 
     /// Read callback of every value variable. Called by the library on the server thread, once per
     /// read and three times while the node is made.
@@ -171,26 +169,13 @@ class UAServer {
                                         const UA_DataValue* value) noexcept;
 
   private:
-    void createOperativeFolders();
+    AddressSpace addressSpace() const { return {server_, namespaceIndex_}; }
     std::string applicationNameUtf8() const;
-    void publishListedTags();
-    void publishGroupedTags(const std::vector<TagGroup>& groups);
-    void removeFolder(std::uint32_t folderId);
-    bool folderExists(std::uint32_t folderId) const;
-    UA_StatusCode addStructureObject(const std::string& structId, const UA_NodeId& parent);
-    void rollBackStructure(const std::string& structId, std::string_view word);
-    const ItemPlan& itemPlan(UARTEXVariable& variable, const PublishedType& published,
-                             const std::string& mode, int groupNumber,
-                             const std::map<int, int>& groupMap);
 
-    UA_NodeId rootId_;
     UA_UInt16 namespaceIndex_ = 1;
     int port_ = 0;
-    int logLevel_ = UA_LOGLEVEL_ERROR;
     double samplingIntervalMs_ = 500.0;
     std::string applicationNameCp866_;
-    /// By getRVType(): true while no value variable of that sub-kind was made.
-    std::array<bool, 3> rvFolderUnused_ = {true, true, true};
-    ItemPlans itemPlans_;
     UA_Server* server_ = nullptr;  // owned
+    StructureItems items_;
 };

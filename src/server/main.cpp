@@ -2,10 +2,7 @@
 #include <csignal>
 #include <cstdio>
 
-#include "server/ServerState.h"
-#include "server/history/HistoryAccess.h"
 #include "server/memory/FreeMemory.h"
-#include "server/startup/ControllerJournal.h"
 #include "server/startup/StartupSequence.h"
 
 /// Who reads our output, or the log when that is a FIFO, may end at any moment: we go on. Before
@@ -20,13 +17,5 @@ int main() {
     // that is given no buffer.
     static std::array<char, BUFSIZ> lineBuffer;
     (void)std::setvbuf(stdout, lineBuffer.data(), _IOLBF, lineBuffer.size());
-    Subsystems subsystems;
-    ControllerJournal journal(Rolling);
-    subsystems.openJournal = [&] { return journal.open(); };
-    subsystems.buildGroups = [](UAServer& server) { return server.initializeOperativeTreeGroup(); };
-    HistoryAccess history;
-    subsystems.installHistory = [&](UAServer& server) { history.install(server); };
-    subsystems.buildHistory = [&](UAServer& server) { return history.build(server); };
-    subsystems.returnFreeMemory = returnFreeMemory;
-    return runStartupSequence(subsystems);
+    return runStartupSequence(returnFreeMemory);
 }

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "support/basics.h"
+#include "tests/support/basics.h"
 
 /// Collects what is written to a descriptor, so that perror and printf are seen as an operator sees
 /// them. From construction to text() or the end of the scope.

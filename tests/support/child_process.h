@@ -1,7 +1,7 @@
 #pragma once
 
-#include "support/capture.h"
-#include "support/wait_until.h"
+#include "tests/support/capture.h"
+#include "tests/support/wait_until.h"
 
 /// A forked copy of the test that runs a function: another process of the controller, or a fresh
 /// one for what a process keeps once it has read it. Its output is collected. A GoogleTest

@@ -1,4 +1,4 @@
-#include "support/operator_view.h"
+#include "tests/support/operator_view.h"
 
 // Linked into suites whose code asks who the controller is: the answer is read once per process, so
 // the file is there before the first test.

@@ -1,4 +1,4 @@
-#include "support/controller_database.h"
+#include "tests/support/controller_database.h"
 
 #include <fcntl.h>
 #include <sys/prctl.h>
@@ -9,8 +9,8 @@
 #include "sim/layout/attribute_files.h"
 #include "sim/layout/types.h"
 #include "sim/type_query.h"
-#include "support/files.h"
-#include "support/wait_until.h"
+#include "tests/support/files.h"
+#include "tests/support/wait_until.h"
 
 // Behind the folders' table of the libraries, before objects without a priority.
 [[gnu::init_priority(201)]] ControllerDatabase database;

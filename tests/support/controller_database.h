@@ -2,7 +2,7 @@
 
 #include "sim/layout/little_endian.h"
 #include "sim/memory/database_memory.h"
-#include "support/basics.h"
+#include "tests/support/basics.h"
 
 /// A controller's real-time database for tests in the sandbox: key files and attribute descriptions
 /// below /zrt, the tables and counts in shared memory, and a process "VsBASE" that answers the type

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "support/basics.h"
+#include "tests/support/basics.h"
 
 inline std::string readFile(const std::string& path) {
     std::ifstream file(path, std::ios::binary);

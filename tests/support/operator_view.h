@@ -1,7 +1,7 @@
 #pragma once
 
 #include "server/diagnostics/EventJournal.h"
-#include "support/files.h"
+#include "tests/support/files.h"
 
 // What an operator sees of the server: the lines of its log and the messages in the journal. For
 // tests in the sandbox, where /zrt is a folder of their own.

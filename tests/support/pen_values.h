@@ -1,7 +1,7 @@
 #pragma once
 
 #include "jxotr/IHDA_SyncRead.h"
-#include "support/basics.h"
+#include "tests/support/basics.h"
 
 /// What a server reads of a pen.
 struct PenValues {

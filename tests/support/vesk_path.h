@@ -2,7 +2,7 @@
 
 #include "lib/util/ipc_objects.h"
 #include "lib/util/veskpath.h"
-#include "support/basics.h"
+#include "tests/support/basics.h"
 
 /// An installation folder of its own with all key files, set as VESKPATH for this process (SRV_Path
 /// included) and the ones it starts. At its end VESKPATH is unset, and every segment, semaphore and

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "support/basics.h"
+#include "tests/support/basics.h"
 
 /// Waits until a condition holds, looking every 2 ms.
 /// @return false when it does not by the deadline.

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "server/attributes/TagConfig.h"
+#include "server/plan/TagConfig.h"
 #include "server/text/ToUTF8Converter.h"
 
 namespace opcuacheck {

@@ -5,10 +5,10 @@
 #include <set>
 #include <unordered_map>
 
-#include "server/attributes/AccessTypeAtr.h"
-#include "server/attributes/TagConfig.h"
 #include "server/config/NumberLists.h"
 #include "server/config/SectionNames.h"
+#include "server/kinds/AccessTypeAtr.h"
+#include "server/plan/TagConfig.h"
 #include "tools/opcuacheck/finding.h"
 #include "tools/opcuacheck/nearest.h"
 

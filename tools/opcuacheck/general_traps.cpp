@@ -2,8 +2,8 @@
 #include <set>
 #include <string_view>
 
-#include "server/attributes/TagConfig.h"
 #include "server/config/GeneralSettings.h"
+#include "server/plan/TagConfig.h"
 #include "tools/opcuacheck/finding.h"
 
 namespace opcuacheck {

@@ -1,9 +1,9 @@
 #include <algorithm>
 #include <limits>
 
-#include "server/attributes/TagConfig.h"
 #include "server/config/NumberLists.h"
 #include "server/config/SectionNames.h"
+#include "server/plan/TagConfig.h"
 #include "tools/opcuacheck/finding.h"
 
 namespace opcuacheck {

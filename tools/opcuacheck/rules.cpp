@@ -4,7 +4,7 @@
 #include <map>
 #include <optional>
 
-#include "server/config/ConfigBounds.h"
+#include "server/bounds/ConfigBounds.h"
 
 namespace opcuacheck {
 

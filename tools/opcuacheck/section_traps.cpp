@@ -3,10 +3,10 @@
 #include <set>
 #include <unordered_map>
 
-#include "server/attributes/TagConfig.h"
-#include "server/attributes/TreeNames.h"
 #include "server/config/NumberLists.h"
 #include "server/config/SectionNames.h"
+#include "server/plan/TagConfig.h"
+#include "server/plan/TreeNames.h"
 #include "tools/opcuacheck/finding.h"
 
 namespace opcuacheck {

@@ -3,10 +3,10 @@
 #include <unordered_map>
 #include <utility>
 
-#include "server/attributes/TagConfig.h"
 #include "server/config/GeneralSettings.h"
 #include "server/config/ListSections.h"
 #include "server/config/SectionNames.h"
+#include "server/plan/TagConfig.h"
 #include "tools/opcuacheck/finding.h"
 #include "tools/opcuacheck/nearest.h"
 

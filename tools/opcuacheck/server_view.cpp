@@ -5,14 +5,14 @@
 #include <set>
 #include <utility>
 
-#include "server/attributes/AccessTypeAtr.h"
-#include "server/attributes/TagConfig.h"
 #include "server/config/ConfigState.h"
 #include "server/config/GeneralSettings.h"
 #include "server/config/IniConfigManager.h"
 #include "server/config/ListSections.h"
 #include "server/config/SectionNames.h"
 #include "server/diagnostics/MsgHandler.h"
+#include "server/kinds/AccessTypeAtr.h"
+#include "server/plan/TagConfig.h"
 #include "server/text/ToUTF8Converter.h"
 
 namespace opcuacheck {
@@ -127,8 +127,8 @@ class TreeWork {
         if (view_.groups.empty()) return;
         for (const VariableType kind : kWalk) {
             for (int tag = 1; tag <= countOf(kind); ++tag) {
-                for (const int folder : membership.foldersOf(kind, tag)) {
-                    publish(kind, tag, folder);
+                for (const TagGroup* const group : membership.groupsOf(kind, tag)) {
+                    publish(kind, tag, group->folderId);
                 }
             }
         }
@@ -177,18 +177,17 @@ class TreeWork {
     const TypeItems& itemsOf(const PublishedType& type, int groupFolder) {
         const auto [place, isNew] = view_.items.try_emplace(std::pair(type.folderId, groupFolder));
         if (!isNew) return place->second;
-        static const std::map<int, int> kNoGroups;
-        const auto& groupMap = groupFolder == 0 ? kNoGroups : view_.groupMap;
-        std::vector<TagInfo> entries = readTagConfig(
-            sections_, type.marker, groupFolder == 0 ? "main" : "group", groupFolder, groupMap);
+        const auto group = std::ranges::find(view_.groups, groupFolder, &TagGroup::folderId);
+        const EntrySource source =
+            group == view_.groups.end() ? EntrySource::flat() : group->entries;
+        std::vector<TagInfo> entries = readTagConfig(sections_, type.marker, source);
         if (database_.attributes) {
             const auto& known = (*database_.attributes)[static_cast<std::size_t>(type.kind)];
             noteMissing(entries, type, [&](int number) {
                 return static_cast<std::size_t>(number) <= known.size();
             });
         }
-        return place->second =
-                   outcomeOf(makeItemPlan(std::move(entries), type, groupFolder, groupMap), type);
+        return place->second = outcomeOf(makeItemPlan(std::move(entries), type, source), type);
     }
 
     void noteConflict(VariableType kind, int tag, int groupFolder, int owner) {
@@ -247,7 +246,6 @@ void workOutTrees(ServerView& view, const Database& database) {
         if (isFlatSection(section.name)) readTagLists(section, view.flat);
     }
     view.groups = readTagGroups(sections);
-    view.groupMap = groupMapOf(view.groups);
     TreeWork(view, sections, database).run();
 }
 

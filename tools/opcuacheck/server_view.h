@@ -5,11 +5,11 @@
 #include <string>
 #include <vector>
 
-#include "server/attributes/ItemPlan.h"
-#include "server/attributes/TagGroups.h"
 #include "server/config/NumberLists.h"
-#include "server/config/PlotterSelection.h"
 #include "server/diagnostics/OperatorMessages.h"
+#include "server/plan/ItemPlan.h"
+#include "server/plan/PlotterSelection.h"
+#include "server/plan/TagGroups.h"
 #include "tools/opcuacheck/database.h"
 
 namespace opcuacheck {
@@ -59,7 +59,6 @@ struct ServerView {
     bool worked = false;
     TagLists flat;
     std::vector<TagGroup> groups;
-    std::map<int, int> groupMap;
     std::vector<PublishedTag> tags;  ///< in the server's order
     std::vector<TagConflict> conflicts;
     std::map<std::pair<unsigned, int>, TypeItems>

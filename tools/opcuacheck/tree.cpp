@@ -4,8 +4,8 @@
 #include <set>
 #include <utility>
 
-#include "server/attributes/AccessTypeAtr.h"
-#include "server/attributes/TreeNames.h"
+#include "server/kinds/AccessTypeAtr.h"
+#include "server/plan/TreeNames.h"
 #include "tools/opcuacheck/finding.h"
 
 namespace opcuacheck {

@@ -21,7 +21,7 @@ static constexpr const char* kFooter =
     "до конца.";
 
 static std::string urlProblem(std::string& url) {
-    const UA_String text = borrowed(url);
+    const UA_String text = uaView(url);
     UA_String host = UA_STRING_NULL;
     UA_String path = UA_STRING_NULL;
     UA_UInt16 port = 0;

@@ -92,7 +92,7 @@ std::vector<const Child*> matchingPens(const std::vector<Child>& pens, const std
     std::vector<const Child*> matching;
     for (const Child& pen : pens) {
         if (pen.id->identifierType != UA_NODEIDTYPE_STRING) continue;
-        const std::string id = lowered(viewOf(pen.id->identifier.string));
+        const std::string id = lowered(textOf(pen.id->identifier.string));
         if (id.find(part) != std::string::npos) matching.push_back(&pen);
     }
     return matching;
@@ -101,7 +101,7 @@ std::vector<const Child*> matchingPens(const std::vector<Child>& pens, const std
 static std::string idText(const UA_NodeId& id) {
     UA_String text = UA_STRING_NULL;
     if (UA_NodeId_print(&id, &text) != UA_STATUSCODE_GOOD) return "?";
-    std::string result = printable(viewOf(text));
+    std::string result = printable(textOf(text));
     UA_String_clear(&text);
     return result;
 }
@@ -150,7 +150,7 @@ class HistoryCommand {
     ExitStatus choosePen() {
         if (!options_.nodeId.empty()) {
             // The text was checked with the command line.
-            static_cast<void>(UA_NodeId_parse(node_.get(), borrowed(options_.nodeId)));
+            static_cast<void>(UA_NodeId_parse(node_.get(), uaView(options_.nodeId)));
             return kDone;
         }
         std::vector<Child> pens;

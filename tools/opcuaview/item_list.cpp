@@ -12,7 +12,7 @@
 namespace opcuaview {
 
 static UA_StatusCode parsed(const std::string& text, NodeId& id) {
-    return UA_NodeId_parse(id.get(), borrowed(text));
+    return UA_NodeId_parse(id.get(), uaView(text));
 }
 
 bool isNodeId(const std::string& text) {
@@ -135,7 +135,7 @@ class TreeWalk {
     bool matches(const UA_NodeId& id) const {
         if (filters_.empty()) return true;
         if (id.identifierType != UA_NODEIDTYPE_STRING) return false;
-        const std::string text = lowered(viewOf(id.identifier.string));
+        const std::string text = lowered(textOf(id.identifier.string));
         return std::any_of(filters_.begin(), filters_.end(), [&](const std::string& filter) {
             return text.find(filter) != std::string::npos;
         });

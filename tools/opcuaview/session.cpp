@@ -40,7 +40,7 @@ UA_StatusCode Session::connect() {
     if (client_ == nullptr) return UA_STATUSCODE_BADOUTOFMEMORY;
     const UA_StatusCode status = UA_Client_connect(client_.get(), url_.c_str());
     if (status != UA_STATUSCODE_GOOD) return status;
-    return UA_Client_getNamespaceIndex(client_.get(), borrowed(kServerNamespace), &namespaceIndex_);
+    return UA_Client_getNamespaceIndex(client_.get(), uaView(kServerNamespace), &namespaceIndex_);
 }
 
 /// Moves the references into the server's namespace out of `result` and to the end of `children`.
@@ -51,7 +51,7 @@ static void takeChildren(UA_BrowseResult& result, UA_UInt16 namespaceIndex,
         UA_ReferenceDescription& reference = result.references[i];
         UA_NodeId& target = reference.nodeId.nodeId;
         if (reference.nodeId.serverIndex != 0 || target.namespaceIndex != namespaceIndex) continue;
-        children.push_back({NodeId{target}, printable(viewOf(reference.displayName.text)),
+        children.push_back({NodeId{target}, printable(textOf(reference.displayName.text)),
                             reference.nodeClass == UA_NODECLASS_VARIABLE,
                             UA_NodeId_equal(&reference.typeDefinition.nodeId, &folderType)});
         UA_NodeId_init(&target);  // owned by the child now

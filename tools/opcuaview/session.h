@@ -8,10 +8,19 @@
 #include <string_view>
 #include <vector>
 
+#include "server/opcua/UaHandle.h"
+#include "server/opcua/UaView.h"
 #include "tools/opcuaview/history_pager.h"
-#include "tools/opcuaview/ua_handle.h"
 
 namespace opcuaview {
+
+using NodeId = OwnedNodeId;
+using DataValue = OwnedDataValue;
+using ByteString = UaHandle<UA_ByteString, UA_TYPES_BYTESTRING>;
+using BrowseResponse = UaHandle<UA_BrowseResponse, UA_TYPES_BROWSERESPONSE>;
+using BrowseNextResponse = UaHandle<UA_BrowseNextResponse, UA_TYPES_BROWSENEXTRESPONSE>;
+using HistoryReadResponse = UaHandle<UA_HistoryReadResponse, UA_TYPES_HISTORYREADRESPONSE>;
+using ReadResponse = UaHandle<UA_ReadResponse, UA_TYPES_READRESPONSE>;
 
 /// The namespace of everything that the controller's server publishes.
 inline constexpr std::string_view kServerNamespace = "urn:vesk";

@@ -4,9 +4,9 @@
 #include <new>
 #include <vector>
 
-#include "standin/definitions.h"
-#include "standin/places.h"
-#include "standin/results.h"
+#include "platform/trends/standin/definitions.h"
+#include "platform/trends/standin/places.h"
+#include "platform/trends/standin/results.h"
 
 namespace {
 

@@ -9,10 +9,10 @@
 #include <new>
 #include <vector>
 
-#include "standin/archive_reader.h"
-#include "standin/definitions.h"
-#include "standin/places.h"
-#include "standin/results.h"
+#include "platform/trends/standin/archive_reader.h"
+#include "platform/trends/standin/definitions.h"
+#include "platform/trends/standin/places.h"
+#include "platform/trends/standin/results.h"
 
 namespace {
 

@@ -1,10 +1,10 @@
-#include "standin/archive_reader.h"
+#include "platform/trends/standin/archive_reader.h"
 
 #include <algorithm>
 #include <limits>
 #include <utility>
 
-#include "standin/schema.h"
+#include "platform/trends/standin/schema.h"
 
 namespace trends {
 

@@ -5,9 +5,9 @@
 #include <string>
 #include <vector>
 
-#include "standin/batch.h"
-#include "standin/chunk.h"
-#include "standin/sqlite_database.h"
+#include "platform/trends/standin/batch.h"
+#include "platform/trends/standin/chunk.h"
+#include "platform/trends/standin/sqlite_database.h"
 
 namespace trends {
 

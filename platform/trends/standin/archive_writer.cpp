@@ -1,12 +1,12 @@
-#include "standin/archive_writer.h"
+#include "platform/trends/standin/archive_writer.h"
 
 #include <algorithm>
 #include <string>
 #include <vector>
 
-#include "standin/batch.h"
-#include "standin/schema.h"
-#include "standin/upgrade.h"
+#include "platform/trends/standin/batch.h"
+#include "platform/trends/standin/schema.h"
+#include "platform/trends/standin/upgrade.h"
 
 namespace trends {
 

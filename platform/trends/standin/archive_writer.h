@@ -7,10 +7,10 @@
 #include <optional>
 #include <string>
 
-#include "standin/chunk.h"
-#include "standin/chunk_table.h"
-#include "standin/definitions.h"
-#include "standin/sqlite_database.h"
+#include "platform/trends/standin/chunk.h"
+#include "platform/trends/standin/chunk_table.h"
+#include "platform/trends/standin/definitions.h"
+#include "platform/trends/standin/sqlite_database.h"
 
 namespace trends {
 

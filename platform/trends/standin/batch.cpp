@@ -1,4 +1,4 @@
-#include "standin/batch.h"
+#include "platform/trends/standin/batch.h"
 
 namespace trends {
 

@@ -4,8 +4,8 @@
 #include <span>
 #include <vector>
 
-#include "standin/chunk.h"
-#include "standin/leb128.h"
+#include "platform/trends/standin/chunk.h"
+#include "platform/trends/standin/leb128.h"
 
 // A batch is what one commit appends: the new values of all pens in one row, so that a commit
 // changes one page of the file and not one a pen.

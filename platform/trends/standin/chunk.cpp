@@ -1,10 +1,10 @@
-#include "standin/chunk.h"
+#include "platform/trends/standin/chunk.h"
 
 #include <bit>
 #include <cstring>
 
 #include "jxotr/opchda.h"
-#include "standin/schema.h"
+#include "platform/trends/standin/schema.h"
 
 namespace trends {
 

@@ -4,7 +4,7 @@
 #include <span>
 #include <vector>
 
-#include "standin/leb128.h"
+#include "platform/trends/standin/leb128.h"
 
 // Most of the archive are chunks: runs of one pen's values in order of time, packed, each a row of
 // the archive's table.

@@ -1,4 +1,4 @@
-#include "standin/chunk_table.h"
+#include "platform/trends/standin/chunk_table.h"
 
 namespace trends {
 

@@ -2,8 +2,8 @@
 
 #include <cstdint>
 
-#include "standin/chunk.h"
-#include "standin/sqlite_database.h"
+#include "platform/trends/standin/chunk.h"
+#include "platform/trends/standin/sqlite_database.h"
 
 namespace trends {
 

@@ -1,4 +1,4 @@
-#include "standin/definitions.h"
+#include "platform/trends/standin/definitions.h"
 
 #include <charconv>
 #include <fstream>

@@ -1,4 +1,4 @@
-#include "standin/places.h"
+#include "platform/trends/standin/places.h"
 
 #include <cstdlib>
 

@@ -1,4 +1,4 @@
-#include "standin/sqlite_database.h"
+#include "platform/trends/standin/sqlite_database.h"
 
 #include <limits>
 

@@ -1,9 +1,9 @@
-#include "standin/upgrade.h"
+#include "platform/trends/standin/upgrade.h"
 
 #include <vector>
 
-#include "standin/chunk_table.h"
-#include "standin/schema.h"
+#include "platform/trends/standin/chunk_table.h"
+#include "platform/trends/standin/schema.h"
 
 namespace trends {
 

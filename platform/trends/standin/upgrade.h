@@ -1,6 +1,6 @@
 #pragma once
 
-#include "standin/sqlite_database.h"
+#include "platform/trends/standin/sqlite_database.h"
 
 namespace trends {
 

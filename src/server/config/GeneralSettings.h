@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-#include "server/config/ConfigBounds.h"
+#include "server/bounds/ConfigBounds.h"
 #include "server/config/Section.h"
 
 // The endpoint's settings as the loaded configuration has them. Keys are compared with case and

@@ -2,14 +2,12 @@
 
 #include <sys/stat.h>
 
-#include <algorithm>
 #include <array>
 #include <fstream>
 #include <iterator>
 #include <memory>
 
 #include "server/config/ConfigLines.h"
-#include "server/config/SectionNames.h"
 
 // ---- One reading for all searches --------------------------------------------------------------
 
@@ -68,15 +66,14 @@ std::int32_t findLineNumberParam(const std::string& path, const std::string& key
 
 std::int32_t findLineNumberTagConf(const std::string& path, const std::string& key, int groupFolder,
                                    const std::map<int, int>& groupMap) {
+    const bool flat = groupMap.empty() || groupFolder == 0;
+    return lineOfEntry(path, key,
+                       flat ? EntrySource::flat() : groupWithFolder(groupFolder, groupMap));
+}
+
+std::int32_t lineOfEntry(const std::string& path, const std::string& key,
+                         const EntrySource& source) {
     const ConfigLines& lines = linesOf(path);
-    if (groupMap.empty() || groupFolder == 0) {
-        return lines.firstEntry(key, isFlatSection);
-    }
-    const auto group = std::find_if(
-        groupMap.begin(), groupMap.end(),
-        [=](const auto& numberAndFolder) { return numberAndFolder.second == groupFolder; });
-    if (group == groupMap.end()) return lines.lineCount() + 1;
-    const std::string wanted = std::string(kGroupSection) + std::to_string(group->first);
-    return lines.firstEntry(
-        key, [&wanted](const std::string& name) { return name.find(wanted) != std::string::npos; });
+    if (!source.hasLines()) return lines.lineCount() + 1;
+    return lines.firstEntry(key, [&source](const std::string& name) { return source.takes(name); });
 }

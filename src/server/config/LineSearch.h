@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "server/config/EntrySource.h"
+
 // Where in the configuration file is it? The loaded sections keep no line numbers, so a message
 // that names a line finds it again in the file's text. Lines count from 1. When nothing matches the
 // answer is the number of lines plus 1, hence 1 for a file that cannot be read. Names are CP866,
@@ -25,8 +27,11 @@
                                                std::vector<std::int32_t>& usedLineNumbers);
 
 /// The first line of an attribute entry, `key` and "=", inside the sections that the entry was
-/// taken from: those named "Attributes" for the flat tree, else all whose name contains
-/// "Attributes_Group" and the group's number.
+/// taken from.
+[[nodiscard]] std::int32_t lineOfEntry(const std::string& path, const std::string& key,
+                                       const EntrySource& source);
+
+/// The same for a group as the interface hands it over.
 /// @param groupFolder  number of the group's folder node; 0 for the flat tree
 /// @param groupMap     group number -> number of its folder node; empty for the flat tree. A folder
 ///                     that is not in it has no section.

@@ -6,7 +6,7 @@
 #include <ctime>
 
 #include "server/limits/Limits.h"
-#include "server/operative/UaView.h"
+#include "server/opcua/UaView.h"
 
 namespace {
 

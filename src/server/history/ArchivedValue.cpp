@@ -3,8 +3,8 @@
 #include <cmath>
 #include <limits>
 
-#include "server/variables/OwnScalar.h"
-#include "server/variables/TimeQuality.h"
+#include "server/opcua/OwnScalar.h"
+#include "server/values/TimeQuality.h"
 
 namespace {
 

@@ -1,14 +1,13 @@
+#include "server/history/HistoricalTree.h"
+
 #include <algorithm>
 #include <limits>
 #include <optional>
 
 #include "jxotr/IHDA_BrowseConfig.h"
-#include "server/ServerState.h"
-#include "server/UAServer.h"
-#include "server/attributes/TreeNames.h"
-#include "server/config/IniConfigManager.h"
 #include "server/history/RTEXContext.h"
-#include "server/operative/UaView.h"
+#include "server/opcua/UaView.h"
+#include "server/plan/TreeNames.h"
 
 namespace {
 
@@ -74,13 +73,13 @@ void describeType(std::int16_t valueType, UA_VariableAttributes& attributes) {
     attributes.dataType = attributes.value.type->typeId;
 }
 
-UA_StatusCode addPlotterFolder(UAServer& server, const std::string& name) {
-    const UA_UInt16 ns = server.namespaceIndex();
+UA_StatusCode addPlotterFolder(const AddressSpace& space, const std::string& name) {
+    const UA_UInt16 ns = space.ns;
     UA_ObjectAttributes attributes = UA_ObjectAttributes_default;
     attributes.displayName = uaTextView("ru-RU", name);
     attributes.description = uaTextView("ru-RU", name);
     return UA_Server_addObjectNode(
-        server.instance(), uaNodeIdView(ns, name), UA_NODEID_NUMERIC(ns, kHistoricalFolder),
+        space.server, uaNodeIdView(ns, name), space.numericId(kHistoricalFolder),
         UA_NODEID_NUMERIC(0, kHasComponent), uaNameView(ns, name),
         UA_NODEID_NUMERIC(0, kBaseObjectType), attributes, nullptr, nullptr);
 }
@@ -93,31 +92,32 @@ struct PenToPublish {
     PenIds ids;
 };
 
-UA_StatusCode addPenNode(UAServer& server, const UA_NodeId& parent, const PenToPublish& pen) {
-    const UA_UInt16 ns = server.namespaceIndex();
+UA_StatusCode addPenNode(const AddressSpace& space, const UA_NodeId& parent,
+                         const PenToPublish& pen) {
+    const UA_UInt16 ns = space.ns;
     UA_VariableAttributes attributes = UA_VariableAttributes_default;
     attributes.displayName = uaTextView("ru-RU", pen.tagName);
     attributes.description = uaTextView("ru-RU", pen.ids.description);
     attributes.accessLevel = UA_ACCESSLEVELMASK_READ | UA_ACCESSLEVELMASK_HISTORYREAD;
     attributes.historizing = true;
     describeType(pen.valueType, attributes);
-    return UA_Server_addVariableNode(server.instance(), uaNodeIdView(ns, pen.ids.nodeId), parent,
+    return UA_Server_addVariableNode(space.server, uaNodeIdView(ns, pen.ids.nodeId), parent,
                                      UA_NODEID_NUMERIC(0, kOrganizes), uaNameView(ns, pen.tagName),
                                      UA_NODEID_NUMERIC(0, kBaseDataVariableType), attributes,
                                      nullptr, nullptr);
 }
 
 /// Adds the pen's node and registers it with the library and the history callbacks.
-UA_StatusCode publishPen(UAServer& server, const UA_NodeId& parent,
+UA_StatusCode publishPen(const AddressSpace& space, RTEXContext& context, const UA_NodeId& parent,
                          const UA_HistoryDataGathering& gathering,
                          const UA_HistorizingNodeIdSettings& settings, const PenToPublish& pen) {
-    UA_StatusCode status = addPenNode(server, parent, pen);
+    UA_StatusCode status = addPenNode(space, parent, pen);
     if (status != UA_STATUSCODE_GOOD) return status;
-    const UA_NodeId id = uaNodeIdView(server.namespaceIndex(), pen.ids.nodeId);
-    status = gathering.registerNodeId(server.instance(), gathering.context, &id, settings);
+    const UA_NodeId id = uaNodeIdView(space.ns, pen.ids.nodeId);
+    status = gathering.registerNodeId(space.server, gathering.context, &id, settings);
     if (status != UA_STATUSCODE_GOOD) return status;
-    RtexContext.plotterByNode.try_emplace(pen.ids.nodeId, pen.plotter);
-    RtexContext.penByNode.try_emplace(pen.ids.nodeId, pen.pen);
+    context.plotterByNode.try_emplace(pen.ids.nodeId, pen.plotter);
+    context.penByNode.try_emplace(pen.ids.nodeId, pen.pen);
     return UA_STATUSCODE_GOOD;
 }
 
@@ -125,57 +125,37 @@ UA_StatusCode publishPen(UAServer& server, const UA_NodeId& parent,
 
 // ---- The tree ----------------------------------------------------------------------------------
 
-UA_StatusCode UAServer::initializeHistoryTree(UA_HistoryDataBackend& backend,
-                                              UA_HistoryDataGathering& gathering,
-                                              UA_HistorizingNodeIdSettings& settings) {
-    const std::string application = applicationNameUtf8();
-    UA_NodeId applicationFolder = UA_NODEID_NUMERIC(namespaceIndex_, kApplicationFolder);
-    if (!application.empty()) {
-        std::string name = application;
-        createFolder(applicationFolder, name.data(), nullptr);
-    }
-    std::string name = "Historical";
-    createFolder(UA_NODEID_NUMERIC(namespaceIndex_, kHistoricalFolder), name.data(),
-                 application.empty() ? nullptr : &applicationFolder);
-    return createHistoricalStructure(backend, gathering, settings, historicalPrefix(application));
-}
-
-UA_StatusCode UAServer::createHistoricalStructure(UA_HistoryDataBackend& backend,
-                                                  UA_HistoryDataGathering& gathering,
-                                                  UA_HistorizingNodeIdSettings& settings,
-                                                  const std::string& baseName) {
+UA_StatusCode HistoricalTree::build(const Pens& pens, const std::vector<Section>& sections,
+                                    const std::string& baseName) {
     IHDA_BrowseConfig browse;
     const std::uint64_t plotters = plotterCount(browse).value_or(0);
     if (plotters == 0) return UA_STATUSCODE_BADUNEXPECTEDERROR;
-    const PlotterSelection selection =
-        selectPlotters(IniConfigManager::instance().getSections(), plotters);
+    const PlotterSelection selection = selectPlotters(sections, plotters);
 
     UA_StatusCode status = UA_STATUSCODE_GOOD;
     for (const auto& [plotter, configuredName] : selection.nameByPlotter) {
         const std::string folder = plotterFolderName(plotter, configuredName);
-        const UA_StatusCode added = addPlotterFolder(*this, folder);
+        const UA_StatusCode added = addPlotterFolder(space_, folder);
         if (added != UA_STATUSCODE_GOOD) return added;
         // KEPT: the status returned is that of the last plotter.
-        status = createHistoryTag(uaNodeIdView(namespaceIndex_, folder), plotter, selection.pens,
-                                  browse, backend, gathering, settings, folder, baseName);
+        status = addPlotter(pens, {plotter, uaNodeIdView(space_.ns, folder), folder},
+                            selection.pens, browse, baseName);
     }
     return status;
 }
 
-UA_StatusCode UAServer::createHistoryTag(const UA_NodeId& parent, int plotter,
+UA_StatusCode HistoricalTree::addPlotter(const Pens& pens, const Plotter& plotter,
                                          const PenLists& penLists, IHDA_BrowseConfig& browse,
-                                         UA_HistoryDataBackend& backend,
-                                         UA_HistoryDataGathering& gathering,
-                                         UA_HistorizingNodeIdSettings& settings,
-                                         const std::string& folder, const std::string& baseName) {
-    settings.historizingBackend = backend;
-    settings.maxHistoryDataResponseSize = kMostValuesOfAResponse;
-    settings.historizingUpdateStrategy = UA_HISTORIZINGUPDATESTRATEGY_VALUESET;
+                                         const std::string& baseName) {
+    pens.settings.historizingBackend = pens.backend;
+    pens.settings.maxHistoryDataResponseSize = kMostValuesOfAResponse;
+    pens.settings.historizingUpdateStrategy = UA_HISTORIZINGUPDATESTRATEGY_VALUESET;
 
-    const std::optional<std::uint64_t> pensOfPlotter = penCount(browse, plotter);
+    const int number = plotter.number;
+    const std::optional<std::uint64_t> pensOfPlotter = penCount(browse, number);
     if (!pensOfPlotter) return UA_STATUSCODE_BADUNEXPECTEDERROR;
-    if (plotter < 0) return UA_STATUSCODE_GOOD;
-    const std::vector<std::int32_t>* const list = listedPens(penLists, plotter);
+    if (number < 0) return UA_STATUSCODE_GOOD;
+    const std::vector<std::int32_t>* const list = listedPens(penLists, number);
     if (list == nullptr) return UA_STATUSCODE_GOOD;
     const bool listed = !list->empty();
     const std::uint64_t count =
@@ -183,19 +163,15 @@ UA_StatusCode UAServer::createHistoryTag(const UA_NodeId& parent, int plotter,
 
     for (std::uint64_t index = 0; index < count; ++index) {
         const int pen = listed ? (*list)[index] : static_cast<int>(index + 1);
-        const jxo::CPenSettingsExt* const of = penSettings(browse, plotter, pen);
+        const jxo::CPenSettingsExt* const of = penSettings(browse, number, pen);
         if (of == nullptr) continue;  // KEPT: a missing pen is not reported
         const std::string tagName =
-            formHistoryTagName(plotter, pen, of->variableNum, penKindWord(of->variableKind));
-        const PenToPublish published{plotter, pen, of->valueType, tagName,
-                                     penIds(listed, baseName, folder, tagName)};
-        const UA_StatusCode status = publishPen(*this, parent, gathering, settings, published);
+            historyTagName(number, pen, of->variableNum, penKindWord(of->variableKind));
+        const PenToPublish published{number, pen, of->valueType, tagName,
+                                     penIds(listed, baseName, plotter.folderName, tagName)};
+        const UA_StatusCode status =
+            publishPen(space_, context_, plotter.folder, pens.gathering, pens.settings, published);
         if (status != UA_STATUSCODE_GOOD) return status;
     }
     return UA_STATUSCODE_GOOD;
-}
-
-std::string UAServer::formHistoryTagName(int plotter, int pen, int variableNum,
-                                         std::string_view kindWord) const {
-    return historyTagName(plotter, pen, variableNum, kindWord);
 }

@@ -6,11 +6,10 @@
 #include <cstdint>
 #include <cstring>
 
-#include "server/ServerState.h"
-#include "server/UAServer.h"
 #include "server/history/HistoryBackend.h"
 #include "server/history/HistoryCapabilities.h"
 #include "server/history/HistoryRefusals.h"
+#include "server/history/RTEXContext.h"
 #include "server/limits/Limits.h"
 
 namespace {
@@ -44,7 +43,7 @@ void readRawOfFew(UA_Server* server, void* database, const UA_NodeId* session, v
 
 }  // namespace
 
-void HistoryAccess::install(UAServer& server) {
+void HistoryAccess::install(UA_Server* server) {
     backend_ = UA_HistoryDataBackend_RTEX();
     gathering_ = UA_HistoryDataGathering_Default(1);
     UA_HistoryDatabase database = UA_HistoryDatabase_default(gathering_);
@@ -55,7 +54,7 @@ void HistoryAccess::install(UAServer& server) {
     refuseUnofferedHistory(database);
     readRawOfAll = database.readRaw;
     database.readRaw = readRawOfFew;
-    UA_Server_getConfig(server.instance())->historyDatabase = database;
+    UA_Server_getConfig(server)->historyDatabase = database;
 }
 
 namespace {
@@ -69,10 +68,8 @@ UA_UInt32 longestAnswer() {
 
 }  // namespace
 
-UA_StatusCode HistoryAccess::build(UAServer& server) {
-    const UA_StatusCode status = server.initializeHistoryTree(backend_, gathering_, settings_);
+void HistoryAccess::announce(UA_Server* server) const {
     // Pens of one plotter are there also when the next plotter failed. A capability that cannot be
     // announced is no reason to go without history.
-    if (!RtexContext.penByNode.empty()) (void)announceHistory(server.instance(), longestAnswer());
-    return status;
+    if (!RtexContext.penByNode.empty()) (void)announceHistory(server, longestAnswer());
 }

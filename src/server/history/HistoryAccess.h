@@ -2,20 +2,22 @@
 
 #include <open62541/plugin/historydata/history_data_backend.h>
 #include <open62541/plugin/historydata/history_data_gathering.h>
-#include <open62541/types.h>
+#include <open62541/server.h>
 
-class UAServer;
-
-/// Brings the trend archive to the clients: puts it behind the library's history service and builds
-/// the tree of its plotters. Lives until the server's loop has ended.
+/// Puts the trend archive behind the library's history service. Lives until the server's loop has
+/// ended.
 class HistoryAccess {
   public:
     /// Makes the library's history database. Before the endpoint is set up.
-    void install(UAServer& server);
+    void install(UA_Server* server);
 
-    /// Builds the tree and, if it has pens, announces to clients that there is history.
-    /// @return as UAServer::initializeHistoryTree
-    UA_StatusCode build(UAServer& server);
+    /// Announces to clients that there is history, if the tree has pens. After it was built.
+    void announce(UA_Server* server) const;
+
+    // What the tree registers its pens with.
+    UA_HistoryDataBackend& backend() { return backend_; }
+    UA_HistoryDataGathering& gathering() { return gathering_; }
+    UA_HistorizingNodeIdSettings& settings() { return settings_; }
 
   private:
     UA_HistoryDataBackend backend_{};

@@ -5,12 +5,12 @@
 #include <string_view>
 
 #include "jxotr/IHDA_SyncRead.h"
-#include "server/ServerState.h"
 #include "server/config/GeneralSettings.h"
 #include "server/config/IniConfigManager.h"
+#include "server/history/ArchiveTime.h"
 #include "server/history/ArchivedValue.h"
 #include "server/history/RTEXContext.h"
-#include "server/variables/TimeQuality.h"
+#include "server/opcua/UaView.h"
 
 // ---- Number of values --------------------------------------------------------------------------
 

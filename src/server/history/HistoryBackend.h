@@ -4,7 +4,7 @@
 
 #include <cstdint>
 
-#include "server/config/ConfigBounds.h"
+#include "server/bounds/ConfigBounds.h"
 
 // Answers the library's history service out of the controller's trend archive. Nothing is kept
 // here: each read is one read of the archive. The callbacks run on the server thread; their caller

@@ -2,7 +2,7 @@
 
 #include <open62541/nodeids.h>
 
-#include "server/operative/UaView.h"
+#include "server/opcua/UaView.h"
 
 namespace {
 

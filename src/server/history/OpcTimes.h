@@ -5,8 +5,8 @@
 
 #include <string>
 
-// Two conversions that belong to the interface of the history backend. The server itself uses those
-// of TimeQuality.h.
+// Two conversions that belong to the interface of the history backend. The server itself uses that of
+// ArchiveTime.h.
 
 /// KEPT: its argument is in microseconds, so it is not the inverse of timevalToUaDateTime.
 timeval convertUADateTimeToTimeval(const UA_DateTime& microseconds);

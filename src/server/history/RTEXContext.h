@@ -26,5 +26,8 @@ struct RTEXContext {
     NumberByNode penByNode;
 };
 
+/// The context of the process.
+extern RTEXContext RtexContext;
+
 /// The number of a node; 0, which no plotter and no pen has, when it is not there.
 [[nodiscard]] int numberOfNode(const NumberByNode& numbers, std::string_view nodeId) noexcept;

@@ -1,30 +1,27 @@
+#include "server/operative/GroupedTree.h"
+
 #include <open62541/plugin/log_stdout.h>
 
 #include <array>
 
-#include "server/UAServer.h"
-#include "server/attributes/TagGroups.h"
-#include "server/attributes/TreeNames.h"
-#include "server/config/IniConfigManager.h"
-#include "server/operative/UaView.h"
-#include "server/variables/UARTEXVariable.h"
+#include "server/operative/Folders.h"
+#include "server/operative/Structures.h"
+#include "server/plan/TreeNames.h"
+#include "server/values/UARTEXVariable.h"
 
-UA_StatusCode UAServer::initializeOperativeTreeGroup() {
-    const std::vector<TagGroup> groups = readTagGroups(IniConfigManager::instance().getSections());
-    UA_NodeId operative = UA_NODEID_NUMERIC(namespaceIndex_, kOperativeFolder);
+UA_StatusCode GroupedTree::build(const std::string& applicationName) {
+    const std::vector<TagGroup> groups = readTagGroups(sections_);
+    const UA_NodeId operative = space_.numericId(kOperativeFolder);
     for (const TagGroup& group : groups) {
-        const auto folderId = static_cast<UA_UInt32>(group.folderId);
-        std::string name = group.folderName;
-        createFolder(UA_NODEID_NUMERIC(namespaceIndex_, folderId), name.data(), &operative);
+        addFixedFolder(space_, space_.numericId(static_cast<UA_UInt32>(group.folderId)),
+                       group.folderName, &operative);
     }
-    publishGroupedTags(groups);
-    return folderExists(kOperativeFolder) ? UA_STATUSCODE_GOOD : UA_STATUSCODE_BADINTERNALERROR;
+    publishTags(groups, operativePrefix(applicationName));
+    return nodeExists(space_, operative) ? UA_STATUSCODE_GOOD : UA_STATUSCODE_BADINTERNALERROR;
 }
 
-void UAServer::publishGroupedTags(const std::vector<TagGroup>& groups) {
+void GroupedTree::publishTags(const std::vector<TagGroup>& groups, const std::string& prefix) {
     if (groups.empty()) return;
-    const std::map<int, int> groupMap = groupMapOf(groups);
-    const std::string prefix = operativePrefix(applicationNameUtf8());
     GroupMembership membership(groups);
     std::array<int, kKinds.size()> lastTagNumber{};
 
@@ -32,68 +29,40 @@ void UAServer::publishGroupedTags(const std::vector<TagGroup>& groups) {
         const auto kindIndex = static_cast<std::size_t>(variable->getType());
         const VariableKind& kind = kKinds[kindIndex];
         const int tagNumber = ++lastTagNumber[kindIndex];
-        for (const int folder : membership.foldersOf(kind.type, tagNumber)) {
-            const UA_StatusCode status =
-                createStructureGroup(variable.get(), tagNumber, prefix, folder, groupMap);
+        for (const TagGroup* const group : membership.groupsOf(kind.type, tagNumber)) {
+            const UA_StatusCode status = addStructure(*variable, tagNumber, prefix, *group);
             if (status == UA_STATUSCODE_GOOD) continue;
             // KEPT: the text names the folder's number as the group's.
             UA_LOG_WARNING(UA_Log_Stdout, UA_LOGCATEGORY_SERVER,
                            "Failed to create structure for %s variable %d in group %d: %s",
-                           kind.word.data(), tagNumber, folder, UA_StatusCode_name(status));
+                           kind.word.data(), tagNumber, group->folderId,
+                           UA_StatusCode_name(status));
         }
     }
 }
 
-namespace {
-
-/// The group's part of item ids, by the folder's display name as the server shows it; that of an
-/// empty name when there is no such folder.
-std::string getGroupNameForTag(UA_Server* server, const UA_NodeId& folder) {
-    UA_LocalizedText name{};
-    if (UA_Server_readDisplayName(server, folder, &name) != UA_STATUSCODE_GOOD) {
-        return groupText({});
-    }
-    const std::string_view text = textOf(name.text);
-    std::string group = groupText(text);
-    UA_LocalizedText_clear(&name);
-    return group;
-}
-
-class OwnedNodeId {
-  public:
-    OwnedNodeId() = default;
-    OwnedNodeId(const OwnedNodeId&) = delete;
-    OwnedNodeId& operator=(const OwnedNodeId&) = delete;
-    ~OwnedNodeId() { UA_NodeId_clear(&id); }
-
-    UA_NodeId id = UA_NODEID_NULL;
-};
-
-}  // namespace
-
-UA_StatusCode UAServer::createStructureGroup(UARTEXVariable* variable, int tagNumber,
-                                             const std::string& prefix, int groupFolder,
-                                             const std::map<int, int>& groupMap) {
+UA_StatusCode GroupedTree::addStructure(UARTEXVariable& variable, int tagNumber,
+                                        const std::string& prefix, const TagGroup& group) {
     const PublishedType* const published =
-        findPublishedType(variable->getType(), variable->getRVType());
+        findPublishedType(variable.getType(), variable.getRVType());
     if (published == nullptr) return UA_STATUSCODE_BADINTERNALERROR;
 
-    OwnedNodeId parent;
-    parent.id = UA_NODEID_NUMERIC(namespaceIndex_, static_cast<UA_UInt32>(groupFolder));
-    const std::string itemPrefix =
-        groupItemPrefix(prefix, *published, getGroupNameForTag(server_, parent.id));
+    OwnedNodeId parent(space_.numericId(static_cast<UA_UInt32>(group.folderId)));
     if (published->kind == VariableType::RV) {
         const UA_StatusCode folder =
-            createFolderRVGroup(published->folderName.data(), groupFolder, &parent.id);
+            findOrAddFolder(space_, published->folderName.data(), group.folderId, parent);
         if (folder != UA_STATUSCODE_GOOD) return folder;
     }
 
-    const std::string structId = variable->getStructId(tagNumber);
-    const UA_StatusCode added = addStructureObject(structId, parent.id);
+    const std::string structId = variable.getStructId(tagNumber);
+    const UA_StatusCode added = addStructureObject(space_, structId, *parent);
     if (added != UA_STATUSCODE_GOOD) return added;
 
-    const UA_StatusCode items =
-        createUAItems(variable, tagNumber, structId, itemPrefix, "group", groupFolder, groupMap);
-    if (items != UA_STATUSCODE_GOOD) rollBackStructure(structId, kindOf(published->kind).word);
+    const std::string itemPrefix = groupItemPrefix(prefix, *published, groupText(group.folderName));
+    const UA_StatusCode items = items_.add(variable, tagNumber, structId, itemPrefix, sections_,
+                                           {group.entries, group.folderId});
+    if (items != UA_STATUSCODE_GOOD) {
+        rollBackStructure(space_, structId, kindOf(published->kind).word);
+    }
     return items;
 }

@@ -1,11 +1,11 @@
-#include <utility>
+#include "server/operative/StructureItems.h"
 
-#include "server/ServerState.h"
-#include "server/UAServer.h"
-#include "server/attributes/AccessTypeAtr.h"
-#include "server/config/IniConfigManager.h"
-#include "server/operative/UaView.h"
-#include "server/variables/UARTEXVariable.h"
+#include "server/kinds/AccessTypeAtr.h"
+#include "server/opcua/UaHandle.h"
+#include "server/opcua/UaView.h"
+#include "server/operative/VariableAccess.h"
+#include "server/values/UARTEXVariable.h"
+#include "server/values/VariableOfKind.h"
 
 namespace {
 
@@ -14,8 +14,8 @@ constexpr UA_UInt32 kBaseDataVariableType = 63;
 
 // ---- One value variable ------------------------------------------------------------------------
 
-/// The attributes of the nodes of one createUAItems call. KEPT: one record serves all of its
-/// entries, so an attribute without a value type has the value of the entry before it.
+/// The attributes of one tag's value variables. KEPT: one record serves all of them, so an attribute
+/// whose read gives no value has that of the last one before it that had one.
 class ItemAttributes {
   public:
     ItemAttributes() = default;
@@ -47,63 +47,54 @@ class ItemAttributes {
     UA_VariableAttributes attributes_ = UA_VariableAttributes_default;
 };
 
-VarContext& makeContext(UARTEXVariable& variable, int attributeNumber) {
-    varContexts.push_back(std::make_unique<VarContext>(&variable, attributeNumber));
-    return *varContexts.back();
-}
-
 }  // namespace
 
-const ItemPlan& UAServer::itemPlan(UARTEXVariable& variable, const PublishedType& published,
-                                   const std::string& mode, int groupNumber,
-                                   const std::map<int, int>& groupMap) {
+const ItemPlan& StructureItems::planOf(const PublishedType& published,
+                                       const std::vector<Section>& sections, const Source& source) {
     const auto [place, isNew] =
-        itemPlans_.try_emplace(std::make_tuple(published.folderId, mode, groupNumber));
-    if (!isNew) return place->second;
-
-    const auto& sections = IniConfigManager::instance().getSections();
-    return place->second =
-               makeItemPlan(variable.getConfigForTag(sections, mode, groupNumber, groupMap),
-                            published, groupNumber, groupMap);
+        plans_.try_emplace(std::pair(published.folderId, source.groupFolder));
+    if (isNew) {
+        place->second = makeItemPlan(configuredAttributes(sections, published, source.entries),
+                                     published, source.entries);
+    }
+    return place->second;
 }
 
-UA_StatusCode UAServer::createUAItems(UARTEXVariable* variable, int tagNumber,
-                                      const std::string& parentId, const std::string& itemPrefix,
-                                      const std::string& mode, int groupNumber,
-                                      const std::map<int, int>& groupMap) {
-    if (variable == nullptr || server_ == nullptr) return UA_STATUSCODE_BADINTERNALERROR;
+UA_StatusCode StructureItems::add(UARTEXVariable& variable, int tagNumber,
+                                  const std::string& parentId, const std::string& itemPrefix,
+                                  const std::vector<Section>& sections, const Source& source) {
     const PublishedType* const published =
-        findPublishedType(variable->getType(), variable->getRVType());
+        findPublishedType(variable.getType(), variable.getRVType());
     if (published == nullptr) return UA_STATUSCODE_BADINTERNALERROR;
 
-    const std::string structId = variable->getStructId(tagNumber);
+    const std::string structId = variable.getStructId(tagNumber);
     const std::string idHead = itemPrefix + structId;
-    const UA_NodeId parent = uaNodeIdView(namespaceIndex_, parentId);
-    const UA_CallbackValueSource source{readNodeValue, writeNodeValue};
+    const UA_NodeId parent = uaNodeIdView(space_.ns, parentId);
+    const UA_CallbackValueSource callbacks{readVariable, writeVariable};
     ItemAttributes attributes;
     UA_StatusCode status = UA_STATUSCODE_GOOD;
 
-    for (const ItemPlan::Item& item :
-         itemPlan(*variable, *published, mode, groupNumber, groupMap).items) {
+    for (const ItemPlan::Item& item : planOf(*published, sections, source).items) {
         const int attributeNumber = item.info.attributeNumber;
         const UA_Byte accessLevel = accessLevelOf(
             AccessTypeAtr::checkAccessRights(item.info.access, attributeNumber, published->access));
         if (accessLevel == 0) continue;
 
-        VarContext& context = makeContext(*variable, attributeNumber);
-        variable->setIdTag(tagNumber);
-        variable->setIdAttr(attributeNumber);
+        contexts_->push_back(std::make_unique<VarContext>(&variable, attributeNumber));
+        VarContext& context = *contexts_->back();
+        variable.setIdTag(tagNumber);
+        variable.setIdAttr(attributeNumber);
         attributes.readInitialValue(context);
 
         const std::string id = idHead + item.idTail;
         const std::string description = structId + item.descriptionTail;
         status = UA_Server_addCallbackValueSourceVariableNode(
-            server_, uaNodeIdView(namespaceIndex_, id), parent, UA_NODEID_NUMERIC(0, kHasComponent),
-            uaNameView(namespaceIndex_, item.nameUtf8), UA_NODEID_NUMERIC(0, kBaseDataVariableType),
-            attributes.describe(item.nameUtf8, description, accessLevel), source, &context,
+            space_.server, uaNodeIdView(space_.ns, id), parent, UA_NODEID_NUMERIC(0, kHasComponent),
+            uaNameView(space_.ns, item.nameUtf8), UA_NODEID_NUMERIC(0, kBaseDataVariableType),
+            attributes.describe(item.nameUtf8, description, accessLevel), callbacks, &context,
             nullptr);
         if (published->kind == VariableType::RV) {
-            rvFolderUnused_[static_cast<std::size_t>(published->rvType)] = false;
+            rvTried_[static_cast<std::size_t>(published->rvType)] = true;
         }
     }
     // KEPT: the status of the last add only.

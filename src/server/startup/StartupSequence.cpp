@@ -12,16 +12,18 @@
 #include "server/diagnostics/OperatorMessages.h"
 #include "server/diagnostics/SleepForever.h"
 #include "server/endpoint/Descriptors.h"
+#include "server/history/HistoryAccess.h"
 #include "server/limits/Limits.h"
 #include "server/limits/SessionGuard.h"
+#include "server/startup/ControllerJournal.h"
 #include "server/supervision/ServiceLevel.h"
 #include "server/text/Cp866Literal.h"
-#include "server/variables/UARTEXVariable.h"
-#include "server/variables/VariableTypeAV.h"
-#include "server/variables/VariableTypeDV.h"
-#include "server/variables/VariableTypeRV.h"
-#include "server/variables/VariableTypeVA.h"
-#include "server/variables/VariableTypeVD.h"
+#include "server/values/UARTEXVariable.h"
+#include "server/values/VariableTypeAV.h"
+#include "server/values/VariableTypeDV.h"
+#include "server/values/VariableTypeRV.h"
+#include "server/values/VariableTypeVA.h"
+#include "server/values/VariableTypeVD.h"
 
 namespace {
 
@@ -72,17 +74,21 @@ void createAllVariables() {
     createVariables<VariableTypeDV>();
 }
 
-template <class Step>
-bool builds(const Step& step) {
-    return step && step(uaserver) == UA_STATUSCODE_GOOD;
-}
-
 /// @return whether any operative tree was built
-bool publishOperativeData(const Subsystems& subsystems) {
+bool publishOperativeData() {
     if (!uaserver.operativeDataMode()) return false;
     const bool flat = uaserver.initializeOperativeTree() == UA_STATUSCODE_GOOD;
-    const bool grouped = builds(subsystems.buildGroups);
+    const bool grouped = uaserver.initializeOperativeTreeGroup() == UA_STATUSCODE_GOOD;
     return flat || grouped;
+}
+
+/// @return whether the historical tree was built
+bool publishHistoricalData(HistoryAccess& history) {
+    if (!uaserver.historicalDataMode()) return false;
+    const UA_StatusCode status =
+        uaserver.initializeHistoryTree(history.backend(), history.gathering(), history.settings());
+    history.announce(uaserver.instance());
+    return status == UA_STATUSCODE_GOOD;
 }
 
 void configureEndpoint() {
@@ -97,16 +103,14 @@ void configureEndpoint() {
     uaserver.configureApplicationName();
 }
 
-void returnFreeMemoryRepeatedly(const std::function<void()>& returnFreeMemory) {
-    if (!returnFreeMemory) return;
+void callEverySecond(void (*function)()) {
     constexpr double kPeriodMs = 1000.0;
-    // The functions are only called, never changed; without the callback memory stays unused.
-    (void)UA_Server_addRepeatedCallback(
-        uaserver.instance(),
-        [](UA_Server* /*server*/, void* function) {
-            (*static_cast<const std::function<void()>*>(function))();
-        },
-        const_cast<std::function<void()>*>(&returnFreeMemory), kPeriodMs, nullptr);
+    const auto call = [](UA_Server* /*server*/, void* data) {
+        reinterpret_cast<void (*)()>(data)();
+    };
+    // Without the callback memory stays unused.
+    (void)UA_Server_addRepeatedCallback(uaserver.instance(), call,
+                                        reinterpret_cast<void*>(function), kPeriodMs, nullptr);
 }
 
 void unregisterProcess() {
@@ -121,9 +125,10 @@ std::string modeTextCp866(bool operative, bool historical) {
     return historical ? "теги HA"_cp866 : std::string();
 }
 
-int runStartupSequence(const Subsystems& subsystems) {
+int runStartupSequence(void (*returnFreeMemory)()) {
+    ControllerJournal journal(Rolling);
     // KEPT: without the journal the process neither exits nor reports.
-    if (subsystems.openJournal && subsystems.openJournal() != 0) sleepForever();
+    if (journal.open() != 0) sleepForever();
     announceStart();
     if (!registerProcess()) return -1;
 
@@ -131,15 +136,16 @@ int runStartupSequence(const Subsystems& subsystems) {
     (void)IniConfigManager::instance().loadConfig(iniFilePath);  // reports for itself
     createAllVariables();
 
-    const bool operative = publishOperativeData(subsystems);
+    const bool operative = publishOperativeData();
     missAttrManager.sendMessage();
-    if (subsystems.installHistory) subsystems.installHistory(uaserver);
+    HistoryAccess history;
+    history.install(uaserver.instance());
     configureEndpoint();
-    const bool historical = uaserver.historicalDataMode() && builds(subsystems.buildHistory);
+    const bool historical = publishHistoricalData(history);
 
     const ServiceLevel serviceLevel(uaserver.instance(), DatabaseWatch(UARTEXVariable::veskdb));
     const SessionGuard sessionGuard(uaserver.instance());
-    returnFreeMemoryRepeatedly(subsystems.returnFreeMemory);
+    callEverySecond(returnFreeMemory);
     uaserver.run(modeTextCp866(operative, historical));
     unregisterProcess();
     return 0;

@@ -6,7 +6,7 @@
 #include <algorithm>
 
 #include "server/ServerState.h"
-#include "support/capture.h"
+#include "tests/support/capture.h"
 
 using testing::HasSubstr;
 using testing::Not;

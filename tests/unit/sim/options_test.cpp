@@ -1,6 +1,6 @@
-#include "options.h"
+#include "sim/options.h"
 
-#include "support/capture.h"
+#include "tests/support/capture.h"
 
 static std::optional<sim::Options> parse(std::initializer_list<const char*> arguments,
                                          int& status) {

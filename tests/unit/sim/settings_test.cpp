@@ -1,5 +1,5 @@
-#include "settings/samples.h"
-#include "support/basics.h"
+#include "sim/settings/samples.h"
+#include "tests/support/basics.h"
 
 TEST(Samples, CycleTimeIsReadAsTheControllerReadsIt) {
     const std::pair<const char*, int> cases[] = {

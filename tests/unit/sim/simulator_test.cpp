@@ -1,12 +1,12 @@
 // The whole program, and its archive as a server sees it through the trend library.
-#include "simulator.h"
+#include "sim/simulator.h"
 
-#include "failure.h"
 #include "lib/util/veskpath.h"
-#include "site/site.h"
-#include "support/child_process.h"
-#include "support/pen_values.h"
-#include "unit/sim/site/temporary_site.h"
+#include "sim/failure.h"
+#include "sim/site/site.h"
+#include "tests/support/child_process.h"
+#include "tests/support/pen_values.h"
+#include "tests/unit/sim/site/temporary_site.h"
 
 using testing::AllOf, testing::HasSubstr;
 

@@ -1,5 +1,5 @@
-#include "type_query.h"
-#include "support/basics.h"
+#include "sim/type_query.h"
+#include "tests/support/basics.h"
 
 TEST(TypeQuery, NamesNoTypeBehindTheLastAndAnswersOtherRequestsWithZeros) {
     const auto answerTo = [](std::uint32_t command, std::uint32_t type) {

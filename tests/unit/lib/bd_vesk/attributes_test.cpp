@@ -2,7 +2,7 @@
 
 #include "sim/layout/attribute_files.h"
 #include "sim/layout/field_table.h"
-#include "support/basics.h"
+#include "tests/support/basics.h"
 
 static AtrFiles readFiles(const std::string& offsets, const std::string& types) {
     const auto bytes = [](const std::string& text) {

@@ -5,10 +5,10 @@
 #include "lib/util/veskpath.h"
 #include "lib/util/vs_obj.h"
 #include "sim/layout/attribute_files.h"
-#include "support/child_process.h"
-#include "support/controller_database.h"
-#include "support/files.h"
-#include "values.h"
+#include "tests/support/child_process.h"
+#include "tests/support/controller_database.h"
+#include "tests/support/files.h"
+#include "tests/unit/lib/bd_vesk/values.h"
 
 using enum ControllerDatabase::Area;
 

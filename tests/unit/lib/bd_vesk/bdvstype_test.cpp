@@ -1,6 +1,6 @@
 #include "lib/bd_vesk/bdvstype.h"
 
-#include "values.h"
+#include "tests/unit/lib/bd_vesk/values.h"
 
 constexpr float kNan = std::numeric_limits<float>::quiet_NaN();
 constexpr float kInf = std::numeric_limits<float>::infinity();

@@ -1,8 +1,8 @@
 #include "lib/bd_vesk/tq.h"
 
 #include "lib/util/shmem.h"
-#include "support/capture.h"
-#include "support/vesk_path.h"
+#include "tests/support/capture.h"
+#include "tests/support/vesk_path.h"
 
 constexpr std::size_t kRecord = 24;
 constexpr char kVA = 0, kAV = 1, kHI = 2, kDI = 3, kDO = 4;

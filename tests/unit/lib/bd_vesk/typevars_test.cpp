@@ -4,7 +4,7 @@
 #include "lib/bd_vesk/clist.h"
 #include "sim/layout/field_table.h"
 #include "sim/memory/database_arrays.h"
-#include "support/basics.h"
+#include "tests/support/basics.h"
 
 using Bytes = std::vector<std::byte>;
 

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "lib/bd_vesk/bdvstype.h"
-#include "support/basics.h"
+#include "tests/support/basics.h"
 
 // Values of the database, made from and compared by their bytes.
 

@@ -4,9 +4,9 @@
 #include "lib/util/cp866_text.h"
 #include "lib/util/ipc_objects.h"
 #include "lib/util/shmem.h"
-#include "support/child_process.h"
-#include "support/files.h"
-#include "support/vesk_path.h"
+#include "tests/support/child_process.h"
+#include "tests/support/files.h"
+#include "tests/support/vesk_path.h"
 
 /// A segment of the journal as another program sees it: bytes at offsets. Made when `bytes` is not
 /// 0 and there is none.

@@ -1,6 +1,6 @@
 // Joining: segments, settings, who is the first.
 
-#include "journal.h"
+#include "tests/unit/lib/rolling2/journal.h"
 
 class Joining : public JournalTest {
   protected:

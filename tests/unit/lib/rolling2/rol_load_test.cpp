@@ -1,7 +1,7 @@
 // Loading: which copy, what of it, and what is left of the files.
 #include "lib/rolling2/rol_files.h"
 
-#include "journal.h"
+#include "tests/unit/lib/rolling2/journal.h"
 
 class Loading : public JournalTest {
   protected:

@@ -1,6 +1,6 @@
 #include "lib/rolling2/rol_mes.h"
 
-#include "journal.h"
+#include "tests/unit/lib/rolling2/journal.h"
 
 static std::string argsOf(const CRolMessageInterface& built) {
     const auto* bytes = reinterpret_cast<const char*>(built.Message.ArgsBuffer);

@@ -1,6 +1,6 @@
 // Posting: the ring, its stamps and counters, and the lock.
 
-#include "journal.h"
+#include "tests/unit/lib/rolling2/journal.h"
 
 class Posting : public JoinedJournal {
   protected:

@@ -1,6 +1,6 @@
 // Saving and reading.
-#include "journal.h"
 #include "lib/util/crc.h"
+#include "tests/unit/lib/rolling2/journal.h"
 
 class Saving : public JoinedJournal {
   protected:

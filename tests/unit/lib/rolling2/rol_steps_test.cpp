@@ -7,7 +7,7 @@
 
 #include <cstdarg>
 
-#include "journal.h"
+#include "tests/unit/lib/rolling2/journal.h"
 
 namespace {
 

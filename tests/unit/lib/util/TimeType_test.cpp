@@ -1,7 +1,7 @@
 #include "lib/util/TimeType.h"
 
 #include "lib/util/abs_time.h"
-#include "support/child_process.h"
+#include "tests/support/child_process.h"
 
 template <class... Values>
 static TimeType set(Values... values) {

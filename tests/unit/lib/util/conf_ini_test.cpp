@@ -1,7 +1,7 @@
 #include "lib/util/conf_ini.h"
 
-#include "support/capture.h"
-#include "support/files.h"
+#include "tests/support/capture.h"
+#include "tests/support/files.h"
 
 /// A reader of a file with the given bytes, not opened yet.
 struct IniBytes {

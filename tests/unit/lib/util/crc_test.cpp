@@ -1,8 +1,8 @@
 #include "lib/util/crc.h"
 
 #include "lib/util/veskpath.h"
-#include "support/child_process.h"
-#include "support/files.h"
+#include "tests/support/child_process.h"
+#include "tests/support/files.h"
 
 TEST(Crc, AgreesWithPublishedCheckValues) {
     const auto* digits = reinterpret_cast<const unsigned char*>("123456789");

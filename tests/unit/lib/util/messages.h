@@ -3,8 +3,8 @@
 #include <sys/msg.h>
 
 #include "lib/util/vs_obj.h"
-#include "support/child_process.h"
-#include "support/vesk_path.h"
+#include "tests/support/child_process.h"
+#include "tests/support/vesk_path.h"
 
 // A queue message as it lies in memory.
 struct RawMessage {

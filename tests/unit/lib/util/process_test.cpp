@@ -3,7 +3,7 @@
 #include "lib/util/priorities.h"
 #include "lib/util/qnx_calls.h"
 #include "lib/util/veskpath.h"
-#include "support/child_process.h"
+#include "tests/support/child_process.h"
 
 TEST(Priorities, AreSetForThisProcess) {
     ChildProcess child([] {

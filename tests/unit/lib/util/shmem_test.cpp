@@ -2,8 +2,8 @@
 
 #include "lib/util/cp866_text.h"
 #include "lib/util/ipc_objects.h"
-#include "support/child_process.h"
-#include "support/vesk_path.h"
+#include "tests/support/child_process.h"
+#include "tests/support/vesk_path.h"
 
 // Some failures no healthy kernel shows on request, so the two calls are answered here.
 

@@ -1,6 +1,6 @@
 #include "lib/util/timer.h"
 
-#include "messages.h"
+#include "tests/unit/lib/util/messages.h"
 
 class Timer : public Messages {
   protected:

@@ -1,7 +1,7 @@
 #include "lib/util/vs_obj.h"
 
 #include "lib/util/ipc_objects.h"
-#include "messages.h"
+#include "tests/unit/lib/util/messages.h"
 
 namespace {
 

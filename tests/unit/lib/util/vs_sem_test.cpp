@@ -5,8 +5,8 @@
 #include <new>
 
 #include "lib/util/ipc_objects.h"
-#include "support/child_process.h"
-#include "support/vesk_path.h"
+#include "tests/support/child_process.h"
+#include "tests/support/vesk_path.h"
 
 namespace {
 

@@ -2,8 +2,8 @@
 
 #include "lib/util/ipc_objects.h"
 #include "lib/util/shmem.h"
-#include "support/child_process.h"
-#include "support/vesk_path.h"
+#include "tests/support/child_process.h"
+#include "tests/support/vesk_path.h"
 
 class Registry : public testing::Test {
   protected:

@@ -1,11 +1,11 @@
 // The stand-in's archive, written by its writer and read through the interface that servers use.
 
 #include "jxotr/IHDA_BrowseConfig.h"
-#include "standin/archive_writer.h"
-#include "standin/chunk_table.h"
-#include "standin/places.h"
-#include "support/files.h"
-#include "support/pen_values.h"
+#include "platform/trends/standin/archive_writer.h"
+#include "platform/trends/standin/chunk_table.h"
+#include "platform/trends/standin/places.h"
+#include "tests/support/files.h"
+#include "tests/support/pen_values.h"
 
 using trends::ArchiveWriter;
 using trends::Definitions;

@@ -2,7 +2,7 @@
 #include "server/config/GeneralSettings.h"
 #include "server/config/IniConfigManager.h"
 #include "server/config/ListSections.h"
-#include "support/operator_view.h"
+#include "tests/support/operator_view.h"
 
 static const std::string kPath = "/zrt/settings/test.ini";
 

@@ -1,6 +1,6 @@
 #include "server/config/LineSearch.h"
 
-#include "support/operator_view.h"
+#include "tests/support/operator_view.h"
 
 static const std::string kPath = "/zrt/settings/lines.ini";
 

@@ -1,5 +1,5 @@
 #include "server/config/NumberLists.h"
-#include "support/basics.h"
+#include "tests/support/basics.h"
 
 using Numbers = std::vector<std::int32_t>;
 

@@ -1,6 +1,6 @@
 #include "server/config/ListSections.h"
 #include "server/config/TrimString.h"
-#include "support/basics.h"
+#include "tests/support/basics.h"
 
 TEST(ListSections, KnowsSectionsAndTheirKeys) {
     ListSections schema;

@@ -1,6 +1,6 @@
 #include "server/connections/AnswerGate.h"
 
-#include "socket_pair.h"
+#include "tests/unit/server/connections/socket_pair.h"
 
 using namespace std::string_literals;
 

@@ -3,7 +3,7 @@
 #include <open62541/types_generated.h>
 
 #include "server/connections/TransportChunk.h"
-#include "socket_pair.h"
+#include "tests/unit/server/connections/socket_pair.h"
 
 namespace {
 

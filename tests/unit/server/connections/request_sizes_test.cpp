@@ -1,6 +1,6 @@
 #include "server/connections/RequestSizes.h"
 
-#include "socket_pair.h"
+#include "tests/unit/server/connections/socket_pair.h"
 
 static Bytes chunk(const char* typeAndEnd, std::uint16_t service, std::size_t size) {
     Bytes bytes(size);

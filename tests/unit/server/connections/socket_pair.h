@@ -1,7 +1,7 @@
 #pragma once
 
 #include <sys/socket.h>
-#include "support/basics.h"
+#include "tests/support/basics.h"
 
 using Bytes = std::vector<std::uint8_t>;
 

@@ -4,8 +4,8 @@
 #include "server/diagnostics/ProcessSize.h"
 #include "server/diagnostics/SleepForever.h"
 #include "server/diagnostics/VeskkntrReader.h"
-#include "support/child_process.h"
-#include "support/operator_view.h"
+#include "tests/support/child_process.h"
+#include "tests/support/operator_view.h"
 
 using testing::ElementsAre;
 

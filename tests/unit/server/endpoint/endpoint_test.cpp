@@ -3,8 +3,8 @@
 #include <open62541/nodeids.h>
 
 #include "server/ServerState.h"
-#include "server/operative/UaView.h"
-#include "support/basics.h"
+#include "server/opcua/UaView.h"
+#include "tests/support/basics.h"
 
 TEST(Identity, HasAnApplicationUriForEachHost) {
     EXPECT_EQ(applicationUriOn("plc-7.Site_2"), "urn:plc-7.Site_2:vesk:opcuasrv");

@@ -1,7 +1,9 @@
 #include "server/history/ArchivedValue.h"
 
+#include "server/history/ArchiveTime.h"
+
 #include "server/history/OpcTimes.h"
-#include "support/basics.h"
+#include "tests/support/basics.h"
 
 TEST(ArchivedValue, EndsIntegersAtTheirLimits) {
     const struct {
@@ -32,4 +34,23 @@ TEST(OpcTimes, TakeMicrosecondsAndFormatLocalTime) {
     EXPECT_EQ(format_opc_time({1'782'892'800, 7'999}), "2026-07-01 11:00:00.007");
     unsetenv("TZ");
     tzset();
+}
+
+static UA_DateTime ticks(std::int64_t seconds) {
+    constexpr UA_DateTime kEpoch = 116'444'736'000'000'000;  // 1970
+    return kEpoch + seconds * 10'000'000;
+}
+
+/// Both sides of a change of clocks are asked by a client in tests/system.
+TEST(ArchiveTime, OfAClientIsTakenWhateverItIs) {
+    const timeval fine = uaDateTimeToTimeval(ticks(1'790'000'000) + 1'239'999);
+    EXPECT_EQ(fine.tv_sec, 1'790'000'000);
+    EXPECT_EQ(fine.tv_usec, 123'000) << "parts below a millisecond are dropped";
+    EXPECT_EQ(uaDateTimeToTimeval(-1).tv_sec, -11'644'473'601) << "before 1601";
+    EXPECT_EQ(uaDateTimeToTimeval(-1).tv_usec, 999'000);
+    EXPECT_LT(uaDateTimeToTimeval(std::numeric_limits<UA_DateTime>::min()).tv_sec,
+              -900'000'000'000);
+    const timeval beforeEpoch = uaDateTimeToTimeval(ticks(-1) + 50'000);
+    EXPECT_EQ(beforeEpoch.tv_sec, 0) << "the calendar's answer -1 counts as a failure";
+    EXPECT_EQ(beforeEpoch.tv_usec, 0);
 }

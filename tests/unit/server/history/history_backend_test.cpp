@@ -3,8 +3,9 @@
 #include "server/ServerState.h"
 #include "server/history/HistoryAccess.h"
 #include "server/history/HistoryCapabilities.h"
-#include "server/operative/UaView.h"
-#include "support/basics.h"
+#include "server/history/RTEXContext.h"
+#include "server/opcua/UaView.h"
+#include "tests/support/basics.h"
 
 TEST(HistoryBackend, RefusesAllButReadingAndPromisesWhatItDoesNotLookAt) {
     const UA_HistoryDataBackend backend = UA_HistoryDataBackend_RTEX();
@@ -35,7 +36,7 @@ TEST(HistoryBackend, RefusesAllButReadingAndPromisesWhatItDoesNotLookAt) {
 /// history database keeps the gathering first in its context.
 TEST(HistoryAccess, SparesWritesTheSearchForTheirPen) {
     UAServer server;
-    HistoryAccess().install(server);
+    HistoryAccess().install(server.instance());
     const auto& database = UA_Server_getConfig(server.instance())->historyDatabase;
     const auto* gathering = static_cast<const UA_HistoryDataGathering*>(database.context);
     EXPECT_EQ(database.setValue, nullptr);

@@ -1,6 +1,6 @@
 #include "server/limits/TimerTurns.h"
 
-#include "support/basics.h"
+#include "tests/support/basics.h"
 
 namespace {
 

@@ -1,7 +1,7 @@
 #include "server/text/Cp866Literal.h"
 #include "server/text/ToUTF8Converter.h"
 #include "server/text/Utf8ToCP866Converter.h"
-#include "support/basics.h"
+#include "tests/support/basics.h"
 
 using namespace std::string_literals;
 

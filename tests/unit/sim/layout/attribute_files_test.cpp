@@ -1,5 +1,5 @@
-#include "layout/attribute_files.h"
-#include "support/files.h"
+#include "sim/layout/attribute_files.h"
+#include "tests/support/files.h"
 
 TEST(AttributeFiles, TheDocumentedTableIsCurrent) {
     EXPECT_EQ(readFile(ATTRIBUTES_MD), sim::attributeTable())

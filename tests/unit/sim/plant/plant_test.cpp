@@ -1,8 +1,8 @@
-#include "plant/plant.h"
+#include "sim/plant/plant.h"
 
-#include "memory/database_arrays.h"
-#include "plant/quality.h"
-#include "support/basics.h"
+#include "sim/memory/database_arrays.h"
+#include "sim/plant/quality.h"
+#include "tests/support/basics.h"
 
 using enum sim::TypeCode;
 

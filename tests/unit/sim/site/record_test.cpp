@@ -1,5 +1,5 @@
-#include "site/record.h"
-#include "support/basics.h"
+#include "sim/site/record.h"
+#include "tests/support/basics.h"
 
 TEST(Record, OwnsWhatItNotedAndNothingElse) {
     sim::RecordContents found;

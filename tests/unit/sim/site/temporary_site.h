@@ -1,6 +1,6 @@
 #pragma once
 
-#include "support/files.h"
+#include "tests/support/files.h"
 
 /// The installation folder of the sandbox, empty at first and again at the end.
 class TemporarySite {

@@ -1,12 +1,12 @@
-#include "trends/trend_recorder.h"
+#include "sim/trends/trend_recorder.h"
 
-#include "layout/field_table.h"
-#include "memory/database_arrays.h"
-#include "plant/quality.h"
-#include "standin/places.h"
-#include "support/pen_values.h"
-#include "support/wait_until.h"
-#include "unit/sim/site/temporary_site.h"
+#include "platform/trends/standin/places.h"
+#include "sim/layout/field_table.h"
+#include "sim/memory/database_arrays.h"
+#include "sim/plant/quality.h"
+#include "tests/support/pen_values.h"
+#include "tests/support/wait_until.h"
+#include "tests/unit/sim/site/temporary_site.h"
 
 using sim::TypeCode;
 

@@ -1,6 +1,6 @@
 #include "server/text/Utf8ToCP866Converter.h"
-#include "support/capture.h"
-#include "support/operator_view.h"
+#include "tests/support/capture.h"
+#include "tests/support/operator_view.h"
 #include "tools/opcuacheck/command_line.h"
 #include "tools/opcuacheck/exit_status.h"
 #include "tools/opcuacheck/finding.h"

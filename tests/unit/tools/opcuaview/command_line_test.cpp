@@ -1,6 +1,6 @@
 #include "tools/opcuaview/command_line.h"
 
-#include "support/capture.h"
+#include "tests/support/capture.h"
 
 namespace opcuaview {
 

@@ -1,6 +1,6 @@
 #include <open62541/types_generated.h>
 
-#include "support/basics.h"
+#include "tests/support/basics.h"
 #include "tools/opcuaview/format.h"
 #include "tools/opcuaview/table.h"
 #include "tools/opcuaview/text.h"

@@ -1,6 +1,6 @@
 #include "tools/opcuaview/history.h"
 
-#include "support/basics.h"
+#include "tests/support/basics.h"
 #include "tools/opcuaview/history_pager.h"
 #include "tools/opcuaview/plot.h"
 

@@ -1,7 +1,7 @@
 // Reading the ring while others post, and reading memory that must not be written.
 #include "tools/zrtjournal/live_ring.h"
 
-#include "unit/lib/rolling2/journal.h"
+#include "tests/unit/lib/rolling2/journal.h"
 
 class LiveRing : public JournalTest {
   protected:

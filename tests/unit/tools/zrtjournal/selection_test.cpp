@@ -1,6 +1,6 @@
 #include "tools/zrtjournal/selection.h"
 
-#include "support/basics.h"
+#include "tests/support/basics.h"
 #include "tools/zrtjournal/message_text.h"
 
 static SRolMessage message(std::uint32_t code, std::time_t time = 0) {

@@ -1,0 +1,54 @@
+#pragma once
+
+#include <array>
+#include <map>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "server/config/EntrySource.h"
+#include "server/config/Section.h"
+#include "server/opcua/AddressSpace.h"
+#include "server/operative/VarContext.h"
+#include "server/plan/ItemPlan.h"
+
+class UARTEXVariable;
+
+using VarContexts = std::vector<std::unique_ptr<VarContext>>;
+
+/// Makes the value variables below the structures of tags. What the configuration says of a type is
+/// worked out once and applied to each of its tags. Main thread, before the server runs.
+class StructureItems {
+  public:
+    /// Where the entries of a structure come from.
+    struct Source {
+        EntrySource entries;
+        int groupFolder = 0;  ///< number of the group's folder; 0: the flat tree
+    };
+
+    /// @param contexts  get the context of each variable; not owned
+    StructureItems(const AddressSpace& space, VarContexts& contexts)
+        : space_(space), contexts_(&contexts) {}
+
+    /// Adds the value variables of one tag below the node with the string id `parentId`.
+    /// @param itemPrefix  all of an item's id that stands before the structure id
+    /// @return the status of the last add; a later success hides an earlier failure
+    UA_StatusCode add(UARTEXVariable& variable, int tagNumber, const std::string& parentId,
+                      const std::string& itemPrefix, const std::vector<Section>& sections,
+                      const Source& source);
+
+    /// Whether a value variable of a manual input was tried, by getRVType().
+    [[nodiscard]] bool triedRVType(int rvType) const {
+        return rvTried_[static_cast<std::size_t>(rvType)];
+    }
+
+  private:
+    const ItemPlan& planOf(const PublishedType& published, const std::vector<Section>& sections,
+                           const Source& source);
+
+    AddressSpace space_;
+    VarContexts* contexts_;
+    std::map<std::pair<unsigned, int>, ItemPlan> plans_;  // by folder of the type, of the group
+    std::array<bool, 3> rvTried_{};
+};

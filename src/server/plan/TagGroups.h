@@ -1,0 +1,44 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "server/config/EntrySource.h"
+#include "server/config/Section.h"
+#include "server/plan/TagLists.h"
+
+/// One group of tags, as a configuration section whose name contains "Attributes_Group" makes it.
+struct TagGroup {
+    EntrySource entries;     ///< of its tags
+    int folderId;            ///< numeric node id of its folder
+    std::string folderName;  ///< UTF-8
+    TagLists lists;          ///< its tags
+};
+
+/// The groups in the order of the loaded sections, which is the order of their folder ids. Of
+/// several groups with one number the last one has its entries; the others have none.
+std::vector<TagGroup> readTagGroups(const std::vector<Section>& sections);
+
+/// Which groups a tag is in, answered in time that does not grow with lists or groups. The tags of
+/// a kind are asked for in ascending order, each once.
+class GroupMembership {
+  public:
+    /// @param groups  not copied
+    explicit GroupMembership(const std::vector<TagGroup>& groups);
+
+    /// In the order of the groups; valid until the next call.
+    const std::vector<const TagGroup*>& groupsOf(VariableType kind, int tagNumber);
+
+  private:
+    struct OfKind {
+        std::vector<const TagGroup*> everyTag;                // groups that list all tags
+        std::vector<std::pair<int, const TagGroup*>> listed;  // by tag number, then group
+        std::size_t next = 0;  // in listed, of the tag to be asked for
+    };
+
+    std::array<OfKind, kKinds.size()> kinds_;
+    std::vector<const TagGroup*> answer_;
+};

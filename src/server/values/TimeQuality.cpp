@@ -1,0 +1,34 @@
+#include "server/values/TimeQuality.h"
+
+namespace {
+
+constexpr UA_DateTime kTicksPerSecond = 10'000'000;
+constexpr UA_DateTime kTicksPerMicrosecond = 10;
+constexpr UA_DateTime kUnixEpoch = 116'444'736'000'000'000;  // 1970-01-01
+constexpr unsigned kQualityBits = 0xC0;
+constexpr unsigned kQualityBad = 0x00;
+constexpr unsigned kQualityGood = 0xC0;
+
+}  // namespace
+
+UA_StatusCode qualityConvertFromDA(unsigned quality) {
+    switch (quality & kQualityBits) {
+        case kQualityGood:
+            return UA_STATUSCODE_GOOD;
+        case kQualityBad:
+            return UA_STATUSCODE_BAD;
+        default:
+            return UA_STATUSCODE_UNCERTAIN;
+    }
+}
+
+UA_DateTime timevalToUaDateTime(const timeval& time) {
+    // Unsigned: what foreign memory holds may overflow, which wraps then.
+    const auto ticks = static_cast<UA_UInt64>(time.tv_usec) * kTicksPerMicrosecond +
+                       static_cast<UA_UInt64>(time.tv_sec) * kTicksPerSecond + kUnixEpoch;
+    return static_cast<UA_DateTime>(ticks);
+}
+
+UA_DateTime timevalToUaDateTimeOperative(const timeval& time) {
+    return timevalToUaDateTime(time);
+}
