@@ -21,7 +21,7 @@ def ramp(first_second: int, count: int) -> str:
 
 @dataclass
 class Trends:
-    """Plotters, pens and archived values, as tests/support/trends/scripted_trends.cpp understands them.
+    """Plotters, pens and archived values, as platform/trends/scripted understands them.
 
     A pen has a type code and a variable: its kind, 0 VA, 1 AV, 2 RV, 3 VD, 4 DV, and its number.
     """

@@ -57,9 +57,9 @@ struct CPlotterSettingsExt : Record<300> {};
 struct CPenSettingsExt : Record<100> {};
 }  // namespace jxo
 
-#define TOLD_EXPORT __attribute__((visibility("default")))
+#define EXPORTED __attribute__((visibility("default")))
 
-class TOLD_EXPORT IHDA_SyncRead {
+class EXPORTED IHDA_SyncRead {
   public:
     virtual ~IHDA_SyncRead();
     IHDA_SyncRead();
@@ -70,7 +70,7 @@ class TOLD_EXPORT IHDA_SyncRead {
     std::string name_ = "a reader whose text is too long for the object itself";
 };
 
-class TOLD_EXPORT IHDA_BrowseConfig {
+class EXPORTED IHDA_BrowseConfig {
   public:
     IHDA_BrowseConfig();
     ~IHDA_BrowseConfig();
