@@ -24,6 +24,7 @@ constexpr std::size_t kReceiveBuffer = 1U << 20;
 constexpr std::uint32_t kLargestChunk = 65535;
 constexpr std::size_t kMessageHeader = 8;     // type, chunk kind, size
 constexpr std::size_t kSymmetricHeader = 24;  // with channel, token, sequence number, request id
+constexpr std::size_t kTokenIdAt = 12;
 constexpr std::size_t kSequenceNumberAt = 16;
 constexpr std::size_t kRequestIdAt = 20;
 
@@ -138,12 +139,21 @@ void UaConnection::hello(const std::string& url) {
 }
 
 void UaConnection::openChannel() {
+    requestToken(UA_SECURITYTOKENREQUESTTYPE_ISSUE);
+    Chunk chunk;
+    (void)nextChunk(chunk, -1);
+    if (chunk.type != "OPN") throw UaError("the server refused the secure channel");
+    takeToken(chunk);
+}
+
+void UaConnection::requestToken(UA_SecurityTokenRequestType type) {
     Owned<UA_OpenSecureChannelRequest> request(UA_TYPES_OPENSECURECHANNELREQUEST);
+    request->requestType = type;
     request->securityMode = UA_MESSAGESECURITYMODE_NONE;
-    request->requestedLifetime = 3'600'000;  // ms, beyond any measurement
+    request->requestedLifetime = 3'600'000;  // ms; the server may grant less
     constexpr std::string_view kPolicy = "http://opcfoundation.org/UA/SecurityPolicy#None";
     std::vector<std::byte> body;
-    append(body, 0U);  // no channel yet
+    append(body, channelId_);  // 0: none yet
     append(body, static_cast<std::uint32_t>(kPolicy.size()));
     append(body, kPolicy);
     append(body, ~0U);  // no certificate
@@ -155,19 +165,20 @@ void UaConnection::openChannel() {
     append(out_, std::string_view("OPNF"));
     append(out_, static_cast<std::uint32_t>(kMessageHeader + body.size()));
     append(out_, body);
+}
 
-    Chunk chunk;
-    (void)nextChunk(chunk, -1);
-    if (chunk.type != "OPN") throw UaError("the server refused the secure channel");
+void UaConnection::takeToken(const Chunk& chunk) {
     std::size_t at = kMessageHeader + 4;
     for (int field = 0; field < 3; ++field) {  // policy, certificate, thumbprint: -1 is null
         const std::uint32_t length = numberAt(chunk.bytes, at);
         at += sizeof length + (length == ~0U ? 0 : length);
     }
     Owned<UA_OpenSecureChannelResponse> response(UA_TYPES_OPENSECURECHANNELRESPONSE);
-    decode({requestId_, from(chunk.bytes, at + 8)}, response);
+    decode({0, from(chunk.bytes, at + 8)}, response);
     channelId_ = response->securityToken.channelId;
     tokenId_ = response->securityToken.tokenId;
+    const std::chrono::milliseconds lifetime(response->securityToken.revisedLifetime);
+    renewAt_ = std::chrono::steady_clock::now() + lifetime * 3 / 4;
 }
 
 void UaConnection::openSession(const std::string& url) {
@@ -221,10 +232,15 @@ PreparedRequest UaConnection::encode(const void* request, const UA_DataType* typ
 }
 
 std::uint32_t UaConnection::post(const PreparedRequest& request) {
+    if (std::chrono::steady_clock::now() > renewAt_) {
+        requestToken(UA_SECURITYTOKENREQUESTTYPE_RENEW);
+        renewAt_ = std::chrono::steady_clock::time_point::max();  // until the answer comes
+    }
     const std::size_t begin = out_.size();
     append(out_, request.message);
     ++requestId_;
     for (const std::size_t offset : request.chunkOffsets) {
+        setNumber(out_, begin + offset + kTokenIdAt, tokenId_);
         setNumber(out_, begin + offset + kSequenceNumberAt, ++sequenceNumber_);
         setNumber(out_, begin + offset + kRequestIdAt, requestId_);
     }
@@ -258,6 +274,10 @@ bool UaConnection::nextResponse(RawResponse& response, int timeoutMs) {
     assembled_.clear();
     Chunk chunk;
     while (nextChunk(chunk, timeoutMs)) {
+        if (chunk.type == "OPN") {
+            takeToken(chunk);
+            continue;
+        }
         if (chunk.type != "MSG") throw UaError("the server ended the connection");
         const UA_ByteString part = from(chunk.bytes, kSymmetricHeader);
         response.requestId = numberAt(chunk.bytes, kRequestIdAt);

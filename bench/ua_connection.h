@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <stdexcept>
@@ -114,6 +115,8 @@ class UaConnection {
 
     void hello(const std::string& url);
     void openChannel();
+    void requestToken(UA_SecurityTokenRequestType type);
+    void takeToken(const Chunk& chunk);
     void openSession(const std::string& url);
     void closeSession() noexcept;
     void authorize(UA_RequestHeader& header) const;
@@ -128,6 +131,7 @@ class UaConnection {
     Socket socket_;
     std::uint32_t channelId_ = 0;
     std::uint32_t tokenId_ = 0;
+    std::chrono::steady_clock::time_point renewAt_{};  // of the channel's token
     std::uint32_t sequenceNumber_ = 0;
     std::uint32_t requestId_ = 0;
     std::size_t maxChunk_ = 0;  // what the server receives at most, bytes
