@@ -3,7 +3,6 @@
 #include "server/history/HistoryBackend.h"
 
 CRolManager Rolling;
-std::vector<std::unique_ptr<VarContext>> varContexts;
 UAServer uaserver;
 const std::int32_t PointCountForTrends = static_cast<std::int32_t>(getCountHistoryTrends());
 const std::string ServerVersion = "1.0-0";

@@ -1,16 +1,14 @@
 #pragma once
 
 #include <cstdint>
-#include <memory>
 #include <string>
-#include <vector>
 
 #include "lib/rolling2/rol_man.h"
 #include "server/UAServer.h"
-#include "server/operative/VarContext.h"
 
 // The process-wide objects of the server, defined together in ServerState.cpp in the order in which
-// they are made. The variables, the configuration and the history have theirs in their own folders.
+// they are made. The variables, their contexts, the configuration and the history have theirs in
+// their own folders.
 
 /// The controller's event journal; joined by start-up.
 extern CRolManager Rolling;
@@ -18,10 +16,6 @@ extern CRolManager Rolling;
 /// The OPC UA server. Made before main runs; without it the process ends with an uncaught runtime
 /// error.
 extern UAServer uaserver;
-
-/// The contexts of all value variables. Only grows: the library keeps raw pointers into it, also
-/// for nodes that were removed again.
-extern std::vector<std::unique_ptr<VarContext>> varContexts;
 
 /// getCountHistoryTrends() before any configuration is loaded: 100. The reads ask for the number
 /// themselves.

@@ -5,7 +5,6 @@
 #include <cstdint>
 #include <stdexcept>
 
-#include "server/ServerState.h"
 #include "server/config/GeneralSettings.h"
 #include "server/config/IniConfigManager.h"
 #include "server/connections/QueueingConnections.h"
@@ -24,6 +23,7 @@
 #include "server/operative/Folders.h"
 #include "server/operative/GroupedTree.h"
 #include "server/operative/OperativeTree.h"
+#include "server/operative/VarContext.h"
 #include "server/operative/VariableAccess.h"
 #include "server/plan/TreeNames.h"
 #include "server/text/ToUTF8Converter.h"

@@ -8,8 +8,8 @@
 #include <ctime>
 #include <memory>
 
-#include "tools/opcuaview/command_line.h"
 #include "tools/opcuaview/format.h"
+#include "tools/opcuaview/options.h"
 #include "tools/opcuaview/plot.h"
 #include "tools/opcuaview/terminal.h"
 #include "tools/opcuaview/text.h"

@@ -5,8 +5,8 @@
 #include <memory>
 #include <optional>
 
-#include "tools/opcuaview/command_line.h"
 #include "tools/opcuaview/format.h"
+#include "tools/opcuaview/options.h"
 #include "tools/opcuaview/table.h"
 #include "tools/opcuaview/terminal.h"
 #include "tools/opcuaview/trend.h"

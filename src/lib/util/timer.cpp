@@ -85,3 +85,8 @@ int CTimer::Delete() {
     dropTicks();
     return result;
 }
+
+// Here, so that the channel need not know its timers.
+CTimer* vs_obj::CreateTimer(unsigned int time, unsigned int kv, unsigned char id) {
+    return new CTimer(this, time, kv, id);
+}

@@ -17,7 +17,6 @@
 #include "lib/util/abs_time.h"
 #include "lib/util/qnx_calls.h"
 #include "lib/util/shmem.h"
-#include "lib/util/timer.h"
 
 vs_obj* All = nullptr;
 
@@ -295,8 +294,4 @@ int vs_obj::getNumMsg_SR() const {
     msqid_ds queue{};
     if (msgctl(SR_id, IPC_STAT, &queue) == -1) return -1;
     return static_cast<int>(queue.msg_qnum);
-}
-
-CTimer* vs_obj::CreateTimer(unsigned int time, unsigned int kv, unsigned char id) {
-    return new CTimer(this, time, kv, id);
 }

@@ -2,7 +2,6 @@
 
 #include <array>
 #include <map>
-#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
@@ -14,8 +13,6 @@
 #include "server/plan/ItemPlan.h"
 
 class UARTEXVariable;
-
-using VarContexts = std::vector<std::unique_ptr<VarContext>>;
 
 /// Makes the value variables below the structures of tags. What the configuration says of a type is
 /// worked out once and applied to each of its tags. Main thread, before the server runs.

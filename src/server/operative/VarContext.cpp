@@ -1,8 +1,5 @@
 #include "server/operative/VarContext.h"
 
-#include <memory>
-#include <vector>
-
 namespace {
 
 constexpr std::size_t kContextsPerBlock = 170;  // about one page
@@ -18,6 +15,8 @@ std::vector<std::unique_ptr<Block>>& blocks() {
 }
 
 }  // namespace
+
+VarContexts varContexts;
 
 void* VarContext::operator new(std::size_t /*size*/) {
     static std::size_t used = kContextsPerBlock;  // of the last block

@@ -1,6 +1,8 @@
 #pragma once
 
 #include <cstddef>
+#include <memory>
+#include <vector>
 
 class UARTEXVariable;
 
@@ -20,3 +22,9 @@ struct VarContext {
     /// Gives nothing back: contexts live as long as the process.
     static void operator delete(void* context) noexcept;
 };
+
+using VarContexts = std::vector<std::unique_ptr<VarContext>>;
+
+/// The contexts of all value variables. Only grows: the library keeps raw pointers into it, also
+/// for nodes that were removed again.
+extern VarContexts varContexts;

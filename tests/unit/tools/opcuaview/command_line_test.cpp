@@ -1,6 +1,7 @@
 #include "tools/opcuaview/command_line.h"
 
 #include "tests/support/capture.h"
+#include "tools/opcuaview/exit_status.h"
 
 namespace opcuaview {
 

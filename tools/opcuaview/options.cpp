@@ -1,0 +1,72 @@
+#include "tools/opcuaview/options.h"
+
+#include <open62541/util.h>
+
+#include <array>
+#include <charconv>
+#include <cstdio>
+
+#include "server/opcua/UaView.h"
+#include "tools/opcuaview/item_list.h"
+
+namespace opcuaview {
+
+namespace {
+
+std::string urlProblem(std::string& url) {
+    const UA_String text = uaView(url);
+    UA_String host = UA_STRING_NULL;
+    UA_String path = UA_STRING_NULL;
+    UA_UInt16 port = 0;
+    if (UA_parseEndpointUrl(&text, &host, &port, &path) == UA_STATUSCODE_GOOD && host.length > 0) {
+        return {};
+    }
+    return "\"" + url + "\" — не адрес вида opc.tcp://узел:порт";
+}
+
+std::string shortText(double number) {
+    std::array<char, 32> text{};
+    std::snprintf(text.data(), text.size(), "%.15g", number);
+    return text.data();
+}
+
+}  // namespace
+
+CLI::Validator numberFrom(double least, double most) {
+    const auto range = shortText(least) + ".." + shortText(most);
+    return {[=](std::string& text) -> std::string {
+                double number = 0;
+                const char* end = text.data() + text.size();
+                const auto [rest, error] = std::from_chars(text.data(), end, number);
+                const bool valid = error == std::errc{} && rest == end;
+                if (valid && number >= least && number <= most) return {};
+                return "\"" + text + "\" — не число из " + range;
+            },
+            {}};
+}
+
+CLI::App& addServerCommand(CLI::App& app, const char* name, const char* description,
+                           std::string& url, double& waitSeconds) {
+    CLI::App& command = *app.add_subcommand(name, description);
+    command.group("Команды");
+    command.get_help_ptr()->group(kOptionGroup);
+    command.add_option("--url", url, "Адрес сервера")
+        ->capture_default_str()
+        ->check(CLI::Validator{urlProblem, {}})
+        ->type_name("АДРЕС");
+    command.add_option("--wait", waitSeconds, "Сколько секунд добиваться связи")
+        ->capture_default_str()
+        ->check(numberFrom(0, 1e6))
+        ->type_name("СЕКУНДЫ");
+    return command;
+}
+
+CLI::Validator nodeIdText() {
+    return {[](std::string& text) -> std::string {
+                if (isNodeId(text)) return {};
+                return "\"" + text + "\" — не идентификатор узла (ns=1;s=... или ns=1;i=...)";
+            },
+            {}};
+}
+
+}  // namespace opcuaview
