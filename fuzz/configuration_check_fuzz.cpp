@@ -14,34 +14,35 @@
 
 using namespace opcuacheck;
 
-/// Every loaded value stands at the line that the checker would name for it. Names with a line feed
-/// come from an unclosed heading, which is reported as such.
-static void requireSameEntries(const ConfigText& text, const ServerView& view) {
-    for (const auto& heading : text.headings()) {
+/// Every loaded value stands in the line that the checker names for it. Names with a line feed come
+/// from an unclosed heading, which is reported as such.
+static void requireSameEntries(const ConfigFile& file, const ServerView& view) {
+    for (const auto& heading : file.headings()) {
         if (!heading.closed) return;
     }
     for (const Section& section : view.sections) {
         for (const KeyValue& entry : section.params) {
-            const auto entries = text.find(section.name, entry.key);
-            require(!entries.empty());
-            require(TrimString(entries.back()->value) == entry.value);
+            const auto entries = file.find(section.name, entry.key);
+            require(!entries.empty() && entries.back()->line == entry.line);
+            require(TrimString(std::string(entries.back()->value)) == entry.value);
         }
     }
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    const std::string bytes(reinterpret_cast<const char*>(data), size);
     Database database;
     database.counts.fill(20);  // more would only take time
     database.manualInputs = {{{}, {2}, {3, 4}}};
-    const ConfigText text(bytes);
-    const ServerView view = viewAsServer(inputFile(data, size), "", database);
-    requireSameEntries(text, view);
-    const Checked checked{text, view, database};
-    const Findings findings = allFindings(bytes, checked);
+    const std::string& path = inputFile(data, size);
+    const auto file = openConfigFile(path);
+    require(file != nullptr);
+    const ServerView view = viewAsServer(path, "", database);
+    requireSameEntries(*file, view);
+    const Checked checked{*file, view, database};
+    const Findings findings = allFindings(checked);
     std::ostringstream out;
     printFindings(out, "file", findings, checked, {});
-    printFindingsJson(out, findings, text, Language::en);
+    printFindingsJson(out, findings, *file, Language::en);
     printTreeJson(out, treeOf(view, database));
     return 0;
 }

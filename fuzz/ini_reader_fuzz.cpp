@@ -10,9 +10,11 @@
 
 static void requireAccepted(const std::string& path, const Section& section, std::int32_t lines) {
     require(ListSections::getInstance().hasSection(section.name));
-    for (const auto& [key, value] : section.params) {
+    for (const auto& [key, value, place] : section.params) {
         require(ListSections::getInstance().hasParam(section.name, key));
         require(value.find_first_of(":;") == std::string::npos);
+
+        require(place >= 0 && place <= lines);
 
         const auto line = findLineNumber(path, key);
         require(line >= 1 && line <= lines + 1);

@@ -6,10 +6,7 @@
 #include <algorithm>
 #include <array>
 #include <filesystem>
-#include <fstream>
 #include <iostream>
-#include <iterator>
-#include <optional>
 #include <string>
 
 #include "server/config/NumberLists.h"
@@ -171,14 +168,6 @@ std::string fillDatabase(const Options& options, Database& database) {
 
 // ---- Checking ----------------------------------------------------------------------------------
 
-std::optional<std::string> readBytes(const std::string& path) {
-    std::ifstream file(path, std::ios::binary);
-    if (!file) return std::nullopt;
-    std::string bytes{std::istreambuf_iterator<char>(file), {}};
-    if (file.bad()) return std::nullopt;
-    return bytes;
-}
-
 /// The server opens a folder and then finds nothing in it; here it can only be a slip.
 int refuseFolder(const Options& options) {
     std::cerr << "opcuacheck: " << options.file
@@ -195,13 +184,13 @@ int notReadable(const Options& options, const std::string& settingsPath) {
     });
     reportConfigError(ConfigError::fileNotOpened);
     redirectConfigErrors({});
-    const ConfigText text("");
+    const ConfigFile nothing("");
     const Database database;
-    const Checked checked{text, view, database};
+    const Checked checked{nothing, view, database};
     Findings findings{{RuleId::fileNotOpened, 0, 0, {}, {}, {options.file}, {}}};
     findings.front().logLine = view.reports.front().report.logLine;
     if (options.json) {
-        printFindingsJson(std::cout, findings, text, options.lang());
+        printFindingsJson(std::cout, findings, nothing, options.lang());
     } else {
         printFindings(std::cerr, options.file, findings, checked, {options.lang(), false});
     }
@@ -224,8 +213,8 @@ int check(const Options& options, Database& database) {
     if (std::error_code error; std::filesystem::is_directory(options.file, error)) {
         return refuseFolder(options);
     }
-    const auto bytes = readBytes(options.file);
-    if (!bytes) return notReadable(options, settingsPath);
+    const auto file = openConfigFile(options.file);
+    if (!file || !file->isReadable()) return notReadable(options, settingsPath);
     if (!options.system.empty()) {
         const std::string problem = readAttributeFiles(options.system, database, options.russian());
         if (!problem.empty()) {
@@ -233,10 +222,9 @@ int check(const Options& options, Database& database) {
             return kNotReadable;
         }
     }
-    const ConfigText text(*bytes);
     const ServerView view = viewAsServer(options.file, settingsPath, database);
-    const Checked checked{text, view, database};
-    const Findings findings = allFindings(*bytes, checked);
+    const Checked checked{*file, view, database};
+    const Findings findings = allFindings(checked);
     const PrintStyle style{options.lang(), isatty(STDOUT_FILENO) == 1};
     if (options.tree) {
         const auto tree = treeOf(view, database);
@@ -246,7 +234,7 @@ int check(const Options& options, Database& database) {
             printTree(std::cout, tree, checked, style);
         }
     } else if (options.json) {
-        printFindingsJson(std::cout, findings, text, style.language);
+        printFindingsJson(std::cout, findings, *file, style.language);
     } else {
         printFindings(std::cout, options.file, findings, checked, style);
     }

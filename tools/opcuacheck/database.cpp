@@ -9,7 +9,7 @@
 
 #include "lib/bd_vesk/attributes.h"
 #include "lib/bd_vesk/typevars.h"
-#include "tools/opcuacheck/config_text.h"
+#include "server/config/IniText.h"
 
 namespace opcuacheck {
 

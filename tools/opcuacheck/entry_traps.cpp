@@ -134,10 +134,7 @@ class EntryTraps : private EntryLooker {
     }
 
     /// Whether the server itself complains about the line.
-    bool isReported() const {
-        const std::int32_t line = checked_.text.lineOf(section_->name, entry_->key);
-        return reportedLines_.contains(line);
-    }
+    bool isReported() const { return reportedLines_.contains(entry_->line); }
 
     void lookAtNumber(int number) {
         const std::string& value = entry_->value;
@@ -241,20 +238,18 @@ std::vector<PlacedEntry> nodeEntries(const std::vector<const Section*>& sections
     return entries;
 }
 
-void addTwins(const Checked& checked, const std::vector<const Section*>& sections,
-              Findings& findings) {
+void addTwins(const std::vector<const Section*>& sections, Findings& findings) {
     for (const PublishedType& type : kPublishedTypes) {
         const auto entries = nodeEntries(sections, type);
         std::map<std::pair<std::string, int>, std::int32_t> lineOf;
         for (std::size_t i = 0; i < entries.size(); ++i) {
             const auto& [section, entry, info] = entries[i];
-            const std::int32_t line = checked.text.lineOf(section->name, entry->key);
             const auto [first, isNew] =
-                lineOf.try_emplace(std::pair(info.name, info.attributeNumber), line);
+                lineOf.try_emplace(std::pair(info.name, info.attributeNumber), entry->line);
             if (isNew) continue;
             const bool last = i + 1 == entries.size();
-            findings.push_back(atEntry(checked, last ? RuleId::entryTwiceLast : RuleId::entryTwice,
-                                       *section, *entry,
+            findings.push_back(atEntry(last ? RuleId::entryTwiceLast : RuleId::entryTwice, *section,
+                                       *entry,
                                        {shown(info.name), std::to_string(info.attributeNumber),
                                         std::to_string(first->second), wordOf(type)}));
         }
@@ -270,10 +265,10 @@ void addEntryTraps(const Checked& checked, Findings& findings) {
         traps.look(section);
         if (isFlatSection(section.name)) flat.push_back(&section);
         if (!isFlatSection(section.name) && holdsEntries(section)) {
-            addTwins(checked, {&section}, findings);
+            addTwins({&section}, findings);
         }
     }
-    addTwins(checked, flat, findings);
+    addTwins(flat, findings);
 }
 
 }  // namespace opcuacheck

@@ -6,11 +6,11 @@
 
 namespace opcuacheck {
 
-Finding atEntry(const Checked& checked, RuleId rule, const Section& section, const KeyValue& entry,
+Finding atEntry(RuleId rule, const Section& section, const KeyValue& entry,
                 std::vector<std::string> arguments) {
     Finding finding;
     finding.rule = rule;
-    finding.line = checked.text.lineOf(section.name, entry.key);
+    finding.line = entry.line;
     finding.section = shown(section.name);
     finding.key = shown(entry.key);
     finding.arguments = std::move(arguments);
@@ -58,10 +58,10 @@ std::string exampleOf(const PublishedType& type) {
     return "Значение, " + std::to_string(number) + ", OPC_READABLE";
 }
 
-Findings allFindings(const std::string& bytes, const Checked& checked) {
+Findings allFindings(const Checked& checked) {
     Findings findings;
     addServerErrors(checked, findings);
-    addFileTraps(bytes, checked, findings);
+    addFileTraps(checked.file, findings);
     addGeneralTraps(checked, findings);
     addListTraps(checked, findings);
     addEntryTraps(checked, findings);

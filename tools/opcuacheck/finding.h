@@ -3,11 +3,12 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
-#include "tools/opcuacheck/config_text.h"
 #include "tools/opcuacheck/database.h"
+#include "tools/opcuacheck/display_text.h"
 #include "tools/opcuacheck/rules.h"
 #include "tools/opcuacheck/server_view.h"
 
@@ -28,7 +29,7 @@ using Findings = std::vector<Finding>;
 
 /// Everything that the checks look at.
 struct Checked {
-    const ConfigText& text;
+    const ConfigFile& file;
     const ServerView& view;
     const Database& database;
 };
@@ -37,18 +38,18 @@ struct Checked {
 void addServerErrors(const Checked& checked, Findings& findings);
 
 // The traps that the server accepts silently, by subject.
-void addFileTraps(const std::string& bytes, const Checked& checked, Findings& findings);
+void addFileTraps(const ConfigFile& file, Findings& findings);
 void addGeneralTraps(const Checked& checked, Findings& findings);
 void addListTraps(const Checked& checked, Findings& findings);
 void addEntryTraps(const Checked& checked, Findings& findings);
 void addSectionTraps(const Checked& checked, Findings& findings);
 
 /// All of them, by line, errors first within one; each place and code once.
-[[nodiscard]] Findings allFindings(const std::string& bytes, const Checked& checked);
+[[nodiscard]] Findings allFindings(const Checked& checked);
 
 /// A finding of an entry of the loaded configuration, at the line whose value counts.
-[[nodiscard]] Finding atEntry(const Checked& checked, RuleId rule, const Section& section,
-                              const KeyValue& entry, std::vector<std::string> arguments = {});
+[[nodiscard]] Finding atEntry(RuleId rule, const Section& section, const KeyValue& entry,
+                              std::vector<std::string> arguments = {});
 
 /// Looks at one entry after the other and reports findings at the current one.
 class EntryLooker {
@@ -58,7 +59,13 @@ class EntryLooker {
 
   protected:
     void add(RuleId rule, std::vector<std::string> arguments) {
-        findings_.push_back(atEntry(checked_, rule, *section_, *entry_, std::move(arguments)));
+        findings_.push_back(atEntry(rule, *section_, *entry_, std::move(arguments)));
+    }
+
+    /// The current entry's value as it stands in the file, with a comment behind it.
+    [[nodiscard]] std::string_view writtenValue() const {
+        const auto entries = checked_.file.find(section_->name, entry_->key);
+        return entries.empty() ? std::string_view() : entries.back()->value;
     }
 
     const Checked& checked_;

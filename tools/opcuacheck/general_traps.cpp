@@ -3,6 +3,7 @@
 #include <string_view>
 
 #include "server/config/GeneralSettings.h"
+#include "server/config/IniText.h"
 #include "server/plan/TagConfig.h"
 #include "tools/opcuacheck/finding.h"
 
@@ -42,21 +43,20 @@ static bool looksLikeCp1251(const std::string& bytes) {
     return frames > 0 && frames + count(0xF2, 0xFF) > count(0x80, 0xAF);
 }
 
-void addFileTraps(const std::string& bytes, const Checked& checked, Findings& findings) {
-    const ConfigText& text = checked.text;
+void addFileTraps(const ConfigFile& file, Findings& findings) {
     const auto add = [&](RuleId rule, std::int32_t line, std::vector<std::string> arguments) {
         findings.push_back({rule, line, 0, {}, {}, std::move(arguments), {}});
     };
-    if (looksLikeUtf8(bytes)) {
+    if (looksLikeUtf8(file.bytes())) {
         add(RuleId::encodingUtf8, 0, {});
-    } else if (looksLikeCp1251(bytes)) {
+    } else if (looksLikeCp1251(file.bytes())) {
         add(RuleId::encodingCp1251, 0, {});
     }
-    if (text.nulLine() != 0) add(RuleId::fileHasNul, text.nulLine(), {});
-    for (const std::int32_t line : text.ignoredLines()) {
+    if (file.nulLine() != 0) add(RuleId::fileHasNul, file.nulLine(), {});
+    for (const std::int32_t line : file.ignoredLines()) {
         add(RuleId::lineIgnored, line, {});
     }
-    for (const ConfigText::Heading& heading : text.headings()) {
+    for (const ConfigFile::Heading& heading : file.headings()) {
         if (!heading.closed) add(RuleId::headingUnclosed, heading.line, {shown(heading.name)});
     }
 }
@@ -83,7 +83,7 @@ class GeneralTraps : private EntryLooker {
 
   private:
     void lookAtRepeats() {
-        const auto entries = checked_.text.find(section_->name, entry_->key);
+        const auto entries = checked_.file.find(section_->name, entry_->key);
         for (std::size_t i = 0; i + 1 < entries.size(); ++i) {
             add(RuleId::keyRepeated,
                 {shown(entry_->key), shown(section_->name), std::to_string(entries.back()->line)});
@@ -92,10 +92,8 @@ class GeneralTraps : private EntryLooker {
     }
 
     void lookAtColon() {
-        const auto entries = checked_.text.find(section_->name, entry_->key);
-        if (entries.empty()) return;
-        std::string whole = entries.back()->value;
-        whole = trim(whole.substr(0, whole.find(';')));
+        const std::string_view value = writtenValue();
+        std::string whole = trim(value.substr(0, value.find(';')));
         if (whole.find(':') == std::string::npos) return;
         const std::string left = shown(trim(entry_->value));
         std::ranges::replace(whole, ':', '.');

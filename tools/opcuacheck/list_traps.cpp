@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <limits>
 
+#include "server/config/IniText.h"
 #include "server/config/NumberLists.h"
 #include "server/config/SectionNames.h"
 #include "server/plan/TagConfig.h"
@@ -87,10 +88,9 @@ class ListTraps : private EntryLooker {
 
     /// Numbers behind a semicolon that follows its number directly are meant to belong to the list.
     void lookAtSemicolon() {
-        const auto entries = checked_.text.find(section_->name, entry_->key);
-        const std::string whole = entries.empty() ? std::string() : entries.back()->value;
+        const std::string_view whole = writtenValue();
         const auto at = whole.find(';');
-        if (at == std::string::npos || at == 0 || whole[at - 1] == ' ') return;
+        if (at == std::string_view::npos || at == 0 || whole[at - 1] == ' ') return;
         const std::string rest = trim(whole.substr(at + 1));
         if (rest.empty() || readNumberList(rest).ranges.empty()) return;
         add(RuleId::listSemicolon, {rest, entry_->key, trim(entry_->value) + ", " + rest});

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "tools/opcuacheck/config_text.h"
+#include "server/config/IniText.h"
 
 namespace opcuacheck {
 

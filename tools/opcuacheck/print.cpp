@@ -53,7 +53,7 @@ class TextPrinter {
         return style_.language == Language::ru ? ru : en;
     }
 
-    void print(const Finding& finding, const ConfigText& text) {
+    void print(const Finding& finding, const ConfigFile& file) {
         const Rule& rule = ruleOf(finding.rule);
         const bool error = rule.severity == Severity::error;
         out_ << colour(error ? "\x1b[1;31m" : "\x1b[1;33m");
@@ -65,7 +65,7 @@ class TextPrinter {
         out_ << (error ? in("ошибка", "error") : in("предупреждение", "warning"))
              << colour("\x1b[0m") << " [" << rule.code << "]\n";
         const std::int32_t place = finding.trueLine > 0 ? finding.trueLine : finding.line;
-        if (const std::string line = text.lineUtf8(place); !line.empty()) {
+        if (const std::string line = shownLine(file, place); !line.empty()) {
             out_ << "    " << colour("\x1b[36m") << line << colour("\x1b[0m") << '\n';
         }
         out_ << "  " << in("Что не так: ", "What is wrong: ") << messageOf(finding, style_.language)
@@ -142,12 +142,12 @@ void printFindings(std::ostream& out, const std::string& file, const Findings& f
                    const Checked& checked, const PrintStyle& style) {
     TextPrinter printer(out, style);
     for (const Finding& finding : findings) {
-        printer.print(finding, checked.text);
+        printer.print(finding, checked.file);
     }
     printer.printSummary(file, findings, checked);
 }
 
-void printFindingsJson(std::ostream& out, const Findings& findings, const ConfigText& text,
+void printFindingsJson(std::ostream& out, const Findings& findings, const ConfigFile& file,
                        Language language) {
     out << '[';
     bool first = true;
@@ -161,7 +161,7 @@ void printFindingsJson(std::ostream& out, const Findings& findings, const Config
                      {"code", jsonText(rule.code)},
                      {"section", jsonText(finding.section)},
                      {"key", jsonText(finding.key)},
-                     {"text", jsonText(text.lineUtf8(place))},
+                     {"text", jsonText(shownLine(file, place))},
                      {"message", jsonText(messageOf(finding, language))},
                      {"advice", jsonText(adviceOf(finding, language))},
                      {"log", finding.logLine ? jsonText(*finding.logLine) : "null"}});

@@ -18,7 +18,7 @@ struct PrintStyle {
 void printFindings(std::ostream& out, const std::string& file, const Findings& findings,
                    const Checked& checked, const PrintStyle& style);
 /// The findings as one JSON array.
-void printFindingsJson(std::ostream& out, const Findings& findings, const ConfigText& text,
+void printFindingsJson(std::ostream& out, const Findings& findings, const ConfigFile& file,
                        Language language);
 
 void printTree(std::ostream& out, const std::vector<TreeNode>& tree, const Checked& checked,

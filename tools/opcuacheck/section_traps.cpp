@@ -22,12 +22,8 @@ const KeyValue* entryOf(const Section& section, std::string_view key) {
     return found == section.params.end() ? nullptr : &*found;
 }
 
-Finding atHeading(const Checked& checked, RuleId rule, const Section& section,
-                  std::vector<std::string> arguments) {
-    return {rule, checked.text.lineOfSection(section.name),
-            0,    shown(section.name),
-            {},   std::move(arguments),
-            {}};
+Finding atHeading(RuleId rule, const Section& section, std::vector<std::string> arguments) {
+    return {rule, section.line, 0, shown(section.name), {}, std::move(arguments), {}};
 }
 
 /// Digits behind the text that makes a section a numbered one.
@@ -43,33 +39,31 @@ std::string digitsBehind(const std::string& name, std::string_view prefix) {
     return digits;
 }
 
-void lookAtNumber(const Checked& checked, const Section& section, std::string_view prefix,
-                  Findings& findings) {
+void lookAtNumber(const Section& section, std::string_view prefix, Findings& findings) {
     const std::string digits = digitsBehind(section.name, prefix);
     const bool textInFront = !section.name.starts_with(prefix);
     const bool group = prefix == kGroupSection;
-    findings.push_back(atHeading(
-        checked, textInFront ? RuleId::sectionTextInFront : RuleId::sectionTextBehind, section,
-        {shown(section.name), std::string(prefix),
-         group ? "у тегов этой группы не будет значений" : "секция не действует",
-         group ? "the tags of this group get no values" : "the section has no effect",
-         std::string(prefix) + (digits.empty() ? "1" : digits)}));
+    findings.push_back(
+        atHeading(textInFront ? RuleId::sectionTextInFront : RuleId::sectionTextBehind, section,
+                  {shown(section.name), std::string(prefix),
+                   group ? "у тегов этой группы не будет значений" : "секция не действует",
+                   group ? "the tags of this group get no values" : "the section has no effect",
+                   std::string(prefix) + (digits.empty() ? "1" : digits)}));
 }
 
-void lookAtName(const Checked& checked, const Section& section, Findings& findings) {
+void lookAtName(const Section& section, Findings& findings) {
     const KeyValue* const name = entryOf(section, "Name");
     if (name == nullptr || trim(name->value) == name->value) return;
     const std::string plain = shown(trim(name->value));
     findings.push_back(
-        atEntry(checked, RuleId::nameTrailingBlank, section, *name, {shown(name->value), plain}));
+        atEntry(RuleId::nameTrailingBlank, section, *name, {shown(name->value), plain}));
 }
 
 // ---- Groups ------------------------------------------------------------------------------------
 
 class GroupTraps {
   public:
-    GroupTraps(const Checked& checked, Findings& findings)
-        : checked_(checked), findings_(findings) {
+    GroupTraps(const Checked& checked, Findings& findings) : findings_(findings) {
         for (const Section& section : checked.view.sections) {
             if (isGroup(section)) groups_.push_back(&section);
         }
@@ -80,15 +74,15 @@ class GroupTraps {
 
     void look() {
         for (const Section* group : groups_) {
-            lookAtName(checked_, *group, findings_);
+            lookAtName(*group, findings_);
             const int number = getNumberGroup(group->name);
             if (number == -1) {
-                lookAtNumber(checked_, *group, kGroupSection, findings_);
+                lookAtNumber(*group, kGroupSection, findings_);
                 continue;
             }
             const KeyValue* const name = entryOf(*group, "Name");
             if (name != nullptr && name->value.empty()) {
-                findings_.push_back(atEntry(checked_, RuleId::groupNameEmpty, *group, *name,
+                findings_.push_back(atEntry(RuleId::groupNameEmpty, *group, *name,
                                             {"Group_" + std::to_string(number)}));
             }
             lookAtForm(*group, number);
@@ -98,7 +92,7 @@ class GroupTraps {
 
   private:
     void add(RuleId rule, const Section& group, std::vector<std::string> arguments) {
-        findings_.push_back(atHeading(checked_, rule, group, std::move(arguments)));
+        findings_.push_back(atHeading(rule, group, std::move(arguments)));
     }
 
     void lookAtForm(const Section& group, int number) {
@@ -124,7 +118,6 @@ class GroupTraps {
         }
     }
 
-    const Checked& checked_;
     Findings& findings_;
     std::vector<const Section*> groups_;
     std::unordered_map<int, const Section*> lastOfNumber_;
@@ -136,20 +129,18 @@ void addPlotterTraps(const Checked& checked, Findings& findings) {
     std::map<int, const Section*> firstOfNumber;
     for (const Section& section : checked.view.sections) {
         if (section.name == "Plotter") {
-            findings.push_back(
-                atHeading(checked, RuleId::sectionNoNumber, section, {section.name}));
+            findings.push_back(atHeading(RuleId::sectionNoNumber, section, {section.name}));
         }
         if (!holdsPlotter(section.name)) continue;
-        lookAtName(checked, section, findings);
+        lookAtName(section, findings);
         const int number = getNumberPlotter(section.name);
         if (number == -1) {
-            lookAtNumber(checked, section, kPlotterSection, findings);
+            lookAtNumber(section, kPlotterSection, findings);
         } else if (number < 1) {
-            findings.push_back(
-                atHeading(checked, RuleId::plotterNumber, section, {std::to_string(number)}));
+            findings.push_back(atHeading(RuleId::plotterNumber, section, {std::to_string(number)}));
         } else if (const auto [first, isNew] = firstOfNumber.try_emplace(number, &section);
                    !isNew) {
-            findings.push_back(atHeading(checked, RuleId::plotterSameNumber, section,
+            findings.push_back(atHeading(RuleId::plotterSameNumber, section,
                                          {std::to_string(number), shown(first->second->name)}));
         }
     }
@@ -160,9 +151,9 @@ void addPlotterTraps(const Checked& checked, Findings& findings) {
             plotterFolderName(number, name != nullptr ? name->value : section->name);
         const auto [first, isNew] = numberByFolder.try_emplace(folder, number);
         if (isNew) continue;
-        Finding finding = atHeading(checked, RuleId::plotterSameName, *section,
-                                    {folder, std::to_string(first->second)});
-        if (name != nullptr) finding.line = checked.text.lineOf(section->name, name->key);
+        Finding finding =
+            atHeading(RuleId::plotterSameName, *section, {folder, std::to_string(first->second)});
+        if (name != nullptr) finding.line = name->line;
         findings.push_back(std::move(finding));
     }
 }
@@ -190,7 +181,7 @@ void addTagsTwice(const Checked& checked, Findings& findings) {
             std::string(kindOf(conflict.kind).structPrefix) + std::to_string(conflict.firstTag);
         const std::string ownerName =
             owner == nullptr ? std::string(kFlatSection) : shown(owner->name);
-        findings.push_back(atEntry(checked, RuleId::tagTwice, *section, *list,
+        findings.push_back(atEntry(RuleId::tagTwice, *section, *list,
                                    {tag, "[" + ownerName + "]", std::to_string(conflict.count)}));
     }
 }

@@ -122,8 +122,7 @@ EntriesByKey entriesByKey(const Checked& checked) {
         for (const KeyValue& entry : section.params) {
             if (typeOfKey(entry.key) == nullptr) continue;
             if (auto info = readTagEntry(entry)) {
-                entries[entry.key].push_back(
-                    {&section, checked.text.lineOf(section.name, entry.key), std::move(*info)});
+                entries[entry.key].push_back({&section, entry.line, std::move(*info)});
             }
         }
     }
@@ -173,7 +172,7 @@ void explainPort(const Checked& checked, Finding& finding) {
         finding.rule = parseWholeInteger(value) ? RuleId::portOutside : RuleId::portNoNumber;
         finding.arguments = {shown(trim(value))};
     }
-    const std::int32_t line = checked.text.lineOf("General", "ServerPort");
+    const std::int32_t line = checked.file.lineOf("General", "ServerPort");
     if (finding.line == 0) finding.line = line;
     finding.trueLine = line;
 }
@@ -182,7 +181,7 @@ void explainPort(const Checked& checked, Finding& finding) {
 void explainSampling(const Checked& checked, std::size_t index, Finding& finding) {
     finding.section = "General";
     finding.key = "SamplingInterval";
-    finding.trueLine = checked.text.lineOf("General", "SamplingInterval");
+    finding.trueLine = checked.file.lineOf("General", "SamplingInterval");
     const double cycleMs = checked.view.cycleTimeMs;
     for (const std::string_view value : valuesOf(checked.view.sections, "SamplingInterval")) {
         const auto askedMs = parseLeadingNumber(value);
@@ -201,9 +200,9 @@ void explainSampling(const Checked& checked, std::size_t index, Finding& finding
 }  // namespace
 
 /// The section without a name is what stands before the first heading.
-static std::int32_t lineOfSection(const ConfigText& text, const std::string& section) {
-    if (!section.empty()) return text.lineOfSection(section);
-    return text.entries().empty() ? 0 : text.entries().front().line;
+static std::int32_t lineOfSection(const ConfigFile& file, const std::string& section) {
+    if (!section.empty()) return file.lineOfSection(section);
+    return file.entries().empty() ? 0 : file.entries().front().line;
 }
 
 static Finding explained(const Checked& checked, const EntriesByKey& entries,
@@ -227,11 +226,11 @@ static Finding explained(const Checked& checked, const EntriesByKey& entries,
             break;
         case ConfigError::unknownSection:
             explainSection(report, finding);
-            finding.trueLine = lineOfSection(checked.text, report.subject.section);
+            finding.trueLine = lineOfSection(checked.file, report.subject.section);
             break;
         case ConfigError::unknownKey: {
             explainKey(report, finding);
-            const auto lines = checked.text.find(report.subject.section, report.subject.key);
+            const auto lines = checked.file.find(report.subject.section, report.subject.key);
             const bool named = std::ranges::any_of(
                 lines, [&](const auto* entry) { return entry->line == finding.line; });
             if (!named && !lines.empty()) finding.trueLine = lines.front()->line;

@@ -19,6 +19,7 @@ class IniConfigManager {
     bool loadConfig(const std::string& path);
 
     /// The sections sorted by name without regard to case; those of one name are merged.
+    /// They and their values know their lines.
     [[nodiscard]] const std::vector<Section>& getSections() const noexcept { return sections_; }
 
     /// The reading itself: appends the accepted sections of `path` to `sections`; reports and does

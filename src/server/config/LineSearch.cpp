@@ -1,65 +1,43 @@
 #include "server/config/LineSearch.h"
 
-#include <sys/stat.h>
-
-#include <array>
-#include <fstream>
-#include <iterator>
 #include <memory>
+#include <utility>
 
-#include "server/config/ConfigLines.h"
-
-// ---- One reading for all searches --------------------------------------------------------------
+#include "server/config/LineStrategies.h"
 
 namespace {
-/// Identifies one file and one state of it. All zero: there is no such file.
-using FileState = std::array<std::int64_t, 7>;
+/// The searches in one state of the file; made for the first search in it.
+struct Searches {
+    explicit Searches(std::shared_ptr<const ConfigFile> searched)
+        : file(std::move(searched)), assignments(*file), brackets(*file), entries(*file) {}
 
-struct IndexedFile {
-    FileState state{};
-    std::unique_ptr<const ConfigLines> lines;
+    std::shared_ptr<const ConfigFile> file;
+    AssignmentSearch assignments;
+    BracketSearch brackets;
+    EntrySearch entries;
 };
 }  // namespace
 
-static FileState stateOf(const std::string& path) {
-    struct stat status {};
-    if (stat(path.c_str(), &status) != 0) return {};
-    return {static_cast<std::int64_t>(status.st_dev),
-            static_cast<std::int64_t>(status.st_ino),
-            status.st_size,
-            status.st_mtim.tv_sec,
-            status.st_mtim.tv_nsec,
-            status.st_ctim.tv_sec,
-            status.st_ctim.tv_nsec};
+static const Searches& searchesIn(const std::string& path) {
+    static const auto none = std::make_shared<const ConfigFile>("");
+    static std::unique_ptr<const Searches> last;
+    auto file = openConfigFile(path);
+    if (!file) file = none;
+    if (!last || last->file != file) last = std::make_unique<Searches>(std::move(file));
+    return *last;
 }
-
-static std::string readAll(const std::string& path) {
-    std::ifstream file(path);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
-
-static const ConfigLines& linesOf(const std::string& path) {
-    static IndexedFile last;
-    const FileState state = stateOf(path);
-    if (!last.lines || last.state != state) {
-        last = {state, std::make_unique<ConfigLines>(readAll(path))};
-    }
-    return *last.lines;
-}
-
-// ---- The searches ------------------------------------------------------------------------------
 
 std::int32_t findLineNumber(const std::string& path, const std::string& key) {
-    return linesOf(path).firstAssignment(key);
+    return searchesIn(path).assignments.first(key);
 }
 
 std::int32_t findLineNumberBySubstring(const std::string& path, const std::string& sectionName) {
-    return linesOf(path).firstBracketed(sectionName);
+    return searchesIn(path).brackets.first(sectionName);
 }
 
 std::int32_t findLineNumberParam(const std::string& path, const std::string& key,
                                  std::vector<std::int32_t>& usedLineNumbers) {
-    const std::int32_t number = linesOf(path).firstAssignment(key, usedLineNumbers);
+    const std::int32_t number = searchesIn(path).assignments.first(key, usedLineNumbers);
     usedLineNumbers.push_back(number);
     return number;
 }
@@ -73,7 +51,5 @@ std::int32_t findLineNumberTagConf(const std::string& path, const std::string& k
 
 std::int32_t lineOfEntry(const std::string& path, const std::string& key,
                          const EntrySource& source) {
-    const ConfigLines& lines = linesOf(path);
-    if (!source.hasLines()) return lines.lineCount() + 1;
-    return lines.firstEntry(key, [&source](const std::string& name) { return source.takes(name); });
+    return searchesIn(path).entries.first(key, source);
 }

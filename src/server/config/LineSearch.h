@@ -7,11 +7,10 @@
 
 #include "server/config/EntrySource.h"
 
-// Where in the configuration file is it? The loaded sections keep no line numbers, so a message
-// that names a line finds it again in the file's text. Lines count from 1. When nothing matches the
-// answer is the number of lines plus 1, hence 1 for a file that cannot be read. Names are CP866,
-// compared with case. The file is read and indexed once for all searches, and again when another
-// path, or a file that has changed since, is asked for. Main thread.
+// Which line of the configuration file a message names. Lines count from 1. When nothing matches
+// the answer is the number of lines plus 1, hence 1 for a file that cannot be read. Names are CP866,
+// compared with case. All ask the file as openConfigFile gives it, so it is read and indexed once;
+// how each looks at its lines: LineStrategies.h. Main thread.
 
 /// The first line that begins (after blanks and tabs) with the key and holds "=". A longer key that
 /// begins with the searched one matches too.

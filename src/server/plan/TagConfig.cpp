@@ -4,9 +4,9 @@
 #include <cstdlib>
 #include <limits>
 
-namespace {
+#include "server/config/IniText.h"
 
-constexpr std::string_view kBlanks = " \t\n\r";
+namespace {
 
 /// Decimal integer at the start of the text, 0 when there is none; out of range ends at the limit.
 int leadingInteger(std::string_view text) {
@@ -18,9 +18,7 @@ int leadingInteger(std::string_view text) {
 }  // namespace
 
 std::string trim(std::string_view text) {
-    const std::size_t begin = text.find_first_not_of(kBlanks);
-    if (begin == std::string_view::npos) return {};
-    return std::string(text.substr(begin, text.find_last_not_of(kBlanks) - begin + 1));
+    return std::string(withoutBlanks(text));
 }
 
 std::optional<TagInfo> readTagEntry(const KeyValue& entry) {

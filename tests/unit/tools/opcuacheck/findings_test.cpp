@@ -31,10 +31,10 @@ using Codes = std::vector<std::string>;
 static std::set<RuleId> foundRules;
 static Codes findingsOf(const std::string& bytes, const Database& database = smallDatabase()) {
     writeFile(kPath, bytes);
-    const ConfigText text(bytes);
+    const auto file = openConfigFile(kPath);
     const ServerView view = viewAsServer(kPath, kSettings, database);
     Codes lines;
-    for (const Finding& finding : allFindings(bytes, {text, view, database})) {
+    for (const Finding& finding : allFindings({*file, view, database})) {
         const Rule& rule = ruleOf(finding.rule);
         lines.push_back(std::to_string(finding.line) + " " + std::string(rule.code));
         foundRules.insert(rule.id);
