@@ -19,6 +19,8 @@
 #include "server/config/GeneralSettings.h"
 #include "server/config/IniConfigManager.h"
 #include "server/config/ListSections.h"
+#include "server/history/RTEXContext.h"
+#include "server/operative/VarContext.h"
 #include "server/values/VariableTypeAV.h"
 #include "server/values/VariableTypeDV.h"
 #include "server/values/VariableTypeRV.h"

@@ -16,8 +16,6 @@ std::vector<std::unique_ptr<Block>>& blocks() {
 
 }  // namespace
 
-VarContexts varContexts;
-
 void* VarContext::operator new(std::size_t /*size*/) {
     static std::size_t used = kContextsPerBlock;  // of the last block
     if (used == kContextsPerBlock) {

@@ -1,0 +1,3 @@
+#include "server/operative/VarContext.h"
+
+VarContexts varContexts;
