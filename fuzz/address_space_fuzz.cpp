@@ -3,17 +3,7 @@
 
 #include <open62541/server.h>
 
-#include <array>
-#include <cstddef>
-#include <cstdint>
-#include <filesystem>
-#include <fstream>
-#include <memory>
-#include <string>
-
 #include "fuzz/support/fuzzing.h"
-#include "fuzz/support/ipc_in_process.h"
-#include "lib/bd_vesk/bdvesk.h"
 #include "server/ServerState.h"
 #include "server/config/ConfigState.h"
 #include "server/config/GeneralSettings.h"
@@ -26,6 +16,7 @@
 #include "server/values/VariableTypeRV.h"
 #include "server/values/VariableTypeVA.h"
 #include "server/values/VariableTypeVD.h"
+#include "tests/support/controller_database.h"
 
 // The server keeps contexts for ever; here each input's are given back, and the address sanitizer
 // sees the use of one that is gone.
@@ -38,34 +29,14 @@ void VarContext::operator delete(void* context) noexcept {
 
 namespace {
 
-constexpr std::uint16_t kTags = 3;  // of each kind
-
-void layOutDatabase() {
-    auto& counts = controller.segments[59] = std::vector<std::uint8_t>(26);
-    for (std::size_t i = 0; i < kDescribedTypeCount; ++i) {
-        const TableRow& row = kTables[i];
-        counts[2 * i] = kTags;
-        controller.segments[row.passportIndex] =
-            std::vector<std::uint8_t>(kTags * row.passportSize);
-        for (const int index : {row.curDatIndex, row.curValIndex})
-            if (index != 0)
-                controller.segments[index] =
-                    std::vector<std::uint8_t>(kTags * elementSize(row.valueType));
-        controller.replies.push_back({{}, kTags, {}, row.code, 0});
-    }
-    controller.segments[85] = std::vector<std::uint8_t>(kDescribedTypeCount * kTags * sizeof(TQF));
-    for (std::size_t tag = 0; tag < kTags; ++tag)  // number, text, logical
-        controller.segments[14][tag * sizeof(HAND_INP) + offsetof(HAND_INP, var_type)] =
-            static_cast<std::uint8_t>(tag);
-}
-
-template <class... Kinds>
+/// One for each tag of the kind that the database has.
+template <class Kind>
 void addVariables() {
-    for (int number = 1; number <= kTags; ++number) {
-        (rtexvariable.push_back(std::make_unique<Kinds>()), ...);
-        for (std::size_t i = rtexvariable.size() - sizeof...(Kinds); i < rtexvariable.size(); ++i)
-            require(rtexvariable[i]->getCountVarFormObj(number) == 0);
-    }
+    int number = 1;
+    do {
+        rtexvariable.push_back(std::make_unique<Kind>());
+    } while (rtexvariable.back()->getCountVarFormObj(number++) == 0);
+    rtexvariable.pop_back();
 }
 
 struct History {
@@ -107,14 +78,17 @@ void removeTrees() {
 }  // namespace
 
 extern "C" int LLVMFuzzerInitialize(int* /*argc*/, char*** /*argv*/) {
-    describeAttributes();
-    std::filesystem::create_directories("/zrt/settings");
     std::ofstream("/zrt/settings/trends.ini")
         << "[Plotter_1]\nName = A\nPen_1 = VA, 1, float\nPen_2 = VD, 2, boolean\n"
            "[Plotter_2]\nPen_1 = AV, 1, double\n";
-    layOutDatabase();
+    for (std::uint8_t kind = 0; kind < 3; ++kind)  // of manual inputs: number, text, switch
+        database.put(ControllerDatabase::Area::passport, 3, kind + 1, 27, kind);
     declareSchema(ListSections::getInstance());
-    addVariables<VariableTypeVA, VariableTypeRV, VariableTypeAV, VariableTypeVD, VariableTypeDV>();
+    addVariables<VariableTypeVA>();
+    addVariables<VariableTypeRV>();
+    addVariables<VariableTypeAV>();
+    addVariables<VariableTypeVD>();
+    addVariables<VariableTypeDV>();
     return 0;
 }
 

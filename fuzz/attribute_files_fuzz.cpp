@@ -3,10 +3,6 @@
 //
 // An input is both files: uint16 length of offatrs.dat, its bytes, and atributs.dat for the rest.
 
-#include <algorithm>
-#include <cstddef>
-#include <cstdint>
-#include <cstring>
 #include <span>
 
 #include "fuzz/support/fuzzing.h"

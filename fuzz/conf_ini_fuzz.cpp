@@ -1,9 +1,3 @@
-#include <cstddef>
-#include <cstdint>
-#include <cstring>
-#include <string>
-#include <vector>
-
 #include "fuzz/support/fuzzing.h"
 #include "lib/rolling2/rol_settings.h"
 #include "lib/util/conf_ini.h"

@@ -1,9 +1,6 @@
 // Configurations of any content: opcuacheck ends, and takes the file apart as its reader does.
 
-#include <cstddef>
-#include <cstdint>
 #include <sstream>
-#include <string>
 
 #include "fuzz/support/fuzzing.h"
 #include "server/config/TrimString.h"

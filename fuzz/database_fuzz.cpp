@@ -3,14 +3,6 @@
 
 #include <open62541/types.h>
 
-#include <array>
-#include <cstddef>
-#include <cstdint>
-#include <cstring>
-#include <string>
-#include <string_view>
-#include <vector>
-
 #include "fuzz/support/fuzzing.h"
 #include "fuzz/support/ipc_in_process.h"
 #include "lib/bd_vesk/bdvesk.h"

@@ -1,8 +1,3 @@
-#include <cstddef>
-#include <cstdint>
-#include <string>
-#include <vector>
-
 #include "fuzz/support/fuzzing.h"
 #include "server/config/IniConfigManager.h"
 #include "server/config/LineSearch.h"

@@ -1,10 +1,3 @@
-#include <algorithm>
-#include <array>
-#include <cstddef>
-#include <cstdint>
-#include <cstring>
-#include <string>
-
 #include "fuzz/support/fuzzing.h"
 #include "lib/rolling2/rol_files.h"
 #include "lib/rolling2/rol_mes.h"

@@ -1,15 +1,6 @@
 // The journal's segments with any contents, which change while the journal is used: whatever other
 // processes write there, a process stays within the segments and its calls end.
 
-#include <array>
-#include <cstddef>
-#include <cstdint>
-#include <cstring>
-#include <filesystem>
-#include <string>
-#include <utility>
-#include <vector>
-
 #include "fuzz/support/fuzzing.h"
 #include "fuzz/support/ipc_in_process.h"
 #include "lib/rolling2/rol_man.h"

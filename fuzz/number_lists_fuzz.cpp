@@ -1,10 +1,5 @@
 // Numbers and lists of numbers, as configurations and settings write them, of any text.
 
-#include <cstddef>
-#include <cstdint>
-#include <string>
-#include <vector>
-
 #include "fuzz/support/fuzzing.h"
 #include "lib/util/conf_ini.h"
 #include "server/config/GeneralSettings.h"

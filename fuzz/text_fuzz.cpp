@@ -1,7 +1,3 @@
-#include <cstddef>
-#include <cstdint>
-#include <string>
-
 #include "fuzz/support/fuzzing.h"
 #include "server/text/ToUTF8Converter.h"
 #include "server/text/Utf8ToCP866Converter.h"

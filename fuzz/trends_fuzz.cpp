@@ -2,10 +2,6 @@
 // content. The first byte of an input says which of them it is.
 
 #include <bit>
-#include <cstddef>
-#include <cstdint>
-#include <string>
-#include <vector>
 
 #include "fuzz/support/fuzzing.h"
 #include "jxotr/opchda.h"

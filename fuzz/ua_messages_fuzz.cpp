@@ -9,19 +9,12 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include <algorithm>
-#include <array>
 #include <csignal>
 #include <ctime>
-#include <filesystem>
 #include <map>
 #include <optional>
-#include <utility>
-#include <vector>
 
 #include "fuzz/support/fuzzing.h"
-#include "jxotr/IHDA_BrowseConfig.h"
-#include "jxotr/IHDA_SyncRead.h"
 #include "lib/util/vs_obj.h"
 #include "server/ServerState.h"
 #include "server/connections/TransportChunk.h"
@@ -369,6 +362,19 @@ extern "C" UA_StatusCode __wrap_UA_Server_runUntilInterrupt(UA_Server* started) 
 }
 // NOLINTEND(bugprone-reserved-identifier)
 
+/// One plotter with zrtsim's first three pens, of 10, 100 and 1000 values in any time.
+static void scriptTrends() {
+    const char* const path = "/zrt/scripted.trends";
+    std::ofstream script(path);
+    script
+        << "plotters 1\nplotter 1 3\npen 1 1 4 0 6\npen 1 2 4 2 1\npen 1 3 11 1 1\nwhole\nfixed\n";
+    for (int pen = 1, count = 10; pen <= 3; ++pen, count *= 10) {
+        for (int i = 0; i < count; ++i)
+            script << "value 1 " << pen << " 4 1.5 " << 1'790'000'000 + i << " 0 192\n";
+    }
+    setenv("SCRIPTED_TRENDS", path, 1);
+}
+
 extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv) {
     if (argumentCount != nullptr) return 0;
     argumentCount = argc;
@@ -376,46 +382,7 @@ extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv) {
     for (std::uint8_t kind = 0; kind < 3; ++kind)  // of manual inputs: number, text, switch
         database.put(ControllerDatabase::Area::passport, 3, kind + 1, 27, kind);
     std::filesystem::copy_file(UA_MESSAGES_INI, "/zrt/settings/opcuasrv.ini");
+    scriptTrends();
     delete std::exchange(All, nullptr);  // the database's; the server makes its own
     return runStartupSequence([] {});
-}
-
-// ---- The trend library: one plotter, with zrtsim's first three pens -----------------------------
-
-HRESULT IHDA_BrowseConfig::GetConfigAll(bool /*flag*/, jxo::CTrendsControlSettingsExt** settings) {
-    static jxo::CTrendsControlSettingsExt all{{}, 1};
-    *settings = &all;
-    return 0;
-}
-
-HRESULT IHDA_BrowseConfig::GetConfigPlotters(unsigned /*itemCount*/, OPCHDAITEMDEF* /*items*/,
-                                             bool /*flag*/, jxo::CPlotterSettingsExt** settings,
-                                             HRESULT** /*itemErrors*/) {
-    static jxo::CPlotterSettingsExt plotter{{}, 3};
-    *settings = &plotter;
-    return 0;
-}
-
-HRESULT IHDA_BrowseConfig::GetConfigPens(unsigned /*itemCount*/, OPCHDAITEMDEF* items,
-                                         jxo::CPenSettingsExt** settings,
-                                         HRESULT** /*itemErrors*/) {
-    static std::array<jxo::CPenSettingsExt, 3> pens{{{{}, jxo::kVtFloat, {}, 0, 6},
-                                                     {{}, jxo::kVtFloat, {}, 2, 1},
-                                                     {{}, jxo::kVtBoolean, {}, 1, 1}}};
-    *settings = &pens.at(items->penNum - 1);
-    return 0;
-}
-
-/// Pen 1 has 10 values in any time, pen 2 has 100 and pen 3 has 1000; all others have none.
-HRESULT IHDA_SyncRead::ReadRaw(timeval* start, timeval* /*end*/, unsigned valueCount,
-                               bool /*bounds*/, unsigned /*itemCount*/, OPCHDAITEMDEF* items,
-                               OPCHDAITEM** results, HRESULT** itemErrors) {
-    constexpr std::array kValues{0U, 10U, 100U, 1000U};
-    const unsigned own = items->penNum < kValues.size() ? kValues.at(items->penNum) : 0;
-    const unsigned count = std::min(own, valueCount);
-    *results = new OPCHDAITEM{count, new OPCHDAITEMVALUE[count]};
-    for (unsigned i = 0; i < count; ++i)
-        (*results)->values[i] = {jxo::kVtFloat, {}, {1.5F}, start->tv_sec, i, 0xC0, 0};
-    *itemErrors = new HRESULT[1]{};
-    return 0;
 }

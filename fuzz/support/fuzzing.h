@@ -11,10 +11,16 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <memory>
 #include <string>
 #include <string_view>
+#include <utility>
+#include <vector>
 
-// What the fuzz targets share. A target cuts its input with FuzzedDataProvider: numbers come from
+// What the fuzz targets share, with the headers that nearly each of them needs. A target cuts its input with FuzzedDataProvider: numbers come from
 // the end of the input, bytes and texts from its beginning.
 
 /// A target's finding: the input that leads here is kept.

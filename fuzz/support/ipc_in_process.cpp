@@ -1,9 +1,5 @@
 #include "fuzz/support/ipc_in_process.h"
 
-#include <algorithm>
-#include <cstring>
-#include <filesystem>
-#include <fstream>
 #include <iterator>
 
 #include "lib/util/ipc_objects.h"

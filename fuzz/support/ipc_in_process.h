@@ -1,9 +1,7 @@
 #pragma once
 
-#include <cstdint>
 #include <deque>
 #include <map>
-#include <vector>
 
 #include "fuzz/support/fuzzing.h"
 #include "lib/bd_vesk/bdmessages.h"
