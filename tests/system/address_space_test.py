@@ -5,8 +5,10 @@ import pytest
 import cases
 import checker
 from conftest import Site
-from nodes import Node, NodeKey, Row, operative
+from nodes import HAS_COMPONENT, Node, NodeKey, Row, operative
 from programs import SERVING
+
+ORDER = ("VA", "RV", "AV", "VD", "DV")  # of the kinds in a group's folder
 
 ALL = "VA=all\nAV=all\nRV=all\nVD=all\nDV=all\n"
 
@@ -61,6 +63,10 @@ def assert_published(site: Site, configuration: str, expected: dict[NodeKey, Nod
     client = site.serve(configuration, va=4, av=3, rv_types=(0, 1, 2, 2, 1, 0), vd=3, dv=4)
     nodes = client.address_space()
     assert nodes == expected
+    tags = [(node.parent, key) for key, node in nodes.items() if node.reference == HAS_COMPONENT]
+    for folder in {parent for parent, _ in tags if isinstance(parent, int)}:
+        kinds = [str(tag)[:2] for parent, tag in tags if parent == folder]
+        assert kinds == sorted(kinds, key=ORDER.index), "browsed in the order of the start"
     checker.assert_predicted(
         client, nodes, "--counts=va=4,av=3,rv=6,vd=3,dv=4", "--rvs=2,5", "--rvl=3,4"
     )
