@@ -1,11 +1,8 @@
 """What a history read asks of the trend library, and what a client gets of its answer."""
 
 import calendar
-import sqlite3
-from contextlib import closing
 from datetime import datetime, timedelta, timezone
 from itertools import pairwise
-from pathlib import Path
 
 import pytest
 from asyncua import ua
@@ -182,34 +179,6 @@ def test_refuses_an_answer_that_no_memory_can_hold(site: Site) -> None:
     assert read_three(client) == (ua.StatusCodes.BadOutOfMemory, 0)
     answering(RAMP)
     assert read_three(client) == (G, 3)
-
-
-def test_outlives_an_archive_that_cannot_be_read(site: Site) -> None:
-    """Each read then has no values, and the next one finds the archive repaired."""
-    site.start_simulator("--history=10m")
-    client = site.serve(None)
-    pens = [key for key, node in client.address_space().items() if node.historizing]
-    path, now = Path("/zrt/trends/archive.db"), datetime.now(UTC)
-
-    def is_empty() -> bool:
-        status, values = client.read_history(pens[0], now - timedelta(hours=1), now)
-        assert status.is_good()
-        return not values
-
-    assert site.simulator.stop() == 0  # and leaves the archive closed
-    whole = path.read_bytes()
-    assert not is_empty()
-    path.unlink()  # another file each time, as after a repair
-    assert is_empty()
-    path.write_bytes(whole[: len(whole) // 2])
-    assert is_empty()
-    path.unlink()
-    path.write_bytes(whole)
-    with closing(sqlite3.connect(path, isolation_level=None)) as other:
-        other.execute("PRAGMA locking_mode = EXCLUSIVE")
-        other.execute("BEGIN EXCLUSIVE")
-        assert is_empty()
-    assert not is_empty()
 
 
 # By the end of the configuration: whether the pens' raw values are read; nothing else ever is.

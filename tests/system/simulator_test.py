@@ -75,6 +75,15 @@ def test_keeps_what_users_made(site: Site) -> None:
     assert set(tree()) == SAVED | {"/zrt/settings", "/zrt/log", "/zrt/log/opcuasrv.log"}
 
 
+def test_takes_the_users_configuration_and_cycle(site: Site) -> None:
+    (ROOT / "mine.ini").write_bytes(b"[General]\nServerPort = 4847\n")
+    simulator = site.start_simulator("--config=/zrt/mine.ini", "--controller=12", "--cycle=40")
+    assert "цикл 40 мс" in simulator.output().decode()
+    assert CONFIGURATION.read_bytes() == (ROOT / "mine.ini").read_bytes()
+    settings = CONTROLLER_SETTINGS.read_text("cp866").splitlines()
+    assert {"CycleTime = 40", "Number_kontr = 12"} <= set(settings)
+
+
 def test_cleans_up_behind_a_killed_one(site: Site) -> None:
     for generation, former in ((0, 200), (200, 0)):
         site.start_simulator(f"--generation={generation}", "--va=30", "--th=5").kill()

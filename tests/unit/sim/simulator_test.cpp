@@ -1,4 +1,4 @@
-// The whole program, and its archive as a server sees it through the trend library.
+// The program's archive as a server sees it through the trend library.
 #include "sim/simulator.h"
 
 #include "lib/util/veskpath.h"
@@ -7,45 +7,6 @@
 #include "tests/support/child_process.h"
 #include "tests/support/pen_values.h"
 #include "tests/unit/sim/site/temporary_site.h"
-
-using testing::AllOf, testing::HasSubstr;
-
-/// Runs zrtsim in a process of its own, as its main does, and ends it by SIGTERM.
-/// @param meanwhile  called once it is ready
-/// @return its messages
-static std::string ran(const sim::Options& options, const std::function<void()>& meanwhile) {
-    ChildProcess process([&options] {
-        static volatile std::sig_atomic_t stopAsked = 0;
-        signal(SIGTERM, [](int) { stopAsked = 1; });
-        std::cout << std::unitbuf;
-        sim::Simulator(options, std::cout, stopAsked).run();
-        return 0;
-    });
-    EXPECT_TRUE(waitUntil([&] { return process.out().ends_with("\nzrtsim: ready\n"); }))
-        << process.out() << process.err();
-    meanwhile();
-    kill(process.pid(), SIGTERM);
-    EXPECT_EQ(process.wait(), 0);
-    return process.out();
-}
-
-TEST(Simulator, TakesTheUsersConfigurationAndCycle) {
-    const TemporarySite site;
-    site.write("mine.ini", "[General]\nServerPort = 4847\n");
-    sim::Options options;
-    options.config = site.path("mine.ini").string();
-    options.controllerNumber = 12;
-    options.cycleMs = 40;
-    EXPECT_THAT(ran(options,
-                    [&site] {
-                        EXPECT_EQ(site.read("settings/opcuasrv.ini"), site.read("mine.ini"));
-                        EXPECT_THAT(
-                            site.read("settings/veskkntr.ini"),
-                            AllOf(HasSubstr("CycleTime = 40\n"), HasSubstr("Number_kontr = 12\n")));
-                    }),
-                HasSubstr("цикл 40 мс"));
-    EXPECT_TRUE(std::filesystem::exists(site.path("mine.ini")));
-}
 
 /// A file that somebody else makes meanwhile; what others made before is a system test.
 TEST(Simulator, WritesOverNoFileThatComesLate) {
@@ -62,12 +23,25 @@ TEST(Simulator, WritesOverNoFileThatComesLate) {
 
 constexpr std::int64_t kSecond = 1'000'000;
 
-/// Runs zrtsim until it has recorded for a second or two and gives its messages.
+/// Runs zrtsim in a process of its own, as its main does, until it has recorded for a second or two,
+/// and ends it by SIGTERM.
+/// @return its messages
 static std::string recorded(sim::Options options) {
     options.cycleMs = 50;
-    return ran(options, [until = std::time(nullptr) + 2] {
-        EXPECT_TRUE(waitUntil([&] { return !readPen({4, 8}, until * kSecond).values.empty(); }));
+    ChildProcess process([&options] {
+        static volatile std::sig_atomic_t stopAsked = 0;
+        signal(SIGTERM, [](int) { stopAsked = 1; });
+        std::cout << std::unitbuf;
+        sim::Simulator(options, std::cout, stopAsked).run();
+        return 0;
     });
+    EXPECT_TRUE(waitUntil([&] { return process.out().ends_with("\nzrtsim: ready\n"); }))
+        << process.out() << process.err();
+    const std::int64_t until = std::time(nullptr) + 2;
+    EXPECT_TRUE(waitUntil([&] { return !readPen({4, 8}, until * kSecond).values.empty(); }));
+    kill(process.pid(), SIGTERM);
+    EXPECT_EQ(process.wait(), 0);
+    return process.out();
 }
 
 /// Times of a pen's values, us, which must ascend without a gap of more than 3 s.
@@ -88,7 +62,7 @@ TEST(Trends, GoOnFromAPastToTheNextRun) {
     sim::Options options;
     options.history = std::chrono::hours(3);
     const std::int64_t begin = std::time(nullptr) * kSecond;
-    EXPECT_THAT(recorded(options), HasSubstr("значений 345600"));
+    EXPECT_THAT(recorded(options), testing::HasSubstr("значений 345600"));
     std::vector<std::int64_t> before;
     for (std::uint32_t pen = 0; pen < 32; ++pen) {
         SCOPED_TRACE(pen);

@@ -77,54 +77,33 @@ TEST_F(TqTest, NothingIsFoundOutsideTheTableWhateverBecomesOfTheCounts) {
     expectOutside(tableTooSmall, kVA, 0);
 }
 
-TEST_F(TqTest, KeepsAnExistingTableAndZeroesItsOwn) {
-    std::uint16_t counts[5] = {1, 0, 0, 0, 1};
-    {
-        TQManager creator(counts);
-        ASSERT_EQ(creator.TQInit(0), 0);
-        EXPECT_EQ(creator.TQGetQuality(kVA, 0), 0U);
-        EXPECT_EQ(creator.TQSetQuality(kDO, 0, 0xC0), 0);
-        {
-            TQManager other(counts);
-            ASSERT_EQ(other.TQInit(0), 0);
-            EXPECT_EQ(other.TQGetQuality(kDO, 0), 0xC0U) << "not cleared";
-            EXPECT_EQ(other.TQInitSnap(), -1) << "already shared";
-        }
-        EXPECT_EQ(path_.objectCount(), 1U) << "only its creator removes it";
-        EXPECT_EQ(creator.TQGetQuality(kDO, 0), 0xC0U);
-    }
-    EXPECT_EQ(path_.objectCount(), 0U);
-}
-
-TEST_F(TqTest, TheDebugTableAndSnapshotsAreCopies) {
-    std::uint16_t counts[5] = {1, 0, 0, 0, 1};
-    TQManager debug(counts), shared(counts), snap(counts);
+TEST_F(TqTest, TheSharedTableTheDebugTableAndSnapshotsAreTablesOfTheirOwn) {
+    std::uint16_t counts[5] = {1, 0, 0, 0, 1}, fewer[5] = {1}, others[5] = {0, 9};
+    auto maker = std::make_unique<TQManager>(counts);
+    TQManager second(counts), debug(counts), snap(counts), smaller(fewer), without(others);
     EXPECT_EQ(debug.TQInit(1), -1) << "no normal table";
     EXPECT_EQ(path_.objectCount(), 0U) << "nothing is left";
-    EXPECT_EQ(shared.TQGenerateSnapFor(&snap), -1) << "not shared yet";
-    ASSERT_EQ(shared.TQInit(0), 0);
-    EXPECT_EQ(shared.TQGenerateSnapFor(&snap) + shared.TQGenerateSnapFor(nullptr), -2)
-        << "no table to fill";
-    ASSERT_EQ(snap.TQInitSnap(), 0);
-    EXPECT_EQ(snap.TQInit(0), -1) << "already private";
+    EXPECT_EQ(maker->TQGenerateSnapFor(&snap), -1) << "not shared yet";
+    ASSERT_EQ(maker->TQInit(0), 0);
+    EXPECT_EQ(maker->TQGetFlags(kDO, 0), 0U);
+    EXPECT_EQ(maker->TQGenerateSnapFor(&snap) + maker->TQGenerateSnapFor(nullptr), -2);
+    ASSERT_EQ(snap.TQInitSnap() + smaller.TQInitSnap() + without.TQInitSnap(), 0);
+    EXPECT_EQ(snap.TQInit(0) + maker->TQInitSnap(), -2) << "private or shared already";
 
-    EXPECT_EQ(shared.TQSetFlags(kDO, 0, 7), 0);
-    ASSERT_EQ(debug.TQInit(1), 0);
-    EXPECT_EQ(debug.TQGetFlags(kDO, 0), 7U);
-    EXPECT_EQ(snap.TQGetFlags(kDO, 0), 0U);
-    EXPECT_EQ(shared.TQGenerateSnapFor(&snap), 0);
-    EXPECT_EQ(snap.TQGetFlags(kDO, 0), 7U);
-    EXPECT_EQ(snap.TQGenerateSnapFor(&shared), -1) << "only a shared table is copied";
+    EXPECT_EQ(maker->TQSetFlags(kDO, 0, 7), 0);
+    ASSERT_EQ(second.TQInit(0) + debug.TQInit(1), 0);
+    { ASSERT_EQ(TQManager(counts).TQInit(0), 0); }
+    EXPECT_EQ(path_.objectCount(), 2U) << "only its maker removes a table";
+    EXPECT_EQ(maker->TQGenerateSnapFor(&snap), 0);
+    for (TQManager* const filled : {&second, &debug, &snap})
+        EXPECT_EQ(filled->TQGetFlags(kDO, 0), 7U) << "not cleared, or copied";
     EXPECT_EQ(debug.TQSetFlags(kDO, 0, 8), 0);
-    EXPECT_EQ(shared.TQGetFlags(kDO, 0), 7U) << "another one";
-
-    // One without a record (0, 0), and one that would be written beyond.
-    for (std::vector<std::uint16_t> other :
-         {std::vector<std::uint16_t>{0, 9, 0, 0, 0}, {1, 0, 0, 0, 0}}) {
-        TQManager refused(other.data());
-        ASSERT_EQ(refused.TQInitSnap(), 0);
-        EXPECT_EQ(shared.TQGenerateSnapFor(&refused), -1);
-    }
+    EXPECT_EQ(second.TQGetFlags(kDO, 0), 7U);
+    EXPECT_EQ(snap.TQGenerateSnapFor(maker.get()), -1) << "only a shared table is copied";
+    EXPECT_EQ(maker->TQGenerateSnapFor(&smaller), -1) << "it would be written beyond";
+    EXPECT_EQ(maker->TQGenerateSnapFor(&without), -1) << "it lacks a record";
+    maker.reset();
+    EXPECT_EQ(path_.objectCount(), 1U);
 }
 
 TEST_F(TqTest, PrintsEveryRecord) {

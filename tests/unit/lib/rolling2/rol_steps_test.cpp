@@ -20,9 +20,6 @@ int syncsLeft = -1, syncError = 0;  ///< calls of fsync and fdatasync until one 
 bool noThread = false;
 std::atomic<bool> writerIsHeld = false;
 
-/// Run once, before this process takes the journal's lock.
-std::function<void()> beforeLock;
-
 void step() {
     if (callsLeft >= 0 && callsLeft-- == 0) kill(getpid(), SIGKILL);
 }
@@ -50,6 +47,7 @@ int synchronise(const char* name, int file) {
     }
 STEP(int, shmget, (key_t key, size_t size, int flags), (key, size, flags), noexcept)
 STEP(void*, shmat, (int id, const void* address, int flags), (id, address, flags), noexcept)
+STEP(int, semop, (int set, sembuf* operations, size_t count), (set, operations, count), noexcept)
 STEP(int, unlink, (const char* path), (path), noexcept)
 STEP(std::FILE*, fopen, (const char* path, const char* mode), (path, mode), )
 STEP(int, fflush, (std::FILE * file), (file), )
@@ -81,11 +79,6 @@ int open(const char* path, int flags, ...) {
     const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(rest, mode_t) : 0;
     va_end(rest);
     return real<int(const char*, int, ...)>("open")(path, flags, mode);
-}
-int semop(int set, sembuf* operations, size_t count) noexcept {
-    step();
-    if (beforeLock && operations->sem_op < 0) std::exchange(beforeLock, nullptr)();
-    return real<int(int, sembuf*, size_t)>("semop")(set, operations, count);
 }
 int setpriority(__priority_which_t which, id_t who, int nice) noexcept {
     niceThread = pthread_self();
@@ -287,24 +280,6 @@ TEST_F(BetweenSteps, WhateverDiesWhileItMakesTheJournalTheNextOneMakesItWhole) {
         this->settings("[ROLLING]\nMaxNumMessageDisk=10\n");  // a ring that is there stays as it is
         expectWhole();
     }
-}
-
-TEST_F(BetweenSteps, AProcessThatTakesTheLockBeforeTheFirstOneIsNotOverwritten) {
-    write(kMessages[main], messagesFile(1, 3));
-    write(kCounters[main], std::string(64, '\0'));
-    beforeLock = [] {
-        ChildProcess quicker([] {
-            CRolManager journal;
-            EXPECT_EQ(journal.Init(), 0);
-            EXPECT_EQ(journal.is_already_init(), 1);
-            return journal.Message(4, new CRolArg(RT_END));
-        });
-        EXPECT_EQ(quicker.wait(), 0);
-    };
-    CRolManager journal;
-    join(journal);
-    EXPECT_EQ(journal.is_already_init(), 0);
-    EXPECT_EQ(codes(journal), upTo(1, 4));
 }
 
 }  // namespace

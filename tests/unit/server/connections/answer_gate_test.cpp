@@ -11,10 +11,8 @@ class Library {
   public:
     explicit Library(std::uint32_t number = 1) : number_(number) {}
 
-    Bytes chunk(const std::string& typeAndEnd, std::uint32_t request, std::size_t body) {
-        Bytes bytes(kServiceHeaderSize + body);
-        std::copy(typeAndEnd.begin(), typeAndEnd.end(), bytes.begin());
-        setNumberAt(bytes, kChunkSizeOffset, static_cast<std::uint32_t>(bytes.size()));
+    Bytes chunk(const char* typeAndEnd, std::uint32_t request, std::size_t body) {
+        Bytes bytes = ::chunk(typeAndEnd, kServiceHeaderSize + body);
         setNumberAt(bytes, 8, 77);  // channel
         setNumberAt(bytes, 12, 5);  // token
         setNumberAt(bytes, kSequenceNumberOffset, number_++);

@@ -2,7 +2,6 @@
 
 #include <open62541/types_generated.h>
 
-#include "server/connections/TransportChunk.h"
 #include "tests/unit/server/connections/socket_pair.h"
 
 namespace {
@@ -62,6 +61,10 @@ class Library {
         open[id] = true;
         activity(id, UA_CONNECTIONSTATE_ESTABLISHED, {});
         return id;
+    }
+    template <class... Sockets>
+    std::array<Id, sizeof...(Sockets)> acceptAll(Sockets&... sockets) {
+        return {accept(sockets)...};
     }
     void receive(Id id, Bytes bytes) {
         activity(id, UA_CONNECTIONSTATE_ESTABLISHED, std::move(bytes));
@@ -143,10 +146,7 @@ constexpr std::size_t kMore = 400'000;  // than a socket takes
 
 /// A request of one chunk.
 Bytes request(std::size_t size, std::uint8_t content) {
-    Bytes bytes(size, content);
-    std::copy_n("MSGF", 4, bytes.begin());
-    setNumberAt(bytes, kChunkSizeOffset, static_cast<std::uint32_t>(size));
-    return bytes;
+    return chunk("MSGF", size, content);
 }
 
 Bytes readAll(const SocketPair& sockets, Library& library) {
@@ -213,8 +213,7 @@ TEST(QueueingConnections, TooManyBytesEndTheConnectionThatHasThem) {
     bounds.waitingInAll = 2'000'000;
     Library library{bounds};
     SocketPair greedy, second, third, small;
-    const Id ids[] = {library.accept(greedy), library.accept(second), library.accept(third),
-                      library.accept(small)};
+    const auto ids = library.acceptAll(greedy, second, third, small);
     EXPECT_EQ(library.send(ids[0], Bytes(900'000)), UA_STATUSCODE_GOOD);
     EXPECT_EQ(library.send(ids[1], Bytes(950'000)), UA_STATUSCODE_GOOD);
     EXPECT_EQ(library.send(ids[3], Bytes(200'000)), UA_STATUSCODE_GOOD);
@@ -239,9 +238,7 @@ TEST(QueueingConnections, TooManyBytesEndTheConnectionThatHasThem) {
 TEST(QueueingConnections, WhoTakesNothingIsDisconnectedWhoTakesLittleIsNot) {
     Library library{ClientBounds{}};
     SocketPair dead, slow, gone;
-    const Id deadId = library.accept(dead);
-    const Id slowId = library.accept(slow);
-    const Id goneId = library.accept(gone);
+    const auto [deadId, slowId, goneId] = library.acceptAll(dead, slow, gone);
     for (const Id id : {deadId, slowId, goneId})
         library.send(id, Bytes(kMore));
     gone.closeClientsEnd();
@@ -261,7 +258,7 @@ TEST(QueueingConnections, WhoTakesNothingIsDisconnectedWhoTakesLittleIsNot) {
 TEST(QueueingConnections, TheLastBytesGoOutForAShortTime) {
     Library library{ClientBounds{}};
     SocketPair reads, doesNot, nothingWaits;
-    const Id ids[] = {library.accept(reads), library.accept(doesNot), library.accept(nothingWaits)};
+    const auto ids = library.acceptAll(reads, doesNot, nothingWaits);
     for (const Id id : {ids[0], ids[1]})
         library.send(id, Bytes(kMore));
     for (const Id id : ids)
@@ -331,8 +328,7 @@ TEST(QueueingConnections, RequestsWaitWhileAnswersDo) {
 TEST(QueueingConnections, ManyRequestsOfOneClientLetOthersHaveTheirTurn) {
     Library library{ClientBounds{}};
     SocketPair busy, other;
-    const Id id = library.accept(busy);
-    const Id otherId = library.accept(other);
+    const auto [id, otherId] = library.acceptAll(busy, other);
     double ms = 0.5;
     std::chrono::microseconds runs{500};
     library.onMessage = [&](Id, const Bytes&) {
@@ -384,24 +380,22 @@ TEST(QueueingConnections, TheLongestMessageThatDoesNotEndCostsItsClientTheConnec
     bounds.unfinishedInAll = 50'000;
     Library library{bounds};
     SocketPair sockets[3];
-    const auto piece = [](char end, std::size_t size) {
-        Bytes bytes = request(size, 0);
-        bytes[kChunkTypeOffset] = static_cast<std::uint8_t>(end);
+    const auto piece = [](const char* typeAndEnd, std::size_t size) {
+        Bytes bytes = chunk(typeAndEnd, size);
         setNumberAt(bytes, kServiceHeaderSize, 1U | 631U << 16U);  // Read, which may be long
         return bytes;
     };
-    const Id ids[] = {library.accept(sockets[0]), library.accept(sockets[1]),
-                      library.accept(sockets[2])};
-    library.receive(ids[0], piece('C', 30'000));
-    library.receive(ids[1], piece('C', 15'000));
-    library.receive(ids[1], piece('F', 1'000));
-    library.receive(ids[2], piece('C', 19'000));
+    const auto ids = library.acceptAll(sockets[0], sockets[1], sockets[2]);
+    library.receive(ids[0], piece("MSGC", 30'000));
+    library.receive(ids[1], piece("MSGC", 15'000));
+    library.receive(ids[1], piece("MSGF", 1'000));
+    library.receive(ids[2], piece("MSGC", 19'000));
     library.run(0);
     EXPECT_TRUE(library.open[ids[0]]);
-    library.receive(ids[2], piece('C', 2'000));
+    library.receive(ids[2], piece("MSGC", 2'000));
     library.run(0);
     EXPECT_FALSE(library.open[ids[0]]);
-    library.receive(ids[1], piece('C', 28'000));
+    library.receive(ids[1], piece("MSGC", 28'000));
     library.run(0);
     EXPECT_TRUE(library.open[ids[1]] && library.open[ids[2]]) << "its bytes no longer count";
 }
@@ -425,8 +419,6 @@ TEST(QueueingConnections, TheArraysOfOneRequestAreBounded) {
         ++requests;
         EXPECT_TRUE(allocates(8));
         EXPECT_FALSE(allocates(3)) << "with those before it";
-        EXPECT_TRUE(allocates(2));
-        EXPECT_TRUE(allocates(1)) << "no array";
         EXPECT_FALSE(allocates(SIZE_MAX / sizeof(UA_DataValue)));
     };
     for (int i = 0; i < 2; ++i)

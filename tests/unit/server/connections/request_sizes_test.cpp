@@ -2,10 +2,8 @@
 
 #include "tests/unit/server/connections/socket_pair.h"
 
-static Bytes chunk(const char* typeAndEnd, std::uint16_t service, std::size_t size) {
-    Bytes bytes(size);
-    std::copy_n(typeAndEnd, 4, bytes.begin());
-    setNumberAt(bytes, kChunkSizeOffset, static_cast<std::uint32_t>(size));
+static Bytes chunkOf(const char* typeAndEnd, std::uint16_t service, std::size_t size) {
+    Bytes bytes = chunk(typeAndEnd, size);
     if (size >= kServiceHeaderSize + 4)
         setNumberAt(bytes, kServiceHeaderSize, 1U | std::uint32_t{service} << 16U);
     return bytes;
@@ -41,14 +39,14 @@ TEST(RequestSizes, DependOnTheService) {
             SCOPED_TRACE(c.why);
             RequestSizes sizes;
             // A message before it counts for itself.
-            ASSERT_TRUE(accepts(sizes, chunk("MSGF", kTransfer, 16'384), step));
+            ASSERT_TRUE(accepts(sizes, chunkOf("MSGF", kTransfer, 16'384), step));
             bool accepted = true;
             for (std::size_t i = 0; i < c.chunks.size() && accepted; ++i) {
                 const bool last = i + 1 == c.chunks.size();
                 // Only the first chunk names the service.
                 const std::uint16_t service = i == 0 ? c.service : kRead;
                 accepted =
-                    accepts(sizes, chunk(last ? "MSGF" : "MSGC", service, c.chunks[i]), step);
+                    accepts(sizes, chunkOf(last ? "MSGF" : "MSGC", service, c.chunks[i]), step);
             }
             EXPECT_EQ(accepted, c.accepted);
         }

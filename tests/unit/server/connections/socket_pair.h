@@ -1,6 +1,7 @@
 #pragma once
 
 #include <sys/socket.h>
+#include "server/connections/TransportChunk.h"
 #include "tests/support/basics.h"
 
 using Bytes = std::vector<std::uint8_t>;
@@ -41,6 +42,14 @@ inline Bytes randomBytes(std::mt19937& random, std::size_t count) {
     Bytes bytes(count);
     for (std::uint8_t& byte : bytes)
         byte = static_cast<std::uint8_t>(random());
+    return bytes;
+}
+
+/// @param typeAndEnd  "MSGF" and the like
+inline Bytes chunk(std::string_view typeAndEnd, std::size_t size, std::uint8_t content = 0) {
+    Bytes bytes(size, content);
+    std::ranges::copy(typeAndEnd, bytes.begin());
+    setNumberAt(bytes, kChunkSizeOffset, static_cast<std::uint32_t>(size));
     return bytes;
 }
 
