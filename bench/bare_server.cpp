@@ -14,6 +14,7 @@
 #include <CLI/CLI.hpp>
 
 #include "bench/bare_history.h"
+#include "server/bounds/ConfigBounds.h"
 
 namespace {
 
@@ -23,7 +24,7 @@ struct Attribute {
 };
 
 struct Options {
-    std::uint16_t port = 4840;
+    std::uint16_t port = kFirstPort;
     std::size_t tags = 0;
     std::size_t changeEvery = 0;  // the values of each such tag change; 0: of none
     std::vector<Attribute> attributes;
@@ -33,7 +34,7 @@ struct Options {
 };
 
 // The server's default sampling interval, which is its lower limit for publishing and sampling too.
-constexpr double kSamplingIntervalMs = 500.0;
+constexpr double kSamplingIntervalMs = kDefaultIntervalMs;
 
 // Any fixed instant will do: 2026-01-01 00:00 UTC in 100 ns ticks since 1601.
 constexpr UA_DateTime kSourceTime = UA_DATETIME_UNIX_EPOCH + 1767225600LL * UA_DATETIME_SEC;

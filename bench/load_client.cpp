@@ -12,6 +12,7 @@
 #include "bench/load_commands.h"
 #include "bench/node_listing.h"
 #include "bench/ua_connection.h"
+#include "server/bounds/ConfigBounds.h"
 
 namespace {
 
@@ -219,7 +220,7 @@ class CommandLine {
             ->required();
     }
 
-    std::uint16_t port_ = 4840;
+    std::uint16_t port_ = kFirstPort;
     double deadlineSeconds_ = 60;
     std::vector<bench::Target> targets_;
     bench::ReadLoad read_;

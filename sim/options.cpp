@@ -58,7 +58,6 @@ void addDuration(CLI::App& app, const char* name, std::optional<std::chrono::sec
 }
 
 void addCounts(CLI::App& app, Options& options) {
-    constexpr long kMost = 65535;
     const struct {
         const char* name;
         TypeCode type;
@@ -77,7 +76,7 @@ void addCounts(CLI::App& app, Options& options) {
     for (const auto& row : rows) {
         app.add_option(row.name, options.counts[indexOf(row.type)],
                        std::string("число ") + row.help)
-            ->check(between(0, kMost))
+            ->check(between(0, kLastTagNumber))
             ->capture_default_str()
             ->group("Размер базы");
     }

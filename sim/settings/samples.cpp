@@ -1,9 +1,12 @@
 #include "sim/settings/samples.h"
 
+#include <cstdint>
 #include <cstdlib>
 #include <sstream>
+#include <utility>
 
 #include "lib/util/veskpath.h"
+#include "server/bounds/ConfigBounds.h"
 #include "server/text/Utf8ToCP866Converter.h"
 #include "sim/plant/house_layout.h"
 
@@ -40,12 +43,12 @@ constexpr const char* kServerIni =
 ; Изменённый файл при остановке имитатора останется и будет взят при следующем запуске.
 
 [General]
-AplicationName = Котельная        ; имя сервера и папки, до 16 знаков
-ServerPort = @PORT@               ; порт от 4840 до 4849
+AplicationName = Котельная        ; имя сервера и папки, до @NAME-BYTES@ знаков
+ServerPort = @PORT@               ; порт от @FIRST-PORT@ до @LAST-PORT@
 OperativeData = on                ; текущие значения
 HistoricalData = on               ; история из архива трендов
-SamplingInterval = 500            ; наименьший период опроса, мс
-CountHistoryTrends = 1000         ; значений в одном ответе на запрос истории, до 1000
+SamplingInterval = @DEFAULT-MS@            ; наименьший период опроса, мс
+CountHistoryTrends = @MOST-VALUES@         ; значений в одном ответе на запрос истории, до @MOST-VALUES@
 
 ; Какие переменные публикуются: all - все, иначе номера и диапазоны, как 1-18, 55, 60-65.
 [Attributes]
@@ -192,8 +195,10 @@ std::string boilerPlotters() {
 }
 
 std::string filledIn(std::string text, const std::string& mark, const std::string& value) {
-    const std::size_t place = text.find(mark);
-    if (place != std::string::npos) text.replace(place, mark.size(), value);
+    for (auto place = text.find(mark); place != std::string::npos; place = text.find(mark, place)) {
+        text.replace(place, mark.size(), value);
+        place += value.size();
+    }
     return text;
 }
 
@@ -212,8 +217,19 @@ std::string trendsIni() {
 }
 
 std::string serverIni(int port) {
-    return Utf8ToCP866Converter::convertUtf8ToCP866_manual(
-        filledIn(kServerIni, "@PORT@", std::to_string(port)));
+    const std::pair<const char*, std::int64_t> numbers[] = {
+        {"@PORT@", port},
+        {"@FIRST-PORT@", kFirstPort},
+        {"@LAST-PORT@", kLastPort},
+        {"@NAME-BYTES@", kApplicationNameBytes},
+        {"@DEFAULT-MS@", static_cast<std::int64_t>(kDefaultIntervalMs)},
+        {"@MOST-VALUES@", kMostHistoryValues},
+    };
+    std::string text = kServerIni;
+    for (const auto& [mark, number] : numbers) {
+        text = filledIn(std::move(text), mark, std::to_string(number));
+    }
+    return Utf8ToCP866Converter::convertUtf8ToCP866_manual(text);
 }
 
 int cycleTimeOf(const std::string& controllerIniText, int otherwise) {

@@ -8,6 +8,7 @@
 #include <string_view>
 #include <vector>
 
+#include "server/bounds/ConfigBounds.h"
 #include "server/opcua/AddressSpace.h"
 #include "server/operative/StructureItems.h"
 #include "server/plan/PlotterSelection.h"
@@ -174,7 +175,7 @@ class UAServer {
 
     UA_UInt16 namespaceIndex_ = 1;
     int port_ = 0;
-    double samplingIntervalMs_ = 500.0;
+    double samplingIntervalMs_ = kDefaultIntervalMs;
     std::string applicationNameCp866_;
     UA_Server* server_ = nullptr;  // owned
     StructureItems items_;

@@ -9,6 +9,7 @@
 #include <iostream>
 #include <string>
 
+#include "server/bounds/ConfigBounds.h"
 #include "server/config/NumberLists.h"
 #include "server/diagnostics/MsgHandler.h"
 #include "tools/opcuacheck/exit_status.h"
@@ -153,11 +154,10 @@ std::string fillDatabase(const Options& options, Database& database) {
     }
     if (options.rvs.empty() && options.rvl.empty()) return {};
     auto& inputs = database.manualInputs.emplace();
-    constexpr std::int64_t kMostNumbers = 65535;
     const std::array<const std::string*, 2> lists{&options.rvs, &options.rvl};
     for (std::size_t i = 0; i < lists.size(); ++i) {
         const NumberList list = readNumberList(*lists[i]);
-        if (list.all || list.badItem || expandedCount(list.ranges) > kMostNumbers) {
+        if (list.all || list.badItem || expandedCount(list.ranges) > kLastTagNumber) {
             return "\"" + *lists[i] + "\"" +
                    (options.russian() ? " — не список номеров" : " is no list of numbers");
         }

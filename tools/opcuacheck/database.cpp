@@ -9,6 +9,7 @@
 
 #include "lib/bd_vesk/attributes.h"
 #include "lib/bd_vesk/typevars.h"
+#include "server/bounds/ConfigBounds.h"
 #include "server/config/IniText.h"
 
 namespace opcuacheck {
@@ -27,7 +28,6 @@ std::optional<int> Database::rvTypeOf(VariableType kind, int tag) const {
 // ---- Counts ------------------------------------------------------------------------------------
 
 static bool readCount(std::string_view item, Database& database) {
-    constexpr int kMost = 65535;  // numbers are 16-bit
     const auto equals = item.find('=');
     if (equals == std::string_view::npos) return false;
     const auto* const kind = std::ranges::find_if(kKinds, [&](const VariableKind& row) {
@@ -38,7 +38,7 @@ static bool readCount(std::string_view item, Database& database) {
     const char* const end = digits.data() + digits.size();
     const auto [rest, error] = std::from_chars(digits.data(), end, count);
     if (kind == kKinds.end() || error != std::errc{} || rest != end) return false;
-    if (count < 0 || count > kMost) return false;
+    if (count < 0 || count > kLastTagNumber) return false;
     database.counts[static_cast<std::size_t>(kind->type)] = count;
     return true;
 }
@@ -49,8 +49,9 @@ std::string readCounts(const std::string& text, Database& database, bool russian
         const std::string item = text.substr(begin, end - begin);
         if (!readCount(item, database)) {
             return "\"" + item + "\"" +
-                   (russian ? " — не va=, av=, rv=, vd= или dv= с числом 0..65535"
-                            : " is not va=, av=, rv=, vd= or dv= with a number 0..65535");
+                   (russian ? " — не va=, av=, rv=, vd= или dv= с числом 0.."
+                            : " is not va=, av=, rv=, vd= or dv= with a number 0..") +
+                   std::to_string(kLastTagNumber);
         }
         begin = end + 1;
     }

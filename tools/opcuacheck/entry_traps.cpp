@@ -16,10 +16,6 @@ namespace opcuacheck {
 
 namespace {
 
-bool holdsEntries(const Section& section) {
-    return isFlatSection(section.name) || schemaNameOf(section.name) == kGroupSection;
-}
-
 using KindSet = std::bitset<kKinds.size()>;  // by VariableType
 
 /// The kinds of which the section publishes any tag.
@@ -75,13 +71,13 @@ class EntryTraps : private EntryLooker {
         section_ = &section;
         std::set<const PublishedType*> configured;
         for (const KeyValue& entry : section.params) {
-            if (entry.key.find("Type") == std::string::npos || holdsPlotter(section.name)) continue;
+            if (!isEntryKey(entry.key) || holdsPlotter(section.name)) continue;
             entry_ = &entry;
-            if (!holdsEntries(section)) {
+            if (!holdsEntries(section.name)) {
                 add(RuleId::entryPlace, {shown(section.name)});
                 continue;
             }
-            type_ = typeOf(entry.key);
+            type_ = typeOfEntry(entry.key);
             if (type_ == nullptr) {
                 lookAtMarker();
                 continue;
@@ -89,25 +85,18 @@ class EntryTraps : private EntryLooker {
             configured.insert(type_);
             lookAtEntry();
         }
-        if (holdsEntries(section)) lookAtKindsWithout(configured);
+        if (holdsEntries(section.name)) lookAtKindsWithout(configured);
     }
 
   private:
-    static const PublishedType* typeOf(std::string_view key) {
-        for (const PublishedType& type : kPublishedTypes) {
-            if (key.starts_with(type.marker)) return &type;
-        }
-        return nullptr;
-    }
-
     void lookAtMarker() {
         const std::string& key = entry_->key;
-        const auto at = key.find("Type");
+        const auto at = key.find(kEntryMark) + kEntryMark.size();
         std::string digits;
-        for (std::size_t i = at + 4; i < key.size() && key[i] >= '0' && key[i] <= '9'; ++i) {
+        for (std::size_t i = at; i < key.size() && key[i] >= '0' && key[i] <= '9'; ++i) {
             digits += key[i];
         }
-        std::string marker = "Type" + digits + ".";
+        std::string marker = std::string(kEntryMark) + digits + ".";
         const bool known = std::ranges::any_of(
             kPublishedTypes, [&](const PublishedType& type) { return type.marker == marker; });
         if (!known) marker = "Type1.";
@@ -200,7 +189,7 @@ class EntryTraps : private EntryLooker {
         const auto sources = groupsByStart_.find(std::to_string(number));
         if (sources == groupsByStart_.end()) return false;
         const auto isOfKind = [&](const KeyValue& entry) {
-            const PublishedType* const type = typeOf(entry.key);
+            const PublishedType* const type = typeOfEntry(entry.key);
             return type != nullptr && type->kind == kind;
         };
         return std::ranges::any_of(sources->second, [&](const Section* other) {
@@ -264,7 +253,7 @@ void addEntryTraps(const Checked& checked, Findings& findings) {
     for (const Section& section : checked.view.sections) {
         traps.look(section);
         if (isFlatSection(section.name)) flat.push_back(&section);
-        if (!isFlatSection(section.name) && holdsEntries(section)) {
+        if (!isFlatSection(section.name) && holdsEntries(section.name)) {
             addTwins({&section}, findings);
         }
     }

@@ -24,6 +24,12 @@ std::string numberText(double number) {
     return text;
 }
 
+const PublishedType* typeOfEntry(std::string_view key) {
+    const auto* const found = std::ranges::find_if(
+        kPublishedTypes, [&](const PublishedType& type) { return key.starts_with(type.marker); });
+    return found == kPublishedTypes.end() ? nullptr : &*found;
+}
+
 std::string wordOf(const PublishedType& type) {
     // The folders are named "<number>_<word>".
     return std::string(type.folderName.substr(type.folderName.find('_') + 1));

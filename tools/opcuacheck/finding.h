@@ -77,6 +77,9 @@ class EntryLooker {
 /// Without zeros at the end: "29.5", "500".
 [[nodiscard]] std::string numberText(double number);
 
+/// The published type whose marker the key begins with; null for none.
+[[nodiscard]] const PublishedType* typeOfEntry(std::string_view key);
+
 /// "VA", "RVV": what engineers call a published type.
 [[nodiscard]] std::string wordOf(const PublishedType& type);
 

@@ -4,6 +4,7 @@
 
 #include "server/config/GeneralSettings.h"
 #include "server/config/IniText.h"
+#include "server/config/SectionNames.h"
 #include "server/plan/TagConfig.h"
 #include "tools/opcuacheck/finding.h"
 
@@ -103,8 +104,8 @@ class GeneralTraps : private EntryLooker {
     void lookAtUnused() {
         const std::string& key = entry_->key;
         const bool unused =
-            key == "Work_mode" || key == "AccessUserN" || section_->name == "Access";
-        const bool attribute = key.find("Type") != std::string::npos;  // reported as entry-place
+            key == "Work_mode" || key == "AccessUserN" || section_->name == kAccessSection;
+        const bool attribute = isEntryKey(key);  // reported as entry-place
         if (unused && !attribute) add(RuleId::keyUnused, {shown(key)});
     }
 

@@ -1,6 +1,6 @@
 #include <algorithm>
-#include <limits>
 
+#include "server/bounds/ConfigBounds.h"
 #include "server/config/IniText.h"
 #include "server/config/NumberLists.h"
 #include "server/config/SectionNames.h"
@@ -15,7 +15,6 @@ namespace {
 /// each while the list grows.
 constexpr std::int64_t kTooManyNumbers = 10'000'000;
 constexpr std::int64_t kBytesPerNumber = 12;
-constexpr int kLastNumber = std::numeric_limits<std::uint16_t>::max();
 
 /// The list as it was probably meant; "1-8" when that is not clear.
 std::string repaired(const std::string& value) {
@@ -105,7 +104,7 @@ class ListTraps : private EntryLooker {
 
     void lookAtAbsent(const std::vector<NumberRange>& numbers, const VariableKind& kind) {
         const auto& known = checked_.database.countOf(kind.type);
-        const int last = known.value_or(kLastNumber);
+        const int last = known.value_or(kLastTagNumber);
         std::vector<NumberRange> absent;
         for (const NumberRange& range : numbers) {
             if (range.last > last) absent.push_back({std::max(range.first, last + 1), range.last});

@@ -5,6 +5,7 @@
 #include <optional>
 
 #include "server/bounds/ConfigBounds.h"
+#include "server/config/SectionNames.h"
 
 namespace opcuacheck {
 
@@ -21,21 +22,21 @@ static const std::vector<Rule> kRules{
     {RuleId::samplingShort, "error-2", kError,
      {"период опроса {0} мс меньше {shortest-ms} мс: вместо него сервер возьмёт цикл контроллера, {1} мс",
       "a sampling interval of {0} ms is below {shortest-ms} ms: the server takes the controller's cycle, {1} ms"},
-     {"укажите от {2} до {longest-ms}, например SamplingInterval = 500",
-      "give {2} to {longest-ms}, for example SamplingInterval = 500"}},
+     {"укажите от {2} до {longest-ms}, например SamplingInterval = {default-ms}",
+      "give {2} to {longest-ms}, for example SamplingInterval = {default-ms}"}},
     {RuleId::samplingBelowCycle, "error-2", kError,
-     {"период опроса {0} мс меньше цикла контроллера, {1} мс: значение не принимается, остаётся прежнее (без другой настройки — 500 мс)",
-      "a sampling interval of {0} ms is below the controller's cycle of {1} ms: it is not taken, the former one stays (500 ms without another setting)"},
-     {"укажите от {2} до {longest-ms}, например SamplingInterval = 500",
-      "give {2} to {longest-ms}, for example SamplingInterval = 500"}},
+     {"период опроса {0} мс меньше цикла контроллера, {1} мс: значение не принимается, остаётся прежнее (без другой настройки — {default-ms} мс)",
+      "a sampling interval of {0} ms is below the controller's cycle of {1} ms: it is not taken, the former one stays ({default-ms} ms without another setting)"},
+     {"укажите от {2} до {longest-ms}, например SamplingInterval = {default-ms}",
+      "give {2} to {longest-ms}, for example SamplingInterval = {default-ms}"}},
     {RuleId::samplingLong, "error-2", kError,
      {"период опроса {0} мс больше {longest-ms} мс: сервер возьмёт {longest-ms} мс",
       "a sampling interval of {0} ms is above {longest-ms} ms: the server takes {longest-ms} ms"},
-     {"укажите от {2} до {longest-ms}, например SamplingInterval = 500",
-      "give {2} to {longest-ms}, for example SamplingInterval = 500"}},
+     {"укажите от {2} до {longest-ms}, например SamplingInterval = {default-ms}",
+      "give {2} to {longest-ms}, for example SamplingInterval = {default-ms}"}},
     {RuleId::portMissing, "error-3", kError,
      {"порт не задан: сервер не запустится", "no port is given: the server will not start"},
-     {"добавьте в секцию [General] строку ServerPort = {first-port}", "add the line ServerPort = {first-port} to section [General]"}},
+     {"добавьте в секцию [{general}] строку ServerPort = {first-port}", "add the line ServerPort = {first-port} to section [{general}]"}},
     {RuleId::portNoNumber, "error-3", kError,
      {"порт «{0}» — не целое число: сервер не запустится", "the port \"{0}\" is no integer: the server will not start"},
      {"укажите число от {first-port} до {last-port}, например ServerPort = {first-port}",
@@ -56,15 +57,15 @@ static const std::vector<Rule> kRules{
     {RuleId::sectionUnknown, "error-5", kError,
      {"секция [{0}] серверу неизвестна: она не читается вместе со всеми своими ключами",
       "section [{0}] is unknown to the server: it is not read, nor is any of its keys"},
-     {"исправьте имя; секции: General, Access, Attributes, Attributes_Group1, Plotter_1 (с номером группы и плоттера)",
-      "correct the name; sections are General, Access, Attributes, Attributes_Group1, Plotter_1 (with the number of group or plotter)"}},
+     {"исправьте имя; секции: {general}, {access}, {flat}, {group}1, {plotter}1 (с номером группы и плоттера)",
+      "correct the name; sections are {general}, {access}, {flat}, {group}1, {plotter}1 (with the number of group or plotter)"}},
     {RuleId::sectionNear, "error-5", kError,
      {"секция [{0}] серверу неизвестна: она не читается вместе со всеми своими ключами",
       "section [{0}] is unknown to the server: it is not read, nor is any of its keys"},
      {"напишите [{1}] — именно такими буквами", "write [{1}], in exactly these letters"}},
     {RuleId::sectionNone, "error-5", kError,
      {"ключи до первой секции серверу не принадлежат и не читаются", "keys before the first section are not read"},
-     {"поставьте перед ними имя секции, например [General]", "put a section's name before them, for example [General]"}},
+     {"поставьте перед ними имя секции, например [{general}]", "put a section's name before them, for example [{general}]"}},
     {RuleId::keyUnknown, "error-6", kError,
      {"ключ «{0}» в секции [{1}] серверу неизвестен и не читается",
       "key \"{0}\" is unknown to the server in section [{1}] and is not read"},
@@ -127,10 +128,10 @@ static const std::vector<Rule> kRules{
      {"пробел перед примечанием остаётся частью имени: «{0}»", "the blank before the comment stays in the name: \"{0}\""},
      {"уберите примечание с этой строки: Name = {1}", "take the comment off this line: Name = {1}"}},
     {RuleId::samplingNoNumber, "sampling-no-number", kWarning,
-     {"период опроса «{0}» — не число: он молча не принимается, остаются 500 мс",
-      "the sampling interval \"{0}\" is no number: it is silently not taken, 500 ms stay"},
-     {"укажите число миллисекунд, например SamplingInterval = 500",
-      "give a number of milliseconds, for example SamplingInterval = 500"}},
+     {"период опроса «{0}» — не число: он молча не принимается, остаются {default-ms} мс",
+      "the sampling interval \"{0}\" is no number: it is silently not taken, {default-ms} ms stay"},
+     {"укажите число миллисекунд, например SamplingInterval = {default-ms}",
+      "give a number of milliseconds, for example SamplingInterval = {default-ms}"}},
     {RuleId::cycleNotPositive, "cycle-time", kWarning,
      {"цикл контроллера — {0} мс, и сервер возьмёт его вместо периода опроса {1} мс: клиентам, которые просят самый короткий интервал публикации, он откажет в подписке",
       "the controller's cycle is {0} ms, and the server takes it in place of a sampling interval of {1} ms: clients that ask for the shortest publishing interval are refused a subscription"},
@@ -189,8 +190,8 @@ static const std::vector<Rule> kRules{
     {RuleId::listTooLong, "list-too-long", kWarning,
      {"список разворачивается в {0} чисел, это около {1} МБ памяти: серверу может её не хватить, и он не запустится",
       "the list expands to {0} numbers, some {1} MB of memory: the server may run out of it and not start"},
-     {"сократите диапазоны: больше 65535 тегов одного вида в базе не бывает; все теги — это all",
-      "shorten the ranges: a database has 65535 tags of a kind at most; every tag is written all"}},
+     {"сократите диапазоны: больше {last-tag} тегов одного вида в базе не бывает; все теги — это all",
+      "shorten the ranges: a database has {last-tag} tags of a kind at most; every tag is written all"}},
     {RuleId::listNoEntries, "list-no-entries", kWarning,
      {"теги {0} публикуются, но ни одного атрибута для них не задано: у клиентов будут пустые объекты",
       "tags {0} are published, but no attribute is configured for them: clients get empty objects"},
@@ -214,7 +215,7 @@ static const std::vector<Rule> kRules{
       "begin the key with \"{1}\"; markers are Type1. VA, Type2. VD, Type3. AV, Type4. DV, Type50. RVV, Type51. RVS, Type52. RVL"}},
     {RuleId::entryPlace, "entry-place", kWarning,
      {"строка атрибута в секции [{0}] ничего не публикует", "an attribute entry in section [{0}] publishes nothing"},
-     {"перенесите её в секцию [Attributes] или в секцию группы", "move it to section [Attributes] or to a group's section"}},
+     {"перенесите её в секцию [{flat}] или в секцию группы", "move it to section [{flat}] or to a group's section"}},
     {RuleId::entryUnused, "entry-unused", kWarning,
      {"ни один тег {0} здесь не публикуется, поэтому строка не действует", "no tag {0} is published here, so the entry has no effect"},
      {"добавьте в секцию [{1}] список тегов, например {2} = all, или удалите строку",
@@ -260,7 +261,7 @@ static const std::vector<Rule> kRules{
     {RuleId::groupNumberForm, "group-number-form", kWarning,
      {"номер группы записан не как {0}: строки атрибутов этой секции не действуют, у тегов группы не будет значений",
       "the group's number is not written as {0}: the attribute entries of this section have no effect, the group's tags get no values"},
-     {"напишите [Attributes_Group{0}]", "write [Attributes_Group{0}]"}},
+     {"напишите [{group}{0}]", "write [{group}{0}]"}},
     {RuleId::groupPrefix, "group-prefix", kWarning,
      {"с номера группы {0} начинается и секция [{1}]: тегам группы {0} достаются строки атрибутов обеих секций",
       "section [{1}] begins with the number of group {0} too: the tags of group {0} get the attribute entries of both sections"},
@@ -303,23 +304,30 @@ const Rule& ruleOf(RuleId id) {
     return rule;
 }
 
-/// What the bounds of the configuration are called in the texts above.
-static std::optional<std::string> boundNamed(std::string_view name) {
-    static const std::map<std::string_view, std::string> kBounds{
+/// What the sections and bounds of the configuration are called in the texts above.
+static std::optional<std::string> namedValue(std::string_view name) {
+    static const std::map<std::string_view, std::string> kValues{
         {"first-port", std::to_string(kFirstPort)},
         {"last-port", std::to_string(kLastPort)},
         {"shortest-ms", std::to_string(static_cast<int>(kShortestIntervalMs))},
         {"longest-ms", std::to_string(static_cast<int>(kLongestIntervalMs))},
+        {"default-ms", std::to_string(static_cast<int>(kDefaultIntervalMs))},
         {"name-bytes", std::to_string(kApplicationNameBytes)},
+        {"last-tag", std::to_string(kLastTagNumber)},
         {"most-values", std::to_string(kMostHistoryValues)},
+        {"general", std::string(kGeneralSection)},
+        {"access", std::string(kAccessSection)},
+        {"flat", std::string(kFlatSection)},
+        {"group", std::string(kGroupSection)},
+        {"plotter", std::string(kPlotterSection)},
     };
-    const auto found = kBounds.find(name);
-    return found == kBounds.end() ? std::nullopt : std::optional(found->second);
+    const auto found = kValues.find(name);
+    return found == kValues.end() ? std::nullopt : std::optional(found->second);
 }
 
 static std::optional<std::string> placeFilled(std::string_view name,
                                               const std::vector<std::string>& arguments) {
-    if (name.size() != 1 || name[0] < '0' || name[0] > '9') return boundNamed(name);
+    if (name.size() != 1 || name[0] < '0' || name[0] > '9') return namedValue(name);
     const auto index = static_cast<std::size_t>(name[0] - '0');
     return index < arguments.size() ? arguments[index] : "…";
 }

@@ -90,7 +90,7 @@ struct Text {
 };
 
 /// One row: the text of a finding. "{0}", "{1}" ... stand for the finding's arguments, names such as
-/// "{first-port}" for the bounds of ConfigBounds.h.
+/// "{first-port}" for the bounds of ConfigBounds.h and the sections of SectionNames.h.
 struct Rule {
     RuleId id;
     std::string_view code;  ///< for scripts and docs/configuration.md
@@ -103,7 +103,7 @@ struct Rule {
 /// Every row, for the list of codes.
 [[nodiscard]] const std::vector<Rule>& allRules();
 
-/// The pattern with its arguments and bounds; "…" at a place without an argument.
+/// The pattern with its arguments, bounds and sections; "…" at a place without an argument.
 [[nodiscard]] std::string filled(std::string_view pattern,
                                  const std::vector<std::string>& arguments);
 

@@ -128,7 +128,7 @@ class GroupTraps {
 void addPlotterTraps(const Checked& checked, Findings& findings) {
     std::map<int, const Section*> firstOfNumber;
     for (const Section& section : checked.view.sections) {
-        if (section.name == "Plotter") {
+        if (section.name == kPlotterSchema) {
             findings.push_back(atHeading(RuleId::sectionNoNumber, section, {section.name}));
         }
         if (!holdsPlotter(section.name)) continue;
@@ -164,7 +164,7 @@ void addPlotterTraps(const Checked& checked, Findings& findings) {
 const Section* sectionOfFolder(const Checked& checked, int folder) {
     auto next = static_cast<int>(kFirstGroupFolder);
     for (const Section& section : checked.view.sections) {
-        if (section.name.find(kGroupSection) == std::string::npos) continue;
+        if (!holdsGroup(section.name)) continue;
         if (next++ == folder) return &section;
     }
     return nullptr;

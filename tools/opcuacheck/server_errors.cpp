@@ -33,8 +33,8 @@ std::string numberAtEnd(std::string_view name) {
 std::string nearestSection(const std::string& name) {
     const std::string digits = numberAtEnd(name);
     return nearest(
-        name, {"General", "Access", std::string(kFlatSection), std::string(kGroupSection) + digits,
-               std::string(kPlotterSection) + digits});
+        name, {std::string(kGeneralSection), std::string(kAccessSection), std::string(kFlatSection),
+               std::string(kGroupSection) + digits, std::string(kPlotterSection) + digits});
 }
 
 /// Keys that the section of this name may have, attribute entries left out.
@@ -101,12 +101,6 @@ void explainKey(const ConfigErrorReport& report, Finding& finding) {
 
 // ---- Attribute entries -------------------------------------------------------------------------
 
-const PublishedType* typeOfKey(std::string_view key) {
-    const auto* const found = std::ranges::find_if(
-        kPublishedTypes, [&](const PublishedType& type) { return key.starts_with(type.marker); });
-    return found == kPublishedTypes.end() ? nullptr : &*found;
-}
-
 /// A loaded attribute entry.
 struct PlacedEntry {
     const Section* section;
@@ -118,9 +112,9 @@ using EntriesByKey = std::unordered_map<std::string, std::vector<PlacedEntry>>;
 EntriesByKey entriesByKey(const Checked& checked) {
     EntriesByKey entries;
     for (const Section& section : checked.view.sections) {
-        if (section.name.find(kFlatSection) == std::string::npos) continue;
+        if (!holdsEntries(section.name)) continue;
         for (const KeyValue& entry : section.params) {
-            if (typeOfKey(entry.key) == nullptr) continue;
+            if (typeOfEntry(entry.key) == nullptr) continue;
             if (auto info = readTagEntry(entry)) {
                 entries[entry.key].push_back({&section, entry.line, std::move(*info)});
             }
@@ -147,7 +141,7 @@ void explainAttribute(const Checked& checked, const EntriesByKey& entries,
                       const ConfigErrorReport& report, Finding& finding) {
     const bool missing = report.subject.missing;
     finding.rule = missing ? RuleId::attributeMissing : RuleId::attributeRefused;
-    const PublishedType* const type = typeOfKey(report.subject.key);
+    const PublishedType* const type = typeOfEntry(report.subject.key);
     const PlacedEntry* const entry = type == nullptr ? nullptr : meantEntry(entries, report, *type);
     if (entry == nullptr) return;
     finding.section = shown(entry->section->name);
@@ -165,23 +159,23 @@ void explainAttribute(const Checked& checked, const EntriesByKey& entries,
 // ---- General -----------------------------------------------------------------------------------
 
 void explainPort(const Checked& checked, Finding& finding) {
-    finding.section = "General";
+    finding.section = kGeneralSection;
     finding.key = "ServerPort";
     finding.rule = RuleId::portMissing;
     for (const std::string_view value : valuesOf(checked.view.sections, "ServerPort")) {
         finding.rule = parseWholeInteger(value) ? RuleId::portOutside : RuleId::portNoNumber;
         finding.arguments = {shown(trim(value))};
     }
-    const std::int32_t line = checked.file.lineOf("General", "ServerPort");
+    const std::int32_t line = checked.file.lineOf(kGeneralSection, "ServerPort");
     if (finding.line == 0) finding.line = line;
     finding.trueLine = line;
 }
 
 /// @param index  of the report among those of its kind
 void explainSampling(const Checked& checked, std::size_t index, Finding& finding) {
-    finding.section = "General";
+    finding.section = kGeneralSection;
     finding.key = "SamplingInterval";
-    finding.trueLine = checked.file.lineOf("General", "SamplingInterval");
+    finding.trueLine = checked.file.lineOf(kGeneralSection, "SamplingInterval");
     const double cycleMs = checked.view.cycleTimeMs;
     for (const std::string_view value : valuesOf(checked.view.sections, "SamplingInterval")) {
         const auto askedMs = parseLeadingNumber(value);

@@ -5,6 +5,7 @@
 #include <set>
 #include <utility>
 
+#include "server/bounds/ConfigBounds.h"
 #include "server/config/ConfigState.h"
 #include "server/config/GeneralSettings.h"
 #include "server/config/IniConfigManager.h"
@@ -48,8 +49,6 @@ std::vector<NumberRange> mergedRanges(std::vector<NumberRange> ranges) {
 
 namespace {
 
-constexpr int kLastNumber = std::numeric_limits<std::uint16_t>::max();  // that a database can have
-
 /// Shortens the number lists to what a database can hold, so that expanding them is harmless. What
 /// the server makes of them stays the same; a list of numbers that do not exist keeps the first,
 /// because the server distinguishes it from an empty one.
@@ -79,10 +78,10 @@ class ListClipper {
   private:
     /// -1 for a key that is no list.
     int lastNumber(const std::string& key) const {
-        if (key == "Pens") return kLastNumber;
+        if (key == "Pens") return kLastTagNumber;
         const auto* const kind = std::ranges::find(kKinds, key, &VariableKind::word);
         if (kind == kKinds.end()) return -1;
-        return database_.countOf(kind->type).value_or(kLastNumber);
+        return database_.countOf(kind->type).value_or(kLastTagNumber);
     }
 
     const Database& database_;
@@ -150,7 +149,7 @@ class TreeWork {
             if (!database_.counts[kind]) {
                 const auto raise = [&count](const TagList& list) {
                     for (const std::int32_t number : list) {
-                        if (number <= kLastNumber) count = std::max(count, number);
+                        if (number <= kLastTagNumber) count = std::max(count, number);
                     }
                 };
                 raise(view_.flat[kind]);

@@ -14,7 +14,7 @@ class App;
 namespace opcuaview {
 
 struct HistoryOptions {
-    std::string url = "opc.tcp://localhost:4840";
+    std::string url = kDefaultUrl;
     std::string nodeId;  ///< "ns=1;s=..."; else the pen is found by `pen`
     std::string pen;     ///< part of the node id, in any case
     std::string from;    ///< empty: `last` before the end

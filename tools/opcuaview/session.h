@@ -14,6 +14,9 @@
 
 namespace opcuaview {
 
+/// A server on this machine, at the port that the standard proposes.
+inline constexpr const char* kDefaultUrl = "opc.tcp://localhost:4840";
+
 using NodeId = OwnedNodeId;
 using DataValue = OwnedDataValue;
 using ByteString = UaHandle<UA_ByteString, UA_TYPES_BYTESTRING>;

@@ -5,6 +5,7 @@
 
 #include "tools/opcuaview/exit_status.h"
 #include "tools/opcuaview/item_list.h"
+#include "tools/opcuaview/session.h"
 
 namespace CLI {
 class App;
@@ -13,7 +14,7 @@ class App;
 namespace opcuaview {
 
 struct WatchOptions {
-    std::string url = "opc.tcp://localhost:4840";
+    std::string url = kDefaultUrl;
     ItemChoice choice;
     double waitSeconds = 10;
     double runSeconds = 0;  ///< 0: until a signal

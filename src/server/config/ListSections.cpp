@@ -30,8 +30,8 @@ bool ListSections::hasSection(const std::string& name) const {
 }
 
 bool ListSections::hasParam(const std::string& section, const std::string& key) const {
-    const bool isEntry = key.find("Type") != std::string::npos;
-    return (isEntry && !holdsPlotter(section)) || declares(std::string(schemaNameOf(section)), key);
+    return (isEntryKey(key) && !holdsPlotter(section)) ||
+           declares(std::string(schemaNameOf(section)), key);
 }
 
 void ListSections::PrintAll() const {
@@ -58,11 +58,12 @@ bool ListSections::declares(const std::string& section, const std::string& param
 }
 
 void declareSchema(ListSections& schema) {
-    schema.addSection("General",
+    schema.addSection(std::string(kGeneralSection),
                       {"AplicationName",  // spelled so in the files
                        "Work_mode", "ServerPort", "SamplingInterval", "OperativeData",
                        "HistoricalData", "CountHistoryTrends"});
-    schema.addSection("Access", {"Node_IPn", "Path_to_keys", "SecurityMode", "SecurityPolicy"});
+    schema.addSection(std::string(kAccessSection),
+                      {"Node_IPn", "Path_to_keys", "SecurityMode", "SecurityPolicy"});
     schema.addSection(std::string(kFlatSection), {"AccessUserN", "VA", "VD", "DV", "AV", "RV"});
     schema.addSection(std::string(kGroupSection),
                       {"Name", "AccessUserN", "VA", "VD", "DV", "AV", "RV"});

@@ -4,6 +4,8 @@
 
 // Which section of the configuration file is what. Names are CP866, compared with case.
 
+inline constexpr std::string_view kGeneralSection = "General";
+inline constexpr std::string_view kAccessSection = "Access";
 inline constexpr std::string_view kFlatSection = "Attributes";  ///< the flat tree
 /// With its number behind it: a group of tags.
 inline constexpr std::string_view kGroupSection = "Attributes_Group";
@@ -30,4 +32,16 @@ inline constexpr std::string_view kPlotterSchema = "Plotter";
 [[nodiscard]] constexpr std::string_view schemaNameOf(std::string_view name) {
     if (holdsPlotter(name)) return kPlotterSchema;
     return holdsGroup(name) ? kGroupSection : name;
+}
+
+/// Whether attribute entries in it say how tags are published.
+[[nodiscard]] constexpr bool holdsEntries(std::string_view name) {
+    return isFlatSection(name) || schemaNameOf(name) == kGroupSection;
+}
+
+/// What makes a key an attribute entry, wherever it stands in it.
+inline constexpr std::string_view kEntryMark = "Type";
+
+[[nodiscard]] constexpr bool isEntryKey(std::string_view key) {
+    return key.find(kEntryMark) != std::string_view::npos;
 }

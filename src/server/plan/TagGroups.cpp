@@ -2,10 +2,10 @@
 
 #include <algorithm>
 #include <iterator>
-#include <limits>
 #include <map>
 #include <optional>
 
+#include "server/bounds/ConfigBounds.h"
 #include "server/config/NumberLists.h"
 #include "server/config/SectionNames.h"
 #include "server/plan/TreeNames.h"
@@ -30,7 +30,6 @@ std::vector<TagGroup> readTagGroups(const std::vector<Section>& sections) {
 }
 
 GroupMembership::GroupMembership(const std::vector<TagGroup>& groups) {
-    constexpr int kLastTag = std::numeric_limits<std::uint16_t>::max();  // that a database can have
     for (std::size_t kind = 0; kind < kinds_.size(); ++kind) {
         OfKind& members = kinds_[kind];
         for (const TagGroup& group : groups) {
@@ -40,7 +39,7 @@ GroupMembership::GroupMembership(const std::vector<TagGroup>& groups) {
                 continue;
             }
             for (auto tag = std::ranges::lower_bound(list, 1); tag != list.end(); ++tag) {
-                if (*tag > kLastTag) break;
+                if (*tag > kLastTagNumber) break;
                 members.listed.emplace_back(*tag, &group);
             }
         }
