@@ -94,7 +94,7 @@ void explainKey(const ConfigErrorReport& report, Finding& finding) {
         finding.arguments.push_back(shown(near));
     } else {
         finding.rule = RuleId::keyUnknown;
-        if (section.starts_with(kFlatSection)) known.emplace_back("Type1.<...>");
+        if (holdsEntries(section)) known.emplace_back("Type1.<...>");
         finding.arguments.push_back(joined(known));
     }
 }
