@@ -210,17 +210,13 @@ def test_a_reply_to_a_former_process_with_its_number(site: Site) -> None:
     assert site.connect().read(item("VA", 2, 29)).StatusCode.is_good()
 
 
-@pytest.mark.parametrize(
-    ("address", "options"),
-    [
-        ("::", {"dualstack_ipv6": True}),
-        ("::", {}),
-        ("0.0.0.0", {}),
-        ("127.0.0.1", {}),
-        ("0.0.0.0", {"reuse_port": True}),  # shared with all who ask for it
-        ("::", {"reuse_port": True}),
-    ],
-)
+TAKEN: list[tuple[str, dict[str, bool]]] = [
+    *(("::", {"dualstack_ipv6": True}), ("::", {}), ("0.0.0.0", {}), ("127.0.0.1", {})),
+    *(("0.0.0.0", {"reuse_port": True}), ("::", {"reuse_port": True})),  # shared with all who ask
+]
+
+
+@pytest.mark.parametrize("address, options", TAKEN)
 def test_a_port_in_use_ends_the_run_with_a_message(
     address: str, options: dict[str, bool], site: Site
 ) -> None:

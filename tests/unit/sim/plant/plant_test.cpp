@@ -86,7 +86,10 @@ TEST_F(PlantTest, EveryLoopHoldsAndFollowsItsSetPoint) {
         {11, 2, 5, 0.4F}, {4, 3, -35, 2}, {56, 16, 70, 1}, {64, 17, 52, 2}, {59, 18, 0.27F, 0.01F}};
     for (const auto& c : cases)
         db.setInput(c.input, c.wanted);
-    run(180);
+    for (int i = 0; i < 3000; ++i) {
+        cycle();
+        ASSERT_EQ(db.quality(VA, kWaterOut), 0xC0U) << "sensors of loops do not break, others do";
+    }
     for (const auto& c : cases)
         EXPECT_NEAR(meanOf(c.analog), c.wanted, c.tolerance) << "VA " << c.analog;
 }
@@ -140,14 +143,6 @@ TEST_F(PlantTest, AnInputOffTheScanKeepsWhatAClientWrites) {
     EXPECT_EQ(db.field(DI, kFlame, 50), 1) << "no flame is an alarm";
 }
 
-/// That they do break and recover shows in the journal.
-TEST_F(PlantTest, SensorsOfLoopsDoNotBreak) {
-    for (int i = 0; i < 3000; ++i) {
-        cycle();
-        ASSERT_EQ(db.quality(VA, kWaterOut), 0xC0U) << i;
-    }
-}
-
 TEST_F(PlantTest, SurvivesWhateverAClientWrites) {
     const auto before = db.arrays;
     constexpr float kHuge = std::numeric_limits<float>::max();
@@ -172,10 +167,10 @@ TEST_F(PlantTest, SurvivesWhateverAClientWrites) {
 TEST(Plant, WorksWithPartOfAHouse) {
     const sim::Counts cases[] = {{5},
                                  {0, 12},
-                                 {0, 0, 0, 0, 1},
                                  {81, 13, 25, 61, 25, 1},
+                                 {80, 12, 0, 60},
                                  {},
-                                 {80, 12, 0, 60, 0, 0, 0, 0, 0, 0, 3}};
+                                 {0, 0, 0, 0, 1, 0, 0, 0, 0, 0, 3}};
     for (const sim::Counts& counts : cases) {
         TestDatabase db(counts);
         sim::Plant plant(db.memory, 1, {1, 0});
