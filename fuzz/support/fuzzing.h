@@ -20,8 +20,9 @@
 #include <utility>
 #include <vector>
 
-// What the fuzz targets share, with the headers that nearly each of them needs. A target cuts its input with FuzzedDataProvider: numbers come from
-// the end of the input, bytes and texts from its beginning.
+// What the fuzz targets share, with the headers that nearly each of them needs. A target cuts its
+// input with FuzzedDataProvider: numbers come from the end of the input, bytes and texts from its
+// beginning.
 
 /// A target's finding: the input that leads here is kept.
 inline void require(bool holds) {
