@@ -13,13 +13,13 @@
 /// The controller's event journal; joined by start-up.
 extern CRolManager Rolling;
 
-/// The OPC UA server. Made before main runs; without it the process ends with an uncaught runtime
-/// error.
+/// The OPC UA server. Constructed before main runs; if that fails, the process ends with an
+/// uncaught std::runtime_error.
 extern UAServer uaserver;
 
-/// getCountHistoryTrends() before any configuration is loaded: 100. The reads ask for the number
-/// themselves.
+/// getCountHistoryTrends() before any configuration is loaded: 100. History reads call
+/// getCountHistoryTrends() and do not use this constant.
 extern const std::int32_t PointCountForTrends;
 
-/// As the start message reports it.
+/// The version that the start message reports.
 extern const std::string ServerVersion;

@@ -71,7 +71,7 @@ UAServer::UAServer() : server_(UA_Server_new()), items_({}, varContexts) {
     config->nodestore = indexVariables(config->nodestore);
     namespaceIndex_ = UA_Server_addNamespace(server_, "urn:vesk");
     items_ = StructureItems(addressSpace(), varContexts);
-    // What cannot be announced is no reason not to serve.
+    // A failure here is no reason not to serve.
     (void)announceCapabilities(server_);
 }
 

@@ -23,34 +23,34 @@ class UAServer {
   public:
     // ---- The instance and its endpoint ----
 
-    /// Makes a server instance with the namespace "urn:vesk"; the library's log is cut to errors.
+    /// Makes a server instance with the namespace "urn:vesk"; of the library's log only errors are
+    /// printed.
     /// @throws std::runtime_error "Failed to create server instance"
     UAServer();
     ~UAServer();
     UAServer(const UAServer&) = delete;
     UAServer& operator=(const UAServer&) = delete;
 
-    /// Takes the port from the configuration. Returns only with a valid one; otherwise it reports
-    /// configuration error 3 and sleeps for ever.
+    /// Takes the port from the configuration. Returns only if it is valid; otherwise reports
+    /// configuration error 3 and sleeps forever.
     void setServerPort();
     void setApplicationName();
-    /// Sets the sampling interval from the configuration, reporting configuration error 2 for
-    /// values that are invalid.
+    /// Sets the sampling interval from the configuration; reports configuration error 2 for invalid
+    /// values.
     void setSourcesSampleInterval();
     bool operativeDataMode() const;
     bool historicalDataMode() const;
 
-    /// Applies port, limits, application name and access control to the library's configuration.
-    /// Everything that an earlier call set there and that the library's minimal configuration
-    /// covers is replaced.
+    // Apply the settings to the library's configuration. configurePort comes first, because it
+    // resets everything that the library's minimal configuration covers.
     void configurePort();
     void configureSubscriptionLimits();
     void configureApplicationName();
     void denyNodeManagement();
 
-    /// Runs the server loop until SIGINT or SIGTERM. From the call on, until the process ends,
-    /// these signals do nothing else, however many come. A loop that ends badly is reported, a good
-    /// end is not.
+    /// Runs the server loop until SIGINT or SIGTERM. From the call until the process ends, these
+    /// signals have no other effect, however many arrive. A loop that ends with a bad status is
+    /// reported; a good end is not.
     /// @param modeText  what is published, for the operators; CP866
     void run(const std::string& modeText);
 
@@ -99,12 +99,12 @@ class UAServer {
     /// @return Good unless the "Operative" folder is missing; failures of single tags are logged
     UA_StatusCode initializeOperativeTreeGroup();
 
-    /// As createStructure, below the folder of a group; manual inputs below a folder of their type
-    /// in it, which is made when missing.
+    /// As createStructure, but below the folder of a group. Manual inputs go below a folder of
+    /// their type in it, which is made when missing.
     /// @param groupFolder  numeric node id of the group's folder
     /// @param groupMap     group number -> numeric node id of its folder
-    /// @return the status of folder, structure or items, whichever failed. A tag that is published
-    ///         already cannot be again: its first structure stays as it is.
+    /// @return the status of the folder, the structure or the items, whichever failed. A tag that
+    ///         is already published cannot be published again: its first structure stays as it is.
     UA_StatusCode createStructureGroup(UARTEXVariable* variable, int tagNumber,
                                        const std::string& prefix, int groupFolder,
                                        const std::map<int, int>& groupMap);
@@ -112,9 +112,9 @@ class UAServer {
     // ---- Historical tree ----
 
     /// Builds the folder "Historical" with a folder for each plotter that the configuration names,
-    /// and their pens in it, and registers the pens with the library's gathering. Before the server
-    /// runs; the application name was read before.
-    /// @param settings  filled as every pen is registered with it
+    /// and their pens in it, and registers the pens with the library's gathering. Called before the
+    /// server runs and after the application name was read.
+    /// @param settings  filled; every pen is registered with it
     /// @return BADUNEXPECTEDERROR without a trend system or with one that has no plotter; else the
     ///         status of the add that failed, or of the last plotter. What was built stays.
     UA_StatusCode initializeHistoryTree(UA_HistoryDataBackend& backend,
@@ -122,17 +122,17 @@ class UAServer {
                                         UA_HistorizingNodeIdSettings& settings);
 
     /// The folders of the plotters, with their pens.
-    /// @param baseName  with which the ids of listed pens begin
+    /// @param baseName  prefix of the ids of listed pens
     UA_StatusCode createHistoricalStructure(UA_HistoryDataBackend& backend,
                                             UA_HistoryDataGathering& gathering,
                                             UA_HistorizingNodeIdSettings& settings,
                                             const std::string& baseName);
 
-    /// The pens of one plotter, below its folder. Pens that the trend system does not have are left
-    /// out without a word.
+    /// The pens of one plotter, below its folder. Pens that the trend system does not have are
+    /// silently left out.
     /// @param browse  not owned; its records are used before its next call
     /// @param folder  name of the plotter's folder
-    /// @return Good, also for a plotter that is in no list; the status of the step that failed
+    /// @return Good, also for a plotter that is in no list; otherwise the status of the failed step
     UA_StatusCode createHistoryTag(const UA_NodeId& parent, int plotter, const PenLists& penLists,
                                    IHDA_BrowseConfig& browse, UA_HistoryDataBackend& backend,
                                    UA_HistoryDataGathering& gathering,
@@ -145,8 +145,8 @@ class UAServer {
 
     // ---- Callbacks of the value variables ----
 
-    /// Read callback of every value variable. Called by the library on the server thread, once per
-    /// read and three times while the node is made.
+    /// Read callback of every value variable. The library calls it on the server thread: once per
+    /// read, and to check the value while the node is made.
     ///
     /// @param nodeContext  the node's VarContext; not owned, `varContexts` keeps it
     /// @param value        filled in place: scalar, status from the database quality, source time.
@@ -161,9 +161,8 @@ class UAServer {
 
     /// Write callback of every value variable; the library has checked the access level before.
     ///
-    /// @return BADINTERNALERROR without a context, BADTYPEMISMATCH without a value, else GOOD:
-    ///         whether the database took the value is not known. Status and times sent along are
-    ///         ignored.
+    /// @return BADINTERNALERROR without a context, BADTYPEMISMATCH without a value, else GOOD, even
+    ///         if the database refused the value. Status and times sent along are ignored.
     static UA_StatusCode writeNodeValue(UA_Server* server, const UA_NodeId* sessionId,
                                         void* sessionContext, const UA_NodeId* nodeId,
                                         void* nodeContext, const UA_NumericRange* range,

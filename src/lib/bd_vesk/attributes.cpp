@@ -23,7 +23,7 @@ class Cursor {
         at_ += sizeof(T);
         return true;
     }
-    // Both may lead beyond the end; the next get then fails.
+    // Both may move beyond the end; the next get then fails.
     void seek(std::size_t position) { at_ = position; }
     void skip(std::size_t length) { at_ += length; }
 
@@ -146,7 +146,7 @@ Stored storedAs(DB_TYPE type, int num, std::uint8_t kind) {
             if (type == DB_HI && num == kLongTextOfHI) return {Storage::text17, 17, type_str17};
             return {Storage::text9, 9, type_str9};
         default:
-            return {};  // kinds of other programs; 7 is one of them, not text17
+            return {};  // kinds of other programs, among them 7, which is not text17
     }
 }
 

@@ -50,7 +50,8 @@ struct ListAllVar {
     std::vector<DscAtrType> AtrType;
 };
 
-/// How a passport field is stored. 0 to 6 are the numbers in the files; text17 and none are ours.
+/// How a passport field is stored. bit to text9 have the numbers that the files use. text17 and
+/// none are ours: in the files a 7 is a kind of other programs, not text17.
 enum class Storage : std::uint8_t {
     bit = 0,
     byte = 1,
@@ -61,7 +62,7 @@ enum class Storage : std::uint8_t {
     none
 };
 
-/// Where an attribute lies and how it is read: a description that was checked against the record.
+/// Where an attribute lies and how it is read: a description that was checked against its record.
 struct AtrPlace {
     std::uint8_t offset = 0;  // bytes; every record is shorter than 256
     std::uint8_t mask = 0;    // of its bit, Storage::bit only
@@ -69,7 +70,7 @@ struct AtrPlace {
     std::uint8_t valueType = none;  // TYPE_VAL
 };
 
-/// A fault of the description files.
+/// A fault in the description files.
 struct AtrFault {
     enum class File : std::uint8_t { offsets, types };
     File file = File::offsets;
@@ -80,20 +81,20 @@ struct AtrFault {
 
 /// What the files hold.
 struct AtrFiles {
-    bool sameEntries = false;         ///< both files name the same number of entries
-    std::vector<ListAllVar> entries;  ///< as many as the files name; those behind a fault are empty
-    std::vector<AtrFault> faults;     ///< what ended the reading; none after a whole one
+    bool sameEntries = false;         ///< both files state the same number of entries
+    std::vector<ListAllVar> entries;  ///< as many as the files state; those after a fault are empty
+    std::vector<AtrFault> faults;     ///< what ended the reading; none when all was read
 };
 
-/// Reads the contents of the two files. Reading ends at the first fault: the entry that holds it
-/// and those behind it stay empty. Throws std::bad_alloc only.
+/// Reads the contents of the two files. Reading ends at the first fault: the entry that contains it
+/// and all later ones stay empty. Throws std::bad_alloc only.
 [[nodiscard]] AtrFiles readAtrFiles(std::span<const std::uint8_t> offsets,
                                     std::span<const std::uint8_t> types);
 
 /// Checks an attribute of a type against a record of `recordSize` bytes.
 /// @param num    attribute, from 1 to entry.Num
-/// @param fault  may be null; receives what is wrong with the description. A storage kind that no
-///               reader knows is no fault.
+/// @param fault  may be null; receives what is wrong with the description. An unknown storage kind
+///               is not a fault.
 /// @return its place; storage and value type `none` when it has none in such a record.
 [[nodiscard]] AtrPlace placeOf(DB_TYPE type, const ListAllVar& entry, int num,
                                std::size_t recordSize, AtrFault* fault);

@@ -9,7 +9,7 @@
 // request with one reply.
 
 inline constexpr const char* kDatabaseName = "VsBASE";
-/// While a process is registered under this name it processes the data by itself.
+/// A process registered under this name processes the data itself, without being asked.
 inline constexpr const char* kSimulatorName = "Simulator";
 
 enum DB_COMMAND : std::uint32_t {

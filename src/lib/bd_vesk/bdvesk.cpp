@@ -33,7 +33,7 @@ void CVeskBDSh::releaseTables() {
 void CVeskBDSh::LoadBD() {
     if (NumCnl != 0) {
         std::printf("Sorry. Featcher not supported.");
-        std::fflush(stdout);  // the signal ends the process without writing what is buffered
+        std::fflush(stdout);  // the signal ends the process without flushing its buffers
         static_cast<void>(std::raise(SIGTERM));
         return;
     }
@@ -42,13 +42,12 @@ void CVeskBDSh::LoadBD() {
     loadTables();
     // Without descriptions the values themselves can still be read.
     static_cast<void>(LoadOffAtr());
-    // Without the table every time and quality reads as 0, that is bad.
+    // Without the table every time and quality reads as 0, which means Bad.
     if (TQInit(0) == 0) segmentIds_.push_back(TQSegmentId());
     planReads();
 }
 
-/// Fills readPlans_ with what the tables, the descriptions and the time-quality-flags table are
-/// now.
+/// Fills readPlans_ from the tables, the descriptions and the time-quality-flags table.
 void CVeskBDSh::planReads() {
     for (std::size_t index = 0; index < readPlans_.size(); ++index) {
         ReadPlan& plan = readPlans_[index];
@@ -92,7 +91,7 @@ void CVeskBDSh::loadTables() {
     std::uint32_t type = 0;
     for (int exchange = 0; exchange < kTypeCount; ++exchange) {
         DB_REPLY reply{};
-        // A lost exchange counts; the next one asks the same again.
+        // A failed exchange counts as an attempt; the next one repeats the question.
         if (!ask(PidBD, DB_QUERY_TYPE, type, reply)) continue;
         type = reply.type;
         addTable(type, reply.count);
@@ -109,8 +108,8 @@ void* CVeskBDSh::attachArray(int index, std::uint32_t count, std::size_t element
     return address;
 }
 
-/// Puts the table of a type into the next place. A code that is no type, and a type without
-/// variables, take none.
+/// Puts the table of a type into the next place. An unknown code and a type without variables get
+/// no place.
 void CVeskBDSh::addTable(unsigned type, std::uint32_t count) {
     const TableRow* const row = tableRow(type);
     if (row == nullptr || count == 0) return;
@@ -120,7 +119,7 @@ void CVeskBDSh::addTable(unsigned type, std::uint32_t count) {
     table->InitCurDat(attachArray(row->curDatIndex, count, valueBytes));
     table->InitCurVal(attachArray(row->curValIndex, count, valueBytes));
     table->setmaxnum(
-        static_cast<std::uint16_t>(count));  // an address reaches no further than 16 bits
+        static_cast<std::uint16_t>(count));  // a variable's address has 16 bits for its number
     if (bd_vs.append(table.get())) static_cast<void>(table.release());
 }
 
@@ -151,7 +150,7 @@ FilePtr openAtrFile(const char* path) {
     return file;
 }
 
-/// The contents up to the end or the first failure to read; what is missing shows as a fault there.
+/// The contents up to the end or the first read error; missing bytes are found as a fault later.
 std::vector<std::uint8_t> contentsOf(std::FILE* file) {
     // The real files have some ten kilobytes. The limit keeps a wrong file from filling the memory.
     constexpr std::size_t kLimit = std::size_t{16} << 20U;
@@ -166,7 +165,7 @@ std::vector<std::uint8_t> contentsOf(std::FILE* file) {
     return bytes;
 }
 
-// In ASCII, unlike the texts above: readable whatever a console makes of CP866.
+// In ASCII, unlike the texts above, so that it is readable on a console of any code page.
 void printFault(const char* path, const AtrFault& fault) {
     std::printf("%s", path);
     if (fault.entry >= 0) std::printf(", entry %d", fault.entry);
@@ -206,7 +205,7 @@ int CVeskBDSh::LoadOffAtr() {
 /// Fills places_ and reports faults of the files. An attribute that does not fit because another
 /// type's table stands in the place of a type without variables is not a fault of the files.
 void CVeskBDSh::checkAttributes() {
-    readPlans_ = {};  // they point into places_; planReads makes them anew
+    readPlans_ = {};  // they point into places_; planReads fills them again
     for (int index = 0; index < kDescribedTypeCount; ++index) {
         const TableRow& row = kTables[static_cast<std::size_t>(index)];
         auto& places = places_[static_cast<std::size_t>(index)];

@@ -25,14 +25,14 @@ struct SReading {
 /// database process owns, addressed by type, variable and attribute.
 ///
 /// Loaded once, at start-up, by one thread. Afterwards nothing here changes: reads and writes go
-/// straight to shared memory, without locks and allocation, from any thread; what can tear stands
-/// in shmfield.h and tq.h. The order of the virtual operations is that of the virtual table.
+/// straight to shared memory, without locks or allocation, from any thread; shmfield.h and tq.h
+/// state what can tear. The order of the virtual operations is that of the virtual table.
 ///
-/// A table whose segment is missing answers as for a variable that does not exist, an attribute
-/// whose description is missing or wrong as one that cannot be read (value type `none`).
+/// If a table's segment is missing, its variables do not exist. An attribute whose description is
+/// missing or wrong cannot be read (value type `none`).
 class CVeskBDSh : public TQManager {
   public:
-    /// @param NumCnl  database channel; only 0 is there to be loaded
+    /// @param NumCnl  database channel; LoadBD loads channel 0 only
     explicit CVeskBDSh(std::uint16_t NumCnl);
     virtual ~CVeskBDSh();
     CVeskBDSh(const CVeskBDSh&) = delete;
@@ -45,56 +45,55 @@ class CVeskBDSh : public TQManager {
     /// Without a database process, asked twice a second apart, it prints "No Base in lib" and ends
     /// the process with status -1. For another channel than 0 it prints that and raises SIGTERM.
     virtual void LoadBD();
-    /// Takes over the apertures of getChangeVal; null is ignored.
+    /// Copies the apertures that getChangeVal uses; null is ignored.
     virtual void LoadAperture(SApertures* apertures);
     /// Does nothing: the database process saves its own tables.
     virtual void SaveBD();
-    /// Asks the database process to process its data, unless the process "Simulator" is there,
-    /// which does so by itself. Repeats while the request cannot be sent; ends the process with
-    /// status -1 after 102 failures.
+    /// Asks the database process to process its data, unless a process "Simulator" is registered,
+    /// which does so without being asked. Repeats a request that cannot be sent; ends this process
+    /// with status -1 after 102 failures.
     virtual void ObrBD();
 
     /// The table in the place of a type. Not owned; null when the place was never filled.
-    /// KEPT: places are taken in the order in which the database process names its types. A type
-    /// without variables is not named, and all later ones stand one place too far down. The type is
-    /// not range-checked either; 12 comes round to 1.
+    /// KEPT: tables take places in the order in which the database process reports its types. A
+    /// type without variables is not reported, and all later ones are then one place too low. The
+    /// type is not range-checked either: 12 wraps round to 1. Required by the interface.
     virtual CTypeVars* getTypeVars(std::uint16_t type);
-    /// Whether the type has a table and at least `num` variables. Does not look at the attribute,
-    /// and takes number 0 for one.
+    /// Whether the type has a table and at least `num` variables. Ignores the attribute, and
+    /// answers true for number 0.
     virtual BOOL isVariable(SVariable var);
-    /// Whether the type has the attribute; number 0, the value itself, it always has. Does not look
-    /// at the variable.
+    /// Whether the type has the attribute; it always has number 0, the value itself. Ignores the
+    /// variable number.
     virtual BOOL isAttribute(SVariable var);
-    /// Value type of an attribute, `none` for one that cannot be read. Does not look at the
-    /// variable.
+    /// Value type of an attribute, `none` for one that cannot be read. Ignores the variable number.
     virtual TYPE_VAL getTypeAtr(SVariable var);
 
     /// Writes a value, converted to what is stored there: for attribute 0 the current data (not the
     /// current value, which getVal reads), else the passport field.
-    /// @return 0 when there is no such variable. Otherwise 1, also when nothing could be stored.
+    /// @return 0 when there is no such variable. Otherwise 1, even when nothing could be stored.
     virtual BOOL setDat(SVariable var, SVal val);
     /// Writes the current data of an analog input, scaled by `low`, `high` and its own scale;
     /// stores nothing for other types and attributes.
     /// @return 0 when there is no such variable, else 1.
     virtual BOOL setDatScale(SVariable var, SVal val, float low, float high);
     /// Reads a value: for attribute 0 the current value, else the passport field.
-    /// @param out  any contents; cleared first, then set. Type `none`: nothing could be read.
+    /// @param out  may hold anything; cleared, then set. Type `none`: nothing could be read.
     /// @return 0, `out` untouched, when there is no such type or attribute. Otherwise 1.
     virtual BOOL getVal(SVariable var, SVal* out);
     /// As getVal, but attribute 0 reads the current data.
     virtual BOOL getDat(SVariable var, SVal* out);
     /// Reads a value as getVal does and compares it with the one before.
     ///
-    /// A float has changed when it differs by the type's aperture at least. AV 21 and 39 are judged
-    /// by the attributes 41 and 40, which they follow.
+    /// A float has changed when it differs by at least the type's aperture. Changes of AV 21 and 39
+    /// are judged by the attributes 41 and 40.
     /// @param last  value last reported; updated when it has changed
     /// @param aux   value of 41 or 40 when last reported; updated likewise. Unused for all others.
     /// @return 1 when it has changed, else 0.
     virtual BOOL getChangeVal(SVariable var, SVal* last, SVal* aux);
 
-    /// Reads value type, value, time and quality of one address at once, each as its own operation
-    /// does. For callers that read all four: the packed SVariable travels through memory at each
-    /// call, which costs more than the reading. `out` is new or may hold a former reading.
+    /// Reads value type, value, time and quality of one address in one call, each as its own
+    /// operation does. Faster than four calls, each of which passes the packed SVariable through
+    /// memory. `out` may hold an earlier reading.
     void Read(std::uint8_t type, std::uint16_t num, std::uint16_t num_atr, SReading* out);
 
     /// Process id of the database, -1 before LoadBD.
@@ -115,17 +114,18 @@ class CVeskBDSh : public TQManager {
     int setFlags(SVariable var, unsigned flags) {
         return TQSetFlags(tqType(var), tqIndex(var), flags);
     }
-    /// KEPT: type and number go through as they are, without the step from 1 to 0 of the others.
-    /// The record is one type and one variable further: VA 1 gives the second record of AV.
+    /// KEPT: type and number are passed on unchanged, whereas the other operations subtract 1. So
+    /// the record is one type and one variable further: VA 1 gives the second record of AV.
+    /// Required by the interface.
     TimeQuality* getTQFPointer(SVariable var) const {
         return TQGetTQFPointer(static_cast<char>(var.type), var.num);
     }
 
     /// Reads the attribute description files of the folder `SYSTEM`; LoadBD calls it once its
     /// tables are there, because the descriptions are checked against their records.
-    /// @return 0; -1 when the files could not be read to their end, reported on standard
-    ///         output unless it is for different numbers of entries. Entries read before a fault
-    ///         are used.
+    /// @return 0; -1 when the files could not be read to their end. That is reported on standard
+    ///         output, except when the files differ in their number of entries. Entries read before
+    ///         a fault are used.
     int LoadOffAtr();
 
   protected:
@@ -176,8 +176,8 @@ class CVeskBDSh : public TQManager {
     // LoadOffAtr. By type code - 1, then by attribute - 1.
     std::array<std::vector<AtrPlace>, kDescribedTypeCount> places_;
 
-    /// What Read needs of one type, on one line of the processor's cache: a client's reads push
-    /// everything else out of it, so the lines that are touched make up most of a read's time.
+    /// What Read needs to know about one type, in one cache line: cache misses make up most of a
+    /// read's time.
     struct alignas(64) ReadPlan {
         const std::uint8_t* records = nullptr;  // passports; null without a table
         const AtrPlace* places = nullptr;

@@ -150,7 +150,8 @@ static void writeField(std::uint8_t* field, AtrPlace place, const SVal& val) {
         case Storage::real:
             storeField<float>(field, stored.value.fl);
             break;
-        // KEPT: of the text of 17 bytes only the first 9 are written, though all 17 are read.
+        // KEPT: only the first 9 bytes of the 17-byte text are written, though all 17 are read.
+        // Required by the interface.
         case Storage::text9:
         case Storage::text17:
             std::memcpy(field, &stored.value, sizeof(stored.value.str9));
@@ -218,11 +219,11 @@ bool CVeskBDSh::isChanged(std::uint8_t type, const SVal& now, const SVal& last) 
                            : type == DB_AV ? m_apertures.aperture_AV
                            : type == DB_HI ? m_apertures.aperture_HI
                                            : 0;
-    // Asked this way round, a step to or from "not a number" is a change.
+    // Negated, so that a step to or from "not a number" counts as a change.
     return !(std::fabs(now.value.fl - last.value.fl) < aperture);
 }
 
-/// The attribute by which changes of an analog output's attribute are judged; 0: by itself.
+/// The attribute whose change decides for an attribute of an analog output; 0: its own.
 static std::uint16_t judgedBy(SVariable var) {
     if (var.type != DB_AV) return 0;
     return var.num_atr == 21 ? 41 : var.num_atr == 39 ? 40 : 0;

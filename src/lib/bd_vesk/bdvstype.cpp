@@ -75,7 +75,7 @@ Int truncated(float value) {
     static_assert(sizeof(Int) == 4);
     using Limits = std::numeric_limits<Int>;
     if (std::isnan(value)) return 0;
-    // The largest Int is no float; the power of two above it is.
+    // The largest Int cannot be represented as a float; the power of two above it can.
     if (value >= static_cast<float>(Limits::max())) return Limits::max();
     if (value <= static_cast<float>(Limits::min())) return Limits::min();
     return static_cast<Int>(value);
@@ -90,7 +90,7 @@ std::int64_t asInteger(const Reading& from) {
             return from.integer;
         case Reading::Kind::real:
             return truncated<Wide>(from.real);
-        // As atoi on the controller: the digits as a long, of which an int is kept.
+        // As atoi on the controller: the digits are read as a long and cut to an int.
         case Reading::Kind::text:
             return static_cast<std::int32_t>(std::strtol(from.text.data(), nullptr, 10));
         case Reading::Kind::nothing:

@@ -82,11 +82,10 @@ struct SVal {
     /// the limits of 32 bits (unsigned for char, uchar, ushort and uint, so that negative floats
     /// give 0 there; signed otherwise) and gives 0 when it is not a number. Texts are read as atoi
     /// and atof read them; a number becomes decimal text, cut at the field's 9 or 17 bytes and
-    /// zero-filled. From a source without a known type nothing is taken over: the value stays as it
-    /// was.
+    /// zero-filled. A source of unknown type leaves the value unchanged.
     SVal& operator=(const SVal& src);
 
-    /// Takes over type and all 17 bytes as they are, without conversion.
+    /// Copies the type and all 17 bytes without conversion.
     void Set(const SVal& src) {
         type_val = src.type_val;
         value = src.value;

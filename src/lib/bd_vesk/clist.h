@@ -19,7 +19,7 @@ class Bounded {
     [[nodiscard]] bool isEmpty() const { return start == 0; }
     [[nodiscard]] bool isFull() const { return start != 0 && stop % Capacity + 1 == start; }
 
-    /// The slot `index` places behind the first item, around the ring: any index meets a slot.
+    /// The slot `index` places after the first item, going round the ring: valid for any index.
     [[nodiscard]] const T& slotAt(int index) const {
         int place = start + index - 1;
         if (place < 0 || place >= Capacity) place = (place % Capacity + Capacity) % Capacity;
@@ -43,8 +43,8 @@ class CList {
     /// Adds at the end. A full list stays as it is; @return whether the item was taken.
     bool append(const T& item) { return items_.put(item); }
 
-    /// Item `index`, from 0, without a range check: past the end, the ring answers with an empty
-    /// slot (T()) or comes round to the first items again.
+    /// Item `index`, from 0, without a range check: past the end the result is an empty slot (T())
+    /// or, further on, the first items again.
     [[nodiscard]] const T& itemAt(int index) const { return items_.slotAt(index); }
 
     [[nodiscard]] bool isEmpty() const { return items_.isEmpty(); }

@@ -9,7 +9,7 @@
 DatabaseWatch::DatabaseWatch(const CVeskBDSh& database)
     : process_(database.databasePid()), generation_(ShmGeneration()) {
     for (const int id : database.segmentIds()) {
-        // One that is gone already is remembered by a key that no segment has any more.
+        // A segment that is already gone is noted with a key that no segment has.
         const IpcObject gone{IpcKind::segment, -1, id, 0, 0, 0, 0, 0};
         segments_.push_back(IpcStat(IpcKind::segment, id).value_or(gone));
     }

@@ -8,9 +8,9 @@
 
 class CVeskBDSh;
 
-/// Whether the database that was loaded is still the controller's: its process runs, and the
-/// segments that were attached are the ones that any other process would find now. Without it
-/// values stand still with the quality that they had.
+/// Checks whether the database that was loaded is still the controller's: its process is running,
+/// and any other process would now attach the same segments. Once it is not, values no longer
+/// change and keep their last quality.
 ///
 /// Touches neither the name registry nor the tables, prints nothing. Any thread.
 class DatabaseWatch {

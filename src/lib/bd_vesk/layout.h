@@ -3,20 +3,20 @@
 #include <cstddef>
 #include <initializer_list>
 
-// Holds a record that other programs share to its bytes: a compiler that lays it out otherwise does
-// not build it. Two neighbours of equal type can still be swapped unseen, but for VESK_IN_ORDER.
+// Checks the layout of a record that other programs share: a different layout does not compile.
+// Swapping two neighbours of equal type goes unnoticed unless VESK_IN_ORDER is used.
 #define VESK_SIZE(Record, size) static_assert(sizeof(Record) == (size), #Record ": size differs")
 #define VESK_FIELD(Record, field, offset) \
     static_assert(offsetof(Record, field) == (offset), #Record "::" #field ": offset differs")
 
-// All fields of a record, 64 at most, in the order of the controller's documents: a field out of
-// its place does not build. Sizes that were changed against each other show at the VESK_FIELD of
-// the fields behind them.
+// All fields of a record, 64 at most, in the order of the controller's documents: a field in the
+// wrong place does not compile. If the sizes of two fields were exchanged, the VESK_FIELD of a
+// later field fails.
 #define VESK_IN_ORDER(Record, ...)                                                         \
     static_assert(vesk::followEachOther({VESK_READ_64(VESK_FIELDS(Record, __VA_ARGS__))}), \
                   #Record ": order differs")
 
-// A macro names itself again only when the text that it left is read anew.
+// A macro can only expand itself again when its output is rescanned, hence the rounds below.
 #define VESK_FIELDS(Record, field, ...)               \
     {offsetof(Record, field), sizeof(Record::field)}, \
         __VA_OPT__(VESK_FIELDS_AGAIN VESK_PARENS(Record, __VA_ARGS__))

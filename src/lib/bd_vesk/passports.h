@@ -5,17 +5,17 @@
 
 #include "lib/bd_vesk/layout.h"
 
-// Passport records of the real-time database: the configuration of one variable, as it lies in
-// shared memory. The controller's other programs read and write the same bytes, so nothing here may
+// Passport records of the real-time database: the configuration of one variable, in the layout of
+// shared memory. The controller's other programs read and write the same bytes, so no field may
 // move.
 //
 // Little-endian, no padding, IEEE 754 single floats; char is a byte, read as unsigned; texts are
 // CP866, NUL-terminated when shorter than their field. The number in front of a comment is the byte
 // offset.
 //
-// Fields lie unaligned: copy them out, never take their address. A float or an int16 that crosses a
-// cache line may be read half old, half new, and a text while it is being written; no lock prevents
-// it.
+// Fields are unaligned: copy them out, never take their address. There are no locks: a float or an
+// int16 that crosses a cache line may be read half old, half new, and a text while it is being
+// written.
 #pragma pack(push, 1)
 
 struct ANALOG {              // analog input (VA), IPC index 10

@@ -6,9 +6,9 @@
 
 // Access to single fields of memory that other processes use at the same time, without locks.
 //
-// An aligned field of 1, 2, 4 or 8 bytes is one load or store and never seen half written. A field
-// that lies unaligned in a packed record may be, where it crosses a cache line; texts always may
-// be. The controller's programs accept that: the next cycle writes the field again.
+// An aligned field of 1, 2, 4 or 8 bytes is one load or store and is never seen half written. An
+// unaligned field of a packed record may be, where it crosses a cache line; a text always may be.
+// That is accepted.
 
 template <class T>
 [[nodiscard]] inline bool isAligned(const void* field) noexcept {

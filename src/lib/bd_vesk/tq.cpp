@@ -24,7 +24,8 @@ TQManager::TQManager(std::uint16_t* counts) : TQNumVar(counts) {
     takeCounts();
 }
 
-/// Attaches the controller's counts, in place of those attached before. Without any it keeps those.
+/// Attaches the controller's counts in place of those attached before, which stay when there are no
+/// others.
 void TQManager::attachCounts() {
     void* const counts = ShmOpen(kCountsIndex, kCountsSize, kAttachOnly, nullptr, 0);
     if (counts == nullptr) return;
@@ -49,9 +50,9 @@ std::size_t TQManager::tableSize() const {
     return static_cast<std::size_t>(TQVarsAmmount) * sizeof(TQF);
 }
 
-/// Detaches the shared table, and removes it if it was made here: nobody else would.
+/// Detaches the shared table, and removes it if it was made here, because nobody else would.
 void TQManager::releaseShared() {
-    // Failures are not reported: another process that removed the segment first has done the work.
+    // Failures are not reported: they mean that another process has already removed the segment.
     static_cast<void>(ShmClose(TQDBValues[0]));
     if (created_) static_cast<void>(ShmRemove(id_TQDBValues));
     created_ = false;
@@ -139,7 +140,7 @@ int TQManager::TQSetFlags(char type, std::uint16_t index, unsigned flags) {
     return 0;
 }
 
-/// Local time with a newline at its end; that alone for a year that has no text.
+/// Local time with a newline at its end; the newline alone for a year that cannot be printed.
 static const char* timeText(std::time_t seconds) {
     const char* const text = std::ctime(&seconds);
     return text != nullptr ? text : "\n";

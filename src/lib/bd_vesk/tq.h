@@ -10,7 +10,7 @@
 #include "lib/bd_vesk/layout.h"
 #include "lib/bd_vesk/shmfield.h"
 
-/// Time stamp, quality and flags of one variable, as it lies in shared memory.
+/// Time stamp, quality and flags of one variable, in the layout of shared memory.
 struct TQF {
     timeval Time;           //  0  of the last change, s and us since 1970 (UTC)
     std::uint32_t Quality;  // 16  OPC DA quality; only the bits 0xC0 count
@@ -30,9 +30,9 @@ static_assert(alignof(TQF) == 8, "fields of the table are single loads and store
 ///
 /// After construction there is no table; TQInit attaches the controller's, TQInitSnap makes a
 /// private one, and only one of the two is possible. The table keeps the shape that the counts gave
-/// it then. Types are 0 to 4 here, records count from 0. A type or record outside the table or not
-/// below the count as it is now, or a table that is not there, makes getters answer 0 (null,
-/// {0, 0}) and setters -1.
+/// it then. Types are 0 to 4 here, records count from 0. Without a table, and for a type or record
+/// outside the table or not below the current count, getters return 0 (null, {0, 0}) and setters
+/// -1.
 ///
 /// The table is used without locks: quality and flags are single loads and stores, a time is two,
 /// so that a reader may meet the seconds of one stamp with the microseconds of the next. The object
@@ -51,7 +51,7 @@ class TQManager {
     TQManager& operator=(const TQManager&) = delete;
 
     /// Attaches the shared table, or makes it, zeroed, when there is none. The controller's counts
-    /// are attached anew: they may have been made, or remade, since.
+    /// are attached again: they may have been created, or created again, since.
     /// @param debug  non-zero: the debug table, filled from the normal one, which must be there
     /// @return 0; -1 without a table or when there is a private one already.
     int TQInit(char debug);
@@ -92,12 +92,12 @@ class TQManager {
     void TQPrintAll() const;
 
   protected:
-    /// Of a type that counts_ has records of.
+    /// For a type that has records in counts_.
     std::uint16_t countNow(std::size_t type) const {
         return loadField<std::uint16_t>(TQNumVar + type);
     }
 
-    // Of a record, or of none.
+    // The record may be null.
     static timeval timeOf(const TQF* r) {
         if (r == nullptr) return {};
         return {loadField<decltype(timeval::tv_sec)>(&r->Time.tv_sec),
@@ -114,7 +114,7 @@ class TQManager {
     int id_TQDBValues = 0;              ///< kernel id of the shared table if this object made it
     int TQVarsAmmount = 0;              ///< records of all types
     std::uint16_t* TQNumVar = nullptr;  ///< the counts as others see and write them; null without
-    /// Records of each sub-table of the table there is.
+    /// Records of each sub-table of the current table.
     std::array<std::uint16_t, kTypes> counts_{};
     std::array<TQF*, kTypes> TQDBValues{};  ///< start of each sub-table; null without a table
 

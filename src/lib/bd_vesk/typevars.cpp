@@ -6,8 +6,8 @@
 
 namespace {
 
-/// Copies one element of current data or current value. The end in shared memory is accessed as one
-/// piece, the other may lie anywhere.
+/// Copies one element of current data or current value. The side in shared memory is accessed in
+/// one piece; the other side may have any alignment.
 template <class T>
 void readElement(const void* shared, void* dst) {
     const T value = loadField<T>(shared);
@@ -69,8 +69,8 @@ void* CTypeOf<Code>::getAdrPasp(std::uint16_t num) {
     return elementAt(arrays.PtrPasp, num, Num, kTables[Code - 1].passportSize);
 }
 
-// A type without current data of its own answers with its current value, and one without either
-// with the place of the value in its passport.
+// A type without its own current data uses its current value, and a type without either uses the
+// value's field in the passport.
 template <DB_TYPE Code>
 void* CTypeOf<Code>::getAdrCurDat(std::uint16_t num) {
     if constexpr (kTables[Code - 1].curDatIndex != 0)

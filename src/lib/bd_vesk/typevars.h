@@ -19,7 +19,7 @@ struct TableRow {
     int curValIndex;           // IPC index of the current value's own array; 0: it has none
     TYPE_VAL valueType;        // of current data and current value, that is of attribute 0
     std::size_t valueOffset;   // of the value in the passport element, where it has no own array
-    int fileEntry;             // of its attributes in the description files; -1: it has none
+    int fileEntry;             // entry of its attributes in the description files; -1: none
 };
 
 // clang-format off
@@ -38,7 +38,7 @@ inline constexpr std::array<TableRow, kTypeCount> kTables{{
 }};
 // clang-format on
 
-/// The row of a type code; null for a code that is none.
+/// The row of a type code; null for an unknown code.
 [[nodiscard]] constexpr const TableRow* tableRow(unsigned code) {
     return code >= 1 && code <= kTypeCount ? &kTables[code - 1] : nullptr;
 }
@@ -64,19 +64,19 @@ class Object {
     virtual ~Object() = default;
 };
 
-/// The table of one database type. The arrays lie in shared memory that the database process owns
+/// The table of one database type. The arrays are in shared memory, which the database process owns
 /// and all processes use without locks; they are neither attached nor detached here.
 ///
 /// `num` counts from 1. Every operation fails (0, or a null address) for number 0, for one above
 /// the count, for an array that was never given, and for a null `src` or `dst`; nothing is copied
-/// then. `src` and `dst` hold one element of the type: no alignment is expected of them. The order
-/// of the operations is that of the virtual table and stays as it is.
+/// then. `src` and `dst` hold one element of the type and need not be aligned. The order of the
+/// operations is that of the virtual table and must not change.
 class CTypeVars : public Object {
   public:
     /// Bytes of the table object itself.
     [[nodiscard]] virtual std::size_t SizeOf() const = 0;
 
-    /// Give the arrays; an array that the type does not have is ignored.
+    /// Set the arrays; an array that the type does not have is ignored.
     virtual void InitPasp(void* array) = 0;
     virtual void InitCurDat(void* array) = 0;
     virtual void InitCurVal(void* array) = 0;
@@ -91,12 +91,12 @@ class CTypeVars : public Object {
 
     virtual BOOL setPasp(std::uint16_t num, void* src) = 0;
     virtual BOOL setCurDat(std::uint16_t num, void* src) = 0;
-    /// Scaled write of the current data from a float; VA only, the others store nothing and answer
+    /// Scaled write of the current data from a float. VA only: other types store nothing and return
     /// 0.
     virtual BOOL setCurDatScale(std::uint16_t num, void* src, float low, float high) = 0;
     virtual BOOL setCurVal(std::uint16_t num, void* src) = 0;
 
-    /// Sets the number of variables; the arrays must be as long.
+    /// Sets the number of variables; the arrays must have at least as many elements.
     virtual void setmaxnum(std::uint16_t count) = 0;
 
     /// The type code, and the number of variables.
@@ -104,7 +104,7 @@ class CTypeVars : public Object {
     [[nodiscard]] virtual std::uint16_t maxnumAt() const = 0;
 };
 
-/// A new, empty table of the type; null for a code that is none.
+/// A new, empty table of the type; null for an unknown code.
 [[nodiscard]] std::unique_ptr<CTypeVars> newTypeVars(unsigned code);
 
 namespace bd_vesk_detail {
@@ -129,8 +129,8 @@ using ArraysOf = std::conditional_t<
 
 }  // namespace bd_vesk_detail
 
-/// All tables but for what their row of kTables says. Defined in typevars.cpp, for the eleven
-/// codes.
+/// The implementation of all tables; what differs is in their rows of kTables. Defined in
+/// typevars.cpp, for the eleven codes.
 template <DB_TYPE Code>
 class CTypeOf : public CTypeVars {
   public:

@@ -4,7 +4,7 @@
 #include <bit>
 #include <cstring>
 
-// A long value is cut to its first bytes, and records are read as they lie.
+// A long is cut to its first four bytes, and records are read in memory order.
 static_assert(std::endian::native == std::endian::little);
 
 std::size_t RolNumberSize(TRolArgType type) {

@@ -20,7 +20,7 @@ enum TRolArgType : std::uint8_t {
     RT_UINT = 12,
 };
 
-/// Bytes of data of a number; 0 for texts and for codes that are no numbers. A long has 4 on every
+/// Bytes of data of a number; 0 for texts and for codes that are not numbers. A long has 4 on every
 /// machine.
 [[nodiscard]] std::size_t RolNumberSize(TRolArgType type);
 
@@ -29,8 +29,8 @@ enum TRolArgType : std::uint8_t {
 ///   Rolling.Message(18091, new CRolArg(controller), new CRolArg("1.0-0"), new CRolArg(RT_END));
 class CRolArg {
   public:
-    /// The end of a list (RT_END). Other types make an argument without data, which no message
-    /// takes.
+    /// The end of a list (RT_END). Other types make an argument without data, which every message
+    /// refuses.
     explicit CRolArg(TRolArgType type) : type_(type) {}
     explicit CRolArg(char value) : CRolArg(RT_CHAR, &value) {}
     explicit CRolArg(signed char value) : CRolArg(RT_CHAR, &value) {}
@@ -50,7 +50,7 @@ class CRolArg {
     TRolArgType type() const { return type_; }
     /// The data as the record takes it, valid as long as this object and its text.
     const void* data() const;
-    /// Bytes of it; 0 without data. A text of any length has its closing NUL.
+    /// Bytes of the data; 0 without data. The closing NUL of a text counts.
     std::size_t size() const { return size_; }
 
   private:

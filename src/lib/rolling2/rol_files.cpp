@@ -77,7 +77,8 @@ static std::vector<std::uint8_t> contents(std::FILE* file) {
 }
 
 RolMessages RolLoadMessages(const char* path, std::size_t most) {
-    // For reading only, but a file that could not be written anew is as good as none.
+    // Only read here, but a file that cannot be written either counts as missing: required by the
+    // interface.
     const File file(std::fopen(path, "rb+"));
     if (file == nullptr) {
         RolReport(RolText::messagesNotReadable, {.path = path});
@@ -109,7 +110,7 @@ int RolLoadCounters(const char* path, std::array<std::uint8_t, kRolCountersRead>
 
 /// @param result  of fdatasync or fsync
 static bool isSynchronised(int result) {
-    // Pipes and devices, and what lies on a read-only place, have no disk behind them to fail.
+    // Pipes, devices and read-only file systems have nothing to synchronise.
     return result == 0 || errno == EINVAL || errno == EROFS;
 }
 

@@ -9,7 +9,7 @@
 
 #include "lib/rolling2/rol_shared.h"
 
-// The journal's files. Readers take bytes of any content.
+// The journal's files. Readers accept any bytes.
 
 /// What a messages file holds.
 struct RolMessages {
@@ -28,8 +28,8 @@ struct RolMessages {
 [[nodiscard]] RolMessages RolLoadMessages(const char* path, std::size_t most);
 
 /// Bytes that the loader takes from a counters file.
-/// KEPT: eight items of 8 bytes, where the saver writes eight of 4. A saved file is therefore
-/// always refused; only one of another writer passes.
+/// KEPT: eight items of 8 bytes, whereas the saver writes eight of 4. A saved file is therefore
+/// always refused; only a file of another writer is accepted. Required by the interface.
 inline constexpr std::size_t kRolCountersRead = kRolReaders * 8;
 /// Bytes of a counters file as the saver writes it.
 inline constexpr std::size_t kRolCountersWritten = kRolReaders * 4;
@@ -39,24 +39,24 @@ inline constexpr std::size_t kRolCountersWritten = kRolReaders * 4;
 [[nodiscard]] int RolLoadCounters(const char* path,
                                   std::array<std::uint8_t, kRolCountersRead>& bytes);
 
-/// Writes a file anew, to the disk, in one piece. Reports nothing. What cannot be synchronised at
-/// all (a pipe, a device) is written all the same.
+/// Replaces a file's contents and synchronises it to the disk. Reports nothing. A pipe or a device,
+/// which cannot be synchronised, is still written.
 /// @return kRolDone, kRolCannotOpen, kRolShortWrite, kRolNotOnDisk
 [[nodiscard]] int RolWriteFile(const char* path, std::span<const std::uint8_t> bytes);
 
-/// What a CRC file says: CheckCRCFile.
+/// The result of CheckCRCFile for a copy.
 struct RolCopyMark {
     int status = 0;
-    unsigned saveNumber = 0;  ///< of a status 0
+    unsigned saveNumber = 0;  ///< valid with status 0
 };
 [[nodiscard]] RolCopyMark RolReadMark(const char* crcPath);
 
-/// What can be read of a copy: its messages, and its counters too.
+/// What can be read of a copy: nothing, only its messages, or its counters too.
 enum class RolCopyWorth : std::uint8_t { nothing, messages, whole };
 inline constexpr std::size_t kRolCopies = 2;  ///< the main copy is 0, the reserve 1
 
-/// The copy that a start loads, see docs/journal.md.
-/// @param worth  looks at a copy; called in the order in which they are tried, for the second one
+/// Chooses the copy that a start loads, see docs/journal.md.
+/// @param worth  examines a copy; called in the order in which copies are tried, for the second one
 ///               only when the first is not whole
 /// @return its index, kRolCopies for none
 [[nodiscard]] std::size_t RolChooseCopy(const std::array<RolCopyMark, kRolCopies>& marks,

@@ -41,8 +41,9 @@ CRolManager::LoadedCopy CRolManager::readCopy(Copy copy) const {
     return loaded;
 }
 
-/// Fills the ring from slot 0. Without good counters every reader has all of it unread. The count
-/// comes last, and is 0 meanwhile: a process that ends in between leaves an empty ring.
+/// Fills the ring from slot 0. Without good counters all messages count as unread for every reader.
+/// The message count is 0 meanwhile and is set last: a process that dies in between leaves an empty
+/// ring.
 void CRolManager::fillRing(const LoadedCopy& copy) {
     const auto& messages = copy.messages.messages;
     const std::size_t count = messages.size();
@@ -59,8 +60,8 @@ void CRolManager::fillCounters(const LoadedCopy& copy) {
                     static_cast<std::uint32_t>(copy.messages.messages.size()));
         return;
     }
-    // KEPT: the items read are twice as long as the counters, so the second half of them comes to
-    // lie on the beginning of what follows the counters.
+    // KEPT: the items read are twice as long as the counters, so their second half overwrites the
+    // bytes after the counters. Required by the interface.
     std::memcpy(static_cast<void*>(CntRolPerSock), copy.counters.data(), copy.counters.size());
     for (std::uint32_t& counter : CntRolPerSock->counters)
         counter = std::min<std::uint32_t>(counter, capacity());
@@ -74,8 +75,8 @@ int CRolManager::loadOne(Copy copy) {
 
 // ---- The choice --------------------------------------------------------------------------------
 
-/// Chooses, fills, then erases: when a process dies in between, the next one finds either the ring
-/// filled or the files.
+/// Chooses, fills, then erases: if the process dies in between, the next one finds either a filled
+/// ring or the files.
 int CRolManager::loadBest() {
     std::array<std::optional<LoadedCopy>, kRolCopies> loaded;
     const std::size_t best = RolChooseCopy({RolReadMark(Rol2CRCPath), RolReadMark(Rol2CRCPathRez)},
@@ -86,8 +87,8 @@ int CRolManager::loadBest() {
     const int error = best < kRolCopies ? loaded.at(best)->error() : kRolCannotOpen;
     if (best < kRolCopies) fillRing(*loaded.at(best));
     if (error != kRolDone) {
-        // KEPT: saved counters are always refused (kRolCountersRead), so this is how the journal
-        // comes back: with the messages, and no file left.
+        // KEPT: saved counters are always refused (kRolCountersRead), so every normal load ends
+        // here: the messages are in the ring and no file is left. Required by the interface.
         EraseRollingFiles();
         return error;
     }
@@ -95,7 +96,7 @@ int CRolManager::loadBest() {
     if (loaded.at(other)) {
         erase(static_cast<Copy>(other));
     } else {
-        // It is older, but might count as newer once saving begins anew.
+        // It is older, but might count as newer once saving begins again.
         unlink(filesOf(static_cast<Copy>(other)).crc);
     }
     return kRolDone;
@@ -124,7 +125,7 @@ int CRolManager::LoadRezRolling() {
 void CRolManager::erase(Copy copy) const {
     const CopyFiles files = filesOf(copy);
     for (const char* path : {files.messages, files.counters, files.crc})
-        static_cast<void>(unlink(path));  // one that is not there is as good as erased
+        static_cast<void>(unlink(path));  // a missing file counts as erased
 }
 
 void CRolManager::EraseMainRollingFiles() {

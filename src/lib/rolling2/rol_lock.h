@@ -16,11 +16,12 @@ class CRolManager::Lock {
     SemLock processes_;
 };
 
-/// A store that is seen behind all stores before it and ahead of all behind it: readers without the
-/// lock, and processes that start after another was killed in between, then see a ring that holds
-/// whole messages only.
+/// A store that becomes visible after all earlier stores and before all later ones. So if a process
+/// is killed between two steps, the next one finds a ring of whole messages only, and readers
+/// without the lock can detect a change.
 inline void RolStoreInOrder(std::uint16_t* field, unsigned value) {
     std::atomic_ref(*field).store(static_cast<std::uint16_t>(value), std::memory_order_release);
-    // The store alone keeps what comes before it; the controller's processor moves what follows.
+    // The store itself only orders what comes before it; the controller's processor may move later
+    // stores ahead of it.
     std::atomic_thread_fence(std::memory_order_release);
 }

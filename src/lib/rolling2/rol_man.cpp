@@ -24,8 +24,8 @@ CRolManager::~CRolManager() {
 
 // ---- Joining -----------------------------------------------------------------------------------
 
-/// KEPT: the object is never destroyed. Its maker's destructor would remove the set, and the next
-/// process would take itself for the journal's first.
+/// KEPT: the object is never destroyed. The destructor of its maker would remove the set, and the
+/// next process would behave as the journal's first. Required by the interface.
 static vs_sem* openSemaphore() {
     constexpr unsigned kPermissions = 0666;
     static auto& kept = *new std::vector<std::unique_ptr<vs_sem>>;
@@ -52,16 +52,16 @@ int CRolManager::Init() {
 /// @param hadRing  the ring was there before the semaphore was opened
 int CRolManager::join(key_t ringKey, bool hadRing) {
     const Lock lock(*this);
-    // The semaphore can be taken by another process as soon as it is made. One that was quicker has
-    // filled the ring, and may have posted to it.
+    // Another process can take the semaphore as soon as it exists. If it was quicker, it has
+    // already filled the ring and may have posted to it.
     isFirst_ = already_init == 0 && (hadRing || !IpcFind(IpcKind::segment, ringKey));
     if (const int error = OpenShareBlock(); error != kRolDone) return error;
     CurMessage.SetPoz24(*rol_poz_24 != 0);
-    // Whoever had to make the ring is the first, too, though it found a semaphore: of that quicker
-    // kind, or after a removal that left the semaphore.
+    // A process that had to make the ring counts as the first one too, even if it found a
+    // semaphore: its maker was not quick enough, or a removal left the semaphore behind.
     const bool begins = isFirst_ || ringIsNew_;
-    if (ringIsNew_) *MessageCounter = *LastIndex = 0;  // they may be those of an earlier ring
-    // Reported. Without a copy the ring stays as it is.
+    if (ringIsNew_) *MessageCounter = *LastIndex = 0;  // they may belong to an earlier ring
+    // Failures are reported there. Without a copy the ring stays as it is.
     if (begins || isLeftUnfilled()) static_cast<void>(loadBest());
     if (begins) {
         *SaveRol = 2;
@@ -71,8 +71,8 @@ int CRolManager::join(key_t ringKey, bool hadRing) {
     return kRolDone;
 }
 
-/// A process died between making the ring and filling it: a process that loads the files fills the
-/// ring with them, or erases those that are of no use.
+/// True when a process died between making the ring and filling it: the ring is empty although
+/// files exist, and a process that loads them either fills the ring or erases unusable ones.
 bool CRolManager::isLeftUnfilled() const {
     const auto exists = [](const char* path) { return access(path, F_OK) == 0; };
     return *MessageCounter == 0 && (exists(Rol2Path) || exists(Rol2PathRez));
@@ -94,7 +94,7 @@ void CRolManager::buildPaths() {
     for (const auto& row : rows) {
         const int length =
             std::snprintf(row.path, sizeof(row.path), row.format, SRV_Path.PATHDB, row.name);
-        // A path cut short would be another file.
+        // A truncated path would name another file.
         if (length < 0 || static_cast<std::size_t>(length) >= sizeof(row.path)) row.path[0] = '\0';
     }
 }
@@ -158,12 +158,11 @@ int CRolManager::OpenShareBlock() {
     return openDictionaries();
 }
 
-/// Where a segment still has the zeros of its making: it is new, or its maker died before it got
-/// here.
+/// Fills segments that are still zero: they are new, or their maker died before this step.
 void CRolManager::setInitialValues(bool udpIsNew) {
     if (RolVersion->Major == 0) *RolVersion = {2, 1};
     if (*SaveRol == 0) *SaveRol = 2;
-    // Others might set this one to 0; only in an empty ring has its maker possibly died.
+    // Other processes may set this one to 0; only if the ring is empty may its maker have died.
     if (udpIsNew || (*UDPProtocolVersion == 0 && *MessageCounter == 0)) *UDPProtocolVersion = 1;
 }
 
@@ -203,7 +202,7 @@ int CRolManager::ReadIniFile() {
     return kRolDone;
 }
 
-/// A ring that is there keeps its size, whatever the file says by now.
+/// An existing ring keeps its size, even if the settings file has changed since.
 void CRolManager::keepRing(SRolIniFileSettings& settings) {
     const auto ring = IpcFind(IpcKind::segment, ShmKey(kRolRing, 0));
     const std::size_t slots = ring ? ring->size / sizeof(SRolMessage) : 0;

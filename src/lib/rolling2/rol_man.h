@@ -19,11 +19,11 @@
 /// every process appends to and one process (the saver) copies to files.
 ///
 /// Init joins the journal, or makes it and loads the saved one. Nothing here ever removes a segment
-/// or the semaphore: the journal outlives its processes, and a process that came after a removal
-/// would take the older files for newer than the ring.
+/// or the semaphore: the journal outlives its processes, and a process that starts after a removal
+/// would load files that are older than the ring was.
 ///
-/// Operations answer numbers of RolError and print fixed lines (rol_report.h). They never throw but
-/// for std::bad_alloc while loading. Posting, counters, GetRawData and saving may be called from
+/// Operations return numbers of RolError and print fixed lines (rol_report.h). They throw nothing
+/// but std::bad_alloc while loading. Posting, counters, GetRawData and saving may be called from
 /// any thread; Init, Close and the cursor (GoFirstMes ... Print) from one.
 class CRolManager {
   public:
@@ -34,7 +34,8 @@ class CRolManager {
     CRolManager& operator=(const CRolManager&) = delete;
 
     /// Joins the journal. The first process makes it, reads the settings from veskkntr.ini below
-    /// SETTINGS, and loads the saved messages. If it dies on the way, the next process finishes it.
+    /// SETTINGS, and loads the saved messages. If it dies before that is done, the next process
+    /// completes it.
     /// @return 0, or the IPC index of the segment that could not be attached (reported)
     int Init();
     /// Non-zero when the journal's semaphore was there before Init.
@@ -44,10 +45,9 @@ class CRolManager {
 
     // ---- Posting (rol_post.cpp) ----
     //
-    // A list of arguments are pointers to CRolArg made with new, the last one of type RT_END; they
-    // are deleted whatever happens. A message that cannot be built (RolError) is replaced by one
-    // that names it. `number` is an int where C leaves no choice (before "..."); the record has 16
-    // bits.
+    // The arguments are pointers to CRolArg made with new, the last one of type RT_END; they are
+    // always deleted. A message that cannot be built (RolError) is replaced by one that names it.
+    // `number` is an int where C requires it (before "..."); the record has 16 bits.
     // @return 0; an error when nothing was posted (reported, the ring is as before)
 
     /// Posts to the system dictionary of the settings.
@@ -76,8 +76,9 @@ class CRolManager {
 
     /// Adds to each of the eight counters of unread messages, up to the ring's capacity.
     void IncCounters(int count);
-    /// @param reader  0 to 7. KEPT: 8 addresses the four bytes behind the counters, which belong to
-    ///                other processes. For other numbers the result is 0 and nothing changes.
+    /// @param reader  0 to 7. KEPT: 8 addresses the four bytes after the counters, which belong to
+    ///                other processes; required by the interface. For other numbers the result is 0
+    ///                and nothing changes.
     unsigned GetCounter(int reader) const;
     /// Takes from a counter, down to 0.
     void DecCounter(int reader, int count);
@@ -85,21 +86,21 @@ class CRolManager {
     // ---- Files (rol_save.cpp, rol_load.cpp) ----
 
     /// Saves in a thread of its own when something was posted since the last save and saving is on;
-    /// main and reserve files take turns. Does nothing while the save before still runs.
+    /// main and reserve files take turns. Does nothing while the previous save is still running.
     /// @return 0; kRolNoMemory, kRolNoThread
     int Save();
-    /// Saves, also when nothing is new, and waits for it. Nothing is written while saving is off or
-    /// the ring is empty.
+    /// Saves even when nothing is new, and waits for the result. Nothing is written while saving is
+    /// off or the ring is empty.
     /// @return 0; kRolCannotOpen, kRolShortWrite or kRolNotOnDisk (reported); kRolNoMemory or
     ///         kRolNoThread
     int ForceSave();
     /// Save one copy now, out of its turn. As ForceSave otherwise.
     int SaveMainRolling();
     int SaveRezRolling();
-    /// The writer. Writes what the last snapshot holds, once.
-    /// For Save and the others; not beside one of them.
+    /// The writer thread's function: writes the last snapshot, once. Started by Save and the
+    /// others; must not run at the same time as one of them.
     /// @param manager  CRolManager whose save this is
-    /// @return result of the save as a number
+    /// @return result of the save, as a number in the pointer
     static void* SaveRollThread(void* manager);
 
     /// 1 turns saving on, unless the settings keep no message in files; anything else off.
@@ -143,13 +144,13 @@ class CRolManager {
     /// MakeString, and a line feed, to standard output.
     void Print() const;
 
-    /// Variable types of the journal and of the database: 1, 2, 3, 6 and 8 are the same.
-    /// @return -1, resp. 0, for others
+    /// Converts variable types between journal and database: 1, 2, 3, 6 and 8 are the same in both.
+    /// @return -1 and 0, respectively, for others
     static signed char ConvertTypeVar_VskontrToRol2(signed char type);
     static signed char ConvertTypeVar_Rol2ToVskontr(signed char type);
 
-    // Names and order as the controller's other code has them. Ids of segments are -1, addresses
-    // null, while not attached.
+    // Names and order as the controller's other code has them. Addresses are null while not
+    // attached. Ids of segments are -1 until the first Init and keep their last values after Close.
     char already_init = 0;
     int id_RolVersion = -1;
     int id_Messages = -1;
@@ -185,7 +186,7 @@ class CRolManager {
     std::uint32_t* flagNewMessages = nullptr;  ///< something was posted since the last save
     char* UDPProtocolVersion = nullptr;
     vs_sem* Rol2Sem = nullptr;   ///< guards all of the above, for all processes; never destroyed
-    char* rol_poz_24 = nullptr;  ///< position flag; never null after Init
+    char* rol_poz_24 = nullptr;  ///< position flag; not null between Init and Close
     std::uint16_t* NumVar = nullptr;
     char* VADict = nullptr;  ///< designations of the variables by number, 8 bytes each
     char* AVDict = nullptr;

@@ -14,7 +14,7 @@
 // ---- Raw form: a message cut to its used length ------------------------------------------------
 
 /// Bytes of the arguments; nothing is read beyond the record.
-/// @return more than sizeof(ArgsBuffer) when they claim more than the record has room for
+/// @return more than sizeof(ArgsBuffer) when their lengths add up to more than the record holds
 [[nodiscard]] std::size_t RolArgsSize(const SRolMessage& message);
 
 /// Appends the raw form. A message whose arguments overflow the record is written without them.
@@ -22,7 +22,7 @@
 /// @return bytes written
 std::size_t RolWriteRaw(const SRolMessage& message, std::uint8_t* to);
 
-/// Reads one raw message; what its arguments leave of the record is zeroed.
+/// Reads one raw message; the rest of the record after its arguments is zeroed.
 /// @param used  receives the bytes read; untouched on failure
 /// @return kRolDone, kRolShortMessage, kRolArgumentsOverflow
 [[nodiscard]] int RolReadRaw(std::span<const std::uint8_t> bytes, SRolMessage& message,
@@ -40,15 +40,15 @@ struct RolValue {
 /// The arguments in their order; those that lie within the record, whatever NumberOfArgs claims.
 [[nodiscard]] std::vector<RolValue> RolArguments(const SRolMessage& message);
 
-/// The text of a message whose text is known here (18091 to 18094, from the OPC UA server), filled
-/// in with its arguments; nothing for others, whose texts are in the controller's dictionaries.
+/// The text of a message of the OPC UA server (18091 to 18094) with its arguments; nothing for
+/// other messages, whose texts are in the controller's dictionaries.
 /// @return CP866
 [[nodiscard]] std::optional<std::string> RolKnownText(const SRolMessage& message);
 
 // ---- The cursor --------------------------------------------------------------------------------
 
-/// One message, to be filled argument by argument or to be shown. Holds a copy: what other
-/// processes do to the ring does not reach it.
+/// One message, to be filled argument by argument or to be shown. It is a copy, so changes that
+/// other processes make to the ring do not affect it.
 class CRolMessageInterface {
   public:
     /// Begins a message without arguments.
@@ -58,7 +58,7 @@ class CRolMessageInterface {
     /// @return kRolDone; kRolArgumentType, kRolArgumentsOverflow: the message stays as it was
     int AddArg(const CRolArg& argument);
 
-    /// Form of a variable's designation in MakeString; set: the designation fills 24 columns
+    /// Chooses the form of the designation in MakeString. If set, the designation fills 24 columns
     /// without a gap.
     void SetPoz24(bool isSet) { poz24_ = isSet; }
 

@@ -7,12 +7,12 @@
 
 // ---- Building ----------------------------------------------------------------------------------
 
-/// Appends the arguments of a list and deletes them, all of them also after one that does not fit.
+/// Appends the arguments of a list and deletes all of them, even after one that does not fit.
 static int takeArguments(CRolMessageInterface& message, va_list* arguments) {
     int error = kRolDone;
     for (;;) {
         const std::unique_ptr<const CRolArg> argument(va_arg(*arguments, CRolArg*));
-        // Behind a null pointer (an argument that could not be made) the list is not to be trusted.
+        // After a null pointer (an argument that could not be made) the list cannot be trusted.
         if (argument == nullptr) return kRolArgumentType;
         if (argument->type() == RT_END) return error;
         if (error == kRolDone) error = message.AddArg(*argument);
@@ -46,8 +46,8 @@ unsigned CRolManager::CycMinus(unsigned a, unsigned b, unsigned n) {
     return a >= b ? (a - b) % n : (a % n + n - b % n) % n;
 }
 
-// Another process may have written anything: whatever the segments claim, the ring is left by no
-// slot.
+// Another process may have written anything to the segments; no slot outside the ring is used,
+// whatever they contain.
 std::uint16_t CRolManager::capacity() const {
     const std::uint16_t claimed = IniFileSettings->NumMessagesInMemory;
     return claimed != 0 && claimed < slots_ ? claimed : slots_;
@@ -65,7 +65,7 @@ bool CRolManager::holds(unsigned slot) const {
     return slot < capacity() && CycMinus(newest(), slot, capacity()) < held();
 }
 
-/// Later than the stamp of the newest message, whatever the clock does.
+/// Sets a stamp later than that of the newest message, even if the clock was set back.
 void CRolManager::stamp(SRolMessage& message, const timeval* time) const {
     constexpr long kUsPerMs = 1000;
     const TimeType now = TimeType::GetCurrent();
@@ -205,7 +205,7 @@ namespace {
 
 constexpr int kReadersAnswered = 9;
 
-/// By offset: the last one lies behind the array, still inside the segment.
+/// By offset: the last one is after the array, but still inside the segment.
 unsigned char* counterAt(SCntRolPerSock* counters, int reader) {
     return reinterpret_cast<unsigned char*>(counters) +
            static_cast<std::size_t>(reader) * sizeof(std::uint32_t);

@@ -1,7 +1,7 @@
 #pragma once
 
-// The lines that the journal library prints. Operators and other programs read them: they are
-// fixed, CP866, and go to standard output.
+// The lines that the journal library prints: fixed texts, required by the interface, in CP866 on
+// standard output.
 
 enum class RolText {
     sharedMemoryFailed,     // code
@@ -24,7 +24,7 @@ enum class RolText {
     reserveCountersFailed,  // code
 };
 
-/// What a text names; each text takes what stands beside it above and ignores the rest.
+/// The values for a text. Each text uses those listed beside it above and ignores the rest.
 struct RolDetails {
     int code = 0;
     const char* path = "";

@@ -66,7 +66,7 @@ int CRolManager::snapshot(Copy copy) {
     return kRolDone;
 }
 
-/// Of the copy whose turn it is.
+/// Takes the snapshot for the copy whose turn it is.
 int CRolManager::snapshotNext() {
     if (GetSaveRol() != kSavingOn || held() == 0) return kRolDone;
     const Copy copy = *CurSavePlace == 0 ? Copy::main : Copy::reserve;
@@ -87,7 +87,7 @@ int CRolManager::writeSnapshot() {
     if (!snapshot_.isNew) return kRolDone;
     snapshot_.isNew = false;
 
-    // Of this thread only. A controller that refuses is none the worse.
+    // Affects this thread only. If it is refused, the save still works.
     constexpr SPriority kSavePriority{SCHED_OTHER, 10};
     static_cast<void>(SetNice(kSavePriority));
 
@@ -111,13 +111,13 @@ int CRolManager::writeSnapshot() {
                   : error == kRolNotOnDisk ? RolText::notOnDisk
                                            : RolText::shortWrite,
                   {.path = step.path});
-        // What the CRC file of an earlier save calls whole has been overwritten, unless the first
-        // file could not even be opened.
+        // The CRC file of an earlier save no longer describes the copy, which has been overwritten,
+        // unless the first file could not even be opened.
         const bool isUntouched = error == kRolCannotOpen && &step == std::begin(steps);
         if (!isUntouched) static_cast<void>(unlink(files.crc));
         return error;
     }
-    // Last: until then the loader finds the copy's old CRC file, or none.
+    // Written last: until then the loader finds the copy's old CRC file, or none.
     SaveCRCFileRoll(files.crc);
     return kRolDone;
 }
@@ -130,7 +130,7 @@ void* CRolManager::SaveRollThread(void* manager) {
 }
 
 int CRolManager::startWriter() {
-    // A signal meant to end a wait of the main thread must not be taken by the writer.
+    // The writer must not receive signals that are meant to end a wait of the main thread.
     sigset_t all;
     sigset_t former;
     sigfillset(&all);
@@ -140,7 +140,7 @@ int CRolManager::startWriter() {
     pthread_sigmask(SIG_SETMASK, &former, nullptr);
     if (writerStarted_) return kRolDone;
     writerRuns_ = false;
-    // The snapshot would be old by the next save; what it holds is still to be saved.
+    // The snapshot would be outdated at the next save, but its messages are not saved yet.
     snapshot_.isNew = false;
     const Lock lock(*this);
     *flagNewMessages = 1;
@@ -173,13 +173,14 @@ int CRolManager::Save() {
 int CRolManager::saveAndWait(int (CRolManager::*take)()) {
     if (Messages == nullptr) return kRolNotOpen;
     const std::lock_guard guard(saveMutex_);
-    static_cast<void>(waitForWriter());  // of a save before this one
+    static_cast<void>(waitForWriter());  // for an earlier save
     {
         const Lock lock(*this);
         if (const int error = (this->*take)(); error != kRolDone) return error;
     }
     if (!snapshot_.isNew) return kRolDone;
-    // A thread here too: it lowers its priority for good, which the caller's must not be.
+    // A thread here too: it lowers its priority and cannot raise it again, so the caller's thread
+    // must not do the work.
     if (const int error = startWriter(); error != kRolDone) return error;
     return waitForWriter();
 }

@@ -45,8 +45,7 @@ SRolIniFileSettings RolReadSettings(const char* path) {
     setPath(settings, SRV_Path.DIC);
     IniFile file(path, kIniRead);
     if (file.Open() != 0) {
-        // Also for a file with a broken header: what matters to the operator is the second half of
-        // the text.
+        // A file with a broken header is reported with the same text.
         RolReport(RolText::iniFileMissing, {.path = path});
         return settings;
     }
@@ -55,7 +54,8 @@ SRolIniFileSettings RolReadSettings(const char* path) {
     settings.NumMessagesInFile = static_cast<std::uint16_t>(
         numberOr(kDefaultInFile, file, kSection, "MaxNumMessageDisk", UINT16_MAX));
     settings.SaveInterval = numberOr(kDefaultSaveIntervalMs, file, kSection, "SaveTime", INT_MAX);
-    // KEPT: the system dictionary has a section of its own name; one in "ROLLING" is not seen.
+    // KEPT: the system dictionary has a section of its own name; one in "ROLLING" is not read.
+    // Required by the interface.
     settings.SysDict =
         numberOr(kRolInternalDictionary, file, "SystemDictionary", "SystemDictionary", INT_MAX);
     char folder[IniFile::kValueMax + 1];
@@ -86,7 +86,7 @@ void RolCorrectSettings(SRolIniFileSettings& settings) {
     if (settings.NumMessagesInFile < kLeastMessages) settings.NumMessagesInFile = kDefaultInFile;
     if (settings.NumMessagesInFile > settings.NumMessagesInMemory)
         settings.NumMessagesInFile = settings.NumMessagesInMemory;
-    // 0 stays: it means something to the saver.
+    // 0 is a valid setting, which the saver interprets.
     if (settings.SaveInterval != 0 && settings.SaveInterval < kLeastSaveIntervalMs)
         settings.SaveInterval = kDefaultSaveIntervalMs;
 }

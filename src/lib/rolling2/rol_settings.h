@@ -13,10 +13,10 @@ void RolReadController(const char* path, std::int16_t& number);
 /// reported; a number that its field cannot hold leaves the default.
 [[nodiscard]] SRolIniFileSettings RolReadSettings(const char* path);
 
-/// Replaces what no journal can work with; settings within their limits stay as they are.
+/// Replaces invalid values; settings within their limits stay as they are.
 void RolCorrectSettings(SRolIniFileSettings& settings);
 
-/// False for a block that was not corrected, as its maker leaves it that dies too early.
+/// False for a block that was not filled, because its maker died before it did so.
 [[nodiscard]] bool RolSettingsAreFilled(const SRolIniFileSettings& settings);
 
 /// Copies settings to shared memory, the capacity last: until it is there, they do not count as

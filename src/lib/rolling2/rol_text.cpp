@@ -1,5 +1,5 @@
-// Messages as text. The dictionaries of the controller are files of other programs; what the server
-// posts is shown by texts of its own.
+// Messages as text. The controller's dictionaries are files of other programs; the OPC UA server's
+// messages have their texts here.
 #include <array>
 #include <cstdio>
 #include <string_view>
@@ -68,7 +68,8 @@ std::string CRolMessageInterface::MakeString(const char* designationCp866) const
     const TimeType time(static_cast<long>(Message.Date.sec), Message.Date.msec * kUsPerMs);
     std::string line = time.GetDateString_r() + " ";
     if (designationCp866 != nullptr && *designationCp866 != '\0') {
-        // Designation and the two halves of the name; the dictionaries hold the designation only.
+        // Designation and the two halves of the name; the dictionaries contain only the
+        // designation.
         char columns[40];
         std::snprintf(columns, sizeof(columns),
                       poz24_ ? "%-8.8s%-8.8s%-8.8s " : "%-8.8s %-8.8s%-8.8s ", designationCp866, "",

@@ -28,8 +28,8 @@ TimeType TimeType::GetCurrent() {
 }
 
 void TimeType::UpdateWithAbsClock() {
-    // Asked for anew instead of ABSCLOCKS_PER_SEC: static objects of other files may call this
-    // before that constant is set.
+    // Queried here instead of taken from ABSCLOCKS_PER_SEC: static objects of other files may call
+    // this before that constant is set.
     const long ticksPerSec = sysconf(_SC_CLK_TCK);
     const long ticks = abs_clock();
     tv_sec = ticks / ticksPerSec;

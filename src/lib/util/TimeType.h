@@ -19,7 +19,7 @@ static_assert(sizeof(timeval_32) == 8);
 class TimeType : public timeval {
   public:
     TimeType() : TimeType(0L, 0L) {}
-    // A system time and a record's time are values of this type: both convert by themselves.
+    // A system time and a record's time are values of this type: both convert implicitly.
     TimeType(const timeval& time) : timeval(time) {}
     TimeType(const timeval_32& time) : TimeType(time.tv_sec, time.tv_usec) {}
     TimeType(long seconds, long microseconds) : timeval{} {
@@ -33,7 +33,7 @@ class TimeType : public timeval {
     void Set() { *this = TimeType(); }
     void Set(const timeval& time) { *this = TimeType(time); }
     void Set(const timeval_32& time) { *this = TimeType(time); }
-    /// Taken as they are, not normalised.
+    /// Stores both parts as they are, not normalised.
     void Set(long seconds, long microseconds) { *this = TimeType(seconds, microseconds); }
     void Set(int seconds, int microseconds) { *this = TimeType(seconds, microseconds); }
     /// Both parts truncate towards zero: a negative value is not normalised.
@@ -83,7 +83,7 @@ class TimeType : public timeval {
     /// 1 when two intervals share at least an end, else 0.
     static int HasIntersection(const TimeType& start1, const TimeType& end1, const TimeType& start2,
                                const TimeType& end2);
-    /// Smallest interval that holds both, also when they lie apart.
+    /// Smallest interval that contains both, even when they do not overlap.
     /// @return 0
     static int GetUnion(const TimeType& start1, const TimeType& end1, const TimeType& start2,
                         const TimeType& end2, TimeType& start, TimeType& end);

@@ -3,5 +3,5 @@
 #include <cstdint>
 
 /// Truth value of the controller's libraries: 1 success or set, 0 failure or unset. Sixteen bits
-/// wide, because it is a field type of records that other programs read.
+/// wide: required by the interface.
 using BOOL = std::int16_t;

@@ -44,9 +44,9 @@ class IniFile {
     IniFile& operator=(const IniFile&) = delete;
 
     /// Opens the file and notes its sections.
-    /// @return 0; 1 file cannot be opened; 2 it was open (reported on standard output) and now is
-    ///         open anew; 3 a header is not closed or holds a ":": the file is open and has no
-    ///         sections. Also in `Error`.
+    /// @return 0; 1 file cannot be opened; 2 it was already open (reported on standard output) and
+    ///         has been reopened; 3 a header is not closed or contains a ":": the file is open and
+    ///         has no sections. `Error` holds the same value.
     int Open();
     /// @return 0; 1 when the file was not open or could not be closed. Forgets the sections either
     ///         way.

@@ -4,7 +4,7 @@
 
 /// A text of the UTF-8 sources as bytes of CP866, the code page of the controller's consoles, made
 /// by the compiler. A character other than ASCII, the Russian letters and the numero sign does not
-/// build.
+/// compile.
 template <std::size_t N>
 struct Cp866Text {
     char bytes[N]{};  ///< NUL-terminated; CP866 is never longer than UTF-8
@@ -34,7 +34,7 @@ struct Cp866Text {
         if (point >= 0x440U && point < 0x450U) return point - 0x440U + 0xE0U;
         if (point == 0x401U || point == 0x451U) return point == 0x401U ? 0xF0U : 0xF1U;
         if (point == 0x2116U) return 0xFCU;
-        throw "a character that is not foreseen here";  // ends the compilation
+        throw "this character is not supported here";  // ends the compilation
     }
 };
 

@@ -46,8 +46,8 @@ std::uint16_t checkOf(std::uint32_t value) {
     return CalculateCRC(bytes, sizeof(bytes));
 }
 
-/// Overwrites the file in place: cut to nothing first, it would be no CRC file for longer than the
-/// writing of 14 bytes takes.
+/// Overwrites the file in place. Truncating it first would leave it invalid for longer than it
+/// takes to write 14 bytes.
 bool writeCrcFile(const char* path, std::uint32_t value, int moreFlags) {
     SCRCFile record{};
     std::memcpy(record.tag, kTag, sizeof(record.tag));
@@ -72,7 +72,7 @@ void SaveCRCFileDB(const char* path) {
 }
 
 void SaveCRCFileRoll(const char* path) {
-    static std::mutex oneAtATime;  // or two of them would write the same number
+    static std::mutex oneAtATime;  // otherwise two threads could write the same number
     static std::uint32_t saveNumber = 0;
     const std::lock_guard guard(oneAtATime);
     if (writeCrcFile(path, saveNumber, O_SYNC)) ++saveNumber;
@@ -96,7 +96,7 @@ void EraseCRCFiles() {
     std::printf("\nEraseCRCFiles: OK!");
     for (const char* name :
          {kCrcFileRol, kCrcFileRolRez, kCrcFileDb, kCrcFileDbRez, kCrcFileDb2, kCrcFileDb2Rez}) {
-        // One that is not there is as good as removed.
+        // A file that does not exist counts as removed.
         static_cast<void>(unlink((std::string(SRV_Path.PATHDB) + "/" + name).c_str()));
     }
 }

@@ -38,15 +38,16 @@ inline constexpr const char* kCrcFileDb2Rez = "check/chk_db2.rez";
 /// loader then takes the other copy.
 void SaveCRCFileDB(const char* path);
 
-/// Marks a copy of the journal as the newest one. The number is counted in this process: 0 for its
-/// first file, one more after each file written. Failures as SaveCRCFileDB. Any thread.
+/// Marks a copy of the journal as the newest one. This process counts its saves: 0 for the first
+/// file, one more after each file written. Failures as in SaveCRCFileDB. Any thread: calls take
+/// turns.
 void SaveCRCFileRoll(const char* path);
 
-/// Looks whether a CRC file is whole.
+/// Checks whether a CRC file is intact.
 /// @param value  receives the file's value; untouched unless the result is 0
 /// @return 0; 1 file cannot be opened or is too short; 2 check value differs; 3 tag differs
 [[nodiscard]] int CheckCRCFile(const char* path, unsigned int* value);
 
-/// Removes the CRC files of journal, database and second database, those of the reserve copies too,
-/// and says so on standard output, whether or not there were any.
+/// Removes the CRC files of journal, database and second database, including those of the reserve
+/// copies, and prints a line to standard output whether or not there were any.
 void EraseCRCFiles();

@@ -13,7 +13,7 @@ struct Rows {
     int first;
     int last;
     std::string_view file;
-    std::string_view chars;  // one a row; a single one stands for all; none keeps what is there
+    std::string_view chars;  // one per row; a single one is for all rows; none keeps the old ones
 };
 
 constexpr std::string_view kNul{"\0", 1};
@@ -48,7 +48,7 @@ constexpr Rows kNormalRows[] = {
     {90, 90, "/sim",     "j"},
 };
 
-// What the debug table has instead.
+// Rows in which the debug table differs.
 constexpr Rows kDebugRows[] = {
     { 2, 27, "/cm",      ""},
     {28, 28, "/vskontr", "a"},

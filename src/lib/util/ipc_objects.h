@@ -6,7 +6,7 @@
 #include <ctime>
 #include <optional>
 
-/// Looks at and removes System V objects without using them, for programs that own or check the
+/// Inspects and removes System V objects without using them, for programs that own or check the
 /// controller's objects. Keys come from ShmKey (segments), SemKey (semaphores; the registry's
 /// request queue has the key of its semaphore, the reply queue the next one).
 
@@ -28,11 +28,11 @@ struct IpcObject {
 std::optional<IpcObject> IpcFind(IpcKind kind, key_t key);
 
 /// The object with a kernel id, nothing when there is none or this user may not read it. Ids are
-/// used again after a removal: compare key and changeTime with what was noted before relying on an
+/// reused after a removal: compare key and changeTime with the recorded values before relying on an
 /// id.
 std::optional<IpcObject> IpcStat(IpcKind kind, int id);
 
-/// Removes an object; who waits on a semaphore or queue is woken with an error, a segment stays
-/// until its last detach.
+/// Removes an object. Processes that wait on a semaphore or queue are woken with an error; a
+/// segment stays until its last detach.
 /// @return 0, or -1 with errno set.
 int IpcRemove(IpcKind kind, int id);

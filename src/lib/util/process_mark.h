@@ -4,14 +4,14 @@
 
 #include <string>
 
-/// A process, recognised again by its id and the time of its start: ids are given anew.
+/// Identifies a process by its id and its start time, because the kernel reuses ids.
 class ProcessMark {
   public:
     /// Marks the process that has the id now; one that does not exist is never alive.
     explicit ProcessMark(pid_t pid);
 
-    /// Whether it still runs. A process of another user counts, one that has ended and waits for
-    /// its parent does not. Where /proc hides the process, the id alone decides.
+    /// Whether it is still running. A process of another user counts; a zombie does not. Where
+    /// /proc hides the process, the id alone decides.
     [[nodiscard]] bool isAlive() const;
 
   private:

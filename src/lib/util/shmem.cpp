@@ -139,7 +139,7 @@ constexpr std::uint8_t kNoGeneration = 255;
 const volatile std::uint8_t* attachGeneration(const ID_struct& row) {
     const key_t key = keyOf(row, row.ch);
     if (key == -1) {
-        std::perror("vs_sem(ftok)");  // sic: the text of the semaphores
+        std::perror("vs_sem(ftok)");  // sic: the semaphores' text; required by the interface
         return nullptr;
     }
     const int id = shmget(key, 1, kPermissions);

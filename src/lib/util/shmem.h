@@ -24,13 +24,13 @@ inline constexpr int kGenerationIpcIndex = 48;
 
 using IdTable = std::array<ID_struct, kIpcIndexCount>;
 
-/// The two index tables, normal and debug, by IPC index. Shared with every process of the
-/// controller: a change here and the processes no longer meet.
+/// The two index tables, normal and debug, by IPC index. Every process of the controller has the
+/// same tables: if they changed here, this process would no longer find the others' objects.
 extern const IdTable ID_mas;
 extern const IdTable Debug_ID_mas;
 
 /// Project characters of '*' rows, by (IPC index + generation byte) mod 256. Two runs of values
-/// occur twice; that is how the controller has it.
+/// occur twice; required by the interface.
 extern const std::array<std::uint8_t, 256> symb;
 
 /// Key of an IPC index as the database's segments use it. Not for semaphores (see SemKey).
@@ -78,7 +78,7 @@ struct ShmDetach {
 };
 using ShmPtr = std::unique_ptr<void, ShmDetach>;
 
-/// A segment that is looked at only.
+/// A segment attached for reading.
 struct ShmView {
     std::unique_ptr<const void, ShmDetach> address;  ///< null on failure
     std::size_t size = 0;                            ///< bytes
@@ -86,8 +86,8 @@ struct ShmView {
     int error = 0;                                   ///< errno of the step that failed
 };
 
-/// Attaches the segment of an IPC index for reading, for programs that must leave no trace: makes
-/// nothing, prints nothing, and needs no right but to read. The generation byte is read anew, so a
-/// controller that was started again is found.
+/// Attaches the segment of an IPC index for reading, for programs that must leave no trace: it
+/// makes nothing, prints nothing, and needs only read permission. It reads the generation byte at
+/// each call, so that it also finds a controller that was restarted.
 /// @return error ENOENT when the key file or the segment is missing
 [[nodiscard]] ShmView ShmOpenReadOnly(int index);

@@ -7,7 +7,7 @@
 
 namespace {
 
-// Request to the timer process, as it lies in the message.
+// Request to the timer process, in the layout of the message.
 #pragma pack(push, 1)
 struct TimerRequest {
     std::uint8_t zero = 0;          //  0
@@ -41,7 +41,7 @@ bool CTimer::isTime() {
     for (int left = object->getNumMsg_SR(); left > 0; --left) {
         std::uint8_t id = 0;
         const int sender = object->Creceive(ProxyTimer, &id, kTickBytes);
-        if (sender == -1) continue;  // somebody else's message, already back in the queue
+        if (sender == -1) continue;  // another process's message, already put back in the queue
         if (sender != ProxyTimer) return false;
         if (id == id_timer) return true;
         static_cast<void>(
@@ -52,7 +52,8 @@ bool CTimer::isTime() {
 
 int CTimer::WaitTime() {
     constexpr unsigned int kPollMs = 10;
-    // One message may leave while another comes, and the number stays; hence a look now and then.
+    // The number of messages alone does not show a new one: one may leave while another arrives. So
+    // the queue is also checked after this many polls.
     constexpr int kPollsAtMost = 100;
     for (;;) {
         const int number = object->getNumMsg_SR();

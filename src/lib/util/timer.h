@@ -7,8 +7,8 @@ class vs_obj;
 /// A timer run by the controller's timer process ("proxytimer"), which sends this process a message
 /// of one byte, the timer's id, at each tick.
 ///
-/// Every request is answered by the timer process; without one (or when it ends) requests fail with
-/// -1 and no tick comes.
+/// The timer process answers every request. Without a timer process, or after its end, requests
+/// fail with -1 and no ticks arrive.
 class CTimer {
   public:
     /// Stores the settings and asks the timer process to start.
@@ -18,19 +18,20 @@ class CTimer {
     /// @param id       distinguishes this process's timers
     CTimer(vs_obj* channel, unsigned int time, unsigned int kv, unsigned char id);
 
-    /// True when a tick of this timer is waiting; takes one. Other messages stay, in another order.
+    /// True when a tick of this timer is waiting; takes one. Other messages stay in the queue, but
+    /// their order may change.
     bool isTime();
 
     /// Waits for a tick of this timer, looking every 10 ms, and takes all that are waiting.
     /// @return 0; -1 when the timer process no longer exists.
     int WaitTime();
 
-    /// Drops waiting ticks and asks for a new start, with the settings of the constructor when
-    /// `time` is 0 (`kv` is then ignored). The stored settings stay.
+    /// Drops waiting ticks and requests a restart, with the constructor's settings when `time` is 0
+    /// (`kv` is then ignored). The stored settings do not change.
     /// @return 0, -1 on failure.
     int Restart(unsigned int time, unsigned int kv);
 
-    /// Starts anew with the settings of the constructor.
+    /// Restarts with the settings of the constructor.
     /// @return 0, -1 on failure.
     int Reset();
 

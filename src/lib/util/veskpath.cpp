@@ -9,7 +9,7 @@ struct PathRow {
     const char* CSRV_PATH::*field;
     const char* variable;
     const char* fallback;
-    const char* format;  // of Print; service scripts know these lines, uneven padding included
+    const char* format;  // of Print; the uneven padding is required by the interface
 };
 
 // clang-format off

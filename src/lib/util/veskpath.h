@@ -9,10 +9,10 @@ class CSRV_PATH {
   public:
     CSRV_PATH();
 
-    /// Reads the environment again. Meant for the constructor; tests use it after `setenv`.
+    /// Reads the environment again. Used by the constructor, and by tests after `setenv`.
     void InitPathes();
 
-    /// Writes the table to standard output, for a look from a debugger or a service program.
+    /// Writes the table to standard output.
     void Print() const;
 
     const char* VESKPATH;      ///< prefix of all key files, "/zrt"

@@ -40,9 +40,9 @@ void setRealTimer(long firstUs, long everyUs, itimerval* former, const char* lab
     if (setitimer(ITIMER_REAL, &timer, former) == -1) std::perror(label);
 }
 
-// Stops the caller's timer for a scope. At its end the timer runs on, less the time that the scope
-// took; a timer that was off stays off. The time is measured: every signal ends a wait, not only
-// each tick.
+// Stops the caller's timer for a scope. At the end of the scope the timer continues, less the time
+// that the scope took; a timer that was off stays off. That time is measured and not counted in
+// ticks, because every signal ends a wait, not only a tick.
 class CallerTimerStopped {
   public:
     CallerTimerStopped(const char* stopLabel, const char* restoreLabel)
@@ -79,8 +79,8 @@ class Ticks {
     }
     ~Ticks() {
         setRealTimer(0, 0, nullptr, stopLabel_);
-        // The default action ends the process. A tick on its way must not meet it, so in that case
-        // the handler that does nothing stays.
+        // The default action would end the process, and a tick may still be pending. So if the
+        // caller had the default action, the handler that does nothing stays installed.
         const bool isDefault =
             (former_.sa_flags & SA_SIGINFO) == 0 && former_.sa_handler == SIG_DFL;
         if (!isDefault) sigaction(SIGALRM, &former_, nullptr);
@@ -107,14 +107,14 @@ ssize_t receiveNow(int queue, vs_message& message, int flags) {
     return msgrcv(queue, &message, kTextMax, getpid(), flags);
 }
 
-// Makes a queue call at once or, when that fails, waits in it as long as the peer lives. Answers
-// what the call answered; -1 with ESRCH when the peer is gone.
+// Tries a queue call without waiting and, if that fails, waits in it as long as the peer lives.
+// Returns the call's result; -1 with ESRCH when the peer is gone.
 template <class Call>
 ssize_t callWhileAlive(Call call, int peer) {
     const ssize_t atOnce = call(IPC_NOWAIT);
     if (atOnce != -1) return atOnce;
 
-    // Most callers have stopped the timer already; then this finds it off and leaves it so.
+    // Most callers have already stopped the timer; this then finds it off and leaves it off.
     const CallerTimerStopped timer("setitimer7", "setitimer8");
     const Ticks running("setitimer9", "setitimer10");
     ssize_t result = -1;
@@ -133,7 +133,7 @@ ssize_t sendWaiting(int queue, const vs_message& message, unsigned int len, int 
 ssize_t receiveWaiting(int queue, vs_message& message, int peer) {
     const ssize_t got =
         callWhileAlive([&](int flags) { return receiveNow(queue, message, flags); }, peer);
-    // What the peer sent just before its end still counts.
+    // A message that the peer sent just before it ended still counts.
     return got == -1 && errno == ESRCH ? receiveNow(queue, message, IPC_NOWAIT) : got;
 }
 
@@ -172,7 +172,7 @@ vs_obj::vs_obj() : vs_shm(kRegistryIpcIndex), ProxyTimer(name_find("proxytimer")
 }
 
 vs_obj::~vs_obj() {
-    // Somebody may have removed them already: then there is nothing left to do.
+    // Another process may already have removed them; there is nothing left to do then.
     if (crSRR != 0) static_cast<void>(msgctl(SR_id, IPC_RMID, nullptr));
     if (madeReplies_) static_cast<void>(msgctl(RS_id, IPC_RMID, nullptr));
 }
@@ -191,7 +191,7 @@ bool vs_obj::fill(int addressee, const void* data, unsigned int len) {
 }
 
 int vs_obj::Send(int pid, void* smsg, void* rmsg, unsigned int slen, unsigned int rlen) {
-    // Nobody answers a process that waits for itself.
+    // A process that waits for itself would never get an answer.
     if (pid == getpid() || findpid(pid) != 0) return -1;
     if (rlen > vs_message::kDataMax) {
         errno = EMSGSIZE;
@@ -259,7 +259,7 @@ int vs_obj::ReceiveWithTimeout(int pid, void* msg, unsigned int len, unsigned lo
     const long deadline =
         abs_clock() + static_cast<long>(ms * static_cast<unsigned long>(ABSCLOCKS_PER_SEC) / 1000);
     while (abs_clock() <= deadline) {
-        // Only a child can be reaped; for others this does nothing. 0 would reap any child.
+        // Reaps a child; does nothing for other processes. 0 would reap any child.
         if (pid > 0) static_cast<void>(waitpid(pid, nullptr, WNOHANG));
         if (findpid(pid) != 0) return -1;
         const int sender = Creceive_QNXStyle(pid, msg, len);

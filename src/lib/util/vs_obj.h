@@ -26,10 +26,10 @@ static_assert(sizeof(vs_message) == sizeof(long) + 4080);
 /// id.
 ///
 /// One per process, used from one thread: all operations share one buffer. Data is 0 to 4076 bytes;
-/// a longer request or reply is refused with -1 and EMSGSIZE. While an operation waits it runs the
-/// real-time interval timer at 100 ms; a timer that the caller had running is put back afterwards,
-/// less the time waited (at least 10 ms); one that was off stays off. SIGALRM gets a handler that
-/// does nothing; a handler of the caller's own is put back after the wait.
+/// a longer request or reply is refused with -1 and EMSGSIZE. While an operation waits, it runs the
+/// real-time interval timer at 100 ms. A timer that the caller had running is restored afterwards,
+/// less the time waited (at least 10 ms remain); one that was off stays off. SIGALRM gets a handler
+/// that does nothing; the caller's own handler is restored after the wait.
 class vs_obj : public vs_shm {
   public:
     /// Joins (or makes) the name registry and both queues, and looks up the timer process.
@@ -66,8 +66,8 @@ class vs_obj : public vs_shm {
     /// @return 0, -1 on failure.
     int Reply(int pid, void* msg, unsigned int len, char keepTimer);
 
-    /// Takes away the replies that wait for this process. Before its first Send they can only be
-    /// those of a former process with its number, which ended before it took them.
+    /// Discards the replies that wait for this process. Before its first Send they can only be
+    /// meant for an earlier process with the same id, which ended before it took them.
     void dropStaleReplies();
 
     /// Puts the request received last back on its queue, with `len` bytes of its data.
@@ -77,7 +77,7 @@ class vs_obj : public vs_shm {
     /// Requests in the queue, of all processes; -1 on failure.
     int getNumMsg_SR() const;
 
-    /// Starts a timer; the caller owns it (delete) and keeps this object longer than it.
+    /// Starts a timer. The caller owns it (delete); this object must outlive it.
     /// @param time, kv, id  see CTimer
     CTimer* CreateTimer(unsigned int time, unsigned int kv, unsigned char id);
 

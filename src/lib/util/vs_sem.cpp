@@ -32,7 +32,7 @@ int change(int id, short by, short flags) {
 // Empty for an index outside 0 to 127.
 std::string keyFileOf(int index) {
     if (index < 0 || index >= kIpcIndexCount) return {};
-    // The environment itself, not SRV_Path: the controller's other programs look here each time.
+    // The environment itself, not SRV_Path, at each call: required by the interface.
     const char* folder = std::getenv("VESKPATH");
     return std::string(folder != nullptr ? folder : "/zrt") +
            ID_mas[static_cast<std::size_t>(index)].file;
@@ -40,8 +40,8 @@ std::string keyFileOf(int index) {
 
 // ---- The initial value ----
 
-/// Keeps processes apart that raise a set, for a scope. Ends with its holder. Without a key file
-/// that can be read it keeps nobody out.
+/// Keeps processes from raising a set at the same time, for a scope. The kernel releases it when
+/// its holder ends. Without a readable key file it excludes nobody.
 class KeyFileLock {
   public:
     explicit KeyFileLock(const std::string& keyFile)
@@ -65,22 +65,22 @@ union semun {
     semid_ds* buf;
 };
 
-// False for a set that is as semget made it: nobody has used it, nor raised it.
+// False for a set that is still as semget made it: neither used nor raised.
 bool isRaised(int id) {
     semid_ds info{};
     if (semctl(id, kOnlySemaphore, IPC_STAT, semun{.buf = &info}) == -1) return true;  // gone
     return info.sem_otime != 0 || semctl(id, kOnlySemaphore, GETVAL) != 0;
 }
 
-// Raising it twice would let two processes in at a time. Whether it has been raised cannot be asked
-// and answered in one step of the semaphore itself, hence the lock.
+// Raising a set twice would admit two processes at a time. Checking it and raising it are two
+// operations on the semaphore, hence the lock.
 void raiseOnce(int id, const std::string& keyFile) {
     const KeyFileLock lock(keyFile);
     // Without SEM_UNDO: the initial value must outlive the process that sets it.
     if (!isRaised(id)) static_cast<void>(change(id, +1, 0));  // fails for a set that is gone only
 }
 
-// A maker that died before it raised the set would leave everybody waiting for ever.
+// If its maker died before it raised the set, everybody would wait forever.
 void raiseForDeadMaker(int id, const std::string& keyFile) {
     using Clock = std::chrono::steady_clock;
     constexpr auto kPatience = std::chrono::seconds(1);  // a living maker needs microseconds
@@ -129,14 +129,14 @@ vs_sem::~vs_sem() {
 
 void vs_sem::sem_lock() {
     if (change(id_sem, -1, SEM_UNDO) == 0) return;
-    // The set is gone. Where another process has made it anew, that one keeps its users apart;
-    // without one, its former users are ending and nothing is left to wait for.
+    // The set is gone. If another process has created it again, that one is the lock now; if not,
+    // the processes that used it are ending and there is nothing to wait for.
     const int anew = semget(sem_key, semnum, static_cast<int>(sem_perm));
     if (anew == -1 || anew == id_sem) return;
     id_sem = anew;
     cr_sem = 0;
     raiseForDeadMaker(id_sem, keyFile_);
-    static_cast<void>(change(id_sem, -1, SEM_UNDO));  // removed again meanwhile: as without one
+    static_cast<void>(change(id_sem, -1, SEM_UNDO));  // fails only if it was removed again
 }
 
 void vs_sem::sem_unlock() {

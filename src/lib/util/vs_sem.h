@@ -11,7 +11,7 @@
 /// @return -1 when the index is outside 0 to 127 or the key file does not exist (errno says which).
 ///
 /// KEPT: unlike ShmKey, it does not replace a '*' by the generation's character and has no debug
-/// variant. All processes must derive the same key, or they lock different sets.
+/// variant. Required by the interface: processes that derive different keys lock different sets.
 key_t SemKey(int index);
 
 /// A System V semaphore that processes share by IPC index, used as a lock or to count its users.
@@ -21,16 +21,17 @@ class vs_sem {
   public:
     /// Makes the set (initial value 1) or joins it. Never fails visibly: a missing key file and a
     /// set that is unavailable are reported on standard error ("vs_sem(ftok)", "vs_sem(semget)"),
-    /// and the operations then do nothing. A set that its maker has left at 0 is given a second,
-    /// then raised in its place; never twice, however many processes find it so.
+    /// and the operations then do nothing. If a set still has the value 0 after a second, its maker
+    /// is taken for dead and the set is raised here, only once however many processes wait for it.
     /// @param perm  permission bits, as 0666
     vs_sem(int index, unsigned perm);
     virtual ~vs_sem();
     vs_sem(const vs_sem&) = delete;
     vs_sem& operator=(const vs_sem&) = delete;
 
-    /// Takes the lock, waiting as long as needed; signals do not end the wait. Not recursive. A set
-    /// that another process removed and made anew is joined; without any it does nothing.
+    /// Takes the lock, waiting as long as needed; signals do not end the wait. Not recursive. If
+    /// another process has removed the set and created it again, the new set is joined; if there is
+    /// none, this does nothing.
     void sem_lock();
     void sem_unlock();
 

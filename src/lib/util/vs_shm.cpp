@@ -42,7 +42,7 @@ vs_shm::vs_shm(int index) : vs_sem(index, kRegistryPerm) {
         return;
     }
     buf_names = static_cast<buf_str*>(attachOrNull(id_shm));
-    // The maker clears nothing: a new segment is zeroed, and others may have joined it by now.
+    // The maker must not clear it: a new segment is zeroed, and others may already have joined it.
     if (buf_names == nullptr) std::perror("vs_shm(shmat)");
 }
 
@@ -143,8 +143,8 @@ int vs_shm::deleteEntries(Matches matches) {
     const SemLock lock(*this);
     const auto found = [&](int i) { return !isFree(buf_names[i]) && matches(buf_names[i]); };
 
-    // A match that the last entry holds has no successor to be overwritten by; shifting would never
-    // end. Such entries at the table's end are cleared in place.
+    // Shifting cannot remove a match in the last entry, which has no successor, and would never
+    // end. Such entries at the end of the table are cleared in place.
     int lastPid = 0;
     for (int i = kRegistryEntries - 1; i >= 0 && found(i); --i) {
         if (lastPid == 0) lastPid = buf_names[i].pid;

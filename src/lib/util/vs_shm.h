@@ -21,8 +21,8 @@ inline constexpr std::size_t kRegistryNameMax = sizeof(buf_str::name) - 1;
 int findpid(int pid);
 
 /// The controller's registry of process names: 40 entries in a shared segment, guarded by a
-/// semaphore of the same key. Who made the segment removes it at the end even while others are
-/// attached; who joins takes it as it is.
+/// semaphore of the same key. The process that made the segment removes it at its end, even while
+/// others are attached; a process that joins uses it as it finds it.
 ///
 /// Without a segment (reported on standard error) every operation answers as for an empty registry
 /// that takes no name.

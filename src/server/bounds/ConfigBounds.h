@@ -3,14 +3,14 @@
 #include <cstddef>
 #include <cstdint>
 
-// What the values of the configuration file are held to. For the server, the tools that check a
-// configuration and the simulator that writes a sample of one.
+// Limits for the values of the configuration file. Used by the server, by the tool that checks
+// configurations and by the simulator, which writes a sample configuration.
 
 /// TCP ports that the endpoint may have.
 inline constexpr int kFirstPort = 4840;
 inline constexpr int kLastPort = 4849;
 
-/// Sampling intervals that are taken as they are asked for.
+/// Sampling intervals that are used as configured.
 inline constexpr double kShortestIntervalMs = 30.0;
 inline constexpr double kLongestIntervalMs = 10'000.0;
 /// The interval where none is given, or none that is taken.

@@ -14,5 +14,5 @@
 extern std::vector<std::int32_t> usedLines;
 extern MissingAttrManager missAttrManager;
 /// The configuration file in whose text lines are searched: "/zrt/settings/opcuasrv.ini". A tool
-/// that looks at another file names that one here before it reads it.
+/// that checks another file sets its path here before reading it.
 extern std::string iniFilePath;

@@ -13,21 +13,21 @@ class EntrySource {
     /// The sections named "Attributes".
     [[nodiscard]] static EntrySource flat() { return EntrySource(false, std::nullopt); }
 
-    /// The sections of a group's number; none for a group whose number another one has taken over.
+    /// The sections with a group's number; none if another group has taken over the number.
     [[nodiscard]] static EntrySource group(std::optional<int> number) {
         return EntrySource(true, number);
     }
 
-    /// KEPT: a group takes the entries of every section that its number begins, so group 1 also has
-    /// those of group 12, and one without a number takes -1 for it. Required by the interface;
-    /// opcuacheck warns of it.
+    /// KEPT: a group takes the entries of every section whose number begins with its own number, so
+    /// group 1 also has those of group 12. A group without a number counts as -1. Required by the
+    /// interface; opcuacheck warns of it.
     [[nodiscard]] bool takes(std::string_view sectionName) const {
         if (!ofGroup_) return isFlatSection(sectionName);
         const std::string text = std::string(kGroupSection) + std::to_string(number_.value_or(-1));
         return sectionName.find(text) != std::string_view::npos;
     }
 
-    /// False: no line of the file is named for its entries.
+    /// False if messages about its entries cannot name a line.
     [[nodiscard]] bool hasLines() const { return !ofGroup_ || number_.has_value(); }
 
   private:
@@ -47,7 +47,7 @@ class EntrySource {
     return EntrySource::group(std::nullopt);
 }
 
-/// What the interface's texts and numbers stand for.
+/// Converts the interface's texts and numbers.
 /// @param mode  "main": the flat tree; "group": the group with this folder, or with this number
 ///              when there is no map; anything else: none
 [[nodiscard]] inline std::optional<EntrySource> entrySource(

@@ -56,7 +56,8 @@ bool switchedOn(const std::vector<Section>& sections, std::string_view key) {
         std::istringstream stream{std::string(value)};
         std::string word;
         stream >> word;
-        // KEPT: every word but this one switches on, "no" and "OFF" included.
+        // KEPT: every word but this one switches on, even "no" and "OFF". Required by the
+        // interface.
         return word == "off";
     });
 }
@@ -64,7 +65,8 @@ bool switchedOn(const std::vector<Section>& sections, std::string_view key) {
 SamplingDecision decideSamplingInterval(double askedMs, double cycleTimeMs) {
     if (askedMs < kShortestIntervalMs) return {cycleTimeMs, true};
     if (askedMs > kLongestIntervalMs) return {kLongestIntervalMs, true};
-    // KEPT: an interval below the controller's cycle is reported but not raised to it.
+    // KEPT: an interval below the controller's cycle is reported, but not raised to the cycle.
+    // Required by the interface.
     if (askedMs < cycleTimeMs) return {std::nullopt, true};
     return {askedMs, false};
 }
@@ -73,7 +75,8 @@ double readSamplingInterval(const std::vector<Section>& sections, double cycleTi
                             double intervalMs) {
     for (const std::string_view value : valuesOf(sections, "SamplingInterval")) {
         const std::optional<double> askedMs = parseLeadingNumber(value);
-        // KEPT: a value that is not a number ends the scan and is not reported.
+        // KEPT: a value that is not a number ends the scan and is not reported. Required by the
+        // interface.
         if (!askedMs) break;
         const SamplingDecision decision = decideSamplingInterval(*askedMs, cycleTimeMs);
         intervalMs = decision.intervalMs.value_or(intervalMs);
@@ -92,7 +95,7 @@ std::optional<double> parseLeadingNumber(std::string_view text) {
     return number;
 }
 
-/// Without making a stream, because every history read asks for its number of values anew.
+/// Does not use a stream, because every history read parses its number of values again.
 std::optional<std::int32_t> parseLeadingInteger(std::string_view text) {
     const std::string terminated(text);
     char* end = nullptr;

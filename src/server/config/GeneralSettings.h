@@ -9,8 +9,8 @@
 #include "server/bounds/ConfigBounds.h"
 #include "server/config/Section.h"
 
-// The endpoint's settings as the loaded configuration has them. Keys are compared with case and
-// looked for in every section. Main thread.
+// The endpoint's settings in the loaded configuration. Keys are case-sensitive and are looked for
+// in every section. Main thread.
 
 /// Every value of `key`, in the order of the loaded configuration.
 std::vector<std::string_view> valuesOf(const std::vector<Section>& sections, std::string_view key);
@@ -22,17 +22,17 @@ std::optional<int> parseWholeInteger(std::string_view text);
 /// error 3; the server cannot start then.
 std::optional<int> readServerPort(const std::vector<Section>& sections);
 
-/// Value of the last "AplicationName", cut to kApplicationNameBytes and then freed of its blanks; empty when
-/// there is none. CP866.
+/// Value of the last "AplicationName", cut to kApplicationNameBytes and then without its blanks;
+/// empty when there is none. CP866.
 std::string applicationNameCp866(const std::vector<Section>& sections);
 
 /// False when the first word of any value of `key` is exactly "off"; true otherwise, also without
 /// one.
 bool switchedOn(const std::vector<Section>& sections, std::string_view key);
 
-/// What one "SamplingInterval" asks for and what becomes of it.
+/// What becomes of one "SamplingInterval".
 struct SamplingDecision {
-    std::optional<double> intervalMs;  ///< the new interval; none leaves the old one
+    std::optional<double> intervalMs;  ///< the new interval; none: the old one stays
     bool report = false;               ///< configuration error 2
 };
 

@@ -5,11 +5,11 @@
 #include <string>
 
 // Decimal integers in names and values of the configuration, as a C++ stream reads them: an
-// optional sign, digits, and no integer when it does not fit into 32 bits.
+// optional sign and digits. A number that does not fit into 32 bits is not an integer.
 
 enum class LeadingBlanks { skipped, refused };
 
-/// Does the text begin with an integer? Blanks may stand before it, anything behind it.
+/// Whether the text begins with an integer. Blanks may precede it, and anything may follow.
 [[nodiscard]] bool startsWithInteger(const std::string& text);
 
 /// The integer that the whole text is, if it is one.

@@ -5,7 +5,7 @@
 #include <vector>
 
 /// The schema of the configuration file: which sections and which of their keys are known. Names
-/// are compared with case. Filled once at start-up, only read afterwards; main thread.
+/// are case-sensitive. Filled once at start-up, only read afterwards; main thread.
 class ListSections {
   public:
     /// The schema of the process, empty until declareSchema filled it.

@@ -5,8 +5,8 @@
 #include <unordered_set>
 #include <vector>
 
-/// Kinds of messages that are sent once per run, one for each exported kind of variable.
-enum AttrTypeMsg : int {  // unscoped: callers compute it from the kind
+/// Kinds of messages for messageBlocker, one for each exported kind of variable.
+enum AttrTypeMsg : int {  // unscoped: the interface passes them as int
     AttrTypeMsgVA = 0,
     AttrTypeMsgAV = 1,
     AttrTypeMsgRV = 2,
@@ -21,8 +21,9 @@ class MissingAttrManager {
     /// Notes names (configuration keys, CP866); one noted before is not noted again.
     void addMissingAttr(const std::vector<std::string>& names);
 
-    /// May a message of this kind be sent? True the first time for each kind; for a number that is
-    /// no AttrTypeMsg always true.
+    /// Whether a message of this kind may be sent: true the first time for each kind, and always
+    /// for a number that is not an AttrTypeMsg. Part of the interface; the server itself does not
+    /// call it.
     [[nodiscard]] bool messageBlocker(int type);
 
     /// Reports each noted name, in the order first noted, as configuration error 4 with the line
@@ -31,6 +32,6 @@ class MissingAttrManager {
 
   private:
     std::vector<std::string> missing_;
-    std::unordered_set<std::string> known_;  // the same names, for the check in constant time
+    std::unordered_set<std::string> known_;  // the same names, for a check in constant time
     std::array<bool, 5> sent_{};
 };

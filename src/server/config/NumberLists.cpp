@@ -53,7 +53,7 @@ NumberList readNumberList(const std::string& value) {
     return list;
 }
 
-/// @param whenAll  the answer to "all"
+/// @param whenAll  the result for "all"
 static std::vector<std::int32_t> expandedList(const std::string& value,
                                               const std::vector<std::int32_t>& whenAll) {
     const NumberList list = readNumberList(value);
@@ -79,7 +79,8 @@ std::vector<std::int32_t> getNumbersTagsOperativeByGroup(const std::string& valu
 }
 
 std::vector<std::int32_t> getNumbersTagsHistorical(const std::string& value) {
-    // KEPT: "all" is the empty list here and {-1} above. A plotter without a list has all its pens.
+    // KEPT: "all" gives the empty list here, but {-1} above. Required by the interface. A plotter
+    // without a list has all its pens.
     return expandedList(value, {});
 }
 

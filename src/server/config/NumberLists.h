@@ -5,12 +5,12 @@
 #include <string>
 #include <vector>
 
-// Lists of variable or pen numbers as the configuration writes them: "3, 7, 10-25" or "all".
-// Sorted, without duplicates and without 0. One bad item empties the whole list, nothing is
-// reported. A range is expanded in full, however long. No state, any thread.
+// Lists of variable or pen numbers in the configuration's notation: "3, 7, 10-25" or "all". The
+// results are sorted, without duplicates and without 0. One bad item empties the whole list without
+// a report. A range is expanded in full, however long. No state, any thread.
 
-/// A list as it is written, before anything is expanded. `first` and `last` may be 0, and `first`
-/// is greater than `last` where the list says so: such a range adds no number.
+/// A range as written, before it is expanded. `first` and `last` may be 0; `first` may be greater
+/// than `last`, and the range then adds no number.
 struct NumberRange {
     std::int32_t first;
     std::int32_t last;
@@ -18,7 +18,7 @@ struct NumberRange {
 struct NumberList {
     bool all = false;                    ///< the word "all"
     std::vector<NumberRange> ranges;     ///< in the order written; empty with a bad item
-    std::optional<std::string> badItem;  ///< the first that is neither number nor range, as written
+    std::optional<std::string> badItem;  ///< the first one that is neither number nor range
 };
 [[nodiscard]] NumberList readNumberList(const std::string& value);
 
@@ -30,8 +30,8 @@ struct NumberList {
 /// Pen numbers of a plotter. "all" gives the empty list, which stands for every pen.
 [[nodiscard]] std::vector<std::int32_t> getNumbersTagsHistorical(const std::string& value);
 
-/// The number N of a section "Attributes_GroupN"; -1 for any other name, also one that ListSections
-/// accepts because it merely contains such a text.
+/// The number N of a section "Attributes_GroupN"; -1 for any other name, even if ListSections
+/// accepts it because it contains such a text.
 [[nodiscard]] std::int32_t getNumberGroup(const std::string& sectionName);
 /// The number N of a section "Plotter_N"; -1 for any other name.
 [[nodiscard]] std::int32_t getNumberPlotter(const std::string& sectionName);

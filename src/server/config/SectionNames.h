@@ -2,7 +2,8 @@
 
 #include <string_view>
 
-// Which section of the configuration file is what. Names are CP866, compared with case.
+// Recognises the sections of the configuration file by their names, which are CP866 and
+// case-sensitive.
 
 inline constexpr std::string_view kGeneralSection = "General";
 inline constexpr std::string_view kAccessSection = "Access";
@@ -27,8 +28,8 @@ inline constexpr std::string_view kPlotterSchema = "Plotter";
     return name.find(kPlotterSection) != std::string_view::npos;
 }
 
-/// Under which name the schema keeps the section's keys. A name that holds both texts counts as a
-/// plotter's.
+/// The name under which the schema keeps the section's keys. A name that contains both texts counts
+/// as a plotter's.
 [[nodiscard]] constexpr std::string_view schemaNameOf(std::string_view name) {
     if (holdsPlotter(name)) return kPlotterSchema;
     return holdsGroup(name) ? kGroupSection : name;

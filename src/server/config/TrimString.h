@@ -2,6 +2,6 @@
 
 #include <string>
 
-/// The text before its first ":" or ";", so that a comment may follow a value on its line. Blanks
-/// before the cut stay; a caller that needs a clean value trims it.
+/// Cuts off a comment: the result is the text before its first ":" or ";". Despite its name it
+/// trims nothing: blanks before the cut stay.
 [[nodiscard]] std::string TrimString(const std::string& value);

@@ -7,14 +7,14 @@
 namespace {
 
 constexpr std::array<std::uint8_t, 4> kServiceFaultType{1, 0, 0x8D, 1};  // four-byte node id, i=397
-// Behind the service result of a response header: no diagnostics, no strings, no additional header.
+// After the service result of a response header: no diagnostics, no strings, no additional header.
 constexpr std::array<std::uint8_t, 8> kHeaderEnd{0, 0xFF, 0xFF, 0xFF, 0xFF, 0, 0, 0};
 
 // Sequence numbers run from 1 to this one and then from 1 again (OPC 10000-6, 6.7.2.4).
 constexpr std::uint64_t kSequenceNumbers = 4'294'966'271;
 
-/// Position of the sequence number in a chunk that opens or renews the channel, behind three
-/// strings of any length; 0 when the chunk is not as it should be.
+/// Position of the sequence number in a chunk that opens or renews the channel, after three strings
+/// of any length; 0 when the chunk is malformed.
 std::size_t sequenceNumberInOpening(ByteView chunk) {
     std::size_t at = 12;
     for (int i = 0; i < 3; ++i) {
@@ -25,7 +25,7 @@ std::size_t sequenceNumberInOpening(ByteView chunk) {
     return at + 4 > chunk.size() ? 0 : at;
 }
 
-/// Position of the response header in the first chunk of an answer, behind the type's node id.
+/// Position of the response header in the first chunk of an answer, after the type's node id.
 std::size_t responseHeaderOffset(ByteView chunk) {
     const bool twoBytes = chunk.size() > kServiceHeaderSize && chunk[kServiceHeaderSize] == 0;
     return kServiceHeaderSize + (twoBytes ? 2 : 4);
@@ -47,7 +47,7 @@ void AnswerGate::renumber(std::span<std::uint8_t> chunk) const {
 AnswerGate::Output AnswerGate::pass(std::span<std::uint8_t> chunk) {
     release();
     const bool service = isOfType(chunk, "MSG") && chunk.size() > kServiceHeaderSize;
-    // The library gave up a message of which it had made some chunks.
+    // The library abandoned a message after it had made some of its chunks.
     const bool other =
         !service || numberAt(chunk, kRequestIdOffset) != numberAt(header_, kRequestIdOffset);
     if (chunks_ > 0 && other) giveUp();

@@ -8,14 +8,14 @@
 #include "server/connections/InputGate.h"
 #include "server/connections/TransportChunk.h"
 
-/// Keeps answers from a client that are larger than it said it can take. The library sends them
-/// chunk by chunk without regard to that, and the client then cuts the connection. Here the chunks
-/// are held until the last one has come; an answer that is too large becomes a ServiceFault with
-/// BadResponseTooLarge (OPC 10000-4, 7.38), and later chunks are numbered as if the others had
-/// never been. One object per connection; without message security only.
+/// Withholds answers that are larger than the client's stated limits. The library ignores these
+/// limits and sends such answers chunk by chunk, whereupon the client closes the connection. Here
+/// the chunks are held until the last one has been made; an answer that is too large is replaced by
+/// a ServiceFault with BadResponseTooLarge (OPC 10000-4, 7.38), and later chunks are numbered as if
+/// the dropped ones had never existed. One object per connection; only without message security.
 class AnswerGate {
   public:
-    /// What may go out now: `held`, then `chunk`. Valid until the next call.
+    /// What may be sent now: `held`, then `chunk`. Valid until the next call.
     struct Output {
         ByteView held;
         ByteView chunk;
@@ -39,12 +39,12 @@ class AnswerGate {
 
     AnswerLimits limits_;
     std::vector<std::uint8_t> held_;
-    // The message that is under way, from its first chunk:
+    // The current message, from its first chunk:
     std::uint32_t chunks_ = 0;  // 0: none is
     std::uint64_t bodyBytes_ = 0;
     bool tooLarge_ = false;
     std::array<std::uint8_t, kServiceHeaderSize> header_{};
     std::array<std::uint8_t, 12> timeAndHandle_{};  // of the response header
     bool done_ = false;                             // held_ is an output
-    std::uint32_t unused_ = 0;                      // sequence numbers that no chunk went out with
+    std::uint32_t unused_ = 0;                      // sequence numbers of chunks that were dropped
 };

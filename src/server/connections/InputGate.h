@@ -11,18 +11,18 @@
 /// Finds the ends of chunks in a stream that arrives in pieces.
 class ChunkEnds {
   public:
-    /// Length of the part of `bytes`, which continue the stream, up to the end of the first chunk
-    /// that ends in them; all of them when none does. What follows this part is to be given to the
-    /// next call.
+    /// `bytes` continue the stream. Returns the length up to the end of the first chunk that ends
+    /// in them, or the length of all of them if none does. Pass the remaining bytes to the next
+    /// call.
     std::size_t nextEnd(ByteView bytes);
 
   private:
     std::array<std::uint8_t, kTransportHeaderSize> header_{};
-    std::size_t headerBytes_ = 0;  // of the chunk that is under way
-    std::size_t missing_ = 0;      // bytes of its body that have not come yet
+    std::size_t headerBytes_ = 0;  // of the current chunk
+    std::size_t missing_ = 0;      // bytes of its body that have not arrived yet
 };
 
-/// What a client says in its greeting about the answers that it can take; 0 means any.
+/// Limits on answers that a client states in its greeting; 0 means no limit.
 struct AnswerLimits {
     std::uint32_t messageSize = 0;  // bytes, without the chunks' headers
     std::uint32_t chunkCount = 0;

@@ -28,7 +28,7 @@ struct Listener {
 
 enum class State {
     open,
-    lastBytes,  ///< the library has closed it; what waits still goes out
+    lastBytes,  ///< the library has closed it; waiting bytes are still sent
     closed      ///< the TCP manager has been asked to close it
 };
 
@@ -202,8 +202,8 @@ UA_StatusCode QueueingConnections::closeByLibrary(Entry& entry) {
     return UA_STATUSCODE_GOOD;
 }
 
-/// The library hears of it from the TCP manager, in the loop's next round.
-/// @param complaint  why its client is to blame, for the library's log
+/// The TCP manager notifies the library in the loop's next round.
+/// @param complaint  what the client did wrong, for the library's log
 void QueueingConnections::close(Entry& entry, const char* complaint) {
     if (entry.second.state == State::closed) return;
     if (complaint != nullptr) {
@@ -246,11 +246,11 @@ void QueueingConnections::onActivity(UA_ConnectionManager* tcp, std::uintptr_t i
         entry.second.context = context;
         if (message.length == 0) return pass();
         self.receive(entry, {message.data, message.length});
-        // Where memory was too short to set the timer, the next activity makes up for it.
+        // If there was not enough memory to set the timer, the next activity sets it.
         if (self.waiting_ > 0 && !self.wakes_) self.wakeAfter(self.bounds_.shortestPause);
     } catch (const std::bad_alloc&) {
         (void)tcp->closeConnection(tcp, id);
-        if (message.length == 0) pass();  // the library expects to hear of it before its end
+        if (message.length == 0) pass();  // the library expects this before the connection's end
     }
 }
 
@@ -311,8 +311,8 @@ bool QueueingConnections::sendOrKeep(Entry& entry, ByteView bytes) {
     return true;
 }
 
-/// Closes connections until so many bytes more may wait.
-/// @return false when it is this one whose bytes are too many
+/// Closes connections until `wanted` more bytes may wait.
+/// @return false when it is this connection that has too many
 bool QueueingConnections::makeRoom(Entry& entry, std::size_t wanted) {
     const std::size_t own = entry.second.queue.size() + wanted;
     if (own > bounds_.waitingPerConnection) return false;
@@ -324,7 +324,7 @@ bool QueueingConnections::makeRoom(Entry& entry, std::size_t wanted) {
     return true;
 }
 
-/// The connection with the most bytes, of at least one connection.
+/// The connection with the most bytes. There must be at least one connection.
 template <class Bytes>
 QueueingConnections::Entry& QueueingConnections::largest(Bytes bytes) {
     return *std::max_element(
@@ -351,7 +351,8 @@ void QueueingConnections::receive(Entry& entry, std::span<std::uint8_t> bytes) {
     }
 }
 
-/// Whether a request may be answered now, of so many bytes that have come.
+/// Whether a request may be answered now.
+/// @param waiting  bytes of requests that have arrived
 bool QueueingConnections::mayAnswer(const Connection& connection, std::size_t waiting) const {
     if (connection.queue.empty() || waiting > bounds_.heldRequests) return true;
     return connection.queue.size() < bounds_.waitingForMore &&
@@ -377,9 +378,9 @@ TurnTime QueueingConnections::beginTurn(std::chrono::milliseconds time) const {
     return {*eventSource.eventLoop, time, bounds_.turnByWallClock, clock_};
 }
 
-/// Gives the library one chunk after the other, as long as they may be answered and, after the
-/// first, there is time.
-/// @return how many bytes were given
+/// Passes chunks to the library one by one, as long as they may be answered and, after the first,
+/// there is time.
+/// @return how many bytes were passed on
 std::size_t QueueingConnections::deliver(Entry& entry, std::span<std::uint8_t> bytes,
                                          std::chrono::milliseconds time) {
     Connection& connection = entry.second;
@@ -405,7 +406,7 @@ std::size_t QueueingConnections::deliver(Entry& entry, std::span<std::uint8_t> b
 
 void QueueingConnections::deliverHeld(Entry& entry, std::chrono::milliseconds time) {
     Connection& connection = entry.second;
-    // The library may close the connection meanwhile, which frees what is held.
+    // The library may close the connection meanwhile, which frees the held bytes.
     std::vector<std::uint8_t> bytes = std::exchange(connection.held, {});
     const std::size_t done = deliver(entry, bytes, time);
     if (connection.state != State::open || done == bytes.size()) return;
@@ -420,7 +421,7 @@ Ticks QueueingConnections::now() const {
     return Ticks{loop->dateTime_nowMonotonic(loop)};
 }
 
-/// Sets the timer, or sets it earlier.
+/// Sets the timer, or moves it forward.
 void QueueingConnections::wakeAfter(Ticks pause) {
     const Ticks at = now() + pause;
     if (wakes_ && wakesAt_ <= at) return;
@@ -442,7 +443,7 @@ void QueueingConnections::onTimer(void* connections, void* /*unused*/) noexcept 
     }
 }
 
-/// Sends what the sockets take, then answers requests that waited. Each round begins with another
+/// Sends what the sockets take, then answers waiting requests. Each round begins with a different
 /// connection, so that all get their share of its time.
 void QueueingConnections::round() {
     std::vector<Entry*> waiting;
@@ -509,7 +510,7 @@ bool queueAnswers(UA_ConnectionManager& tcp, const ClientBounds& bounds,
                                                          QueueingConnections(tcp, bounds, clock));
     if (!connections) return false;
     UA_EventLoop& loop = *tcp.eventSource.eventLoop;
-    // It is freed with the loop. Registering fails only for what is registered already.
+    // The loop frees it. Registering fails only for something that is already registered.
     return loop.registerEventSource(&loop, &connections.release()->eventSource) ==
            UA_STATUSCODE_GOOD;
 }

@@ -9,14 +9,15 @@
 #include "server/connections/TransportChunk.h"
 
 /// Hands bytes to a socket without waiting.
-/// @return how many the socket took, 0 when it takes none now; nothing when the connection is lost
+/// @return how many bytes the socket took, 0 when it takes none now; nothing when the connection is
+///         lost
 std::optional<std::size_t> sendWithoutWaiting(int socket, ByteView bytes) noexcept;
 
-/// Bytes that one socket has not taken yet, in order. Copies them; its memory exceeds their number
-/// by two blocks at most.
+/// Bytes that one socket has not taken yet, in order. Keeps copies; its memory exceeds their number
+/// by at most two blocks.
 class SendQueue {
   public:
-    /// @throws std::bad_alloc  with the queue as it was before
+    /// @throws std::bad_alloc  and leaves the queue unchanged
     void append(ByteView bytes);
 
     /// Hands bytes to the socket until it takes no more or `most` are sent.
@@ -34,6 +35,6 @@ class SendQueue {
     void removeFront(std::size_t count);
 
     std::deque<std::vector<std::uint8_t>> blocks_;  // none is empty
-    std::size_t sentOfFront_ = 0;                   // bytes of the first block that are gone
+    std::size_t sentOfFront_ = 0;                   // bytes of the first block that were sent
     std::size_t size_ = 0;
 };

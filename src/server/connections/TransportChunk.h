@@ -6,8 +6,7 @@
 #include <cstring>
 #include <span>
 
-// Chunks of the binary transport as they go over the line, little-endian (OPC 10000-6, 6.7.2
-// and 7.1.2).
+// Chunks of the binary transport as they are sent, little-endian (OPC 10000-6, 6.7.2 and 7.1.2).
 
 using ByteView = std::span<const std::uint8_t>;
 

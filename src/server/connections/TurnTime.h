@@ -14,22 +14,23 @@ using Ticks = std::chrono::duration<std::int64_t, std::ratio<1, UA_DATETIME_SEC>
 using ProcessorClock = Ticks (*)() noexcept;
 Ticks processorTime() noexcept;
 
-/// How long one client, or one kind of work, may go on before the others get their turn. Counted is
-/// processor time: a server that gets only a share of its core would else do less in each turn, and
-/// fall behind. Begins with the object; main thread, as the loop.
+/// Limits how long one client, or one kind of work, may run before the others get their turn. It
+/// counts processor time, because a server that gets only a share of its core would otherwise do
+/// less in each turn and fall behind. Begins with the object's construction; main thread, as the
+/// loop.
 class TurnTime {
   public:
-    /// @param loop  its monotonic clock; not owned, outlives this object
+    /// @param loop  provides the monotonic clock; not owned, outlives this object
     /// @param running  processor time
-    /// @param longest  by the loop's clock, however little the server has run
+    /// @param longest  limit by the loop's clock, even if the server hardly ran
     TurnTime(UA_EventLoop& loop, Ticks running, Ticks longest,
              ProcessorClock clock = processorTime);
 
-    /// To be asked after each piece of work. Looks at the processor's clock, which costs ten times
-    /// as much as the loop's, only when the turn can be over.
+    /// Call after each piece of work. Reads the processor-time clock, which costs ten times as much
+    /// as the loop's clock, only when the turn may be over.
     [[nodiscard]] bool isOver();
 
-    /// The loop's time at the last look, which the constructor takes first.
+    /// The loop's time when it was last read, first by the constructor.
     [[nodiscard]] Ticks lookedAt() const { return lookedAt_; }
 
   private:

@@ -10,7 +10,7 @@
 
 namespace {
 
-/// Opened without waiting: the open of a FIFO would last until somebody reads it.
+/// Opens without waiting: opening a FIFO would otherwise block until somebody reads it.
 /// @return -1 on failure
 int openToWrite(const std::string& path, int flags) {
     constexpr mode_t kPermissions = 0666;
@@ -30,7 +30,7 @@ void LogControllerWriter::writeLogToFile(std::string text) {
     std::replace(text.begin(), text.end(), '\n', ' ');
     const int file = openToWrite(path_, O_APPEND);
     if (file == -1) return;
-    // One write: other readers see whole lines only. What a full disk does not take is lost.
+    // One write, so that readers see only whole lines. What does not fit on a full disk is lost.
     const std::string line = setTimeForMsg() + ": " + text + "\n";
     [[maybe_unused]] const ssize_t taken = write(file, line.data(), line.size());
     (void)close(file);
@@ -52,7 +52,7 @@ std::string LogControllerWriter::setTimeForMsg() const {
 }
 
 LogControllerWriter& getLoggerCtr() {
-    // Never destroyed: objects that end with the process may still have something to say.
+    // Never destroyed: objects that are destroyed at the process's end may still write to it.
     static auto& logger = *new LogControllerWriter;
     return logger;
 }

@@ -9,9 +9,9 @@ class LogControllerWriter {
   public:
     using Clock = std::chrono::system_clock::time_point (*)() noexcept;
 
-    /// The log of the controller, by the system's clock.
+    /// The controller's log, with the system clock.
     LogControllerWriter();
-    /// @param clock  asked once per line; must stay callable as long as the writer is used
+    /// @param clock  called once per line; must stay callable as long as the writer is used
     LogControllerWriter(std::string path, Clock clock);
 
     /// Appends local time, ": ", the text and a line feed, in one write. The file is made when

@@ -3,8 +3,9 @@
 #include <cstdint>
 #include <string>
 
-/// Who we are: the controller's number, which starts every journal message and log line, and its
-/// cycle time. Read once at construction, constant afterwards.
+/// The controller's identity: its number, with which every journal message and log line begins, and
+/// its cycle time. Despite its name it handles no messages. Read once at construction, constant
+/// afterwards.
 class MsgHandler {
   public:
     /// @param settingsPath  the controller's settings file; a missing one leaves number 0, 100 ms
@@ -21,10 +22,10 @@ class MsgHandler {
     std::int32_t cycleTimeMs_;
 };
 
-/// The process's instance, made from "/zrt/settings/veskkntr.ini" on the first call, whatever the
-/// environment says about the settings folder. Any thread.
+/// The process's instance, made from "/zrt/settings/veskkntr.ini" on the first call. The path is
+/// fixed: the environment variable SETTINGS is ignored. Any thread.
 MsgHandler& getMsgHandler();
 
-/// Makes the instance anew from another settings file: for tools that speak of another controller.
-/// Before the first message, main thread.
+/// Replaces the instance by one made from another settings file, for tools that check another
+/// controller's configuration. Before the first message, main thread.
 void useControllerSettings(const std::string& settingsPath);

@@ -58,7 +58,7 @@ struct ErrorTexts {
 };
 }  // namespace
 
-// KEPT: the rows differ where one would expect them to be alike (error 1 lacks the second colon;
+// KEPT: the rows differ where one would expect them to agree (error 1 lacks the second colon;
 // error 2 names its line in the log only, error 3 in the journal only). Required by the interface.
 // clang-format off
 static constexpr std::array<ErrorTexts, 6> kErrorTexts{{
@@ -119,7 +119,7 @@ void reportConfigError(ConfigError error, std::optional<std::int32_t> maybeLine,
 }
 
 void reportMissingAttribute(std::int32_t line, const ConfigSubject& subject) {
-    // KEPT: this message alone keeps its UTF-8. The journal gets it as it is, the log gets the same
-    // bytes taken for CP866 and converted once more. Required by the interface.
+    // KEPT: only this message stays in UTF-8. The journal gets it unchanged; for the log the same
+    // bytes are taken for CP866 and converted once more. Required by the interface.
     report(ConfigError::attribute, line, subject, [](std::string utf8) { return utf8; });
 }

@@ -31,8 +31,8 @@ enum class ConfigError : std::int32_t {
     unknownKey = 6,      ///< line of the key
 };
 
-/// What a configuration error is about, as far as the place that found it knows. Operators get a
-/// line number instead. CP866.
+/// What a configuration error is about, as far as its reporter knows. Operators get a line number
+/// instead. CP866.
 struct ConfigSubject {
     std::string section;
     std::string key;
@@ -44,17 +44,17 @@ struct ConfigErrorReport {
     ConfigError error;
     ConfigSubject subject;
     std::optional<std::int32_t> line;  ///< in the configuration file, where the message names one
-    std::string journalText;           ///< last argument of the journal's message, its bytes
-    std::string logLine;               ///< as the log shows it behind the time; UTF-8
+    std::string journalText;           ///< last argument of the journal's message, as bytes
+    std::string logLine;               ///< as the log shows it after the time; UTF-8
 };
 
-/// Hands configuration errors to `receiver` instead of journal and log: for tools that look at a
-/// configuration for another server and must leave no trace. An empty one ends that.
+/// Passes configuration errors to `receiver` instead of journal and log, for tools that check a
+/// configuration for another server and must leave no trace. An empty receiver ends that.
 void redirectConfigErrors(std::function<void(const ConfigErrorReport&)> receiver);
 
-/// The one way out: posts `number` with the controller's number and `arguments` to the installed
-/// journal (to none when none is installed) and writes `logLineCp866`, converted to UTF-8, to the
-/// log.
+/// Every message to operators goes through this function. It posts `number` with the controller's
+/// number and `arguments` to the installed journal, if there is one, and writes `logLineCp866`,
+/// converted to UTF-8, to the log.
 /// @param arguments     those after the controller's number
 /// @param logLineCp866  the whole line but its time, see controllerPrefix
 void postAndLog(MessageNumber number, const std::vector<JournalArgument>& arguments,
@@ -73,13 +73,13 @@ void reportRunning(const std::string& modeCp866);
 /// Message 18093: the server loop ended with a bad status. A good end is not reported.
 void reportStopped();
 
-/// Message 18094 for one of the errors 1 to 6. Only reports: the caller sleeps (sleepForever) or
-/// goes on, and decides whether the line was reported before.
+/// Message 18094 for one of the errors 1 to 6. Only reports: the caller then sleeps (sleepForever)
+/// or continues, and keeps track of lines that were already reported.
 /// @param maybeLine  line in the configuration file, from 1. Required for errors 2, 4, 5 and 6; for
 ///                   error 3 when the number is out of range; ignored for error 1.
 void reportConfigError(ConfigError error, std::optional<std::int32_t> maybeLine = std::nullopt,
                        const ConfigSubject& subject = {});
 
-/// Error 4 for an attribute that is configured and that the database does not describe.
-/// Differs from reportConfigError(ConfigError::attribute, line) in its bytes, see the source.
+/// Error 4 for a configured attribute that the database does not describe. Its texts are encoded
+/// differently from those of reportConfigError(ConfigError::attribute, line), see the source.
 void reportMissingAttribute(std::int32_t line, const ConfigSubject& subject = {});

@@ -7,6 +7,6 @@
 /// @return pages x 4 KiB, whatever the machine's page size; 0 when the file cannot be read
 [[nodiscard]] double get_vsz_mb(const std::string& statmPath = "/proc/self/statm");
 
-/// Marks the places where the process size was once reported.
-/// KEPT: writes nothing. The call stays where the interface has it.
+/// Marks the places where a report of the process size was once wanted.
+/// KEPT: writes nothing. Required by the interface.
 void log_vsz(const std::string& label);

@@ -5,7 +5,7 @@
 #include <sstream>
 #include <string_view>
 
-/// What follows the first "=" behind the key; nothing when the line is not the one.
+/// The text after the first "=" that follows the key; nothing when the line lacks either.
 static std::optional<std::string> valueInLine(const std::string& line, std::string_view key) {
     const auto keyAt = line.find(key);
     if (keyAt == std::string::npos) return std::nullopt;
@@ -20,8 +20,8 @@ static void readNumber(const std::string& path, std::string_view key, std::int32
     while (std::getline(file, line)) {
         const auto maybeValue = valueInLine(line, key);
         if (!maybeValue) continue;
-        // KEPT: the first line that mentions the key before an "=" decides, be it a comment that
-        // only quotes it. Required by the interface.
+        // KEPT: the first line that mentions the key before an "=" decides, even if it is a
+        // comment. Required by the interface.
         std::int32_t number = 0;
         if (std::istringstream(*maybeValue) >> number) stored = number;
         return;

@@ -30,7 +30,7 @@ UA_TimeZoneDataType localTime(const UA_ServerConfig& /*config*/) {
     return {static_cast<UA_Int16>(local.tm_gmtoff / 60), local.tm_isdst > 0};
 }
 
-/// The archive's time stamps are given as server times too when a client asks for these.
+/// A client that asks for server times gets the archive's time stamps as server times too.
 UA_Boolean serverTimestampSupported(const UA_ServerConfig& /*config*/) {
     return true;
 }
@@ -96,7 +96,7 @@ UA_StatusCode add(UA_Server* server, const Property& property) {
     attributes.dataType = type.typeId;
     attributes.valueRank = UA_VALUERANK_SCALAR;
     const UA_NodeId id = UA_NODEID_NUMERIC(0, property.id);
-    // A fuller namespace than the usual one may have it, with a value that is not ours.
+    // A library with the full namespace may already have it, with a value that is not ours.
     (void)UA_Server_deleteNode(server, id, true);
     return UA_Server_addCallbackValueSourceVariableNode(
         server, id, UA_NODEID_NUMERIC(0, property.parent),

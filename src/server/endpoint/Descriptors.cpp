@@ -10,7 +10,7 @@
 
 namespace {
 
-int reserve = -1;  // server thread; -1: none is left even for it
+int reserve = -1;  // server thread; -1: there is no descriptor to keep back
 
 void takeReserve() {
     if (reserve == -1) reserve = open("/dev/null", O_RDONLY | O_CLOEXEC);
@@ -19,8 +19,8 @@ void takeReserve() {
 /// Takes the next connection with the descriptor that was kept back, and closes it.
 void turnAway(int listener) {
     if (reserve == -1) {
-        // All of the system's are gone, not only ours. The connection waits, and so do we for a
-        // moment, because it is announced again at once.
+        // The whole system is out of descriptors, not only this process. The connection stays
+        // pending and would be announced again at once, so wait a moment.
         constexpr useconds_t kPauseUs = 1000;
         (void)usleep(kPauseUs);
     } else {
@@ -32,7 +32,7 @@ void turnAway(int listener) {
     takeReserve();
 }
 
-/// Whether it is the listening socket that does not work any more, as when the server ends.
+/// Whether the listening socket itself no longer works, as when the server ends.
 bool isOver(int error) {
     return error == EBADF || error == EINVAL || error == ENOTSOCK || error == EOPNOTSUPP;
 }
@@ -44,15 +44,15 @@ std::size_t provideDescriptors(std::size_t wanted) {
     if (getrlimit(RLIMIT_NOFILE, &limit) != 0) return wanted;
     if (limit.rlim_cur < wanted) {
         limit.rlim_cur = std::min<rlim_t>(wanted, limit.rlim_max);
-        (void)setrlimit(RLIMIT_NOFILE, &limit);  // what is allowed cannot fail
+        (void)setrlimit(RLIMIT_NOFILE, &limit);  // cannot fail within the hard limit
     }
     takeReserve();
     return limit.rlim_cur;
 }
 
-/// Takes the place of the C library's function for the whole program, the OPC UA library included.
-/// As that one, but a connection that cannot be taken is reported as one that its client has given
-/// up (ECONNABORTED), after which the OPC UA library waits for the next.
+/// Replaces the C library's function in the whole program, the OPC UA library included. It behaves
+/// the same, except that a connection that cannot be accepted is reported as aborted by its client
+/// (ECONNABORTED); the OPC UA library then waits for the next one.
 extern "C" int accept(int listener, sockaddr* __restrict address, socklen_t* __restrict length) {
     const int connection = accept4(listener, address, length, 0);
     if (connection != -1 || isOver(errno)) return connection;

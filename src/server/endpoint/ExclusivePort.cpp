@@ -13,7 +13,7 @@ namespace {
 
 void switchOn(int socket, int level, int option) {
     const int on = 1;
-    // Cannot fail for these options; if one did, the port would look taken and not free.
+    // Cannot fail for these options; if it did, the port would look taken, not free.
     (void)setsockopt(socket, level, option, &on, sizeof(on));
 }
 
@@ -31,10 +31,10 @@ bool bindAny(int socket, int family, std::uint16_t port) {
     return bind(socket, reinterpret_cast<const sockaddr*>(&any), sizeof(any)) == 0;
 }
 
-/// Bound only, which fails where another program listens: a client that connected to this socket
-/// would be cut off when it is closed.
-/// @param taken  set when somebody else listens there; otherwise untouched, also after failures,
-///               which the library meets and reports for itself
+/// Only binds, which fails if another program listens on the port. The socket does not listen,
+/// because clients that connected to it would be cut off when it is closed.
+/// @param taken  set when another program listens there; untouched otherwise, even after other
+///               failures, which the library will meet and report itself
 /// @return -1 after a failure
 int bindTo(int family, std::uint16_t port, bool& taken) {
     const int socket = ::socket(family, SOCK_STREAM | SOCK_CLOEXEC, IPPROTO_TCP);

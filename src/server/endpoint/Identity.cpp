@@ -23,7 +23,7 @@ void set(UA_String& text, std::string_view value) {
     text = UA_String_fromChars(std::string(value).c_str());
 }
 
-/// 0, the null time, when nobody knows when that was.
+/// 0, the null time, if it is unknown.
 constexpr UA_DateTime buildDate() {
     return kBuildUnixTime == 0 ? 0 : kBuildUnixTime * UA_DATETIME_SEC + UA_DATETIME_UNIX_EPOCH;
 }

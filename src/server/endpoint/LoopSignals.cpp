@@ -9,9 +9,9 @@ namespace {
 
 pthread_t loopThread;  // set before the handler that reads it is installed
 
-/// The library ends its loop on a SIGINT that waits, blocked, for the loop's thread. A SIGTERM, and
-/// a SIGINT that another thread took, become one. What is still waiting when the loop has ended is
-/// delivered to that thread and changes nothing.
+/// The library ends its loop when a blocked SIGINT is pending for the loop's thread. This turns a
+/// SIGTERM, and a SIGINT that another thread received, into one. A signal that is still pending
+/// when the loop has ended is delivered to that thread and has no effect.
 void passOnToLoop(int signal) {
     if (signal == SIGTERM || pthread_equal(pthread_self(), loopThread) == 0) {
         (void)pthread_kill(loopThread, SIGINT);
@@ -25,7 +25,7 @@ void endLoopOnSignals() {
     sigset_t interrupt;
     sigemptyset(&interrupt);
     sigaddset(&interrupt, SIGINT);
-    // The library blocks it too, later, and unblocks it after its loop.
+    // The library also blocks it, but later, and unblocks it after its loop.
     (void)pthread_sigmask(SIG_BLOCK, &interrupt, nullptr);
     struct sigaction action {};
     action.sa_handler = passOnToLoop;

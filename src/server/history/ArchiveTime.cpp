@@ -22,13 +22,13 @@ time_t lastArchiveSecond() {
 }  // namespace
 
 timeval uaDateTimeToTimeval(UA_DateTime dateTime) {
-    // KEPT: what the archive's 32-bit stamps cannot hold becomes the last midnight that they can,
-    // and that alone is local time.
+    // KEPT: a later time, which the archive's 32-bit stamps may not hold, is replaced by this day's
+    // midnight, and only that is taken as local time. Required by the interface.
     if (dateTime > kLastArchiveTime) return {lastArchiveSecond(), 0};
 
-    // The interface defines this conversion by way of the local calendar: the zone's offset is
-    // added, and mktime takes it off again. Both cancel out, also around a change of clocks, so
-    // each read saves two look-ups in the zone's table.
+    // The interface defines this conversion through the local calendar: the zone's offset is added,
+    // and mktime subtracts it again. Both cancel out, even around a change of clocks. Leaving them
+    // out saves each read two look-ups in the zone's table.
     constexpr UA_DateTime kTicksPerMillisecond = 10'000;
     UA_DateTime seconds = dateTime / kTicksPerSecond;
     UA_DateTime ticks = dateTime % kTicksPerSecond;
@@ -37,6 +37,7 @@ timeval uaDateTimeToTimeval(UA_DateTime dateTime) {
         --seconds;
     }
     seconds -= UA_DATETIME_UNIX_EPOCH / kTicksPerSecond;
-    if (seconds == -1) return {0, 0};  // KEPT: mktime's answer for a failure
+    // KEPT: -1 is also mktime's failure. Required by the interface.
+    if (seconds == -1) return {0, 0};
     return {seconds, ticks / kTicksPerMillisecond * 1000};
 }

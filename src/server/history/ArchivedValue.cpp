@@ -8,7 +8,8 @@
 
 namespace {
 
-/// Towards zero; what 64 bits cannot hold ends at their limits, as the controller's processor does.
+/// Truncates towards zero and saturates at the limits of 64 bits, as the controller's processor
+/// does.
 UA_Int64 truncated(float number) noexcept {
     constexpr float kBeyond = 9223372036854775808.0F;  // 2^63, the first that does not fit
     if (std::isnan(number)) return 0;

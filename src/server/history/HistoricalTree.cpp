@@ -20,7 +20,8 @@ constexpr std::size_t kMostValuesOfAResponse = 10'000;
 constexpr std::uint64_t kMostPens = std::numeric_limits<std::int32_t>::max();  // by their type
 
 // ---- The trend system's own configuration ------------------------------------------------------
-// The records are the library's and hold until its next call; numbers are taken out at once.
+// The records belong to the library and are valid until its next call, so numbers are copied at
+// once.
 
 std::optional<std::uint64_t> plotterCount(IHDA_BrowseConfig& browse) {
     jxo::CTrendsControlSettingsExt* settings = nullptr;
@@ -57,8 +58,8 @@ const std::vector<std::int32_t>* listedPens(const PenLists& lists, int plotter) 
 
 // ---- Nodes -------------------------------------------------------------------------------------
 
-/// A scalar of the pen's type, so that clients see what its history holds; other types than these
-/// two keep the library's defaults. The value is not copied.
+/// Sets a scalar of the pen's type, so that clients see what type its history has; types other than
+/// these two keep the library's defaults. The value is not copied.
 void describeType(std::int16_t valueType, UA_VariableAttributes& attributes) {
     static UA_Float zero = 0;
     static UA_Boolean no = false;
@@ -137,7 +138,7 @@ UA_StatusCode HistoricalTree::build(const Pens& pens, const std::vector<Section>
         const std::string folder = plotterFolderName(plotter, configuredName);
         const UA_StatusCode added = addPlotterFolder(space_, folder);
         if (added != UA_STATUSCODE_GOOD) return added;
-        // KEPT: the status returned is that of the last plotter.
+        // KEPT: the status returned is that of the last plotter. Required by the interface.
         status = addPlotter(pens, {plotter, uaNodeIdView(space_.ns, folder), folder},
                             selection.pens, browse, baseName);
     }
@@ -164,7 +165,7 @@ UA_StatusCode HistoricalTree::addPlotter(const Pens& pens, const Plotter& plotte
     for (std::uint64_t index = 0; index < count; ++index) {
         const int pen = listed ? (*list)[index] : static_cast<int>(index + 1);
         const jxo::CPenSettingsExt* const of = penSettings(browse, number, pen);
-        if (of == nullptr) continue;  // KEPT: a missing pen is not reported
+        if (of == nullptr) continue;  // KEPT: not reported. Required by the interface.
         const std::string tagName =
             historyTagName(number, pen, of->variableNum, penKindWord(of->variableKind));
         const PenToPublish published{number, pen, of->valueType, tagName,

@@ -13,11 +13,11 @@
 
 class IHDA_BrowseConfig;
 
-/// The tree of plotters and pens below the folder "Historical", which is there already. Main thread,
+/// The tree of plotters and pens below the folder "Historical", which already exists. Main thread,
 /// before the server runs.
 class HistoricalTree {
   public:
-    /// With what each pen is registered at the library.
+    /// What each pen is registered with in the library.
     struct Pens {
         UA_HistoryDataBackend& backend;
         UA_HistoryDataGathering& gathering;
@@ -30,21 +30,21 @@ class HistoricalTree {
         const std::string& folderName;
     };
 
-    /// @param context  learns which plotter and pen each node shows; not owned
+    /// @param context  receives the plotter and pen of each node; not owned
     HistoricalTree(const AddressSpace& space, RTEXContext& context)
         : space_(space), context_(context) {}
 
     /// The folders of the plotters that the configuration names, with their pens.
-    /// @param baseName  with which the ids of listed pens begin
+    /// @param baseName  prefix of the ids of listed pens
     /// @return BADUNEXPECTEDERROR without a trend system or with one that has no plotter; else the
     ///         status of the add that failed, or of the last plotter. What was built stays.
     UA_StatusCode build(const Pens& pens, const std::vector<Section>& sections,
                         const std::string& baseName);
 
-    /// The pens of one plotter, below its folder. Pens that the trend system does not have are left
-    /// out without a word.
+    /// The pens of one plotter, below its folder. Pens that the trend system does not have are
+    /// silently left out.
     /// @param browse  not owned; its records are used before its next call
-    /// @return Good, also for a plotter that is in no list; the status of the step that failed
+    /// @return Good, also for a plotter that is in no list; otherwise the status of the failed step
     UA_StatusCode addPlotter(const Pens& pens, const Plotter& plotter, const PenLists& penLists,
                              IHDA_BrowseConfig& browse, const std::string& baseName);
 

@@ -18,9 +18,9 @@ using ReadRaw = decltype(UA_HistoryDatabase::readRaw);
 
 ReadRaw readRawOfAll = nullptr;  // the library's; set once, before the server's loop runs
 
-/// The library passes on whatever number a client sent, and refuses those that the archive does not
-/// know. One that is not the enumeration's must not be read as such: another that is unknown stands
-/// in for it.
+/// The library passes on any number that a client sent; timestampsToReturnSupported_RTEX refuses
+/// the unknown ones. A number outside the enumeration must not be read as its type, so it is
+/// replaced by a value of the type that is unknown as well.
 UA_TimestampsToReturn readable(const UA_TimestampsToReturn& asked) {
     std::uint32_t number = 0;
     std::memcpy(&number, &asked, sizeof(number));
@@ -47,9 +47,9 @@ void HistoryAccess::install(UA_Server* server) {
     backend_ = UA_HistoryDataBackend_RTEX();
     gathering_ = UA_HistoryDataGathering_Default(1);
     UA_HistoryDatabase database = UA_HistoryDatabase_default(gathering_);
-    // The library would report every write of any variable to the history: it asks for the time and
-    // looks the node up among all pens, one by one, for a backend that drops the value. Without
-    // this member it does neither.
+    // With this member the library would report every write of any variable to the history: it
+    // would read the clock and search all pens for the node, one by one, for a backend that drops
+    // the value.
     database.setValue = nullptr;
     refuseUnofferedHistory(database);
     readRawOfAll = database.readRaw;
@@ -59,8 +59,8 @@ void HistoryAccess::install(UA_Server* server) {
 
 namespace {
 
-/// The most values that an answer holds; 0 where the configuration sets no limit, OPC
-/// 10000-11, 5.4.2.
+/// The most values in one answer; 0 means that the configuration sets no limit (OPC 10000-11,
+/// 5.4.2).
 UA_UInt32 longestAnswer() {
     const std::uint32_t count = getCountHistoryTrends();
     return count <= std::uint32_t{maxCountHistoryTrends} ? count : 0;
@@ -69,7 +69,7 @@ UA_UInt32 longestAnswer() {
 }  // namespace
 
 void HistoryAccess::announce(UA_Server* server) const {
-    // Pens of one plotter are there also when the next plotter failed. A capability that cannot be
-    // announced is no reason to go without history.
+    // The pens of one plotter are published even if the next plotter failed. Failing to announce
+    // the capability is no reason to do without history.
     if (!RtexContext.penByNode.empty()) (void)announceHistory(server, longestAnswer());
 }

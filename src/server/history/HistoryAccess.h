@@ -4,14 +4,14 @@
 #include <open62541/plugin/historydata/history_data_gathering.h>
 #include <open62541/server.h>
 
-/// Puts the trend archive behind the library's history service. Lives until the server's loop has
-/// ended.
+/// Connects the trend archive to the library's history service. Must live until the server's loop
+/// has ended.
 class HistoryAccess {
   public:
-    /// Makes the library's history database. Before the endpoint is set up.
+    /// Makes the library's history database. Call it before the endpoint is set up.
     void install(UA_Server* server);
 
-    /// Announces to clients that there is history, if the tree has pens. After it was built.
+    /// Announces history to clients if the tree has pens. Call it after the tree was built.
     void announce(UA_Server* server) const;
 
     // What the tree registers its pens with.
@@ -21,7 +21,7 @@ class HistoryAccess {
 
   private:
     UA_HistoryDataBackend backend_{};
-    /// Shares its memory with the one that the history database owns.
+    /// Shares its memory with the history database's own copy.
     UA_HistoryDataGathering gathering_{};
     UA_HistorizingNodeIdSettings settings_{};
 };

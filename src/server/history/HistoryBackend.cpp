@@ -14,7 +14,7 @@
 
 // ---- Number of values --------------------------------------------------------------------------
 
-/// The last number that was configured; kept between calls.
+/// The last configured number; kept between calls.
 static std::int32_t CountHistoryTrends = minCountHistoryTrends;
 
 std::uint32_t getCountHistoryTrends() {
@@ -31,7 +31,7 @@ std::uint32_t getCountHistoryTrends() {
 
 namespace {
 
-/// What one read of the archive gave, freed in the way that the trend library prescribes.
+/// The result of one read of the archive, freed in the way that the trend library prescribes.
 class ArchiveAnswer {
   public:
     ArchiveAnswer() = default;
@@ -44,7 +44,7 @@ class ArchiveAnswer {
     }
 
     void read(IHDA_SyncRead& reader, timeval start, timeval end, OPCHDAITEMDEF pen) {
-        // KEPT: the status is not looked at; a failed read is an empty answer.
+        // KEPT: the status is ignored; a failed read is an empty answer. Required by the interface.
         (void)reader.ReadRaw(&start, &end, getCountHistoryTrends(), false, 1, &pen, &item_,
                              &errors_);
     }
@@ -96,7 +96,8 @@ UA_StatusCode getHistoryData_RTEX(
     auto* const values =
         static_cast<UA_DataValue*>(UA_Array_new(count, &UA_TYPES[UA_TYPES_DATAVALUE]));
     if (values == nullptr) {
-        // KEPT: what the archive gave is not freed on this path, and neither is the reader.
+        // KEPT: on this path neither the archive's answer nor the reader is freed. Required by the
+        // interface.
         answer.abandon();
         (void)reader.release();
         return UA_STATUSCODE_BADOUTOFMEMORY;

@@ -5,10 +5,11 @@
 
 #include <string>
 
-// Two conversions that belong to the interface of the history backend. The server itself uses that of
-// ArchiveTime.h.
+// Two conversions that belong to the interface of the history backend. The server itself uses the
+// one in ArchiveTime.h.
 
-/// KEPT: its argument is in microseconds, so it is not the inverse of timevalToUaDateTime.
+/// KEPT: its argument is in microseconds, so it is not the inverse of timevalToUaDateTime. Required
+/// by the interface.
 timeval convertUADateTimeToTimeval(const UA_DateTime& microseconds);
 
 /// "2026-07-01 08:30:00.250": local time and milliseconds. Empty for a time without a calendar day.

@@ -8,7 +8,8 @@
 
 #include "jxotr/IHDA_BrowseConfig.h"
 
-/// Numbers by the text of a node id; found by a view of the text, without a copy.
+/// Hash for maps whose keys are the texts of node ids; a view of the text finds them without a
+/// copy.
 struct NodeIdHash {
     using is_transparent = void;
     std::size_t operator()(std::string_view text) const noexcept {
@@ -17,11 +18,11 @@ struct NodeIdHash {
 };
 using NumberByNode = std::unordered_map<std::string, int, NodeIdHash, std::equal_to<>>;
 
-/// What the history callbacks know: which plotter and pen a node shows. Filled while the historical
-/// tree is built, on the main thread; only read afterwards, so that it needs no lock.
+/// The history callbacks' table of which plotter and pen a node shows. Filled on the main thread
+/// while the historical tree is built; only read afterwards, so it needs no lock.
 struct RTEXContext {
-    std::uint64_t reserved = 0;  ///< keeps the members behind it at their places; not used
-    IHDA_BrowseConfig browse;    ///< holds the trend library open as long as the process lives
+    std::uint64_t reserved = 0;  ///< not used; required by the interface
+    IHDA_BrowseConfig browse;    ///< keeps the trend library open for the process's lifetime
     NumberByNode plotterByNode;
     NumberByNode penByNode;
 };

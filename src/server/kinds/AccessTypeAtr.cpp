@@ -8,7 +8,7 @@
 namespace {
 
 struct Right {
-    std::string_view name;                         ///< as the access tables have it
+    std::string_view name;                         ///< as in the access tables
     std::initializer_list<std::string_view> fits;  ///< texts that may stand in the configuration
     const char* whenOverruled;                     ///< line on standard output
     std::string_view answer;                       ///< for a text that does not fit
@@ -25,7 +25,7 @@ constexpr std::initializer_list<std::string_view> kFitsWrite = {kWrite};
 constexpr std::initializer_list<std::string_view> kFitsBoth = {kReadWrite, kWriteRead, kRead,
                                                                kWrite};
 
-// The blank at the end of the last line is part of the text that operators' scripts look for.
+// The blank at the end of the last line is required by the interface.
 constexpr Right kRights[] = {
     {"R", kFitsRead, "COME IN R!\n", kRead},
     {"W", kFitsWrite, "COME IN W!\n", kWrite},
@@ -57,8 +57,9 @@ std::string AccessTypeAtr::checkAccessRights(const std::string& text, int attrib
 
 AccessAnswer AccessTypeAtr::decideAccess(const std::string& text, int attributeNumber,
                                          const AccessTable& table) {
-    // KEPT: only the test for "default" looks at the trimmed text. " OPC_READABLE" fits nothing, so
-    // the table's right wins; and "default" is answered for attributes that no table holds.
+    // KEPT: only the test for "default" uses the trimmed text. " OPC_READABLE" fits nothing, so the
+    // table's right is used; and "default" is accepted even for attributes that are in no table.
+    // Required by the interface.
     if (trim(text) == "default") return {std::string(kRead)};
     const auto entry = table.find(attributeNumber);
     if (entry == table.end()) return {std::string(kError)};

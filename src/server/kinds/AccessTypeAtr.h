@@ -6,16 +6,16 @@
 
 #include "server/kinds/AccessTables.h"
 
-/// What becomes of an access text.
+/// The result for an access text.
 struct AccessAnswer {
     std::string text;                     ///< as checkAccessRights answers
-    const char* whenOverruled = nullptr;  ///< line for standard output: the text did not fit
+    const char* whenOverruled = nullptr;  ///< line for standard output if the text did not fit
 };
 
-/// Turns the access text of a configuration entry into the right that the node gets. No state.
+/// Converts the access text of a configuration entry to the node's right. No state.
 class AccessTypeAtr {
   public:
-    /// Without white space (of the C library's isspace) at both ends.
+    /// The text without white space (as the C library's isspace defines it) at both ends.
     static std::string trim(const std::string& text);
 
     /// One of "OPC_READABLE", "OPC_WRITEABLE", "OPC_READABLE+OPC_WRITEABLE",
@@ -25,7 +25,7 @@ class AccessTypeAtr {
     static std::string checkAccessRights(const std::string& text, int attributeNumber,
                                          const AccessTable& table);
 
-    /// The same, and prints nothing.
+    /// The same, but prints nothing.
     static AccessAnswer decideAccess(const std::string& text, int attributeNumber,
                                      const AccessTable& table);
 };

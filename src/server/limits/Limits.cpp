@@ -4,7 +4,7 @@
 
 namespace {
 
-/// Some clients that look for an endpoint or have just lost their connection, beside the sessions.
+/// For clients that are looking for an endpoint or have just lost their connection.
 constexpr UA_UInt16 kChannelsBesideSessions = 4;
 constexpr UA_UInt16 kChannels = 64;
 
@@ -14,8 +14,8 @@ std::size_t wantedDescriptors() {
     return kChannels + kOwnDescriptors;
 }
 
-/// Twenty clients with a connection for values and one for history each, twice as they reconnect,
-/// are well below; each costs some 100 kB in buffers at worst.
+/// Twenty clients with one connection for values and one for history each stay well below this,
+/// even if all of them reconnect at once; each connection costs at most some 100 kB in buffers.
 static void limitConnections(UA_ServerConfig& config, std::size_t descriptors) {
     const std::size_t left = descriptors > kOwnDescriptors ? descriptors - kOwnDescriptors : 0;
     config.maxSecureChannels = static_cast<UA_UInt16>(
@@ -33,7 +33,7 @@ void applyLimits(UA_ServerConfig& config, std::size_t descriptors) {
     config.tcpMaxMsgSize = 2U << 20;
     config.tcpMaxChunks = 512;                      // clients that use the smallest chunks, of 8 kB, need 256
 
-    // One request. What takes the longest of it keeps the others waiting for some 20 ms.
+    // One request. The slowest of these keeps the others waiting for some 20 ms.
     config.maxNodesPerRead = 10'000;
     config.maxNodesPerWrite = 2'000;
     config.maxNodesPerRegisterNodes = 10'000;

@@ -10,7 +10,7 @@
 
 namespace {
 
-/// The library's ways to memory, as they were before.
+/// The library's previous allocation functions.
 struct Functions {
     decltype(UA_mallocSingleton) allocate;
     decltype(UA_callocSingleton) allocateArray;
@@ -22,7 +22,7 @@ thread_local Functions former{};
 thread_local std::size_t left = 0;       // for arrays
 thread_local std::size_t mostGrown = 0;  // bytes
 thread_local std::ptrdiff_t keptBytes = 0;
-thread_local bool isResults = false;  // what the next array is for
+thread_local bool isResults = false;  // the next array is that of the results
 
 std::ptrdiff_t sizeOf(void* memory) {
     return static_cast<std::ptrdiff_t>(malloc_usable_size(memory));  // 0 for none

@@ -16,7 +16,7 @@ namespace {
 
 SessionGuard* installed = nullptr;  // the library's notifications carry no context
 
-/// @return null when the notification does not say
+/// @return null when the notification does not contain it
 template <class T>
 T* said(const UA_KeyValueMap& payload, const char* name, int type) {
     const UA_QualifiedName key = UA_QUALIFIEDNAME(0, const_cast<char*>(name));
@@ -26,7 +26,7 @@ T* said(const UA_KeyValueMap& payload, const char* name, int type) {
 }
 
 /// OPC 10000-4, 5.14.2: at least three keep-alive times. The notification points into the
-/// subscription, before the client is answered: so the answer states what it gets.
+/// subscription and comes before the client is answered, so the answer states the limited value.
 void limitLifetime(const UA_KeyValueMap& payload) {
     const auto* const interval = said<UA_Double>(payload, "publishing-interval", UA_TYPES_DOUBLE);
     auto* const lifetime = said<UA_UInt32>(payload, "lifetime-count", UA_TYPES_UINT32);
@@ -38,11 +38,11 @@ void limitLifetime(const UA_KeyValueMap& payload) {
     *keepAlive = std::min(*keepAlive, *lifetime / 3);
 }
 
-/// Whether the process cannot get kReservedBytes more, neither in one piece, which is asked for
-/// first because that touches no memory, nor in blocks as answers are kept in, which are found also
-/// where much was freed between what is still in use.
+/// Whether the process cannot get another kReservedBytes. It first tries one piece, which touches
+/// no memory, then blocks of the size in which answers are kept, which may also be available in the
+/// gaps between memory that is still in use.
 bool processIsShort() {
-    // Volatile, because compilers leave out the allocation of what nobody uses.
+    // Volatile, because compilers remove an allocation that nobody uses.
     void* volatile piece = std::malloc(kReservedBytes);
     const bool isOne = piece != nullptr;
     std::free(piece);
@@ -73,8 +73,8 @@ UA_DateTime ticks(double milliseconds) {
 SessionGuard::SessionGuard(UA_Server* server) : server_(server) {
     assert(installed == nullptr);
     installed = this;
-    // So that the notification of a new session never allocates: nothing may be thrown through the
-    // library.
+    // Reserved, so that the notification of a new session never allocates: nothing may be thrown
+    // through the library.
     sessions_.reserve(config().maxSessions);
     config().sessionNotificationCallback = [](UA_Server*, UA_ApplicationNotificationType type,
                                               const UA_KeyValueMap payload) {
@@ -99,7 +99,7 @@ SessionGuard::SessionGuard(UA_Server* server) : server_(server) {
         [](UA_Server*, const UA_NodeId* session, void*, const UA_NodeId*, void*, UA_UInt32,
            UA_Boolean removed) { installed->onItem(session, removed); };
     constexpr double kPeriodMs = 1000.0;
-    // Out of memory at this point ends the start soon enough.
+    // If this fails because memory ran out, the start fails soon afterwards.
     (void)UA_Server_addRepeatedCallback(
         server_, [](UA_Server*, void* self) { static_cast<SessionGuard*>(self)->closeAbandoned(); },
         this, kPeriodMs, &timer_);
@@ -172,14 +172,14 @@ void SessionGuard::onService(bool begins, const UA_NodeId& session, const UA_Nod
 }
 
 void SessionGuard::boundMemory(bool begins, RequestMemory::Bounds bounds) {
-    memory_.reset();  // also of a request that has not ended properly
+    memory_.reset();  // even if a request has not ended properly
     if (begins) memory_.emplace(bounds);
 }
 
-/// Closes the session with all its subscriptions. The library has forgotten one that has just timed
-/// out, and reports its end itself.
+/// Closes the session with all its subscriptions. A session that has just timed out is already
+/// unknown to the library, which reports its end itself.
 void SessionGuard::close(const UA_NodeId& id) {
-    const UA_NodeId copy = id;  // the entry goes with it
+    const UA_NodeId copy = id;  // the entry that holds `id` is removed with the session
     (void)UA_Server_closeSession(server_, &copy);
 }
 
@@ -187,7 +187,7 @@ void SessionGuard::closeAbandoned() {
     const bool isShort = memoryIsShort();
     const double graceMs = isShort ? 0.0 : kSessionWithoutConnectionMs;
     const UA_DateTime since = UA_DateTime_nowMonotonic() - ticks(graceMs);
-    // One a second: what a session leaves behind takes some ms to remove.
+    // At most one a second, because removing what a session leaves behind takes some ms.
     const auto abandoned = std::find_if(sessions_.begin(), sessions_.end(), [&](const Session& s) {
         return s.withoutConnectionSince != 0 && s.withoutConnectionSince < since;
     });
@@ -203,8 +203,8 @@ void SessionGuard::makeRoom() {
     if (sessions_.size() < config().maxSessions) return;
     const Session& unused = leastUsed();
     if (unused.withoutConnectionSince != 0) return close(unused.id);
-    // The library gives one that was never activated up by itself. That may be one whose client is
-    // about to activate it, so it comes second.
+    // If there is a session that was never activated, the library closes it by itself. Its client
+    // may be about to activate it, so a session without a connection is preferred above.
     if (!std::all_of(sessions_.begin(), sessions_.end(), [](auto& s) { return s.activated; }))
         return;
     const UA_DateTime idle = UA_DateTime_nowMonotonic() - ticks(kIdleSessionMs);
@@ -244,10 +244,10 @@ void SessionGuard::onItem(const UA_NodeId* session, bool removed) {
         if (++known->items == kItemsWithQueue) limitQueues(*session, 1);  // of the request's next
         return;
     }
-    // Which item kept how much is not known: each takes its average share along.
+    // It is not known how much each item keeps, so an average share is subtracted.
     keptBytes_ -= keptBytes_ / items_;
     --items_;
-    // A subscription may have come from another session, with items that were not counted here.
+    // A subscription may have been transferred from another session, with items not counted here.
     if (known == nullptr || known->items == 0) return;
     known->keptBytes -= known->keptBytes / known->items;
     --known->items;
@@ -257,8 +257,8 @@ bool SessionGuard::memoryIsShort() const {
     return keptBytes_ > kKeptBytesInAll || processIsShort();
 }
 
-/// For the time of one request.
-/// @param newItems  at least so many are asked for
+/// Sets the limits for the duration of one request.
+/// @param newItems  the request asks for at least this many
 void SessionGuard::beginItems(const UA_NodeId& session, UA_UInt32 newItems) {
     limitQueues(session, newItems);
     const Session* const known = find(session);
@@ -277,8 +277,8 @@ void SessionGuard::endItems(const UA_NodeId& session) {
     config().queueSizeLimits.max = kLongestQueue;
 }
 
-/// The library knows a limit of all sessions together only: for the time of one request it is what
-/// this session may still have.
+/// The library only has a limit for all sessions together. For the duration of one request it is
+/// set to what this session may still have.
 void SessionGuard::limitItems(const UA_NodeId& session) {
     if (find(session) == nullptr) return;
     if (memoryIsShort()) {
@@ -294,7 +294,7 @@ void SessionGuard::limitItems(const UA_NodeId& session) {
     config().maxMonitoredItems = std::min(kItemsInAll, items_ + left);
 }
 
-/// As with the items, for the time of one request.
+/// As limitItems, for the duration of one request.
 void SessionGuard::limitQueues(const UA_NodeId& session, UA_UInt32 newItems) {
     const Session* const known = find(session);
     const bool isMore = known != nullptr && known->items + newItems > kItemsWithQueue;

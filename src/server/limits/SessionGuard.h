@@ -8,9 +8,8 @@
 
 #include "server/limits/RequestMemory.h"
 
-/// Sees to it that sessions which nobody uses any more do not keep clients out, and that no session
-/// takes more than its share. Knows of sessions what the library's notifications say. Server
-/// thread.
+/// Ensures that unused sessions do not keep clients out, and that no session takes more than its
+/// share. Its knowledge of sessions comes from the library's notifications. Server thread.
 ///
 /// - When all sessions are taken and a client asks for one: the session that has been without a
 ///   connection for the longest time is closed, or else the one that has sent no request for the
@@ -21,19 +20,19 @@
 /// - A session may have kItemsPerSession monitored items; when it has more than kItemsWithQueue,
 ///   those that it creates or modifies keep one value waiting. When the items of all sessions are
 ///   nearly taken and a client asks for more, a session without a connection is closed.
-/// - What the library keeps of a session's monitored items is at most kKeptBytesPerSession, and
-///   kKeptBytesInAll of all sessions; beyond that it is as if memory had run out. An item may
-///   trigger kLinksPerItem others.
+/// - The library keeps at most kKeptBytesPerSession for a session's monitored items, and
+///   kKeptBytesInAll for those of all sessions; beyond that requests fail as if memory had run out.
+///   An item may trigger kLinksPerItem others.
 /// - A session whose client describes it with more than kSessionTextBytes is closed.
 /// - Subscriptions outlive their client by kSubscriptionLifetimeMs at most.
 ///
 /// One object in the process.
 class SessionGuard {
   public:
-    /// Installs itself in the server's configuration. Before the server's loop runs.
+    /// Installs itself in the server's configuration. Construct it before the server's loop runs.
     /// @param server  not owned, outlives this object
     explicit SessionGuard(UA_Server* server);
-    /// Takes itself out again.
+    /// Uninstalls itself.
     ~SessionGuard();
     SessionGuard(const SessionGuard&) = delete;
     SessionGuard& operator=(const SessionGuard&) = delete;
@@ -62,7 +61,7 @@ class SessionGuard {
     void limitQueues(const UA_NodeId& session, UA_UInt32 newItems);
     [[nodiscard]] bool memoryIsShort() const;
     [[nodiscard]] bool saysTooMuch(const UA_NodeId& id) const;
-    /// One without a connection before all others. There must be a session.
+    /// Prefers sessions without a connection. There must be at least one session.
     [[nodiscard]] const Session& leastUsed() const;
     [[nodiscard]] Session* find(const UA_NodeId& id);
     [[nodiscard]] UA_ServerConfig& config() const;
@@ -72,5 +71,5 @@ class SessionGuard {
     std::vector<Session> sessions_;        // oldest first
     UA_UInt32 items_ = 0;                  // of all sessions, and of subscriptions without one
     std::size_t keptBytes_ = 0;            // by these items
-    std::optional<RequestMemory> memory_;  // of the request that is served
+    std::optional<RequestMemory> memory_;  // of the current request
 };

@@ -16,21 +16,22 @@
 
 namespace {
 
-/// Timers share moments this far apart, so that many of them do not wake the loop for each.
+/// Timers fire on a grid of this step, so that the loop does not wake up for each of them.
 constexpr UA_DateTime kStep = 10 * UA_DATETIME_MSEC;
 
-/// In each round of the loop; the timer that is being called then comes to its end.
+/// Time for timers in each round of the loop; a timer whose call has begun is completed.
 constexpr std::chrono::milliseconds kTurn{5};
-/// By the wall clock, however little the server has run.
+/// The same by the wall clock, even if the server hardly ran.
 constexpr std::chrono::milliseconds kLongestTurn{20};
 
-/// The data of timers to come is fetched into the cache so many calls ahead, and of each so many
-/// bytes, in lines: what a monitored item takes. Calls are too short to wait for memory in each.
+/// The data of coming timers is prefetched into the cache this many calls ahead, and for each timer
+/// this many bytes, in lines: the size of a monitored item. Calls are too short to wait for memory
+/// in each of them.
 constexpr std::size_t kAhead = 2;
 constexpr std::size_t kDataBytes = 256;
 constexpr std::size_t kLine = 64;
 
-/// What timers of one slot have in common: they do the same at the same moments.
+/// What the timers of one slot have in common: the same function at the same times.
 struct Kind {
     UA_Callback callback;
     void* application;
@@ -53,18 +54,18 @@ struct Timer {
     std::uint32_t index;  // of its place
 };
 
-/// Timers that are called one after the other, by one timer of the loop.
+/// Timers that one timer of the loop calls one after the other.
 struct Slot {
     explicit Slot(const Kind& of) : kind(of) {}
 
     const Kind kind;
     UA_UInt64 ofLoop = 0;    // the loop's timer
-    bool due = false;        // waits for its turn, or has it
-    std::size_t called = 0;  // of the timers, in this turn: those at the front
+    bool due = false;        // waits for its turn, or is having it
+    std::size_t called = 0;  // timers at the front that were already called in this turn
     std::vector<Timer> timers;
 };
 
-/// Where a timer is. A place is used again, with another age, so that an id is not.
+/// Where a timer is. Places are reused with a new age, so that ids are never reused.
 struct Place {
     Slot* slot = nullptr;  // null: free
     std::uint32_t at = 0;  // in the slot's timers; the next free place, of a free one
@@ -76,8 +77,8 @@ constexpr UA_UInt64 kOurs = UA_UInt64{1} << 63;
 constexpr std::uint32_t kAges = std::uint32_t{1} << 31;
 constexpr std::uint32_t kNone = UINT32_MAX;
 
-/// The library hands callbacks of its server over under the loop's type of callbacks, and its own
-/// loop calls them so too.
+/// The library passes its server's callbacks as the loop's type of callback, and its own loop calls
+/// them that way too.
 #ifdef __clang__
 __attribute__((no_sanitize("function")))
 #endif
@@ -94,7 +95,7 @@ void prefetch(const void* data) {
 /// The timers of one loop, between the library and the loop's own timers.
 class TimerTurns {
   public:
-    /// What the loop does by itself.
+    /// The loop's original functions.
     struct Functions {
         decltype(UA_EventLoop::addTimer) add;
         decltype(UA_EventLoop::modifyTimer) modify;
@@ -111,8 +112,8 @@ class TimerTurns {
     UA_StatusCode add(Kind kind, void* data, UA_Double intervalMs, UA_UInt64* id);
     UA_StatusCode modify(UA_UInt64 id, UA_Double intervalMs);
     void remove(UA_UInt64 id);
-    /// Nothing is called any more: what it works on may be gone, and a server that has more to
-    /// sample than it has time for would never end.
+    /// No timer is called any more: its data may be gone, and a server that has more to sample than
+    /// it has time for would never end.
     void end() { due_.clear(); }
 
     const Functions& ofLoop() const { return ofLoop_; }
@@ -145,7 +146,7 @@ class TimerTurns {
 
 // ---- Slots --------------------------------------------------------------------------------------
 
-/// Phases are multiples of the golden ratio, which lie evenly wherever their sequence ends.
+/// Phases are multiples of the golden ratio, which are evenly distributed for any number of slots.
 UA_StatusCode TimerTurns::slotFor(Kind kind, UA_Double intervalMs, Slot*& slot) {
     constexpr double kGoldenRatio = 0.618033988749894848;
     if (!(intervalMs * UA_DATETIME_MSEC >= 1.0)) return UA_STATUSCODE_BADINTERNALERROR;
@@ -164,7 +165,8 @@ UA_StatusCode TimerTurns::slotFor(Kind kind, UA_Double intervalMs, Slot*& slot) 
     return status;
 }
 
-/// One that is due goes after its turn, as one for which there was no memory to use it.
+/// A slot that is due is dropped after its turn, like one that could not be used for lack of
+/// memory.
 void TimerTurns::dropIfUnused(Slot& slot) {
     if (!slot.timers.empty() || slot.due) return;
     ofLoop_.remove(&loop_, slot.ofLoop);
@@ -183,8 +185,8 @@ void TimerTurns::join(Slot& slot, const Timer& timer) {
     put(slot, slot.timers.size() - 1, timer);
 }
 
-/// The last one takes the place of the one that leaves, so that each is still called once in a
-/// turn.
+/// The last timer takes the place of the removed one, in such a way that each is still called once
+/// per turn.
 void TimerTurns::leave(Slot& slot, std::uint32_t at) {
     std::size_t gap = at;
     if (gap < slot.called) {
@@ -252,7 +254,7 @@ void TimerTurns::remove(UA_UInt64 id) {
 
 // ---- Turns --------------------------------------------------------------------------------------
 
-/// The loop calls this for each slot that is due, one after the other.
+/// The loop calls this for each due slot, one after the other.
 void TimerTurns::onDue(void* turns, void* slot) noexcept {
     TimerTurns& self = *static_cast<TimerTurns*>(turns);
     Slot& due = *static_cast<Slot*>(slot);
@@ -260,14 +262,14 @@ void TimerTurns::onDue(void* turns, void* slot) noexcept {
     try {
         self.due_.push_back(&due);
     } catch (const std::bad_alloc&) {
-        return;  // it falls due again
+        return;  // it will be due again
     }
     due.due = true;
     self.wantRound();
 }
 
-/// Delayed callbacks come after the timers and before the sockets, which are not waited for while
-/// there is another one.
+/// Delayed callbacks run after the timers and before the sockets, and the loop does not wait for
+/// the sockets while there is another delayed callback.
 void TimerTurns::wantRound() {
     if (roundWanted_) return;
     roundWanted_ = true;
@@ -299,7 +301,7 @@ void TimerTurns::callDue() {
     }
 }
 
-/// The callback may remove any timer, its own among them, and add others.
+/// The callback may remove any timer, including its own, and add others.
 void TimerTurns::callNext(Slot& slot) {
     void* const data = slot.timers[slot.called++].data;
     if (slot.called + kAhead <= slot.timers.size())
@@ -309,8 +311,9 @@ void TimerTurns::callNext(Slot& slot) {
 
 // ---- What the library calls ---------------------------------------------------------------------
 
-/// Loops carry no context. A server has one; only tests have several. The server is an object of
-/// the process, made before this and gone after it, so nothing destroys the table.
+/// Finds the turns of a loop, because loops carry no context. A server has one loop; only tests
+/// have several. The table is never destroyed, because the process-wide server is made before it
+/// and so outlives static objects of this file.
 auto& loops() {
     using Loops = std::unordered_map<UA_EventLoop*, std::unique_ptr<TimerTurns>>;
     static auto* const table = new Loops;
@@ -321,7 +324,7 @@ TimerTurns& turnsOf(UA_EventLoop* loop) noexcept {
     return *loops().find(loop)->second;
 }
 
-/// Whether it is a timer of the kind that the library moves.
+/// Whether it is a repeated timer, which the library would move to a common moment.
 bool isRepeated(UA_TimerPolicy policy, const UA_DateTime* base) noexcept {
     return policy == UA_TIMERPOLICY_CURRENTTIME && base == nullptr;
 }

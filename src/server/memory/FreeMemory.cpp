@@ -7,8 +7,8 @@
 #include <algorithm>
 #include <cstddef>
 
-/// A sixteenth each time: what a load frees and takes again every second stays, for the most part,
-/// because giving it back and touching it anew costs more than the load itself saves.
+/// A sixteenth each time, so that most of the memory that a load frees and takes again every second
+/// stays with the process: returning it and touching it again would cost more than it saves.
 void returnFreeMemory() noexcept {
     constexpr std::size_t kLeast = std::size_t{1} << 20;
     constexpr std::size_t kMost = std::size_t{16} << 20;

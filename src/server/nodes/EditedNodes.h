@@ -6,34 +6,33 @@
 #include <cstddef>
 #include <cstdint>
 
-/// The nodes that the library is editing, each with the access level that it has meanwhile.
+/// The nodes that the library is currently editing, with their temporary access levels.
 ///
-/// The library refuses a write that carries a status or a source time unless the access level
-/// allows writing these too (OPC 10000-3, 8.57). Many clients send them with every write; the
-/// server accepts and ignores them. Yet clients must read the access level without these two bits,
-/// so a writable node has them only while somebody holds it for editing.
+/// The library refuses a write that carries a status or a source time unless the access level also
+/// allows writing these (OPC 10000-3, 8.57). Many clients send them with every write; the server
+/// accepts and ignores them. Clients must nevertheless read the access level without these two
+/// bits, so a writable node has them only while it is held for editing.
 ///
 /// Allocates nothing. For one thread at a time.
 class EditedNodes {
   public:
-    /// A node was given out, for editing or not.
+    /// A node was handed out, for editing or not.
     void given(const UA_Node& node) {
         if (count_ > 0) countHolder(node);
     }
 
-    /// A node that was just given out may be edited. Nodes that are no variables, are not writable
-    /// or have the bits anyway stay as they are.
+    /// A node that was just handed out may be edited. Does not change nodes that are not variables,
+    /// are not writable or already have the bits.
     void edit(UA_Node& node);
 
-    /// A holder gives the node back, and may not look at it any more. When as many have done so as
-    /// got it from the first edit() on, the level is what it was before. Holders have no identity:
-    /// one that had the node earlier and gives it back meanwhile ends the editing too early, never
-    /// too late.
+    /// A holder releases the node and must not use it any more. The level is restored after as many
+    /// releases as there were holders from the first edit() on. Holders have no identity: if one
+    /// that got the node earlier releases it meanwhile, editing ends too early, but never too late.
     void released(const UA_Node& node) {
         if (count_ > 0) countRelease(node);
     }
 
-    /// Gives a copy of a node the level that the node has when nobody edits it.
+    /// Sets in a copy of a node the level that the node has when it is not being edited.
     void restore(const UA_Node& node, UA_Node& copy) const;
 
   private:
@@ -43,7 +42,7 @@ class EditedNodes {
         UA_Byte addedLevel;
     };
 
-    /// The library edits one node at a time. A further one beyond this keeps its level.
+    /// The library edits one node at a time. A node beyond this number keeps its level.
     static constexpr std::size_t kMost = 8;
 
     std::size_t find(const UA_Node& node) const;

@@ -6,9 +6,9 @@
 #include <new>
 #include <vector>
 
-/// Counts how often each node is given out at the moment. The library holds a few nodes at a time
-/// and gives the one that it got last back first, so a list that is searched from its end beats a
-/// count with each node. For one thread at a time.
+/// Counts the current holders of each node. The library holds only a few nodes at a time and
+/// releases the last one first, so a list searched from its end is faster than a counter in each
+/// node. For one thread at a time.
 class HeldNodes {
   public:
     /// @return false when there is no memory to count it
@@ -26,9 +26,9 @@ class HeldNodes {
     }
 
     enum class Removed {
-        unknown,       ///< the node is not given out
-        held,          ///< it stays where it is
-        lastOfRetired  ///< nobody holds it any more, and it was retired
+        unknown,       ///< the node was not handed out
+        held,          ///< it stays in the store
+        lastOfRetired  ///< it was retired, and this was its last holder
     };
     Removed remove(const UA_Node& node) {
         Held* const held = find(node);
@@ -40,8 +40,8 @@ class HeldNodes {
         return retired ? Removed::lastOfRetired : Removed::held;
     }
 
-    /// From now on the node is only there for those who hold it.
-    /// @return false when nobody does
+    /// From now on the node exists only for its current holders.
+    /// @return false when it has none
     bool retire(const UA_Node& node) {
         Held* const held = find(node);
         if (held != nullptr) held->retired = true;

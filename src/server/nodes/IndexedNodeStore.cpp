@@ -14,15 +14,15 @@ bool hasText(const UA_NodeId& id) {
     return id.identifierType == UA_NODEIDTYPE_STRING;
 }
 
-/// Variables only: the library's store tidies the references of a node when nobody holds it, which
-/// matters for folders and types with many of them.
+/// Variables only: when nobody holds a node, the library's store reorganises its references, which
+/// matters for folders and types with many references.
 bool isIndexed(const UA_Node& node) {
     return node.head.nodeClass == UA_NODECLASS_VARIABLE && hasText(node.head.nodeId);
 }
 
-/// Keeps the nodes of the index and counts by itself how often each is given out. One that is
-/// removed or replaced while somebody holds it goes with its last holder. The store behind makes
-/// and frees the memory of all nodes, and keeps those for which the index has no room.
+/// Keeps the indexed nodes and counts their holders itself. A node that is removed or replaced
+/// while it is held is freed after its last release. The underlying store makes and frees the
+/// memory of all nodes, and keeps those for which the index has no room.
 class IndexedNodeStore : public UA_Nodestore {
   public:
     explicit IndexedNodeStore(UA_Nodestore* inner);
@@ -30,7 +30,7 @@ class IndexedNodeStore : public UA_Nodestore {
     bool isMade() const { return table_.isMade(); }
 
   private:
-    /// A node that the library has not given back yet by replacing or deleting it.
+    /// A copy that the library has not yet used to replace its original, nor deleted.
     struct Copy {
         const UA_Node* copy;
         const UA_Node* original;  ///< null when it has been removed or replaced meanwhile
@@ -40,7 +40,7 @@ class IndexedNodeStore : public UA_Nodestore {
         return *static_cast<IndexedNodeStore*>(store);
     }
 
-    /// Has the store behind answer a call by itself.
+    /// Forwards a call to the underlying store.
     template <auto Call, class... Arguments>
     static auto passOn(UA_Nodestore* store, Arguments... arguments) {
         UA_Nodestore* const inner = self(store).inner_;
@@ -74,7 +74,7 @@ class IndexedNodeStore : public UA_Nodestore {
     std::vector<Copy> copies_;
 };
 
-// ---- Giving out and taking back ----------------------------------------------------------------
+// ---- Handing out and taking back ---------------------------------------------------------------
 
 UA_Node* IndexedNodeStore::getFromInner(const UA_NodeId& id) {
     return inner_->getEditNode(inner_, &id, UA_NODEATTRIBUTESMASK_ALL, UA_REFERENCETYPESET_ALL,
@@ -83,14 +83,14 @@ UA_Node* IndexedNodeStore::getFromInner(const UA_NodeId& id) {
 
 /// The node of the index with this id, or null.
 UA_Node* IndexedNodeStore::known(const UA_NodeId& id) {
-    // The table takes nodes as constant; they came from the library, which may change them.
+    // The table stores nodes as const, but they came from the library, which may change them.
     return hasText(id) ? const_cast<UA_Node*>(table_.find(id)) : nullptr;
 }
 
 UA_Node* IndexedNodeStore::find(const UA_NodeId& id) {
     UA_Node* const node = known(id);
     if (node == nullptr) return getFromInner(id);
-    // Without memory to count the holder the node is not there for once.
+    // Without memory to count the holder, this call reports the node as missing.
     return held_.add(*node) ? node : nullptr;
 }
 
@@ -147,7 +147,7 @@ UA_StatusCode IndexedNodeStore::insert(UA_Node* node, UA_NodeId* addedId) {
     return status;
 }
 
-/// The node is in the table no longer.
+/// The node is no longer in the table.
 void IndexedNodeStore::retire(UA_Node* node) {
     for (Copy& copy : copies_) {
         if (copy.original == node) copy.original = nullptr;
@@ -193,7 +193,7 @@ UA_StatusCode IndexedNodeStore::copy(const UA_NodeId& id, UA_Node** outNode) {
     return status;
 }
 
-/// Forgets a copy; its original, or null when that is gone or the copy was not made here.
+/// Forgets a copy. @return its original, or null when that is gone or the copy was not made here
 const UA_Node* IndexedNodeStore::takeOriginal(const UA_Node* copy) {
     for (Copy& made : copies_) {
         if (made.copy != copy) continue;
@@ -205,7 +205,7 @@ const UA_Node* IndexedNodeStore::takeOriginal(const UA_Node* copy) {
     return nullptr;
 }
 
-/// As the library's store: a copy of a node that has changed since is refused, and freed.
+/// As the library's store: if the node has changed since, its copy is refused and freed.
 UA_StatusCode IndexedNodeStore::replace(UA_Node* node) {
     const UA_Node* const original = takeOriginal(node);
     UA_Node* const present = known(node->head.nodeId);

@@ -36,12 +36,12 @@ NodeTable::Slots NodeTable::makeSlots(std::size_t size) {
     return Slots(new (std::nothrow) Slot[size]);
 }
 
-/// Spreads the hashes over all slots, whose number is no power of two.
+/// Maps a hash to one of the slots, whose number is not a power of two.
 std::size_t NodeTable::placeOf(std::uint32_t hash) const {
     return (std::uint64_t{hash} * size_) >> 32U;
 }
 
-/// The node's slot, or the free one where it would go.
+/// The node's slot, or the free slot where it would be added.
 std::size_t NodeTable::slotOf(const UA_NodeId& id, std::uint32_t hash) const {
     std::size_t at = placeOf(hash);
     while (slots_[at].node != nullptr &&
@@ -57,8 +57,8 @@ const UA_Node* NodeTable::find(const UA_NodeId& id) {
     return slots_[at].node;
 }
 
-/// Each step needs what the one before has fetched: the slot, its node, and what the node points
-/// to.
+/// Each step needs what the previous one has fetched: the slot, its node, and the data that the
+/// node points to.
 void NodeTable::fetchAhead(std::size_t at) {
     slots_[last_].next = static_cast<std::uint32_t>(at);
     last_ = at;
@@ -84,7 +84,7 @@ void NodeTable::remove(const UA_Node& node) {
     std::size_t hole = slotOf(node.head.nodeId, hashOf(node.head.nodeId));
     slots_[hole] = {};
     --used_;
-    // A slot that stands behind its place moves up, so that no free one is between the two.
+    // A displaced entry moves up, so that there is no free slot between it and its place.
     const auto distance = [this](std::size_t from, std::size_t to) {
         return to >= from ? to - from : to + size_ - from;
     };

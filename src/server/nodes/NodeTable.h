@@ -6,13 +6,13 @@
 #include <cstdint>
 #include <memory>
 
-/// Nodes with texts as identifiers, found by these in one step: slots in one array, each at the
-/// place that its hash names or behind it without a free slot between (open addressing). Between
-/// seven tenths and seven eighths are in use, so that a node costs 18 to 23 bytes.
+/// Hash table of nodes with texts as identifiers. The slots are in one array; an entry is at the
+/// place of its hash or after it without a free slot in between (open addressing). Between seven
+/// tenths and seven eighths of the slots are in use, so a node costs 18 to 23 bytes.
 ///
 /// Clients and their subscriptions ask for nodes in the same order again and again. So each slot
-/// remembers which one was asked for after it last time, and what the next look-ups will touch is
-/// fetched ahead. What is remembered may be wrong, which costs time only.
+/// remembers which slot was used after it last time, and the data of the next look-ups is
+/// prefetched. A wrong guess only costs time.
 class NodeTable {
   public:
     NodeTable();
@@ -24,14 +24,14 @@ class NodeTable {
     /// @return null when there is no such node
     const UA_Node* find(const UA_NodeId& id);
 
-    /// Adds a node that is not in the table. It must keep its place and its id.
+    /// Adds a node that is not in the table. Its address and its id must not change.
     /// @return false when there is no memory for more
     bool add(const UA_Node& node);
 
     /// Removes a node that is in the table.
     void remove(const UA_Node& node);
 
-    /// Puts a node with the same id in the place of one that is in the table.
+    /// Replaces a node in the table by one with the same id.
     void replace(const UA_Node& present, const UA_Node& next);
 
     /// Calls `visit` with every node; it must not change the table.
@@ -45,7 +45,7 @@ class NodeTable {
     struct Slot {
         const UA_Node* node = nullptr;  ///< null: the slot is free
         std::uint32_t hash = 0;
-        std::uint32_t next = 0;  ///< of the slot that was asked for next
+        std::uint32_t next = 0;  ///< index of the slot that was used next
     };
     using Slots = std::unique_ptr<Slot[]>;
 
@@ -60,5 +60,5 @@ class NodeTable {
     Slots slots_;
     std::size_t size_;
     std::size_t used_ = 0;
-    std::size_t last_ = 0;  ///< slot that was asked for last
+    std::size_t last_ = 0;  ///< slot that was used last
 };

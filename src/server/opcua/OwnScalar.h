@@ -5,10 +5,10 @@
 #include <cstddef>
 #include <cstring>
 
-/// A scalar of the variant's own, as the library's scalar copy makes it, but without members to be
-/// copied, and not cleared first: every byte is written anyway.
-/// @param value  empty; stays so when there is no memory
-/// @return whether there was
+/// Gives a variant its own copy of a scalar, as the library's scalar copy does. Faster, because it
+/// copies no members and does not clear the memory first: every byte is written anyway.
+/// @param value  empty; stays empty when there is no memory
+/// @return whether there was memory
 template <class T>
 bool setOwnScalar(UA_Variant& value, const T& scalar, std::size_t typeIndex) noexcept {
     void* const data = UA_malloc(sizeof(T));

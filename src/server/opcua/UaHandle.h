@@ -26,7 +26,7 @@ class UaHandle {
 
     [[nodiscard]] static UaHandle copyOf(const T& source) {
         UaHandle copy;
-        // Out of memory leaves the copy empty, which every user of a handle copes with.
+        // Without memory the copy is empty, which every user of a handle can handle.
         static_cast<void>(UA_copy(&source, &copy.value_, &UA_TYPES[kIndex]));
         return copy;
     }

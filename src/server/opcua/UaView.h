@@ -4,8 +4,8 @@
 
 #include <string_view>
 
-// Library values that point at texts of ours, for calls that copy what they are given. Nothing is
-// allocated and nothing must be cleared; the text has to outlive the call.
+// Library values that point to our texts, for calls that copy their arguments. Nothing is allocated
+// and nothing must be cleared; the text must outlive the call.
 
 inline UA_String uaView(std::string_view text) {
     return {text.size(), reinterpret_cast<UA_Byte*>(const_cast<char*>(text.data()))};

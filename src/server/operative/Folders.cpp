@@ -26,7 +26,8 @@ void addFixedFolder(const AddressSpace& space, const UA_NodeId& id, const std::s
                     const UA_NodeId* parent) {
     const UA_NodeId parentId = parent != nullptr ? *parent : UA_NODEID_NUMERIC(0, kObjectsFolder);
     (void)addFolder(space, id, parentId, name);
-    // KEPT: the name is converted back to CP866 and the result is not used.
+    // KEPT: the name is converted back to CP866 and the result is not used. Required by the
+    // interface.
     Utf8ToCP866Converter converter;
     (void)converter.convertUtf8ToCP866_manual(name);
 }

@@ -18,8 +18,8 @@ void addFixedFolder(const AddressSpace& space, const UA_NodeId& id, const std::s
 UA_StatusCode findOrAddFolder(const AddressSpace& space, const char* name, int parentNumber,
                               OwnedNodeId& id);
 
-/// Removes a folder with all references to it. One that could not be made cannot be removed either;
-/// both stay silent.
+/// Removes a folder with all references to it. A failure is not reported: a folder that could not
+/// be made cannot be removed either.
 void removeFolder(const AddressSpace& space, UA_UInt32 number);
 
 [[nodiscard]] bool nodeExists(const AddressSpace& space, const UA_NodeId& id);

@@ -32,7 +32,8 @@ void GroupedTree::publishTags(const std::vector<TagGroup>& groups, const std::st
         for (const TagGroup* const group : membership.groupsOf(kind.type, tagNumber)) {
             const UA_StatusCode status = addStructure(*variable, tagNumber, prefix, *group);
             if (status == UA_STATUSCODE_GOOD) continue;
-            // KEPT: the text names the folder's number as the group's.
+            // KEPT: the text gives the folder's number as that of the group. Required by the
+            // interface.
             UA_LOG_WARNING(UA_Log_Stdout, UA_LOGCATEGORY_SERVER,
                            "Failed to create structure for %s variable %d in group %d: %s",
                            kind.word.data(), tagNumber, group->folderId,

@@ -8,12 +8,12 @@
 #include "server/operative/StructureItems.h"
 #include "server/plan/TagGroups.h"
 
-/// The groups: a folder for each section of a group below "Operative", and in it the structures of
-/// the tags that the section lists. Main thread, before the server runs; the flat tree was built
-/// before and has made the parent folder.
+/// The groups: below "Operative" a folder for each section of a group, and in it the structures of
+/// the tags that the section lists. Main thread, before the server runs and after the flat tree was
+/// built, which makes the parent folder.
 class GroupedTree {
   public:
-    /// As OperativeTree's.
+    /// Parameters as in OperativeTree.
     GroupedTree(const AddressSpace& space, StructureItems& items,
                 const std::vector<Section>& sections)
         : space_(space), items_(items), sections_(sections) {}
@@ -26,8 +26,8 @@ class GroupedTree {
     /// Adds one tag's structure object and its value variables below the folder of a group; those
     /// of manual inputs below a folder of their type in it, which is made when missing.
     /// @param prefix  path prefix of the item ids
-    /// @return the status of folder, structure or items, whichever failed. A tag that is published
-    ///         already cannot be again: its first structure stays as it is.
+    /// @return the status of the folder, the structure or the items, whichever failed. A tag that
+    ///         is already published cannot be published again: its first structure stays as it is.
     UA_StatusCode addStructure(UARTEXVariable& variable, int tagNumber, const std::string& prefix,
                                const TagGroup& group);
 

@@ -22,8 +22,8 @@ TagLists flatTagLists(const std::vector<Section>& sections) {
     return lists;
 }
 
-/// The folder that goes when the list of its kind is empty. Manual inputs have three and their own
-/// rule.
+/// The folder that is removed when the list of its kind is empty. Null for manual inputs, which
+/// have three folders and their own rule.
 const PublishedType* onlyFolderOf(VariableType kind) {
     return kind == VariableType::RV ? nullptr : findPublishedType(static_cast<int>(kind), 0);
 }
@@ -67,8 +67,8 @@ void OperativeTree::publishListedTags(const std::string& prefix) {
                                kKinds[kindIndex].word.data(), UA_StatusCode_name(status));
             }
         }
-        // KEPT: a kind's empty folder goes when its first variable is met, so a kind of which the
-        // database has no variable at all keeps its folder.
+        // KEPT: a kind's empty folder is removed at its first variable, so a kind of which the
+        // database has no variable at all keeps its folder. Required by the interface.
         const PublishedType* const folder = onlyFolderOf(kKinds[kindIndex].type);
         if (tagList.empty() && folder != nullptr && !folderRemoved[kindIndex]) {
             removeFolder(space_, folder->folderId);

@@ -14,8 +14,9 @@ constexpr UA_UInt32 kBaseDataVariableType = 63;
 
 // ---- One value variable ------------------------------------------------------------------------
 
-/// The attributes of one tag's value variables. KEPT: one record serves all of them, so an attribute
-/// whose read gives no value has that of the last one before it that had one.
+/// The attributes of one tag's value variables. KEPT: all of them share one record, so if the read
+/// of an attribute gives no value, its node is made with the value of the last earlier one that had
+/// one. Required by the interface.
 class ItemAttributes {
   public:
     ItemAttributes() = default;
@@ -97,6 +98,6 @@ UA_StatusCode StructureItems::add(UARTEXVariable& variable, int tagNumber,
             rvTried_[static_cast<std::size_t>(published->rvType)] = true;
         }
     }
-    // KEPT: the status of the last add only.
+    // KEPT: the status of the last add only. Required by the interface.
     return status;
 }

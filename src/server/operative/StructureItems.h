@@ -14,8 +14,8 @@
 
 class UARTEXVariable;
 
-/// Makes the value variables below the structures of tags. What the configuration says of a type is
-/// worked out once and applied to each of its tags. Main thread, before the server runs.
+/// Makes the value variables below the structures of tags. The configuration of each type is
+/// evaluated once and applied to all of its tags. Main thread, before the server runs.
 class StructureItems {
   public:
     /// Where the entries of a structure come from.
@@ -24,7 +24,7 @@ class StructureItems {
         int groupFolder = 0;  ///< number of the group's folder; 0: the flat tree
     };
 
-    /// @param contexts  get the context of each variable; not owned
+    /// @param contexts  the context of each variable is appended; not owned
     StructureItems(const AddressSpace& space, VarContexts& contexts)
         : space_(space), contexts_(&contexts) {}
 
@@ -35,7 +35,8 @@ class StructureItems {
                       const std::string& itemPrefix, const std::vector<Section>& sections,
                       const Source& source);
 
-    /// Whether a value variable of a manual input was tried, by getRVType().
+    /// Whether the making of a value variable was attempted for manual inputs with this
+    /// getRVType().
     [[nodiscard]] bool triedRVType(int rvType) const {
         return rvTried_[static_cast<std::size_t>(rvType)];
     }
@@ -46,6 +47,6 @@ class StructureItems {
 
     AddressSpace space_;
     VarContexts* contexts_;
-    std::map<std::pair<unsigned, int>, ItemPlan> plans_;  // by folder of the type, of the group
+    std::map<std::pair<unsigned, int>, ItemPlan> plans_;  // by folder of the type and of the group
     std::array<bool, 3> rvTried_{};
 };

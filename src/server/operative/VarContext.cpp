@@ -8,7 +8,7 @@ struct Block {
     alignas(VarContext) std::byte contexts[kContextsPerBlock][sizeof(VarContext)];
 };
 
-/// Never destroyed: what nothing may free on the way out.
+/// Never destroyed: contexts may be used until the process ends.
 std::vector<std::unique_ptr<Block>>& blocks() {
     static auto* const all = new std::vector<std::unique_ptr<Block>>;
     return *all;

@@ -10,16 +10,16 @@ class UARTEXVariable;
 /// its address stays until the process ends.
 struct VarContext {
     UARTEXVariable* variable = nullptr;  ///< of the tag; not owned
-    int attributeNumber = 0;             ///< the number behind ".A" in the node id
+    int attributeNumber = 0;             ///< the number after ".A" in the node id
     long timestamp = 0;  ///< UA_DateTime of the value that the node was made with; not used later
 
     VarContext(UARTEXVariable* of, int attribute) : variable(of), attributeNumber(attribute) {}
 
-    /// Contexts lie side by side in blocks of their own. One by one they would lie scattered among
-    /// the library's nodes, each on a line of memory that every read has to fetch. Main thread
-    /// only.
+    /// Contexts are stored side by side in their own blocks. Allocated one by one they would be
+    /// scattered among the library's nodes, and every read would fetch another cache line. Main
+    /// thread only.
     static void* operator new(std::size_t size);
-    /// Gives nothing back: contexts live as long as the process.
+    /// Frees nothing: contexts live as long as the process.
     static void operator delete(void* context) noexcept;
 };
 

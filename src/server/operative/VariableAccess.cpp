@@ -8,10 +8,10 @@
 
 namespace {
 
-/// KEPT: every read formats the local time and shows it nowhere. Required by the interface. The
-/// text is made once a second only, because it would be a large part of a read's cost.
+/// KEPT: every read formats the local time and does not use the text. Required by the interface.
+/// The text is made only once a second, because it would be a large part of a read's cost.
 void formatReadTime() noexcept {
-    static time_t formattedSecond = -1;  // server thread only, as all here
+    static time_t formattedSecond = -1;  // server thread only
     static char text[100];
     const time_t now = time(nullptr);
     if (now == formattedSecond) return;
@@ -21,7 +21,7 @@ void formatReadTime() noexcept {
     (void)strftime(text, sizeof(text), "%Y-%m-%d %H:%M:%S", &local);
 }
 
-/// The library is C, and nothing may be thrown through it.
+/// The library is C, so nothing may be thrown through it.
 template <class Access>
 UA_StatusCode withinMemory(const Access& access) noexcept {
     try {

@@ -2,9 +2,9 @@
 
 #include <open62541/server.h>
 
-// The callbacks of the value variables. The library calls them on the server's thread; as it is C,
-// nothing is thrown. What they do stands with UAServer::readNodeValue and writeNodeValue, the names
-// that the interface gives them.
+// The callbacks of the value variables. The library calls them on the server's thread; it is C, so
+// they throw nothing. UAServer::readNodeValue and writeNodeValue, their names in the interface,
+// describe what they do.
 
 UA_StatusCode readVariable(UA_Server* server, const UA_NodeId* sessionId, void* sessionContext,
                            const UA_NodeId* nodeId, void* nodeContext,

@@ -11,7 +11,7 @@
 
 namespace {
 
-/// Reports, once for its line, an entry whose attribute may not be exported.
+/// Reports an entry whose attribute may not be exported, once per line.
 void reportRefused(const TagInfo& entry, const EntrySource& source) {
     const std::int32_t line = lineOfEntry(iniFilePath, entry.key, source);
     if (std::ranges::find(usedLines, line) != usedLines.end()) return;

@@ -7,7 +7,7 @@
 
 #include "server/config/Section.h"
 
-/// Pens by plotter number, one entry for each plotter section; no pens stands for all of a plotter.
+/// Pens by plotter number, one entry for each plotter section; an empty list means all pens.
 using PenLists = std::vector<std::map<int, std::vector<std::int32_t>>>;
 
 /// Which of the trend system's plotters are published, and under which names.
@@ -16,9 +16,9 @@ struct PlotterSelection {
     PenLists pens;                             ///< in the order of the sections
 };
 
-/// Reads the sections whose name contains "Plotter_". Of two with one number the first name holds,
-/// and both lists stay. A section without a number in its name, or with one that the trend system
-/// does not have, selects nothing.
-/// @param plotterCount  of the trend system, whose plotters are numbered 1 to this
+/// Reads the sections whose name contains "Plotter_". If two have the same number, the first name
+/// is used and both lists are kept. A section without a number in its name, or with a number that
+/// the trend system does not have, selects nothing.
+/// @param plotterCount  number of plotters of the trend system, which are numbered from 1
 [[nodiscard]] PlotterSelection selectPlotters(const std::vector<Section>& sections,
                                               std::uint64_t plotterCount);

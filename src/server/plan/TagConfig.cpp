@@ -8,7 +8,7 @@
 
 namespace {
 
-/// Decimal integer at the start of the text, 0 when there is none; out of range ends at the limit.
+/// Decimal integer at the start of the text, 0 when there is none; saturates when out of range.
 int leadingInteger(std::string_view text) {
     const long number = std::strtol(std::string(text).c_str(), nullptr, 10);
     return static_cast<int>(
@@ -26,7 +26,7 @@ std::optional<TagInfo> readTagEntry(const KeyValue& entry) {
     const std::size_t firstComma = value.find(',');
     if (firstComma == std::string_view::npos) return std::nullopt;
 
-    // The access is the whole rest, commas included.
+    // The access is the whole rest of the text, including further commas.
     std::string_view number = value.substr(firstComma + 1);
     std::string_view access;
     if (const std::size_t secondComma = number.find(','); secondComma != std::string_view::npos) {

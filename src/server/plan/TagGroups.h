@@ -10,7 +10,7 @@
 #include "server/config/Section.h"
 #include "server/plan/TagLists.h"
 
-/// One group of tags, as a configuration section whose name contains "Attributes_Group" makes it.
+/// One group of tags: a configuration section whose name contains "Attributes_Group".
 struct TagGroup {
     EntrySource entries;     ///< of its tags
     int folderId;            ///< numeric node id of its folder
@@ -18,12 +18,12 @@ struct TagGroup {
     TagLists lists;          ///< its tags
 };
 
-/// The groups in the order of the loaded sections, which is the order of their folder ids. Of
-/// several groups with one number the last one has its entries; the others have none.
+/// The groups in the order of the loaded sections, which is the order of their folder ids. If
+/// several groups have the same number, the last one gets its entries and the others have none.
 std::vector<TagGroup> readTagGroups(const std::vector<Section>& sections);
 
-/// Which groups a tag is in, answered in time that does not grow with lists or groups. The tags of
-/// a kind are asked for in ascending order, each once.
+/// Finds the groups of a tag in a time that does not depend on the number of lists or groups. The
+/// tags of a kind must be asked for in ascending order, each once.
 class GroupMembership {
   public:
     /// @param groups  not copied

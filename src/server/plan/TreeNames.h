@@ -7,8 +7,8 @@
 #include "server/config/Section.h"
 #include "server/kinds/PublishedType.h"
 
-// How the folders of the address space are numbered and named, for the server that makes them and
-// for tools that show beforehand what it will make. Texts in UTF-8.
+// Numbers and names of the folders of the address space, for the server, which makes them, and for
+// tools that show in advance what it will make. Texts are UTF-8.
 
 // Numeric node ids in the server's namespace. The folders of the published types lie between them
 // (PublishedType::folderId); the groups' begin behind them, in the order of their sections.
@@ -17,23 +17,23 @@ inline constexpr std::uint32_t kHistoricalFolder = 7;
 inline constexpr std::uint32_t kApplicationFolder = 8;
 inline constexpr std::uint32_t kFirstGroupFolder = 12;
 
-/// With which the ids of all value variables of the operative trees begin: "Operative", or
+/// Prefix of the ids of all value variables of the operative trees: "Operative", or
 /// "<application>.Operative" when the application has a name.
 std::string operativePrefix(std::string_view applicationName);
 /// The same for historical nodes: "Historical".
 std::string historicalPrefix(std::string_view applicationName);
 
-/// Name of a group's folder: its configured name, as it stands there, or "Group_<number>".
+/// Name of a group's folder: its configured name, unchanged, or "Group_<number>".
 std::string groupFolderName(const Section& section);
 
-/// What stands for a group in the ids of its value variables: ".<name>.".
+/// The part of a group in the ids of its value variables: ".<name>.".
 std::string groupText(std::string_view groupName);
 
 /// All of a grouped value variable's id that stands before the structure id.
 /// @param groupText  of its group
 ///
-/// KEPT: manual inputs have the name of their type's folder there instead of the group's, and
-/// without a dot before it: "Operative50_RVV.". Clients know the nodes by these ids.
+/// KEPT: for manual inputs the name of their type's folder replaces the group's, and there is no
+/// dot before it: "Operative50_RVV.". Required by the interface.
 std::string groupItemPrefix(const std::string& operativePrefix, const PublishedType& published,
                             std::string_view groupText);
 
@@ -49,8 +49,8 @@ std::string historyTagName(int plotter, int pen, int variableNum, std::string_vi
 /// does; empty for any other number.
 std::string_view penKindWord(int variableKind);
 
-/// How a pen's node is identified. KEPT: the pens of a plotter that are published all, without a
-/// list, go by their tag name alone; listed ones by their whole path.
+/// How a pen's node is identified. KEPT: if all pens of a plotter are published without a list,
+/// their ids are the tag names alone; listed pens have their whole path. Required by the interface.
 struct PenIds {
     std::string nodeId;
     std::string description;

@@ -27,7 +27,7 @@ void ControllerJournal::post(std::uint32_t number, const std::vector<JournalArgu
     for (const JournalArgument& argument : arguments)
         list.push_back(std::visit(ToRolArg{}, argument));
     list.emplace_back(RT_END);
-    // The journal reports on standard output what it refuses; the server goes on either way.
+    // The journal reports a refusal on standard output; the server continues either way.
     static_cast<void>(rolling_.VeskolMessage(rolling_.IniFileSettings->SysDict, number,
                                              kNoVariableType, kNoVariable, list.data()));
 }

@@ -3,12 +3,12 @@
 #include "lib/rolling2/rol_man.h"
 #include "server/diagnostics/EventJournal.h"
 
-/// The way of the server's messages into the controller's event journal. Main thread.
+/// Sends the server's messages to the controller's event journal. Main thread.
 class ControllerJournal final : public EventJournal {
   public:
     /// @param rolling  not owned, outlives this object
     explicit ControllerJournal(CRolManager& rolling) : rolling_(rolling) {}
-    /// No message comes here any more. The journal itself stays, with semaphore and segments.
+    /// Uninstalls itself. The journal itself stays, with its semaphore and segments.
     ~ControllerJournal() override;
     ControllerJournal(const ControllerJournal&) = delete;
     ControllerJournal& operator=(const ControllerJournal&) = delete;

@@ -28,7 +28,7 @@
 namespace {
 
 /// Reports the start. KEPT: the log is emptied right after the start line was written to it, so the
-/// log of a run begins with the next line.
+/// log of a run begins with the next line. Required by the interface.
 void announceStart() {
     reportStarted(ServerVersion);
     getLoggerCtr().prepareRecord();
@@ -36,11 +36,11 @@ void announceStart() {
 
 constexpr const char* kProcessName = "Opcua";
 
-/// @return false when the registry did not take the server's name; why stands on standard error,
-/// for the supervisor's log
+/// @return false when the name could not be registered; the reason is printed on standard error,
+///         for the supervisor's log
 bool registerProcess() {
     All = new vs_obj;
-    // Taken for an answer of the database, one of them would shift all that follow.
+    // If one of them were taken for an answer of the database, all later answers would be shifted.
     All->dropStaleReplies();
     if (All->name_add(kProcessName, 0) != -1) return true;
 
@@ -55,8 +55,8 @@ bool registerProcess() {
     return false;
 }
 
-/// One object per database variable, numbered from 1, up to the first number that the database does
-/// not have.
+/// Makes one object per database variable, numbered from 1, up to the first number that the
+/// database does not have.
 template <class VariableOfType>
 void createVariables() {
     int number = 1;
@@ -108,7 +108,7 @@ void callEverySecond(void (*function)()) {
     const auto call = [](UA_Server* /*server*/, void* data) {
         reinterpret_cast<void (*)()>(data)();
     };
-    // Without the callback memory stays unused.
+    // If this fails, free memory is not returned to the system.
     (void)UA_Server_addRepeatedCallback(uaserver.instance(), call,
                                         reinterpret_cast<void*>(function), kPeriodMs, nullptr);
 }
@@ -127,13 +127,13 @@ std::string modeTextCp866(bool operative, bool historical) {
 
 int runStartupSequence(void (*returnFreeMemory)()) {
     ControllerJournal journal(Rolling);
-    // KEPT: without the journal the process neither exits nor reports.
+    // KEPT: without the journal the process neither exits nor reports. Required by the interface.
     if (journal.open() != 0) sleepForever();
     announceStart();
     if (!registerProcess()) return -1;
 
     declareSchema(ListSections::getInstance());
-    (void)IniConfigManager::instance().loadConfig(iniFilePath);  // reports for itself
+    (void)IniConfigManager::instance().loadConfig(iniFilePath);  // reports its errors itself
     createAllVariables();
 
     const bool operative = publishOperativeData();

@@ -17,7 +17,7 @@ ServiceLevel::ServiceLevel(UA_Server* server, DatabaseWatch watch)
     UA_CallbackValueSource source{};
     source.read = read;
     const UA_NodeId node = UA_NODEID_NUMERIC(0, UA_NS0ID_SERVER_SERVICELEVEL);
-    // A failure, for want of memory, ends the start soon enough.
+    // If this fails because memory ran out, the start fails soon afterwards.
     (void)UA_Server_setNodeContext(server_, node, this);
     (void)UA_Server_setVariableNode_callbackValueSource(server_, node, source);
     (void)UA_Server_addRepeatedCallback(server_, look, this, kPeriodMs, &timer_);
@@ -32,7 +32,7 @@ void ServiceLevel::look(UA_Server* /*server*/, void* self) noexcept {
     auto* const level = static_cast<ServiceLevel*>(self);
     try {
         level->level_ = level->watch_.isCurrent() ? kFullService : kNoData;
-    } catch (const std::bad_alloc&) {  // what was seen last stays until there is memory to look
+    } catch (const std::bad_alloc&) {  // the last result stays until there is memory for a check
     }
 }
 

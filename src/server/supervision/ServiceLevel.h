@@ -4,14 +4,14 @@
 
 #include "lib/bd_vesk/databasewatch.h"
 
-/// Keeps the standard's ServiceLevel (OPC 10000-5, 6.3.1): 255 while the database that the server
-/// has loaded is the controller's, 1 while it is not and the values stand still. Looks once a
-/// second. Server thread.
+/// Maintains the standard's ServiceLevel (OPC 10000-5, 6.3.1): 255 while the database that the
+/// server has loaded is the controller's, 1 while it is not and the values do not change. Checks
+/// once a second. Server thread.
 class ServiceLevel {
   public:
     /// @param server  not owned, outlives this object
     ServiceLevel(UA_Server* server, DatabaseWatch watch);
-    /// After the server's loop has ended: the node still refers to this object.
+    /// Only after the server's loop has ended, because the node still refers to this object.
     ~ServiceLevel();
     ServiceLevel(const ServiceLevel&) = delete;
     ServiceLevel& operator=(const ServiceLevel&) = delete;

@@ -4,9 +4,9 @@
 #include <cstdint>
 #include <string>
 
-/// Turns the controller's texts (CP866) into UTF-8 for everything that leaves the server: OPC UA
+/// Converts the controller's texts (CP866) to UTF-8 for everything that leaves the server: OPC UA
 /// strings and the log. Table-driven, independent of locale and platform libraries. No state, any
-/// thread; nothing here fails but by lack of memory.
+/// thread; fails only for lack of memory.
 class ToUTF8Converter {
   public:
     /// Every byte has a meaning in CP866, so every text converts. A NUL byte passes through: a
@@ -20,7 +20,7 @@ class ToUTF8Converter {
     /// The bytes as two upper-case hexadecimal digits each, separated by blanks: "8F 20 41".
     [[nodiscard]] static std::string getHexRepresentation(const std::string& bytes);
 
-    /// Hooks for tracing conversions on the bench; they do nothing.
+    /// Logging hooks that do nothing; required by the interface.
     static void logGroupStart(std::size_t length);
     static void logConversion(std::uint8_t byte, std::uint16_t codePoint, const std::string& utf8);
 };

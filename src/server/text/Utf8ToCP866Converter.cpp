@@ -48,7 +48,7 @@ static Decoded decodeSequence(std::string_view utf8) {
     return {};
 }
 
-/// Overlong forms come here with codes below 0x80 and are taken for what they encode.
+/// Overlong forms have codes below 0x80 here and count as the character that they encode.
 static char toCp866(std::uint16_t code) {
     if (code < 0x80) return static_cast<char>(code);
     const auto found = unicodeToCp866().find(code);
@@ -65,7 +65,7 @@ std::string Utf8ToCP866Converter::convertUtf8ToCP866_manual(const std::string& u
         }
         const Decoded decoded = decodeSequence(std::string_view(utf8).substr(i));
         cp866.push_back(decoded.length == 0 ? '?' : toCp866(decoded.code));
-        // After a bad byte the next one is looked at afresh: it may start a good character.
+        // The byte after a bad one may start a valid character.
         i += decoded.length == 0 ? 1 : decoded.length;
     }
     return cp866;

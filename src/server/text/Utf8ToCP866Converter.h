@@ -2,7 +2,7 @@
 
 #include <string>
 
-/// Turns UTF-8 texts written by OPC UA clients into the controller's CP866. Table-driven,
+/// Converts UTF-8 texts written by OPC UA clients to the controller's CP866. Table-driven,
 /// independent of locale and platform libraries. No state, any thread.
 class Utf8ToCP866Converter {
   public:

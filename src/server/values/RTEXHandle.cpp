@@ -14,7 +14,7 @@
 
 namespace {
 
-/// Bytes of a text that travel either way. The 17-byte text of a manual input is cut to it too.
+/// Bytes of a text that are exchanged. The 17-byte text of a manual input is cut to them too.
 constexpr std::size_t kTextBytes = 9;
 
 SVariable address(VariableType type, int tagNumber, int attrNumber) {
@@ -37,7 +37,7 @@ T loadAs(const UTypeValue& bytes) {
 
 template <class T>
 void setScalar(UA_Variant& value, const T& scalar, std::size_t typeIndex) {
-    (void)setOwnScalar(value, scalar, typeIndex);  // without memory the client sees no value
+    (void)setOwnScalar(value, scalar, typeIndex);  // without memory the client gets no value
 }
 
 void setText(UA_Variant& value, const UTypeValue& bytes) {
@@ -87,7 +87,8 @@ SVal tagged(TYPE_VAL type, T scalar) {
     return result;
 }
 
-/// The number of a variant as the database takes it; type `none` when it takes no such type.
+/// The number of a variant as the database accepts it; type `none` when it does not accept the
+/// type.
 SVal numberFrom(const UA_Variant& value) {
     const auto scalar = [&]<class T>(T) { return *static_cast<const T*>(value.data); };
     if (value.type == &UA_TYPES[UA_TYPES_SBYTE]) return tagged(type_char, scalar(UA_SByte{}));
@@ -103,9 +104,9 @@ SVal numberFrom(const UA_Variant& value) {
 }
 
 /// KEPT: the bytes of the text, tagged with the attribute's own type even when that is a number;
-/// the database then takes its first bytes for one.
+/// the database then takes the first bytes for the number. Required by the interface.
 SVal textFrom(const UA_String& text, TYPE_VAL attributeType) {
-    // No more than can matter: a client may send a long text when there is little memory.
+    // Converts no more than can matter, because a client may send a long text when memory is short.
     constexpr std::size_t kMostUtf8Bytes = 3;  // that the converter takes for one byte
     const std::string utf8(reinterpret_cast<const char*>(text.data),
                            std::min(text.length, kTextBytes * kMostUtf8Bytes));
@@ -132,7 +133,7 @@ void RTEXHandle::getValueByAttrNumber(int attrNumber, VariableType type, int tag
 
 void RTEXHandle::setValueByAttrNumber(int attrNumber, VariableType type, int tagNumber,
                                       const UA_Variant& value) {
-    // The library's own check: an empty array has data too, a sentinel that must not be read.
+    // A check of `data` would not do: an empty array has a sentinel there, which must not be read.
     if (!UA_Variant_isScalar(&value)) return;
     CVeskBDSh& db = UARTEXVariable::veskdb;
     SVariable variable = address(type, tagNumber, attrNumber);
@@ -145,7 +146,7 @@ void RTEXHandle::setValueByAttrNumber(int attrNumber, VariableType type, int tag
     const SVal number = numberFrom(value);
     if (number.type_val == none) return;
     if (attrNumber == kindOf(type).currentValueAttribute) variable.num_atr = 0;
-    (void)db.setDat(variable, number);  // the client never learns of a refusal
+    (void)db.setDat(variable, number);  // the client is not informed of a refusal
 }
 
 UA_StatusCode RTEXHandle::qualityConvertFromDA(unsigned quality) {

@@ -23,7 +23,7 @@ UA_StatusCode qualityConvertFromDA(unsigned quality) {
 }
 
 UA_DateTime timevalToUaDateTime(const timeval& time) {
-    // Unsigned: what foreign memory holds may overflow, which wraps then.
+    // Unsigned, so that any contents of shared memory wrap instead of overflowing.
     const auto ticks = static_cast<UA_UInt64>(time.tv_usec) * kTicksPerMicrosecond +
                        static_cast<UA_UInt64>(time.tv_sec) * kTicksPerSecond + kUnixEpoch;
     return static_cast<UA_DateTime>(ticks);

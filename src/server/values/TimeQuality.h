@@ -3,7 +3,7 @@
 #include <open62541/types.h>
 #include <sys/time.h>
 
-// Times and qualities of the controller as OPC UA has them. Pure functions, any thread.
+// Converts the controller's times and qualities to those of OPC UA. Pure functions, any thread.
 
 /// Status for an OPC DA quality word. Only the bits 0xC0 count: 0xC0 Good, 0x40 and 0x80 Uncertain,
 /// 0 Bad; sub-status and limit bits are dropped.

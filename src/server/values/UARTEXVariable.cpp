@@ -2,8 +2,8 @@
 
 #include "server/diagnostics/ProcessSize.h"
 
-// The process-wide objects of this folder. The objects of the list use the database until they go,
-// so it is made before them and outlives them.
+// The process-wide objects of this folder. The objects of the list use the database until they are
+// destroyed, so it is defined before the list.
 CVeskBDSh UARTEXVariable::veskdb{0};
 std::once_flag UARTEXVariable::loaded_;
 std::vector<std::unique_ptr<UARTEXVariable>> rtexvariable;

@@ -16,8 +16,8 @@
 /// and kind, and live in `rtexvariable` until the process ends.
 class UARTEXVariable {
   public:
-    /// Loads the database when it is the first object of the process. Without a database process
-    /// that ends the process (see CVeskBDSh::LoadBD).
+    /// The first object of the process loads the database, which ends the process if there is no
+    /// database process (see CVeskBDSh::LoadBD).
     UARTEXVariable();
     UARTEXVariable(const UARTEXVariable&) = delete;
     UARTEXVariable& operator=(const UARTEXVariable&) = delete;
@@ -26,8 +26,8 @@ class UARTEXVariable {
     /// others.
     virtual int getRVType() const;
 
-    /// Binds the object to a variable: copies its designation out of the passport record, which
-    /// must be one of this kind. Null is ignored.
+    /// Binds the object to a variable: copies its designation from the passport record, which must
+    /// be of this kind. Null is ignored.
     virtual void createVarObj(CVeskBDSh& db, void* passport) = 0;
 
     virtual ~UARTEXVariable() = default;
@@ -50,8 +50,9 @@ class UARTEXVariable {
     /// "VA.7.A": the caller appends the attribute number.
     virtual std::string getNodeId(int number) = 0;
 
-    /// Binds the last object of `rtexvariable` (which the caller has just appended) to database
-    /// variable `number`, from 1. Returns 0, or 1 when there is no such variable.
+    /// Despite its name it binds: the last object of `rtexvariable`, which the caller has just
+    /// appended, to database variable `number`, from 1. Returns 0, or 1 when there is no such
+    /// variable.
     virtual int getCountVarFormObj(int number) = 0;
 
     /// The configured attributes of the object's type, see configuredAttributes.
@@ -60,7 +61,8 @@ class UARTEXVariable {
                                                  std::string mode, int groupNumber,
                                                  const std::map<int, int>& groupMap) = 0;
 
-    // Set by the tree builder for each node that it makes; afterwards they hold the last ones.
+    // The tree builder sets them for each node that it makes; afterwards they hold those of the
+    // last node.
     virtual void setIdTag(int number) = 0;
     virtual void setIdAttr(int number) = 0;
     virtual int getIdTag() const = 0;

@@ -46,11 +46,11 @@ int VariableOfKind::getCountVarFormObj(int number) {
     if (table == nullptr || number < 0 || number > UINT16_MAX) return 1;
     void* passport = table->getAdrPasp(static_cast<std::uint16_t>(number));
     if (passport == nullptr || rtexvariable.empty()) return 1;
-    // In the place of a type without variables stands the next one's table, be it an array of plain
-    // values: those hold no designation, and behind the last one may be the end of the segment.
+    // If a type has no variables, the next type's table is in its place, possibly an array of plain
+    // values. These have no designation, and reading one could go beyond the end of the segment.
     if (table->typeAt() > kDescribedTypeCount) return 0;
-    // KEPT: the last object of the list is bound, which is this one only because start-up has just
-    // appended it.
+    // KEPT: this binds the last object of the list, which is this object only because start-up has
+    // just appended it. Required by the interface.
     rtexvariable.back()->createVarObj(veskdb, passport);
     return 0;
 }

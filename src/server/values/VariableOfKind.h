@@ -38,7 +38,7 @@ class VariableOfKind : public UARTEXVariable {
     const std::string& getNameCp866() const { return nameCp866_; }
 
   private:
-    // What a read touches comes first, so that it is one line of the processor's cache.
+    // Members that a read uses come first, so that they are close together in memory.
     const VariableKind& kind_;
     const VariableType type_;
     int idTag_ = 0;          // main thread; constant after start-up

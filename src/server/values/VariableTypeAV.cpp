@@ -3,7 +3,7 @@
 #include <cstdio>
 #include <exception>
 
-// KEPT: only this kind guards its binding.
+// KEPT: only this kind guards its binding. Required by the interface.
 int VariableTypeAV::getCountVarFormObj(int number) {
     if (rtexvariable.empty()) {
         std::fputs("AV: the list of variables is empty, createVarObj cannot be called\n", stderr);
