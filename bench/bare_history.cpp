@@ -12,7 +12,7 @@
 namespace bench {
 namespace {
 
-// What the backend has; set before the server runs.
+// The backend's values; set before the server runs.
 std::vector<float>& archive() {
     static std::vector<float> values;
     return values;

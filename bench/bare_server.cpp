@@ -1,4 +1,4 @@
-// The yardstick of bench/run: what the OPC UA library alone costs. A server with the node ids,
+// The baseline of bench/run: the cost of the OPC UA library alone. A server with the node ids,
 // names, texts and references of the operative tree's analog inputs, whose values are floats in an
 // array.
 #include <cstddef>
@@ -20,13 +20,13 @@ namespace {
 
 struct Attribute {
     std::string name;    // UTF-8
-    std::string number;  // decimal, as it stands in the node id
+    std::string number;  // decimal, as in the node id
 };
 
 struct Options {
     std::uint16_t port = kFirstPort;
     std::size_t tags = 0;
-    std::size_t changeEvery = 0;  // the values of each such tag change; 0: of none
+    std::size_t changeEvery = 0;  // every such tag changes its values; 0: none
     std::vector<Attribute> attributes;
     bool writable = false;
     std::size_t pens = 0;       // historical nodes
@@ -51,8 +51,8 @@ UA_LocalizedText localized(const char* locale, const std::string& s) {
     return {UA_STRING(const_cast<char*>(locale)), text(s)};
 }
 
-/// Read callback: the least that a server with values of its own can do. Status and source time are
-/// constants but present, so that the answers are as long on the wire as those of the other server.
+/// Read callback: the minimum for a server with its own values. Status and source time are constant
+/// but present, so that the answers are as long on the wire as those of the other server.
 UA_StatusCode readFloat(UA_Server*, const UA_NodeId*, void*, const UA_NodeId*, void* nodeContext,
                         bool, const UA_NumericRange*, UA_DataValue* value) noexcept {
     value->hasValue = true;
@@ -63,8 +63,8 @@ UA_StatusCode readFloat(UA_Server*, const UA_NodeId*, void*, const UA_NodeId*, v
     return UA_Variant_setScalarCopy(&value->value, nodeContext, &UA_TYPES[UA_TYPES_FLOAT]);
 }
 
-/// A value that differs from what was read before. That it changes costs one addition, so that the
-/// comparison with a server whose values another process changes is not in that one's favour.
+/// A value that differs at every read. The change costs only one addition, so the comparison does
+/// not favour the server whose values another process changes.
 UA_StatusCode readChanging(UA_Server* server, const UA_NodeId* sessionId, void* sessionContext,
                            const UA_NodeId* nodeId, void* nodeContext, bool sourceTime,
                            const UA_NumericRange* range, UA_DataValue* value) noexcept {
@@ -91,7 +91,7 @@ class BareServer {
     BareServer& operator=(const BareServer&) = delete;
     ~BareServer() { UA_Server_delete(server_); }
 
-    /// Makes the server and its tree. The status of the first call that failed.
+    /// Makes the server and its tree. @return the status of the first call that failed
     [[nodiscard]] UA_StatusCode build();
     /// Serves until SIGINT.
     [[nodiscard]] UA_StatusCode run() { return UA_Server_runUntilInterrupt(server_); }

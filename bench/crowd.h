@@ -11,12 +11,12 @@
 
 namespace bench {
 
-/// What came of it, counted by all threads.
+/// The results, counted by all threads.
 struct CrowdTally {
     std::atomic<std::size_t> subscribers{0};      // that got their items
     std::atomic<std::size_t> values{0};           // notified to them
     std::atomic<std::size_t> lostSubscribers{0};  // that the server disconnected
-    std::atomic<std::size_t> readValues{0};       // by those who read as fast as they can
+    std::atomic<std::size_t> readValues{0};       // by clients that read as fast as they can
     std::atomic<std::size_t> lostReaders{0};      // the slow ones among them
     std::atomic<std::size_t> reconnects{0};
     std::atomic<std::size_t> refusedReconnects{0};
@@ -33,18 +33,17 @@ struct CrowdPlan {
     CrowdTally& tally;
 };
 
-// Each stays with the server until the plan is over; what the server does to one of these clients,
-// it must not survive here.
+// Each function runs until the plan is over, whatever the server does to its clients.
 
 /// Sessions with their subscriptions, as SCADA clients have them: a value a second.
 void runSubscribers(const CrowdPlan& plan);
 /// Reads of 1000 values with ten requests outstanding.
 void readFast(const CrowdPlan& plan);
-/// Reads that are asked for at once and taken one every tenth of a second.
+/// Reads that are requested at once and whose answers are taken one every tenth of a second.
 void readSlowly(const CrowdPlan& plan);
 /// Clients that ask for megabytes and read none of them.
 void readNothing(const CrowdPlan& plan);
-/// Connects, opens a session, reads one value; leaves every other time without closing anything.
+/// Connects, opens a session, reads one value; every other time leaves without closing anything.
 void reconnect(const CrowdPlan& plan);
 /// Connections that stop somewhere in their greeting.
 void leaveHalfOpen(const CrowdPlan& plan);

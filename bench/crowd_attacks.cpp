@@ -48,7 +48,7 @@ int connectAndSend(std::uint16_t port, std::string_view bytes) {
     address.sin_family = AF_INET;
     address.sin_port = htons(port);
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    // What comes of it is up to the server.
+    // The server decides what to do with it.
     if (::connect(fd, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0)
         (void)::send(fd, bytes.data(), bytes.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
     return fd;
@@ -59,7 +59,7 @@ int connectAndSend(std::uint16_t port, std::string_view bytes) {
 constexpr int kAnswerMs = 5;
 constexpr std::size_t kMessagesPerSession = 50;
 
-/// Changes of some bytes, the same in every run.
+/// Changes some bytes, the same ones in every run.
 class Mutator {
   public:
     void mutate(std::vector<std::byte>& message) {
@@ -97,7 +97,7 @@ void sendSome(const CrowdPlan& plan, Mutator& mutator) {
             RawResponse answer;
             (void)connection.nextResponse(answer, kAnswerMs);
         }
-    } catch (const UaError&) {  // as it should be
+    } catch (const UaError&) {  // expected
     }
     connection.abandon();
 }

@@ -18,7 +18,7 @@ constexpr std::size_t kAskedAtOnce = 100;  // by a slow one: 4 MB of answers
 constexpr auto kSlowPause = std::chrono::milliseconds(100);
 constexpr int kTimeoutMs = 200;
 
-/// Keeps so many reads outstanding and takes the answers, with a pause after each.
+/// Keeps `outstanding` reads outstanding and takes the answers, with a pause after each.
 void keepReading(const CrowdPlan& plan, std::size_t outstanding, std::chrono::milliseconds pause) {
     UaConnection connection(plan.port);
     const PreparedRequest read =
@@ -35,7 +35,7 @@ void keepReading(const CrowdPlan& plan, std::size_t outstanding, std::chrono::mi
     connection.abandon();
 }
 
-/// Again and again, should the server disconnect the reader.
+/// Reconnects if the server disconnects the reader.
 void readUntilOver(const CrowdPlan& plan, std::size_t outstanding,
                    std::chrono::milliseconds pause) {
     while (!plan.over) {

@@ -31,7 +31,7 @@ class Subscriber {
     Subscriber& operator=(const Subscriber&) = delete;
     ~Subscriber() { connection_.abandon(); }
 
-    /// Takes what has arrived; the number of values in it.
+    /// Takes what has arrived. @return the number of values in it
     std::size_t receive() {
         std::size_t values = 0;
         while (const std::size_t more = subscriptions_.front()->receive(0))
@@ -40,7 +40,7 @@ class Subscriber {
     }
 
   private:
-    /// Items of the nodes from `first` on; behind the last comes the first again.
+    /// Items for the nodes from `first` on; after the last node comes the first again.
     void addItems(const CrowdPlan& plan, std::size_t items, std::size_t first) {
         while (items != 0) {
             const std::size_t at = first % plan.nodes.size();

@@ -17,9 +17,9 @@
 namespace {
 
 using namespace std::chrono_literals;
-using Clock = std::chrono::steady_clock;  // CLOCK_MONOTONIC, as the caller's
+using Clock = std::chrono::steady_clock;  // CLOCK_MONOTONIC, like the caller's clock
 
-// The first service after the session: any server has this array.
+// The first service after the session is open; every server has this array.
 void readNamespaceArray(bench::UaConnection& connection) {
     bench::Owned<UA_ReadRequest> request(UA_TYPES_READREQUEST);
     request->nodesToRead = UA_ReadValueId_new();

@@ -14,8 +14,8 @@ struct Target {
 
 struct LoadTimes {
     double seconds = 2.0;       // for each server
-    double sliceSeconds = 0.1;  // at a stretch, before the next server has its turn
-    std::size_t requests = 0;   // when not 0, each server answers so many, whatever time it takes
+    double sliceSeconds = 0.1;  // without interruption, before the next server has its turn
+    std::size_t requests = 0;   // if not 0, each server answers this many, however long it takes
 };
 
 struct ReadLoad {
@@ -37,7 +37,7 @@ struct WriteLoad {
 };
 
 struct WaitLoad {
-    std::size_t pens = 10;   // read in one request, again and again; 0 reads no history
+    std::size_t pens = 10;   // read in one request, repeatedly; 0 reads no history
     std::size_t silent = 0;  // connections that ask for megabytes and read none of them
     double seconds = 5.0;
 };
@@ -46,7 +46,7 @@ struct SubscribeLoad {
     std::size_t items = 10'000;
     double seconds = 5.0;
     std::size_t changes =
-        0;  // when not 0, until so many changed values came, whatever time it takes
+        0;  // if not 0, until this many changed values arrived, however long it takes
 };
 
 /// The client whose waits count: 100 values every 50 ms, and 500 items at 500 ms.
@@ -64,15 +64,15 @@ struct CrowdLoad {
 // The commands of bench_load_client. Each prints one JSON object on standard output and throws
 // UaError or std::runtime_error when it cannot measure.
 
-/// Values that each server delivers while requests always wait for it, reading the tree's variables
-/// in turn. The servers take turns slice by slice, so that what else happens on the machine meets
-/// all alike.
+/// Values that each server delivers while requests are always waiting, reading the tree's variables
+/// in turn. The servers take turns slice by slice, so that the machine's other load affects all of
+/// them equally.
 void loadReads(const std::vector<Target>& targets, const ReadLoad& load);
 
-/// As loadReads, raw history reads of one pen each.
+/// As loadReads, with raw history reads of one pen each.
 void loadHistory(const std::vector<Target>& targets, const HistoryLoad& load);
 
-/// As loadReads, writes of floats.
+/// As loadReads, with writes of floats.
 void loadWrites(const std::vector<Target>& targets, const WriteLoad& load);
 
 /// How long live reads and notifications wait for a server whose history is read at the same time,
@@ -84,11 +84,11 @@ void measureWaits(const Target& target, const WaitLoad& load);
 void measureOrdinary(const Target& target, const OrdinaryLoad& load);
 
 /// Everything at once, until standard input ends. Prints "ready" when all subscribers have their
-/// first values, and at the end what came of it.
+/// first values, and the results at the end.
 void runCrowd(const Target& target, const CrowdLoad& load);
 
-/// Processor time that a server spends on subscriptions of at most 10 000 items each, every one
-/// with a session of its own, once the first values have been sent.
+/// Processor time that a server spends on subscriptions of at most 10 000 items, each in its own
+/// session, once the first values were sent.
 void loadSubscription(const Target& target, const SubscribeLoad& load);
 
 }  // namespace bench

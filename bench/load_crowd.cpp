@@ -37,7 +37,8 @@ void print(const CrowdTally& tally) {
     std::printf("{%s}\n", text.c_str());
 }
 
-/// Until the caller closes standard input. Says meanwhile when all subscribers have their items.
+/// Waits until the caller closes standard input. Prints meanwhile when all subscribers have their
+/// items.
 void awaitEnd(const CrowdTally& tally, std::size_t sessions) {
     bool ready = false;
     pollfd input{STDIN_FILENO, POLLIN, 0};

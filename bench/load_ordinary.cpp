@@ -26,10 +26,11 @@ constexpr std::size_t kReadNodes = 100;
 constexpr auto kReadEvery = 50ms;
 constexpr std::size_t kItems = 500;
 constexpr double kPublishEveryMs = 500;
-constexpr int kSilenceMs = 30'000;  // a server that sends nothing for so long has lost the client
+constexpr int kSilenceMs = 30'000;  // a server that is silent for this long has lost the client
 
-/// What an operator's client meets: each read from the moment at which it was due, and of that time
-/// the part in which the server ran, for whomever: the rest is the machine's.
+/// The waits of an operator's client: each read is measured from the moment at which it was due,
+/// and also the part of that time in which the server ran, for any client; the rest is up to the
+/// machine.
 struct ReadWaits {
     Waits asSeen;
     Waits serverRan;
@@ -68,7 +69,7 @@ void timeReads(const Target& target, std::span<const UA_NodeId> nodes, Clock::ti
     }
 }
 
-/// Lateness of the notifications, of which each has a value: one of the items is the time.
+/// Lateness of the notifications. Each has a value, because one of the items is the time.
 void timeNotifications(const Target& target, std::span<const UA_NodeId> nodes,
                        Clock::time_point end, Waits& waits) {
     UaConnection connection(target.port);

@@ -15,8 +15,8 @@ namespace {
 
 constexpr std::size_t kItemsPerRequest = 1000;
 constexpr std::size_t kItemsPerSession = 10'000;  // servers limit what one session may have
-constexpr int kSilenceMs = 30'000;                // no server keeps its keep-alive back that long
-constexpr double kSettleSeconds = 1;  // messages of the first sessions wait until the last is there
+constexpr int kSilenceMs = 30'000;                // longer than any server's keep-alive interval
+constexpr double kSettleSeconds = 1;  // messages of the first sessions wait until the last is open
 constexpr int kTurnMs = 20;  // one session is waited for while the others' messages pile up
 
 /// A session with one subscription.
@@ -62,7 +62,7 @@ Subscribers subscribe(std::uint16_t port, std::size_t items) {
     return subscribers;
 }
 
-/// Everything that has arrived, waiting a moment for the first; the number of values in it.
+/// Takes everything that has arrived, waiting a moment for the first. @return the number of values
 std::size_t receiveAll(const Subscribers& subscribers) {
     std::size_t values = 0;
     int waitMs = kTurnMs;

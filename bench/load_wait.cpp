@@ -28,14 +28,14 @@ using Seconds = std::chrono::duration<double>;
 constexpr auto kReadEvery = 2ms;
 constexpr int kSilenceMs = 30'000;
 
-/// The end of a measurement that begins now. Each thread takes it when it is connected: that may
-/// take longer than a short measurement.
+/// The end of a measurement that begins now. Each thread determines it when it is connected,
+/// because connecting may take longer than a short measurement.
 Clock::time_point endAfter(Seconds length) {
     return Clock::now() + std::chrono::duration_cast<Clock::duration>(length);
 }
 
-/// A read every two milliseconds, whether the one before was answered or not: each waits from the
-/// moment at which it was due.
+/// A read every two milliseconds, whether the one before was answered or not. Each is measured from
+/// the moment at which it was due.
 void timeReads(std::uint16_t port, Seconds length, Waits& waits) {
     UaConnection connection(port);
     const PreparedRequest read = prepareTimeRead(connection, 1);
@@ -75,7 +75,7 @@ void timeNotifications(std::uint16_t port, Seconds length, Waits& waits) {
     }
 }
 
-/// Reads of all pens, one after the other without a pause; the time that each took.
+/// Reads of all pens, one after the other without a pause, and the time of each.
 void readPens(std::uint16_t port, std::size_t pens, Seconds length, Waits& waits) {
     UaConnection connection(port);
     const PreparedRequest read = prepareHistoryRead(connection, 1, pens);

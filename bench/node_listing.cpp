@@ -85,8 +85,7 @@ std::vector<UA_NodeId> NodeListing::browse(UaConnection& connection,
     std::vector<UA_NodeId> children;
     for (std::size_t i = 0; i < parents.size(); ++i) {
         UA_BrowseResult& result = response->results[i];
-        // A session has few continuation points; this one's turn comes when the others are given
-        // back.
+        // A session has few continuation points; this node is retried when the others are released.
         if (result.statusCode == UA_STATUSCODE_BADNOCONTINUATIONPOINTS && parents.size() > 1) {
             const auto late = browse(connection, {parents[i]});
             children.insert(children.end(), late.begin(), late.end());

@@ -9,7 +9,7 @@ namespace bench {
 
 class UaConnection;
 
-/// What a server publishes below the Objects folder, its own Server object left out.
+/// What a server publishes below the Objects folder, without its own Server object.
 class NodeListing {
   public:
     /// Browses the whole tree; throws UaError.
@@ -21,12 +21,12 @@ class NodeListing {
     /// One line for each reference: parent, type of reference, target with names, class and type.
     /// Sorted, so that two servers can be compared.
     const std::vector<std::string>& lines() const { return lines_; }
-    /// Node ids of the variables, tag after tag as servers make them; the listing keeps them.
+    /// Node ids of the variables, tag after tag as servers make them; owned by the listing.
     const std::vector<UA_NodeId>& variables() const { return variables_; }
 
   private:
     std::vector<UA_NodeId> browse(UaConnection& connection, const std::vector<UA_NodeId>& parents);
-    /// Adds what a result names, and what follows where the answer was cut.
+    /// Adds the references of a result, and the rest if the answer was cut.
     void addAll(UaConnection& connection, const UA_NodeId& parent, UA_BrowseResult& result,
                 std::vector<UA_NodeId>& children);
     void add(const UA_NodeId& parent, UA_ReferenceDescription& reference,
@@ -37,7 +37,7 @@ class NodeListing {
     std::vector<UA_NodeId> inner_;  // browsed objects, owned
 };
 
-/// A node id as the standard writes it, "ns=1;s=...".
+/// A node id in the standard's notation, "ns=1;s=...".
 std::string nodeIdText(const UA_NodeId& id);
 
 }  // namespace bench

@@ -30,7 +30,7 @@ inline ProcessTime processTime(int pid) {
     return total;
 }
 
-/// A stretch of wall time, and what a process did in it. All in seconds.
+/// A period of wall-clock time, and what a process did in it. All in seconds.
 class ProcessWindow {
   public:
     explicit ProcessWindow(int pid) : pid_(pid), begin_(processTime(pid)) {}
@@ -38,7 +38,7 @@ class ProcessWindow {
     double elapsed() const {
         return std::chrono::duration<double>(Clock::now() - beginTime_).count();
     }
-    /// `elapsed`, `running` and `waiting` up to now as the members of a JSON object.
+    /// `elapsed`, `running` and `waiting` up to now, as members of a JSON object.
     std::string json() const {
         const ProcessTime now = processTime(pid_);
         return R"("seconds": )" + std::to_string(elapsed()) + R"(, "running": )" +

@@ -10,7 +10,7 @@ namespace bench {
 /// A read of the values of these nodes, with their source times.
 PreparedRequest prepareRead(UaConnection& connection, std::span<const UA_NodeId> nodes);
 
-/// A read of the server's time, so many times in one request.
+/// A read of the server's time, `times` times in one request.
 PreparedRequest prepareTimeRead(UaConnection& connection, std::size_t times);
 
 }  // namespace bench

@@ -11,13 +11,13 @@
 namespace bench {
 namespace {
 
-// So many that the server has work while the client's core is busy with something else for a
-// moment.
+// Enough requests that the server has work even while the client's core is briefly busy with
+// something else.
 std::size_t outstandingFor(std::size_t valuesPerRequest) {
     return std::clamp<std::size_t>(10'000 / valuesPerRequest, 10, 500);
 }
 
-/// One server under load, and what it has delivered slice by slice.
+/// One server under load, and what it delivered in each slice.
 class LoadedServer {
   public:
     LoadedServer(const Target& target, const std::function<Workload(UaConnection&)>& prepare)
@@ -26,7 +26,7 @@ class LoadedServer {
     }
 
     void runSlice(double seconds);
-    /// Until so many requests were answered.
+    /// Runs until this many requests were answered.
     void runRequests(std::size_t requests);
     /// The results as a JSON object.
     std::string json() const;
@@ -46,7 +46,7 @@ class LoadedServer {
     std::string slices_;
 };
 
-/// Sends every request once, has every answer looked at, and keeps its length.
+/// Sends every request once, checks every answer, and keeps its length.
 void LoadedServer::rehearse() {
     for (const PreparedRequest& request : work_.requests) {
         const std::uint32_t id = connection_.post(request);
@@ -129,7 +129,7 @@ void loadSaturating(const std::vector<Target>& targets, const LoadTimes& times,
         for (const auto& server : servers) {
             server->runSlice(times.sliceSeconds);
         }
-        std::reverse(servers.begin(), servers.end());  // A B B A: nobody always comes first
+        std::reverse(servers.begin(), servers.end());  // A B B A: neither always comes first
     }
     std::string results;
     for (const auto& server : servers) {

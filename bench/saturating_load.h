@@ -9,17 +9,17 @@
 
 namespace bench {
 
-/// What a server is asked again and again.
+/// The requests that are sent to a server repeatedly.
 struct Workload {
     std::vector<PreparedRequest> requests;
     std::size_t valuesPerRequest = 0;
-    /// Looks at the answer of each request once, before the measurement; throws UaError.
+    /// Checks the answer of each request once, before the measurement; throws UaError.
     std::function<void(const RawResponse&)> check;
 };
 
-/// Values that each server delivers while requests always wait for it. The servers take turns slice
-/// by slice, so that what else happens on the machine meets all alike. Answers are not decoded
-/// while it is measured, but each must be as long as the one that was checked. Prints one JSON
+/// Values that each server delivers while requests are always waiting. The servers take turns slice
+/// by slice, so that the machine's other load affects all of them equally. Answers are not decoded
+/// during the measurement, but each must be as long as the one that was checked. Prints one JSON
 /// object.
 /// @param prepare  makes the workload of one server over its own connection
 void loadSaturating(const std::vector<Target>& targets, const LoadTimes& times,

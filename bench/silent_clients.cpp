@@ -18,7 +18,7 @@ constexpr std::size_t kUnreadAnswers = 1000;  // of each silent client, 1000 val
 // it.
 constexpr auto kReplacedAfter = std::chrono::seconds(61);
 
-/// Asks for much and reads nothing; comes again when it was disconnected, or must have been.
+/// Requests much and reads nothing; reconnects when it was disconnected, or must have been.
 class SilentClient {
   public:
     explicit SilentClient(std::uint16_t port) : port_(port) {}

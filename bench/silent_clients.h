@@ -6,8 +6,8 @@
 
 namespace bench {
 
-/// Keeps so many clients connected that ask for megabytes and read none of them, until it is over.
-/// The server disconnects each after a minute, and another one comes then.
+/// Keeps `connections` clients connected that request megabytes and read nothing, until `over` is
+/// set. The server disconnects each after a minute, and another one then replaces it.
 void askWithoutReading(std::uint16_t port, std::size_t connections, const std::atomic_bool& over);
 
 }  // namespace bench

@@ -8,11 +8,11 @@
 
 namespace bench {
 
-/// A subscription that takes a connection for itself once it publishes. Where a connection has
+/// A subscription that uses a connection exclusively once it publishes. If a connection has
 /// several, one of them publishes for all.
 class Subscription {
   public:
-    /// @param intervalMs  wanted publishing interval; 0 is the shortest that the server gives
+    /// @param intervalMs  requested publishing interval; 0 is the shortest that the server grants
     explicit Subscription(UaConnection& connection, double intervalMs = 0);
 
     double intervalMs() const { return intervalMs_; }
@@ -21,8 +21,8 @@ class Subscription {
     void add(std::span<const UA_NodeId> nodes);
     /// From now on publish requests are outstanding; no other service may be called.
     void startPublishing();
-    /// Takes one notification message or keep-alive; the number of values in it. `deadlineMs` from
-    /// now at most; 0 when nothing came.
+    /// Takes one notification message or keep-alive, waiting at most `deadlineMs`.
+    /// @return the number of values in it, 0 if nothing came
     std::size_t receive(int deadlineMs);
 
   private:

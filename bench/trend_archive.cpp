@@ -1,6 +1,6 @@
-// What the stand-in's archive of trends costs a controller's flash memory, and how long reads take:
-// the sample's pens of the simulated boiler house, a cycle each 100 ms and a commit each second as
-// zrtsim makes them, without the waiting in between.
+// What the stand-in's trend archive writes to a controller's flash memory, and how long reads take:
+// the sample's pens of the simulated boiler house, with a cycle every 100 ms and a commit every
+// second as in zrtsim, but without waiting in between.
 #include <sys/time.h>
 
 #include <CLI/CLI.hpp>
@@ -32,7 +32,7 @@ constexpr std::int64_t kFirstSecond = 1'767'225'600;  // 2026-01-01
 constexpr int kSecondsPerHour = 3600;
 constexpr int kSecondsPerDay = 86'400;
 
-/// An installation folder of its own, gone at the end.
+/// An installation folder of its own, removed at the end.
 class Folder {
   public:
     explicit Folder(const std::string& parent) {
@@ -43,7 +43,7 @@ class Folder {
         setenv("VESKPATH", path.c_str(), 1);
     }
     ~Folder() {
-        std::error_code ignored;  // a leftover harms nobody
+        std::error_code ignored;  // a leftover does no harm
         std::filesystem::remove_all(path, ignored);
     }
     Folder(const Folder&) = delete;
@@ -69,7 +69,7 @@ struct Written {
     static Written now() { return {ioCounter("wchar"), ioCounter("write_bytes")}; }
 };
 
-/// Lets the house live through the hours and records it.
+/// Runs the house through these hours and records it.
 void record(const trends::Definitions& definitions, int hours) {
     constexpr int kCyclesPerSecond = 10;
     const sim::DatabaseArrays house({80, 12, 24, 60, 24, 10, 10, 10, 20, 20, 20});

@@ -132,7 +132,7 @@ void UaConnection::hello(const std::string& url) {
     append(out_, static_cast<std::uint32_t>(url.size()));
     append(out_, std::string_view(url));
     Chunk chunk;
-    (void)nextChunk(chunk, -1);  // without a time limit it returns or throws
+    (void)nextChunk(chunk, -1);  // without a time limit it returns a chunk or throws
     if (chunk.type != "ACK") throw UaError("the server refused the connection");
     maxChunk_ = std::min(kLargestChunk, numberAt(chunk.bytes, kMessageHeader + 4));
     if (maxChunk_ <= kSymmetricHeader) throw UaError("the server's receive buffer is too small");
@@ -333,7 +333,7 @@ bool UaConnection::nextChunk(Chunk& chunk, int timeoutMs) {
 }
 
 void UaConnection::receive() {
-    // What is left over is a part of one chunk, so a whole one always fits.
+    // The remaining bytes are part of one chunk, so a whole one always fits.
     std::memmove(in_.data(), in_.data() + inTaken_, inEnd_ - inTaken_);
     inEnd_ -= inTaken_;
     inTaken_ = 0;

@@ -19,7 +19,7 @@ class UaError : public std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
-/// An OPC UA structure of the library that is cleared at the end of its scope.
+/// An OPC UA structure that is cleared at the end of its scope.
 template <class T>
 class Owned {
   public:
@@ -59,10 +59,10 @@ class UaConnection {
     explicit UaConnection(std::uint16_t port);
     UaConnection(const UaConnection&) = delete;
     UaConnection& operator=(const UaConnection&) = delete;
-    /// Closes the session as far as the server still answers.
+    /// Closes the session if the server still answers.
     ~UaConnection();
 
-    /// Sends a request and waits for its answer; none other may be outstanding. A bad service
+    /// Sends a request and waits for its answer; no other request may be outstanding. A bad service
     /// result throws.
     template <class Request, class Response>
     void call(Owned<Request>& request, Owned<Response>& response) {
@@ -78,16 +78,16 @@ class UaConnection {
         return encode(&*request, request.type());
     }
 
-    /// Queues a request; flush() or nextResponse() sends it. The id that its answer will carry.
+    /// Queues a request; flush() or nextResponse() sends it. @return the id that its answer will
+    /// have
     std::uint32_t post(const PreparedRequest& request);
     /// Writes what the socket takes of the queue, without waiting.
     void flush();
-    /// The next answer; waits, sending what is queued meanwhile. `timeoutMs` -1 waits for ever, 0
-    /// takes what has arrived. False when the time is over.
+    /// The next answer; waits, and sends what is queued meanwhile. With `timeoutMs` -1 it waits
+    /// forever, with 0 it takes what has arrived. @return false when the time is over
     bool nextResponse(RawResponse& response, int timeoutMs = -1);
 
-    /// Ends the connection without a word; the session stays with the server. Nothing may be called
-    /// afterwards.
+    /// Drops the connection; the server keeps the session. Nothing may be called afterwards.
     void abandon();
 
     /// Decodes an answer; one of another type (a ServiceFault) or with a bad service result throws.

@@ -1,5 +1,6 @@
-// Changes float attributes of analog inputs in a controller's database, as a plant of which
-// everything moves would; zrtsim --frozen made it. Started by bench/run and bench/instructions.
+// Changes float attributes of analog inputs in a controller's database, like a plant in which
+// everything moves. The database was made by zrtsim --frozen. Started by bench/run and
+// bench/instructions.
 #include <chrono>
 #include <csignal>
 #include <cstddef>

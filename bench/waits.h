@@ -15,7 +15,7 @@ class Waits {
     void add(double ms) { ms_.push_back(ms); }
     bool empty() const { return ms_.empty(); }
 
-    /// Number, quantiles and the longest as a JSON object. Throws UaError when there are none.
+    /// Number, quantiles and longest wait as a JSON object. Throws UaError if there are none.
     std::string json() {
         std::sort(ms_.begin(), ms_.end());
         return R"({"count": )" + std::to_string(ms_.size()) + R"(, "p50": )" + quantile(0.5) +

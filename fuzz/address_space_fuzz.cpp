@@ -1,5 +1,5 @@
-// Configurations of any content, up to the nodes that they give: parsed, checked, and built over a
-// small database and trend system as the server's start does.
+// Configurations of any content, up to the resulting nodes: parsed, checked, and built over a small
+// database and trend system as in the server's start.
 
 #include <open62541/server.h>
 
@@ -18,8 +18,8 @@
 #include "server/values/VariableTypeVD.h"
 #include "tests/support/controller_database.h"
 
-// The server keeps contexts for ever; here each input's are given back, and the address sanitizer
-// sees the use of one that is gone.
+// The server keeps contexts forever; here they are freed after each input, so that the address
+// sanitizer detects the use of a freed one.
 void* VarContext::operator new(std::size_t size) {
     return ::operator new(size);
 }
@@ -65,7 +65,7 @@ void buildTrees() {
     }
 }
 
-/// Everything that was built hangs below one of these.
+/// Everything that was built is below one of these.
 void removeTrees() {
     for (const UA_UInt32 folder : {8U, 6U, 7U})
         static_cast<void>(UA_Server_deleteNode(

@@ -1,5 +1,5 @@
-// Attribute description files with any contents: reading ends with what stands before the first
-// fault, and every attribute that is left lies inside its record.
+// Attribute description files with any contents: reading returns what precedes the first fault, and
+// every attribute read is inside its record.
 //
 // An input is both files: uint16 length of offatrs.dat, its bytes, and atributs.dat for the rest.
 

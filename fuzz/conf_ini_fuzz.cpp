@@ -12,7 +12,7 @@ static void requireKeys(IniFile& file) {
     }
 }
 
-/// What the journal and the server take from the file can be worked with.
+/// The values that the journal and the server take from the file are usable.
 static void requireSettings(const std::string& path) {
     SRolIniFileSettings settings = RolReadSettings(path.c_str());
     RolCorrectSettings(settings);

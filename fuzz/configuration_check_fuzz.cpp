@@ -1,4 +1,4 @@
-// Configurations of any content: opcuacheck ends, and takes the file apart as its reader does.
+// Configurations of any content: opcuacheck ends, and parses the file as its reader does.
 
 #include <sstream>
 
@@ -11,7 +11,7 @@
 
 using namespace opcuacheck;
 
-/// Every loaded value stands in the line that the checker names for it. Names with a line feed come
+/// Every loaded value is in the line that the checker names for it. Names with a line feed come
 /// from an unclosed heading, which is reported as such.
 static void requireSameEntries(const ConfigFile& file, const ServerView& view) {
     for (const auto& heading : file.headings()) {

@@ -13,7 +13,7 @@ static void requireAccepted(const std::string& path, const Section& section, std
 
         const auto line = findLineNumber(path, key);
         require(line >= 1 && line <= lines + 1);
-        // Every line is found once. Those of other entries, and no line, are passed over with them.
+        // Every line is found once. Numbers that are not lines must not matter.
         std::vector<std::int32_t> used{-1, 0, lines + 1};
         require(findLineNumberParam(path, key, used) == line);
         require(findLineNumberParam(path, key, used) > line || line == lines + 1);
@@ -22,8 +22,8 @@ static void requireAccepted(const std::string& path, const Section& section, std
     }
 }
 
-/// A configuration file of any content: nothing crashes, and what is accepted is what the schema
-/// knows.
+/// A configuration file of any content: nothing crashes, and only what the schema knows is
+/// accepted.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     declareSchema(ListSections::getInstance());
     const std::string& path = inputFile(data, size);

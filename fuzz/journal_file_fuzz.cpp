@@ -12,8 +12,8 @@ static void requireCopyFiles(const std::string& path, std::size_t size) {
     require(mark.status == 0 || mark.saveNumber == 0);
 }
 
-/// A saved journal of any content: what is accepted comes back as the same bytes, and everything
-/// can be shown.
+/// A saved journal of any content: accepted messages are written back as the same bytes, and
+/// everything can be shown.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     requireCopyFiles(inputFile(data, size), size);
     const RolMessages file = RolParseMessages({data, size});
@@ -32,7 +32,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     constexpr std::size_t kFew = 3;
     require(RolParseMessages({data, size}, kFew).messages.size() <= kFew);
 
-    // The same bytes as a record in shared memory, which nobody has checked.
+    // The same bytes as an unchecked record in shared memory.
     CRolMessageInterface record;
     std::memcpy(&record.Message, data, std::min(size, sizeof(SRolMessage)));
     require(!record.MakeString(nullptr).empty());

@@ -1,5 +1,5 @@
 // The journal's segments with any contents, which change while the journal is used: whatever other
-// processes write there, a process stays within the segments and its calls end.
+// processes write there, this process stays within the segments and its calls return.
 
 #include "fuzz/support/fuzzing.h"
 #include "fuzz/support/ipc_in_process.h"

@@ -2,7 +2,7 @@
 #include "server/text/ToUTF8Converter.h"
 #include "server/text/Utf8ToCP866Converter.h"
 
-/// What clients write arrives as any bytes; what the controller holds converts there and back.
+/// Clients may write any bytes; the controller's texts survive conversion in both directions.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const std::string bytes(data, data + size);
 

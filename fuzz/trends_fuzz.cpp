@@ -1,5 +1,5 @@
 // The stand-in's definitions of plotters and pens, and its archive's chunks and batches, of any
-// content. The first byte of an input says which of them it is.
+// content. The first byte of an input selects which.
 
 #include <bit>
 
@@ -32,7 +32,7 @@ std::vector<Sample> samplesOf(const Run& run, bool& isDamaged) {
     return samples;
 }
 
-/// What can be read comes back when it is packed again, as far as a chunk takes it.
+/// Values that were read are the same after packing and unpacking, as far as they fit in a chunk.
 void requireChunk(const Run& run) {
     bool isDamaged = false;
     const std::vector<Sample> samples = samplesOf(run, isDamaged);

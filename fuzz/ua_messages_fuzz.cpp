@@ -1,5 +1,5 @@
 // Conversations of any content with the whole server, in process: nothing crashes, nothing takes
-// long, what clients receive is a stream as the protocol has it, and sessions and channels end.
+// long, clients receive a valid stream of the protocol, and sessions and channels end.
 //
 // An input is a list of records, each with kSeparator before it: a byte with the number of a peer
 // (bits 0 and 1) and an Action (bits 2 to 4), and a message. Messages are adapted to the run:
@@ -50,7 +50,7 @@ UA_DateTime clockNow() {
     return clockTicks += 20 * UA_DATETIME_USEC;
 }
 
-/// What all other clients wait for, in processor time.
+/// How long all other clients would wait, in processor time.
 class Stopwatch {
   public:
     ~Stopwatch() { require(milliseconds() - start_ < kLongest); }
@@ -65,7 +65,7 @@ class Stopwatch {
     double start_ = milliseconds();
 };
 
-/// In the place of the TCP manager under our connections: its sockets are socket pairs.
+/// Replaces the TCP manager under our connections: its sockets are socket pairs.
 struct Network {
     UA_ConnectionManager* tcp = nullptr;
     UA_ConnectionManager_connectionCallback callback = nullptr;
@@ -115,7 +115,7 @@ const std::map<std::uint32_t, std::size_t> kSubscriptionAt = {
 /// What the server has given in the current input.
 struct Given {
     GuidNodeId firstSession{};
-    std::uint32_t subscription = 0;  ///< one less than the first
+    std::uint32_t subscription = 0;  ///< id of the first one, minus 1
     Guid continuationPoint{};        ///< the last
 } given;
 
@@ -250,7 +250,7 @@ std::array<Peer, 4> peers;
 
 // ---- A conversation -----------------------------------------------------------------------------
 
-/// Rounds of the loop until no client gets anything more.
+/// Runs rounds of the loop until no client receives anything more.
 void settle(double milliseconds) {
     constexpr double kPause = 4.0;
     constexpr int kQuietRounds = 2;  // in which what waited has been sent
@@ -331,8 +331,8 @@ extern "C" UA_DateTime __wrap_UA_DateTime_nowMonotonic() {
     return clockNow();
 }
 
-/// Memory never runs short here. The server asks for a reserve at every turn to see that, and the
-/// sanitizer would take longer to hand it out than all else together.
+/// Memory never runs short here. The server allocates its reserve regularly to check that, and with
+/// the sanitizer this would take longer than everything else together.
 extern "C" void* __real_malloc(std::size_t size);
 extern "C" void* __wrap_malloc(std::size_t size) {
     return __real_malloc(size == kReservedBytes ? 1 : size);
@@ -341,7 +341,7 @@ extern "C" void* __wrap_malloc(std::size_t size) {
 extern "C" int LLVMFuzzerRunDriver(int* argc, char*** argv,
                                    int (*target)(const std::uint8_t* data, std::size_t size));
 
-/// In the place of the server's loop: the fuzzer's. It does not return.
+/// Replaces the server's loop by the fuzzer's. It does not return.
 extern "C" UA_StatusCode __wrap_UA_Server_runUntilInterrupt(UA_Server* started) {
     for (const int signal : {SIGINT, SIGTERM})
         (void)std::signal(signal, SIG_DFL);

@@ -13,8 +13,8 @@ class CycleStats {
     using Clock = std::chrono::steady_clock;
     using Duration = Clock::duration;
 
-    /// From now on each cycle adds a line to the file, which begins empty: planned time on the
-    /// monotonic clock, lateness and length, in microseconds.
+    /// From now on each cycle adds a line to the file, which is emptied first: planned time on the
+    /// monotonic clock, lateness and duration, in microseconds.
     /// @throws Failure  when the file cannot be opened
     void logTo(const std::string& path);
 
@@ -22,7 +22,7 @@ class CycleStats {
     /// @param lateness  how long after it the cycle began
     void add(Clock::time_point due, Duration length, Duration lateness);
 
-    /// A cycle that was left out because the one before took too long.
+    /// A cycle that was skipped because the one before took too long.
     void addSkipped() { ++skipped_; }
 
     /// One line in Russian.

@@ -9,9 +9,9 @@ namespace sim {
 enum class ExitCode : int {
     ok = 0,
     failed = 1,      // a file, segment or message channel could not be made
-    usage = 2,       // command line not understood, or a file that it names is unreadable
+    usage = 2,       // invalid command line, or a file that it names is unreadable
     controller = 3,  // a live controller or another zrtsim is here
-    foreign = 4,     // files or System V objects lie here that zrtsim did not make
+    foreign = 4,     // there are files or System V objects that zrtsim did not make
 };
 
 /// Ends the program with a message for its user. Thrown before or while the controller is set up;

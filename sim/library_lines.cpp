@@ -22,8 +22,8 @@ void showLibraryLines() {
     functions.write = writeAsUtf8;
     // std::cout keeps the stream that it was made with.
     std::FILE* stream = fopencookie(nullptr, "w", functions);
-    if (stream == nullptr) return;  // the lines are as good as they were
-    // Not every C library changes the mode of a stream that is given no buffer.
+    if (stream == nullptr) return;  // the lines then stay in CP866
+    // Not every C library changes the mode of a stream if it is not given a buffer.
     static std::array<char, BUFSIZ> lineBuffer;
     static_cast<void>(std::setvbuf(stream, lineBuffer.data(), _IOLBF, lineBuffer.size()));
     stdout = stream;

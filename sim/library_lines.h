@@ -2,8 +2,9 @@
 
 namespace sim {
 
-/// From here on what the controller's libraries print (by printf, in CP866) comes out as UTF-8, as
-/// this program's own lines do, which go through std::cout. Once, before the first library call.
+/// From now on what the controller's libraries print (with printf, in CP866) is converted to UTF-8,
+/// like this program's own lines, which go through std::cout. Call it once, before the first
+/// library call.
 void showLibraryLines();
 
 }  // namespace sim

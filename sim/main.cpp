@@ -16,9 +16,9 @@ void askToStop(int /*signal*/) {
     stopAsked = 1;
 }
 
-/// A closed terminal or pipe must not keep the program from cleaning up, so they are no reason to
-/// die: hang-up stops it like Ctrl-C, and output to a closed pipe is lost. A file that may not grow
-/// is a failed write, which the recorder of trends reports.
+/// A closed terminal or pipe must not keep the program from cleaning up: hang-up stops it like
+/// Ctrl-C, and output to a closed pipe is lost. Exceeding the limit for a file's size becomes a
+/// failed write, which the trend recorder reports.
 void installHandlers() {
     struct sigaction action {};
     action.sa_handler = askToStop;

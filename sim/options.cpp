@@ -20,7 +20,7 @@ CLI::Validator between(long low, long high) {
                     const long value = std::stol(text, &used);
                     if (used == text.size() && value >= low && value <= high) return std::string();
                 } catch (const std::exception&) {
-                    // Said below, with everything else that is no number in the range.
+                    // Reported below, like everything else that is not a number in the range.
                 }
                 return "нужно целое число " + range + ", получено \"" + text + "\"";
             },

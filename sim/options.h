@@ -9,7 +9,7 @@
 
 namespace sim {
 
-/// What the command line asks for.
+/// The command line's options.
 struct Options {
     Counts counts{80, 12, 24, 60, 24, 10,
                   10, 10, 20, 20, 20};  // by type code: VA AV HI DI DO TH ...
@@ -29,7 +29,7 @@ struct Options {
 };
 
 /// Reads the command line.
-/// @return nothing when the program has to end at once with `exitStatus`: after --help (0), or with
+/// @return nothing when the program must end at once with `exitStatus`: after --help (0), or after
 ///         a message on standard error (2).
 [[nodiscard]] std::optional<Options> parseOptions(int argc, const char* const* argv,
                                                   int& exitStatus);

@@ -60,7 +60,7 @@ void Simulator::run() {
     EventJournal journal(site, ipc, memory, out_);
     const auto trends = makeRecorder(site, memory);
     startTrends(*trends, plant, site.folders());
-    if (stop_ != 0) return;  // asked while the past was made
+    if (stop_ != 0) return;  // requested while the past was made
     ipc.announce();
     const std::chrono::duration<double> took = Clock::now() - begin;
     out_ << "База данных: " << tagsIn(options_.counts) << " тегов, котельных " << plant.houses()
@@ -77,7 +77,7 @@ void Simulator::run() {
 
 // ---- files -------------------------------------------------------------------------------------
 
-/// Before anything is made or removed, so that a misspelt name changes nothing.
+/// Called before anything is made or removed, so that a misspelled name changes nothing.
 void Simulator::readConfig() {
     if (options_.config.empty()) return;
     config_ = readFile(options_.config);
@@ -192,7 +192,7 @@ void Simulator::cycleUntilStopped(ControllerIpc& ipc, Plant& plant, TrendRecorde
         const auto end = Clock::now();
         stats_.add(next, end - begin, begin - next);
         next += cycle_;
-        while (next < end) {  // a controller leaves out cycles that it has no time for
+        while (next < end) {  // a controller skips cycles that it has no time for
             next += cycle_;
             stats_.addSkipped();
         }
@@ -201,8 +201,8 @@ void Simulator::cycleUntilStopped(ControllerIpc& ipc, Plant& plant, TrendRecorde
     }
 }
 
-/// Looks for requests often while they come one after another, as a reader's questions at its start
-/// do, and seldom otherwise, so that waiting costs next to nothing.
+/// Polls for requests often while they come one after another, as at a reader's start, and rarely
+/// otherwise, so that waiting costs next to nothing.
 void Simulator::answerUntil(vs_obj& channel, Clock::time_point next) {
     constexpr auto kBusy = std::chrono::milliseconds(50);
     constexpr auto kSoon = std::chrono::microseconds(200);

@@ -21,11 +21,11 @@ namespace sim {
 /// requests while it waits for the next cycle.
 class Simulator {
   public:
-    /// @param stop  becomes non-zero when the program has to end; read between all steps
+    /// @param stop  becomes non-zero when the program must end; checked between all steps
     Simulator(Options options, std::ostream& out, const volatile std::sig_atomic_t& stop);
 
     /// Sets everything up, prints "zrtsim: ready", runs until `stop`, and removes what it made.
-    /// Throws Failure when it cannot start; then nothing is left behind either.
+    /// Throws Failure when it cannot start; nothing is left behind then either.
     void run();
 
   private:

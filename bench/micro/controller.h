@@ -1,7 +1,7 @@
 #pragma once
 
-/// The process as it is after start-up, up to the running server: the configuration is read, the
-/// database of the running controller is attached, and the analog inputs have their objects and
-/// nodes (see rtexvariable, varContexts and uaserver). Does its work once; without a controller the
-/// process ends as the server would.
+/// Brings the process to the server's state after start-up, before its loop: the configuration is
+/// read, the database of the running controller is attached, and the analog inputs have their
+/// objects and nodes (see rtexvariable, varContexts and uaserver). Works only at the first call;
+/// without a controller the process ends as the server would.
 void attachController();

@@ -1,5 +1,5 @@
-// What one read costs this server beyond the OPC UA library: the callback, and the database below
-// it.
+// The cost of one read in this server beyond the OPC UA library: the callback and the database
+// access.
 #include <benchmark/benchmark.h>
 
 #include <cstdint>

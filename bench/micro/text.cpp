@@ -1,5 +1,5 @@
-// Conversion of a tag's designation, nine letters, both ways: each read and write of a text does it
-// once.
+// Conversion of a tag's designation, nine letters, in both directions, as in each read and write of
+// a text.
 #include <benchmark/benchmark.h>
 
 #include <string>

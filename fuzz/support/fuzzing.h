@@ -24,7 +24,7 @@
 // input with FuzzedDataProvider: numbers come from the end of the input, bytes and texts from its
 // beginning.
 
-/// A target's finding: the input that leads here is kept.
+/// Aborts if the condition does not hold: a finding, whose input is kept.
 inline void require(bool holds) {
     if (!holds) std::abort();
 }
@@ -36,15 +36,15 @@ inline const std::string& inputFile(const void* data, std::size_t size) {
     static const int file = open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
     require(pwrite(file, data, size, 0) == static_cast<ssize_t>(size));
     require(ftruncate(file, static_cast<off_t>(size)) == 0);
-    // Readers that look whether it has changed see that it has: the clock's steps are too long.
+    // Sets a new modification time for readers that check it: the clock's steps are too long.
     static timespec changed{};
     ++changed.tv_sec;
     require(futimens(file, std::array{changed, changed}.data()) == 0);
     return path;
 }
 
-/// Whether no number in the text has more digits than that. Ranges are expanded in full, so longer
-/// ones only take time and memory.
+/// Whether no number in the text has more than `most` digits. Ranges are expanded in full, so
+/// longer numbers only take time and memory.
 inline bool hasShortNumbersOnly(std::string_view text, std::size_t most) {
     std::size_t digits = 0;
     return std::all_of(text.begin(), text.end(), [&digits, most](char c) {

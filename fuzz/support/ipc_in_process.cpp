@@ -8,8 +8,8 @@
 #include "lib/util/vs_sem.h"
 #include "sim/layout/attribute_files.h"
 
-// Behind the folders' table of the libraries, before objects without a priority: the server's own
-// database object attaches the counts when it is made.
+// After the libraries' table of folders, before objects without a priority: the server's own
+// database object attaches the counts when it is constructed.
 [[gnu::init_priority(201)]] Controller controller;
 
 void describeAttributes() {
@@ -32,7 +32,7 @@ void overwrite(FuzzedDataProvider& in) {
 // ---- lib/util/shmem.h ----
 
 key_t ShmKey(int index, char /*debug*/) {
-    return index + 1;  // 0 would be a key that nothing is found by
+    return index + 1;  // with the key 0 nothing would be found
 }
 
 void* ShmOpen(int index, std::size_t size, unsigned mode, int* id_out, char /*debug*/) {

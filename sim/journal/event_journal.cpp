@@ -14,7 +14,7 @@ namespace {
 
 constexpr char kSavingOn = 1;
 
-/// Of the position designation in the passport, in the order of the dictionaries.
+/// Offset of the position designation in the passport, in the order of the dictionaries.
 constexpr std::array<std::size_t, kRolDictionaries> kDesignationAt = {
     at(TypeCode::VA, "POZ"), at(TypeCode::AV, "POZ"), at(TypeCode::HI, "POZ"),
     at(TypeCode::DI, "POZ"), at(TypeCode::DO, "POZ")};
@@ -43,8 +43,8 @@ EventJournal::EventJournal(Site& site, ControllerIpc& ipc, const DatabaseMemory&
     join(out);
     rolling_.SetSaveRol(kSavingOn);
     post(started, {CRolArg(tagsIn(memory))});
-    // Loading leaves no file. From the second save on, one copy is whole whenever the power goes.
-    // What does not succeed the library reports, and the next save comes soon.
+    // Loading leaves no file. From the second save on, one copy is always whole, even after a power
+    // failure. The library reports failures, and the next save comes soon.
     static_cast<void>(rolling_.ForceSave());
     static_cast<void>(rolling_.ForceSave());
 }
@@ -64,7 +64,7 @@ void EventJournal::makeDictionaries(ControllerIpc& ipc) const {
         std::byte* entry =
             ipc.makeSegment(kRolFirstDictionary + static_cast<int>(i), count * kRolDictionaryEntry);
         for (std::size_t variable = 0; variable < count; ++variable) {
-            // The record has a NUL behind the longest designation, the dictionary has not.
+            // The record has a NUL after the longest designation, the dictionary does not.
             std::copy_n(memory_.passport(type, variable) + kDesignationAt[i], kRolDictionaryEntry,
                         entry);
             entry += kRolDictionaryEntry;
@@ -76,7 +76,7 @@ void EventJournal::join(std::ostream& out) {
     if (rolling_.Init() != kRolDone) {
         throw Failure(ExitCode::failed, "журнал событий не открывается (причина выше)");
     }
-    // The library has named every file that it did not get, also those that cannot be there.
+    // The library has reported every missing file, even those that cannot exist yet.
     if (*rolling_.MessageCounter == 0) {
         out << "Журнал событий: сохранённых сообщений нет, начат новый.\n";
     } else {
@@ -91,7 +91,7 @@ void EventJournal::post(Code code, std::vector<CRolArg> arguments, int analogInp
     const bool isAboutOne = analogInput != 0;
     const auto type = static_cast<signed char>(isAboutOne ? static_cast<int>(TypeCode::VA) : -1);
     const auto number = static_cast<short>(isAboutOne ? analogInput : -1);
-    // What cannot be posted the library reports.
+    // The library reports a message that cannot be posted.
     static_cast<void>(rolling_.VeskolMessage(rolling_.IniFileSettings->SysDict, code, type, number,
                                              arguments.data()));
 }
@@ -99,7 +99,7 @@ void EventJournal::post(Code code, std::vector<CRolArg> arguments, int analogInp
 void EventJournal::follow(Clock::time_point now) {
     for (std::size_t i = 0; i < isBroken_.size(); ++i) {
         const Quality quality = qualityOf(memory_, TypeCode::VA, i);
-        // A sensor that is doubtful neither broke nor recovered.
+        // An uncertain sensor has neither broken nor recovered.
         const bool isBroken = isBroken_[i] ? quality != Quality::good : quality == Quality::bad;
         if (isBroken == isBroken_[i]) continue;
         isBroken_[i] = isBroken;
@@ -109,7 +109,7 @@ void EventJournal::follow(Clock::time_point now) {
     const std::chrono::milliseconds interval(intervalMs);
     if (interval.count() == 0 || now < nextSave_) return;  // 0: at start and end only
     nextSave_ = now + interval;
-    static_cast<void>(rolling_.Save());  // what fails is reported, and tried again with the next
+    static_cast<void>(rolling_.Save());  // a failure is reported; the next save tries again
 }
 
 }  // namespace sim

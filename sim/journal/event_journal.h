@@ -13,8 +13,8 @@
 
 namespace sim {
 
-/// The controller's part in the event journal: its first user, who loads the saved one, and the one
-/// who saves it. Posts what happens to the plant. See docs/journal.md. One thread.
+/// The controller's part in the event journal: it is the first user, which loads the saved journal,
+/// and the saver. Posts the plant's events. See docs/journal.md. One thread.
 class EventJournal {
   public:
     using Clock = std::chrono::steady_clock;
@@ -28,16 +28,16 @@ class EventJournal {
         sensorRecovered = 17912,  ///< about an analog input
     };
 
-    /// Makes what the library attaches only (position flag, dictionaries), joins, posts the start
+    /// Makes what the library only attaches (position flag, dictionaries), joins, posts the start
     /// and saves both copies. Throws Failure.
-    /// @param memory  filled; stays as long as this
+    /// @param memory  filled; must outlive this object
     EventJournal(Site& site, ControllerIpc& ipc, const DatabaseMemory& memory, std::ostream& out);
     /// Posts the stop, saves and detaches. The objects are removed by ControllerIpc.
     ~EventJournal();
     EventJournal(const EventJournal&) = delete;
     EventJournal& operator=(const EventJournal&) = delete;
 
-    /// Posts the sensors that broke or recovered since the last call, and saves when it is time.
+    /// Posts the sensors that broke or recovered since the last call, and saves when a save is due.
     void follow(Clock::time_point now);
 
   private:

@@ -12,8 +12,8 @@ namespace sim {
 
 namespace {
 
-/// Kinds of attributes, counted from 1 in the files. The order is this controller's own; readers go
-/// by the storage that the kind names. The first one also serves the entries of one value.
+/// Kinds of attributes, counted from 1 in the files. The order is specific to this controller;
+/// readers use the storage of the kind. The first one is also used by the entries with one value.
 constexpr std::array<Storage, 5> kKinds{Storage::real, Storage::byte, Storage::text, Storage::bit,
                                         Storage::word};
 
@@ -94,7 +94,7 @@ std::string offsetFile() {
     appendLittle(head, static_cast<std::int16_t>(kEntries.size()));
     std::string body;
     for (const TypeCode type : kEntries) {
-        // Counted from behind the leading word, so the reader adds 2.
+        // Counted from the end of the leading word, so the reader adds 2.
         appendLittle(head, static_cast<std::uint32_t>(4 * kEntries.size() + body.size()));
         body += offsetEntry(type);
     }
@@ -107,8 +107,8 @@ std::string kindFile() {
     for (const TypeCode type : kEntries) {
         const std::size_t count = entryAttributes(type).size();
         appendLittle(file, static_cast<std::int16_t>(count));
-        // A file holds as many kinds as attributes, whether used or not; an entry shorter than the
-        // list of kinds uses only those that fit.
+        // An entry holds as many kinds as attributes, used or not; an entry shorter than the list
+        // of kinds uses only those that fit.
         for (std::size_t i = 0; i < count; ++i) {
             const Storage storage = i < kKinds.size() ? kKinds[i] : Storage::byte;
             appendLittle(file, static_cast<std::int16_t>(i + 1));

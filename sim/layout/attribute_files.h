@@ -4,8 +4,8 @@
 
 namespace sim {
 
-/// The two files by which readers of the database learn where a numbered attribute lies. Both hold
-/// the same entries in the same order; docs/attributes.md describes the format.
+/// The two files that describe the location of numbered attributes to readers of the database. Both
+/// contain the same entries in the same order; docs/attributes.md describes the format.
 
 /// Bytes of "offatrs.dat": kind, bit, offset and name of every attribute.
 [[nodiscard]] std::string offsetFile();

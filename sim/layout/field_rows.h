@@ -27,8 +27,8 @@ constexpr std::size_t elementSize(Storage storage) {
     }
 }
 
-/// One field of a passport record, or a run of equal fields (array elements, bits of a byte).
-/// From these rows come the records, the attribute files and docs/attributes.md.
+/// One field of a passport record, or a run of equal fields (array elements, bits of a byte). The
+/// records, the attribute files and docs/attributes.md are generated from these rows.
 struct FieldRow {
     TypeCode type;
     std::uint16_t number;  // of the first attribute; 0: the field has none
@@ -40,8 +40,8 @@ struct FieldRow {
     std::string_view meaning;
 };
 
-// Numbers follow the order of the fields from 1. Status bits follow the last field, at the numbers
-// that may be exported; DI 27 is the one bit that stands among the fields.
+// Numbers follow the order of the fields from 1. Status bits come after the last field, at numbers
+// that may be exported; DI 27 is the only bit among the fields.
 // clang-format off
 inline constexpr auto kFieldRows = [] {
     using enum TypeCode;

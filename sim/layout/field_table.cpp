@@ -5,7 +5,7 @@
 
 namespace sim {
 
-// ---- what the compiler checks of the rows --------------------------------------------------
+// ---- compile-time checks of the rows -------------------------------------------------------
 
 namespace {
 
@@ -46,7 +46,7 @@ constexpr bool numbersWithoutGap(TypeCode type) {
 }
 
 /// Rows that are not bits follow each other without gap or overlap up to the record's end. The
-/// three layouts of HI share their bytes and are left out.
+/// three layouts of HI share their bytes and are not checked.
 constexpr bool fieldsFillRecord(TypeCode type) {
     std::size_t next = 0;
     for (const FieldRow& row : kFieldRows) {

@@ -12,7 +12,7 @@
 namespace sim {
 
 /// Byte offset of a field in its record; the field is named as in the table. Evaluated by the
-/// compiler, which refuses a name that the table does not hold.
+/// compiler, which rejects a name that is not in the table.
 consteval std::size_t at(TypeCode type, std::string_view field) {
     for (const FieldRow& row : kFieldRows) {
         if (row.type == type && row.name == field) return row.offset;

@@ -5,9 +5,9 @@
 #include <cstdint>
 #include <string_view>
 
-// The tables of the controller's real-time database, as the simulated controller lays them out.
-// Every number here is written from the controller's memory map and shared with no other part of
-// this project: a reader's wrong offset must show as a wrong value, not cancel out.
+// The tables of the controller's real-time database in the simulated controller. Every number here
+// is taken from the controller's memory map and shared with no other part of this project: a
+// reader's wrong offset must show as a wrong value and not cancel out.
 
 namespace sim {
 
@@ -23,13 +23,13 @@ constexpr std::size_t indexOf(TypeCode type) {
     return static_cast<std::size_t>(type) - 1;
 }
 
-/// One array of a type in shared memory; `size` 0 says that the type has no such array.
+/// One array of a type in shared memory; with size 0 the type has no such array.
 struct ArrayLayout {
     int ipcIndex;
     std::uint32_t elementSize;  // bytes
 };
 
-/// What a type consists of. For the types without records the value array is the whole type.
+/// The arrays of a type. For the types without records the value array is the whole type.
 struct TypeLayout {
     TypeCode type;
     std::string_view name;

@@ -20,8 +20,8 @@ namespace {
 
 constexpr unsigned kCreate = 64;  // any mode but 0 makes ShmOpen create
 
-/// One index may be reached through both tables; the registry's key carries three kinds of objects
-/// and the next key the reply queue.
+/// An index may have keys in both tables; the registry's key is used by three kinds of objects, and
+/// the next key by the reply queue.
 std::vector<std::pair<key_t, int>> allKeys() {
     std::vector<std::pair<key_t, int>> keys;
     for (int index = 0; index < kIpcIndexCount; ++index) {
@@ -75,8 +75,8 @@ void ControllerIpc::makeChannel(std::uint8_t generation) {
     made(IpcKind::segment, byte);
 }
 
-/// Before this process joins it, no matter which process makes it: a server that is started again
-/// and again may come first, also between two runs.
+/// Notes the journal's objects before this process joins it, whichever process makes them: a server
+/// that is restarted again and again may be first, even between two runs.
 void ControllerIpc::expectJournal() {
     for (const int index : kRolOwnSegments) {
         note({IpcKind::segment, ShmKey(index, 0), kMadeByAny, std::time(nullptr)});
@@ -164,8 +164,8 @@ void ControllerIpc::made(IpcKind kind, key_t key) {
     throw Failure(ExitCode::failed, "объект System V исчез сразу после создания");
 }
 
-/// The name goes first, so that no reader asks any more. The channel removes its own objects;
-/// whatever else the record lists is removed after it.
+/// Removes the name first, so that readers stop asking. The channel removes its own objects; then
+/// everything else in the record is removed.
 void ControllerIpc::removeObjects() {
     if (channel_) static_cast<void>(channel_->pid_del(::getpid()));
     attached_.clear();

@@ -21,8 +21,8 @@ namespace sim {
 /// this does.
 class ControllerIpc {
   public:
-    /// Makes registry, queues and generation byte. Throws Failure when something of others has one
-    /// of the controller's keys, or nothing can be made.
+    /// Makes registry, queues and generation byte. Throws Failure when a foreign object has one of
+    /// the controller's keys, or when an object cannot be made.
     ControllerIpc(Record& record, std::uint8_t generation);
     ~ControllerIpc();
     ControllerIpc(const ControllerIpc&) = delete;
@@ -32,12 +32,12 @@ class ControllerIpc {
     /// type without variables gets no segment, as on the controller.
     DatabaseMemory makeDatabase(const Counts& counts);
 
-    /// Makes this process known as the database. From now on readers find it and ask.
+    /// Registers this process as the database. From now on readers find it and send requests.
     void announce();
 
     [[nodiscard]] vs_obj& channel() { return *channel_; }
 
-    /// Makes a zeroed segment that stays as long as this. Throws Failure.
+    /// Makes a zeroed segment that lives as long as this object. Throws Failure.
     /// @return null for size 0: an array that the type does not have
     std::byte* makeSegment(int index, std::size_t size);
 

@@ -6,7 +6,7 @@
 
 namespace sim {
 
-/// A database in ordinary memory, zeroed: for a plant that no other process looks at.
+/// A zeroed database in ordinary memory, for a plant that no other process reads.
 class DatabaseArrays {
   public:
     explicit DatabaseArrays(const Counts& counts) {
@@ -21,10 +21,10 @@ class DatabaseArrays {
         memory.timeQuality = make(records * TimeQualityLayout::kSize);
     }
 
-    DatabaseArrays(const DatabaseArrays&) = delete;  // the addresses in `memory` stay
+    DatabaseArrays(const DatabaseArrays&) = delete;  // the addresses in `memory` must stay valid
     DatabaseArrays& operator=(const DatabaseArrays&) = delete;
 
-    std::vector<std::vector<std::byte>> arrays;  // their sizes stay too
+    std::vector<std::vector<std::byte>> arrays;  // their sizes must not change
     DatabaseMemory memory;
 
   private:

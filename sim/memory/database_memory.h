@@ -12,7 +12,7 @@ namespace sim {
 /// Numbers of variables by type code order.
 using Counts = std::array<std::uint16_t, kTypeCount>;
 
-/// The arrays of one type, wherever they lie. Not owned.
+/// The arrays of one type, wherever they are. Not owned.
 struct TypeMemory {
     std::uint16_t count = 0;
     std::byte* passport = nullptr;
@@ -20,8 +20,8 @@ struct TypeMemory {
     std::byte* value = nullptr;
 };
 
-/// The controller's database as the plant sees it: addresses of all arrays. Not owned; the maker of
-/// the arrays keeps them as long as this is used. Variables are counted from 0 here.
+/// The controller's database as the plant sees it: addresses of all arrays. Not owned; the arrays
+/// must outlive this object. Variables count from 0 here.
 class DatabaseMemory {
   public:
     std::array<TypeMemory, kTypeCount> types{};

@@ -38,8 +38,7 @@ float realAt(const std::byte* record, std::size_t offset) {
     return load<float>(record + offset);
 }
 
-/// The limits that the value violates. A limit once violated holds until the value is back by the
-/// hysteresis.
+/// The limits that the value violates. A violation lasts until the value is back by the hysteresis.
 unsigned limitBits(const std::byte* record, float value, unsigned before) {
     const float hysteresis = std::max(realAt(record, at(VA, "GST")), 0.0F);
     const auto back = [&](unsigned bit) { return (before & bit) != 0 ? hysteresis : 0.0F; };

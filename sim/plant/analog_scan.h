@@ -15,7 +15,7 @@ namespace sim {
 /// its quality is uncertain. A broken sensor first sticks (uncertain), then its line breaks (bad:
 /// the data fall below the scale, the value stays).
 ///
-/// @param house  number of the house, from 0; its variables are as many as the table still has
+/// @param house  number of the house, from 0; the last one has only the variables left in the table
 void scanAnalogs(const DatabaseMemory& memory, std::size_t house, BoilerHouse& process,
                  const SensorFault& fault, float seconds);
 

@@ -9,7 +9,7 @@
 
 namespace sim {
 
-/// What reaches the process of one boiler house from its controller.
+/// The controller's inputs to the process of one boiler house.
 struct HouseInputs {
     std::array<std::uint8_t, kHouseDrives> commands{};     // 1: on, open
     std::array<float, kHouseLoops> controllerOutputs{};    // %
@@ -22,10 +22,10 @@ class BoilerHouse {
   public:
     explicit BoilerHouse(std::uint64_t seed);
 
-    /// Advances by `seconds` (0 to 1; longer steps are cut into such).
+    /// Advances by `seconds` (0 to 1; longer steps are divided into such steps).
     void advance(const HouseInputs& inputs, float seconds);
 
-    /// Gives this house its own course of events; used after one house was copied into many.
+    /// Gives this house its own course of events; used after one house was copied to many.
     void reseed(std::uint64_t seed) { random_ = Random(seed); }
 
     /// True quantities in the units of the tags, without noise.

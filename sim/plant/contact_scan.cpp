@@ -46,7 +46,7 @@ void scanContact(const DatabaseMemory& memory, std::size_t i, bool contact,
     const bool isOff = (statusBefore & scanOff) != 0;
     const bool inverted = byteAt(record, at(DI, "INVERS")) != 0;
     std::byte* data = memory.data(DI, i);
-    // A contact at fault keeps the state that was read last.
+    // A faulty contact keeps the state that was read last.
     if (!isOff && phase == SensorFault::Phase::none) {
         *data = static_cast<std::byte>(contact != inverted ? 1 : 0);
     }

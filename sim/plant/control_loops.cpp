@@ -29,7 +29,7 @@ struct ProcessVariable {
     bool bad;
 };
 
-/// The measured value where there is an input for it, else the process itself.
+/// The measured value if there is an input for it, else the true one of the process.
 ProcessVariable processVariable(const DatabaseMemory& memory, std::size_t house, std::size_t signal,
                                 const BoilerHouse& process) {
     const std::size_t i = house * kHouseSignals + signal;
@@ -122,7 +122,7 @@ void ControlLoops::run(const DatabaseMemory& memory, const BoilerHouse& process,
     }
 }
 
-/// Whoever changed last decides: the manual input or the field ZD.
+/// The last change decides, whether of the manual input or of the field ZD.
 float ControlLoops::setPoint(const DatabaseMemory& memory, std::size_t loop, std::byte* record) {
     const LoopTag& tag = houseTags().loops[loop];
     SetPoints& seen = setPoints_[loop];

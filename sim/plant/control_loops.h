@@ -9,11 +9,11 @@
 namespace sim {
 
 /// The PI controllers (AV) of one house. All settings are read from the passport in every cycle, so
-/// a client tunes a running loop.
+/// a client can tune a running loop.
 ///
 /// The set point ZD follows the manual input that belongs to the loop; when a client writes ZD
 /// itself, the manual input follows it. Bit 0 of STATUS1 is manual mode: the output follows IMR. In
-/// automatic mode IMR follows the output, so the change-over has no bump. While the process
+/// automatic mode IMR follows the output, so that the change-over is bumpless. While the process
 /// variable is bad the output is held.
 class ControlLoops {
   public:

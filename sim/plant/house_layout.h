@@ -3,8 +3,8 @@
 #include <cstddef>
 #include <cstdint>
 
-// The tags of one boiler house: three boilers with equal tags, then what they share. A type's tags
-// are numbered boiler by boiler; the numbers below count from 0.
+// The tags of one boiler house: three boilers with the same tags, then the shared tags. A type's
+// tags are numbered boiler by boiler; the numbers below count from 0.
 
 namespace sim {
 
@@ -105,7 +105,7 @@ constexpr std::size_t countOf() {
     return static_cast<std::size_t>(Enum::count);
 }
 
-/// Number of something that every boiler has, in the house's list.
+/// Index of a boiler's element in the list of the house.
 template <class Enum>
 constexpr std::size_t ofBoiler(std::size_t boiler, Enum which) {
     return boiler * countOf<Enum>() + static_cast<std::size_t>(which);

@@ -21,7 +21,7 @@ void takeNumber(std::byte* record, std::byte* value) {
     float taken = std::isfinite(wanted) ? wanted : before;
     if (low <= high) taken = std::clamp(taken, low, high);
     const bool cut = taken != wanted;
-    // Cutting is shown until the next value is written.
+    // The mark of a limited value stays until the next value is written.
     const bool changed = taken != before;
     if (cut) record[at(HI, "ALARM")] = std::byte{1};
     if (changed && !cut) record[at(HI, "ALARM")] = std::byte{0};

@@ -38,7 +38,7 @@ void driveOutputs(const DatabaseMemory& memory, std::size_t house, const BoilerH
         *memory.value(DO, i) = command;
         record[at(DO, "OUT")] = command;
         inputs.commands[k] = on ? 1 : 0;
-        // True while the drive travels too: that is how an operator sees it move.
+        // Also set while the drive is moving, which shows operators that it moves.
         const bool arrived = on ? process.drive(k) > 0.99F : process.drive(k) < 0.01F;
         const unsigned status = (on ? outputOn : 0U) | (arrived ? 0U : contradicted);
         record[at(DO, "STATUS1")] = static_cast<std::byte>(status);

@@ -23,8 +23,8 @@ void putByte(std::byte* record, std::size_t offset, int value) {
     record[offset] = static_cast<std::byte>(value);
 }
 
-/// Where a variable is wired to: board by board of 16 channels, 16 boards a station. The numbers
-/// wrap for huge databases.
+/// The wiring of a variable: boards of 16 channels, 16 boards per station. The numbers wrap in huge
+/// databases.
 void putWiring(std::byte* record, std::size_t i, std::size_t stationAt, std::size_t boardAt,
                std::size_t channelAt) {
     putByte(record, 0, 1);
@@ -33,14 +33,14 @@ void putWiring(std::byte* record, std::size_t i, std::size_t stationAt, std::siz
     putByte(record, channelAt, static_cast<int>(1 + i % 16));
 }
 
-/// Which variable a passport is written for; numbers count from 0.
+/// The variable that a passport is written for; numbers count from 0.
 struct Place {
     const DatabaseMemory& memory;
     std::size_t house;
     std::size_t i;
 };
 
-/// The three texts lie side by side in every record, each with its own NUL.
+/// Writes the three texts, which are side by side in every record, each with its own NUL.
 void putTexts(std::byte* record, std::size_t offset, TagTexts texts, const char* kind,
               const Place& place) {
     if (place.house > 0) {
@@ -54,7 +54,7 @@ void putTexts(std::byte* record, std::size_t offset, TagTexts texts, const char*
     std::memcpy(record + offset + 18, texts.name2.data(), texts.name2.size());
 }
 
-/// A link to a variable that the database does not reach stays empty.
+/// A link to a variable that the database does not have stays empty.
 void putLink(std::byte* record, std::size_t offset, TypeCode type, std::size_t i,
              const Place& place) {
     if (i >= place.memory.of(type).count) return;

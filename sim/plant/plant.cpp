@@ -60,8 +60,8 @@ Plant::Plant(const DatabaseMemory& memory, std::uint64_t seed, timeval now) : me
     stampTimes(now);
 }
 
-/// Lets the process of the first house come to rest, without sensor failures; the others take over
-/// where it ends.
+/// Runs the process of the first house until it has settled, without sensor failures. The other
+/// houses start from its final state.
 void Plant::settle() {
     constexpr int kSteps = 240;
     constexpr float kStep = 0.5F;
@@ -79,7 +79,7 @@ void Plant::settle() {
     }
 }
 
-/// There is more than one house only for types of which the first house has all variables.
+/// There are further houses only for types of which the first house has all its variables.
 void Plant::copyFirstHouse() {
     for (std::size_t number = 1; number < houses_.size(); ++number) {
         houses_[number].process = houses_.front().process;
@@ -125,7 +125,7 @@ void Plant::scan(std::size_t number, float seconds) {
 }
 
 /// The types without records: running time in hours, minutes and seconds, slow waves, counters and
-/// flags, each variable a little apart from its neighbour.
+/// flags; each variable differs a little from its neighbour.
 void Plant::countPlainValues() {
     const auto fill = [this](TypeCode type, auto valueOf) {
         for (std::size_t i = 0; i < memory_.of(type).count; ++i) {

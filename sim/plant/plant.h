@@ -13,11 +13,12 @@
 
 namespace sim {
 
-/// The plant and the controller's cycle on it. One boiler house has about 200 tags; a greater
-/// database holds as many houses as its largest type needs, the last one in part.
+/// The plant and the controller's cycle. One boiler house has about 200 tags; a larger database
+/// holds as many houses as its largest type needs, the last one in part.
 ///
-/// Everything lies in the database: what a client writes there is read in the next cycle. Used from
-/// one thread. The same seed and the same writes give the same course, whatever the clock says.
+/// The whole state is in the database: what a client writes there is read in the next cycle. Used
+/// from one thread. The same seed and the same writes give the same course, whatever the clock
+/// says.
 class Plant {
   public:
     /// Fills the database: passports, settled process, first values, good quality, the time `now`.

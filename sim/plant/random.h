@@ -17,12 +17,12 @@ class Random {
         return state_;
     }
 
-    /// Even in [0, 1).
+    /// Uniform in [0, 1).
     float uniform() { return static_cast<float>(next() >> 40) * 0x1p-24F; }
 
     float between(float low, float high) { return low + (high - low) * uniform(); }
 
-    /// About normal, mean 0, deviation 1, within +-3.5: the sum of four 16-bit numbers.
+    /// Approximately normal, mean 0, deviation 1, within +-3.5: the sum of four 16-bit numbers.
     float normal() {
         const std::uint64_t bits = next();
         const auto sum = static_cast<float>((bits & 0xFFFF) + ((bits >> 16) & 0xFFFF) +
@@ -33,7 +33,8 @@ class Random {
     }
 
   private:
-    /// Spreads near seeds apart; never 0, which the generator could not leave.
+    /// Turns similar seeds into very different states; never 0, from which the generator would
+    /// never change.
     static std::uint64_t mixed(std::uint64_t seed) {
         seed += 0x9E3779B97F4A7C15U;
         seed = (seed ^ (seed >> 30)) * 0xBF58476D1CE4E5B9U;

@@ -6,13 +6,13 @@
 
 namespace sim {
 
-/// The course of sensor failures in one house: at most one sensor of a kind at a time works badly,
+/// The course of sensor failures in one house: at most one sensor of a kind at a time degrades,
 /// breaks, and is repaired.
 class SensorFault {
   public:
     enum class Phase { none, sticking, broken };
 
-    /// @param mayFail  whether this course may take the sensor of a number
+    /// @param mayFail  whether the sensor with this number may fail
     void advance(Random& random, std::size_t sensors, bool (*mayFail)(std::size_t), float seconds) {
         remaining_ -= seconds;
         if (remaining_ > 0) return;

@@ -11,7 +11,7 @@ namespace sim {
 
 namespace {
 
-// ---- the rows; "#" stands for the number of the boiler -------------------------------------
+// ---- the rows; "#" is replaced by the number of the boiler ---------------------------------
 
 struct AnalogRow {
     const char *designation, *name1, *name2;
@@ -208,7 +208,7 @@ static_assert(std::size(kCommonLoops) == countOf<CommonLoop>());
 
 // ---- from rows to tags ---------------------------------------------------------------------
 
-/// Where a row's tag stands: one of the boilers, or what they share.
+/// What a row's tag belongs to: one of the boilers, or what they share.
 struct Place {
     std::size_t boiler;  // kBoilers: shared
 
@@ -233,7 +233,7 @@ TagTexts textsOf(const Row& row, Place place) {
             cp866<9>(row.name2, place)};
 }
 
-/// Number in the house of what a row counts within the boiler, or within what the boilers share.
+/// Converts a row's index within a boiler, or within what the boilers share, to one in the house.
 std::size_t inHouse(std::size_t index, std::size_t perBoiler, Place place) {
     return place.boiler * perBoiler + index;
 }

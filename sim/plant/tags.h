@@ -10,10 +10,10 @@
 
 namespace sim {
 
-/// Text of a passport: CP866, NUL-terminated, as it stands in the record.
+/// Text of a passport: CP866, NUL-terminated, as in the record.
 using Text9 = std::array<char, 9>;
 
-/// What all tags have.
+/// The texts that all tags have.
 struct TagTexts {
     Text9 designation{};
     Text9 name1{};
@@ -44,7 +44,7 @@ struct AnalogTag {
     float noise = 0;  // standard deviation, units
 };
 
-/// How the state of a contact comes about.
+/// What determines the state of a contact.
 enum class ContactSource : std::uint8_t { above, below, driveOn, driveOff, door, pulse, steady };
 
 struct DiscreteTag {
@@ -86,7 +86,7 @@ struct LoopTag {
 };
 
 /// The tags of one boiler house, in the order of house_layout.h. Made once; texts are converted
-/// from the UTF-8 of the source.
+/// from the source's UTF-8.
 struct HouseTags {
     std::vector<AnalogTag> analogs;
     std::vector<DiscreteTag> contacts;
@@ -97,8 +97,8 @@ struct HouseTags {
 
 [[nodiscard]] const HouseTags& houseTags();
 
-/// True for an analog input that no controller uses: only these break by chance, so that a loop's
-/// answer to a set point can be relied on.
+/// True for an analog input that no controller uses: only these break at random, so that a loop's
+/// response to a set point is reliable.
 [[nodiscard]] bool mayBreak(std::size_t signal);
 
 /// True for a contact that is not the feedback of a drive, for the same reason.

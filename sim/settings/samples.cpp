@@ -14,8 +14,8 @@ namespace sim {
 
 namespace {
 
-// Readers of this file take the first line that mentions a key before an equals sign, also in a
-// comment. So no comment here does.
+// Readers of this file take the first line that mentions a key before an equals sign, even in a
+// comment. So no comment here contains such text.
 constexpr const char* kControllerIni = R"(; Настройки контроллера. Файл создан имитатором zrtsim.
 ; Изменённый файл при остановке имитатора останется и будет взят при следующем запуске.
 
@@ -164,7 +164,7 @@ Pen_7 = VD, 43, boolean, Сетевой насос 1
 Pen_8 = RV, 21, boolean, Погодный режим
 )";
 
-/// What a boiler's plotter records: the variable of boiler 1, and how far it is to the next
+/// What a boiler's plotter records: the variable of boiler 1, and the distance to the next
 /// boiler's.
 constexpr struct {
     const char* kind;

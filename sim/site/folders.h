@@ -12,7 +12,7 @@ struct Folders {
     std::filesystem::path settings;  // ini files
     /// Folders that a controller has, parents first.
     std::vector<std::filesystem::path> all;
-    /// Files that a run writes all the time and leaves for the next one.
+    /// Files that a run writes continually and leaves for the next one.
     std::vector<std::filesystem::path> savedFiles;
     /// Those of them that the event journal is saved to.
     std::vector<std::filesystem::path> journalFiles;
@@ -31,8 +31,8 @@ struct Folders {
         return root / "trends" / "archive.db";
     }
 
-    /// What SQLite keeps beside a saved file that is a database. A reader may make them at any
-    /// time, so they belong to whom the file belongs.
+    /// The files that SQLite keeps beside a saved file that is a database. A reader may make them
+    /// at any time, so they belong to the owner of that file.
     [[nodiscard]] static std::vector<std::filesystem::path> besideSaved(
         const std::filesystem::path& file) {
         return {file.string() + "-wal", file.string() + "-shm"};
@@ -43,7 +43,7 @@ struct Folders {
     }
 };
 
-/// Reads SRV_Path, that is the environment at the start of the process.
+/// Reads SRV_Path, which holds the environment at the start of the process.
 [[nodiscard]] Folders controllerFolders();
 
 }  // namespace sim

@@ -12,7 +12,7 @@ namespace sim {
 /// Name under which the database process is registered.
 inline constexpr const char* kDatabaseName = "VsBASE";
 
-/// Segment, semaphore and queue with a key, as far as they exist; none for the key -1.
+/// The segment, semaphore and queue with a key, if they exist; none for the key -1.
 [[nodiscard]] std::vector<IpcObject> objectsAt(key_t key);
 
 /// One line in Russian for messages: kind, key, IPC index (-1: not known) and maker.

@@ -36,7 +36,7 @@ std::string savedLine(const std::filesystem::path& file) {
     return "saved " + file.string() + "\n";
 }
 
-/// The rest of a line behind one blank.
+/// The rest of a line after one blank.
 std::filesystem::path restOf(std::istringstream& line) {
     std::string rest;
     line.get();
@@ -73,7 +73,7 @@ Record::Lock Record::takeOver() {
     if (lock != Lock::held) return lock;
     const auto text = readFile(file_);
     if (!text || text->rfind(kHeader, 0) != 0) {
-        // An empty file is a run that ended between making the record and its first line.
+        // An empty file is left by a run that ended between making the record and its first line.
         if (text && text->empty()) return append(kHeader) ? Lock::held : Lock::failed;
         errno = EINVAL;
         return Lock::failed;
@@ -151,12 +151,12 @@ void Record::finish() {
     for (const auto& file : contents_.saved) {
         text += savedLine(file);
     }
-    // A failure leaves the longer record, which says the same and more.
+    // A failure leaves the longer record, which is valid too.
     if (::ftruncate(descriptor_, 0) == 0) static_cast<void>(append(text));
 }
 
-/// The file may have been removed by its holder between our open and our lock; then it is gone for
-/// everybody else and worth nothing.
+/// The file may have been removed by its holder between our open and our lock. A lock on it is then
+/// worthless, because nobody else can find it.
 Record::Lock Record::lockOpened() {
     if (::flock(descriptor_, LOCK_EX | LOCK_NB) != 0) return Lock::busy;
     struct stat opened {};

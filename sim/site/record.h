@@ -15,8 +15,8 @@
 
 namespace sim {
 
-/// A System V object that a run made. Kernel ids are used again, so only all fields
-/// together show whether an object that exists now is still the same one.
+/// A System V object that a run made. The kernel reuses ids, so only all fields together show
+/// whether an existing object is still the same one.
 struct IpcMark {
     IpcKind kind;
     key_t key;
@@ -26,21 +26,21 @@ struct IpcMark {
 
 /// Noted before this process makes it.
 inline constexpr int kNotMadeYet = -1;
-/// One that any process of the controller makes when it is the first to need it. The key comes from
-/// a key file of ours, so what has it is part of this simulated controller.
+/// An object that any process of the controller makes when it is the first to need it. The key
+/// comes from a key file of ours, so an object with this key is part of this simulated controller.
 inline constexpr int kMadeByAny = -2;
 
 /// What earlier runs made and did not remove.
 struct RecordContents {
     pid_t owner = 0;  // process of the last run
     std::vector<std::filesystem::path> directories;
-    /// A file without fingerprint was noted before it was written, so it may be there in part.
+    /// A file without fingerprint was noted before it was written, so it may be incomplete.
     std::map<std::filesystem::path, std::optional<Fingerprint>> files;
     /// Files that grow while a run lasts and stay for the next one, so no fingerprint fits them.
     std::set<std::filesystem::path> saved;
     std::vector<IpcMark> ipc;
 
-    /// True when one of the marks stands for this very object.
+    /// True when one of the marks is of this very object.
     [[nodiscard]] bool owns(const IpcObject& object) const;
 };
 
@@ -58,12 +58,12 @@ class Record {
     Record(const Record&) = delete;
     Record& operator=(const Record&) = delete;
 
-    /// Takes over the record of an earlier run and reads it. Makes nothing when there is none.
+    /// Takes over the record of an earlier run and reads it. Creates nothing if there is none.
     Lock takeOver();
-    /// Makes a new, empty record. Busy when another run was faster.
+    /// Creates a new, empty record. Busy when another run was faster.
     Lock create();
 
-    /// What takeOver found, brought up to date by every note.
+    /// What takeOver found, updated by every note.
     [[nodiscard]] const RecordContents& contents() const { return contents_; }
 
     // Notes reach the file before they return; false (errno set) when they do not.
@@ -76,7 +76,7 @@ class Record {
     [[nodiscard]] bool forgetFile(const std::filesystem::path& file);
 
     /// Ends the run: the record is removed, or shortened to the files that stay and the folders
-    /// that are there, which a later run removes when nothing is left in them.
+    /// that still exist, which a later run removes once they are empty.
     void finish();
 
   private:

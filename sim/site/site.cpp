@@ -32,15 +32,15 @@ namespace {
 }
 
 /// The process that holds the database's name in an existing registry; 0 when there is none. Reads
-/// the segment itself, since joining the registry would make it where it is missing, and only
-/// reads it: the controller's is not open to ordinary users for more.
+/// the segment itself, because joining the registry would create a missing one. It only reads,
+/// because ordinary users may not do more with the controller's registry.
 pid_t databaseHolder() {
     const ShmView registry = ShmOpenReadOnly(kRegistryIndex);
     if (registry.size < sizeof(buf_str) * kRegistryEntries) return 0;
     const auto* entries = static_cast<const buf_str*>(registry.address.get());
     for (int i = 0; i < kRegistryEntries; ++i) {
         if (std::strncmp(entries[i].name, kDatabaseName, sizeof entries[i].name) != 0) continue;
-        // A process of another user counts as alive, so kill is asked here instead of findpid.
+        // A process of another user counts as alive, so this calls kill instead of findpid.
         const bool alive = ::kill(entries[i].pid, 0) == 0 || errno == EPERM;
         if (alive) return entries[i].pid;
     }
@@ -89,8 +89,8 @@ void Site::lockRecord() {
                                             " в эту же секунду запускается другой zrtsim.");
 }
 
-/// The lock on the record is ours here, so a registry that the record lists belongs to a run that
-/// has ended: if its process number is alive, another program has got it since.
+/// We hold the lock on the record here, so a registry that the record lists belongs to a run that
+/// has ended: if its process id exists, another program has it now.
 void Site::refuseLiveController() const {
     const pid_t holder = databaseHolder();
     if (holder == 0) return;
@@ -127,9 +127,9 @@ std::vector<std::string> Site::foreignFiles() const {
     return found;
 }
 
-/// Only keys that do not depend on the generation byte: a process that made a
-/// controller's objects has made the registry, its queues and the generation byte too. The others
-/// are checked when the generation is set.
+/// Checks only keys that do not depend on the generation byte: a process that made a controller's
+/// objects has also made the registry, its queues and the generation byte. The other keys are
+/// checked when the generation is set.
 std::vector<std::string> Site::foreignObjects() const {
     std::vector<std::string> found;
     for (int index = 0; index < kIpcIndexCount; ++index) {
@@ -239,7 +239,7 @@ void Site::makeFile(const fs::path& file, const std::string& bytes) {
     const int descriptor = ::open(file.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, kMode);
     if (descriptor < 0) {
         const int error = errno;
-        // Somebody made it since the check: it must not stay noted as ours.
+        // Another program made it after the check: it must not stay noted as ours.
         if (error == EEXIST) static_cast<void>(record_.forgetFile(file));
         errno = error;
         failedOn("не создаётся файл", file);
@@ -279,7 +279,7 @@ void Site::leave() {
             out_ << "Не удаляется файл " << file.string() << ": " << std::strerror(errno) << "\n";
             continue;
         }
-        static_cast<void>(record_.forgetFile(file));  // finish writes the record anew
+        static_cast<void>(record_.forgetFile(file));  // finish rewrites the record
     }
     tellSavedFiles();
     removeFolders();

@@ -10,8 +10,9 @@
 
 namespace sim {
 
-/// The installation folder while a simulated controller occupies it: decides whether it may, makes
-/// files and folders, and removes them again. Never touches a file that it did not write.
+/// The installation folder while a simulated controller occupies it. Decides whether it may be
+/// occupied, makes files and folders, and removes them again. Never touches a file that it did not
+/// write.
 class Site {
   public:
     /// @param out  messages to the user, UTF-8; must outlive the site
@@ -21,24 +22,24 @@ class Site {
     Site(const Site&) = delete;
     Site& operator=(const Site&) = delete;
 
-    /// Takes possession: checks that nothing of others is here, and removes what a killed run left.
-    /// A setting that was edited after zrtsim wrote it stays, and so do saved files, unless
-    /// `fresh`. Throws Failure with everything that stands against it; then nothing was changed.
+    /// Takes possession: checks that nothing here belongs to others, and removes what a killed run
+    /// left. A setting that was edited after zrtsim wrote it stays, and so do saved files, unless
+    /// `fresh`. Throws Failure with all objections; nothing has changed then.
     void enter(bool fresh);
 
-    /// Makes the controller's folders as far as they are missing, and its key files. The key files
-    /// must exist before the first key is computed and stay the same files until the last segment
-    /// is gone, because a key is made from the file's inode.
+    /// Makes the controller's missing folders and its key files. The key files must exist before
+    /// the first key is computed and stay the same files until the last segment is gone, because a
+    /// key is made from the file's inode.
     void makeFoldersAndKeyFiles();
 
     /// Writes a file that does not exist. Throws Failure.
     void makeFile(const std::filesystem::path& file, const std::string& bytes);
 
-    /// Notes a file of Folders::savedFiles as ours before something else writes it, now and as long
-    /// as the run lasts. Throws Failure.
+    /// Notes a file of Folders::savedFiles as ours before another component writes it, for the
+    /// whole run. Throws Failure.
     void adoptSavedFile(const std::filesystem::path& file);
 
-    /// True when the user's edited version of a setting stayed.
+    /// True when the user's edited version of a setting was kept.
     [[nodiscard]] bool keepsEdited(const std::filesystem::path& file) const;
 
     /// Removes everything that was made; an edited setting and the saved files stay, with a
@@ -63,7 +64,7 @@ class Site {
     Folders folders_;
     std::ostream& out_;
     Record record_;
-    std::vector<std::filesystem::path> edited_;  // settings of the user's that stayed
+    std::vector<std::filesystem::path> edited_;  // the user's settings that were kept
     bool entered_ = false;
 };
 

@@ -14,7 +14,7 @@ namespace {
 constexpr std::int64_t kMicrosecondsPerSecond = 1'000'000;
 constexpr std::int64_t kMegabyte = 1'000'000;
 
-/// SQLite writes its log beside the archive before it moves it there.
+/// SQLite's log beside the archive, before its contents are moved there.
 constexpr std::int64_t kLogBytes = 64 * kMegabyte;
 
 std::string lengthText(std::int64_t seconds) {

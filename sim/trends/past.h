@@ -12,22 +12,22 @@
 
 namespace sim {
 
-/// Lets the plant live through the past of an archive, a second at a time.
+/// Runs the plant through an archive's past, one second at a time.
 class Past {
   public:
-    /// @param length  up to `now`; what the archive holds already is not made again
-    /// @param stop    becomes non-zero when the program has to end; then the past stays incomplete
+    /// @param length  up to `now`; values that the archive already has are not made again
+    /// @param stop    becomes non-zero when the program must end; the past stays incomplete then
     Past(TrendRecorder& recorder, std::chrono::seconds length, std::ostream& out,
          const volatile std::sig_atomic_t& stop)
         : recorder_(recorder), length_(length), out_(out), stop_(stop) {}
 
-    /// Says how large the archive will be, and throws Failure when the disk has no room for it.
-    /// @param folder  where the archive lies
+    /// Prints how large the archive will be, and throws Failure when the disk has no room for it.
+    /// @param folder  the archive's folder
     void announce(const std::filesystem::path& folder, timeval now);
 
-    /// Fills the archive up to the moment when it is done, and reports its progress. Throws
+    /// Fills the archive up to the time at which it completes, and reports its progress. Throws
     /// trends::ArchiveError.
-    /// @param clock  what time it is
+    /// @param clock  returns the current time
     void make(Plant& plant, timeval (*clock)());
 
   private:
@@ -40,7 +40,7 @@ class Past {
     std::ostream& out_;
     const volatile std::sig_atomic_t& stop_;
     timeval begin_{};
-    std::int64_t seconds_ = 0;  // to make, without those that pass meanwhile
+    std::int64_t seconds_ = 0;  // to make, not counting those that pass meanwhile
     Clock::time_point nextProgress_;
 };
 

@@ -32,7 +32,7 @@ double currentValue(const DatabaseMemory& memory, TypeCode type, std::size_t i) 
     }
 }
 
-/// What a change has to exceed.
+/// The threshold for a change.
 double noiseOf(const DatabaseMemory& memory, TypeCode type, std::size_t i) {
     constexpr double kPart = 0.005;
     constexpr double kFullOutput = 100;  // %
@@ -71,7 +71,7 @@ double PenSampler::archiveGrowth() const {
     double growth = 0;
     for (const Pen& pen : pens_) {
         growth += kFlags + kTable;
-        // Booleans seldom move.
+        // Booleans rarely change.
         if (pen.valueType == jxo::kVtDouble) growth += sizeof(double);
         if (pen.valueType == jxo::kVtFloat || pen.valueType == jxo::kVtInteger) {
             growth += sizeof(float);

@@ -20,11 +20,11 @@ struct PenValue {
 };
 
 /// Decides which pens get a value now: those whose variable changed in value or quality, and those
-/// whose last value is a second old. Noise is no change: an analog value has to move by half a
+/// whose last value is a second old. Noise does not count: an analog value must change by half a
 /// percent of its scale. One thread at a time.
 class PenSampler {
   public:
-    /// Pens without a variable in the database, or of a text, get no values.
+    /// Pens without a variable in the database, and pens of a text, get no values.
     PenSampler(const DatabaseMemory& memory, const trends::Definitions& definitions);
 
     /// Appends what is due at `now`.
@@ -32,7 +32,8 @@ class PenSampler {
 
     [[nodiscard]] std::size_t recordedPens() const { return pens_.size(); }
 
-    /// What the archive grows by when every pen moves and gets a value a second, bytes a second.
+    /// The growth of the archive when every pen changes and gets a value each second, bytes a
+    /// second.
     [[nodiscard]] double archiveGrowth() const;
 
   private:

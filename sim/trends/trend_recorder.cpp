@@ -16,7 +16,7 @@ std::int64_t microsecondsOf(timeval time) {
     return time.tv_sec * kMicrosecondsPerSecond + time.tv_usec;
 }
 
-/// Signals are for the main thread, whose waiting they interrupt.
+/// Signals must reach the main thread, because they interrupt its waiting.
 std::thread startedWithoutSignals(auto body) {
     sigset_t all;
     sigset_t before;
@@ -107,7 +107,7 @@ void TrendRecorder::writeUntilClosed() {
 }
 
 /// Waits for values, or after a failure for the time of the next try.
-/// @return whether the recorder is to end
+/// @return whether the recorder must end
 bool TrendRecorder::waitForWork() {
     std::unique_lock lock(mutex_);
     if (failingSince_) {
@@ -119,7 +119,7 @@ bool TrendRecorder::waitForWork() {
     return closing_;
 }
 
-/// After a failure the archive keeps what was committed, and the rest goes back among what waits.
+/// After a failure the archive keeps what was committed, and the other values wait again.
 void TrendRecorder::tryToWrite() {
     try {
         if (writer_ == nullptr) {
@@ -134,7 +134,7 @@ void TrendRecorder::tryToWrite() {
     writing_.clear();
 }
 
-/// Where this fails, the values stay in SQLite's log beside the archive, and nothing is lost.
+/// If this fails, the values stay in SQLite's log beside the archive, and nothing is lost.
 void TrendRecorder::closeArchive() {
     try {
         if (writer_ != nullptr) writer_->finish();
@@ -148,7 +148,7 @@ void TrendRecorder::write() {
     for (const PenValue& value : writing_) {
         writer_->add(value.pen, value.sample);
     }
-    const auto now = Clock::now();  // which nobody sets, unlike the values' clock
+    const auto now = Clock::now();  // never set, unlike the clock of the values
     const bool cleans = !cleanedAt_ || now - *cleanedAt_ >= kCleanEvery;
     if (cleans) writer_->keepRecorded(keep_.count());
     writer_->commit();

@@ -20,25 +20,26 @@
 
 namespace sim {
 
-/// The controller's trend recorder: puts the pens' values into the archive once a second. Writing
-/// is done by a thread of its own, so that a slow disk holds up no cycle.
+/// The controller's trend recorder: writes the pens' values to the archive once a second. It writes
+/// in its own thread, so that a slow disk delays no cycle.
 ///
-/// While the archive cannot be written (no room, locked for long), values wait and the recorder
-/// tries again; beyond kMostWaiting the oldest are lost.
+/// While the archive cannot be written (disk full, locked for a long time), values wait and the
+/// recorder tries again; beyond kMostWaiting the oldest are lost.
 class TrendRecorder {
   public:
     static constexpr std::size_t kMostWaiting = 100'000;  // values, 32 bytes each
     static constexpr auto kRetryAfter = std::chrono::seconds(2);
 
-    /// Opens the archive, making it where it is missing. Throws trends::ArchiveError.
-    /// @param keep  recorded time that stays in the archive; older values go within an hour
+    /// Opens the archive, creating it if it is missing. Throws trends::ArchiveError.
+    /// @param keep  recorded time that stays in the archive; older values are removed within an
+    ///              hour
     TrendRecorder(std::filesystem::path archive, const trends::Definitions& definitions,
                   const DatabaseMemory& memory, std::chrono::seconds keep);
     ~TrendRecorder();  // as close
     TrendRecorder(const TrendRecorder&) = delete;
     TrendRecorder& operator=(const TrendRecorder&) = delete;
 
-    /// Takes the values that are due into the archive at once, for a past made before the recorder
+    /// Writes the values that are due to the archive at once, for a past made before the recorder
     /// starts; they are kept with the next `commit`. Throws trends::ArchiveError.
     void recordPast(timeval time);
     void commit();
@@ -48,17 +49,18 @@ class TrendRecorder {
         return writer_->spanAtOpening(until);
     }
 
-    /// From here on the thread owns the archive.
+    /// From now on the thread owns the archive.
     void start();
 
-    /// Takes the values that are due at `now`. Costs the cycle microseconds.
+    /// Takes the values that are due at `now`. Takes microseconds of the cycle.
     void record(timeval now);
 
-    /// Writes what is left, with one last try, and closes the archive. Nothing is recorded later.
+    /// Writes the remaining values, with one last attempt, and closes the archive. Nothing is
+    /// recorded later.
     void close();
 
     /// Lines for the operator since the last call: that writing fails, that it works again, what
-    /// was lost. Mostly empty.
+    /// was lost. Usually empty.
     [[nodiscard]] std::string takeMessages();
 
     [[nodiscard]] const PenSampler& sampler() const { return sampler_; }
@@ -81,7 +83,7 @@ class TrendRecorder {
     const trends::Definitions definitions_;
     const std::chrono::microseconds keep_;
     PenSampler sampler_;
-    std::vector<PenValue> collected_;  // since the last handing over
+    std::vector<PenValue> collected_;  // since the last hand-over
     std::int64_t handedOverAt_ = 0;    // us since 1970
 
     // Of the thread, once it runs.

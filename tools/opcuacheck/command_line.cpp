@@ -77,28 +77,28 @@ constexpr HelpTexts kRussian{
 
 constexpr HelpTexts kEnglish{
     "Checks the configuration of the OPC UA server (opcuasrv.ini) before it is loaded.\n"
-    "Reports errors, in the server's own words, and the traps that the server does not report.",
+    "Shows errors, in the server's own words, and traps that the server does not report.",
     "ARGUMENT",
     "OPTIONS",
     "Usage",
     "Show this help",
-    "The file to be checked, CP866",
-    "Folder of offatrs.dat and atributs.dat: which attributes there are, and their types",
+    "File to check, CP866",
+    "Folder of offatrs.dat and atributs.dat: which attributes exist, and their types",
     "Folder of veskkntr.ini: number and cycle of the controller; default: the file's folder",
     "How many variables the database has, for example va=120,av=20,rv=60,vd=200,dv=40",
-    "Which manual inputs are texts (RVS), for example 41-44; all others but --rvl are numbers "
+    "Which manual inputs are texts (RVS), for example 41-44; all others except --rvl are numbers "
     "(RVV)",
     "Which manual inputs are switches (RVL), for example 45-60",
     "Language: ru or en",
-    "Show the nodes that it gives instead of the findings",
+    "Show the resulting nodes instead of the findings",
     "Print a JSON array: the findings, with --tree the nodes",
-    "List the codes of findings and end",
+    "List the codes of findings and exit",
     "\nExit status: 0 nothing found, 1 warnings only, 2 errors, 3 a file cannot be read,\n"
     "4 bad usage. See docs/configuration.md."};
 
 // ---- Command line ------------------------------------------------------------------------------
 
-/// The language is needed before anything is parsed: help and refusals are in it.
+/// The language is needed before anything is parsed, for help and error messages.
 std::string askedLanguage(int argc, const char* const* argv) {
     for (int i = 1; i < argc; ++i) {
         const std::string argument = argv[i];
@@ -143,7 +143,7 @@ std::string reasonOf(const CLI::ParseError& error, bool russian) {
     return "у ключа нет значения или оно лишнее (" + text + ")";
 }
 
-/// What CLI11 cannot check. @return what is wrong, empty when nothing is
+/// Checks what CLI11 cannot check. @return what is wrong; empty if nothing is
 std::string fillDatabase(const Options& options, Database& database) {
     if (options.language != "ru" && options.language != "en") {
         return "\"" + options.language + "\" — ни ru, ни en; neither ru nor en";
@@ -168,7 +168,7 @@ std::string fillDatabase(const Options& options, Database& database) {
 
 // ---- Checking ----------------------------------------------------------------------------------
 
-/// The server opens a folder and then finds nothing in it; here it can only be a slip.
+/// The server would open a folder and find nothing in it; here it can only be a mistake.
 int refuseFolder(const Options& options) {
     std::cerr << "opcuacheck: " << options.file
               << (options.russian() ? " — папка, а нужен файл\n" : " is a folder, not a file\n");

@@ -2,8 +2,8 @@
 
 namespace opcuacheck {
 
-/// Parses the command line, checks the file and prints to standard output; what keeps it from that
-/// goes to standard error. @return an ExitStatus
+/// Parses the command line, checks the file and prints to standard output; errors that prevent this
+/// go to standard error. @return an ExitStatus
 int runProgram(int argc, const char* const* argv);
 
 }  // namespace opcuacheck

@@ -11,12 +11,12 @@
 
 namespace opcuacheck {
 
-/// What is known of the controller's database without one running. Everything may be unknown.
+/// What is known about the controller's database without a running one. Everything may be unknown.
 struct Database {
     /// Variables of each kind, by VariableType.
     std::array<std::optional<int>, kKinds.size()> counts;
     /// Numbers of the manual inputs that are texts and switches, sorted; the others are numbers.
-    /// Without a value nothing is known of any.
+    /// Without a value nothing is known about any of them.
     std::optional<std::array<std::vector<std::int32_t>, 3>> manualInputs;
     /// Value type of each attribute, from attribute 1 on, by VariableType; `none` for one that
     /// cannot be read.
@@ -29,15 +29,15 @@ struct Database {
     [[nodiscard]] std::optional<int> rvTypeOf(VariableType kind, int tag) const;
 };
 
-/// Reads "va=120,rv=8". @return what is wrong with the text; empty when nothing is
+/// Reads "va=120,rv=8". @return what is wrong with the text; empty if nothing is
 [[nodiscard]] std::string readCounts(const std::string& text, Database& database, bool russian);
 
 /// Reads offatrs.dat and atributs.dat in `folder`.
-/// @return what is wrong; empty when nothing is. Attributes before a damage are kept.
+/// @return what is wrong; empty if nothing is. Attributes before the damage are kept.
 [[nodiscard]] std::string readAttributeFiles(const std::string& folder, Database& database,
                                              bool russian);
 
-/// The name of the OPC UA type with which such a value is published; "—" for `none`.
+/// The name of the OPC UA type of a published value; "—" for `none`.
 [[nodiscard]] const char* publishedTypeName(TYPE_VAL type);
 
 }  // namespace opcuacheck

@@ -18,7 +18,7 @@ namespace {
 
 using KindSet = std::bitset<kKinds.size()>;  // by VariableType
 
-/// The kinds of which the section publishes any tag.
+/// The kinds of which the section publishes at least one tag.
 KindSet listedKinds(const Section& section) {
     KindSet kinds;
     for (const KeyValue& entry : section.params) {
@@ -31,8 +31,8 @@ KindSet listedKinds(const Section& section) {
     return kinds;
 }
 
-/// With which numbers the digits behind "Attributes_Group" begin: "1" and "12" of group 12. The
-/// groups of all these numbers take the section's entries.
+/// The numbers with which the digits after "Attributes_Group" begin: "1" and "12" for group 12. The
+/// groups with all these numbers take the section's entries.
 std::vector<std::string> numberStarts(const std::string& name) {
     constexpr std::size_t kMostDigits = 10;
     std::vector<std::string> starts;
@@ -122,7 +122,7 @@ class EntryTraps : private EntryLooker {
         }
     }
 
-    /// Whether the server itself complains about the line.
+    /// Whether the server itself reports the line.
     bool isReported() const { return reportedLines_.contains(entry_->line); }
 
     void lookAtNumber(int number) {
@@ -156,7 +156,7 @@ class EntryTraps : private EntryLooker {
         return listed_.at(&section)[static_cast<std::size_t>(kind)];
     }
 
-    /// A group's entries serve the tags of every group whose number this one's begins with.
+    /// A group's entries also apply to the tags of every group with whose number this one's begins.
     bool isPublishedHere(VariableType kind) const {
         if (listsAny(*section_, kind)) return true;
         if (isFlatSection(section_->name)) return false;
@@ -212,7 +212,7 @@ struct PlacedEntry {
     TagInfo info;
 };
 
-/// The entries of one type that make nodes, out of the sections that one place of the tree uses.
+/// The entries of one type that make nodes, from the sections that one place of the tree uses.
 std::vector<PlacedEntry> nodeEntries(const std::vector<const Section*>& sections,
                                      const PublishedType& type) {
     std::vector<PlacedEntry> entries;

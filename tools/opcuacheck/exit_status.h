@@ -2,13 +2,13 @@
 
 namespace opcuacheck {
 
-/// What the program answers to the shell; named in its --help.
+/// The program's exit status, described in its --help.
 enum ExitStatus : int {
     kClean = 0,
-    kWarnings = 1,     ///< nothing but warnings
+    kWarnings = 1,     ///< only warnings
     kErrors = 2,       ///< at least one configuration error
-    kNotReadable = 3,  ///< the configuration, or a file named beside it, cannot be read
-    kBadUsage = 4,     ///< refused command line
+    kNotReadable = 3,  ///< the configuration, or another named file, cannot be read
+    kBadUsage = 4,     ///< invalid command line
 };
 
 }  // namespace opcuacheck

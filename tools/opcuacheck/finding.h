@@ -18,23 +18,23 @@ namespace opcuacheck {
 struct Finding {
     RuleId rule;
     std::int32_t line = 0;  ///< 0: the file as a whole. For an error the line that the server names
-    std::int32_t trueLine = 0;  ///< where the cause stands, when the server names another line
+    std::int32_t trueLine = 0;  ///< line of the cause, if the server names another line
     std::string section;
     std::string key;
     std::vector<std::string> arguments;  ///< of the rule's texts
-    std::optional<std::string> logLine;  ///< what the server writes to its log, when it does
+    std::optional<std::string> logLine;  ///< what the server writes to its log, if it does
 };
 
 using Findings = std::vector<Finding>;
 
-/// Everything that the checks look at.
+/// Everything that the checks use.
 struct Checked {
     const ConfigFile& file;
     const ServerView& view;
     const Database& database;
 };
 
-/// The server's own complaints, explained.
+/// The server's own reports, explained.
 void addServerErrors(const Checked& checked, Findings& findings);
 
 // The traps that the server accepts silently, by subject.
@@ -44,14 +44,14 @@ void addListTraps(const Checked& checked, Findings& findings);
 void addEntryTraps(const Checked& checked, Findings& findings);
 void addSectionTraps(const Checked& checked, Findings& findings);
 
-/// All of them, by line, errors first within one; each place and code once.
+/// All findings, ordered by line, errors first within a line; each place and code once.
 [[nodiscard]] Findings allFindings(const Checked& checked);
 
-/// A finding of an entry of the loaded configuration, at the line whose value counts.
+/// A finding about an entry of the loaded configuration, at the line whose value counts.
 [[nodiscard]] Finding atEntry(RuleId rule, const Section& section, const KeyValue& entry,
                               std::vector<std::string> arguments = {});
 
-/// Looks at one entry after the other and reports findings at the current one.
+/// Checks one entry after the other and reports findings at the current one.
 class EntryLooker {
   public:
     EntryLooker(const Checked& checked, Findings& findings)
@@ -74,7 +74,7 @@ class EntryLooker {
     const KeyValue* entry_ = nullptr;
 };
 
-/// Without zeros at the end: "29.5", "500".
+/// The number without trailing zeros: "29.5", "500".
 [[nodiscard]] std::string numberText(double number);
 
 /// The published type whose marker the key begins with; null for none.

@@ -10,9 +10,9 @@
 
 namespace opcuacheck {
 
-// ---- The file as such --------------------------------------------------------------------------
+// ---- The file as a whole -----------------------------------------------------------------------
 
-/// Bytes that begin a Cyrillic letter of UTF-8 with a byte behind them that continues one.
+/// Looks for bytes that begin a Cyrillic letter of UTF-8, followed by a continuation byte.
 static bool looksLikeUtf8(const std::string& bytes) {
     std::size_t pairs = 0;
     std::size_t others = 0;
@@ -32,7 +32,7 @@ static bool looksLikeUtf8(const std::string& bytes) {
     return pairs > 0 && pairs > others;
 }
 
-/// In CP866 these bytes are frames, in Windows-1251 the letters of every word.
+/// In CP866 these bytes are box drawings, in Windows-1251 ordinary letters.
 static bool looksLikeCp1251(const std::string& bytes) {
     const auto count = [&](unsigned low, unsigned high) {
         return std::ranges::count_if(bytes, [=](char c) {

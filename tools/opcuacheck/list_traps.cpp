@@ -11,12 +11,12 @@ namespace opcuacheck {
 
 namespace {
 
-/// Numbers in one list from which a finding says that they cost the server too much: about 12 bytes
-/// each while the list grows.
+/// Lists with more numbers than this are reported as too expensive for the server: a number takes
+/// about 12 bytes while the list grows.
 constexpr std::int64_t kTooManyNumbers = 10'000'000;
 constexpr std::int64_t kBytesPerNumber = 12;
 
-/// The list as it was probably meant; "1-8" when that is not clear.
+/// The list as it was probably meant; "1-8" if that is not clear.
 std::string repaired(const std::string& value) {
     std::string list = lowered(trim(value));
     if (list == "all" || list.find("all") != std::string::npos) return "all";
@@ -85,7 +85,8 @@ class ListTraps : private EntryLooker {
         if (zero) add(RuleId::listZero, {});
     }
 
-    /// Numbers behind a semicolon that follows its number directly are meant to belong to the list.
+    /// Numbers after a semicolon that directly follows a number were probably meant to be in the
+    /// list.
     void lookAtSemicolon() {
         const std::string_view whole = writtenValue();
         const auto at = whole.find(';');

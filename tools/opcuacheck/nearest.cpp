@@ -6,7 +6,7 @@
 
 namespace opcuacheck {
 
-/// Letters to insert, delete, replace or swap with the next one, at most `limit` + 1.
+/// The number of letters to insert, delete, replace or swap with the next one, at most `limit` + 1.
 static std::size_t distance(std::string_view a, std::string_view b, std::size_t limit) {
     const std::size_t difference = a.size() > b.size() ? a.size() - b.size() : b.size() - a.size();
     if (difference > limit) return limit + 1;
@@ -33,7 +33,7 @@ std::string nearest(std::string_view name, const std::vector<std::string>& candi
     const std::string* best = nullptr;
     std::size_t bestDistance = 0;
     for (const std::string& candidate : candidates) {
-        // Two letters of a short key are another key: "VA" is not meant by "RD".
+        // Short keys must not differ in two letters: "RD" does not mean "VA".
         const std::size_t limit = std::min<std::size_t>(3, candidate.size() / 3);
         const std::size_t d = distance(low, lowered(candidate), limit);
         if (d > limit || (best != nullptr && d >= bestDistance)) continue;

@@ -6,8 +6,8 @@
 
 namespace opcuacheck {
 
-/// The candidate that a misspelled name most likely stands for: equal but for case, or a few
-/// letters off. Empty when none is near. All in one encoding of one byte per character.
+/// The candidate that a misspelled name most likely means: equal except for case, or different in a
+/// few letters. Empty if there is none. All texts use the same single-byte encoding.
 [[nodiscard]] std::string nearest(std::string_view name,
                                   const std::vector<std::string>& candidates);
 

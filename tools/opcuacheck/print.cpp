@@ -71,7 +71,7 @@ class TextPrinter {
         out_ << "  " << in("Что не так: ", "What is wrong: ") << messageOf(finding, style_.language)
              << ".\n";
         if (finding.trueLine > 0) {
-            out_ << "  " << in("Причина в строке ", "The cause stands in line ") << finding.trueLine
+            out_ << "  " << in("Причина в строке ", "The cause is in line ") << finding.trueLine
                  << in("; сервер ищет её по тексту и называет строку ",
                        "; the server searches for it by its text and names line ")
                  << finding.line << ".\n";
@@ -84,7 +84,7 @@ class TextPrinter {
         } else if (error) {
             out_ << "  "
                  << in("Сервер об этом не сообщит: он остановится раньше.\n",
-                       "The server will not report this: it stops before it gets here.\n");
+                       "The server will not report this: it stops before that.\n");
         }
         out_ << '\n';
     }
@@ -94,7 +94,7 @@ class TextPrinter {
         const auto warnings = countOf(findings, Severity::warning);
         out_ << file << ": ";
         if (findings.empty()) {
-            out_ << in("замечаний нет.\n", "nothing to complain about.\n");
+            out_ << in("замечаний нет.\n", "no findings.\n");
         } else {
             out_ << in("ошибок ", "errors ") << errors << in(", предупреждений ", ", warnings ")
                  << warnings << ".\n";
@@ -120,14 +120,14 @@ class TextPrinter {
             database.counts, [](const std::optional<int>& count) { return count.has_value(); });
         if (!counts) {
             out_ << in("Не проверено, есть ли теги в базе: укажите их числа, например ",
-                       "Not checked whether the tags exist: give their numbers, for example ")
+                       "Not checked whether the tags exist: specify their counts, for example ")
                  << "--counts va=120,vd=200,av=20,dv=40,rv=60.\n";
         }
         if (!database.attributes) {
             out_ << in(
                 "Не проверено, есть ли атрибуты в базе: укажите --system с папкой файлов "
                 "offatrs.dat и atributs.dat.\n",
-                "Not checked whether the attributes exist: name the folder of offatrs.dat "
+                "Not checked whether the attributes exist: specify the folder of offatrs.dat "
                 "and atributs.dat with --system.\n");
         }
     }
@@ -174,14 +174,14 @@ void printFindingsJson(std::ostream& out, const Findings& findings, const Config
 void printTree(std::ostream& out, const std::vector<TreeNode>& tree, const Checked& checked,
                const PrintStyle& style) {
     const bool russian = style.language == Language::ru;
-    out << (russian ? "Узлы пространства имён urn:vesk; «?» — зависит от базы или архива трендов.\n"
-                    : "Nodes of the namespace urn:vesk; \"?\" depends on database or archive.\n");
+    out << (russian
+                ? "Узлы пространства имён urn:vesk; «?» — зависит от базы или архива трендов.\n"
+                : "Nodes of the namespace urn:vesk; \"?\" depends on the database or archive.\n");
     for (const VariableKind& kind : kKinds) {
         const auto index = static_cast<std::size_t>(kind.type);
         if (checked.database.counts[index]) continue;
         out << (russian ? "Число тегов " : "The number of tags ") << kind.word
-            << (russian ? " неизвестно (--counts), принято "
-                        : " is not known (--counts), taken as ")
+            << (russian ? " неизвестно (--counts), принято " : " is unknown (--counts), assumed: ")
             << checked.view.assumedCounts[index] << ".\n";
     }
     out << "\nObjects  i=85\n";

@@ -14,7 +14,7 @@ struct PrintStyle {
     bool colours = false;
 };
 
-/// The findings for people, in order, and a summary.
+/// The findings as text, in order, and a summary.
 void printFindings(std::ostream& out, const std::string& file, const Findings& findings,
                    const Checked& checked, const PrintStyle& style);
 /// The findings as one JSON array.

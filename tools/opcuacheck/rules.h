@@ -9,7 +9,7 @@ namespace opcuacheck {
 enum class Language { ru, en };
 enum class Severity { warning, error };
 
-/// What can be wrong, in the order of the table in rules.cpp. Rules that are one thing to the
+/// What can be wrong, in the order of the table in rules.cpp. Rules that mean the same to an
 /// engineer share a code.
 enum class RuleId {
     fileNotOpened,
@@ -95,7 +95,7 @@ struct Rule {
     RuleId id;
     std::string_view code;  ///< for scripts and docs/configuration.md
     Severity severity;
-    Text message;  ///< what is wrong and what becomes of it
+    Text message;  ///< what is wrong and its consequence
     Text advice;   ///< what to write instead
 };
 

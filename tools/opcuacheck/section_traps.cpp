@@ -26,7 +26,7 @@ Finding atHeading(RuleId rule, const Section& section, std::vector<std::string> 
     return {rule, section.line, 0, shown(section.name), {}, std::move(arguments), {}};
 }
 
-/// Digits behind the text that makes a section a numbered one.
+/// The digits after the text that marks a numbered section.
 std::string digitsBehind(const std::string& name, std::string_view prefix) {
     std::string digits;
     for (auto i = name.find(prefix) + prefix.size(); i < name.size(); ++i) {
@@ -105,7 +105,8 @@ class GroupTraps {
         }
     }
 
-    /// Reported at the longer number, whose lines go to the shorter one's tags too.
+    /// Reported at the section with the longer number, whose entries also go to the shorter one's
+    /// tags.
     void lookAtPrefixes(const Section& group, int number) {
         const std::string digits = digitsBehind(group.name, kGroupSection);
         for (std::size_t length = 1; length < digits.size() && length < 10; ++length) {

@@ -45,7 +45,7 @@ const std::vector<std::string>& keysOf(const std::string& section) {
     return found == declared.end() ? kNone : found->second;
 }
 
-/// A misspelled attribute entry with its marker put right; empty when the key looks like none.
+/// A misspelled attribute entry with its marker corrected; empty if the key does not look like one.
 std::string nearestEntry(const std::string& key) {
     const auto dot = key.find('.');
     if (dot == std::string::npos) return {};
@@ -123,8 +123,8 @@ EntriesByKey entriesByKey(const Checked& checked) {
     return entries;
 }
 
-/// The entry that a complaint about an attribute means: one of its key that is wrong in this way,
-/// at the server's line when there are several.
+/// The entry that a report about an attribute refers to: one with its key that is wrong in this
+/// way; if there are several, the one at the server's line.
 const PlacedEntry* meantEntry(const EntriesByKey& entries, const ConfigErrorReport& report,
                               const PublishedType& type) {
     const auto sameKey = entries.find(report.subject.key);
@@ -193,7 +193,7 @@ void explainSampling(const Checked& checked, std::size_t index, Finding& finding
 
 }  // namespace
 
-/// The section without a name is what stands before the first heading.
+/// The section without a name consists of the lines before the first heading.
 static std::int32_t lineOfSection(const ConfigFile& file, const std::string& section) {
     if (!section.empty()) return file.lineOfSection(section);
     return file.entries().empty() ? 0 : file.entries().front().line;

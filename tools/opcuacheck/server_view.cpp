@@ -49,9 +49,9 @@ std::vector<NumberRange> mergedRanges(std::vector<NumberRange> ranges) {
 
 namespace {
 
-/// Shortens the number lists to what a database can hold, so that expanding them is harmless. What
-/// the server makes of them stays the same; a list of numbers that do not exist keeps the first,
-/// because the server distinguishes it from an empty one.
+/// Shortens the number lists to what a database can contain, so that expanding them is harmless.
+/// The server's result stays the same; a list that contains only numbers that do not exist keeps
+/// the first one, because the server distinguishes it from an empty list.
 class ListClipper {
   public:
     explicit ListClipper(const Database& database) : database_(database) {}
@@ -76,7 +76,7 @@ class ListClipper {
     std::int64_t total() const { return total_; }
 
   private:
-    /// -1 for a key that is no list.
+    /// -1 for a key that is not a list.
     int lastNumber(const std::string& key) const {
         if (key == "Pens") return kLastTagNumber;
         const auto* const kind = std::ranges::find(kKinds, key, &VariableKind::word);
@@ -90,7 +90,7 @@ class ListClipper {
 
 // ---- Items -------------------------------------------------------------------------------------
 
-/// What becomes of the planned items: the same for every tag of the type.
+/// The result for the planned items, which is the same for every tag of the type.
 TypeItems outcomeOf(const ItemPlan& plan, const PublishedType& type) {
     TypeItems outcome;
     std::set<std::string> taken;
@@ -107,7 +107,7 @@ TypeItems outcomeOf(const ItemPlan& plan, const PublishedType& type) {
 
 // ---- Trees -------------------------------------------------------------------------------------
 
-/// Publishes tags in the server's order and notes what becomes of them.
+/// Publishes tags in the server's order and records the results.
 class TreeWork {
   public:
     TreeWork(ServerView& view, const std::vector<Section>& sections, const Database& database)
@@ -210,7 +210,7 @@ class TreeWork {
     std::array<std::vector<std::size_t>, kKinds.size()> conflictAt_;  // by group folder
 };
 
-/// Takes what the server would post and log, as long as it lives.
+/// Collects what the server would post and log, during its lifetime.
 class ReportTaker {
   public:
     explicit ReportTaker(ServerView& view) {
@@ -266,7 +266,7 @@ ServerView viewAsServer(const std::string& path, const std::string& settingsPath
     view.historical = switchedOn(view.sections, "HistoricalData");
     const std::size_t reportsOfLoading = view.reports.size();
     workOutTrees(view, database);
-    // Without operative data the server builds no tree, so it has no complaints about entries.
+    // Without operative data the server builds no tree, so it reports no entries.
     if (!view.operative) view.reports.resize(reportsOfLoading);
     if (view.operative) missAttrManager.sendMessage();
     (void)readServerPort(view.sections);

@@ -19,13 +19,13 @@ struct PublishedTag {
     const PublishedType* type;
     int tag;
     int groupFolder;  ///< 0 in the flat tree
-    bool typeKnown;   ///< false: a manual input that may as well be of another sub-kind
+    bool typeKnown;   ///< false: a manual input that may also have another sub-kind
 };
 
 /// Tags of one kind that a place lists although they are published elsewhere.
 struct TagConflict {
     VariableType kind;
-    int groupFolder;  ///< that lists them in vain
+    int groupFolder;  ///< that lists them without effect
     int firstTag;
     int ownerFolder;  ///< where the first of them is published; 0: the flat tree
     int count;
@@ -34,19 +34,20 @@ struct TagConflict {
 /// The value variables of one type in one place.
 struct TypeItems {
     std::vector<ItemPlan::Item> items;  ///< those whose nodes are made
-    bool added = false;                 ///< at least one add is tried
-    /// The last add fails, for its node id is taken: then the server removes the structure again.
+    bool added = false;                 ///< at least one add is attempted
+    /// The last add fails because its node id is taken; the server then removes the structure
+    /// again.
     bool rolledBack = false;
 };
 
-/// One report and whether the server lives to give it: after a fatal one it sleeps.
+/// One report and whether the server gets to make it: after a fatal one it sleeps.
 struct GivenReport {
     ConfigErrorReport report;
     bool given;
 };
 
-/// What the server makes of a configuration file, worked out by its own code, without database, OPC
-/// UA library, journal and log.
+/// What the server would do with a configuration file, computed by its own code, without a
+/// database, OPC UA library, journal or log.
 struct ServerView {
     std::vector<Section> sections;     ///< as loaded
     std::vector<GivenReport> reports;  ///< in the server's order
@@ -55,7 +56,7 @@ struct ServerView {
     bool operative = false;
     bool historical = false;
 
-    /// False: the lists are too long to be worked out, and what follows is empty.
+    /// False: the lists are too long to be expanded, and the members below are empty.
     bool worked = false;
     TagLists flat;
     std::vector<TagGroup> groups;
@@ -65,11 +66,11 @@ struct ServerView {
         items;  ///< by folder id of the type, group folder
     PlotterSelection plotters;
 
-    /// Variables of a kind, where that is not known at least those that are listed, and one.
+    /// Variables of a kind; if unknown, enough for those that are listed, and at least one.
     std::array<int, kKinds.size()> assumedCounts{};
 };
 
-/// Tags in all lists together up to which the trees are worked out.
+/// The trees are computed for at most this many tags in all lists together.
 inline constexpr std::int64_t kMostTags = 5'000'000;
 
 /// @param path  of a file that can be opened; lines are searched in it
@@ -77,10 +78,10 @@ inline constexpr std::int64_t kMostTags = 5'000'000;
 [[nodiscard]] ServerView viewAsServer(const std::string& path, const std::string& settingsPath,
                                       const Database& database);
 
-/// How many numbers the ranges hold, 0 not counted, overlaps counted each time, as the server
-/// expands them.
+/// How many numbers the ranges contain, without 0 and with overlaps counted repeatedly, as the
+/// server expands them.
 [[nodiscard]] std::int64_t expandedCount(const std::vector<NumberRange>& ranges);
-/// The ranges sorted, from 1 on, without overlaps and empty ones.
+/// The ranges sorted, from 1 on, without overlaps and without empty ranges.
 [[nodiscard]] std::vector<NumberRange> mergedRanges(std::vector<NumberRange> ranges);
 
 }  // namespace opcuacheck

@@ -77,7 +77,7 @@ class TreeBuilder {
         if (type.kind != VariableType::RV) {
             return !view_.flat[kind].empty() || view_.assumedCounts[kind] == 0;
         }
-        // One flag serves the flat tree and is looked at before groups are built.
+        // One flag is used for the flat tree, before the groups are built.
         const auto items = view_.items.find({type.folderId, 0});
         return items != view_.items.end() && items->second.added;
     }
@@ -97,7 +97,7 @@ class TreeBuilder {
         addTags(type, group.folderId, id, prefix, depth + 1);
     }
 
-    /// The folder is made for a listed tag, also when the tag itself is refused afterwards.
+    /// The folder is made for a listed tag even if the tag itself is refused afterwards.
     bool listsManualInput(const TagGroup& group, int rvType) const {
         constexpr auto kRV = static_cast<std::size_t>(VariableType::RV);
         for (int tag = 1; tag <= view_.assumedCounts[kRV]; ++tag) {

@@ -17,12 +17,13 @@ struct TreeNode {
     bool variable = false;
     std::string dataType;  ///< of its values; empty when not known
     std::string access;    ///< "R", "W", "RW"; history: "R+H"
-    /// Another sub-kind of a manual input, a pen whose variable only the trend archive knows.
+    /// May not exist like this: the sub-kind of a manual input, or the variable of a pen, is
+    /// unknown.
     bool uncertain = false;
 };
 
-/// The operative trees, flat and by group, and as much of the historical one as the configuration
-/// shows; a parent stands before its children. Empty when the lists are too long.
+/// The operative trees, flat and by group, and as much of the historical tree as follows from the
+/// configuration; a parent comes before its children. Empty if the lists are too long.
 [[nodiscard]] std::vector<TreeNode> treeOf(const ServerView& view, const Database& database);
 
 }  // namespace opcuacheck

@@ -15,8 +15,8 @@ static constexpr const char* kFooter =
     "3 — нет связи с сервером, 4 — связь потеряна и не восстановлена, 5 — история прочитана не\n"
     "до конца.";
 
-/// What CLI11 says in English, for the refusals that an operator meets. The checks above speak for
-/// themselves.
+/// Russian texts for those of CLI11's errors that an operator may see. The checks above have their
+/// own texts.
 static std::string reasonOf(const CLI::Error& error) {
     std::string text = error.what();
     const std::string option = text.substr(0, text.find(':'));
@@ -41,7 +41,7 @@ static std::string refusal(const CLI::App* app, const CLI::Error& error) {
 }
 
 namespace {
-/// CLI11 pads by bytes; Russian names need columns.
+/// CLI11 pads by bytes, but Russian names must be padded by columns.
 class RussianHelp final : public CLI::Formatter {
   public:
     RussianHelp() {
@@ -74,7 +74,7 @@ int runProgram(int argc, const char* const* argv) {
     CLI::App app{"Клиент OPC UA для сервера контроллера", "opcuaview"};
     translateHelp(app);
     app.failure_message(refusal);
-    app.require_subcommand(0, 1);  // none is refused below, after an unknown word has been named
+    app.require_subcommand(0, 1);  // none is refused below, after unknown words were reported
     addWatchCommand(app, status);
     addHistoryCommand(app, status);
     try {

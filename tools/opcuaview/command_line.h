@@ -3,8 +3,8 @@
 /// The program's command line; its subcommands add themselves (watch.h).
 namespace opcuaview {
 
-/// Parses the arguments and runs the chosen subcommand. A refused command line is explained on
-/// standard error and answered with kBadUsage, before anything is connected to.
+/// Parses the arguments and runs the chosen subcommand. An invalid command line is explained on
+/// standard error and gives kBadUsage, before any connection is made.
 [[nodiscard]] int runProgram(int argc, const char* const* argv);
 
 }  // namespace opcuaview

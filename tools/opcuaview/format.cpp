@@ -23,7 +23,7 @@ static std::string printed(const char* format, double number) {
     return text.data();
 }
 
-/// What the library itself prints; for the kinds that need nothing special.
+/// The library's own text, for types that need nothing special.
 static std::string printedByLibrary(const void* element, const UA_DataType* type) {
     UA_String text = UA_STRING_NULL;
     if (UA_print(element, type, &text) != UA_STATUSCODE_GOOD) return "?";

@@ -8,14 +8,14 @@
 namespace opcuaview {
 
 /// "—" for an empty variant; numbers with at most seven significant digits (a float has no more);
-/// arrays as "[1, 2, 3, …] (65)", at most eight elements.
+/// arrays as "[1, 2, 3, …] (65)" with at most eight elements.
 [[nodiscard]] std::string formatValue(const UA_Variant& value);
 
-/// Whether the value reads best aligned to the right.
+/// Whether the value should be right-aligned.
 [[nodiscard]] bool isNumber(const UA_Variant& value);
 
-/// "Good", "Uncertain" or "Bad" for the plain qualities, else the code's name ("BadNotReadable"),
-/// or its digits where it has none.
+/// "Good", "Uncertain" or "Bad" for the plain qualities, otherwise the code's name
+/// ("BadNotReadable"), or its digits if it has none.
 [[nodiscard]] std::string formatQuality(UA_StatusCode status);
 
 /// Local time with milliseconds, "2026-11-21 12:33:10.123". `time` counts 100 ns ticks since 1601.

@@ -47,7 +47,7 @@ std::optional<UA_DateTime> parseTime(const std::string& text) {
         const std::tm given = fields;
         fields.tm_isdst = -1;
         const std::time_t seconds = utc ? timegm(&fields) : std::mktime(&fields);
-        // A day that the month lacks has become another one.
+        // A day that the month does not have was changed to another one.
         if (fields.tm_mday != given.tm_mday || fields.tm_sec != given.tm_sec) return std::nullopt;
         return UA_DateTime_fromUnixTime(seconds) + milliseconds * UA_DATETIME_MSEC;
     }
@@ -131,7 +131,7 @@ class HistoryCommand {
     }
 
   private:
-    /// Tries until --wait is over.
+    /// Tries until the time of --wait is over.
     bool connect(const char* problem) {
         const auto deadline = Clock::now() + std::chrono::duration<double>(options_.waitSeconds);
         while (true) {
@@ -149,7 +149,7 @@ class HistoryCommand {
 
     ExitStatus choosePen() {
         if (!options_.nodeId.empty()) {
-            // The text was checked with the command line.
+            // The text was already checked when the command line was parsed.
             static_cast<void>(UA_NodeId_parse(node_.get(), uaView(options_.nodeId)));
             return kDone;
         }

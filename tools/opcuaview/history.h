@@ -15,7 +15,7 @@ namespace opcuaview {
 
 struct HistoryOptions {
     std::string url = kDefaultUrl;
-    std::string nodeId;  ///< "ns=1;s=..."; else the pen is found by `pen`
+    std::string nodeId;  ///< "ns=1;s=..."; if empty, the pen is found by `pen`
     std::string pen;     ///< part of the node id, in any case
     std::string from;    ///< empty: `last` before the end
     std::string to;      ///< empty: now
@@ -25,20 +25,20 @@ struct HistoryOptions {
     bool plot = false;  ///< a picture instead of CSV
 };
 
-/// Adds "history" to the program; `status` gets what it answers.
+/// Adds "history" to the program; `status` receives its exit status.
 void addHistoryCommand(CLI::App& app, ExitStatus& status);
 
 /// Reads the history of one pen and writes it to standard output.
 [[nodiscard]] ExitStatus readHistory(const HistoryOptions& options);
 
-/// Time in "2026-11-21", "2026-11-21 12:33", "... 12:33:10" or "... 12:33:10.123", local; with a
-/// "Z" behind it UTC. A "T" may stand for the blank.
+/// A time such as "2026-11-21", "2026-11-21 12:33", "... 12:33:10" or "... 12:33:10.123": local, or
+/// UTC with a "Z" after it. A "T" may replace the blank.
 [[nodiscard]] std::optional<UA_DateTime> parseTime(const std::string& text);
 
 /// "30d", "12h", "45m" or "90s".
 [[nodiscard]] std::optional<std::chrono::seconds> parseDuration(const std::string& text);
 
-/// The pens whose node id contains the text, in any case; all for an empty text.
+/// The pens whose node id contains the text, ignoring case; all for an empty text.
 [[nodiscard]] std::vector<const Child*> matchingPens(const std::vector<Child>& pens,
                                                      const std::string& text);
 

@@ -22,7 +22,7 @@ HistoryPager::Step HistoryPager::next(std::vector<HistoryValue>& values) {
     return values.empty() ? stepWithoutNew(answer) : Step::values;
 }
 
-/// The end is asked for to the next millisecond, because the server cuts it.
+/// The end is rounded up to the next millisecond, because the server truncates it.
 bool HistoryPager::ask(UA_DateTime from, std::vector<HistoryValue>& answer) {
     answer.clear();
     status_ = request_(from, startOfMs(to_ + kTicksPerMs - 1), answer);
@@ -36,7 +36,8 @@ bool HistoryPager::ask(UA_DateTime from, std::vector<HistoryValue>& answer) {
     return true;
 }
 
-/// Values of one time differ by their number alone: the archive only grows at its end.
+/// Values of the same time are distinguished only by their position: the archive only grows at its
+/// end.
 void HistoryPager::takeNew(const std::vector<HistoryValue>& answer,
                            std::vector<HistoryValue>& values) {
     std::size_t seen = 0;
@@ -58,8 +59,8 @@ void HistoryPager::takeNew(const std::vector<HistoryValue>& answer,
 
 HistoryPager::Step HistoryPager::stepWithoutNew(const std::vector<HistoryValue>& answer) {
     if (answer.empty() || answer.size() < largest_ || answer.back().time > to_) return Step::end;
-    // As large as any answer so far, and all of one millisecond. What follows shows whether
-    // it was cut.
+    // As large as any answer so far, and all values of one millisecond. The next request shows
+    // whether it was cut.
     std::vector<HistoryValue> others;
     const UA_DateTime nextMs = startOfMs(position_) + kTicksPerMs;
     if (nextMs <= to_) {
@@ -67,7 +68,7 @@ HistoryPager::Step HistoryPager::stepWithoutNew(const std::vector<HistoryValue>&
         if (!others.empty()) return Step::stuck;
     }
     if (answer.size() == 1) return Step::end;
-    // Nothing behind it. A larger answer to any other question shows that this one was whole.
+    // Nothing follows. If the answer to any other request is larger, this one was complete.
     if (!ask(UA_DATETIME_UNIX_EPOCH, others)) return Step::failed;
     return others.size() > answer.size() ? Step::end : Step::stuck;
 }

@@ -8,7 +8,7 @@
 
 namespace opcuaview {
 
-/// One value of a history. A server may leave out each part.
+/// One value of a history. A server may leave out any part.
 struct HistoryValue {
     UA_DateTime time = 0;  ///< source time, 100 ns ticks since 1601; without one, its predecessor's
     double number = 0;     ///< NaN where there is none
@@ -21,11 +21,12 @@ using HistoryRequest =
     std::function<UA_StatusCode(UA_DateTime from, UA_DateTime to, std::vector<HistoryValue>&)>;
 
 /// Reads a history of any length from a server that cuts its answers at a number of values without
-/// saying so, and the times of requests to milliseconds. So it asks again from the last time that
-/// came, drops what it has seen, and is done when nothing new comes.
+/// indicating it, and truncates the times of requests to milliseconds. So it repeats the request
+/// from the last time received, drops values that it has already seen, and ends when nothing new
+/// comes.
 ///
-/// Where an answer's values all share a millisecond there is no later time to ask from. If the
-/// server may have cut that answer, the reading is stuck: going on would leave out values.
+/// If all values of an answer have the same millisecond, there is no later time to continue from.
+/// If the server may have cut that answer, reading is stuck, because continuing would lose values.
 class HistoryPager {
   public:
     enum class Step { values, end, stuck, failed };
@@ -33,8 +34,8 @@ class HistoryPager {
     /// @param from, to  both belong to the range
     HistoryPager(HistoryRequest request, UA_DateTime from, UA_DateTime to);
 
-    /// Gets the next values that were not handed out before. After `failed` the same step can be
-    /// tried again; after `end` a later call finds what has been added meanwhile.
+    /// Gets the next values that were not returned before. After `failed` the same step can be
+    /// repeated; after `end` a later call finds values added meanwhile.
     [[nodiscard]] Step next(std::vector<HistoryValue>& values);
 
     /// Moves the end of the range.
@@ -52,8 +53,8 @@ class HistoryPager {
     HistoryRequest request_;
     UA_DateTime from_;
     UA_DateTime to_;
-    UA_DateTime position_;        // of the last value handed out; at first the range's begin
-    std::size_t atPosition_ = 0;  // values of exactly that time that were handed out
+    UA_DateTime position_;        // of the last value returned; at first the range's beginning
+    std::size_t atPosition_ = 0;  // values of exactly that time that were returned
     std::size_t largest_ = 0;     // values in one answer: the server's limit is no smaller
     UA_StatusCode status_ = UA_STATUSCODE_GOOD;
 };

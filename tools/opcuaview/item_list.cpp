@@ -57,7 +57,7 @@ class TreeWalk {
 
   private:
     using Objects = std::vector<Child>;
-    static constexpr int kMaxDepth = 16;  // a tree that refers back to itself ends too
+    static constexpr int kMaxDepth = 16;  // so that a tree with a cycle ends too
 
     UA_StatusCode walkFolder(const UA_NodeId& folder, const std::string& name, int depth) {
         std::vector<std::vector<Child>> lists;
@@ -125,7 +125,7 @@ class TreeWalk {
         groups_.back().push_back({std::move(child.id), tag, std::move(child.name)});
     }
 
-    /// A server may list references in any order; numbers within names count as numbers.
+    /// A server may list references in any order; numbers in names are compared as numbers.
     static void sortByName(std::vector<Child>& children) {
         std::sort(children.begin(), children.end(), [](const Child& a, const Child& b) {
             return strverscmp(a.name.c_str(), b.name.c_str()) < 0;
@@ -158,7 +158,7 @@ class TreeWalk {
     static bool isGood(UA_StatusCode status) { return status == UA_STATUSCODE_GOOD; }
 
     Session& session_;
-    std::vector<std::string> filters_;  // small letters
+    std::vector<std::string> filters_;  // lower case
     std::size_t limit_;
     const BrowseProgress& progress_;
     std::vector<std::vector<Item>> groups_;  // by folder

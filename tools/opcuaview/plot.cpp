@@ -40,7 +40,7 @@ std::optional<Range> rangeOf(const std::vector<HistoryValue>& values) {
     return range;
 }
 
-/// A steady value is drawn in the middle, but a switch between off and on.
+/// Widens a range so that a steady value is drawn in the middle; a switch keeps the range 0 to 1.
 Range withRoom(Range range) {
     if (range.high > range.low) return range;
     if (range.low == 0 || range.low == 1) return {0, 1};
@@ -68,7 +68,8 @@ std::vector<Column> columnsOf(const std::vector<HistoryValue>& values, UA_DateTi
     return columns;
 }
 
-/// A value stands until the next one, but not for longer than a recorder leaves between two.
+/// A value lasts until the next one, but not longer than the usual interval between two recorded
+/// ones.
 void holdBetween(std::vector<Column>& columns, UA_DateTime columnTicks) {
     const auto longest = static_cast<std::size_t>(
         std::max<UA_DateTime>(5 * UA_DATETIME_SEC / std::max<UA_DateTime>(columnTicks, 1), 1));

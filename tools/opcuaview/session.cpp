@@ -15,8 +15,8 @@ static constexpr UA_UInt32 kReferencesPerAnswer = 1000;
 Session::Session(std::string url, std::chrono::milliseconds answerTime)
     : url_(std::move(url)), answerTime_(answerTime) {}
 
-/// The library's own messages would tear the table; what an operator must know is said by the
-/// caller.
+/// The library's own messages would disrupt the table; the caller reports what an operator must
+/// know.
 static UA_Logger* silentLogger() {
     static UA_Logger logger{[](void*, UA_LogLevel, UA_LogCategory, const char*, va_list) {},
                             nullptr, nullptr};
@@ -28,8 +28,8 @@ static UA_Client* newClient(std::chrono::milliseconds answerTime) {
     config.logging = silentLogger();
     if (UA_ClientConfig_setDefault(&config) != UA_STATUSCODE_GOOD) return nullptr;
     config.timeout = static_cast<UA_UInt32>(answerTime.count());
-    // A lost connection is reported to the operator and made anew here, with a fresh look at the
-    // tree.
+    // A lost connection is reported to the operator and restored by this program, which then reads
+    // the tree again.
     config.noReconnect = true;
     config.noNewSession = true;
     return UA_Client_newWithConfig(&config);
@@ -159,7 +159,7 @@ UA_StatusCode Session::browsePens(std::vector<Child>& pens) {
     return status;
 }
 
-/// Times and numbers as the history's readers need them; other values are none.
+/// Converts a value to a time and a number; other types give no number.
 static HistoryValue historyValueOf(const UA_DataValue& data) {
     HistoryValue value;
     if (data.hasSourceTimestamp) value.time = data.sourceTimestamp;

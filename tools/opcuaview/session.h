@@ -33,13 +33,13 @@ struct Child {
     NodeId id;
     std::string name;  ///< display name, UTF-8, printable
     bool isVariable;
-    bool isFolder;  ///< of type FolderType; a tag's structure object is none
+    bool isFolder;  ///< of type FolderType; a tag's structure object is not
 };
 
 /// One anonymous, unencrypted session of an OPC UA client. Every operation blocks, at most for the
-/// answer time given to the constructor. Not for use by several threads.
+/// response time given to the constructor. One thread at a time.
 ///
-/// A bad status of a whole request means that the session is of no use any more: connect again.
+/// A bad status of a whole request means that the session is no longer usable: connect again.
 class Session {
   public:
     static constexpr std::size_t kNodesPerBrowse = 30;
@@ -48,17 +48,17 @@ class Session {
     explicit Session(std::string url,
                      std::chrono::milliseconds answerTime = std::chrono::seconds{5});
 
-    /// Connects, after the end of an earlier connection where there was one, and finds the server's
-    /// namespace. BADNOTFOUND: connected to a server that has no such namespace.
+    /// Closes an earlier connection, connects, and finds the server's namespace. BADNOTFOUND:
+    /// connected to a server that has no such namespace.
     [[nodiscard]] UA_StatusCode connect();
 
     /// The children of each node, in the server's order; `children` gets one list per node. A node
-    /// that cannot be browsed has none. The server keeps a place for each list that needs several
-    /// answers, and has few: hand over at most `kNodesPerBrowse` nodes.
+    /// that cannot be browsed has none. The server has few continuation points for lists that need
+    /// several answers: pass at most `kNodesPerBrowse` nodes.
     [[nodiscard]] UA_StatusCode browse(const std::vector<const UA_NodeId*>& nodes,
                                        std::vector<std::vector<Child>>& children);
 
-    /// One attribute of each node, with source times, at most 1000 nodes a request; `values` gets
+    /// One attribute of each node, with source times, at most 1000 nodes per request; `values` gets
     /// one answer per node.
     /// @param attributeId  OPC 10000-6, A.1: 13 the value, 4 the display name
     [[nodiscard]] UA_StatusCode read(const std::vector<const UA_NodeId*>& nodes,
@@ -67,13 +67,13 @@ class Session {
     /// The pens of the "Historical" folder: the variables with a history, in the server's order.
     [[nodiscard]] UA_StatusCode browsePens(std::vector<Child>& pens);
 
-    /// Raw values of one node between two times, both included, as one answer of the server holds
-    /// them: it may be cut without a sign. `values` gets them behind what it has.
-    /// @return of the request, else of the node
+    /// Raw values of one node between two times, both included: one answer of the server, which may
+    /// be cut without indicating it. They are appended to `values`.
+    /// @return the status of the request, or else of the node
     [[nodiscard]] UA_StatusCode readHistory(const UA_NodeId& node, UA_DateTime from, UA_DateTime to,
                                             std::vector<HistoryValue>& values);
 
-    /// Whether the connection broke, rather than a request was answered with an error.
+    /// False if the connection was lost; true if a request was merely answered with an error.
     [[nodiscard]] bool isConnected() const;
 
     /// Waits and keeps the connection alive meanwhile. Returns early when it is lost or on a

@@ -6,7 +6,7 @@
 
 #include "tools/opcuaview/text.h"
 
-/// A table in character cells, without any terminal behind it.
+/// A table in character cells, independent of a terminal.
 namespace opcuaview {
 
 enum class Emphasis { none, changed, doubtful, bad };
@@ -17,10 +17,10 @@ struct TableCell {
     Emphasis emphasis = Emphasis::none;
 };
 
-/// What one column may take of a narrow terminal.
+/// How a column behaves in a narrow terminal.
 struct TableColumn {
     std::string title;
-    int minWidth;    ///< columns that it keeps when the table must shrink
+    int minWidth;    ///< least width when the table must shrink
     int shrinkRank;  ///< the highest rank shrinks first
 };
 
@@ -31,9 +31,9 @@ class TableRenderer {
     using Row = std::vector<TableCell>;
 
     /// The title line and one line for each row, none wider than `width`. A column is as wide as
-    /// its widest text, as far as that fits, and never narrows from one frame to the next, so that
-    /// a live table does not jump.
-    /// @param colours  with escape sequences for the emphasis; without, a changed cell ends in "*"
+    /// its widest text, if that fits, and never gets narrower from one frame to the next, so that a
+    /// live table does not jump.
+    /// @param colours  uses escape sequences for emphasis; otherwise a changed cell ends with "*"
     [[nodiscard]] std::vector<std::string> render(const std::vector<Row>& rows, int width,
                                                   bool colours);
 
@@ -45,8 +45,8 @@ class TableRenderer {
     std::vector<int> widest_;  // of every frame so far, by column
 };
 
-/// Distributes `limit` places over groups of the given sizes as evenly as they allow: no group gets
-/// more than its size, and what a small one leaves goes to the others, the first ones first.
+/// Distributes `limit` places as evenly as possible over groups of the given sizes: no group gets
+/// more than its size, and what a small group leaves goes to the others, beginning with the first.
 [[nodiscard]] std::vector<std::size_t> fairShares(const std::vector<std::size_t>& sizes,
                                                   std::size_t limit);
 

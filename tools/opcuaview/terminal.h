@@ -15,10 +15,10 @@ struct TerminalSize {
 /// Whether standard output is a terminal.
 [[nodiscard]] bool isTerminal();
 
-/// The size of the terminal on standard output, 24 x 80 where it is not known.
+/// The size of the terminal on standard output, 24 x 80 if it is unknown.
 [[nodiscard]] TerminalSize terminalSize();
 
-/// Draws frame after frame on the same place of the terminal, without clearing the rest of it.
+/// Draws each frame at the same place of the terminal, without clearing the rest of it.
 class Screen {
   public:
     Screen();
@@ -29,17 +29,17 @@ class Screen {
     /// @param lines  none wider than the terminal, and fewer than its rows
     void draw(const std::vector<std::string>& lines);
 
-    /// The next frame starts below what is there now, as after a change of the terminal's size.
+    /// The next frame starts below the current contents, as after a change of the terminal's size.
     void startAnew() { drawn_ = 0; }
 
   private:
-    std::size_t drawn_ = 0;  // lines of the frame that stands
+    std::size_t drawn_ = 0;  // lines of the current frame
 };
 
-/// From now on SIGINT and SIGTERM end nothing by themselves but are remembered. Once per process.
+/// From now on SIGINT and SIGTERM are only recorded. Call it once per process.
 void catchStopSignals();
 
-/// Whether one of them has come.
+/// Whether one of them was received.
 [[nodiscard]] bool stopRequested();
 
 }  // namespace opcuaview

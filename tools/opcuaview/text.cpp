@@ -10,8 +10,8 @@ namespace opcuaview {
 static constexpr std::string_view kReplacement = "\xEF\xBF\xBD";  // U+FFFD
 static constexpr std::string_view kEllipsis = "\xE2\x80\xA6";     // U+2026
 
-// The C library knows the widths, but only those of the thread's locale, and ours must not depend
-// on how the operator's shell is set up.
+// The C library knows the widths only for the thread's locale, but the result must not depend on
+// the operator's shell settings.
 namespace {
 class Utf8Locale {
   public:
@@ -35,7 +35,8 @@ struct Character {
 };
 }  // namespace
 
-/// Takes the next character off `rest`, which must not be empty. A malformed byte is one character.
+/// Removes the next character from `rest`, which must not be empty. A malformed byte is one
+/// character.
 static Character takeCharacter(std::string_view& rest) {
     std::mbstate_t state{};
     wchar_t code = 0;

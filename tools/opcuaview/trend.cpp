@@ -47,7 +47,7 @@ UA_StatusCode Trend::update() {
             case HistoryPager::Step::values:
                 values_.insert(values_.end(), values.begin(), values.end());
                 break;
-            case HistoryPager::Step::stuck:  // a picture can do without what one millisecond hides
+            case HistoryPager::Step::stuck:  // a plot does not need all values of one millisecond
                 readFrom(pager_->position() + UA_DATETIME_MSEC);
                 forgetOld();
                 return UA_STATUSCODE_GOOD;

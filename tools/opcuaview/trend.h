@@ -10,22 +10,22 @@
 
 namespace opcuaview {
 
-/// The last minutes of one pen, kept up to date by history reads: each asks for what is new.
+/// The last minutes of one pen, updated by history reads that ask for new values only.
 class Trend {
   public:
     /// @param session  must outlive the trend
-    /// @param pen      part of the pen's node id; the first pen that has it is taken
+    /// @param pen      part of the pen's node id; the first matching pen is used
     Trend(Session& session, std::string pen, std::chrono::seconds length)
         : session_(session), pen_(std::move(pen)), length_(length) {}
 
-    /// Finds the pen; anew after each connect. A server without it is no failure: the picture says
-    /// so.
+    /// Finds the pen; call it after each connect. A server without the pen is not a failure: the
+    /// plot shows it.
     [[nodiscard]] UA_StatusCode find();
 
     /// Reads what is new, at most once a second.
     [[nodiscard]] UA_StatusCode update();
 
-    /// A headline and the curve.
+    /// A heading and the curve.
     [[nodiscard]] std::vector<std::string> picture(int rows, int width) const;
     /// The same in one line.
     [[nodiscard]] std::string line() const;
@@ -42,7 +42,7 @@ class Trend {
     std::chrono::seconds length_;
     NodeId node_;
     std::string name_;
-    std::string problem_;  // why there is no curve; empty: there is one
+    std::string problem_;  // why there is no curve; empty if there is one
     std::optional<HistoryPager> pager_;
     std::vector<HistoryValue> values_;
     UA_DateTime now_ = 0;

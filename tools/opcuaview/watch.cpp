@@ -60,13 +60,13 @@ static Reading readingOf(const UA_DataValue& data) {
 // ---- The two ways to show them ------------------------------------------------------------------
 
 namespace {
-/// What a round of reading brought; handed to the output.
+/// The result of a round of reading, passed to the output.
 struct Round {
     const std::vector<Item>& items;
     const std::vector<Reading>& now;
     const std::vector<bool>& changed;
     bool complete;
-    const Trend* trend;  // null: none is wanted
+    const Trend* trend;  // null if not requested
 };
 
 class Output {
@@ -76,11 +76,11 @@ class Output {
     Output(const Output&) = delete;
     Output& operator=(const Output&) = delete;
 
-    /// How many variables it shows well.
+    /// How many variables fit.
     [[nodiscard]] virtual std::size_t room() const = 0;
     virtual void show(const Round& round) = 0;
 
-    /// Something else has been printed since.
+    /// Something else was printed in between.
     virtual void interrupted() {}
 };
 
@@ -133,7 +133,7 @@ class PlainOutput final : public Output {
     Clock::time_point nextTrend_;
 };
 
-/// A table that is drawn anew in its place.
+/// A table that is redrawn in place.
 class TableOutput final : public Output {
   public:
     TableOutput(std::string url, bool trend) : url_(std::move(url)), trend_(trend) {}
@@ -163,7 +163,7 @@ class TableOutput final : public Output {
     }
 
   private:
-    /// Of the screen, for headline, curve and time axis.
+    /// Rows of the screen for heading, curve and time axis.
     [[nodiscard]] int trendRows() const {
         constexpr int kSmallTerminal = 30;
         if (!trend_) return 0;
@@ -188,7 +188,7 @@ class TableOutput final : public Output {
                 {timeOfToday(reading.time)}};
     }
 
-    /// Without the date where it is today's, which the head shows.
+    /// The time without the date if it is today's, which the heading shows.
     static std::string timeOfToday(const std::string& time) {
         constexpr std::size_t kDateLength = 11;
         const bool today =
@@ -228,7 +228,7 @@ class Watch {
         catchStopSignals();
         if (!connect("нет связи с")) return stopRequested() ? kNoValue : kCannotConnect;
         UA_StatusCode status = loadAll();
-        startedAt_ = Clock::now();  // a large tree takes its time, and is not what --seconds means
+        startedAt_ = Clock::now();  // --seconds does not include the time for reading a large tree
         while (!over()) {
             if (status == UA_STATUSCODE_GOOD) {
                 if (items_.items.empty()) return noVariables();
@@ -252,7 +252,7 @@ class Watch {
                (timed && Clock::now() - startedAt_ >= seconds(options_.runSeconds));
     }
 
-    /// Tries until --wait is over; says what failed.
+    /// Tries until the time of --wait is over; reports what failed.
     bool connect(const char* problem) {
         const auto deadline = Clock::now() + seconds(options_.waitSeconds);
         for (bool first = true;; first = false) {
@@ -283,7 +283,7 @@ class Watch {
         return true;
     }
 
-    /// After a connect.
+    /// Called after a connect.
     UA_StatusCode loadAll() {
         const UA_StatusCode status = trend_ ? trend_->find() : UA_STATUSCODE_GOOD;
         return status == UA_STATUSCODE_GOOD ? loadItems() : status;
@@ -322,7 +322,7 @@ class Watch {
         return UA_STATUSCODE_GOOD;
     }
 
-    /// Also loads the list again when another number of variables fits the terminal.
+    /// Also reloads the list when the number of variables that fit the terminal has changed.
     UA_StatusCode idleUntilNextRound() {
         const auto next = Clock::now() + milliseconds{options_.intervalMs};
         while (!over() && Clock::now() < next) {
@@ -343,7 +343,7 @@ class Watch {
     }
 
     ExitStatus finish() {
-        output_.reset();  // gives the cursor back
+        output_.reset();  // shows the cursor again
         if (valuesRead_ == 0) {
             say("ни одного значения не получено");
             return kNoValue;
@@ -352,7 +352,7 @@ class Watch {
         return kDone;
     }
 
-    /// A message while the output goes on.
+    /// Prints a message between two outputs.
     void report(const std::string& text) {
         say(text);
         output_->interrupted();

@@ -22,14 +22,13 @@ struct WatchOptions {
     bool plain = false;
     std::string trend;        ///< part of a pen's node id; empty: no trend
     int trendMinutes = 10;    ///< how far back it is shown
-    bool limitGiven = false;  ///< else as many variables as the output shows well
+    bool limitGiven = false;  ///< otherwise as many variables as fit
 };
 
-/// Adds "watch" to the program; `status` gets what it answers.
+/// Adds "watch" to the program; `status` receives its exit status.
 void addWatchCommand(CLI::App& app, ExitStatus& status);
 
-/// Reads the chosen variables again and again and shows them until the time is over or a signal
-/// comes.
+/// Reads the chosen variables repeatedly and shows them until the time is over or a signal arrives.
 [[nodiscard]] ExitStatus watch(const WatchOptions& options);
 
 }  // namespace opcuaview

@@ -81,19 +81,19 @@ constexpr HelpTexts kEnglishHelp{
     "Usage",
     "OPTIONS",
     "show this help",
-    "read the saved files instead of the memory; their state goes to standard error",
-    "folder with dat, rezerv and check, when the files are not where the controller has them",
-    "show new messages too, until Ctrl-C",
-    "these codes only, for example 18091-18094,1003",
+    "read the saved files instead of memory; their state goes to standard error",
+    "folder with dat, rezerv and check, if the files are not where the controller has them",
+    "also show new messages, until Ctrl-C",
+    "only these codes, for example 18091-18094,1003",
     "not before this local time: \"2026-11-21 09:30:15\", \"21-11-2026\", \"09:30\"",
-    "not after it; the second, minute or day that is named is included",
-    "only so many of the newest of those chosen",
-    "one JSON object a line",
+    "not after this time; the given second, minute or day is included",
+    "only this many of the newest selected messages",
+    "one JSON object per line",
     "language: ru or en",
     "\nExit status: 0 shown, 1 shown, but a copy is damaged (--files), 2 bad usage, 3 no journal.\n"
     "See docs/journal.md."};
 
-/// The language is needed before anything is parsed: help and refusals are in it.
+/// The language is needed before anything is parsed, for help and error messages.
 Language askedLanguage(int argc, const char* const* argv) {
     for (int i = 1; i < argc; ++i) {
         const std::string argument = argv[i];
@@ -144,8 +144,8 @@ std::string reasonOf(const CLI::ParseError& error, Language language) {
     return "у ключа нет значения, или оно не подходит (" + text + ")";
 }
 
-/// What CLI11 cannot check.
-/// @return what is wrong, empty when nothing is
+/// Checks what CLI11 cannot check.
+/// @return what is wrong; empty if nothing is
 std::string understand(Options& options) {
     const bool russian = options.language == Language::russian;
     if (options.languageName != "ru" && options.languageName != "en") {
@@ -155,16 +155,16 @@ std::string understand(Options& options) {
     Selection& selection = options.selection;
     if (!options.codes.empty() && !selection.setCodes(options.codes)) {
         return "--code: \"" + options.codes + "\"" +
-               (russian ? " - не список кодов" : " is no list of codes");
+               (russian ? " - не список кодов" : " is not a list of codes");
     }
     std::size_t most = 0;
     const char* const end = options.last.data() + options.last.size();
     const auto [rest, error] = std::from_chars(options.last.data(), end, most);
     if (!options.last.empty() && (error != std::errc{} || rest != end)) {
-        return "--last: \"" + options.last + "\"" + (russian ? " - не число" : " is no number");
+        return "--last: \"" + options.last + "\"" + (russian ? " - не число" : " is not a number");
     }
     if (!options.last.empty()) options.most = most;
-    const char* noTime = russian ? " - не время" : " is no time";
+    const char* noTime = russian ? " - не время" : " is not a time";
     if (!options.from.empty() && !selection.setFrom(options.from, now)) {
         return "--from: \"" + options.from + "\"" + noTime;
     }
@@ -176,7 +176,7 @@ std::string understand(Options& options) {
 
 // ---- Showing -----------------------------------------------------------------------------------
 
-/// Designations are those of the memory: files carry none.
+/// Designations come from memory: files do not contain them.
 void show(const std::vector<SRolMessage>& messages, const Options& options) {
     std::vector<const SRolMessage*> chosen;
     for (const SRolMessage& message : messages) {
@@ -234,14 +234,14 @@ void askToStop(int /*signal*/) {
     stopAsked = 1;
 }
 
-/// Shows what was posted since the call before.
+/// Shows what was posted since the previous call.
 class Follower {
   public:
     explicit Follower(Options& options) : options_(options) {}
 
     void begin(RingCopy& copy) {
         showNew(copy);
-        options_.most.reset();  // of those that were there
+        options_.most.reset();  // it applies to the existing messages only
     }
 
     void showNew(RingCopy& copy) {
@@ -254,7 +254,7 @@ class Follower {
         auto& messages = copy.messages;
         if (messages.empty()) return;
         const Stamp newest = stampOf(messages.back());
-        // A journal that was made anew, with the clock set back, begins again.
+        // If the journal was created again and the clock was set back, all messages are new.
         if (copy.id != ringId_ && newest < shown_) shown_ = Stamp{};
         ringId_ = copy.id;
         const bool wasShown = shown_ == Stamp{} || stampOf(messages.front()) <= shown_;

@@ -95,9 +95,9 @@ constexpr Words kShortHeader{"файл сообщений обрывается �
 constexpr Words kBadHeader{"неверен заголовок файла сообщений",
                            "the header of the messages file is wrong"};
 constexpr Words kCut{"файл сообщений обрывается после сообщения ",
-                     "the messages file ends behind message "};
+                     "the messages file ends after message "};
 constexpr Words kOverflow{"неверны аргументы после сообщения ",
-                          "the arguments are wrong behind message "};
+                          "the arguments are wrong after message "};
 constexpr Words kNoCrc{"нет контрольного файла", "no CRC file"};
 constexpr Words kBadCrc{"повреждён контрольный файл", "the CRC file is damaged"};
 constexpr Words kNoCounters{"нет файла счётчиков", "no counters file"};

@@ -11,24 +11,24 @@ namespace zrtjournal {
 
 enum class Language { russian, english };
 
-/// A message as a line for people, without a line feed: local time, dictionary and code, variable,
+/// A message as one line of text, without a line feed: local time, dictionary and code, variable,
 /// text or arguments.
-/// @param designationCp866  of the message's variable; empty when it is not known
+/// @param designationCp866  of the message's variable; empty if it is unknown
 [[nodiscard]] std::string textLine(const SRolMessage& message, const std::string& designationCp866,
                                    Language language);
 
-/// A message as a JSON object in one line; times are UTC. The text is null for codes without one.
+/// A message as a JSON object on one line; times are UTC. The text is null for codes without one.
 [[nodiscard]] std::string jsonLine(const SRolMessage& message, const std::string& designationCp866,
                                    Language language);
 
 /// What is wrong with a copy, or that it is good.
 [[nodiscard]] std::string stateOf(const SavedCopy& copy, Language language);
 
-/// Both copies, and which one is shown, for people.
+/// Prints the state of both copies, and which one is shown.
 /// @param shown  index, 2 for none
 void printCopies(std::ostream& out, const SavedCopies& copies, std::size_t shown,
                  Language language);
-/// The same as one JSON object a line.
+/// The same, as one JSON object per line.
 void printCopiesJson(std::ostream& out, const SavedCopies& copies, std::size_t shown,
                      Language language);
 

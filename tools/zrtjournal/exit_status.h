@@ -2,12 +2,12 @@
 
 namespace zrtjournal {
 
-/// What the program answers to the shell; named in its --help.
+/// The program's exit status, described in its --help.
 enum ExitStatus : int {
-    kShown = 0,      ///< also when no message was chosen
+    kShown = 0,      ///< even if no message was selected
     kDamaged = 1,    ///< --files: shown, but a copy is damaged
-    kBadUsage = 2,   ///< refused command line
-    kNoJournal = 3,  ///< no journal in memory, or no copy of which anything can be read
+    kBadUsage = 2,   ///< invalid command line
+    kNoJournal = 3,  ///< no journal in memory, or no readable copy
 };
 
 }  // namespace zrtjournal

@@ -29,7 +29,7 @@ class Ring {
             if (!view->address && error_ == 0) error_ = view->error;
         }
         if (error_ != 0) return;
-        // Segments of another size are none of the journal's.
+        // Segments of another size do not belong to the journal.
         const std::size_t slots = records_.size / sizeof(SRolMessage);
         const bool fit = settings_.size >= sizeof(SRolIniFileSettings) && slots > 0 &&
                          held_.size >= sizeof(std::uint16_t) && last_.size >= sizeof(std::uint16_t);
@@ -56,7 +56,7 @@ class Ring {
     }
 
   private:
-    /// Another process changes it: one load each time, and what is read next is read after it.
+    /// Another process may change it: a single load each time, ordered before later reads.
     static unsigned wordAt(const ShmView& view) {
         return __atomic_load_n(static_cast<const std::uint16_t*>(view.address.get()),
                                __ATOMIC_ACQUIRE);
@@ -70,7 +70,7 @@ class Ring {
     unsigned capacity_ = 0;
 };
 
-/// The messages as they lie, oldest first, and what shows whether they changed meanwhile.
+/// A copy of the messages, oldest first, and what is needed to detect changes during the copy.
 struct Snapshot {
     unsigned newest = 0;
     unsigned held = 0;
@@ -91,7 +91,7 @@ Snapshot take(const Ring& ring) {
     return snapshot;
 }
 
-/// The slot that a message of the snapshot was copied from.
+/// The slot from which a message of the snapshot was copied.
 unsigned slotOf(const Snapshot& snapshot, std::size_t index, const Ring& ring) {
     const auto age = static_cast<unsigned>(snapshot.messages.size() - 1 - index);
     return CRolManager::CycMinus(snapshot.newest, age, ring.capacity());
@@ -102,22 +102,22 @@ bool isChanged(const Snapshot& snapshot, std::size_t index, const Ring& ring) {
     return std::memcmp(&now, &snapshot.messages[index], sizeof(now)) != 0;
 }
 
-/// A poster takes the oldest message out of the count before it fills its slot, and moves the index
-/// behind it: as long as neither changed, nothing that was copied did. A whole round would bring
-/// both back, but not the bytes.
+/// A poster takes the oldest message out of the count before it fills the slot, and moves the index
+/// afterwards: if neither changed, no copied message did. After a whole round both would have their
+/// old values, but not the bytes.
 bool isWhole(const Snapshot& snapshot, const Ring& ring) {
     // The count first: a poster moves the index before it counts its message.
     if (ring.held() != snapshot.held || ring.newest() != snapshot.newest) return false;
-    // Read once more: only a poster that stands still in the middle of a slot could be missed.
+    // Compared once more: only a poster that is paused in the middle of a slot could be missed.
     for (std::size_t index = 0; index < snapshot.messages.size(); ++index) {
         if (isChanged(snapshot, index, ring)) return false;
     }
     return true;
 }
 
-/// Under posters that never pause: leaves out what was filled while it was copied, and all older
-/// messages. Only one poster fills a slot at a time, so a slot that was half filled when it was
-/// copied has other bytes by now, or is still the one behind the newest.
+/// For posters that never pause: drops messages that were filled while they were copied, and all
+/// older ones. Only one slot is being filled at a time, so a slot that was half filled when it was
+/// copied has other bytes by now, or is still the one after the newest.
 void dropChanged(Snapshot& snapshot, const Ring& ring) {
     const unsigned beingFilled = (ring.newest() + 1) % ring.capacity();
     std::atomic_thread_fence(std::memory_order_seq_cst);
@@ -131,8 +131,8 @@ void dropChanged(Snapshot& snapshot, const Ring& ring) {
     messages.erase(messages.begin(), messages.begin() + static_cast<std::ptrdiff_t>(dropped));
 }
 
-/// Where the stamps do not rise, a poster has come round between two slots: leaves out what lies
-/// before.
+/// If the stamps do not rise, a poster went round between two slots: drops the messages before that
+/// point.
 void dropBeforeFall(std::vector<SRolMessage>& messages) {
     const auto fall =
         std::adjacent_find(messages.rbegin(), messages.rend(),

@@ -8,12 +8,12 @@ namespace zrtjournal {
 
 /// What the journal in shared memory holds at one moment.
 struct RingCopy {
-    int error = 0;  ///< errno why there is none to be read; ENOENT: no journal
-    int id = -1;    ///< of the ring; another one after the journal was made anew
+    int error = 0;  ///< errno if it cannot be read; ENOENT: no journal
+    int id = -1;    ///< of the ring; different after the journal was created again
     std::vector<SRolMessage> messages;  ///< whole ones, oldest first
 };
 
-/// Copies the journal without its lock and without changing anything, while others go on posting.
+/// Copies the journal without its lock and without changing anything, while others keep posting.
 [[nodiscard]] RingCopy copyRing();
 
 }  // namespace zrtjournal

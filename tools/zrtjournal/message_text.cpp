@@ -17,8 +17,8 @@ namespace zrtjournal {
 
 namespace {
 
-/// Whether the bytes are UTF-8 of which all that is not ASCII is Cyrillic or the numero sign. Words
-/// in CP866 never are: their bytes would have to be box drawings.
+/// Whether the bytes are UTF-8 whose non-ASCII characters are all Cyrillic or the numero sign.
+/// Words in CP866 never are: their bytes would have to be box drawings.
 bool isRussianUtf8(std::string_view bytes) {
     constexpr std::string_view kNumero = "№";
     bool hasLetters = false;
@@ -41,7 +41,7 @@ std::string inOneLine(std::string text) {
     return text;
 }
 
-/// A copy whose texts are CP866, all of them.
+/// A copy in which all texts are CP866.
 SRolMessage withCp866Texts(const SRolMessage& message) {
     constexpr std::size_t kHead = 2;  // type and length
     SRolMessage copy = message;

@@ -27,7 +27,7 @@ std::optional<std::vector<std::uint8_t>> readBytes(const std::string& path) {
     return std::vector<std::uint8_t>{std::istreambuf_iterator<char>(file), {}};
 }
 
-/// As long as this saver writes them, or as the loader asks for.
+/// Checks for the length that this saver writes or the one that the loader reads.
 SavedCopy::Counters countersState(const std::string& path) {
     const auto bytes = readBytes(path);
     if (!bytes) return SavedCopy::Counters::missing;
@@ -44,14 +44,14 @@ void readCopy(SavedCopy& copy) {
     }
     copy.counters = countersState(copy.countersPath);
     copy.mark = RolReadMark(copy.crcPath.c_str());
-    // The same answer for one that is missing and one that is too short.
+    // The status is the same for a missing file and one that is too short.
     const bool isMissing = copy.mark.status == 1 && !readBytes(copy.crcPath);
     copy.crc = copy.mark.status == 0 ? SavedCopy::Crc::good
                : isMissing           ? SavedCopy::Crc::missing
                                      : SavedCopy::Crc::damaged;
 }
 
-/// As the loader sees it, which asks for longer counters than the saver writes.
+/// As seen by the loader, which reads longer counters than the saver writes.
 RolCopyWorth worthOf(const SavedCopy& copy) {
     if (!copy.hasAllMessages()) return RolCopyWorth::nothing;
     std::error_code missing;

@@ -18,14 +18,14 @@ struct SavedCopy {
     std::string countersPath;
     std::string crcPath;
 
-    RolMessages messages;  ///< error kRolCannotOpen: no such file, or not to be read
+    RolMessages messages;  ///< error kRolCannotOpen: missing or unreadable
     Crc crc = Crc::missing;
-    RolCopyMark mark;  ///< what that file says to the journal's loader
+    RolCopyMark mark;  ///< what the journal's loader reads from that file
     Counters counters = Counters::missing;
 
-    /// None of its files is there.
+    /// None of its files exists.
     [[nodiscard]] bool isAbsent() const;
-    /// Whole in every respect.
+    /// Intact in every respect.
     [[nodiscard]] bool isGood() const;
     /// All its messages can be read.
     [[nodiscard]] bool hasAllMessages() const { return messages.error == kRolDone; }
@@ -38,8 +38,8 @@ using SavedCopies = std::array<SavedCopy, 2>;
 /// @param folder  with "dat", "rezerv" and "check" in it
 [[nodiscard]] SavedCopies readCopies(const std::string& folder);
 
-/// The copy to be shown: the one that the controller's next start loads; if that would load none,
-/// the one of which more can be read.
+/// The copy to show: the one that the controller's next start loads; if it would load none, the one
+/// of which more can be read.
 /// @return its index, 2 when nothing can be read
 [[nodiscard]] std::size_t bestCopy(const SavedCopies& copies);
 

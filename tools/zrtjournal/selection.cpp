@@ -60,7 +60,7 @@ constexpr TimeFormat kFormats[] = {
 
 struct Span {
     std::time_t begin;
-    std::time_t end;  // the first second behind it
+    std::time_t end;  // the first second after it
 };
 
 std::tm nextUnit(std::tm time, Unit unit) {
@@ -78,7 +78,7 @@ std::optional<Span> readTime(const std::string& text, std::time_t now) {
         if (!row.hasDay) time = today;
         time.tm_sec = 0;
         const char* rest = strptime(text.c_str(), row.format, &time);
-        constexpr int kFirstYear = 70;  // a year of two digits is taken for a day by none
+        constexpr int kFirstYear = 70;  // refuses two-digit years, which could be taken for a day
         if (rest == nullptr || *rest != '\0' || time.tm_year < kFirstYear) continue;
         time.tm_isdst = -1;
         std::tm next = nextUnit(time, row.unit);

@@ -12,17 +12,17 @@
 
 namespace zrtjournal {
 
-/// Which messages are to be shown.
+/// Selects the messages to show.
 class Selection {
   public:
     /// Codes and ranges of them, as "18091-18094, 1003".
-    /// @return false when it is no such list: nothing changes
+    /// @return false if it is not such a list; nothing changes then
     [[nodiscard]] bool setCodes(const std::string& text);
 
     /// Time of the events, local: "2026-11-21 09:30:15", "21-11-2026 09:30", a day without a time,
-    /// or a time of today. The end of a span includes the second, minute or day that it names.
+    /// or a time of today. The end of a span includes the given second, minute or day.
     /// @param now  s since 1970
-    /// @return false for any other text: nothing changes
+    /// @return false for any other text; nothing changes then
     [[nodiscard]] bool setFrom(const std::string& text, std::time_t now);
     [[nodiscard]] bool setTo(const std::string& text, std::time_t now);
 

@@ -12,8 +12,8 @@ namespace {
 
 using trends::Definitions;
 
-/// What an object keeps in its storage: the definitions, read with the first question, and the
-/// records of the last answer of each kind.
+/// The contents of an object's storage: the definitions, read at the first query, and the records
+/// of the last answer of each kind.
 struct State {
     Definitions definitions;
     bool loaded = false;
@@ -34,7 +34,7 @@ bool load(State& state) {
     return state.loaded;
 }
 
-/// Answers a question about several items: a record and an error for each.
+/// Answers a query about several items: a record and an error for each.
 /// @param fill  (item, record) -> HRESULT
 /// @return the first error of an item
 template <class Record, class Fill>
@@ -74,7 +74,7 @@ HRESULT fillPen(const Definitions& definitions, const OPCHDAITEMDEF& item,
     return trends::kOk;
 }
 
-/// Callers know no exceptions.
+/// Callers do not expect exceptions.
 template <class Question>
 HRESULT guarded(Question question) noexcept {
     try {

@@ -20,8 +20,9 @@ using trends::StoredValue;
 
 constexpr std::int64_t kMicrosecondsPerSecond = 1'000'000;
 
-/// The process's connection to the archive. Readers are made and ended with every read, so what
-/// takes time to open is kept beside them, and opened anew when the file has become another.
+/// The process's connection to the archive. Readers are constructed and destroyed for every read,
+/// so the connection, which takes time to open, is kept here. It is reopened when the file was
+/// replaced.
 class SharedArchive {
   public:
     /// Throws ArchiveError.
@@ -61,7 +62,7 @@ SharedArchive& sharedArchive() {
     return archive;
 }
 
-/// Far away times are cut to what microseconds can count.
+/// Times far away are limited to what a count of microseconds can hold.
 std::int64_t microsecondsOf(const timeval& time) {
     constexpr std::int64_t kMost = INT64_MAX / kMicrosecondsPerSecond - 1;
     const std::int64_t seconds = std::clamp<std::int64_t>(time.tv_sec, -kMost, kMost);
@@ -69,7 +70,7 @@ std::int64_t microsecondsOf(const timeval& time) {
 }
 
 OPCHDAITEMVALUE toInterface(const StoredValue& stored) {
-    constexpr std::int16_t kTrue = -1;  // as OLE spells it
+    constexpr std::int16_t kTrue = -1;  // as in OLE
     OPCHDAITEMVALUE value{};
     value.vt = static_cast<std::uint16_t>(stored.valueType);
     switch (stored.valueType) {
@@ -103,7 +104,8 @@ void hand(const std::vector<StoredValue>& values, OPCHDAITEM** results, HRESULT*
 IHDA_SyncRead::IHDA_SyncRead() = default;
 IHDA_SyncRead::~IHDA_SyncRead() = default;
 
-// One item a call, since callers free the results as those of one; no values beside the range.
+// One item per call, because callers free the results as those of one item; no values outside the
+// range.
 HRESULT IHDA_SyncRead::ReadRaw(timeval* start, timeval* end, unsigned int valueCount, bool bounds,
                                unsigned int itemCount, OPCHDAITEMDEF* items, OPCHDAITEM** results,
                                HRESULT** itemErrors) try {

@@ -12,13 +12,13 @@ namespace {
 
 constexpr int kBusyTimeoutMs = 500;
 
-/// Opens the file and refuses other databases before a statement meets missing tables.
+/// Opens the file and refuses other databases, before a statement fails because of missing tables.
 SqliteDatabase opened(const std::string& file) {
     SqliteDatabase database(file, SqliteDatabase::Access::read, kBusyTimeoutMs);
     if (database.number("PRAGMA application_id") != kApplicationId) {
         throw ArchiveError("not an archive of trends");
     }
-    // The writer converts an archive of a former version when it opens it.
+    // The writer converts an archive of an earlier version when it opens it.
     const auto version = database.number("PRAGMA user_version");
     if (version != kSchemaVersion) {
         throw ArchiveError("version " + std::to_string(version) + " of the archive is unknown");
@@ -26,14 +26,14 @@ SqliteDatabase opened(const std::string& file) {
     return database;
 }
 
-/// What is read inside belongs to one moment of the archive.
+/// Everything read within a transaction is of one moment of the archive.
 class ReadTransaction {
   public:
     explicit ReadTransaction(SqliteDatabase& database) : database_(database) {
         database_.execute("BEGIN");
     }
     ~ReadTransaction() {
-        // Nothing was changed, so there is nothing that could fail to be kept.
+        // Nothing was changed, so nothing can be lost if this fails.
         sqlite3_exec(database_.handle(), "ROLLBACK", nullptr, nullptr, nullptr);
     }
     ReadTransaction(const ReadTransaction&) = delete;
@@ -43,7 +43,7 @@ class ReadTransaction {
     SqliteDatabase& database_;
 };
 
-/// Gives up the rows that were not fetched, also when fetching failed.
+/// Discards the rows that were not fetched, even if fetching failed.
 class Rows {
   public:
     explicit Rows(SqliteStatement& statement) : statement_(statement) {}
@@ -83,7 +83,7 @@ std::vector<StoredValue> ArchiveReader::read(std::int64_t pen, std::int64_t star
     return std::move(values_);
 }
 
-/// Whether a value of this time has no place in the answer, nor has any later one.
+/// Whether neither a value of this time nor any later one can be part of the answer.
 bool ArchiveReader::isBeyond(std::int64_t time) const {
     const bool full = values_.size() == request_.limit;
     return time > request_.end || (full && time >= values_.back().sample.time);
@@ -104,8 +104,8 @@ void ArchiveReader::readChunks() {
     }
 }
 
-/// The number of the first batch that does not end before the request's start. Batches are in order
-/// of time and numbered without a gap from 1.
+/// The number of the first batch that does not end before the request's start. Batches are ordered
+/// by time and numbered from 1 without gaps.
 std::int64_t ArchiveReader::firstBatch() {
     const Rows rows(lastBatch_);
     if (!lastBatch_.step()) return 1;
@@ -121,7 +121,7 @@ std::int64_t ArchiveReader::firstBatch() {
     return first;
 }
 
-/// All batches may lie before the chunks in time.
+/// Reads the batches, all of which may be earlier than the chunks.
 void ArchiveReader::readRecent() {
     const Rows rows(recent_);
     recent_.bind(0, firstBatch());
@@ -140,7 +140,7 @@ void ArchiveReader::takeRuns(BatchDecoder& batch) {
     if (batch.damaged()) throw ArchiveError("damaged batch");
 }
 
-/// Adds what the request wants of the run.
+/// Adds the values of the run that belong to the request.
 void ArchiveReader::take(const Run& run) {
     const auto before = static_cast<std::ptrdiff_t>(values_.size());
     const std::size_t most = values_.size() + request_.limit;

@@ -16,8 +16,8 @@ struct StoredValue {
     std::int16_t valueType = 0;  // jxo::kVt...
 };
 
-/// Reads an archive, also while a writer goes on. Everything throws ArchiveError. One thread at a
-/// time.
+/// Reads an archive, even while a writer adds to it. All operations throw ArchiveError. One thread
+/// at a time.
 class ArchiveReader {
   public:
     explicit ArchiveReader(const std::string& file);
@@ -27,7 +27,7 @@ class ArchiveReader {
 
     /// The values of a pen from `start` to `end`, both included (us since 1970), oldest first, at
     /// most `limit`. All are of one moment, whatever is written meanwhile. Values that were
-    /// recorded out of order, since the clock was set back, are put in order.
+    /// recorded out of order because the clock was set back are sorted.
     [[nodiscard]] std::vector<StoredValue> read(std::int64_t pen, std::int64_t start,
                                                 std::int64_t end, std::size_t limit);
 

@@ -14,17 +14,18 @@ namespace {
 
 constexpr int kBusyTimeoutMs = 5000;
 
-/// With a batch a second, chunks are made four times an hour. They change a page or two for each
-/// pen, so more often would write more; and every read of the newest values looks through the
-/// batches, so more seldom would make these slower.
+/// With one batch a second, chunks are made four times an hour. Making them changes a page or two
+/// per pen, so making them more often would write more. Every read of the newest values searches
+/// the batches, so making chunks less often would slow these reads down.
 constexpr int kMostBatches = 900;
 
-/// For the sake of flash memory. A commit appends the pages that it changed to SQLite's log, which
-/// are copied to their places once for some 2000 pages; a rollback journal would write each page
+/// Chosen to spare flash memory. A commit appends the pages that it changed to SQLite's log; they
+/// are copied to their places once per 2000 pages or so. A rollback journal would write each page
 /// twice and synchronise the disk at every commit. The log is not synchronised at a commit either:
-/// a killed process loses nothing by that, a power failure what the kernel had not written yet,
-/// half a minute as a rule, and never the archive. A small page holds little beside what a commit
-/// appended, so little is written again; still smaller ones make long reads slower.
+/// a killed process loses nothing by that, and a power failure costs what the kernel had not
+/// written yet, usually half a minute, but never the archive. A small page contains little besides
+/// what a commit appended, so little is written again; even smaller pages would make long reads
+/// slower.
 constexpr const char* kSettings =
     "PRAGMA page_size = 2048; PRAGMA journal_mode = WAL; PRAGMA synchronous = NORMAL;"
     "PRAGMA wal_autocheckpoint = 2000; PRAGMA journal_size_limit = 5000000";
@@ -82,7 +83,7 @@ void ArchiveWriter::commit() {
 }
 
 void ArchiveWriter::keepRecorded(std::int64_t length) {
-    // A chunk counts for its time and the second after it: one with a single value counts too.
+    // A chunk counts with its duration plus one second, so that one with a single value counts too.
     constexpr std::int64_t kSecond = 1'000'000;
     begin();
     SqliteStatement chunks(database_,
@@ -140,8 +141,8 @@ void ArchiveWriter::makeTables() {
     }
 }
 
-/// What an earlier writer left in batches becomes chunks: its pens may have been of other types, or
-/// are defined no more.
+/// Converts the batches that an earlier writer left to chunks: its pens may have had other types,
+/// or may no longer be defined.
 void ArchiveWriter::packRecent() {
     std::map<std::int64_t, ChunkPacker> packers;
     SqliteStatement recent(database_, "SELECT first, data FROM recent ORDER BY rowid");
@@ -212,7 +213,7 @@ void ArchiveWriter::storeBatch() {
     ++batches_;
 }
 
-/// The chunks hold all that is in batches and what was added since.
+/// Stores everything in batches and what was added since as chunks.
 void ArchiveWriter::storeChunks() {
     begin();
     for (auto& [pen, tail] : tails_) {

@@ -14,44 +14,44 @@
 
 namespace trends {
 
-/// Writes the stand-in's archive; the controller's library has nothing like it for its users. One
-/// writer at a time, beside any number of readers, which see what has been committed. Everything
-/// throws ArchiveError; then nothing since the last commit is kept and the object is of no more
-/// use. One thread at a time.
+/// Writes the stand-in's archive; the interface of the controller's library has no counterpart. One
+/// writer at a time, beside any number of readers, which see what was committed. All operations
+/// throw ArchiveError; then everything since the last commit is lost and the object is unusable.
+/// One thread at a time.
 class ArchiveWriter {
   public:
     struct Span {
         std::int64_t first, last;  // us since 1970
     };
 
-    /// Opens the archive, making it where it is missing; one of the former version is converted.
-    /// Values of pens that are not defined any more, or recorded another variable, are removed.
+    /// Opens the archive, creating it if it is missing; an archive of the previous version is
+    /// converted. Values of pens that are no longer defined, or that recorded another variable, are
+    /// removed.
     ArchiveWriter(const std::string& file, const Definitions& definitions);
-    ~ArchiveWriter();  // gives up what was not committed
+    ~ArchiveWriter();  // discards what was not committed
     ArchiveWriter(const ArchiveWriter&) = delete;
     ArchiveWriter& operator=(const ArchiveWriter&) = delete;
 
-    /// Appends a value to a defined pen. Values are expected in order of time; one that is older
-    /// than the value before, whatever its pen, is kept as well, but begins a new chunk of every
-    /// pen.
+    /// Appends a value to a defined pen. Values are expected in order of time; a value that is
+    /// older than the previous one of any pen is kept too, but begins a new chunk of every pen.
     void add(std::int64_t pen, const Sample& sample);
 
     void commit();
 
-    /// Removes the oldest recorded chunks of each pen: those before which the pen has been recorded
-    /// for `length` (us) since. What the clock says does not matter, nor do pauses of the recorder.
-    /// Part of what the next commit keeps.
+    /// Removes the oldest chunks of each pen: those after which the pen has been recorded for
+    /// `length` (us). The clock's time does not matter, nor do pauses of the recorder. Takes effect
+    /// with the next commit.
     void keepRecorded(std::int64_t length);
 
-    /// From the oldest value to the newest one that is not later than `until`, as far as they were
-    /// committed before the archive was opened; nothing where there are none.
+    /// From the oldest value to the newest one that is not later than `until`, among those
+    /// committed before the archive was opened; nothing if there are none.
     [[nodiscard]] std::optional<Span> spanAtOpening(std::int64_t until);
 
-    /// Commits and moves everything into the file itself, so that a copy of it is whole.
+    /// Commits and moves everything into the file itself, so that a copy of it is complete.
     void finish();
 
   private:
-    /// A pen's values that are in no chunk yet.
+    /// A pen's values that are not in a chunk yet.
     struct Tail {
         ChunkEncoder packed;  // all of them
         ChunkEncoder batch;   // those since the last commit
@@ -69,7 +69,7 @@ class ArchiveWriter {
     std::map<std::int64_t, Tail> tails_;  // by pen
     struct Statements;
     std::unique_ptr<Statements> statements_;
-    /// Of the values that are in no chunk yet, us since 1970.
+    /// Of the values that are not in a chunk yet, us since 1970.
     std::int64_t newest_ = std::numeric_limits<std::int64_t>::min();
     std::int64_t batchFirst_ = 0;  // us since 1970, of the values since the last commit
     bool batchEmpty_ = true;

@@ -17,7 +17,7 @@ bool BatchDecoder::next(Run& run) {
     return !damaged_;
 }
 
-// Arithmetic on what a damaged file may hold is unsigned, where overflow is defined.
+// Arithmetic on the contents of a possibly damaged file is unsigned, where overflow is defined.
 bool BatchDecoder::takeRun(Run& run) {
     std::uint64_t pens = 0;
     std::uint8_t type = 0;

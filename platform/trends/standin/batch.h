@@ -8,9 +8,9 @@
 #include "platform/trends/standin/leb128.h"
 
 // A batch is what one commit appends: the new values of all pens in one row, so that a commit
-// changes one page of the file and not one a pen.
+// changes one page of the file instead of one page per pen.
 //
-// It is a sequence of runs, one a pen, in the order of pens:
+// It is a sequence of runs, one per pen, in the order of pens:
 //   pen, less the pen of the run before                   LEB128
 //   type of the values                                    1 byte
 //   time of the first value, less the batch's first, us   LEB128
@@ -50,7 +50,7 @@ class BatchDecoder {
     BatchDecoder(std::int64_t first, std::span<const std::uint8_t> bytes)
         : first_(first), rest_(bytes) {}
 
-    /// False at the end, and where the bytes cannot be understood: see `damaged`.
+    /// False at the end and at malformed bytes, see `damaged`.
     bool next(Run& run);
     [[nodiscard]] bool damaged() const { return damaged_; }
 

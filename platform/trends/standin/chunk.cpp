@@ -18,8 +18,8 @@ constexpr std::uint8_t kAllFlags = kSameStep | kSameValue | kSameQuality;
 
 constexpr std::uint32_t kGood = 0xC0;
 
-/// Long enough that the last page of a chunk, half empty on average, does not count; short enough
-/// that a read unpacks little that it does not return.
+/// Long enough that the last page of a chunk, half empty on average, does not matter; short enough
+/// that a read unpacks few values that it does not return.
 constexpr std::uint32_t kValuesPerChunk = 4096;
 
 template <class T>
@@ -40,7 +40,8 @@ void appendValue(std::vector<std::uint8_t>& to, std::int16_t valueType, double v
     }
 }
 
-/// Signed numbers near 0 become small ones. The arithmetic is unsigned, where overflow is defined.
+/// Maps signed numbers near 0 to small unsigned ones. The arithmetic is unsigned, where overflow is
+/// defined.
 std::uint64_t zigzag(std::uint64_t number) {
     return (number << 1) ^ (0 - (number >> 63));
 }
@@ -62,7 +63,7 @@ void ChunkEncoder::add(const Sample& sample) {
     const std::int64_t step = sample.time - before_.time;
     std::uint8_t flags = 0;
     if (step == step_) flags |= kSameStep;
-    // As bits: a NaN stays what it is, and so does a negative zero.
+    // Compared as bits, so that a NaN and a negative zero are preserved.
     const auto bits = std::bit_cast<std::uint64_t>(sample.value);
     if (bits == std::bit_cast<std::uint64_t>(before_.value)) flags |= kSameValue;
     if (sample.quality == before_.quality) flags |= kSameQuality;

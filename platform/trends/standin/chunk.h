@@ -6,11 +6,11 @@
 
 #include "platform/trends/standin/leb128.h"
 
-// Most of the archive are chunks: runs of one pen's values in order of time, packed, each a row of
-// the archive's table.
+// Most of the archive consists of chunks: packed runs of one pen's values in order of time, each a
+// row of the archive's table.
 //
-// A chunk is a sequence of values without a gap or padding. Each begins with a byte of flags that
-// say what is as it was; what is not, follows in this order:
+// A chunk is a sequence of values without gaps or padding. Each begins with a byte of flags for
+// what has not changed; what has changed follows in this order:
 //   kSameStep     else  difference of the time step to the step before, us, zigzag LEB128
 //   kSameValue    else  the value, little-endian: float and integer 4 bytes (both a float),
 //                       double 8, boolean 1
@@ -22,7 +22,7 @@ namespace trends {
 /// One archived value.
 struct Sample {
     std::int64_t time = 0;      // us since 1970-01-01 UTC
-    double value = 0;           // of a float what a float can hold; boolean: 0 or 1
+    double value = 0;           // float: exactly representable as a float; boolean: 0 or 1
     std::uint32_t quality = 0;  // OPC DA quality word
 };
 
@@ -33,8 +33,8 @@ class ChunkEncoder {
 
     void add(const Sample& sample);
 
-    /// Whether a value of this time may follow in the same chunk: one that is not older than the
-    /// last, where the chunk is neither full nor becomes longer than kLongestChunk.
+    /// Whether a value of this time may follow in the same chunk: it must not be older than the
+    /// last one, and the chunk must neither be full nor become longer than kLongestChunk.
     [[nodiscard]] bool accepts(std::int64_t time) const;
 
     [[nodiscard]] std::int16_t valueType() const { return valueType_; }
@@ -60,7 +60,7 @@ class ChunkDecoder {
     /// @param first  time of the first value; the bytes must outlive the decoder
     ChunkDecoder(std::int16_t valueType, std::int64_t first, std::span<const std::uint8_t> bytes);
 
-    /// False at the end, and where the bytes cannot be understood: see `damaged`.
+    /// False at the end and at malformed bytes, see `damaged`.
     bool next(Sample& sample);
     [[nodiscard]] bool damaged() const { return damaged_; }
 

@@ -7,7 +7,7 @@
 
 namespace trends {
 
-/// Appends rows to the table `chunk`. Throws ArchiveError. Lives no longer than the database.
+/// Appends rows to the table `chunk`. Throws ArchiveError. The database must outlive it.
 class ChunkTable {
   public:
     explicit ChunkTable(SqliteDatabase& database);
@@ -19,7 +19,8 @@ class ChunkTable {
     SqliteStatement add_;
 };
 
-/// Packs values of one pen that come from elsewhere, oldest first, in as many chunks as they need.
+/// Packs values of one pen that come from elsewhere, oldest first, into as many chunks as they
+/// need.
 class ChunkPacker {
   public:
     ChunkPacker(ChunkTable& chunks, std::int64_t pen) : chunks_(chunks), pen_(pen) {}

@@ -45,7 +45,7 @@ std::string_view takeField(std::string_view& rest) {
     return field;
 }
 
-/// "kind, number, type" with a name behind a further comma; false when it is nothing like that.
+/// "kind, number, type" and optionally a name after another comma; false for any other text.
 bool readPen(std::string_view text, PenDefinition& pen) {
     const std::string_view kind = takeField(text);
     const std::string_view number = takeField(text);
@@ -68,12 +68,12 @@ std::string numbered(const char* word, std::size_t number) {
     return word + std::to_string(number);
 }
 
-/// Names the place of a mistake; the texts are ASCII, so they are CP866 and UTF-8 alike.
+/// Names the place of a mistake; the texts are ASCII, so they are both CP866 and UTF-8.
 std::string problemAt(const std::string& section, const std::string& key) {
     return "[" + section + "] " + key;
 }
 
-/// Keys are "Name" and "Pen_1", "Pen_2", ... without a gap.
+/// Keys are "Name" and "Pen_1", "Pen_2", ... without gaps.
 PlotterDefinition readPlotter(const Ini& ini, const std::string& section, std::string& problem) {
     PlotterDefinition plotter;
     plotter.nameCp866 = withoutComment(ini.GetValue(section.c_str(), "Name", ""));

@@ -9,7 +9,7 @@
 /// Its format, with an example, is in docs/simulator.md.
 namespace trends {
 
-/// What stands for a pen in the archive.
+/// The number of a pen in the archive.
 constexpr std::int64_t penKey(std::uint32_t plotterNum, std::uint32_t penNum) {
     return std::int64_t{plotterNum} * 65536 + penNum;
 }
@@ -35,12 +35,12 @@ struct Definitions {
 };
 
 /// Sections "Plotter_1", "Plotter_2", ... and in each the keys "Name" and "Pen_1", "Pen_2", ...,
-/// numbered without a gap; anything else is a mistake.
+/// numbered without gaps; anything else is a mistake.
 /// @param problem  set to the place of the first mistake ("[Plotter_2] Pen_3"), else emptied
-/// @return without plotters when something is wrong
+/// @return no plotters when something is wrong
 [[nodiscard]] Definitions parseDefinitions(std::string_view text, std::string& problem);
 
-/// Reads the file. One that cannot be read is a problem too.
+/// Reads the file. An unreadable file is a problem too.
 [[nodiscard]] Definitions loadDefinitions(const std::string& file, std::string& problem);
 
 }  // namespace trends

@@ -6,8 +6,8 @@
 #include <span>
 #include <vector>
 
-// Numbers and records in the archive's packed bytes: unsigned LEB128, and little-endian values as
-// they lie in memory.
+// Numbers and records in the archive's packed bytes: unsigned LEB128, and little-endian values in
+// their memory layout.
 namespace trends {
 
 inline void appendNumber(std::vector<std::uint8_t>& to, std::uint64_t number) {
@@ -17,14 +17,14 @@ inline void appendNumber(std::vector<std::uint8_t>& to, std::uint64_t number) {
     to.push_back(static_cast<std::uint8_t>(number));
 }
 
-/// Takes packed bytes one item after the other. The bytes must outlive it.
+/// Reads packed bytes item by item. The bytes must outlive it.
 class PackedBytes {
   public:
     explicit PackedBytes(std::span<const std::uint8_t> bytes) : bytes_(bytes) {}
 
     [[nodiscard]] bool empty() const { return bytes_.empty(); }
 
-    /// False when there are too few bytes, as in the operations below; `to` is not written then.
+    /// False when there are too few bytes, as in the operations below; `to` is unchanged then.
     bool take(void* to, std::size_t size) {
         if (bytes_.size() < size) return false;
         std::memcpy(to, bytes_.data(), size);

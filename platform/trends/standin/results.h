@@ -2,7 +2,7 @@
 
 #include "jxotr/opchda.h"
 
-/// What the stand-in answers; the codes are those that OPC servers use.
+/// The stand-in's results; the codes are those that OPC servers use.
 namespace trends {
 
 inline constexpr HRESULT kOk = 0;

@@ -7,8 +7,8 @@
 //   pen     the variable that each pen recorded
 //   chunk   packed values of a pen (chunk.h), in the order in which they were recorded. Where the
 //           clock was set back, chunks of a pen overlap in time; none is longer than
-//           kLongestChunk, which says how far back a search by time has to begin
-//   recent  batches (batch.h) that are in no chunk yet, all of them in order of time
+//           kLongestChunk, which determines how far back a search by time has to begin
+//   recent  batches (batch.h) that are not in chunks yet, in order of time
 namespace trends {
 
 inline constexpr std::int64_t kApplicationId = 0x5A545231;  // marks our files among other databases

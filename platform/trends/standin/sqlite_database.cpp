@@ -13,7 +13,7 @@ SqliteDatabase::SqliteDatabase(const std::string& file, Access access, int busyT
         access == Access::read ? SQLITE_OPEN_READONLY : SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE;
     sqlite3* handle = nullptr;
     const int result = sqlite3_open_v2(file.c_str(), &handle, flags, nullptr);
-    handle_.reset(handle);  // also after a failure there is one to close
+    handle_.reset(handle);  // even after a failure there is a handle to close
     if (result != SQLITE_OK) fail(handle);
     sqlite3_busy_timeout(handle, busyTimeoutMs);
 }

@@ -15,10 +15,10 @@ class ArchiveError : public std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
-/// One connection to a database file. Everything throws ArchiveError. One thread at a time.
+/// One connection to a database file. All operations throw ArchiveError. One thread at a time.
 class SqliteDatabase {
   public:
-    enum class Access { read, write };  // write makes the file where it is missing
+    enum class Access { read, write };  // write creates a missing file
 
     /// @param busyTimeoutMs  how long a step waits for another connection's lock
     SqliteDatabase(const std::string& file, Access access, int busyTimeoutMs);
@@ -38,8 +38,7 @@ class SqliteDatabase {
     std::unique_ptr<sqlite3, Close> handle_;
 };
 
-/// A prepared statement; lives no longer than its database. Parameters and columns count from 0
-/// here.
+/// A prepared statement; its database must outlive it. Parameters and columns count from 0 here.
 class SqliteStatement {
   public:
     SqliteStatement(SqliteDatabase& database, const char* sql);
@@ -49,9 +48,9 @@ class SqliteStatement {
     /// The bytes must stay until the statement has run.
     SqliteStatement& bind(int parameter, std::span<const std::uint8_t> bytes);
 
-    /// Goes to the next row. False when there is none; then the statement is ready to run anew.
+    /// Goes to the next row. False when there is none; the statement can then be run again.
     bool step();
-    /// Gives up the rows that are left.
+    /// Discards the remaining rows.
     void reset() { sqlite3_reset(statement_.get()); }
 
     [[nodiscard]] std::int64_t integer(int column) const;

@@ -23,7 +23,7 @@ void packRecent(SqliteDatabase& database, ChunkTable& chunks, std::int64_t pen) 
     packer.finish();
 }
 
-/// False when the chunk cannot be understood.
+/// False when the chunk is malformed.
 bool unpacked(const SqliteStatement& row, std::vector<Sample>& values) {
     values.clear();
     ChunkDecoder decoder(static_cast<std::int16_t>(row.integer(1)), row.integer(2), row.bytes(3));
@@ -32,7 +32,7 @@ bool unpacked(const SqliteStatement& row, std::vector<Sample>& values) {
     return !decoder.damaged();
 }
 
-/// A chunk that cannot be understood stays as it is.
+/// A malformed chunk stays as it is.
 void splitChunk(SqliteDatabase& database, ChunkTable& chunks, std::int64_t row) {
     SqliteStatement chunk(database, "SELECT pen, type, first, data FROM chunk WHERE rowid = ?");
     std::vector<Sample> values;

@@ -4,11 +4,11 @@
 
 namespace trends {
 
-/// Makes an archive of version 1 one of this version, with all its values. Runs inside the caller's
-/// transaction; throws ArchiveError.
+/// Converts an archive of version 1 to the current version, with all its values. Runs inside the
+/// caller's transaction; throws ArchiveError.
 ///
-/// Version 1 kept a row for each value that was in no chunk yet, and its chunks could be of any
-/// length in time.
+/// Version 1 kept a row for each value that was not in a chunk yet, and its chunks could span any
+/// time.
 void upgradeFromVersion1(SqliteDatabase& database);
 
 }  // namespace trends

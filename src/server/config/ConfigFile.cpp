@@ -46,7 +46,7 @@ void ConfigFile::indexLine(std::string_view line, std::int32_t number) {
         nulLine_ = number;
         line = line.substr(0, nul);
     }
-    // To the reader a carriage return ends a line too, wherever it stands.
+    // To the reader every carriage return also ends a line.
     for (bool more = true; more;) {
         const auto end = line.find('\r');
         readLine(line.substr(0, end), number);
@@ -110,7 +110,7 @@ std::int32_t ConfigFile::lineOfSection(std::string_view section) const {
 // ---- Opening -----------------------------------------------------------------------------------
 
 namespace {
-/// Identifies one file and one state of it. All zero: there is no such file.
+/// Identifies a file and its state. All zero: there is no such file.
 using FileState = std::array<std::int64_t, 7>;
 
 struct OpenedFile {

@@ -9,14 +9,14 @@
 
 /// The text of a configuration file, indexed once: its lines, and the headings and entries that the
 /// reader of ini files finds in them. Lines count from 1, by line feeds, as in all messages. Texts
-/// are CP866. All views point into the bytes that it owns, so it can be neither copied nor moved.
-/// Immutable.
+/// are CP866. The object can be neither copied nor moved, because its views point into the bytes
+/// that it owns. Immutable.
 class ConfigFile {
   public:
     struct Heading {
         std::string_view name;
         std::int32_t line;
-        bool closed;  ///< with "]"; without it the reader takes the next line into the name
+        bool closed;  ///< with "]"; otherwise the reader adds the next line to the name
     };
     struct Entry {
         std::string_view section;  ///< as its own heading spells it; empty before the first one
@@ -25,7 +25,7 @@ class ConfigFile {
         std::int32_t line;
     };
 
-    /// @param readable  false: the file could be opened, but not read to its end
+    /// @param readable  false if the file could be opened, but not read to its end
     explicit ConfigFile(std::string bytes, bool readable = true);
     ConfigFile(const ConfigFile&) = delete;
     ConfigFile& operator=(const ConfigFile&) = delete;
@@ -33,8 +33,8 @@ class ConfigFile {
     [[nodiscard]] const std::string& bytes() const noexcept { return bytes_; }
     [[nodiscard]] bool isReadable() const noexcept { return readable_; }
 
-    /// Every line without its line feed, whatever the reader makes of it. What follows the last
-    /// line feed is a line only when it is not empty.
+    /// Every line without its line feed, however the reader parses it. The text after the last line
+    /// feed is a line only if it is not empty.
     [[nodiscard]] const std::vector<std::string_view>& lines() const noexcept { return lines_; }
 
     [[nodiscard]] const std::vector<Heading>& headings() const noexcept { return headings_; }
@@ -43,9 +43,9 @@ class ConfigFile {
     [[nodiscard]] const std::vector<std::int32_t>& ignoredLines() const noexcept {
         return ignoredLines_;
     }
-    /// Line of the first NUL byte, behind which the reader sees nothing; 0 without one.
+    /// Line of the first NUL byte, after which the reader sees nothing; 0 without one.
     [[nodiscard]] std::int32_t nulLine() const noexcept { return nulLine_; }
-    /// A line as far as the reader looks at it: without a byte order mark, and empty behind the one
+    /// The part of a line that the reader sees: without a byte order mark, and empty after the line
     /// with the NUL byte. Empty for a line that does not exist.
     [[nodiscard]] std::string_view seenLine(std::int32_t line) const;
 
@@ -75,7 +75,7 @@ class ConfigFile {
     std::unordered_map<std::string, std::vector<std::size_t>> entriesByName_;
 };
 
-/// The file as it is now. It is read and indexed again only when another path, or a file that has
-/// changed since, is asked for; until then all callers share one object. Main thread.
-/// @return null when the file cannot be opened; without bytes when it cannot be read to its end
+/// The current file. It is read and indexed again only if the path differs or the file has changed
+/// since; until then all callers share one object. Main thread.
+/// @return null if the file cannot be opened; without bytes if it cannot be read to its end
 [[nodiscard]] std::shared_ptr<const ConfigFile> openConfigFile(const std::string& path);

@@ -3,7 +3,7 @@
 #include <cstdint>
 
 // The reader is compiled here and not linked: the distribution builds its library with the
-// machine's own char, but the order of names must be that of an unsigned one everywhere. No wide
+// machine's default char, but names must be sorted as unsigned chars on every machine. No wide
 // characters.
 #define SI_IMPLEMENTATION
 #define SI_NO_CONVERSION
@@ -56,8 +56,8 @@ int IniConfigManager::readConfigFile(const std::string& path, std::vector<Sectio
         sleepForever();
     }
     IniReader ini(true, false, false);  // UTF-8 (no conversion), no double keys, no long values
-    // What cannot be read or parsed has no sections, and so no port: that is the error which will be
-    // reported.
+    // A file that cannot be read or parsed has no sections and therefore no port, which is reported
+    // as the error.
     (void)ini.LoadData(file->bytes());
 
     std::vector<std::int32_t> reportedLines;

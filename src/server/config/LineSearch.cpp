@@ -6,7 +6,7 @@
 #include "server/config/LineStrategies.h"
 
 namespace {
-/// The searches in one state of the file; made for the first search in it.
+/// The searches for one state of the file, made at the first search.
 struct Searches {
     explicit Searches(std::shared_ptr<const ConfigFile> searched)
         : file(std::move(searched)), assignments(*file), brackets(*file), entries(*file) {}

@@ -7,21 +7,21 @@
 
 #include "server/config/EntrySource.h"
 
-// Which line of the configuration file a message names. Lines count from 1. When nothing matches
-// the answer is the number of lines plus 1, hence 1 for a file that cannot be read. Names are CP866,
-// compared with case. All ask the file as openConfigFile gives it, so it is read and indexed once;
-// how each looks at its lines: LineStrategies.h. Main thread.
+// Finds the line of the configuration file that a message names. Lines count from 1. If nothing
+// matches, the result is the number of lines plus 1, hence 1 for a file that cannot be read. Names
+// are CP866 and case-sensitive. All searches use openConfigFile, so the file is read and indexed
+// once; LineStrategies.h describes each search. Main thread.
 
-/// The first line that begins (after blanks and tabs) with the key and holds "=". A longer key that
-/// begins with the searched one matches too.
+/// The first line that begins (after blanks and tabs) with the key and contains "=". A longer key
+/// that begins with the given one matches too.
 [[nodiscard]] std::int32_t findLineNumber(const std::string& path, const std::string& key);
 
 /// The first line with "[" somewhere before "]" that contains the section's name.
 [[nodiscard]] std::int32_t findLineNumberBySubstring(const std::string& path,
                                                      const std::string& sectionName);
 
-/// As findLineNumber, but lines in `usedLineNumbers` are passed over; the answer is appended to
-/// them, so that repeated keys are found at successive lines.
+/// As findLineNumber, but skips the lines in `usedLineNumbers` and appends the result to them, so
+/// that repeated keys are found at successive lines.
 [[nodiscard]] std::int32_t findLineNumberParam(const std::string& path, const std::string& key,
                                                std::vector<std::int32_t>& usedLineNumbers);
 

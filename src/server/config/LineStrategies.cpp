@@ -100,12 +100,12 @@ void EntrySearch::index(const SearchedLine& line) {
     }
 }
 
-/// @param heading  the line behind its "["
+/// @param heading  the line after its "["
 void EntrySearch::openSection(std::string_view heading) {
     const auto close = heading.find(']');
     std::string name(withoutLeading(heading.substr(0, close), kIniBlanks));
     if (close == std::string_view::npos) {
-        // The reader takes an unclosed heading and the line behind it for one name.
+        // The reader takes an unclosed heading and the line after it for one name.
         name += '\n';
     } else {
         name = withoutTrailing(name, kIniBlanks);

@@ -10,13 +10,13 @@
 #include "server/config/ConfigFile.h"
 #include "server/config/EntrySource.h"
 
-// How the line that a message names is chosen. Each search is indexed, so that thousands of them in
-// tens of thousands of lines stay quick, and answers the number of lines plus 1 when nothing
-// matches. None keeps the file: it must outlive them.
+// The searches for the line that a message names. Each one is indexed, so that thousands of
+// searches in tens of thousands of lines stay quick, and returns the number of lines plus 1 if
+// nothing matches. They do not own the file, which must outlive them.
 //
-// KEPT: every search looks at the lines in its own way and none as the reader does: comments and
-// what stands behind a NUL byte count, a byte order mark belongs to the first line, and a carriage
-// return ends no line. Required by the interface; opcuacheck names the reader's line beside it.
+// KEPT: every search treats the lines in its own way, and none as the reader does: comments and
+// text after a NUL byte count, a byte order mark belongs to the first line, and a carriage return
+// does not end a line. Required by the interface; opcuacheck also names the reader's line.
 
 /// A line without what the search skips at its start.
 struct SearchedLine {
@@ -24,12 +24,12 @@ struct SearchedLine {
     std::int32_t number;
 };
 
-/// Lines that hold "=", blanks and tabs skipped. One search at a time.
+/// Lines that contain "="; leading blanks and tabs are skipped. One search at a time.
 class AssignmentSearch {
   public:
     explicit AssignmentSearch(const ConfigFile& file);
 
-    /// The first line that begins with `start`, but for the lines in `excluded`.
+    /// The first line that begins with `start`, except for the lines in `excluded`.
     [[nodiscard]] std::int32_t first(std::string_view start,
                                      const std::vector<std::int32_t>& excluded = {}) const;
 
@@ -43,7 +43,7 @@ class AssignmentSearch {
     mutable std::vector<char> isPassed_;
 };
 
-/// Lines with a "[" before a "]", blanks and tabs skipped.
+/// Lines with a "[" before a "]"; leading blanks and tabs are skipped.
 class BracketSearch {
   public:
     explicit BracketSearch(const ConfigFile& file);
@@ -56,7 +56,7 @@ class BracketSearch {
     std::vector<SearchedLine> lines_;
 };
 
-/// Entries and the sections that they stand in.
+/// Entries and their sections.
 class EntrySearch {
   public:
     explicit EntrySearch(const ConfigFile& file);

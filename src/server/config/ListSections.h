@@ -11,9 +11,9 @@ class ListSections {
     /// The schema of the process, empty until declareSchema filled it.
     static ListSections& getInstance();
 
-    /// Declares a section; one declared before gets the new parameters in place of its old ones.
+    /// Declares a section; if it was declared before, the new parameters replace the old ones.
     void addSection(const std::string& section, const std::vector<std::string>& parameters);
-    /// Adds one parameter to a section, which is made when missing.
+    /// Adds one parameter to a section, which is created if missing.
     void addParam(const std::string& section, const std::string& parameter);
 
     /// What was declared: section -> parameters in their order.
@@ -21,9 +21,9 @@ class ListSections {
         return sections_;
     }
 
-    /// Numbered sections first: a name with "Plotter_" in it, or else with "Attributes_Group", is
-    /// known when an integer follows that text (blanks before and anything behind allowed). Any
-    /// other name must be a declared one.
+    /// Numbered sections first: a name that contains "Plotter_", or otherwise "Attributes_Group",
+    /// is known if an integer follows that text (blanks before it and any text after it are
+    /// allowed). Any other name must be a declared one.
     [[nodiscard]] bool hasSection(const std::string& name) const;
 
     /// Numbered sections have the keys of "Plotter" and "Attributes_Group". Outside plotters a key

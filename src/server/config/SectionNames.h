@@ -8,9 +8,9 @@
 inline constexpr std::string_view kGeneralSection = "General";
 inline constexpr std::string_view kAccessSection = "Access";
 inline constexpr std::string_view kFlatSection = "Attributes";  ///< the flat tree
-/// With its number behind it: a group of tags.
+/// Followed by a number: a group of tags.
 inline constexpr std::string_view kGroupSection = "Attributes_Group";
-/// With its number behind it: a plotter.
+/// Followed by a number: a plotter.
 inline constexpr std::string_view kPlotterSection = "Plotter_";
 /// The name under which the schema keeps the keys of all plotters.
 inline constexpr std::string_view kPlotterSchema = "Plotter";
@@ -19,7 +19,7 @@ inline constexpr std::string_view kPlotterSchema = "Plotter";
     return name == kFlatSection;
 }
 
-/// KEPT: these texts may stand anywhere in the name, and a name may hold both. Required by the
+/// KEPT: these texts may be anywhere in the name, and a name may contain both. Required by the
 /// interface.
 [[nodiscard]] constexpr bool holdsGroup(std::string_view name) {
     return name.find(kGroupSection) != std::string_view::npos;

@@ -5,11 +5,11 @@
 #include "jxotr/opchda.h"
 #include "jxotr/settings.h"
 
-/// Looks at the configuration of the trend system: its plotters and their pens.
+/// Reads the configuration of the trend system: its plotters and their pens.
 ///
-/// Every operation returns 0 when it succeeded and leaves its results untouched otherwise. All
-/// results, records as well as error arrays, stay the library's: callers never free them and use
-/// them before the next call of the same object. One thread at a time.
+/// Every operation returns 0 on success and leaves its results untouched otherwise. All results,
+/// records as well as error arrays, belong to the library: callers never free them and use them
+/// before the next call of the same object. One thread at a time.
 class IHDA_BrowseConfig {
   public:
     IHDA_BrowseConfig();
@@ -27,7 +27,7 @@ class IHDA_BrowseConfig {
                           jxo::CPenSettingsExt** settings, HRESULT** itemErrors);
 
   private:
-    // Callers reserve the memory, the library's constructor fills it, and how large the library's
-    // own object is was never published. 4 KiB hold any object of its kind with a wide margin.
+    // Callers reserve the memory and the library's constructor fills it. The size of the library's
+    // own object is not published; 4 KiB are taken as a wide margin.
     [[maybe_unused]] alignas(std::max_align_t) std::byte storage_[4096];
 };

@@ -8,7 +8,7 @@
 using HRESULT = int;
 static_assert(sizeof(HRESULT) == 4);
 
-/// What a call asks about: a pen, or a plotter when the pen is 0. Both count from 1.
+/// The subject of a call: a pen, or a plotter when the pen is 0. Both count from 1.
 struct OPCHDAITEMDEF {
     std::uint32_t plotterNum;
     std::uint32_t penNum;
@@ -23,7 +23,7 @@ inline constexpr std::int16_t kVtDouble = 5;
 inline constexpr std::int16_t kVtBoolean = 11;
 }  // namespace jxo
 
-/// One archived value. The library and its callers exchange it as it lies in memory.
+/// One archived value, in the memory layout that the library and its callers share.
 struct OPCHDAITEMVALUE {
     union Value {
         float number;          // kVtFloat; kVtInteger too: the library keeps integers as floats
