@@ -3,23 +3,19 @@
 from __future__ import annotations
 
 import argparse
-import json
 import os
 import pathlib
-import subprocess
 import sys
 import time
-from typing import Any
 
+from harness import command, report, report_loads
 from harness import plan as plans
-from harness import report, report_loads
+from harness.command import NOISY_LOAD, build, run_inside, run_program, say
 from harness.report_history import history_rows
 
-REPOSITORY = pathlib.Path(__file__).resolve().parents[2]
 TARGETS = ("bench_bare_server", "bench_load_client", "jxotr_scripted")
 OWN_TARGETS = ("opcuasrv", "zrtsim", "bench_value_changer")
 PARTS = ("operative", "order", "items", "million", "history", "waits")
-NOISY_LOAD = 0.5
 
 EPILOG = """\
 Both servers publish the same nodes and take turns on one core; the client has the other. Figures are
@@ -29,21 +25,14 @@ says how to read them. Exit status: 0 measured, 1 not measured or (--check) a bo
 
 
 def parse_arguments() -> argparse.Namespace:
-    parser = argparse.ArgumentParser(
-        prog="bench/run",
-        description="Measures the server against a bare server of the OPC UA library.",
-        epilog=EPILOG,
-        formatter_class=argparse.RawDescriptionHelpFormatter,
+    parser = command.parser(
+        "run", "Measures the server against a bare server of the OPC UA library.", EPILOG, "the README"
     )
     parser.add_argument("--quick", action="store_true", help="a rough answer within a minute")
     parser.add_argument(
         "--rounds", type=int, metavar="N",
         help="rounds (default 5; small trees have four times as many)",
     )  # fmt: skip
-    parser.add_argument(
-        "--json", type=pathlib.Path, metavar="FILE", help="write figures and samples"
-    )
-    parser.add_argument("--markdown", action="store_true", help="print the table for the README")
     parser.add_argument("--check", action="store_true", help="status 1 when a bound is missed")
     parser.add_argument(
         "--null-test",
@@ -53,43 +42,11 @@ def parse_arguments() -> argparse.Namespace:
     parser.add_argument(
         "--only", choices=PARTS, help="measure one part (default: all)"
     )
-    parser.add_argument(
-        "--build-dir", type=pathlib.Path, metavar="DIR",
-        help="take the programs that are there (default: build the preset release first)",
-    )  # fmt: skip
-    arguments = parser.parse_args()
+    command.add_build_dir(parser)
+    arguments = command.parsed(parser)
     if arguments.rounds is not None and arguments.rounds < 1:
         parser.error("--rounds must be at least 1")
-    if arguments.json is not None and not arguments.json.parent.is_dir():
-        parser.error(f"--json: there is no folder {arguments.json.parent}")
     return arguments
-
-
-def say(text: str) -> None:
-    print(text, file=sys.stderr, flush=True)
-
-
-def build(targets: tuple[str, ...], preset: str = "release") -> pathlib.Path:
-    """The build's folder; its output is shown only when it fails."""
-    say(f"Building (build/{preset}) ...")
-    folder = REPOSITORY / "build" / preset
-    for command in (
-        ["cmake", "--preset", preset, "-DOPCUASRV_BENCH=ON", "-DOPCUASRV_SIM=ON",
-         "-DOPCUASRV_TESTS=ON"],
-        ["cmake", "--build", str(folder), "--target", *targets],
-    ):
-        done = subprocess.run(
-            command,
-            cwd=REPOSITORY,
-            stdout=subprocess.PIPE,
-            stderr=subprocess.STDOUT,
-            text=True,
-            check=False,
-        )
-        if done.returncode != 0:
-            say(done.stdout)
-            sys.exit(1)
-    return folder
 
 
 def make_plan(arguments: argparse.Namespace, folder: pathlib.Path) -> plans.Plan:
@@ -130,18 +87,6 @@ def make_plan(arguments: argparse.Namespace, folder: pathlib.Path) -> plans.Plan
     )
 
 
-def run_inside(module: str, plan: str) -> Any:
-    """What a module measures in a private root; ends the program when it could not."""
-    command = [
-        str(REPOSITORY / "tools/dev/sandbox"), "--private-net", "--",
-        sys.executable, "-B", "-m", module, plan,
-    ]  # fmt: skip
-    done = subprocess.run(command, stdout=subprocess.PIPE, text=True, check=False)
-    if done.returncode != 0:
-        sys.exit(1)
-    return json.loads(done.stdout)
-
-
 def main() -> int:
     arguments = parse_arguments()
     folder = arguments.build_dir or build(TARGETS if arguments.null_test else TARGETS + OWN_TARGETS)
@@ -161,14 +106,9 @@ def main() -> int:
     if load > NOISY_LOAD:
         say(f"warning: the machine was not idle before the start (load {load:.2f})")
     say(f"measured in {time.monotonic() - begin:.0f} s")
-    if arguments.json:
-        text = json.dumps(report.as_json(rows, plan, samples, warnings), ensure_ascii=False, indent=1)
-        arguments.json.write_text(text + "\n", encoding="utf-8")
+    command.write_json(arguments.json, report.as_json(rows, plan, samples, warnings))
     return 1 if arguments.check and any(row.met is False for row in rows) else 0
 
 
 if __name__ == "__main__":
-    try:
-        sys.exit(main())
-    except KeyboardInterrupt:
-        sys.exit(130)
+    run_program(main)

@@ -3,14 +3,12 @@
 from __future__ import annotations
 
 import argparse
-import json
 import pathlib
-import sys
 import time
 from typing import Any
 
-from harness import report
-from harness.__main__ import REPOSITORY, build, run_inside, say
+from harness import command, report
+from harness.command import REPOSITORY, build, run_inside, run_program, say
 from harness.counters import Counter, of_emulator, of_processor, of_valgrind
 from harness.instructions_inside import InstructionPlan, figures
 from harness.report import Row
@@ -31,19 +29,12 @@ KINDS = ("x86-64", "aarch64", "processor")
 
 
 def parse_arguments() -> argparse.Namespace:
-    parser = argparse.ArgumentParser(
-        prog="bench/instructions",
-        description="Counts the instructions that the server spends on a value.",
-        epilog=EPILOG,
-        formatter_class=argparse.RawDescriptionHelpFormatter,
-    )
+    parser = command.parser(
+        "instructions", "Counts the instructions that the server spends on a value.", EPILOG,
+        "the documents",
+    )  # fmt: skip
     parser.add_argument("--only", choices=KINDS, help="count in one way (default: all)")
-    parser.add_argument("--markdown", action="store_true", help="print the table for the documents")
-    parser.add_argument("--json", type=pathlib.Path, metavar="FILE", help="write the figures")
-    arguments = parser.parse_args()
-    if arguments.json is not None and not arguments.json.parent.is_dir():
-        parser.error(f"--json: there is no folder {arguments.json.parent}")
-    return arguments
+    return command.parsed(parser)
 
 
 def counters(only: str | None, release: pathlib.Path) -> list[Counter]:
@@ -97,13 +88,9 @@ def main() -> int:
     rows = make_rows(measured)
     print(report.markdown_table(rows) if arguments.markdown else report.text_table(rows), flush=True)
     say(f"counted in {time.monotonic() - began:.0f} s")
-    if arguments.json:
-        arguments.json.write_text(json.dumps(measured, indent=1) + "\n", encoding="utf-8")
+    command.write_json(arguments.json, measured)
     return 0
 
 
 if __name__ == "__main__":
-    try:
-        sys.exit(main())
-    except KeyboardInterrupt:
-        sys.exit(130)
+    run_program(main)

@@ -4,16 +4,15 @@ from __future__ import annotations
 
 import argparse
 import contextlib
-import json
+import dataclasses
 import os
 import pathlib
-import subprocess
 import sys
 import time
 from collections.abc import Iterator
 
-from harness import load_report
-from harness.__main__ import NOISY_LOAD, REPOSITORY, build, say
+from harness import command, load_report
+from harness.command import NOISY_LOAD, build, run_inside, run_program, say
 from harness.load_plan import SERVER_NICE, SERVER_QUOTA, LoadPlan
 from harness.quota import Quota, QuotaError
 
@@ -38,16 +37,14 @@ def size(text: str) -> int:
 
 
 def parse_arguments() -> argparse.Namespace:
-    parser = argparse.ArgumentParser(
-        prog="bench/load",
-        description="Loads the server with everything at once, and prints how long an ordinary client waits.",
-        epilog=EPILOG,
-        formatter_class=argparse.RawDescriptionHelpFormatter,
+    parser = command.parser(
+        "load",
+        "Loads the server with everything at once, and prints how long an ordinary client waits.",
+        EPILOG,
+        "docs/limits.md",
     )
     parser.add_argument("--minutes", type=float, default=10, metavar="N", help="of load (default 10)")
     parser.add_argument("--quick", action="store_true", help="20 seconds in all: does it still work?")
-    parser.add_argument("--markdown", action="store_true", help="print the table for docs/limits.md")
-    parser.add_argument("--json", type=pathlib.Path, metavar="FILE", help="write all figures")
     parser.add_argument(
         "--nice", type=int, default=SERVER_NICE, metavar="N",
         help=f"niceness of the server (default {SERVER_NICE})",
@@ -60,19 +57,14 @@ def parse_arguments() -> argparse.Namespace:
         "--address-space", type=size, default=0, metavar="SIZE",
         help="most memory that the server may map: 1G, 800M (default: no limit)",
     )  # fmt: skip
-    parser.add_argument(
-        "--build-dir", type=pathlib.Path, metavar="DIR",
-        help="take the programs that are there (default: build the preset release first)",
-    )  # fmt: skip
-    arguments = parser.parse_args()
+    command.add_build_dir(parser)
+    arguments = command.parsed(parser)
     if not 0 < arguments.minutes <= 24 * 60:
         parser.error("--minutes must be more than 0 and at most 1440")
     if not 0 <= arguments.quota <= 100:
         parser.error("--quota must be from 0 to 100")
     if not -20 <= arguments.nice <= 19:
         parser.error("--nice must be from -20 to 19")
-    if arguments.json is not None and not arguments.json.parent.is_dir():
-        parser.error(f"--json: there is no folder {arguments.json.parent}")
     return arguments
 
 
@@ -112,16 +104,6 @@ def make_plan(arguments: argparse.Namespace, folder: pathlib.Path, limit: Quota 
     )
 
 
-def measure(plan: LoadPlan) -> dict[str, object] | None:
-    writable = ["--rw", plan.quota_folder] if plan.quota_folder else []
-    command = [
-        str(REPOSITORY / "tools/dev/sandbox"), "--private-net", *writable, "--",
-        sys.executable, "-B", "-m", "harness.load_inside", plan.to_json(),
-    ]  # fmt: skip
-    done = subprocess.run(command, stdout=subprocess.PIPE, text=True, check=False)
-    return json.loads(done.stdout) if done.returncode == 0 else None
-
-
 def main() -> int:
     arguments = parse_arguments()
     folder = arguments.build_dir or build(("bench_load_client", "opcuasrv", "zrtsim"))
@@ -129,22 +111,15 @@ def main() -> int:
     began = time.monotonic()
     with quota(arguments.quota) as limit:
         plan = make_plan(arguments, folder, limit)
-        measured = measure(plan)
-    if measured is None:
-        return 1
+        measured = run_inside("harness.load_inside", plan.to_json(), plan.quota_folder)
     table = load_report.markdown if arguments.markdown else load_report.text
     print(table(load_report.tables(plan, measured)), flush=True)
     if busy:
         say("warning: the machine was not idle before the start")
     say(f"measured in {time.monotonic() - began:.0f} s")
-    if arguments.json:
-        text = json.dumps({"plan": json.loads(plan.to_json()), **measured}, indent=1)
-        arguments.json.write_text(text + "\n", encoding="utf-8")
+    command.write_json(arguments.json, {"plan": dataclasses.asdict(plan), **measured})
     return 0
 
 
 if __name__ == "__main__":
-    try:
-        sys.exit(main())
-    except KeyboardInterrupt:
-        sys.exit(130)
+    run_program(main)
