@@ -5,9 +5,11 @@
 #include <open62541/plugin/historydata/history_database_default.h>
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "bench/pen_names.h"
+#include "server/opcua/UaView.h"
 
 namespace bench {
 namespace {
@@ -18,6 +20,7 @@ std::vector<float>& archive() {
     return values;
 }
 
+constexpr std::string_view kPlotter = "Plotter_1";
 constexpr UA_DateTime kFirstTime = UA_DATETIME_UNIX_EPOCH + 1767225600LL * UA_DATETIME_SEC;
 
 UA_StatusCode readArchive(UA_Server*, const UA_NodeId*, void*, const UA_HistoryDataBackend*,
@@ -58,8 +61,8 @@ UA_Boolean supportsTimestamps(UA_Server*, void*, const UA_NodeId*, void*, const 
     return true;
 }
 
-UA_LocalizedText russian(const std::string& text) {
-    return UA_LOCALIZEDTEXT(const_cast<char*>("ru-RU"), const_cast<char*>(text.c_str()));
+UA_LocalizedText russian(std::string_view text) {
+    return uaTextView("ru-RU", text);
 }
 
 UA_StatusCode addPen(UA_Server* server, UA_UInt16 ns, const std::string& tagName) {
@@ -73,28 +76,26 @@ UA_StatusCode addPen(UA_Server* server, UA_UInt16 ns, const std::string& tagName
     UA_Variant_setScalar(&attributes.value, &zero, &UA_TYPES[UA_TYPES_FLOAT]);
     attributes.dataType = UA_TYPES[UA_TYPES_FLOAT].typeId;
     attributes.valueRank = UA_VALUERANK_SCALAR;
-    char* const text = const_cast<char*>(tagName.c_str());
     return UA_Server_addVariableNode(
-        server, UA_NODEID_STRING(ns, text), UA_NODEID_STRING(ns, const_cast<char*>("Plotter_1")),
-        UA_NODEID_NUMERIC(0, UA_NS0ID_ORGANIZES), UA_QUALIFIEDNAME(ns, text),
+        server, uaNodeIdView(ns, tagName), uaNodeIdView(ns, kPlotter),
+        UA_NODEID_NUMERIC(0, UA_NS0ID_ORGANIZES), uaNameView(ns, tagName),
         UA_NODEID_NUMERIC(0, UA_NS0ID_BASEDATAVARIABLETYPE), attributes, nullptr, nullptr);
 }
 
 UA_StatusCode addFolders(UA_Server* server, UA_UInt16 ns) {
     UA_ObjectAttributes attributes = UA_ObjectAttributes_default;
-    char* const historical = const_cast<char*>("Historical");
-    attributes.displayName = UA_LOCALIZEDTEXT(const_cast<char*>("en-US"), historical);
+    constexpr std::string_view kHistorical = "Historical";
+    attributes.displayName = uaTextView("en-US", kHistorical);
     const UA_StatusCode status = UA_Server_addObjectNode(
         server, UA_NODEID_NUMERIC(ns, 7), UA_NODEID_NUMERIC(0, UA_NS0ID_OBJECTSFOLDER),
-        UA_NODEID_NUMERIC(0, UA_NS0ID_ORGANIZES), UA_QUALIFIEDNAME(ns, historical),
+        UA_NODEID_NUMERIC(0, UA_NS0ID_ORGANIZES), uaNameView(ns, kHistorical),
         UA_NODEID_NUMERIC(0, UA_NS0ID_FOLDERTYPE), attributes, nullptr, nullptr);
     if (status != UA_STATUSCODE_GOOD) return status;
-    char* const plotter = const_cast<char*>("Plotter_1");
-    attributes.displayName = russian(plotter);
+    attributes.displayName = russian(kPlotter);
     attributes.description = attributes.displayName;
     return UA_Server_addObjectNode(
-        server, UA_NODEID_STRING(ns, plotter), UA_NODEID_NUMERIC(ns, 7),
-        UA_NODEID_NUMERIC(0, UA_NS0ID_HASCOMPONENT), UA_QUALIFIEDNAME(ns, plotter),
+        server, uaNodeIdView(ns, kPlotter), UA_NODEID_NUMERIC(ns, 7),
+        UA_NODEID_NUMERIC(0, UA_NS0ID_HASCOMPONENT), uaNameView(ns, kPlotter),
         UA_NODEID_NUMERIC(0, UA_NS0ID_BASEOBJECTTYPE), attributes, nullptr, nullptr);
 }
 
@@ -120,7 +121,7 @@ UA_StatusCode addBareHistory(UA_Server* server, UA_UInt16 ns, std::size_t pens,
         const std::string tagName = penTagName(pen);
         status = addPen(server, ns, tagName);
         if (status != UA_STATUSCODE_GOOD) break;
-        const UA_NodeId id = UA_NODEID_STRING(ns, const_cast<char*>(tagName.c_str()));
+        const UA_NodeId id = uaNodeIdView(ns, tagName);
         status = gathering.registerNodeId(server, gathering.context, &id, settings);
     }
     return status;

@@ -15,6 +15,7 @@
 
 #include "bench/bare_history.h"
 #include "server/bounds/ConfigBounds.h"
+#include "server/opcua/UaView.h"
 
 namespace {
 
@@ -39,16 +40,8 @@ constexpr double kSamplingIntervalMs = kDefaultIntervalMs;
 // Any fixed instant will do: 2026-01-01 00:00 UTC in 100 ns ticks since 1601.
 constexpr UA_DateTime kSourceTime = UA_DATETIME_UNIX_EPOCH + 1767225600LL * UA_DATETIME_SEC;
 
-UA_String text(const std::string& s) {  // a view: the library copies what it keeps
-    return {s.size(), reinterpret_cast<UA_Byte*>(const_cast<char*>(s.data()))};
-}
-
 UA_NodeId ns0(UA_UInt32 id) {
     return UA_NODEID_NUMERIC(0, id);
-}
-
-UA_LocalizedText localized(const char* locale, const std::string& s) {
-    return {UA_STRING(const_cast<char*>(locale)), text(s)};
 }
 
 /// Read callback: the minimum for a server with its own values. Status and source time are constant
@@ -98,9 +91,7 @@ class BareServer {
 
   private:
     UA_StatusCode configure();
-    UA_NodeId named(const std::string& id) const {
-        return {ns_, UA_NODEIDTYPE_STRING, {.string = text(id)}};
-    }
+    UA_NodeId named(const std::string& id) const { return uaNodeIdView(ns_, id); }
     UA_StatusCode addFolder(std::uint32_t id, const std::string& name, const UA_NodeId& parent);
     UA_StatusCode addTag(std::size_t index);
     UA_StatusCode addValue(const std::string& structure, const Attribute& attribute, bool changes,
@@ -132,9 +123,9 @@ UA_StatusCode BareServer::configure() {
 UA_StatusCode BareServer::addFolder(std::uint32_t id, const std::string& name,
                                     const UA_NodeId& parent) {
     UA_ObjectAttributes attributes = UA_ObjectAttributes_default;
-    attributes.displayName = localized("en-US", name);
+    attributes.displayName = uaTextView("en-US", name);
     return UA_Server_addObjectNode(server_, UA_NODEID_NUMERIC(ns_, id), parent,
-                                   ns0(UA_NS0ID_ORGANIZES), {ns_, text(name)},
+                                   ns0(UA_NS0ID_ORGANIZES), uaNameView(ns_, name),
                                    ns0(UA_NS0ID_FOLDERTYPE), attributes, nullptr, nullptr);
 }
 
@@ -144,8 +135,8 @@ UA_StatusCode BareServer::addValue(const std::string& structure, const Attribute
         "Operative.1_VA." + structure + "." + attribute.name + ".A" + attribute.number;
     const std::string description = structure + ".A" + attribute.number;
     UA_VariableAttributes attributes = UA_VariableAttributes_default;
-    attributes.displayName = localized("ru-RU", attribute.name);
-    attributes.description = localized("ru-RU", description);
+    attributes.displayName = uaTextView("ru-RU", attribute.name);
+    attributes.description = uaTextView("ru-RU", description);
     attributes.accessLevel = UA_ACCESSLEVELMASK_READ;
     UA_CallbackValueSource source{};
     source.read = changes ? readChanging : readFloat;
@@ -155,18 +146,18 @@ UA_StatusCode BareServer::addValue(const std::string& structure, const Attribute
     }
     return UA_Server_addCallbackValueSourceVariableNode(
         server_, named(id), named(structure), ns0(UA_NS0ID_HASCOMPONENT),
-        {ns_, text(attribute.name)}, ns0(UA_NS0ID_BASEDATAVARIABLETYPE), attributes, source, value,
-        nullptr);
+        uaNameView(ns_, attribute.name), ns0(UA_NS0ID_BASEDATAVARIABLETYPE), attributes, source,
+        value, nullptr);
 }
 
 UA_StatusCode BareServer::addTag(std::size_t index) {
     const std::string id = "VA_" + std::to_string(index + 1);
     UA_ObjectAttributes attributes = UA_ObjectAttributes_default;
-    attributes.displayName = localized("ru-RU", id);
-    attributes.description = localized("ru-RU", id);
+    attributes.displayName = uaTextView("ru-RU", id);
+    attributes.description = uaTextView("ru-RU", id);
     UA_StatusCode status = UA_Server_addObjectNode(
-        server_, named(id), UA_NODEID_NUMERIC(ns_, 1), ns0(UA_NS0ID_HASCOMPONENT), {ns_, text(id)},
-        ns0(UA_NS0ID_BASEOBJECTTYPE), attributes, nullptr, nullptr);
+        server_, named(id), UA_NODEID_NUMERIC(ns_, 1), ns0(UA_NS0ID_HASCOMPONENT),
+        uaNameView(ns_, id), ns0(UA_NS0ID_BASEOBJECTTYPE), attributes, nullptr, nullptr);
     const bool changes = options_.changeEvery != 0 && index % options_.changeEvery == 0;
     float* value = values_.data() + index * options_.attributes.size();
     for (const Attribute& attribute : options_.attributes) {

@@ -1,8 +1,6 @@
 #include <algorithm>
 #include <chrono>
-#include <functional>
 #include <thread>
-#include <vector>
 
 #include "bench/crowd.h"
 #include "bench/read_requests.h"

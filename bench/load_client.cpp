@@ -21,13 +21,13 @@ using Clock = std::chrono::steady_clock;  // CLOCK_MONOTONIC, like the caller's 
 
 // The first service after the session is open; every server has this array.
 void readNamespaceArray(bench::UaConnection& connection) {
-    bench::Owned<UA_ReadRequest> request(UA_TYPES_READREQUEST);
+    UaHandle<UA_ReadRequest, UA_TYPES_READREQUEST> request;
     request->nodesToRead = UA_ReadValueId_new();
     if (request->nodesToRead == nullptr) throw bench::UaError("out of memory");
     request->nodesToReadSize = 1;
     request->nodesToRead->nodeId = UA_NODEID_NUMERIC(0, UA_NS0ID_SERVER_NAMESPACEARRAY);
     request->nodesToRead->attributeId = UA_ATTRIBUTEID_VALUE;
-    bench::Owned<UA_ReadResponse> response(UA_TYPES_READRESPONSE);
+    UaHandle<UA_ReadResponse, UA_TYPES_READRESPONSE> response;
     connection.call(request, response);
     if (response->resultsSize != 1 || !response->results->hasValue) {
         throw bench::UaError("Read: no value");

@@ -1,5 +1,4 @@
 #include <span>
-#include <string>
 
 #include "bench/load_commands.h"
 #include "bench/pen_requests.h"
@@ -8,9 +7,11 @@
 
 namespace bench {
 
+namespace {
+
 /// Every value a float with status and source time, as both servers are configured.
-static void checkHistory(const RawResponse& raw, std::size_t values) {
-    Owned<UA_HistoryReadResponse> response(UA_TYPES_HISTORYREADRESPONSE);
+void checkHistory(const RawResponse& raw, std::size_t values) {
+    UaHandle<UA_HistoryReadResponse, UA_TYPES_HISTORYREADRESPONSE> response;
     UaConnection::decode(raw, response);
     if (response->resultsSize != 1 || response->results->statusCode != UA_STATUSCODE_GOOD) {
         throw UaError("HistoryRead: refused");
@@ -28,6 +29,8 @@ static void checkHistory(const RawResponse& raw, std::size_t values) {
         }
     }
 }
+
+}  // namespace
 
 void loadHistory(const std::vector<Target>& targets, const HistoryLoad& load) {
     loadSaturating(targets, load.times, [&load](UaConnection& connection) {

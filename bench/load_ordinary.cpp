@@ -5,7 +5,6 @@
 #include <map>
 #include <span>
 #include <thread>
-#include <vector>
 
 #include "bench/load_commands.h"
 #include "bench/node_listing.h"

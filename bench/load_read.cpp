@@ -1,4 +1,3 @@
-#include <algorithm>
 #include <random>
 #include <span>
 #include <vector>
@@ -26,7 +25,7 @@ Requests prepareReads(UaConnection& connection, std::span<const UA_NodeId> all,
 }
 
 void checkRead(const RawResponse& raw, std::size_t nodesPerRequest) {
-    Owned<UA_ReadResponse> response(UA_TYPES_READRESPONSE);
+    UaHandle<UA_ReadResponse, UA_TYPES_READRESPONSE> response;
     UaConnection::decode(raw, response);
     if (response->resultsSize != nodesPerRequest) throw UaError("Read: wrong answer");
     for (const UA_DataValue& value : std::span(response->results, response->resultsSize)) {

@@ -85,7 +85,7 @@ void readPens(std::uint16_t port, std::size_t pens, Seconds length, Waits& waits
         (void)connection.post(read);
         RawResponse answer;
         (void)connection.nextResponse(answer);
-        Owned<UA_HistoryReadResponse> response(UA_TYPES_HISTORYREADRESPONSE);
+        UaHandle<UA_HistoryReadResponse, UA_TYPES_HISTORYREADRESPONSE> response;
         UaConnection::decode(answer, response);
         if (response->resultsSize != pens) throw UaError("HistoryRead: wrong answer");
         waits.add(Millis(Clock::now() - begin).count());

@@ -7,8 +7,10 @@
 
 namespace bench {
 
-static PreparedRequest prepareWrite(UaConnection& connection, std::size_t tags) {
-    Owned<UA_WriteRequest> request(UA_TYPES_WRITEREQUEST);
+namespace {
+
+PreparedRequest prepareWrite(UaConnection& connection, std::size_t tags) {
+    UaHandle<UA_WriteRequest, UA_TYPES_WRITEREQUEST> request;
     request->nodesToWrite =
         static_cast<UA_WriteValue*>(UA_Array_new(tags, &UA_TYPES[UA_TYPES_WRITEVALUE]));
     if (request->nodesToWrite == nullptr) throw UaError("out of memory");
@@ -25,8 +27,8 @@ static PreparedRequest prepareWrite(UaConnection& connection, std::size_t tags) 
     return connection.prepare(request);
 }
 
-static void checkWrite(const RawResponse& raw, std::size_t tags) {
-    Owned<UA_WriteResponse> response(UA_TYPES_WRITERESPONSE);
+void checkWrite(const RawResponse& raw, std::size_t tags) {
+    UaHandle<UA_WriteResponse, UA_TYPES_WRITERESPONSE> response;
     UaConnection::decode(raw, response);
     if (response->resultsSize != tags) throw UaError("Write: wrong answer");
     for (const UA_StatusCode status : std::span(response->results, response->resultsSize)) {
@@ -35,6 +37,8 @@ static void checkWrite(const RawResponse& raw, std::size_t tags) {
         }
     }
 }
+
+}  // namespace
 
 void loadWrites(const std::vector<Target>& targets, const WriteLoad& load) {
     loadSaturating(targets, load.times, [&load](UaConnection& connection) {

@@ -3,30 +3,24 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstring>
-#include <string_view>
 #include <utility>
 
 #include <open62541/nodeids.h>
 
 #include "bench/ua_connection.h"
+#include "server/opcua/UaView.h"
 
 namespace bench {
 namespace {
 
 constexpr std::size_t kParentsPerRequest = 200;  // the server's limit
 
-std::string_view view(const UA_String& s) {
-    return {reinterpret_cast<const char*>(s.data), s.length};
-}
-
 }  // namespace
 
 std::string nodeIdText(const UA_NodeId& id) {
-    UA_String printed = UA_STRING_NULL;
-    if (UA_NodeId_print(&id, &printed) != UA_STATUSCODE_GOOD) throw UaError("out of memory");
-    std::string text(view(printed));
-    UA_String_clear(&printed);
-    return text;
+    OwnedString printed;
+    if (UA_NodeId_print(&id, printed.get()) != UA_STATUSCODE_GOOD) throw UaError("out of memory");
+    return std::string(textOf(*printed));
 }
 
 NodeListing::NodeListing(UaConnection& connection) {
@@ -55,17 +49,9 @@ NodeListing::NodeListing(UaConnection& connection) {
                    [](const auto& entry) { return entry.second; });
 }
 
-NodeListing::~NodeListing() {
-    for (auto* ids : {&variables_, &inner_}) {
-        for (UA_NodeId& id : *ids) {
-            UA_NodeId_clear(&id);
-        }
-    }
-}
-
 std::vector<UA_NodeId> NodeListing::browse(UaConnection& connection,
                                            const std::vector<UA_NodeId>& parents) {
-    Owned<UA_BrowseRequest> request(UA_TYPES_BROWSEREQUEST);
+    UaHandle<UA_BrowseRequest, UA_TYPES_BROWSEREQUEST> request;
     request->nodesToBrowse = static_cast<UA_BrowseDescription*>(
         UA_Array_new(parents.size(), &UA_TYPES[UA_TYPES_BROWSEDESCRIPTION]));
     if (request->nodesToBrowse == nullptr) throw UaError("out of memory");
@@ -79,7 +65,7 @@ std::vector<UA_NodeId> NodeListing::browse(UaConnection& connection,
         wanted.includeSubtypes = true;
         wanted.resultMask = UA_BROWSERESULTMASK_ALL;
     }
-    Owned<UA_BrowseResponse> response(UA_TYPES_BROWSERESPONSE);
+    UaHandle<UA_BrowseResponse, UA_TYPES_BROWSERESPONSE> response;
     connection.call(request, response);
     if (response->resultsSize != parents.size()) throw UaError("Browse: wrong number of results");
     std::vector<UA_NodeId> children;
@@ -106,13 +92,13 @@ void NodeListing::addAll(UaConnection& connection, const UA_NodeId& parent, UA_B
         add(parent, result.references[j], children);
     }
     if (result.continuationPoint.length == 0) return;
-    Owned<UA_BrowseNextRequest> request(UA_TYPES_BROWSENEXTREQUEST);
+    UaHandle<UA_BrowseNextRequest, UA_TYPES_BROWSENEXTREQUEST> request;
     request->continuationPoints =
         static_cast<UA_ByteString*>(UA_Array_new(1, &UA_TYPES[UA_TYPES_BYTESTRING]));
     if (request->continuationPoints == nullptr) throw UaError("out of memory");
     request->continuationPointsSize = 1;
     std::swap(request->continuationPoints[0], result.continuationPoint);
-    Owned<UA_BrowseNextResponse> response(UA_TYPES_BROWSENEXTRESPONSE);
+    UaHandle<UA_BrowseNextResponse, UA_TYPES_BROWSENEXTRESPONSE> response;
     connection.call(request, response);
     if (response->resultsSize != 1) throw UaError("BrowseNext: wrong number of results");
     addAll(connection, parent, response->results[0], children);
@@ -120,21 +106,18 @@ void NodeListing::addAll(UaConnection& connection, const UA_NodeId& parent, UA_B
 
 void NodeListing::add(const UA_NodeId& parent, UA_ReferenceDescription& reference,
                       std::vector<UA_NodeId>& children) {
-    UA_NodeId& target = reference.nodeId.nodeId;
-    if (target.namespaceIndex == 0) return;  // the Server object and the like
+    if (reference.nodeId.nodeId.namespaceIndex == 0) return;  // the Server object and the like
+    const UA_NodeId target = *ids_.emplace_back(std::exchange(reference.nodeId.nodeId, {}));
     std::string line =
         nodeIdText(parent) + " " + nodeIdText(reference.referenceTypeId) + " " + nodeIdText(target);
     for (const UA_String* text :
          {&reference.browseName.name, &reference.displayName.locale, &reference.displayName.text}) {
-        line.append(" ").append(view(*text));
+        line.append(" ").append(textOf(*text));
     }
     line += " class " + std::to_string(reference.nodeClass) + " type " +
             nodeIdText(reference.typeDefinition.nodeId);
     lines_.push_back(std::move(line));
-    const bool variable = reference.nodeClass == UA_NODECLASS_VARIABLE;
-    (variable ? variables_ : inner_).push_back(target);
-    if (!variable) children.push_back(target);
-    UA_NodeId_init(&target);  // taken over
+    (reference.nodeClass == UA_NODECLASS_VARIABLE ? variables_ : children).push_back(target);
 }
 
 }  // namespace bench

@@ -5,6 +5,8 @@
 
 #include <open62541/types.h>
 
+#include "server/opcua/UaHandle.h"
+
 namespace bench {
 
 class UaConnection;
@@ -14,9 +16,6 @@ class NodeListing {
   public:
     /// Browses the whole tree; throws UaError.
     explicit NodeListing(UaConnection& connection);
-    NodeListing(const NodeListing&) = delete;
-    NodeListing& operator=(const NodeListing&) = delete;
-    ~NodeListing();
 
     /// One line for each reference: parent, type of reference, target with names, class and type.
     /// Sorted, so that two servers can be compared.
@@ -33,8 +32,8 @@ class NodeListing {
              std::vector<UA_NodeId>& children);
 
     std::vector<std::string> lines_;
-    std::vector<UA_NodeId> variables_;
-    std::vector<UA_NodeId> inner_;  // browsed objects, owned
+    std::vector<OwnedNodeId> ids_;      // of all nodes
+    std::vector<UA_NodeId> variables_;  // views of some of them
 };
 
 /// A node id in the standard's notation, "ns=1;s=...".

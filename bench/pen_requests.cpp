@@ -6,13 +6,17 @@
 
 namespace bench {
 
-static constexpr UA_UInt16 kNamespace = 2;  // of both servers' nodes
+namespace {
+
+constexpr UA_UInt16 kNamespace = 2;  // of both servers' nodes
+
+}  // namespace
 
 PreparedRequest prepareHistoryRead(UaConnection& connection, std::size_t first, std::size_t count) {
     UA_ReadRawModifiedDetails details{};
     details.startTime = UA_DATETIME_UNIX_EPOCH;
     details.endTime = UA_DateTime_fromUnixTime(2'000'000'000);
-    Owned<UA_HistoryReadRequest> request(UA_TYPES_HISTORYREADREQUEST);
+    UaHandle<UA_HistoryReadRequest, UA_TYPES_HISTORYREADREQUEST> request;
     UA_ExtensionObject_setValueCopy(&request->historyReadDetails, &details,
                                     &UA_TYPES[UA_TYPES_READRAWMODIFIEDDETAILS]);
     request->timestampsToReturn = UA_TIMESTAMPSTORETURN_SOURCE;

@@ -5,7 +5,7 @@
 namespace bench {
 
 PreparedRequest prepareRead(UaConnection& connection, std::span<const UA_NodeId> nodes) {
-    Owned<UA_ReadRequest> request(UA_TYPES_READREQUEST);
+    UaHandle<UA_ReadRequest, UA_TYPES_READREQUEST> request;
     request->timestampsToReturn = UA_TIMESTAMPSTORETURN_SOURCE;
     request->nodesToRead =
         static_cast<UA_ReadValueId*>(UA_Array_new(nodes.size(), &UA_TYPES[UA_TYPES_READVALUEID]));

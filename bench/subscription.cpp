@@ -4,22 +4,26 @@
 
 namespace bench {
 
-static constexpr int kPublishRequests = 16;  // outstanding; more than the first values need at once
+namespace {
+
+constexpr int kPublishRequests = 16;  // outstanding; more than the first values need at once
+
+}  // namespace
 
 Subscription::Subscription(UaConnection& connection, double intervalMs) : connection_(connection) {
-    Owned<UA_CreateSubscriptionRequest> request(UA_TYPES_CREATESUBSCRIPTIONREQUEST);
+    UaHandle<UA_CreateSubscriptionRequest, UA_TYPES_CREATESUBSCRIPTIONREQUEST> request;
     request->requestedPublishingInterval = intervalMs;
     request->requestedLifetimeCount = 1000;
     request->requestedMaxKeepAliveCount = 10;
     request->publishingEnabled = true;
-    Owned<UA_CreateSubscriptionResponse> response(UA_TYPES_CREATESUBSCRIPTIONRESPONSE);
+    UaHandle<UA_CreateSubscriptionResponse, UA_TYPES_CREATESUBSCRIPTIONRESPONSE> response;
     connection.call(request, response);
     id_ = response->subscriptionId;
     intervalMs_ = response->revisedPublishingInterval;
 }
 
 void Subscription::add(std::span<const UA_NodeId> nodes) {
-    Owned<UA_CreateMonitoredItemsRequest> request(UA_TYPES_CREATEMONITOREDITEMSREQUEST);
+    UaHandle<UA_CreateMonitoredItemsRequest, UA_TYPES_CREATEMONITOREDITEMSREQUEST> request;
     request->subscriptionId = id_;
     request->timestampsToReturn = UA_TIMESTAMPSTORETURN_SOURCE;
     request->itemsToCreate = static_cast<UA_MonitoredItemCreateRequest*>(
@@ -38,7 +42,7 @@ void Subscription::add(std::span<const UA_NodeId> nodes) {
         item.requestedParameters.queueSize = 1;
         item.requestedParameters.discardOldest = true;
     }
-    Owned<UA_CreateMonitoredItemsResponse> response(UA_TYPES_CREATEMONITOREDITEMSRESPONSE);
+    UaHandle<UA_CreateMonitoredItemsResponse, UA_TYPES_CREATEMONITOREDITEMSRESPONSE> response;
     connection_.call(request, response);
     for (const auto& result : std::span(response->results, response->resultsSize)) {
         if (result.statusCode != UA_STATUSCODE_GOOD) {
@@ -49,7 +53,7 @@ void Subscription::add(std::span<const UA_NodeId> nodes) {
 }
 
 void Subscription::postPublish(std::uint32_t subscription, std::uint32_t acknowledged) {
-    Owned<UA_PublishRequest> request(UA_TYPES_PUBLISHREQUEST);
+    UaHandle<UA_PublishRequest, UA_TYPES_PUBLISHREQUEST> request;
     if (acknowledged != 0) {
         request->subscriptionAcknowledgements = static_cast<UA_SubscriptionAcknowledgement*>(
             UA_Array_new(1, &UA_TYPES[UA_TYPES_SUBSCRIPTIONACKNOWLEDGEMENT]));
@@ -70,7 +74,7 @@ void Subscription::startPublishing() {
 std::size_t Subscription::receive(int deadlineMs) {
     RawResponse raw;
     if (!connection_.nextResponse(raw, deadlineMs)) return 0;
-    Owned<UA_PublishResponse> response(UA_TYPES_PUBLISHRESPONSE);
+    UaHandle<UA_PublishResponse, UA_TYPES_PUBLISHRESPONSE> response;
     UaConnection::decode(raw, response);
     const UA_NotificationMessage& message = response->notificationMessage;
     std::size_t values = 0;

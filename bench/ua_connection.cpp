@@ -8,11 +8,11 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
 #include <chrono>
 #include <cstring>
 #include <span>
+#include <utility>
 
 #include <open62541/types.h>
 #include <open62541/util.h>
@@ -46,12 +46,11 @@ void append(std::vector<std::byte>& out, std::string_view s) {
 }
 
 void appendEncoded(std::vector<std::byte>& out, const void* value, const UA_DataType* type) {
-    UA_ByteString buffer = UA_BYTESTRING_NULL;
-    if (UA_encodeBinary(value, type, &buffer, nullptr) != UA_STATUSCODE_GOOD) {
+    OwnedByteString buffer;
+    if (UA_encodeBinary(value, type, buffer.get(), nullptr) != UA_STATUSCODE_GOOD) {
         throw UaError(std::string("cannot encode ") + type->typeName);
     }
-    append(out, bytesOf(buffer.data, buffer.length));
-    UA_ByteString_clear(&buffer);
+    append(out, bytesOf(buffer->data, buffer->length));
 }
 
 void setNumber(std::vector<std::byte>& bytes, std::size_t at, std::uint32_t number) {
@@ -103,13 +102,12 @@ UaConnection::UaConnection(std::uint16_t port) : in_(kReceiveBuffer) {
 
 UaConnection::~UaConnection() {
     if (socket_.fd >= 0) closeSession();
-    UA_NodeId_clear(&authenticationToken_);
 }
 
 void UaConnection::closeSession() noexcept {
     try {
-        Owned<UA_CloseSessionRequest> request(UA_TYPES_CLOSESESSIONREQUEST);
-        Owned<UA_CloseSessionResponse> response(UA_TYPES_CLOSESESSIONRESPONSE);
+        UaHandle<UA_CloseSessionRequest, UA_TYPES_CLOSESESSIONREQUEST> request;
+        UaHandle<UA_CloseSessionResponse, UA_TYPES_CLOSESESSIONRESPONSE> response;
         request->deleteSubscriptions = true;
         call(request, response);
     } catch (const UaError&) {  // the server may be gone; the session dies with its channel
@@ -147,7 +145,7 @@ void UaConnection::openChannel() {
 }
 
 void UaConnection::requestToken(UA_SecurityTokenRequestType type) {
-    Owned<UA_OpenSecureChannelRequest> request(UA_TYPES_OPENSECURECHANNELREQUEST);
+    UaHandle<UA_OpenSecureChannelRequest, UA_TYPES_OPENSECURECHANNELREQUEST> request;
     request->requestType = type;
     request->securityMode = UA_MESSAGESECURITYMODE_NONE;
     request->requestedLifetime = 3'600'000;  // ms; the server may grant less
@@ -173,7 +171,7 @@ void UaConnection::takeToken(const Chunk& chunk) {
         const std::uint32_t length = numberAt(chunk.bytes, at);
         at += sizeof length + (length == ~0U ? 0 : length);
     }
-    Owned<UA_OpenSecureChannelResponse> response(UA_TYPES_OPENSECURECHANNELRESPONSE);
+    UaHandle<UA_OpenSecureChannelResponse, UA_TYPES_OPENSECURECHANNELRESPONSE> response;
     decode({0, from(chunk.bytes, at + 8)}, response);
     channelId_ = response->securityToken.channelId;
     tokenId_ = response->securityToken.tokenId;
@@ -182,21 +180,18 @@ void UaConnection::takeToken(const Chunk& chunk) {
 }
 
 void UaConnection::openSession(const std::string& url) {
-    Owned<UA_CreateSessionRequest> create(UA_TYPES_CREATESESSIONREQUEST);
+    UaHandle<UA_CreateSessionRequest, UA_TYPES_CREATESESSIONREQUEST> create;
     create->endpointUrl = UA_String_fromChars(url.c_str());
     create->clientDescription.applicationUri = UA_String_fromChars("urn:vesk:bench");
     create->clientDescription.applicationType = UA_APPLICATIONTYPE_CLIENT;
     create->sessionName = UA_String_fromChars("bench");
     create->requestedSessionTimeout = 3'600'000;  // ms
-    Owned<UA_CreateSessionResponse> created(UA_TYPES_CREATESESSIONRESPONSE);
+    UaHandle<UA_CreateSessionResponse, UA_TYPES_CREATESESSIONRESPONSE> created;
     call(create, created);
-    if (UA_NodeId_copy(&created->authenticationToken, &authenticationToken_) !=
-        UA_STATUSCODE_GOOD) {
-        throw UaError("out of memory");
-    }
+    std::swap(*authenticationToken_, created->authenticationToken);
     // No identity token at all stands for an anonymous user (OPC 10000-4, 5.7.3).
-    Owned<UA_ActivateSessionRequest> activate(UA_TYPES_ACTIVATESESSIONREQUEST);
-    Owned<UA_ActivateSessionResponse> activated(UA_TYPES_ACTIVATESESSIONRESPONSE);
+    UaHandle<UA_ActivateSessionRequest, UA_TYPES_ACTIVATESESSIONREQUEST> activate;
+    UaHandle<UA_ActivateSessionResponse, UA_TYPES_ACTIVATESESSIONRESPONSE> activated;
     call(activate, activated);
 }
 
@@ -204,7 +199,8 @@ void UaConnection::openSession(const std::string& url) {
 
 void UaConnection::authorize(UA_RequestHeader& header) const {
     UA_NodeId_clear(&header.authenticationToken);
-    if (UA_NodeId_copy(&authenticationToken_, &header.authenticationToken) != UA_STATUSCODE_GOOD) {
+    if (UA_NodeId_copy(authenticationToken_.get(), &header.authenticationToken) !=
+        UA_STATUSCODE_GOOD) {
         throw UaError("out of memory");
     }
     header.timestamp = UA_DateTime_now();
@@ -352,7 +348,7 @@ void UaConnection::decodeRaw(const RawResponse& raw, void* response, const UA_Da
     const UA_ByteString body = from(raw.body, expected.size());
     if (std::memcmp(raw.body.data, expected.data(), expected.size()) != 0) {
         // Every service may be answered by a ServiceFault, whose type id has the same length.
-        Owned<UA_ServiceFault> fault(UA_TYPES_SERVICEFAULT);
+        UaHandle<UA_ServiceFault, UA_TYPES_SERVICEFAULT> fault;
         (void)UA_decodeBinary(&body, &*fault, fault.type(), nullptr);
         throw UaError(std::string("instead of ") + type->typeName + ": " +
                       UA_StatusCode_name(fault->responseHeader.serviceResult));

@@ -11,30 +11,14 @@
 #include <open62541/types.h>
 #include <open62541/types_generated.h>
 
+#include "server/opcua/UaHandle.h"
+
 namespace bench {
 
 /// A transport fault, a refused service or an answer that cannot be read.
 class UaError : public std::runtime_error {
   public:
     using std::runtime_error::runtime_error;
-};
-
-/// An OPC UA structure that is cleared at the end of its scope.
-template <class T>
-class Owned {
-  public:
-    explicit Owned(std::size_t typeIndex) : type_(&UA_TYPES[typeIndex]) { UA_init(&value_, type_); }
-    Owned(const Owned&) = delete;
-    Owned& operator=(const Owned&) = delete;
-    ~Owned() { UA_clear(&value_, type_); }
-
-    T* operator->() { return &value_; }
-    T& operator*() { return value_; }
-    const UA_DataType* type() const { return type_; }
-
-  private:
-    T value_;
-    const UA_DataType* type_;
 };
 
 /// A request that is encoded once and sent many times.
@@ -64,16 +48,16 @@ class UaConnection {
 
     /// Sends a request and waits for its answer; no other request may be outstanding. A bad service
     /// result throws.
-    template <class Request, class Response>
-    void call(Owned<Request>& request, Owned<Response>& response) {
+    template <class Request, std::size_t kRequest, class Response, std::size_t kResponse>
+    void call(UaHandle<Request, kRequest>& request, UaHandle<Response, kResponse>& response) {
         authorize(request->requestHeader);
         const RawResponse raw = exchange(encode(&*request, request.type()));
         decode(raw, response);
     }
 
     /// Encodes a request with the session's rights.
-    template <class Request>
-    PreparedRequest prepare(Owned<Request>& request) {
+    template <class Request, std::size_t kIndex>
+    PreparedRequest prepare(UaHandle<Request, kIndex>& request) {
         authorize(request->requestHeader);
         return encode(&*request, request.type());
     }
@@ -91,8 +75,8 @@ class UaConnection {
     void abandon();
 
     /// Decodes an answer; one of another type (a ServiceFault) or with a bad service result throws.
-    template <class Response>
-    static void decode(const RawResponse& raw, Owned<Response>& response) {
+    template <class Response, std::size_t kIndex>
+    static void decode(const RawResponse& raw, UaHandle<Response, kIndex>& response) {
         decodeRaw(raw, &*response, response.type());
         throwIfBad(response->responseHeader.serviceResult, response.type()->typeName);
     }
@@ -135,7 +119,7 @@ class UaConnection {
     std::uint32_t sequenceNumber_ = 0;
     std::uint32_t requestId_ = 0;
     std::size_t maxChunk_ = 0;  // what the server receives at most, bytes
-    UA_NodeId authenticationToken_{};
+    OwnedNodeId authenticationToken_;
     std::vector<std::byte> out_;  // queued, from outSent_
     std::size_t outSent_ = 0;
     std::vector<std::byte> in_;  // received, from inTaken_ to inEnd_

@@ -8,6 +8,8 @@
 #include "lib/bd_vesk/bdvesk.h"
 #include "server/history/ArchiveTime.h"
 #include "server/history/ArchivedValue.h"
+#include "server/opcua/UaHandle.h"
+#include "server/opcua/UaView.h"
 #include "server/values/RTEXHandle.h"
 #include "server/values/UARTEXVariable.h"
 
@@ -95,12 +97,10 @@ void write(FuzzedDataProvider& in) {
 // ---- As variants -------------------------------------------------------------------------------
 
 /// What clients send: bytes that the library takes for a variant.
-UA_Variant decoded(const std::string& text) {
-    UA_Variant value;
-    UA_Variant_init(&value);
-    const UA_ByteString bytes{text.size(),
-                              reinterpret_cast<UA_Byte*>(const_cast<char*>(text.data()))};
-    static_cast<void>(UA_decodeBinary(&bytes, &value, &UA_TYPES[UA_TYPES_VARIANT], nullptr));
+OwnedVariant decoded(const std::string& text) {
+    OwnedVariant value;
+    const UA_ByteString bytes = uaView(text);
+    static_cast<void>(UA_decodeBinary(&bytes, value.get(), OwnedVariant::type(), nullptr));
     return value;
 }
 
@@ -108,28 +108,25 @@ void exchange(FuzzedDataProvider& in) {
     const auto kind = static_cast<VariableType>(in.ConsumeIntegralInRange(0, 4));
     const int tag = in.ConsumeIntegralInRange(0, 5);
     const int attribute = in.ConsumeIntegral<std::uint8_t>();
-    UA_Variant value = decoded(in.ConsumeRandomLengthString(200));
-    RTEXHandle::setValueByAttrNumber(attribute, kind, tag, value);
-    UA_Variant_clear(&value);
+    OwnedVariant value = decoded(in.ConsumeRandomLengthString(200));
+    RTEXHandle::setValueByAttrNumber(attribute, kind, tag, *value);
+    value.clear();
 
     unsigned status = 1;
     long time = 0;
-    RTEXHandle::getValueByAttrNumber(attribute, kind, tag, value, status, time);
-    require(UA_Variant_isEmpty(&value) || UA_Variant_isScalar(&value));
+    RTEXHandle::getValueByAttrNumber(attribute, kind, tag, *value, status, time);
+    require(UA_Variant_isEmpty(value.get()) || UA_Variant_isScalar(value.get()));
     require(status == UA_STATUSCODE_GOOD || status == UA_STATUSCODE_BAD ||
             status == UA_STATUSCODE_UNCERTAIN);
-    UA_Variant_clear(&value);
 }
 
 void convertArchived(FuzzedDataProvider& in) {
     OPCHDAITEMVALUE archived{};
     in.ConsumeData(&archived, sizeof(archived));
-    UA_DataValue value;
-    UA_DataValue_init(&value);
+    OwnedDataValue value;
     toDataValue(archived, static_cast<UA_TimestampsToReturn>(in.ConsumeIntegralInRange(0, 4)),
-                value);
-    require(value.hasValue == value.hasStatus);
-    UA_DataValue_clear(&value);
+                *value);
+    require(value->hasValue == value->hasStatus);
     static_cast<void>(uaDateTimeToTimeval(in.ConsumeIntegral<std::int64_t>()));
 }
 

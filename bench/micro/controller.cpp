@@ -10,6 +10,7 @@
 #include "server/values/UARTEXVariable.h"
 #include "server/values/VariableTypeVA.h"
 
+namespace bench {
 namespace {
 
 bool attach() {
@@ -30,3 +31,5 @@ void attachController() {
     static const bool attached = attach();
     (void)attached;
 }
+
+}  // namespace bench

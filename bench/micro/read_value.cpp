@@ -7,13 +7,14 @@
 #include "bench/micro/controller.h"
 #include "lib/bd_vesk/bdvesk.h"
 #include "server/ServerState.h"
+#include "server/opcua/UaHandle.h"
 #include "server/values/UARTEXVariable.h"
 
 namespace {
 
 // One read of each of `range` nodes, in the order in which they were made.
 void ReadCallback(benchmark::State& state) {
-    attachController();
+    bench::attachController();
     const auto nodes = static_cast<std::size_t>(state.range(0));
     if (varContexts.size() < nodes) {
         state.SkipWithError("the controller has too few variables");
@@ -21,11 +22,10 @@ void ReadCallback(benchmark::State& state) {
     }
     for (auto _ : state) {
         for (std::size_t i = 0; i < nodes; ++i) {
-            UA_DataValue value;
-            UA_DataValue_init(&value);
-            benchmark::DoNotOptimize(UAServer::readNodeValue(
-                nullptr, nullptr, nullptr, nullptr, varContexts[i].get(), true, nullptr, &value));
-            UA_DataValue_clear(&value);
+            OwnedDataValue value;
+            benchmark::DoNotOptimize(UAServer::readNodeValue(nullptr, nullptr, nullptr, nullptr,
+                                                             varContexts[i].get(), true, nullptr,
+                                                             value.get()));
         }
     }
     state.SetItemsProcessed(state.iterations() * state.range(0));
@@ -34,7 +34,7 @@ BENCHMARK(ReadCallback)->Arg(1)->Arg(100)->Arg(1000)->Arg(10'000);
 
 // An attribute of the passport (29) and the current value (0).
 void GetVal(benchmark::State& state) {
-    attachController();
+    bench::attachController();
     SVariable variable{};
     variable.type = 1;
     variable.num = 1;

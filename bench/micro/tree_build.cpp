@@ -11,7 +11,7 @@ namespace {
 
 // The operative tree of all tags of the controller in a fresh server instance.
 void TreeBuild(benchmark::State& state) {
-    attachController();
+    bench::attachController();
     const auto contextsBefore = varContexts.size();
     for (auto _ : state) {
         state.PauseTiming();

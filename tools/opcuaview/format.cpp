@@ -7,32 +7,34 @@
 #include <cstdio>
 #include <ctime>
 
+#include "server/opcua/UaHandle.h"
+#include "server/opcua/UaView.h"
 #include "tools/opcuaview/text.h"
 
 namespace opcuaview {
 
-static constexpr std::size_t kShownElements = 8;
+namespace {
 
-static std::string fromUa(const UA_String& text) {
-    return printable({reinterpret_cast<const char*>(text.data), text.length});
+constexpr std::size_t kShownElements = 8;
+
+std::string fromUa(const UA_String& text) {
+    return printable(textOf(text));
 }
 
-static std::string printed(const char* format, double number) {
+std::string printed(const char* format, double number) {
     std::array<char, 64> text{};
     std::snprintf(text.data(), text.size(), format, number);
     return text.data();
 }
 
 /// The library's own text, for types that need nothing special.
-static std::string printedByLibrary(const void* element, const UA_DataType* type) {
-    UA_String text = UA_STRING_NULL;
-    if (UA_print(element, type, &text) != UA_STATUSCODE_GOOD) return "?";
-    std::string result = fromUa(text);
-    UA_String_clear(&text);
-    return result;
+std::string printedByLibrary(const void* element, const UA_DataType* type) {
+    OwnedString text;
+    if (UA_print(element, type, text.get()) != UA_STATUSCODE_GOOD) return "?";
+    return fromUa(*text);
 }
 
-static std::string formatElement(const void* element, const UA_DataType* type) {
+std::string formatElement(const void* element, const UA_DataType* type) {
     switch (type->typeKind) {
         case UA_DATATYPEKIND_FLOAT:
             return printed("%.7g", static_cast<double>(*static_cast<const UA_Float*>(element)));
@@ -48,6 +50,8 @@ static std::string formatElement(const void* element, const UA_DataType* type) {
             return printedByLibrary(element, type);
     }
 }
+
+}  // namespace
 
 std::string formatValue(const UA_Variant& value) {
     if (UA_Variant_isEmpty(&value)) return "—";

@@ -8,6 +8,8 @@
 #include <ctime>
 #include <memory>
 
+#include "server/opcua/UaHandle.h"
+#include "server/opcua/UaView.h"
 #include "tools/opcuaview/format.h"
 #include "tools/opcuaview/options.h"
 #include "tools/opcuaview/plot.h"
@@ -17,10 +19,6 @@
 namespace opcuaview {
 
 using Clock = std::chrono::steady_clock;
-
-static void say(const std::string& text) {
-    std::fprintf(stderr, "opcuaview: %s\n", text.c_str());
-}
 
 // ---- Texts --------------------------------------------------------------------------------------
 
@@ -98,13 +96,15 @@ std::vector<const Child*> matchingPens(const std::vector<Child>& pens, const std
     return matching;
 }
 
-static std::string idText(const UA_NodeId& id) {
-    UA_String text = UA_STRING_NULL;
-    if (UA_NodeId_print(&id, &text) != UA_STATUSCODE_GOOD) return "?";
-    std::string result = printable(textOf(text));
-    UA_String_clear(&text);
-    return result;
+namespace {
+
+std::string idText(const UA_NodeId& id) {
+    OwnedString text;
+    if (UA_NodeId_print(&id, text.get()) != UA_STATUSCODE_GOOD) return "?";
+    return printable(textOf(*text));
 }
+
+}  // namespace
 
 // ---- The command --------------------------------------------------------------------------------
 
@@ -268,13 +268,17 @@ ExitStatus readHistory(const HistoryOptions& options) {
 
 // ---- The command line ---------------------------------------------------------------------------
 
-static CLI::Validator timeText() {
+namespace {
+
+CLI::Validator timeText() {
     return {[](std::string& text) -> std::string {
                 if (parseTime(text)) return {};
                 return "\"" + text + "\" — не время вида 2026-11-21 12:33:10";
             },
             {}};
 }
+
+}  // namespace
 
 void addHistoryCommand(CLI::App& app, ExitStatus& status) {
     auto options = std::make_shared<HistoryOptions>();

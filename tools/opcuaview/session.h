@@ -19,7 +19,7 @@ inline constexpr const char* kDefaultUrl = "opc.tcp://localhost:4840";
 
 using NodeId = OwnedNodeId;
 using DataValue = OwnedDataValue;
-using ByteString = UaHandle<UA_ByteString, UA_TYPES_BYTESTRING>;
+using ByteString = OwnedByteString;
 using BrowseResponse = UaHandle<UA_BrowseResponse, UA_TYPES_BROWSERESPONSE>;
 using BrowseNextResponse = UaHandle<UA_BrowseNextResponse, UA_TYPES_BROWSENEXTRESPONSE>;
 using HistoryReadResponse = UaHandle<UA_HistoryReadResponse, UA_TYPES_HISTORYREADRESPONSE>;

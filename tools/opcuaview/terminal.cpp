@@ -20,10 +20,18 @@ TerminalSize terminalSize() {
     return {size.ws_row, size.ws_col};
 }
 
-static void put(const std::string& text) {
+void say(const std::string& text) {
+    std::fprintf(stderr, "opcuaview: %s\n", text.c_str());
+}
+
+namespace {
+
+void put(const std::string& text) {
     std::fwrite(text.data(), 1, text.size(), stdout);
     std::fflush(stdout);
 }
+
+}  // namespace
 
 Screen::Screen() {
     put("\x1b[?25l");
@@ -42,11 +50,15 @@ void Screen::draw(const std::vector<std::string>& lines) {
     drawn_ = lines.size();
 }
 
-static volatile std::sig_atomic_t stopSignal = 0;
+namespace {
 
-static void rememberSignal(int number) {
+volatile std::sig_atomic_t stopSignal = 0;
+
+void rememberSignal(int number) {
     stopSignal = number;
 }
+
+}  // namespace
 
 void catchStopSignals() {
     struct sigaction action {};

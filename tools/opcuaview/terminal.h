@@ -1,6 +1,5 @@
 #pragma once
 
-#include <chrono>
 #include <string>
 #include <vector>
 
@@ -17,6 +16,9 @@ struct TerminalSize {
 
 /// The size of the terminal on standard output, 24 x 80 if it is unknown.
 [[nodiscard]] TerminalSize terminalSize();
+
+/// A line on standard error, after the name of the program. @param text  UTF-8
+void say(const std::string& text);
 
 /// Draws each frame at the same place of the terminal, without clearing the rest of it.
 class Screen {

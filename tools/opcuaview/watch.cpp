@@ -16,22 +16,22 @@ namespace opcuaview {
 using Clock = std::chrono::steady_clock;
 using std::chrono::milliseconds;
 
-static constexpr auto kPlainTrendEvery = std::chrono::seconds{5};
-static constexpr std::size_t kPlainLimit = 100;  // lines of the first round
-static constexpr int kFrameRows =
-    4;  // of a frame that hold no variable: two heads, the foot, the cursor
+namespace {
 
-static void say(const std::string& text) {
-    std::fprintf(stderr, "opcuaview: %s\n", text.c_str());
-}
+constexpr auto kPlainTrendEvery = std::chrono::seconds{5};
+constexpr std::size_t kPlainLimit = 100;  // lines of the first round
+constexpr int kFrameRows = 4;  // of a frame that hold no variable: two heads, the foot, the cursor
 
-static Clock::duration seconds(double count) {
+Clock::duration seconds(double count) {
     return std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(count));
 }
+
+}  // namespace
 
 // ---- One variable between two readings ----------------------------------------------------------
 
 namespace {
+
 struct Reading {
     std::string value;
     std::string quality;
@@ -44,9 +44,8 @@ struct Reading {
         return value == other.value && quality == other.quality;
     }
 };
-}  // namespace
 
-static Reading readingOf(const UA_DataValue& data) {
+Reading readingOf(const UA_DataValue& data) {
     Reading reading;
     reading.hasValue = data.hasValue && !UA_Variant_isEmpty(&data.value);
     reading.value = formatValue(data.value);
@@ -56,6 +55,8 @@ static Reading readingOf(const UA_DataValue& data) {
     reading.number = isNumber(data.value);
     return reading;
 }
+
+}  // namespace
 
 // ---- The two ways to show them ------------------------------------------------------------------
 

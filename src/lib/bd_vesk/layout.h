@@ -13,8 +13,9 @@
 // wrong place does not compile. If the sizes of two fields were exchanged, the VESK_FIELD of a
 // later field fails.
 #define VESK_IN_ORDER(Record, ...)                                                         \
-    static_assert(vesk::followEachOther({VESK_READ_64(VESK_FIELDS(Record, __VA_ARGS__))}), \
-                  #Record ": order differs")
+    static_assert(                                                                         \
+        bd_vesk_detail::followEachOther({VESK_READ_64(VESK_FIELDS(Record, __VA_ARGS__))}), \
+        #Record ": order differs")
 
 // A macro can only expand itself again when its output is rescanned, hence the rounds below.
 #define VESK_FIELDS(Record, field, ...)               \
@@ -27,7 +28,7 @@
 #define VESK_READ_4(...) VESK_READ(VESK_READ(VESK_READ(__VA_ARGS__)))
 #define VESK_READ(...) __VA_ARGS__
 
-namespace vesk {
+namespace bd_vesk_detail {
 struct FieldPlace {
     std::size_t offset, size;
 };
@@ -39,4 +40,4 @@ constexpr bool followEachOther(std::initializer_list<FieldPlace> fields) {
     }
     return true;
 }
-}  // namespace vesk
+}  // namespace bd_vesk_detail

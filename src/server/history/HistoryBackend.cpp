@@ -14,8 +14,12 @@
 
 // ---- Number of values --------------------------------------------------------------------------
 
+namespace {
+
 /// The last configured number; kept between calls.
-static std::int32_t CountHistoryTrends = minCountHistoryTrends;
+std::int32_t CountHistoryTrends = minCountHistoryTrends;
+
+}  // namespace
 
 std::uint32_t getCountHistoryTrends() {
     const auto& sections = IniConfigManager::instance().getSections();
@@ -67,8 +71,7 @@ class ArchiveAnswer {
 OPCHDAITEMDEF penOfNode(const RTEXContext& context, const UA_NodeId& nodeId) noexcept {
     std::string_view text;
     if (nodeId.identifierType == UA_NODEIDTYPE_STRING) {
-        const UA_String& id = nodeId.identifier.string;
-        text = {reinterpret_cast<const char*>(id.data), id.length};
+        text = textOf(nodeId.identifier.string);
     }
     return {static_cast<std::uint32_t>(numberOfNode(context.plotterByNode, text)),
             static_cast<std::uint32_t>(numberOfNode(context.penByNode, text))};

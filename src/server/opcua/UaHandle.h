@@ -31,6 +31,8 @@ class UaHandle {
         return copy;
     }
 
+    [[nodiscard]] static const UA_DataType* type() { return &UA_TYPES[kIndex]; }
+
     /// Hands over what it owns.
     [[nodiscard]] T release() { return std::exchange(value_, T{}); }
 
@@ -47,6 +49,8 @@ class UaHandle {
 };
 
 using OwnedNodeId = UaHandle<UA_NodeId, UA_TYPES_NODEID>;
+using OwnedString = UaHandle<UA_String, UA_TYPES_STRING>;
+using OwnedByteString = UaHandle<UA_ByteString, UA_TYPES_BYTESTRING>;
 using OwnedVariant = UaHandle<UA_Variant, UA_TYPES_VARIANT>;
 using OwnedDataValue = UaHandle<UA_DataValue, UA_TYPES_DATAVALUE>;
 using OwnedLocalizedText = UaHandle<UA_LocalizedText, UA_TYPES_LOCALIZEDTEXT>;

@@ -1,5 +1,7 @@
 #include "server/operative/StructureItems.h"
 
+#include <utility>
+
 #include "server/kinds/AccessTypeAtr.h"
 #include "server/opcua/UaHandle.h"
 #include "server/opcua/UaView.h"
@@ -19,20 +21,14 @@ constexpr UA_UInt32 kBaseDataVariableType = 63;
 /// one. Required by the interface.
 class ItemAttributes {
   public:
-    ItemAttributes() = default;
-    ItemAttributes(const ItemAttributes&) = delete;
-    ItemAttributes& operator=(const ItemAttributes&) = delete;
-    ~ItemAttributes() { UA_Variant_clear(&attributes_.value); }
-
     void readInitialValue(VarContext& context) {
-        UA_Variant value;
-        UA_Variant_init(&value);
+        OwnedVariant value;
         unsigned scratchStatus = 0;
-        (void)context.variable->getValue(value, scratchStatus, context.attributeNumber,
+        (void)context.variable->getValue(*value, scratchStatus, context.attributeNumber,
                                          context.timestamp);
-        if (UA_Variant_isEmpty(&value)) return;
-        UA_Variant_clear(&attributes_.value);
-        attributes_.value = value;
+        if (UA_Variant_isEmpty(value.get())) return;
+        value_ = std::move(value);
+        attributes_.value = *value_;
     }
 
     /// The texts are not copied: they have to live until the node is added.
@@ -45,6 +41,7 @@ class ItemAttributes {
     }
 
   private:
+    OwnedVariant value_;
     UA_VariableAttributes attributes_ = UA_VariableAttributes_default;
 };
 

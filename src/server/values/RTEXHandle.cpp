@@ -7,6 +7,7 @@
 
 #include "lib/bd_vesk/bdvesk.h"
 #include "server/opcua/OwnScalar.h"
+#include "server/opcua/UaView.h"
 #include "server/text/ToUTF8Converter.h"
 #include "server/text/Utf8ToCP866Converter.h"
 #include "server/values/TimeQuality.h"
@@ -108,8 +109,7 @@ SVal numberFrom(const UA_Variant& value) {
 SVal textFrom(const UA_String& text, TYPE_VAL attributeType) {
     // Converts no more than can matter, because a client may send a long text when memory is short.
     constexpr std::size_t kMostUtf8Bytes = 3;  // that the converter takes for one byte
-    const std::string utf8(reinterpret_cast<const char*>(text.data),
-                           std::min(text.length, kTextBytes * kMostUtf8Bytes));
+    const std::string utf8(textOf(text).substr(0, kTextBytes * kMostUtf8Bytes));
     Utf8ToCP866Converter converter;
     const std::string cp866 = converter.convertUtf8ToCP866_manual(utf8);
     SVal result{};

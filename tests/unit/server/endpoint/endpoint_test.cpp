@@ -3,6 +3,7 @@
 #include <open62541/nodeids.h>
 
 #include "server/ServerState.h"
+#include "server/opcua/UaHandle.h"
 #include "server/opcua/UaView.h"
 #include "tests/support/basics.h"
 
@@ -37,11 +38,10 @@ TEST(Capabilities, StateTheLimitsInForce) {
     for (const auto& [id, limit] : limits) {
         SCOPED_TRACE(id);
         if (limit != &sessions) *limit = id;
-        UA_DataValue value = read(id, "");
-        ASSERT_TRUE(UA_Variant_hasScalarType(&value.value, &UA_TYPES[UA_TYPES_UINT32]));
-        EXPECT_EQ(*static_cast<UA_UInt32*>(value.value.data), *limit);
-        EXPECT_NE(value.sourceTimestamp, 0);
-        UA_DataValue_clear(&value);
+        const OwnedDataValue value(read(id, ""));
+        ASSERT_TRUE(UA_Variant_hasScalarType(&value->value, &UA_TYPES[UA_TYPES_UINT32]));
+        EXPECT_EQ(*static_cast<UA_UInt32*>(value->value.data), *limit);
+        EXPECT_NE(value->sourceTimestamp, 0);
         EXPECT_EQ(read(id, "1").status, UA_STATUSCODE_BADINDEXRANGEINVALID);
     }
 }

@@ -1,8 +1,8 @@
 #include "server/history/ArchivedValue.h"
 
 #include "server/history/ArchiveTime.h"
-
 #include "server/history/OpcTimes.h"
+#include "server/opcua/UaHandle.h"
 #include "tests/support/basics.h"
 
 TEST(ArchivedValue, EndsIntegersAtTheirLimits) {
@@ -14,14 +14,13 @@ TEST(ArchivedValue, EndsIntegersAtTheirLimits) {
                  {-9.223372e18F, -9223372036854775807 - 1},
                  {-INFINITY, std::numeric_limits<UA_Int64>::min()}};
     for (const auto& [number, want] : cases) {
-        UA_DataValue value{};
+        OwnedDataValue value;
         OPCHDAITEMVALUE archived{};
         archived.vt = jxo::kVtInteger;
         archived.value.number = number;
-        toDataValue(archived, UA_TIMESTAMPSTORETURN_BOTH, value);
-        ASSERT_TRUE(UA_Variant_hasScalarType(&value.value, &UA_TYPES[UA_TYPES_INT64])) << number;
-        EXPECT_EQ(*static_cast<UA_Int64*>(value.value.data), want) << number;
-        UA_DataValue_clear(&value);
+        toDataValue(archived, UA_TIMESTAMPSTORETURN_BOTH, *value);
+        ASSERT_TRUE(UA_Variant_hasScalarType(&value->value, &UA_TYPES[UA_TYPES_INT64])) << number;
+        EXPECT_EQ(*static_cast<UA_Int64*>(value->value.data), want) << number;
     }
 }
 

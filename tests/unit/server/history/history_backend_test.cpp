@@ -4,7 +4,7 @@
 #include "server/history/HistoryAccess.h"
 #include "server/history/HistoryCapabilities.h"
 #include "server/history/RTEXContext.h"
-#include "server/opcua/UaView.h"
+#include "server/opcua/UaHandle.h"
 #include "tests/support/basics.h"
 
 TEST(HistoryBackend, RefusesAllButReadingAndPromisesWhatItDoesNotLookAt) {
@@ -52,11 +52,10 @@ TEST(HistoryCapabilities, AreAddedWhereTheyAreMissing) {
         for (const auto& [id, wanted, type] :
              {std::tuple<UA_UInt32, const void*, int>(11193, &isAble, UA_TYPES_BOOLEAN),
               {11273, &max, UA_TYPES_UINT32}}) {
-            UA_Variant value{};
-            (void)UA_Server_readValue(server.instance(), UA_NODEID_NUMERIC(0, id), &value);
-            ASSERT_TRUE(UA_Variant_hasScalarType(&value, &UA_TYPES[type]));
-            EXPECT_EQ(UA_order(value.data, wanted, &UA_TYPES[type]), UA_ORDER_EQ);
-            UA_Variant_clear(&value);
+            OwnedVariant value;
+            (void)UA_Server_readValue(server.instance(), UA_NODEID_NUMERIC(0, id), value.get());
+            ASSERT_TRUE(UA_Variant_hasScalarType(value.get(), &UA_TYPES[type]));
+            EXPECT_EQ(UA_order(value->data, wanted, &UA_TYPES[type]), UA_ORDER_EQ);
         }
         for (const UA_UInt32 id : {11193U, 11273U, 11192U})
             (void)UA_Server_deleteNode(server.instance(), UA_NODEID_NUMERIC(0, id), true);
