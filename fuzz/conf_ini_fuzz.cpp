@@ -3,7 +3,9 @@
 #include "lib/util/conf_ini.h"
 #include "server/diagnostics/VeskkntrReader.h"
 
-static void requireKeys(IniFile& file) {
+namespace {
+
+void requireKeys(IniFile& file) {
     std::vector<char> key(IniFile::kValueMax + 1);
     std::vector<char> value(IniFile::kValueMax + 1);
     while (file.GetNextKey(key.data(), value.data()) == 0) {
@@ -13,7 +15,7 @@ static void requireKeys(IniFile& file) {
 }
 
 /// The values that the journal and the server take from the file are usable.
-static void requireSettings(const std::string& path) {
+void requireSettings(const std::string& path) {
     SRolIniFileSettings settings = RolReadSettings(path.c_str());
     RolCorrectSettings(settings);
     require(RolSettingsAreFilled(settings));
@@ -23,6 +25,8 @@ static void requireSettings(const std::string& path) {
     require(reader.getNumKontr(path) == reader.getNumKontr());
     require(reader.getCycleTime(path) == reader.getCycleTime());
 }
+
+}  // namespace
 
 /// A settings file of any content: nothing crashes, and no text is longer than its buffer.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {

@@ -11,9 +11,11 @@
 
 using namespace opcuacheck;
 
+namespace {
+
 /// Every loaded value is in the line that the checker names for it. Names with a line feed come
 /// from an unclosed heading, which is reported as such.
-static void requireSameEntries(const ConfigFile& file, const ServerView& view) {
+void requireSameEntries(const ConfigFile& file, const ServerView& view) {
     for (const auto& heading : file.headings()) {
         if (!heading.closed) return;
     }
@@ -25,6 +27,8 @@ static void requireSameEntries(const ConfigFile& file, const ServerView& view) {
         }
     }
 }
+
+}  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     Database database;

@@ -3,7 +3,9 @@
 #include "server/config/LineSearch.h"
 #include "server/config/ListSections.h"
 
-static void requireAccepted(const std::string& path, const Section& section, std::int32_t lines) {
+namespace {
+
+void requireAccepted(const std::string& path, const Section& section, std::int32_t lines) {
     require(ListSections::getInstance().hasSection(section.name));
     for (const auto& [key, value, place] : section.params) {
         require(ListSections::getInstance().hasParam(section.name, key));
@@ -21,6 +23,8 @@ static void requireAccepted(const std::string& path, const Section& section, std
         require(entry >= 1 && entry <= lines + 1);
     }
 }
+
+}  // namespace
 
 /// A configuration file of any content: nothing crashes, and only what the schema knows is
 /// accepted.

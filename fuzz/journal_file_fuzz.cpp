@@ -2,8 +2,10 @@
 #include "lib/rolling2/rol_files.h"
 #include "lib/rolling2/rol_mes.h"
 
+namespace {
+
 /// The same bytes as the files beside the messages.
-static void requireCopyFiles(const std::string& path, std::size_t size) {
+void requireCopyFiles(const std::string& path, std::size_t size) {
     std::array<std::uint8_t, kRolCountersRead> counters{};
     const bool isLoaded = RolLoadCounters(path.c_str(), counters) == kRolDone;
     require(isLoaded == (size >= counters.size()));
@@ -11,6 +13,8 @@ static void requireCopyFiles(const std::string& path, std::size_t size) {
     require(mark.status >= 0 && mark.status <= 3);
     require(mark.status == 0 || mark.saveNumber == 0);
 }
+
+}  // namespace
 
 /// A saved journal of any content: accepted messages are written back as the same bytes, and
 /// everything can be shown.

@@ -5,13 +5,15 @@
 #include "server/config/GeneralSettings.h"
 #include "server/config/NumberLists.h"
 
+namespace {
+
 template <class Number>
-static bool ascends(const std::vector<Number>& numbers) {
+bool ascends(const std::vector<Number>& numbers) {
     return std::adjacent_find(numbers.begin(), numbers.end(),
                               [](auto a, auto b) { return a >= b; }) == numbers.end();
 }
 
-static void requireLists(const std::string& text) {
+void requireLists(const std::string& text) {
     const auto numbers = getNumbersTagsOperative(text);
     const bool all = numbers == std::vector<std::int32_t>{-1};
     require(all || (ascends(numbers) && (numbers.empty() || numbers.front() > 0)));
@@ -25,7 +27,7 @@ static void requireLists(const std::string& text) {
         require(number >= 1 && number <= kMost);
 }
 
-static void requireNumbers(const std::string& text) {
+void requireNumbers(const std::string& text) {
     if (const auto whole = parseWholeInteger(text)) require(parseLeadingInteger(text) == whole);
     if (const auto asked = parseLeadingNumber(text)) {
         constexpr double kCycleMs = 100;
@@ -33,6 +35,8 @@ static void requireNumbers(const std::string& text) {
         require(decided >= kShortestIntervalMs && decided <= kLongestIntervalMs);
     }
 }
+
+}  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     constexpr std::size_t kLongest = 64;  // many long ranges only take time

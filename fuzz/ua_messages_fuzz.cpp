@@ -323,8 +323,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 
 // ---- The process --------------------------------------------------------------------------------
 
-static int* argumentCount = nullptr;  // null until the server is being started
-static char*** arguments = nullptr;
+namespace {
+
+int* argumentCount = nullptr;  // null until the server is being started
+char*** arguments = nullptr;
+
+}  // namespace
 
 // NOLINTBEGIN(bugprone-reserved-identifier): the linker's names
 extern "C" UA_DateTime __wrap_UA_DateTime_nowMonotonic() {
@@ -362,8 +366,10 @@ extern "C" UA_StatusCode __wrap_UA_Server_runUntilInterrupt(UA_Server* started) 
 }
 // NOLINTEND(bugprone-reserved-identifier)
 
+namespace {
+
 /// One plotter with zrtsim's first three pens, of 10, 100 and 1000 values in any time.
-static void scriptTrends() {
+void scriptTrends() {
     const char* const path = "/zrt/scripted.trends";
     std::ofstream script(path);
     script
@@ -374,6 +380,8 @@ static void scriptTrends() {
     }
     setenv("SCRIPTED_TRENDS", path, 1);
 }
+
+}  // namespace
 
 extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv) {
     if (argumentCount != nullptr) return 0;

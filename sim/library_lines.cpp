@@ -6,16 +6,19 @@
 #include <cstddef>
 #include <cstdio>
 #include <iostream>
-#include <string>
 
 #include "server/text/ToUTF8Converter.h"
 
 namespace sim {
 
-static ssize_t writeAsUtf8(void* /*cookie*/, const char* bytesCp866, std::size_t size) {
+namespace {
+
+ssize_t writeAsUtf8(void* /*cookie*/, const char* bytesCp866, std::size_t size) {
     std::cout << ToUTF8Converter::convertCP866ToUtf8_manual({bytesCp866, size}) << std::flush;
     return static_cast<ssize_t>(size);
 }
+
+}  // namespace
 
 void showLibraryLines() {
     cookie_io_functions_t functions{};

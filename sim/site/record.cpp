@@ -36,18 +36,6 @@ std::string savedLine(const std::filesystem::path& file) {
     return "saved " + file.string() + "\n";
 }
 
-/// The rest of a line after one blank.
-std::filesystem::path restOf(std::istringstream& line) {
-    std::string rest;
-    line.get();
-    std::getline(line, rest);
-    return rest;
-}
-
-bool sameKeyAndKind(const IpcMark& a, const IpcMark& b) {
-    return a.kind == b.kind && a.key == b.key;
-}
-
 }  // namespace
 
 bool RecordContents::owns(const IpcObject& object) const {
@@ -116,6 +104,14 @@ bool Record::noteSaved(const std::filesystem::path& file) {
     return append(savedLine(file));
 }
 
+namespace {
+
+bool sameKeyAndKind(const IpcMark& a, const IpcMark& b) {
+    return a.kind == b.kind && a.key == b.key;
+}
+
+}  // namespace
+
 bool Record::noteIpc(const IpcMark& mark) {
     std::erase_if(contents_.ipc, [&](const IpcMark& old) { return sameKeyAndKind(old, mark); });
     contents_.ipc.push_back(mark);
@@ -170,6 +166,18 @@ bool Record::append(const std::string& line) {
     const ssize_t written = ::write(descriptor_, line.data(), line.size());
     return written == static_cast<ssize_t>(line.size());
 }
+
+namespace {
+
+/// The rest of a line after one blank.
+std::filesystem::path restOf(std::istringstream& line) {
+    std::string rest;
+    line.get();
+    std::getline(line, rest);
+    return rest;
+}
+
+}  // namespace
 
 void Record::parse(const std::string& text) {
     std::istringstream line(text);

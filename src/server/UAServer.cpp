@@ -2,7 +2,6 @@
 
 #include <open62541/server_config_default.h>
 
-#include <cstdint>
 #include <stdexcept>
 
 #include "server/config/GeneralSettings.h"
@@ -37,23 +36,6 @@ constexpr double kLongestSamplingMs = 86'400'000.0;   // one day
 
 const std::vector<Section>& sections() {
     return IniConfigManager::instance().getSections();
-}
-
-/// Its display name, as the server shows it; empty when there is no such folder.
-std::string folderName(const AddressSpace& space, int number) {
-    OwnedLocalizedText name;
-    (void)UA_Server_readDisplayName(space.server, space.numericId(static_cast<UA_UInt32>(number)),
-                                    name.get());
-    return std::string(textOf(name->text));
-}
-
-/// The folder "Historical", below one with the application's name when there is such a name.
-void addHistoricalFolder(const AddressSpace& space, const std::string& applicationName) {
-    const UA_NodeId application = space.numericId(kApplicationFolder);
-    const bool named = !applicationName.empty();
-    if (named) addFixedFolder(space, application, applicationName, nullptr);
-    addFixedFolder(space, space.numericId(kHistoricalFolder), "Historical",
-                   named ? &application : nullptr);
 }
 
 }  // namespace
@@ -186,6 +168,18 @@ UA_StatusCode UAServer::initializeOperativeTreeGroup() {
     return GroupedTree(addressSpace(), items_, sections()).build(applicationNameUtf8());
 }
 
+namespace {
+
+/// Its display name, as the server shows it; empty when there is no such folder.
+std::string folderName(const AddressSpace& space, int number) {
+    OwnedLocalizedText name;
+    (void)UA_Server_readDisplayName(space.server, space.numericId(static_cast<UA_UInt32>(number)),
+                                    name.get());
+    return std::string(textOf(name->text));
+}
+
+}  // namespace
+
 UA_StatusCode UAServer::createStructureGroup(UARTEXVariable* variable, int tagNumber,
                                              const std::string& prefix, int groupFolder,
                                              const std::map<int, int>& groupMap) {
@@ -194,6 +188,19 @@ UA_StatusCode UAServer::createStructureGroup(UARTEXVariable* variable, int tagNu
                       {groupWithFolder(groupFolder, groupMap), groupFolder,
                        folderName(addressSpace(), groupFolder), TagLists{}});
 }
+
+namespace {
+
+/// The folder "Historical", below one with the application's name when there is such a name.
+void addHistoricalFolder(const AddressSpace& space, const std::string& applicationName) {
+    const UA_NodeId application = space.numericId(kApplicationFolder);
+    const bool named = !applicationName.empty();
+    if (named) addFixedFolder(space, application, applicationName, nullptr);
+    addFixedFolder(space, space.numericId(kHistoricalFolder), "Historical",
+                   named ? &application : nullptr);
+}
+
+}  // namespace
 
 UA_StatusCode UAServer::initializeHistoryTree(UA_HistoryDataBackend& backend,
                                               UA_HistoryDataGathering& gathering,

@@ -6,7 +6,6 @@
 #include <map>
 #include <string>
 #include <string_view>
-#include <vector>
 
 #include "server/bounds/ConfigBounds.h"
 #include "server/opcua/AddressSpace.h"

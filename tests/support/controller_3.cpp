@@ -4,6 +4,7 @@
 // the file is there before the first test.
 
 namespace {
+
 /// Controller 3 with a cycle of 200 ms.
 class Controller3 : public testing::Environment {
   public:
@@ -11,6 +12,7 @@ class Controller3 : public testing::Environment {
         writeFile("/zrt/settings/veskkntr.ini", "[KONTR]\nNumber_kontr=3\nCycleTime=200\n");
     }
 };
-}  // namespace
 
-static const auto* const kEnvironment = testing::AddGlobalTestEnvironment(new Controller3);
+const auto* const kEnvironment = testing::AddGlobalTestEnvironment(new Controller3);
+
+}  // namespace

@@ -42,10 +42,14 @@ void ControllerDatabase::putText(int type, int num, std::size_t offset, std::str
     std::memcpy(at(Area::passport, type, num) + offset, bytes.data(), bytes.size());
 }
 
-static std::byte* tqf(const sim::DatabaseMemory& memory, int type, int num) {
+namespace {
+
+std::byte* tqf(const sim::DatabaseMemory& memory, int type, int num) {
     return memory.timeQualityOf(static_cast<sim::TypeCode>(type),
                                 static_cast<std::size_t>(num - 1));
 }
+
+}  // namespace
 
 void ControllerDatabase::setQuality(int type, int num, std::uint32_t quality) {
     sim::store(tqf(memory_, type, num) + Tqf::kQuality, quality);
@@ -90,11 +94,15 @@ void ControllerDatabase::stop() {
 
 // ---- The whole ---------------------------------------------------------------------------------
 
+namespace {
+
 /// Shared with the database process.
-static sim::Counts& sharedCounts() {
+sim::Counts& sharedCounts() {
     return *static_cast<sim::Counts*>(mmap(nullptr, sizeof(sim::Counts), PROT_READ | PROT_WRITE,
                                            MAP_SHARED | MAP_ANONYMOUS, -1, 0));
 }
+
+}  // namespace
 
 ControllerDatabase::ControllerDatabase() : announced(sharedCounts()) {
     announced = kCounts;

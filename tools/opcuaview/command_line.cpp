@@ -10,14 +10,16 @@
 
 namespace opcuaview {
 
-static constexpr const char* kFooter =
+namespace {
+
+constexpr const char* kFooter =
     "Код завершения: 0 — получено хотя бы одно значение, 1 — ни одного, 2 — неверные ключи,\n"
     "3 — нет связи с сервером, 4 — связь потеряна и не восстановлена, 5 — история прочитана не\n"
     "до конца.";
 
 /// Russian texts for those of CLI11's errors that an operator may see. The checks above have their
 /// own texts.
-static std::string reasonOf(const CLI::Error& error) {
+std::string reasonOf(const CLI::Error& error) {
     std::string text = error.what();
     const std::string option = text.substr(0, text.find(':'));
     if (dynamic_cast<const CLI::ExtrasError*>(&error) != nullptr) {
@@ -36,11 +38,10 @@ static std::string reasonOf(const CLI::Error& error) {
     return text;
 }
 
-static std::string refusal(const CLI::App* app, const CLI::Error& error) {
+std::string refusal(const CLI::App* app, const CLI::Error& error) {
     return app->get_name() + ": " + reasonOf(error) + "\nСправка: " + app->get_name() + " --help\n";
 }
 
-namespace {
 /// CLI11 pads by bytes, but Russian names must be padded by columns.
 class RussianHelp final : public CLI::Formatter {
   public:
@@ -60,14 +61,15 @@ class RussianHelp final : public CLI::Formatter {
   private:
     static constexpr int kColumn = 22;
 };
-}  // namespace
 
-static void translateHelp(CLI::App& app) {
+void translateHelp(CLI::App& app) {
     app.formatter(std::make_shared<RussianHelp>());
     app.option_defaults()->group(kOptionGroup);
     app.set_help_flag("-h,--help", "Показать эту справку")->group(kOptionGroup);
     app.footer(kFooter);
 }
+
+}  // namespace
 
 int runProgram(int argc, const char* const* argv) {
     ExitStatus status = kDone;

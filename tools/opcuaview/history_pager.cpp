@@ -5,11 +5,15 @@
 
 namespace opcuaview {
 
-static constexpr UA_DateTime kTicksPerMs = 10'000;
+namespace {
 
-static UA_DateTime startOfMs(UA_DateTime time) {
+constexpr UA_DateTime kTicksPerMs = 10'000;
+
+UA_DateTime startOfMs(UA_DateTime time) {
     return time - time % kTicksPerMs;
 }
+
+}  // namespace
 
 HistoryPager::HistoryPager(HistoryRequest request, UA_DateTime from, UA_DateTime to)
     : request_(std::move(request)), from_(from), to_(to), position_(from) {}

@@ -11,16 +11,22 @@
 
 namespace opcuaview {
 
-static UA_StatusCode parsed(const std::string& text, NodeId& id) {
+namespace {
+
+UA_StatusCode parsed(const std::string& text, NodeId& id) {
     return UA_NodeId_parse(id.get(), uaView(text));
 }
+
+}  // namespace
 
 bool isNodeId(const std::string& text) {
     NodeId id;
     return parsed(text, id) == UA_STATUSCODE_GOOD;
 }
 
-static UA_StatusCode listNamed(Session& session, const ItemChoice& choice, ItemList& list) {
+namespace {
+
+UA_StatusCode listNamed(Session& session, const ItemChoice& choice, ItemList& list) {
     for (const std::string& text : choice.nodeIds) {
         Item item{{}, printable(text), {}};
         if (parsed(text, item.id) != UA_STATUSCODE_GOOD) return UA_STATUSCODE_BADNODEIDINVALID;
@@ -37,7 +43,6 @@ static UA_StatusCode listNamed(Session& session, const ItemChoice& choice, ItemL
     return status;
 }
 
-namespace {
 /// Walks the tree below the Objects folder.
 class TreeWalk {
   public:
@@ -165,6 +170,7 @@ class TreeWalk {
     std::size_t seen_ = 0;
     bool complete_ = true;
 };
+
 }  // namespace
 
 UA_StatusCode listItems(Session& session, const ItemChoice& choice, ItemList& list,

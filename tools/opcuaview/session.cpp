@@ -9,21 +9,27 @@
 
 namespace opcuaview {
 
-static constexpr std::size_t kNodesPerRead = 1000;
-static constexpr UA_UInt32 kReferencesPerAnswer = 1000;
+namespace {
+
+constexpr std::size_t kNodesPerRead = 1000;
+constexpr UA_UInt32 kReferencesPerAnswer = 1000;
+
+}  // namespace
 
 Session::Session(std::string url, std::chrono::milliseconds answerTime)
     : url_(std::move(url)), answerTime_(answerTime) {}
 
+namespace {
+
 /// The library's own messages would disrupt the table; the caller reports what an operator must
 /// know.
-static UA_Logger* silentLogger() {
+UA_Logger* silentLogger() {
     static UA_Logger logger{[](void*, UA_LogLevel, UA_LogCategory, const char*, va_list) {},
                             nullptr, nullptr};
     return &logger;
 }
 
-static UA_Client* newClient(std::chrono::milliseconds answerTime) {
+UA_Client* newClient(std::chrono::milliseconds answerTime) {
     UA_ClientConfig config{};
     config.logging = silentLogger();
     if (UA_ClientConfig_setDefault(&config) != UA_STATUSCODE_GOOD) return nullptr;
@@ -35,6 +41,8 @@ static UA_Client* newClient(std::chrono::milliseconds answerTime) {
     return UA_Client_newWithConfig(&config);
 }
 
+}  // namespace
+
 UA_StatusCode Session::connect() {
     client_.reset(newClient(answerTime_));
     if (client_ == nullptr) return UA_STATUSCODE_BADOUTOFMEMORY;
@@ -43,9 +51,10 @@ UA_StatusCode Session::connect() {
     return UA_Client_getNamespaceIndex(client_.get(), uaView(kServerNamespace), &namespaceIndex_);
 }
 
+namespace {
+
 /// Moves the references into the server's namespace out of `result` and to the end of `children`.
-static void takeChildren(UA_BrowseResult& result, UA_UInt16 namespaceIndex,
-                         std::vector<Child>& children) {
+void takeChildren(UA_BrowseResult& result, UA_UInt16 namespaceIndex, std::vector<Child>& children) {
     const UA_NodeId folderType = UA_NODEID_NUMERIC(0, UA_NS0ID_FOLDERTYPE);
     for (std::size_t i = 0; i < result.referencesSize; ++i) {
         UA_ReferenceDescription& reference = result.references[i];
@@ -57,6 +66,8 @@ static void takeChildren(UA_BrowseResult& result, UA_UInt16 namespaceIndex,
         UA_NodeId_init(&target);  // owned by the child now
     }
 }
+
+}  // namespace
 
 UA_StatusCode Session::takeAllChildren(UA_BrowseResult& first, std::vector<Child>& children) {
     takeChildren(first, namespaceIndex_, children);
@@ -159,8 +170,10 @@ UA_StatusCode Session::browsePens(std::vector<Child>& pens) {
     return status;
 }
 
+namespace {
+
 /// Converts a value to a time and a number; other types give no number.
-static HistoryValue historyValueOf(const UA_DataValue& data) {
+HistoryValue historyValueOf(const UA_DataValue& data) {
     HistoryValue value;
     if (data.hasSourceTimestamp) value.time = data.sourceTimestamp;
     if (data.hasStatus) value.status = data.status;
@@ -186,6 +199,8 @@ static HistoryValue historyValueOf(const UA_DataValue& data) {
     }
     return value;
 }
+
+}  // namespace
 
 UA_StatusCode Session::readHistory(const UA_NodeId& node, UA_DateTime from, UA_DateTime to,
                                    std::vector<HistoryValue>& values) {

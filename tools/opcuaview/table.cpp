@@ -6,7 +6,11 @@
 
 namespace opcuaview {
 
-static constexpr int kGap = 2;  // blanks between two columns
+namespace {
+
+constexpr int kGap = 2;  // blanks between two columns
+
+}  // namespace
 
 void TableRenderer::widen(const std::vector<Row>& rows) {
     widest_.resize(columns_.size(), 0);
@@ -36,7 +40,9 @@ std::vector<int> TableRenderer::shrunkTo(int width) const {
     return widths;
 }
 
-static std::string_view escapeFor(Emphasis emphasis) {
+namespace {
+
+std::string_view escapeFor(Emphasis emphasis) {
     switch (emphasis) {
         case Emphasis::changed:
             return "\x1b[1m";
@@ -50,7 +56,7 @@ static std::string_view escapeFor(Emphasis emphasis) {
     return {};
 }
 
-static std::string rendered(const TableCell& cell, int width, bool colours) {
+std::string rendered(const TableCell& cell, int width, bool colours) {
     if (!colours && cell.emphasis == Emphasis::changed) {
         return fitted(cell.text, width - 1, cell.align) + "*";
     }
@@ -59,6 +65,8 @@ static std::string rendered(const TableCell& cell, int width, bool colours) {
     if (escape.empty()) return text;
     return std::string{escape} + text + "\x1b[0m";
 }
+
+}  // namespace
 
 std::vector<std::string> TableRenderer::render(const std::vector<Row>& rows, int width,
                                                bool colours) {

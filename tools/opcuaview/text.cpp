@@ -7,12 +7,17 @@
 
 namespace opcuaview {
 
-static constexpr std::string_view kReplacement = "\xEF\xBF\xBD";  // U+FFFD
-static constexpr std::string_view kEllipsis = "\xE2\x80\xA6";     // U+2026
+namespace {
+
+constexpr std::string_view kReplacement = "\xEF\xBF\xBD";  // U+FFFD
+constexpr std::string_view kEllipsis = "\xE2\x80\xA6";     // U+2026
+
+}  // namespace
 
 // The C library knows the widths only for the thread's locale, but the result must not depend on
 // the operator's shell settings.
 namespace {
+
 class Utf8Locale {
   public:
     Utf8Locale() : previous_(uselocale(locale())) {}
@@ -33,11 +38,10 @@ struct Character {
     wchar_t code;  // 0xFFFD when malformed
     int width;     // -1: a control character
 };
-}  // namespace
 
 /// Removes the next character from `rest`, which must not be empty. A malformed byte is one
 /// character.
-static Character takeCharacter(std::string_view& rest) {
+Character takeCharacter(std::string_view& rest) {
     std::mbstate_t state{};
     wchar_t code = 0;
     const std::size_t length = std::mbrtowc(&code, rest.data(), rest.size(), &state);
@@ -51,6 +55,8 @@ static Character takeCharacter(std::string_view& rest) {
     rest.remove_prefix(character.bytes.size());
     return character;
 }
+
+}  // namespace
 
 int displayWidth(std::string_view text) {
     const Utf8Locale utf8;
@@ -79,8 +85,10 @@ std::string printable(std::string_view text) {
     return result;
 }
 
+namespace {
+
 /// The longest beginning that takes at most `width` columns; `used` gets the columns it takes.
-static std::string_view beginning(std::string_view text, int width, int& used) {
+std::string_view beginning(std::string_view text, int width, int& used) {
     const Utf8Locale utf8;
     std::string_view rest = text;
     std::size_t bytes = 0;
@@ -94,6 +102,8 @@ static std::string_view beginning(std::string_view text, int width, int& used) {
     }
     return text.substr(0, bytes);
 }
+
+}  // namespace
 
 std::string fitted(std::string_view text, int width, Align align) {
     if (width <= 0) return {};

@@ -4,7 +4,6 @@
 #include <array>
 #include <cmath>
 #include <cstdio>
-#include <functional>
 #include <span>
 
 #include "server/text/ToUTF8Converter.h"

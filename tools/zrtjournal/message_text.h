@@ -2,8 +2,6 @@
 
 #include <optional>
 #include <string>
-#include <string_view>
-#include <vector>
 
 #include "lib/rolling2/rol_mes.h"
 

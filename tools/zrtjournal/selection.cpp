@@ -8,7 +8,9 @@ namespace zrtjournal {
 
 // ---- Codes -------------------------------------------------------------------------------------
 
-static std::optional<std::uint32_t> readCode(std::string_view text) {
+namespace {
+
+std::optional<std::uint32_t> readCode(std::string_view text) {
     constexpr std::string_view kBlanks = " \t";
     const std::size_t begin = text.find_first_not_of(kBlanks);
     if (begin == std::string_view::npos) return std::nullopt;
@@ -18,6 +20,8 @@ static std::optional<std::uint32_t> readCode(std::string_view text) {
     if (error != std::errc{} || rest != text.data() + text.size()) return std::nullopt;
     return code;
 }
+
+}  // namespace
 
 bool Selection::setCodes(const std::string& text) {
     std::vector<Range> codes;

@@ -1,10 +1,8 @@
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
 #include <ctime>
 #include <limits>
-#include <optional>
 #include <string>
 #include <vector>
 

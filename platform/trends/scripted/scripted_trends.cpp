@@ -208,16 +208,18 @@ IHDA_SyncRead::~IHDA_SyncRead() {
     log("~SyncRead");
 }
 
-static bool within(const ScriptedValue& value, const timeval& start, const timeval& end) {
+namespace {
+
+bool within(const ScriptedValue& value, const timeval& start, const timeval& end) {
     const std::pair<std::int64_t, std::int64_t> time{value.seconds, value.micros};
     return std::pair{start.tv_sec, start.tv_usec} <= time &&
            time <= std::pair{end.tv_sec, end.tv_usec};
 }
 
 /// Holds until the next call.
-static const std::vector<ScriptedValue>& valuesOf(const Script& scenario, const OPCHDAITEMDEF& item,
-                                                  const timeval& start, const timeval& end,
-                                                  unsigned count) {
+const std::vector<ScriptedValue>& valuesOf(const Script& scenario, const OPCHDAITEMDEF& item,
+                                           const timeval& start, const timeval& end,
+                                           unsigned count) {
     static std::vector<ScriptedValue> values;
     values.clear();
     const auto found = scenario.values.find({item.plotter, item.pen});
@@ -229,6 +231,8 @@ static const std::vector<ScriptedValue>& valuesOf(const Script& scenario, const 
     }
     return values;
 }
+
+}  // namespace
 
 int IHDA_SyncRead::ReadRaw(timeval* start, timeval* end, unsigned count, bool bounds,
                            unsigned itemCount, OPCHDAITEMDEF* items, OPCHDAITEM** results,

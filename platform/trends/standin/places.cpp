@@ -4,10 +4,14 @@
 
 namespace trends {
 
-static std::string folder(const char* variable, const char* otherwise) {
+namespace {
+
+std::string folder(const char* variable, const char* otherwise) {
     const char* value = std::getenv(variable);
     return value != nullptr ? value : otherwise;
 }
+
+}  // namespace
 
 std::string definitionsFile() {
     return folder("SETTINGS", "/zrt/settings") + "/trends.ini";

@@ -4,9 +4,13 @@
 
 namespace trends {
 
-[[noreturn]] static void fail(sqlite3* handle) {
+namespace {
+
+[[noreturn]] void fail(sqlite3* handle) {
     throw ArchiveError(handle != nullptr ? sqlite3_errmsg(handle) : "out of memory");
 }
+
+}  // namespace
 
 SqliteDatabase::SqliteDatabase(const std::string& file, Access access, int busyTimeoutMs) {
     const int flags =

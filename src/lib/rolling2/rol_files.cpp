@@ -23,12 +23,16 @@ using File = std::unique_ptr<std::FILE, CloseFile>;
 
 // ---- Messages ----------------------------------------------------------------------------------
 
-static int readHeader(std::span<const std::uint8_t> bytes, SRolFileHeader& header) {
+namespace {
+
+int readHeader(std::span<const std::uint8_t> bytes, SRolFileHeader& header) {
     if (bytes.size() < sizeof(header)) return kRolShortHeader;
     std::memcpy(&header, bytes.data(), sizeof(header));
     const bool isOurs = std::memcmp(header.tag, kRolFileTag, sizeof(header.tag)) == 0;
     return isOurs && header.last < header.count ? kRolDone : kRolBadHeader;
 }
+
+}  // namespace
 
 RolMessages RolParseMessages(std::span<const std::uint8_t> bytes, std::size_t most) {
     RolMessages file;
@@ -49,7 +53,9 @@ RolMessages RolParseMessages(std::span<const std::uint8_t> bytes, std::size_t mo
     return file;
 }
 
-static void reportMessages(int error, const char* path) {
+namespace {
+
+void reportMessages(int error, const char* path) {
     switch (error) {
         case kRolDone:
             return;
@@ -66,7 +72,7 @@ static void reportMessages(int error, const char* path) {
 }
 
 /// All bytes of a file, up to the most that a messages file can have.
-static std::vector<std::uint8_t> contents(std::FILE* file) {
+std::vector<std::uint8_t> contents(std::FILE* file) {
     constexpr std::size_t kMost = sizeof(SRolFileHeader) + UINT16_MAX * sizeof(SRolMessage);
     std::vector<std::uint8_t> bytes;
     std::uint8_t part[16384];
@@ -75,6 +81,8 @@ static std::vector<std::uint8_t> contents(std::FILE* file) {
         bytes.insert(bytes.end(), part, part + got);
     return bytes;
 }
+
+}  // namespace
 
 RolMessages RolLoadMessages(const char* path, std::size_t most) {
     // Only read here, but a file that cannot be written either counts as missing: required by the
@@ -108,11 +116,15 @@ int RolLoadCounters(const char* path, std::array<std::uint8_t, kRolCountersRead>
 
 // ---- Writing -----------------------------------------------------------------------------------
 
+namespace {
+
 /// @param result  of fdatasync or fsync
-static bool isSynchronised(int result) {
+bool isSynchronised(int result) {
     // Pipes, devices and read-only file systems have nothing to synchronise.
     return result == 0 || errno == EINVAL || errno == EROFS;
 }
+
+}  // namespace
 
 int RolWriteFile(const char* path, std::span<const std::uint8_t> bytes) {
     const File file(std::fopen(path, "w+"));

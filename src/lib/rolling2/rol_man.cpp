@@ -24,14 +24,18 @@ CRolManager::~CRolManager() {
 
 // ---- Joining -----------------------------------------------------------------------------------
 
+namespace {
+
 /// KEPT: the object is never destroyed. The destructor of its maker would remove the set, and the
 /// next process would behave as the journal's first. Required by the interface.
-static vs_sem* openSemaphore() {
+vs_sem* openSemaphore() {
     constexpr unsigned kPermissions = 0666;
     static auto& kept = *new std::vector<std::unique_ptr<vs_sem>>;
     kept.push_back(std::make_unique<vs_sem>(kRolSemaphore, kPermissions));
     return kept.back().get();
 }
+
+}  // namespace
 
 int CRolManager::Init() {
     Close();

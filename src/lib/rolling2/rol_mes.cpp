@@ -30,9 +30,10 @@ std::size_t RolWriteRaw(const SRolMessage& message, std::uint8_t* to) {
     return kRolHeadSize;
 }
 
+namespace {
+
 /// Reads one argument behind those already in the record.
-static int readRawArg(std::span<const std::uint8_t> bytes, SRolMessage& message,
-                      std::size_t& argsSize) {
+int readRawArg(std::span<const std::uint8_t> bytes, SRolMessage& message, std::size_t& argsSize) {
     const auto rest = bytes.subspan(kRolHeadSize + argsSize);
     if (rest.size() < kArgHead) return kRolShortMessage;
     const std::size_t size = kArgHead + rest[1];
@@ -42,6 +43,8 @@ static int readRawArg(std::span<const std::uint8_t> bytes, SRolMessage& message,
     argsSize += size;
     return kRolDone;
 }
+
+}  // namespace
 
 int RolReadRaw(std::span<const std::uint8_t> bytes, SRolMessage& message, std::size_t& used) {
     message = SRolMessage{};

@@ -5,36 +5,6 @@
 #include "lib/rolling2/rol_lock.h"
 #include "lib/rolling2/rol_report.h"
 
-// ---- Building ----------------------------------------------------------------------------------
-
-/// Appends the arguments of a list and deletes all of them, even after one that does not fit.
-static int takeArguments(CRolMessageInterface& message, va_list* arguments) {
-    int error = kRolDone;
-    for (;;) {
-        const std::unique_ptr<const CRolArg> argument(va_arg(*arguments, CRolArg*));
-        // After a null pointer (an argument that could not be made) the list cannot be trusted.
-        if (argument == nullptr) return kRolArgumentType;
-        if (argument->type() == RT_END) return error;
-        if (error == kRolDone) error = message.AddArg(*argument);
-    }
-}
-
-static int appendArguments(CRolMessageInterface& message, const CRolArg* arguments) {
-    for (; arguments->type() != RT_END; ++arguments)
-        if (const int error = message.AddArg(*arguments); error != kRolDone) return error;
-    return kRolDone;
-}
-
-/// The message that stands for one that could not be built.
-static int buildInternal(CRolMessageInterface& message, std::int16_t controller) {
-    const unsigned long dictionary = message.Message.DicNumber;
-    const unsigned long code = message.Message.MessageCode;
-    message.Start(kRolInternalDictionary, kRolInternalCode, -1, -1);
-    for (const CRolArg& argument : {CRolArg(controller), CRolArg(dictionary), CRolArg(code)})
-        if (const int error = message.AddArg(argument); error != kRolDone) return error;
-    return kRolDone;
-}
-
 // ---- The ring ----------------------------------------------------------------------------------
 
 unsigned CRolManager::CycPlus(unsigned a, unsigned b, unsigned n) {
@@ -97,6 +67,20 @@ void CRolManager::append(const SRolMessage& message) {
 
 // ---- The operations ----------------------------------------------------------------------------
 
+namespace {
+
+/// The message that stands for one that could not be built.
+int buildInternal(CRolMessageInterface& message, std::int16_t controller) {
+    const unsigned long dictionary = message.Message.DicNumber;
+    const unsigned long code = message.Message.MessageCode;
+    message.Start(kRolInternalDictionary, kRolInternalCode, -1, -1);
+    for (const CRolArg& argument : {CRolArg(controller), CRolArg(dictionary), CRolArg(code)})
+        if (const int error = message.AddArg(argument); error != kRolDone) return error;
+    return kRolDone;
+}
+
+}  // namespace
+
 int CRolManager::post(const timeval* time, CRolMessageInterface& message, int buildError) {
     const RolDetails lost{.dictionary = static_cast<long>(message.Message.DicNumber),
                           .messageCode = static_cast<long>(message.Message.MessageCode)};
@@ -114,6 +98,22 @@ int CRolManager::post(const timeval* time, CRolMessageInterface& message, int bu
     return kRolDone;
 }
 
+namespace {
+
+/// Appends the arguments of a list and deletes all of them, even after one that does not fit.
+int takeArguments(CRolMessageInterface& message, va_list* arguments) {
+    int error = kRolDone;
+    for (;;) {
+        const std::unique_ptr<const CRolArg> argument(va_arg(*arguments, CRolArg*));
+        // After a null pointer (an argument that could not be made) the list cannot be trusted.
+        if (argument == nullptr) return kRolArgumentType;
+        if (argument->type() == RT_END) return error;
+        if (error == kRolDone) error = message.AddArg(*argument);
+    }
+}
+
+}  // namespace
+
 int CRolManager::Message2(const timeval* time, unsigned long dictionary, unsigned long code,
                           signed char type, short number, va_list* arguments) {
     CRolMessageInterface message;
@@ -121,6 +121,16 @@ int CRolManager::Message2(const timeval* time, unsigned long dictionary, unsigne
     const int error = takeArguments(message, arguments);
     return post(time, message, error);
 }
+
+namespace {
+
+int appendArguments(CRolMessageInterface& message, const CRolArg* arguments) {
+    for (; arguments->type() != RT_END; ++arguments)
+        if (const int error = message.AddArg(*arguments); error != kRolDone) return error;
+    return kRolDone;
+}
+
+}  // namespace
 
 int CRolManager::VeskolMessageWithTime(const timeval* time, unsigned long dictionary,
                                        unsigned long code, signed char type, short number,
@@ -136,10 +146,14 @@ int CRolManager::VeskolMessage(unsigned long dictionary, unsigned long code, sig
     return VeskolMessageWithTime(nullptr, dictionary, code, type, number, arguments);
 }
 
+namespace {
+
 /// The dictionary of messages that name none.
-static unsigned long systemDictionary(const SRolIniFileSettings* settings) {
+unsigned long systemDictionary(const SRolIniFileSettings* settings) {
     return settings != nullptr ? settings->SysDict : kRolInternalDictionary;
 }
+
+}  // namespace
 
 int CRolManager::Message(unsigned long code, ...) {
     va_list arguments;

@@ -104,9 +104,13 @@ void CRolManager::Print() const {
 
 // ---- Types -------------------------------------------------------------------------------------
 
-static bool isCommonType(signed char type) {
+namespace {
+
+bool isCommonType(signed char type) {
     return type == 1 || type == 2 || type == 3 || type == 6 || type == 8;
 }
+
+}  // namespace
 
 signed char CRolManager::ConvertTypeVar_VskontrToRol2(signed char type) {
     return isCommonType(type) ? type : static_cast<signed char>(-1);

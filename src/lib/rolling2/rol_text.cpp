@@ -1,6 +1,5 @@
 // Messages as text. The controller's dictionaries are files of other programs; the OPC UA server's
 // messages have their texts here.
-#include <array>
 #include <cstdio>
 #include <string_view>
 

@@ -226,10 +226,14 @@ int IniFile::find(const char* s1, const char* s2, const char* s3, const char* ke
     return kNoKey;
 }
 
-static void copyText(const std::string& text, char* buffer) {
+namespace {
+
+void copyText(const std::string& text, char* buffer) {
     // A NUL inside the file ends the text for every reader of the buffer.
     std::memcpy(buffer, text.c_str(), text.size() + 1);
 }
+
+}  // namespace
 
 int IniFile::CfgGet(const char* s1, const char* s2, const char* s3, const char* key, char* value) {
     std::string text;
@@ -255,11 +259,15 @@ int IniFile::getNumber(const char* s1, const char* s2, const char* s3, const cha
     return result;
 }
 
+namespace {
+
 // What atoi answers, also where atoi is free to answer anything: the low 32 bits.
-static int toInt(const char* text) {
+int toInt(const char* text) {
     constexpr int kDecimal = 10;
     return static_cast<int>(std::strtol(text, nullptr, kDecimal));
 }
+
+}  // namespace
 
 int IniFile::CfgGet(const char* s1, const char* s2, const char* s3, const char* key, int& value) {
     return getNumber(s1, s2, s3, key, value, toInt);
@@ -290,8 +298,10 @@ int IniFile::GetNextKey(char* key, char* value) {
 
 // ---- Lists of numbers --------------------------------------------------------------------------
 
+namespace {
+
 /// A number from 1 to `max` that fills the text but for blanks at its ends.
-static std::optional<int> numberIn(std::string text, int max) {
+std::optional<int> numberIn(std::string text, int max) {
     lrtrim(text);
     int number = 0;
     const char* const end = text.data() + text.size();
@@ -301,7 +311,7 @@ static std::optional<int> numberIn(std::string text, int max) {
 }
 
 /// Appends "7" or "7-9".
-static bool appendItem(const std::string& item, int max, std::vector<int>& list) {
+bool appendItem(const std::string& item, int max, std::vector<int>& list) {
     const auto dash = item.find('-');
     const auto first = numberIn(item.substr(0, dash), max);
     const auto last = dash == std::string::npos ? first : numberIn(item.substr(dash + 1), max);
@@ -311,6 +321,8 @@ static bool appendItem(const std::string& item, int max, std::vector<int>& list)
     std::iota(list.begin() + static_cast<std::ptrdiff_t>(from), list.end(), *first);
     return true;
 }
+
+}  // namespace
 
 int IniFile::ConvertStrToListVar(const char* text, int max, std::vector<int>& list) {
     list.clear();

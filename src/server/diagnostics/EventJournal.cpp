@@ -2,7 +2,11 @@
 
 #include <utility>
 
-static EventJournal* installed = nullptr;
+namespace {
+
+EventJournal* installed = nullptr;
+
+}  // namespace
 
 EventJournal* installEventJournal(EventJournal* journal) noexcept {
     return std::exchange(installed, journal);

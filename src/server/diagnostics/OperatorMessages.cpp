@@ -48,6 +48,7 @@ void reportStopped() {
 // ---- Configuration errors ----------------------------------------------------------------------
 
 namespace {
+
 enum class Place { none, line, wordAndLine };  // how a text names the place
 
 struct ErrorTexts {
@@ -56,12 +57,11 @@ struct ErrorTexts {
     std::string_view logText;  // after the controller's number; UTF-8
     bool lineInLog;            // the line number follows
 };
-}  // namespace
 
 // KEPT: the rows differ where one would expect them to agree (error 1 lacks the second colon;
 // error 2 names its line in the log only, error 3 in the journal only). Required by the interface.
 // clang-format off
-static constexpr std::array<ErrorTexts, 6> kErrorTexts{{
+constexpr std::array<ErrorTexts, 6> kErrorTexts{{
     {ConfigError::fileNotOpened,    Place::none,        ": OPC UA Сервер: Ошибка конфигурации 1 ",         false},
     {ConfigError::samplingInterval, Place::none,        ": OPC UA Сервер: Ошибка конфигурации: 2 ",        true},
     {ConfigError::serverPort,       Place::line,        ": OPC UA Сервер: Ошибка конфигурации: 3 ",        false},
@@ -71,7 +71,7 @@ static constexpr std::array<ErrorTexts, 6> kErrorTexts{{
 }};
 // clang-format on
 
-static constexpr bool rowsInErrorOrder() {
+constexpr bool rowsInErrorOrder() {
     for (std::size_t i = 0; i < kErrorTexts.size(); ++i) {
         if (static_cast<std::size_t>(kErrorTexts[i].error) != i + 1) return false;
     }
@@ -80,24 +80,28 @@ static constexpr bool rowsInErrorOrder() {
 static_assert(rowsInErrorOrder(), "kErrorTexts is indexed by ConfigError");
 
 /// The journal's text; UTF-8. A place that is not known shows as one blank.
-static std::string placeText(Place place, const std::string& line) {
+std::string placeText(Place place, const std::string& line) {
     if (place == Place::none || line.empty()) return " ";
     return place == Place::line ? line : "строка №" + line;
 }
 
-static std::function<void(const ConfigErrorReport&)>& receiverOfErrors() {
+std::function<void(const ConfigErrorReport&)>& receiverOfErrors() {
     static std::function<void(const ConfigErrorReport&)> receiver;
     return receiver;
 }
+
+}  // namespace
 
 void redirectConfigErrors(std::function<void(const ConfigErrorReport&)> receiver) {
     receiverOfErrors() = std::move(receiver);
 }
 
+namespace {
+
 /// @param encode  from the UTF-8 of this source to the bytes that journal and log get
 template <typename Encode>
-static void report(ConfigError error, std::optional<std::int32_t> maybeLine,
-                   const ConfigSubject& subject, Encode encode) {
+void report(ConfigError error, std::optional<std::int32_t> maybeLine, const ConfigSubject& subject,
+            Encode encode) {
     const ErrorTexts& texts = kErrorTexts.at(static_cast<std::size_t>(error) - 1);
     assert(maybeLine || (!texts.lineInLog && texts.inJournal != Place::wordAndLine));
     const std::string line = maybeLine ? std::to_string(*maybeLine) : "";
@@ -112,6 +116,8 @@ static void report(ConfigError error, std::optional<std::int32_t> maybeLine,
     postAndLog(MessageNumber::configurationError, {static_cast<std::int32_t>(error), journalText},
                encode(logLine));
 }
+
+}  // namespace
 
 void reportConfigError(ConfigError error, std::optional<std::int32_t> maybeLine,
                        const ConfigSubject& subject) {

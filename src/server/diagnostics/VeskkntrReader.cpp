@@ -5,8 +5,10 @@
 #include <sstream>
 #include <string_view>
 
+namespace {
+
 /// The text after the first "=" that follows the key; nothing when the line lacks either.
-static std::optional<std::string> valueInLine(const std::string& line, std::string_view key) {
+std::optional<std::string> valueInLine(const std::string& line, std::string_view key) {
     const auto keyAt = line.find(key);
     if (keyAt == std::string::npos) return std::nullopt;
     const auto equalsAt = line.find('=', keyAt + key.size());
@@ -14,7 +16,7 @@ static std::optional<std::string> valueInLine(const std::string& line, std::stri
     return line.substr(equalsAt + 1);
 }
 
-static void readNumber(const std::string& path, std::string_view key, std::int32_t& stored) {
+void readNumber(const std::string& path, std::string_view key, std::int32_t& stored) {
     std::ifstream file(path);
     std::string line;
     while (std::getline(file, line)) {
@@ -27,6 +29,8 @@ static void readNumber(const std::string& path, std::string_view key, std::int32
         return;
     }
 }
+
+}  // namespace
 
 std::int32_t VeskkntrReader::getNumKontr(const std::string& path) {
     readNumber(path, "Number_kontr", numKontr_);

@@ -14,14 +14,18 @@ std::size_t wantedDescriptors() {
     return kChannels + kOwnDescriptors;
 }
 
+namespace {
+
 /// Twenty clients with one connection for values and one for history each stay well below this,
 /// even if all of them reconnect at once; each connection costs at most some 100 kB in buffers.
-static void limitConnections(UA_ServerConfig& config, std::size_t descriptors) {
+void limitConnections(UA_ServerConfig& config, std::size_t descriptors) {
     const std::size_t left = descriptors > kOwnDescriptors ? descriptors - kOwnDescriptors : 0;
     config.maxSecureChannels = static_cast<UA_UInt16>(
         std::clamp<std::size_t>(left, kChannelsBesideSessions + 1, kChannels));
     config.maxSessions = static_cast<UA_UInt16>(config.maxSecureChannels - kChannelsBesideSessions);
 }
+
+}  // namespace
 
 void applyLimits(UA_ServerConfig& config, std::size_t descriptors) {
     limitConnections(config, descriptors);

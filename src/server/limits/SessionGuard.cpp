@@ -38,36 +38,6 @@ void limitLifetime(const UA_KeyValueMap& payload) {
     *keepAlive = std::min(*keepAlive, *lifetime / 3);
 }
 
-/// Whether the process cannot get another kReservedBytes. It first tries one piece, which touches
-/// no memory, then blocks of the size in which answers are kept, which may also be available in the
-/// gaps between memory that is still in use.
-bool processIsShort() {
-    // Volatile, because compilers remove an allocation that nobody uses.
-    void* volatile piece = std::malloc(kReservedBytes);
-    const bool isOne = piece != nullptr;
-    std::free(piece);
-    if (isOne) return false;
-    struct Block {
-        Block* next;
-    };
-    constexpr std::size_t kBlock = std::size_t{64} << 10;
-    Block* blocks = nullptr;
-    std::size_t bytes = 0;
-    while (bytes < kReservedBytes) {
-        void* const memory = std::malloc(kBlock);
-        if (memory == nullptr) break;
-        blocks = new (memory) Block{blocks};
-        bytes += kBlock;
-    }
-    while (blocks != nullptr)
-        std::free(std::exchange(blocks, blocks->next));
-    return bytes < kReservedBytes;
-}
-
-UA_DateTime ticks(double milliseconds) {
-    return static_cast<UA_DateTime>(milliseconds * UA_DATETIME_MSEC);
-}
-
 }  // namespace
 
 SessionGuard::SessionGuard(UA_Server* server) : server_(server) {
@@ -183,6 +153,14 @@ void SessionGuard::close(const UA_NodeId& id) {
     (void)UA_Server_closeSession(server_, &copy);
 }
 
+namespace {
+
+UA_DateTime ticks(double milliseconds) {
+    return static_cast<UA_DateTime>(milliseconds * UA_DATETIME_MSEC);
+}
+
+}  // namespace
+
 void SessionGuard::closeAbandoned() {
     const bool isShort = memoryIsShort();
     const double graceMs = isShort ? 0.0 : kSessionWithoutConnectionMs;
@@ -252,6 +230,36 @@ void SessionGuard::onItem(const UA_NodeId* session, bool removed) {
     known->keptBytes -= known->keptBytes / known->items;
     --known->items;
 }
+
+namespace {
+
+/// Whether the process cannot get another kReservedBytes. It first tries one piece, which touches
+/// no memory, then blocks of the size in which answers are kept, which may also be available in the
+/// gaps between memory that is still in use.
+bool processIsShort() {
+    // Volatile, because compilers remove an allocation that nobody uses.
+    void* volatile piece = std::malloc(kReservedBytes);
+    const bool isOne = piece != nullptr;
+    std::free(piece);
+    if (isOne) return false;
+    struct Block {
+        Block* next;
+    };
+    constexpr std::size_t kBlock = std::size_t{64} << 10;
+    Block* blocks = nullptr;
+    std::size_t bytes = 0;
+    while (bytes < kReservedBytes) {
+        void* const memory = std::malloc(kBlock);
+        if (memory == nullptr) break;
+        blocks = new (memory) Block{blocks};
+        bytes += kBlock;
+    }
+    while (blocks != nullptr)
+        std::free(std::exchange(blocks, blocks->next));
+    return bytes < kReservedBytes;
+}
+
+}  // namespace
 
 bool SessionGuard::memoryIsShort() const {
     return keptBytes_ > kKeptBytesInAll || processIsShort();

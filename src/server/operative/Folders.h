@@ -1,7 +1,6 @@
 #pragma once
 
 #include <string>
-#include <string_view>
 
 #include "server/opcua/AddressSpace.h"
 #include "server/opcua/UaHandle.h"

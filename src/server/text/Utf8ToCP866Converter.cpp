@@ -7,8 +7,10 @@
 
 #include "server/text/cp866_table.h"
 
+namespace {
+
 /// The inverse of the table. Never destroyed, so that texts can be converted until the very end.
-static const std::unordered_map<std::uint16_t, std::uint8_t>& unicodeToCp866() {
+const std::unordered_map<std::uint16_t, std::uint8_t>& unicodeToCp866() {
     static const auto& inverse = *[] {
         auto* map = new std::unordered_map<std::uint16_t, std::uint8_t>;
         for (std::size_t i = 0; i < cp866_to_unicode.size(); ++i) {
@@ -20,16 +22,14 @@ static const std::unordered_map<std::uint16_t, std::uint8_t>& unicodeToCp866() {
 }
 
 /// Made while the program starts, before a client can wait for it.
-[[maybe_unused]] static const auto& unicode_to_cp866 = unicodeToCp866();
+[[maybe_unused]] const auto& unicode_to_cp866 = unicodeToCp866();
 
-namespace {
 struct Decoded {
     std::uint16_t code = 0;
     std::size_t length = 0;  // bytes taken; 0 when no sequence of two or three bytes starts here
 };
-}  // namespace
 
-static Decoded decodeSequence(std::string_view utf8) {
+Decoded decodeSequence(std::string_view utf8) {
     const auto byte = [utf8](std::size_t i) {
         return i < utf8.size() ? static_cast<unsigned>(static_cast<std::uint8_t>(utf8[i])) : 0U;
     };
@@ -49,11 +49,13 @@ static Decoded decodeSequence(std::string_view utf8) {
 }
 
 /// Overlong forms have codes below 0x80 here and count as the character that they encode.
-static char toCp866(std::uint16_t code) {
+char toCp866(std::uint16_t code) {
     if (code < 0x80) return static_cast<char>(code);
     const auto found = unicodeToCp866().find(code);
     return found == unicodeToCp866().end() ? '?' : static_cast<char>(found->second);
 }
+
+}  // namespace
 
 std::string Utf8ToCP866Converter::convertUtf8ToCP866_manual(const std::string& utf8) {
     std::string cp866;

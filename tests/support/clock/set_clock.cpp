@@ -8,12 +8,16 @@
 #include <ctime>
 #include <fstream>
 
-static time_t shift() {
+namespace {
+
+time_t shift() {
     time_t seconds = 0;
     const char* const path = std::getenv("SET_CLOCK");
     if (path != nullptr) std::ifstream(path) >> seconds;
     return seconds;
 }
+
+}  // namespace
 
 extern "C" {
 
