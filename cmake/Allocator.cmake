@@ -1,7 +1,7 @@
-# The server makes and frees many small pieces of few sizes, for which the C library's allocator is slow
-# (docs/performance.md). Where gperftools' tcmalloc is installed as a static library it takes that
-# allocator's place in the whole process, as the target opcuasrv_tcmalloc. Not where a sanitizer, or the
-# run-time of the coverage counters, brings an allocator or hooks of its own.
+# The server allocates and frees many small pieces of few sizes, for which the C library's allocator is slow
+# (docs/performance.md). If gperftools' tcmalloc is installed as a static library, it replaces that allocator
+# in the whole process, as the target opcuasrv_tcmalloc. Not with a sanitizer or with coverage counters,
+# whose run-time libraries have their own allocator or hooks.
 option(OPCUASRV_ALLOCATOR "Link tcmalloc into the server, where it is installed" ON)
 
 if(OPCUASRV_ALLOCATOR AND NOT OPCUASRV_SANITIZE AND NOT OPCUASRV_COVERAGE)

@@ -1,12 +1,12 @@
-# Which build this is, as the server reports it to its clients: version, number and date. Run by each build
-# (cmake -P), so that it is that of the sources as they are; the header changes only with them.
+# The build's identity, which the server reports to its clients: version, number and date. Each build runs
+# this (cmake -P), so that it matches the current sources; the header changes only with them.
 #   -D SOURCE_DIR=...  -D VERSION=...  -D NUMBER=...  -D HEADER=...
-# The number is NUMBER or else the commit; the date is SOURCE_DATE_EPOCH or else the commit's. What
-# nobody knows is 0: two builds of the same sources are the same.
+# The number is NUMBER or else the commit; the date is SOURCE_DATE_EPOCH or else the commit's. Unknown
+# values are 0, so that two builds of the same sources are equal.
 set(number "${NUMBER}")
 set(date "$ENV{SOURCE_DATE_EPOCH}")
 find_package(Git QUIET)
-# A folder of sources without a history of its own may lie in somebody else's.
+# A source folder that is not a repository may be inside another repository.
 if(GIT_FOUND AND EXISTS ${SOURCE_DIR}/.git)
     execute_process(COMMAND ${GIT_EXECUTABLE} -C ${SOURCE_DIR} log -1 --abbrev=12 --format=%h,%ct
         OUTPUT_VARIABLE commit OUTPUT_STRIP_TRAILING_WHITESPACE ERROR_QUIET)

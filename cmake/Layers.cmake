@@ -1,5 +1,5 @@
 # What each folder's targets link, for tools/dev/includes: a line for each target in <build>/layers.txt,
-# its folder, its name and what it links, parted by tabs.
+# its folder, its name and what it links, separated by tabs.
 function(opcuasrv_collect_layers folder)
     get_property(targets DIRECTORY ${folder} PROPERTY BUILDSYSTEM_TARGETS)
     foreach(target IN LISTS targets)

@@ -1,7 +1,7 @@
 # The OPC UA library, 1.5, as the target open62541::open62541, from the first of
 #   1. an installed package (find_package; CMAKE_PREFIX_PATH as usual),
 #   2. the source folder OPEN62541_SOURCE_DIR (CMake variable or environment),
-#   3. the pinned crate open62541-sys, which carries the whole C source; fetched with cargo.
+#   3. the pinned crate open62541-sys, which contains the whole C source; fetched with cargo.
 # 2 and 3 are built once per machine type into build/deps, Release and static, without the services by
 # which an anonymous client could delete the controller's nodes. Nothing is written elsewhere.
 set(OPEN62541_CRATE_VERSION 0.6.6)
@@ -15,11 +15,11 @@ set(open62541_options
     -DCMAKE_BUILD_TYPE=Release -DBUILD_SHARED_LIBS=OFF -DCMAKE_POSITION_INDEPENDENT_CODE=ON
     -DUA_NAMESPACE_ZERO=REDUCED -DUA_ENABLE_NODEMANAGEMENT=OFF -DUA_ENABLE_PUBSUB=OFF
     -DUA_ENABLE_DIAGNOSTICS=OFF -DUA_ENABLE_MALLOC_SINGLETON=ON)
-# Optimised across its files where gcc links. The objects hold plain code beside it, because the presets
-# that use clang link the same archive, and debug builds want a fast link.
+# Optimised across its files if gcc links. The objects also contain plain code, because the presets that use
+# clang link the same archive, and debug builds should link fast.
 find_program(OPCUASRV_GCC gcc)
 if(OPCUASRV_SANITIZE MATCHES fuzzer)
-    # The fuzz targets are to see its branches, and its faults. More than -O1 takes minutes to build.
+    # Instrumented for the fuzz targets: coverage and sanitizers. More than -O1 takes minutes to build.
     list(APPEND open62541_options -DCMAKE_C_COMPILER=${CMAKE_C_COMPILER}
         -DCMAKE_INTERPROCEDURAL_OPTIMIZATION=OFF "-DCMAKE_C_FLAGS_RELEASE=-O1 -DNDEBUG"
         "-DCMAKE_C_FLAGS=-g -fno-omit-frame-pointer -fsanitize=${OPCUASRV_SANITIZE} -fno-sanitize-recover=all")
@@ -31,7 +31,7 @@ if(OPCUASRV_GCC AND NOT CMAKE_CROSSCOMPILING AND NOT OPCUASRV_SANITIZE MATCHES f
     list(APPEND open62541_options -DCMAKE_C_COMPILER=${OPCUASRV_GCC})
 endif()
 
-# Other options or another source are another build, so that a change of them takes effect at once.
+# Other options or another source give a separate build, so that changes take effect at once.
 string(MD5 open62541_variant "${open62541_options};${OPEN62541_SOURCE_DIR};${OPEN62541_CRATE_VERSION}")
 string(SUBSTRING ${open62541_variant} 0 8 open62541_variant)
 set(open62541_prefix ${deps_dir}/open62541-${CMAKE_SYSTEM_PROCESSOR}-${open62541_variant})
@@ -76,11 +76,11 @@ function(opcuasrv_build_open62541 source_dir)
     endforeach()
 endfunction()
 
-# A build of ours that CMake remembers from an earlier run may be another variant.
+# A build that CMake remembers from an earlier run may be another variant.
 if("${open62541_DIR}" MATCHES "^${deps_dir}/")
     unset(open62541_DIR CACHE)
 endif()
-# A package of the build machine must not be taken for the target's.
+# A package of the build machine must not be used for the target.
 if(NOT CMAKE_CROSSCOMPILING)
     find_package(open62541 1.5 QUIET CONFIG)
 endif()

@@ -1,18 +1,18 @@
-# What every target of this project is built with. Linked privately by the helper functions below, so
-# that nothing of it reaches the OPC UA library or a consumer.
+# Options for every target of this project. The helper functions below link them privately, so that they do
+# not affect the OPC UA library or a consumer.
 add_library(opcuasrv_options INTERFACE)
 target_compile_features(opcuasrv_options INTERFACE cxx_std_20)
-# The product is included from src ("lib/util/shmem.h"), all that stands beside it from the project
-# ("sim/options.h"), so that a file's place shows at the include. What a folder may include is what its
-# target links: tools/dev/includes checks it.
+# Headers of the product are included relative to src ("lib/util/shmem.h"), all others relative to the
+# project ("sim/options.h"), so that an include shows the file's place. A folder may include what its target
+# links: tools/dev/includes checks it.
 target_include_directories(opcuasrv_options INTERFACE ${PROJECT_SOURCE_DIR}/src ${PROJECT_SOURCE_DIR})
 target_compile_options(opcuasrv_options INTERFACE -Wall -Wextra -Wconversion -Wshadow)
 if(OPCUASRV_WERROR)
     target_compile_options(opcuasrv_options INTERFACE -Werror)
 endif()
 
-# The controller's char is unsigned. Section and key order, and every CP866 byte, depends on it, so all
-# machines build that way; the signed variant exists to show that nothing but that order differs.
+# The controller's char is unsigned. The order of sections and keys, and every CP866 byte, depends on it, so
+# all machines build that way; the signed variant exists to show that only this order differs.
 if(OPCUASRV_SIGNED_CHAR)
     target_compile_options(opcuasrv_options INTERFACE -fsigned-char)
 else()
@@ -32,7 +32,8 @@ if(OPCUASRV_SANITIZE)
     endif()
 endif()
 
-# The counters lie in the mapped file itself, so that what is forked, killed or leaves by _exit counts too.
+# The counters are in the mapped file itself, so that processes that are forked, killed or end with _exit
+# count too.
 if(OPCUASRV_COVERAGE)
     target_compile_options(opcuasrv_options INTERFACE
         -fprofile-instr-generate -fcoverage-mapping "SHELL:-mllvm -runtime-counter-relocation")
@@ -61,9 +62,9 @@ function(opcuasrv_library name)
 endfunction()
 
 # opcuasrv_optimise_across_files(<target>...)
-# For the folders that a client's reads run through: their callbacks then become one piece of code
-# (bench/run --only history shows what that is worth). As with the OPC UA library, the objects hold plain code
-# beside it for the tests, which are linked without.
+# For the folders that a client's reads run through: their code is then optimised as a whole (bench/run --only
+# history shows the effect). As with the OPC UA library, the objects also contain plain code for the tests,
+# which are linked without this optimisation.
 function(opcuasrv_optimise_across_files)
     foreach(target IN LISTS ARGN)
         target_compile_options(${target} PRIVATE
@@ -92,7 +93,7 @@ function(opcuasrv_program name)
 endfunction()
 
 # opcuasrv_unit_test(<name> SOURCES <file>... [LINKS <target>...])
-# One executable per suite, run in a private root, IPC and network namespace. unit_tests builds all.
+# One executable per suite, run in a private root, IPC and network namespace. The target unit_tests builds all.
 add_custom_target(unit_tests)
 function(opcuasrv_unit_test name)
     cmake_parse_arguments(ARG "" "" "SOURCES;LINKS" ${ARGN})
@@ -100,7 +101,7 @@ function(opcuasrv_unit_test name)
     add_dependencies(unit_tests ${name})
     target_link_libraries(${name} PRIVATE ${ARG_LINKS} opcuasrv_options
         GTest::gmock GTest::gtest GTest::gtest_main)
-    # Optimising the OPC UA library into each suite costs more than it saves.
+    # Optimising the OPC UA library into each suite would take more time than it saves.
     target_link_options(${name} PRIVATE $<$<CXX_COMPILER_ID:GNU>:-fno-lto>)
     set_target_properties(${name} PROPERTIES
         RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/bin/tests)

@@ -5,8 +5,8 @@ set(CMAKE_C_COMPILER aarch64-linux-gnu-gcc)
 set(CMAKE_CXX_COMPILER aarch64-linux-gnu-g++)
 set(CMAKE_LIBRARY_ARCHITECTURE aarch64-linux-gnu)
 set(CMAKE_FIND_ROOT_PATH /usr/aarch64-linux-gnu /usr/lib/aarch64-linux-gnu)
-# Debian's multiarch headers and CMake packages lie below /usr itself, so the search is not confined
-# to the root path; libraries of the build machine are kept out by the library architecture above.
+# Debian's multiarch headers and CMake packages are below /usr itself, so the search is not confined to the
+# root path; the library architecture above excludes the build machine's libraries.
 set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
 set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY BOTH)
 set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE BOTH)

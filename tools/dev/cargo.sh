@@ -1,8 +1,8 @@
 # Sourced by the scripts that need cargo to fetch the OPC UA library's source.
 
-# The first cargo that reads packages of the edition 2024, which 1.85 was the first to do. An older one
-# that comes earlier in PATH is passed over; rustup's place counts whether or not the shell's start-up
-# file has put it into PATH. Prints its path; status 1 when there is none.
+# Prints the path of the first cargo that reads packages of the edition 2024, that is, 1.85 or newer. An
+# older one earlier in PATH is skipped; rustup's folder is searched even if the shell's start-up file has
+# not put it into PATH. Status 1 if there is none.
 new_enough_cargo() {
     local candidate major minor
     while read -r candidate; do

@@ -1,4 +1,4 @@
-# Sourced by the scripts that work in stages: says what each does and how long it took.
+# Sourced by scripts that work in stages: prints what each stage does and how long it took.
 
 # Seconds since the given EPOCHREALTIME, "12.3". The decimal sign of that variable is the locale's.
 seconds_since() {
