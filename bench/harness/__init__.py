@@ -1,1 +1,1 @@
-"""The measurement behind bench/run: docs/performance.md says how it works and how to read it."""
+"""The measurement behind bench/run; docs/performance.md describes how it works and how to read it."""

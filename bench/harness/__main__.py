@@ -19,25 +19,26 @@ PARTS = ("operative", "order", "items", "million", "history", "waits")
 
 EPILOG = """\
 Both servers publish the same nodes and take turns on one core; the client has the other. Figures are
-medians over the rounds, the ratio is this server's median by the bare server's. docs/performance.md
-says how to read them. Exit status: 0 measured, 1 not measured or (--check) a bound missed, 2 usage.
+medians over the rounds; the ratio is this server's median divided by the bare server's.
+docs/performance.md describes how to read them. Exit status: 0 measured, 1 not measured or (--check) a
+bound was missed, 2 bad usage.
 """
 
 
 def parse_arguments() -> argparse.Namespace:
     parser = command.parser(
-        "run", "Measures the server against a bare server of the OPC UA library.", EPILOG, "the README"
+        "run", "Compares the server with a bare server of the OPC UA library.", EPILOG, "the README"
     )
     parser.add_argument("--quick", action="store_true", help="a rough answer within a minute")
     parser.add_argument(
         "--rounds", type=int, metavar="N",
         help="rounds (default 5; small trees have four times as many)",
     )  # fmt: skip
-    parser.add_argument("--check", action="store_true", help="status 1 when a bound is missed")
+    parser.add_argument("--check", action="store_true", help="exit status 1 when a bound is missed")
     parser.add_argument(
         "--null-test",
         action="store_true",
-        help="the bare server on both sides: shows how far ratios stray from 1 by chance",
+        help="the bare server on both sides: shows how much the ratios vary by chance",
     )
     parser.add_argument(
         "--only", choices=PARTS, help="measure one part (default: all)"
@@ -56,7 +57,7 @@ def make_plan(arguments: argparse.Namespace, folder: pathlib.Path) -> plans.Plan
         sys.exit(1)
     quick = arguments.quick
     rounds = arguments.rounds or (2 if quick else 5)
-    # Small trees start in milliseconds, which one scheduling delay can double; but they cost no time.
+    # Small trees start in milliseconds, which one scheduling delay can double; but they take no time.
     sizes = {
         0: (2 if quick else 4) * rounds,
         100: (2 if quick else 4) * rounds,
@@ -76,7 +77,7 @@ def make_plan(arguments: argparse.Namespace, folder: pathlib.Path) -> plans.Plan
         item_rounds=(1 if quick else rounds) if wanted("items") else 0,
         item_counts=plans.ITEM_COUNTS[:1] if quick else plans.ITEM_COUNTS,
         item_seconds=1.5 if quick else 5.0,
-        # A gigabyte for each server: more than a quick answer is worth.
+        # Needs a gigabyte for each server: too much for a quick answer.
         million_rounds=0 if quick or not wanted("million") else min(rounds, 2),
         history_rounds=(1 if quick else rounds) if wanted("history") else 0,
         wait_seconds=0.5 if quick else 5.0,

@@ -34,7 +34,7 @@ def parser(name: str, description: str, epilog: str, table_for: str) -> argparse
 def add_build_dir(to: argparse.ArgumentParser) -> None:
     to.add_argument(
         "--build-dir", type=pathlib.Path, metavar="DIR",
-        help="take the programs that are there (default: build the preset release first)",
+        help="use these programs (default: build the preset release first)",
     )  # fmt: skip
 
 
@@ -52,7 +52,7 @@ def write_json(file: pathlib.Path | None, figures: Any) -> None:
 
 
 def build(targets: tuple[str, ...], preset: str = "release") -> pathlib.Path:
-    """The build's folder; its output is shown only when it fails."""
+    """Returns the build's folder; its output is shown only if it fails."""
     say(f"Building (build/{preset}) ...")
     folder = REPOSITORY / "build" / preset
     for command in (
@@ -75,7 +75,7 @@ def build(targets: tuple[str, ...], preset: str = "release") -> pathlib.Path:
 
 
 def run_inside(module: str, plan: str, writable: str = "") -> Any:
-    """What a module measures in a private root; ends the program when it could not.
+    """The result of a module that runs in a private root; ends the program if it fails.
 
     `writable` is a folder of this machine that the module may write to.
     """

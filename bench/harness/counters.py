@@ -1,4 +1,4 @@
-"""What counts the instructions of a program: valgrind, an emulator's plugin, the processor itself."""
+"""Ways to count the instructions of a program: valgrind, an emulator's plugin, the processor itself."""
 
 from __future__ import annotations
 
@@ -31,7 +31,7 @@ class Counter:
 
 
 def of_valgrind(bin_dir: str) -> Counter | None:
-    """None where valgrind is missing. It runs programs of this machine's processor."""
+    """None if valgrind is missing. It runs programs of this machine's processor."""
     if not shutil.which("valgrind"):
         return None
     # valgrind counts each step of a repeated string instruction, which clears one byte or 32.
@@ -44,7 +44,7 @@ def of_valgrind(bin_dir: str) -> Counter | None:
 
 
 def of_emulator(bin_dir: str, plugins: pathlib.Path) -> Counter | None:
-    """None where there is no emulator that takes plugins (Debian's static one does not)."""
+    """None if there is no emulator that supports plugins (Debian's static one does not)."""
     emulator = shutil.which("qemu-aarch64")
     if emulator is None:
         return None
@@ -59,7 +59,7 @@ def of_emulator(bin_dir: str, plugins: pathlib.Path) -> Counter | None:
 
 
 def of_processor(bin_dir: str) -> Counter | None:
-    """None where the machine or its administrator does not let perf count."""
+    """None if the machine or its administrator does not let perf count."""
     if not shutil.which("perf"):
         return None
     command = ["perf", "stat", "-x,", "-e", ",".join(PERF_EVENTS.values()), "true"]
@@ -70,7 +70,7 @@ def of_processor(bin_dir: str) -> Counter | None:
 
 
 class Counted:
-    """A program and, once it has ended, what was counted, by event."""
+    """A program and, once it has ended, its counts by event."""
 
     def __init__(self, program: Program) -> None:
         self.program = program

@@ -1,7 +1,7 @@
 """History: raw reads, registration of pens, writes beside them, and how long others wait.
 
-Runs in the private root, after what harness.inside measures. The trend library is the one that
-answers out of memory as its script says, so that no archive's speed is in the comparison.
+Runs in the private root, after the measurements of harness.inside. The trend library is the scripted
+one, which answers from memory, so that an archive's speed does not affect the comparison.
 """
 
 from __future__ import annotations
@@ -23,7 +23,7 @@ from harness.servers import (
 )
 
 SCRIPT = pathlib.Path("/zrt/scripted.trends")
-FIRST_SECOND = 1_767_225_600  # 2026-01-01, as the bare server's
+FIRST_SECOND = 1_767_225_600  # 2026-01-01, as in the bare server
 
 
 def server_configuration(pens: int) -> bytes:
@@ -34,7 +34,7 @@ def server_configuration(pens: int) -> bytes:
 
 
 def write_script(pens: int, values: int, delay_us: int = 0) -> None:
-    """Float pens, of which the first ten have values; every read answers all of them."""
+    """Float pens, of which the first ten have values; every read returns all of them."""
     lines = ["plotters 1", f"plotter 1 {pens}", "whole", "fixed"]
     lines += [f"pen 1 {pen} 4 0 {pen}" for pen in range(1, pens + 1)]
     for pen in range(1, plans.READ_PENS + 1):
@@ -101,7 +101,7 @@ class History:
         return figures
 
     def _startup(self, server: str, pens: int) -> Sample:
-        """Small trees start in milliseconds, which one delay can double: the middle one of three."""
+        """The median of three: small trees start in milliseconds, which one delay can double."""
         starts = [self._start_once(server, pens) for _ in range(1 if pens > 1000 else 3)]
         return sorted(starts, key=lambda sample: float(sample["startup"]["seconds"]))[
             len(starts) // 2
@@ -113,7 +113,7 @@ class History:
             return {"startup": {"seconds": seconds, **program.times()}}
 
     def waits(self) -> dict[str, Sample]:
-        """How long others wait, by how long the archive takes for a pen, in microseconds."""
+        """How long others wait, by the archive's time for a pen, in microseconds."""
         found = {}
         for name, pens, delay_us in plans.WAITS:
             with self._start("server", plans.READ_PENS, 1000, plans.PORT, delay_us) as program:

@@ -1,7 +1,7 @@
 """The part that runs in the private root: carries out a plan, prints the samples as JSON.
 
-Both servers are measured at one size before the next size comes, round after round and in turn, so
-that whatever else the machine does meets both alike.
+Both servers are measured at one size before the next size, round after round and in turn, so that the
+machine's other load affects both equally.
 """
 
 from __future__ import annotations
@@ -29,7 +29,7 @@ def idle(plan: plans.Plan, program: Program) -> dict[str, float]:
 
 
 def visit(plan: plans.Plan, server: str, tags: int) -> dict[str, Any]:
-    """Starts one server alone, measures it at this size, ends it."""
+    """Starts one server alone, measures it at this size, and ends it."""
     with start(plan, server, tags) as program:
         seconds = await_first_read(plan, program) - program.started
         sample: dict[str, Any] = {
@@ -69,7 +69,7 @@ def published(plan: plans.Plan, server: str, tags: int) -> set[str]:
 
 
 def check_same_tree(plan: plans.Plan, tags: int) -> None:
-    """A comparison means something only when both publish the same nodes; folders may stay empty."""
+    """The comparison is valid only if both publish the same nodes; empty folders do not matter."""
     ours, bare = published(plan, "server", tags), published(plan, "bare", tags)
     extra = {line for line in ours - bare if not line.endswith(" type i=61")}
     for title, lines in (("only the bare server", bare - ours), ("only this server", extra)):

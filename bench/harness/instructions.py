@@ -14,13 +14,13 @@ from harness.instructions_inside import InstructionPlan, figures
 from harness.report import Row
 
 EPILOG = """\
-Counts the instructions that this server and the bare one spend on a value, under valgrind for x86-64 and
+Counts the instructions that this server and the bare one spend on a value: under valgrind for x86-64,
 under an emulator with a counting plugin for aarch64, and on this machine's processor, with its cache
-misses, where perf may count there. Such figures do not depend on what else the machine does, and hardly
-on the machine. They need the Debian packages valgrind, and qemu-user with what ./test --arm64 installs;
-what is missing is left out, with a line that says so.
+misses, if perf may count there. Such figures do not depend on the machine's other load, and hardly on
+the machine. They need the Debian packages valgrind and qemu-user, and those of ./test --arm64; a way of
+counting whose packages are missing is skipped with a message.
 
-Exit status: 0 counted, 1 not counted, 2 usage.
+Exit status: 0 counted, 1 not counted, 2 bad usage.
 """
 SERVERS = ("bench_bare_server", "opcuasrv")
 OTHERS = ("bench_load_client", "bench_value_changer", "zrtsim")
@@ -38,14 +38,14 @@ def parse_arguments() -> argparse.Namespace:
 
 
 def counters(only: str | None, release: pathlib.Path) -> list[Counter]:
-    """Those that this machine offers; the programs of each are built."""
+    """The counters that this machine offers; builds the programs for each."""
     found: list[Counter] = []
 
     def offer(kind: str, counter: Counter | None, lacking: str) -> None:
         if counter is not None:
             found.append(counter)
         else:
-            say(f"bench: {kind} is left out: {lacking}")
+            say(f"bench: {kind} is skipped: {lacking}")
 
     bin_dir = str(release / "bin")
     if only in (None, "x86-64"):
@@ -53,7 +53,7 @@ def counters(only: str | None, release: pathlib.Path) -> list[Counter]:
     if only in (None, "aarch64"):
         emulated = REPOSITORY / "build" / "aarch64"
         counter = of_emulator(str(emulated / "bin"), release / "lib" / "bench")
-        offer("aarch64", counter, "there is no qemu-aarch64 that takes plugins (package qemu-user)")
+        offer("aarch64", counter, "there is no qemu-aarch64 that supports plugins (package qemu-user)")
         if counter is not None:
             build(SERVERS, "aarch64")
     if only in (None, "processor"):

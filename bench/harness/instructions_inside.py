@@ -1,6 +1,6 @@
 """The part of bench/instructions that runs in the private root: prints the counts as JSON.
 
-Each figure is counted over two whole runs of a server that differ in the size of the load only, so
+Each figure is counted over two whole runs of a server that differ only in the size of the load, so
 that start, browsing and end cancel out.
 """
 
@@ -47,7 +47,7 @@ CHANGED = {every: len(range(0, ITEM_TAGS, every)) * len(plans.ATTRIBUTES) for ev
 
 def figures() -> tuple[Figure, ...]:
     def subscribed(name: str, title: str, every: int) -> Figure:
-        """The number of changes that came says how many samples were taken."""
+        """The number of changes received shows how many samples were taken."""
         changes = CHANGED[every]
         return Figure(
             name, title, SUBSCRIBE, "--changes", (2 * changes, 12 * changes), ITEMS // changes, every
@@ -116,7 +116,7 @@ def per_value(
 def of_both(
     plan: InstructionPlan, counter: Counter, figure: Figure
 ) -> dict[str, dict[str, float]]:
-    """Both at once: counts do not depend on who else has the machine."""
+    """Both at once: counts do not depend on the machine's other load."""
     with concurrent.futures.ThreadPoolExecutor() as threads:
         counting = {
             server: threads.submit(per_value, plan, counter, server, figure) for server in SERVERS
@@ -141,7 +141,7 @@ def changing(plan: InstructionPlan, every: int) -> Iterator[None]:
 
 
 def carry_out(plan: InstructionPlan) -> dict[str, Any]:
-    """Counts a value by counter, figure, server and event."""
+    """Counts per value, by counter, figure, server and event."""
     found: dict[str, Any] = {}
     with controller(plan.client_bin_dir, TAGS):
         CONFIGURATION.write_bytes(

@@ -17,14 +17,14 @@ from harness.load_plan import SERVER_NICE, SERVER_QUOTA, LoadPlan
 from harness.quota import Quota, QuotaError
 
 EPILOG = """\
-For half a minute an ordinary client is alone with the server. Then come 50 sessions with 100 subscriptions
-and 100 000 items, two clients that read 1000 values a request as fast as they can, one that reads slowly,
-one that reads nothing, one that reconnects without end, one that leaves connections half open and one that
-sends malformed messages. The server has the niceness and the quota that docs/operation.md recommends for
-its unit, and shares a core with the simulated controller; the clients have the other.
+For half a minute an ordinary client is alone with the server. Then other clients join: 50 sessions with 100
+subscriptions and 100 000 items, two clients that read 1000 values per request as fast as they can, one that
+reads slowly, one that reads nothing, one that reconnects continually, one that leaves connections half open
+and one that sends malformed messages. The server has the niceness and the quota that docs/operation.md
+recommends for its unit, and shares a core with the simulated controller; the clients have the other core.
 
-Exit status: 0 measured; 1 not measured, the server disconnected the ordinary client, or no new client got
-in afterwards; 2 usage.
+Exit status: 0 measured; 1 not measured, the server disconnected the ordinary client, or no new client could
+connect afterwards; 2 bad usage.
 """
 
 
@@ -39,7 +39,7 @@ def size(text: str) -> int:
 def parse_arguments() -> argparse.Namespace:
     parser = command.parser(
         "load",
-        "Loads the server with everything at once, and prints how long an ordinary client waits.",
+        "Puts all kinds of load on the server at once, and prints how long an ordinary client waits.",
         EPILOG,
         "docs/limits.md",
     )
@@ -70,7 +70,7 @@ def parse_arguments() -> argparse.Namespace:
 
 @contextlib.contextmanager
 def quota(percent: int) -> Iterator[Quota | None]:
-    """The control group in which the server will run; nothing where the machine gives none."""
+    """The control group in which the server will run; None if the machine does not offer one."""
     if percent == 0:
         yield None
         return

@@ -17,13 +17,13 @@ from harness.processes import MeasurementError, Program, print_measured, progres
 
 CYCLES = pathlib.Path("/tmp/cycles")
 PARTS = 10
-"""Of the load: progress is shown and memory kept after each."""
+"""Parts of the load; after each, progress is shown and memory recorded."""
 NEW_CLIENT_SECONDS = 5.0
 SETTLE_SECONDS = 2.0
 
 
 def realtime() -> list[str]:
-    """The ordinary client goes before all other clients, where the user may have that."""
+    """Gives the ordinary client priority over all other clients, if the user is allowed to."""
     command = ["chrt", "-f", "1"]
     allowed = subprocess.run([*command, "true"], capture_output=True, check=False).returncode == 0
     return command if allowed else []
@@ -107,7 +107,7 @@ class Crowd:
 
 
 def watch(ordinary: Ordinary, server: Watched) -> list[dict[str, float]]:
-    """What the server takes, at the beginning and after each tenth of the time."""
+    """The server's resources at the beginning and after each tenth of the time."""
     samples = [server.now()]
     while ordinary.running():
         time.sleep(0.1)
@@ -125,7 +125,7 @@ def watch(ordinary: Ordinary, server: Watched) -> list[dict[str, float]]:
 
 
 def cycles(begin: float, end: float) -> list[int]:
-    """Lateness of the controller's cycles that were due in this time, in microseconds."""
+    """Lateness of the controller's cycles that were due in this period, in microseconds."""
     lines = (line.split() for line in CYCLES.read_text().splitlines())
     return [int(late) for due, late, _ in lines if begin <= int(due) / 1e6 < end]
 
@@ -139,7 +139,7 @@ def new_client(plan: LoadPlan) -> float:
 
 
 def phase(plan: LoadPlan, server: Program, seconds: float) -> dict[str, Any]:
-    """The ordinary client beside those that are connected at the time."""
+    """Measures the ordinary client beside those that are connected at the time."""
     began = time.monotonic()
     ordinary = Ordinary(plan, server.pid, seconds)
     samples = watch(ordinary, Watched(server))

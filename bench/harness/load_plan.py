@@ -13,7 +13,7 @@ CONTROLLER = {"--va": 400, "--vd": 300, "--av": 60, "--rv": 120, "--dv": 120}
 SERVER_NICE, SERVER_QUOTA = 10, 80
 """As docs/operation.md recommends for the unit: Nice= and CPUQuota=."""
 QUOTA_PERIOD_US = 10_000
-"""CPUQuotaPeriodSec=: what the server waits at most for when its share is used up."""
+"""CPUQuotaPeriodSec=: limits how long the server is stopped when its share is used up."""
 
 
 @dataclasses.dataclass(frozen=True)

@@ -1,6 +1,6 @@
 """Loads on large trees: reads in order and in random order, many monitored items, a million nodes.
 
-Runs in the private root, as harness.inside does.
+Runs in the private root, like harness.inside.
 """
 
 from __future__ import annotations
@@ -28,7 +28,7 @@ def in_turn(round_number: int) -> tuple[str, ...]:
 
 @contextlib.contextmanager
 def changing(plan: plans.Plan, tags: int, every: int) -> Iterator[None]:
-    """The controller, and beside it what changes the values of each so many tags."""
+    """The controller, and a program that changes the values of every such tag."""
     if plan.null_test:
         yield
         return
@@ -59,7 +59,7 @@ def subscribe(plan: plans.Plan, server: str, items: int, every: int) -> Sample:
 
 
 def measure_items(plan: plans.Plan) -> dict[str, BySide]:
-    """By number of items and what part of them changes."""
+    """By number of items and by the share of them that changes."""
     found: dict[str, BySide] = {}
     for items in plan.item_counts:
         for part, every in plans.CHANGES.items():

@@ -7,7 +7,7 @@ import json
 
 PORT = 4840
 
-# Attributes of every tag: name as it stands in the node id, number in the analog input's passport.
+# Attributes of every tag: name in the node id, number in the analog input's passport.
 # All are floats, so that both servers' answers have the same length on the wire.
 Attributes = tuple[tuple[str, int], ...]
 ATTRIBUTES: Attributes = (
@@ -21,12 +21,12 @@ LOAD_TAGS = 1000
 ORDER_TAGS = 10_000
 """Tags of the size at which reads in order and in random order are compared."""
 ORDER_NODES = 1000
-"""Nodes a request there."""
+"""Nodes per request there."""
 
 ITEM_COUNTS = (10_000, 100_000)
 """Monitored items of all subscriptions."""
 CHANGES = {"all": 1, "1 %": 100}
-"""Of each so many tags one changes, with all its attributes."""
+"""One of this many tags changes, with all its attributes."""
 
 MILLION_ATTRIBUTES: Attributes = tuple(
     (f"Атр{number}", number) for number in (*range(11, 23), 24, 25, 26, 29)
@@ -46,7 +46,7 @@ WRITE_TAGS = 100
 MOST_PENS = 10_000
 PEN_COUNTS = (0, 1000, MOST_PENS)
 WAITS = (("none", 0, 0), ("fast", READ_PENS, 0), ("slow", READ_PENS, 20_000))
-"""Name, pens a request, and microseconds that the archive takes for each pen."""
+"""Name, pens per request, and the archive's time for each pen in microseconds."""
 
 
 @dataclasses.dataclass(frozen=True)
@@ -93,6 +93,6 @@ def server_configuration(
 
 
 def bare_arguments(tags: int, port: int, attributes: Attributes = ATTRIBUTES) -> list[str]:
-    """The same by the bare server's command line."""
+    """The same as the bare server's command line."""
     named = [f"{name}={number}" for name, number in attributes]
     return ["--port", str(port), "--tags", str(tags), "--attribute", *named]

@@ -1,4 +1,4 @@
-"""Programs pinned to a core, and what /proc says about them."""
+"""Programs pinned to a core, and their figures from /proc."""
 
 from __future__ import annotations
 
@@ -13,7 +13,7 @@ from collections.abc import Callable
 from typing import Any, Self
 
 STOP_SECONDS = 30.0
-"""Under an emulator the end of a process takes some."""
+"""Under an emulator the end of a process takes some time."""
 
 
 def progress(text: str) -> None:
@@ -21,11 +21,11 @@ def progress(text: str) -> None:
 
 
 class MeasurementError(Exception):
-    """Something did not run as planned; the text is for the user."""
+    """The measurement did not run as planned; the text is for the user."""
 
 
 class Program:
-    """A running program; `started` is the CLOCK_MONOTONIC time just before it was, in seconds."""
+    """A running program; `started` is the CLOCK_MONOTONIC time just before its start, in seconds."""
 
     def __init__(self, command: list[str], core: int | None, name: str = "") -> None:
         self.name = name or pathlib.Path(command[0]).name
@@ -86,7 +86,7 @@ class Program:
         self.close()
 
     def times(self) -> dict[str, float]:
-        """Seconds that all threads were "running", and "waiting" while others had the core."""
+        """Seconds that all threads were "running", or "waiting" while others had the core."""
         threads = pathlib.Path(f"/proc/{self.pid}/task").glob("*/schedstat")
         counted = [file.read_text().split() for file in threads]
         return {

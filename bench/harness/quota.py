@@ -1,4 +1,4 @@
-"""A control group with a share of one core, as systemd makes one for CPUQuota=."""
+"""A control group with a share of one core, like the one that systemd makes for CPUQuota=."""
 
 from __future__ import annotations
 
@@ -13,11 +13,11 @@ ROOT = pathlib.Path("/sys/fs/cgroup")
 
 
 class QuotaError(Exception):
-    """The machine gives no control group; the text says why."""
+    """The machine offers no control group; the text states the reason."""
 
 
 def _files(percent: int) -> tuple[pathlib.Path, dict[str, str]]:
-    """Where groups are made, and what makes the quota there."""
+    """The folder in which groups are made, and the files that set the quota there."""
     micros = QUOTA_PERIOD_US * percent // 100
     version1 = ROOT / "cpu"
     if (version1 / "cgroup.procs").exists():

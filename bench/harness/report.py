@@ -1,4 +1,4 @@
-"""Samples into figures, and figures into a table for people, for the README and for scripts."""
+"""Converts samples to figures, and figures to a table for people, for the README and for scripts."""
 
 from __future__ import annotations
 
@@ -21,7 +21,7 @@ BUSY_ENOUGH = 0.95
 
 @dataclasses.dataclass(frozen=True)
 class Bound:
-    """What a figure is held to: the ratio to the bare server, or this server's own value."""
+    """A figure's bound, for the ratio to the bare server or for this server's own value."""
 
     limit: float
     at_least: bool = False
@@ -48,7 +48,7 @@ class Row:
     digits: int
     server: float
     bare: float | None
-    """None where there is nothing to compare with."""
+    """None if there is nothing to compare with."""
     rounds: dict[str, list[float]]
     bound: Bound | None = None
 
@@ -82,7 +82,7 @@ def make_row(
 
 
 def own_seconds(window: dict[str, float]) -> float:
-    """Wall time without that in which the server could have run but another program had its core.
+    """Wall-clock time without that in which the server could have run but another program had its core.
 
     Time that a server sleeps or waits for anything else counts against it.
     """
@@ -180,7 +180,7 @@ def make_rows(samples: Samples) -> list[Row]:
 
 
 def warnings(samples: Samples) -> list[str]:
-    """What makes the figures of reads doubtful."""
+    """Reasons to doubt the figures of reads."""
     found: list[str] = []
     if not samples:
         return found

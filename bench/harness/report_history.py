@@ -43,7 +43,7 @@ def write_rows(figures: dict[str, dict[str, list[Sample]]]) -> list[Row]:
 
 
 def pen_rows(figures: dict[str, dict[str, list[Sample]]]) -> list[Row]:
-    """Start-up time a pen, over the same server without pens."""
+    """Start-up time per pen, beyond that of the same server without pens."""
     empty = figures["pens_0"]
     rows = []
     for pens in plans.PEN_COUNTS[1:]:
@@ -63,7 +63,7 @@ def pen_rows(figures: dict[str, dict[str, list[Sample]]]) -> list[Row]:
 
 
 def wait_rows(waits: list[dict[str, Sample]]) -> list[Row]:
-    """Medians over the rounds, so that a machine that stood still once does not decide."""
+    """Medians over the rounds, so that a machine that stalled once does not decide."""
     rows = []
     for what, title in (("read", "live read waits"), ("notification", "notification is late")):
         for load, of_load in WAIT_TITLES.items():

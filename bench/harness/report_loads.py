@@ -21,7 +21,7 @@ ORDERS = {"tag": ("tag after tag", 1.6), "random": ("in random order", 1.8)}
 ITEMS_BOUND = Bound(0.4)
 MILLION_BOUND = Bound(10.0, of_ratio=False, unit=" s")
 ENOUGH_CHANGES = 0.9
-"""Share of the changes that should have come, below which the server or the client did not keep up."""
+"""If less than this share of the expected changes arrived, the server or the client did not keep up."""
 
 
 def order_rows(order: dict[str, dict[str, list[Sample]]], nodes: int) -> list[Row]:
@@ -78,7 +78,7 @@ def load_rows(loads: dict[str, Any], order_tags: int) -> list[Row]:
 
 
 def warnings(loads: dict[str, Any]) -> list[str]:
-    """What makes the figures doubtful."""
+    """Reasons to doubt the figures."""
     found = []
     for name, by_server in loads.get("items", {}).items():
         for server, samples in by_server.items():

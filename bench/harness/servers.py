@@ -44,9 +44,9 @@ def start(
     attributes: plans.Attributes = plans.ATTRIBUTES,
     change_every: int = 0,
 ) -> Program:
-    """The configuration fixes this server's port, so only the bare one can have another.
+    """The configuration determines this server's port, so only the bare one can have another.
 
-    `change_every`: of each so many tags the bare server changes the values itself.
+    `change_every`: the bare server itself changes the values of every such tag.
     """
     if server == "server" and not plan.null_test:
         return Program([f"{plan.bin_dir}/opcuasrv"], plan.server_core)

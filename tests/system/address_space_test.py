@@ -1,4 +1,4 @@
-"""The whole address space against what the configuration says, and what opcuacheck foretells."""
+"""The whole address space compared with the configuration and with opcuacheck's predictions."""
 
 import pytest
 

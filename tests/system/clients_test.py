@@ -1,4 +1,4 @@
-"""Clients of other makes, and such as end badly or do not read. Nobody else waits for them."""
+"""Independent clients, and clients that end badly or do not read. Nobody else waits for them."""
 
 import asyncio
 import queue
@@ -103,7 +103,7 @@ def _others_are_served(site: Site, client: OpcClient) -> None:
 
 
 def test_answers_wait_for_a_slow_reader(site: Site) -> None:
-    """It gets all of them once it reads, and its connection lives."""
+    """It gets all of them once it reads, and its connection stays open."""
     honest, slow = site.serve(PUBLISHING, va=1), site.connect()
     answers = _ask(slow, NODES_AN_ANSWER, ANSWERS, read=False)
     _others_are_served(site, honest)
@@ -130,7 +130,7 @@ def test_the_server_ends_while_answers_wait(site: Site) -> None:
 
 @pytest.mark.parametrize("limits", [{"max_messagesize": 100_000}, {"max_chunkcount": 2}])
 def test_an_answer_larger_than_the_client_takes(site: Site, limits: dict[str, int]) -> None:
-    """It is refused, and the connection goes on, however often that happens."""
+    """It is refused, and the connection stays open, however often that happens."""
     site.serve(PUBLISHING, va=1)
     client = site.connect(**limits)
     for _ in range(3):

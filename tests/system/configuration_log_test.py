@@ -1,5 +1,5 @@
-"""What operators read of configurations with every error: the server's log, line by line, the event
-journal, message by message, and what opcuacheck foretells of the log."""
+"""What operators see for configurations with every error: the server's log, line by line, the event
+journal, message by message, and opcuacheck's predictions of the log."""
 
 from dataclasses import dataclass
 
@@ -47,7 +47,7 @@ def missing(line: int) -> Reported:
 
 
 def assert_reported(site: Site, reports: list[Reported]) -> None:
-    """These lines, and as many messages behind that of the start."""
+    """These lines, and as many messages after that of the start."""
     assert site.server.log_lines() == [report.log for report in reports]
     messages = [m for m in zrtjournal.messages() if m["code"] >= FIRST_CODE]
     reported = [(m["code"], m["arguments"]) for m in messages]

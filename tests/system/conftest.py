@@ -1,4 +1,4 @@
-"""The fixture of the system tests. Each test gets an empty machine and leaves an empty one."""
+"""The fixture of the system tests. Each test begins and ends with an empty machine."""
 
 import os
 import shutil
@@ -20,7 +20,7 @@ _PLAIN = ("th", "tm", "ts", "fv", "iv", "lv")
 
 
 def pytest_sessionstart(session: pytest.Session) -> None:
-    """Refuses to touch anything but a private root: tear-down removes every IPC object."""
+    """Refuses to run outside a private root, because tear-down removes every IPC object."""
     sandboxed = os.path.ismount(_ROOT) and Path("/proc/1/comm").read_text().strip() == "bwrap"
     if not sandboxed:
         pytest.exit("run these tests through ctest or tools/dev/sandbox --private-net", 2)
@@ -53,7 +53,7 @@ class Site:
         rv_types: tuple[int, ...] = (),
         **counts: int,
     ) -> None:
-        """Starts zrtsim with so many variables, `plain` of each kind that is never published.
+        """Starts zrtsim with these numbers of variables, `plain` of each kind that is never published.
 
         `rv_types`: the manual inputs by their sub-kinds, 0 a number, 1 a text, 2 logical. Frozen,
         nothing but the test changes the memory.
@@ -80,7 +80,7 @@ class Site:
         return self._database
 
     def leave_database(self) -> None:
-        """Detaches from the tables, so that the controller can take them away."""
+        """Detaches from the tables, so that the controller can remove them."""
         if self._database is not None:
             self._database.close()
             self._database = None

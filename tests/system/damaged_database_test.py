@@ -1,4 +1,4 @@
-"""A database that is not as it should be: the server serves what is left, and never crashes."""
+"""A damaged or incomplete database: the server serves what is left, and never crashes."""
 
 import os
 from collections.abc import Callable
@@ -168,7 +168,7 @@ def test_damaged_attribute_files(file: Path, length: int, readable: set[str], si
 def test_the_service_level_falls_with_the_database(
     gone: Callable[[Site], object], back: Callable[[Site], None] | None, site: Site
 ) -> None:
-    """A database that is started again has the name and the keys, but is not the one attached."""
+    """A restarted database has the same name and keys, but is not the one that is attached."""
     client = site.serve(publishing(("VA", 29), ("VA", 14), right=BOTH), va=1, dv=1)
 
     def level() -> int:

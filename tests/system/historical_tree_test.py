@@ -1,4 +1,4 @@
-"""The tree of plotters and pens against what configuration and trend system say."""
+"""The tree of plotters and pens compared with the configuration and the trend system."""
 
 import re
 from fnmatch import fnmatchcase
@@ -93,7 +93,7 @@ PUBLISHES = {
 
 
 @pytest.mark.parametrize("system, more, mode, values", PUBLISHES.values(), ids=PUBLISHES.keys())
-def test_tells_whether_history_is_published(
+def test_shows_whether_history_is_published(
     system: Trends, more: str, mode: str, values: int | None, site: Site
 ) -> None:
     system.write()

@@ -1,4 +1,4 @@
-"""What a history read asks of the trend library, and what a client gets of its answer."""
+"""What a history read asks of the trend library, and what a client gets from its answer."""
 
 import calendar
 from datetime import datetime, timedelta, timezone

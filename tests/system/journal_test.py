@@ -22,7 +22,7 @@ OWN_OBJECTS = 11  # ten segments and the semaphore
 
 
 def start_quiet(site: Site, *arguments: str) -> None:
-    """A plant that stands still posts nothing but its start."""
+    """Starts a plant that does not change and so posts only its start."""
     site.start_simulator("--va=3", "--vd=2", "--frozen", *arguments)
 
 

@@ -1,4 +1,4 @@
-"""Each limit of docs/limits.md overrun: the client is refused, and the others are served."""
+"""Each limit of docs/limits.md is exceeded: the client is refused, and the others are served."""
 
 import os
 import resource
@@ -39,7 +39,7 @@ async def monitor(services: UaClient, count: int, index_range: str = "") -> list
 
 
 def filled(request: Any, operations: str, operation: Any, count: int) -> Any:
-    """The request with so many operations."""
+    """The request with `count` operations."""
     setattr(request.Parameters, operations, [operation] * count)
     return request
 
@@ -175,7 +175,7 @@ def test_sessions_that_nobody_uses_keep_nobody_out(site: Site) -> None:
     assert client.read(item("VA", 1, 29)).Value is not None
 
 
-def test_a_session_whose_client_says_too_much_of_itself(site: Site) -> None:
+def test_a_session_with_a_too_long_description(site: Site) -> None:
     site.serve(publishing(("VA", 29)), va=1)
     with pytest.raises(ua.UaStatusCodeError):
         site.connect(name="n" * 5_000)
@@ -184,7 +184,7 @@ def test_a_session_whose_client_says_too_much_of_itself(site: Site) -> None:
 
 @pytest.mark.parametrize("spare_mb", [4, 16])
 def test_memory_runs_out(spare_mb: int, site: Site) -> None:
-    """Whose request does not fit is refused; as soon as it has gone, others are served."""
+    """A client whose request does not fit is refused; once it has gone, others are served."""
     first = site.serve(publishing(("VA", 5), right=BOTH), va=1)
     pid, text = site.server.pid, ua.DataValue(ua.Variant("x" * 500_000))
     pages = int(Path(f"/proc/{pid}/statm").read_text().split()[0])
@@ -226,8 +226,8 @@ def test_memory_runs_out(spare_mb: int, site: Site) -> None:
 
 
 def test_descriptors_run_out(site: Site) -> None:
-    """The server takes what it needs at its start. Without any left it turns connections away,
-    does not spin meanwhile, and recovers.
+    """The server opens what it needs at its start. When none is left, it turns connections away
+    without spinning, and recovers.
     """
     site.start(va=1)
     before = resource.getrlimit(resource.RLIMIT_NOFILE)

@@ -1,4 +1,4 @@
-"""Services beside reading and writing: subscriptions, and what the server says of itself."""
+"""Services beside reading and writing: subscriptions, and the server's description of itself."""
 
 import os
 import socket
@@ -39,7 +39,7 @@ YEAR_S = 31_556_952
 
 @pytest.mark.parametrize("shift_s", [3600, -3600, 20 * YEAR_S, 400 * YEAR_S, -400 * YEAR_S])
 def test_the_clock_is_set(shift_s: int, site: Site) -> None:
-    """Everything goes on, and so does what is started then."""
+    """Everything continues, including what is started afterwards."""
     clock = Path("/zrt/clock")
     clock.write_text("0")
     moved = {"LD_PRELOAD": str(library_path("libset_clock.so")), "SET_CLOCK": str(clock)}

@@ -22,7 +22,7 @@ CONTROLLER_HERE, FOREIGN = 3, 4
 
 
 def tree() -> dict[str, bytes | None]:
-    """All below the root: files with their bytes, folders and the growing archive with None."""
+    """Everything below the root: files with their bytes, folders and the growing archive with None."""
     return {
         str(p): p.read_bytes() if p.is_file() and p.parent.name != "trends" else None
         for p in ROOT.rglob("*")
@@ -60,7 +60,7 @@ def test_takes_everything_away(number: int, arguments: list[str], site: Site) ->
 
 
 def test_keeps_what_users_made(site: Site) -> None:
-    """An edited setting is in force until --fresh; folders of the user's and full ones stay."""
+    """An edited setting is used until --fresh; the user's folders and non-empty ones stay."""
     mine = b"[General]\n; mine\n"
     (ROOT / "settings").mkdir()
     for fresh in ([], [], ["--fresh"]):
@@ -153,7 +153,7 @@ def test_the_sample_configuration_has_no_faults(site: Site) -> None:
 
 
 def test_a_command_switches_its_drive(site: Site) -> None:
-    """Of every variable the time goes on, too."""
+    """The time stamps of all variables advance, too."""
     site.start_simulator("--cycle=50")
     client, database = site.serve(None), site.database
 

@@ -37,7 +37,7 @@ def make_settings_folders() -> None:
 
 
 def test_without_a_journal_it_sleeps_and_says_nothing(site: Site) -> None:
-    """No key file, so there is no segment to be had; the library names the first one, 50."""
+    """Without key files no segment can be made; the library names the first one, 50."""
     make_settings_folders()
     LOG.write_text("01-01-2026 00:00:00: the run before\n")
     process = site.launch(SERVING)
@@ -63,7 +63,7 @@ def test_without_a_database_process(site: Site) -> None:
 
 @pytest.mark.parametrize("reason", ["process {} has this name", "all 40 entries", "attached"])
 def test_a_name_that_cannot_be_registered(reason: str, site: Site) -> None:
-    """The start is announced before, the configuration is not looked at."""
+    """The start is announced before, and the configuration is not read."""
     site.start(va=1)
     if reason.startswith("process"):
         registry.add_holder("Opcua", os.getpid())
@@ -83,7 +83,7 @@ def test_a_name_that_cannot_be_registered(reason: str, site: Site) -> None:
 
 
 def test_a_second_server_leaves_the_first_alone(site: Site) -> None:
-    """The first one takes the name over from a process that is dead."""
+    """The first one takes over the name of a dead process."""
     site.start(va=1)
     registry.add_holder("Opcua", dead_pid())
     client = site.serve(publishing(("VA", 29)))
@@ -187,7 +187,7 @@ def foreign_messages(queue: sysv.IpcObject) -> Callable[[], object]:
 
 @pytest.mark.parametrize("full", [[0], [1], [0, 1]], ids=["requests", "replies", "both"])
 def test_queues_full_of_foreign_messages(full: list[int], site: Site) -> None:
-    """The server waits for room, as every process of the controller does, while there is hope."""
+    """The server waits for room, as every process of the controller does, while its peer lives."""
     site.start(va=1)
     make_room = [foreign_messages(database_process.queues()[index]) for index in full]
     process = site.launch(publishing(("VA", 29)))
@@ -232,7 +232,7 @@ def test_a_port_in_use_ends_the_run_with_a_message(
 
 @pytest.mark.parametrize("number", [signal.SIGTERM, signal.SIGINT, signal.SIGKILL])
 def test_a_signal_at_any_moment(number: int, site: Site) -> None:
-    """Twice; the next one starts as if the others had never been."""
+    """Twice; the next run is not affected."""
     site.start(va=1)
     objects = sysv.objects()
     for delay_ms in (0, 1, 3, 5, 8, 11, 15, 20, 30, 50, 100):
@@ -246,7 +246,7 @@ def test_a_signal_at_any_moment(number: int, site: Site) -> None:
 
 
 def test_restart_beside_a_running_controller(site: Site) -> None:
-    """However it ends, it leaves no object, and the next one finds the same tables and values."""
+    """However it ends, it leaves no object behind, and the next run finds the same tables and values."""
     site.start(va=2)
     objects = sysv.objects()
     value = 0.0

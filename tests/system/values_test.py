@@ -28,7 +28,7 @@ RV_NUMBERS = {"RVV": 1, "RVS": 2, "RVL": 3}
 
 
 def test_storage_kinds(site: Site) -> None:
-    """Among them one attribute without a value type, which is empty and spoils no other."""
+    """Including an attribute without a value type, which is empty and does not affect others."""
     site.start(va=3, av=3, rv_types=(0, 1, 2), vd=3, dv=3)
     described = records.attributes()
     described["VA"][9 - 1].storage = 5
@@ -51,7 +51,7 @@ QUALITIES = {0xD8: 0, 0x80: 0x40000000, 0xFFFFFF40: 0x40000000, 0x3F: 0x80000000
 
 
 def test_quality_and_time_of_each_kind(site: Site) -> None:
-    """Each variable has a record of its own: any two that are mixed up show here."""
+    """Each variable has its own record: any two that are mixed up are detected."""
     site.start(va=2, av=3, rv_types=(0, 0, 0, 0), vd=5, dv=6)
     items = {"VA": 29, "AV": 21, "RVV": 8, "VD": 27, "DV": 20}
     client, database = site.serve(publishing(*items.items())), site.database

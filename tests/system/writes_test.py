@@ -1,4 +1,4 @@
-"""What a client writes: where it arrives in the controller's memory, and what is refused."""
+"""A client's writes: where they arrive in the controller's memory, and what is refused."""
 
 import math
 import struct
@@ -124,7 +124,7 @@ def test_access_level_is_enforced(site: Site) -> None:
 
 
 def test_what_comes_with_a_value(site: Site) -> None:
-    """Status and times are ignored, and no client sees that they may be written."""
+    """Status and times are ignored, and clients do not see that they may be written."""
     client, node = site.serve(publishing(("VA", 14), right=BOTH), va=1), item("VA", 1, 14)
     site.database.set_quality("VA", 1, 0xC0)
     site.database.set_time("VA", 1, 1_790_000_000, 0)

@@ -1,4 +1,4 @@
-"""Configurations and what is expected of them, as the files in tests/system/cases hold them."""
+"""Configurations and their expected results, from the files in tests/system/cases."""
 
 from pathlib import Path
 
@@ -6,10 +6,10 @@ _FOLDER = Path(__file__).resolve().parents[2] / "system/cases"
 
 
 def read(name: str) -> dict[str, tuple[str, list[str]]]:
-    """By the name of the case: the configuration, and the lines of what is expected.
+    """By the name of the case: the configuration, and the expected lines.
 
-    A case is "==== NAME", comments "# ...", the lines expected, an empty line, and what the
-    configuration has behind the lines that all of them have.
+    A case is "==== NAME", comments "# ...", the expected lines, an empty line, and the configuration
+    after the lines that all cases have in common.
     """
     cases: dict[str, tuple[str, list[str]]] = {}
     for part in ("\n" + (_FOLDER / name).read_text("utf-8")).split("\n==== ")[1:]:
@@ -20,6 +20,6 @@ def read(name: str) -> dict[str, tuple[str, list[str]]]:
 
 
 def cells(expected: list[str]) -> list[list[str]]:
-    """Of the lines "A | B | C"; "-" stands for nothing."""
+    """The cells of lines "A | B | C"; "-" means nothing."""
     lines = [line.split(" | ") for line in expected if " | " in line]
     return [["" if cell == "-" else cell for cell in line] for line in lines]

@@ -1,4 +1,4 @@
-"""opcuacheck beside the server: what it foretells of a configuration is what the server does."""
+"""opcuacheck beside the server: its predictions for a configuration are what the server does."""
 
 import json
 
@@ -20,7 +20,7 @@ def check(*arguments: str) -> list[dict[str, object]]:
 
 
 def log_lines(*arguments: str) -> list[str]:
-    """Of the server's log, sorted."""
+    """The predicted lines of the server's log, sorted."""
     return sorted(str(found["log"]) for found in check(*arguments) if found["log"] is not None)
 
 

@@ -1,4 +1,4 @@
-"""Nodes of the server's namespace, as a client finds them and as tests expect them."""
+"""Nodes of the server's namespace, as found by a client and as expected by tests."""
 
 from collections.abc import Iterable
 from dataclasses import dataclass

@@ -1,7 +1,7 @@
-"""A client of another make, its calls made from plain functions.
+"""An independent client, with its calls as plain functions.
 
-The session lives in an event loop of its own thread, so that its keep-alives and notifications go
-on while a test looks at something else.
+The session runs in an event loop in its own thread, so that its keep-alives and notifications continue
+while a test does something else.
 """
 
 import asyncio
@@ -43,7 +43,7 @@ def subscribing(**settings: Any) -> ua.CreateSubscriptionParameters:
 def monitoring(
     subscription: int, node: ua.NodeId, count: int = 1, interval_ms: float = 1e6
 ) -> ua.CreateMonitoredItemsParameters:
-    """A request for so many items of one value, with queues as long as the server lets them be."""
+    """A request for `count` items of one value, with queues as long as the server permits."""
     wanted = ua.MonitoredItemCreateRequest(
         ItemToMonitor=ua.ReadValueId(node, ua.AttributeIds.Value),
         MonitoringMode=ua.MonitoringMode.Reporting,
@@ -79,8 +79,8 @@ class OpcClient:
         self._loop = ThreadLoop(_TIMEOUT_S)
         self._loop.daemon = True
         self._loop.start()
-        # The library asks now and then whether the server lives, and ends a connection when that is
-        # answered late, as it may be on a busy machine.
+        # The library regularly checks whether the server is alive, and ends the connection if the answer
+        # is late, as it may be on a busy machine.
         self.client = Client(
             f"opc.tcp://127.0.0.1:{port}", timeout=_TIMEOUT_S, watchdog_intervall=_TIMEOUT_S
         )
@@ -133,7 +133,7 @@ class OpcClient:
         return self.run(node.read_value())
 
     def write(self, key: NodeKey, value: Any, of_type: ua.VariantType) -> ua.StatusCode:
-        """As the client's own call: with the present time as source time."""
+        """Writes as the client's own call does: with the current time as source time."""
         return self.write_data_value(key, value_to_datavalue(value, of_type))
 
     def write_data_value(
@@ -147,7 +147,7 @@ class OpcClient:
         return self.run(self.client.uaclient.write(parameters))[0]
 
     def notifications(self, key: NodeKey, interval_ms: float) -> Notifications:
-        """Of a subscription to the node's value."""
+        """Notifications of a subscription to the node's value."""
         received = Notifications()
         subscription = self.run(self.client.create_subscription(interval_ms, received))
         node = self.client.get_node(self.node_id(key))
@@ -165,7 +165,7 @@ class OpcClient:
         values: int = 0,
         bounds: bool = False,
     ) -> tuple[ua.StatusCode, list[ua.DataValue]]:
-        """Raw values of one node, as one answer holds them."""
+        """Raw values of one node, as in one answer."""
         details = ua.ReadRawModifiedDetails(False, start, end, values, bounds)
         wanted = [ua.HistoryReadValueId(NodeId=self.node_id(key))]
         parameters = ua.HistoryReadParameters(details, timestamps, NodesToRead=wanted)
@@ -176,7 +176,7 @@ class OpcClient:
     # -- The address space
 
     def address_space(self) -> dict[NodeKey, Node]:
-        """Every node of the server's namespace that hangs below the Objects folder."""
+        """Every node of the server's namespace below the Objects folder."""
         return self.run(self._walk())
 
     async def _walk(self) -> dict[NodeKey, Node]:

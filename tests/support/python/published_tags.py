@@ -1,4 +1,4 @@
-"""The configuration that most tests start the server with, and the ids of its nodes.
+"""The configuration with which most tests start the server, and the ids of its nodes.
 
 Kinds as in the tree: "VA", "AV", "VD", "DV", and for the manual inputs "RVV", "RVS", "RVL".
 """

@@ -7,14 +7,14 @@ from programs import run_to_end
 
 
 def shown(*arguments: str, status: int = 0) -> list[str]:
-    """Its lines, and what it reports behind them."""
+    """Its lines, followed by what it reports."""
     done = run_to_end("zrtjournal", *arguments)
     assert done.returncode == status, done.stderr
     return (done.stdout + done.stderr).splitlines()
 
 
 def messages(*arguments: str, status: int = 0) -> list[dict[str, Any]]:
-    """Of the ring, oldest first; of other arguments what they ask for."""
+    """The messages of the ring, oldest first, or those that the arguments select."""
     return [json.loads(line) for line in shown("--json", *arguments, status=status)]
 
 
@@ -23,9 +23,9 @@ def codes(*arguments: str) -> list[int]:
 
 
 def saved() -> tuple[list[int | None], list[int]]:
-    """Number of the save in main copy and reserve; codes of the one that a start would load now.
+    """Number of the save in main copy and reserve; codes of the copy that a start would load now.
 
-    A save may be writing the other one.
+    A save may be writing the other copy.
     """
     lines = run_to_end("zrtjournal", "--files", "--json").stdout.splitlines()
     main, reserve, *found = map(json.loads, lines)

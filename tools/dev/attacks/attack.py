@@ -1,4 +1,4 @@
-"""What one client can do to the others: attacks the server beside it and prints what they cost.
+"""Shows what one client can do to the others: attacks the server and prints the cost of each attack.
 
 Run by tools/dev/attack. Bounded in count and time; loopback only.
 """
@@ -14,7 +14,7 @@ import many_sessions
 from raw_client import Refused
 from target import Target, observed
 
-# Each returns in a few words what came of it.
+# Each returns its outcome in a few words.
 ATTACKS: dict[str, Callable[[Target], str]] = {
     "512 MB on 4 connections, never finished": large_requests.unfinished_messages(4, 512 << 20),
     "1.9 MB on 50 connections, never finished": large_requests.unfinished_messages(50, 1_900_000),
@@ -48,11 +48,11 @@ ATTACKS: dict[str, Callable[[Target], str]] = {
 def main() -> int:
     parser = argparse.ArgumentParser(prog="attack", description=__doc__)
     parser.add_argument("--port", type=int, default=4840)
-    parser.add_argument("--only", metavar="TEXT", default="", help="attacks whose name holds it")
+    parser.add_argument("--only", metavar="TEXT", default="", help="only attacks whose name contains it")
     options = parser.parse_args()
     chosen = {name: attack for name, attack in ATTACKS.items() if options.only in name}
     if not chosen:
-        parser.error(f"no attack has a name with {options.only!r}")
+        parser.error(f"no attack's name contains {options.only!r}")
     target = Target(options.port)
     print("| attack | MB before → peak | others: p99, longest ms | outcome |")
     print("|---|---|---|---|")
@@ -65,7 +65,7 @@ def main() -> int:
                 outcome = attack(target)
             except (Refused, OSError) as error:
                 outcome = f"ended: {error}"
-            time.sleep(0.5)  # for what it leaves behind
+            time.sleep(0.5)  # until what it leaves behind is cleaned up
         peak = target.memory_mb("VmHWM")
         ninety_nine = waits[len(waits) * 99 // 100] if waits else float("nan")
         longest = waits[-1] if waits else float("nan")

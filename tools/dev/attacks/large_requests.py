@@ -1,4 +1,4 @@
-"""Attacks by what one message or one request holds."""
+"""Attacks by the size or contents of one message."""
 
 import struct
 import time
@@ -12,7 +12,7 @@ OBJECTS = ua.NodeId(85, 0)
 
 
 def unfinished_messages(connections: int, size: int) -> Callable[[Target], str]:
-    """So many bytes of a Read on each connection, in chunks of which none is the last."""
+    """`size` bytes of a Read on each connection, in chunks of which none is the last."""
 
     def attack(target: Target) -> str:
         clients = [target.client() for _ in range(connections)]
@@ -29,7 +29,7 @@ def unfinished_messages(connections: int, size: int) -> Callable[[Target], str]:
         for _ in range(size // CHUNK):
             if open_ones:
                 send_one_each()
-        time.sleep(1)  # what the kernel has taken is read, and the ends of connections arrive
+        time.sleep(1)  # the server reads what the kernel has taken, and closed connections are noticed
         send_one_each()
         for client in clients:
             client.close()
@@ -39,7 +39,7 @@ def unfinished_messages(connections: int, size: int) -> Callable[[Target], str]:
 
 
 def large_request(type_id: int, element: bytes, size: int = 16 << 20) -> Callable[[Target], str]:
-    """One request whose array holds the element over and over."""
+    """One request whose array contains the element over and over."""
 
     def attack(target: Target) -> str:
         client = target.client()

@@ -37,7 +37,7 @@ def _monitor(subscription: int, count: int, queue: int = 2**32 - 1) -> bytes:
 
 
 def _add_items(client: RawClient, subscription: int, count: int) -> int:
-    """@return how many it got"""
+    """@return how many were made"""
     body = struct.pack("<BBH", 1, 0, 751) + client.header() + _monitor(subscription, count)
     client.send_body(body)
     answer = client.answer()
@@ -51,7 +51,7 @@ def _add_items(client: RawClient, subscription: int, count: int) -> int:
 
 
 def many_items(target: Target) -> str:
-    """A million monitored items, ten sessions, then all of them close at once."""
+    """A million monitored items in ten sessions, which then all close at once."""
     got, clients = 0, [target.client() for _ in range(10)]
     for client in clients:
         with contextlib.suppress(Refused):
@@ -78,7 +78,7 @@ def _new_items(client: RawClient, subscription: int, **settings: Any) -> None:
 
 
 def long_texts(target: Target) -> str:
-    """Items with an index range as long as a message may be, which goes with the item."""
+    """Items whose index range is as long as a message may be; the server keeps it with the item."""
     got, outcome, clients = 0, "all made", [target.client() for _ in range(10)]
     for client in clients:
         subscription = _subscribe(client)
@@ -94,7 +94,7 @@ def long_texts(target: Target) -> str:
 
 
 def many_links(target: Target) -> str:
-    """As many items as a session may have, each of which is to trigger 10 000 others."""
+    """As many items as a session may have, each of which shall trigger 10 000 others."""
     client = target.client()
     subscription = _subscribe(client)
     for _ in range(2):
@@ -125,7 +125,7 @@ def many_subscriptions(target: Target) -> str:
 
 
 def transfer_many(target: Target) -> str:
-    """Numbers of subscriptions that do not exist, while there are a thousand."""
+    """Numbers of subscriptions that do not exist, while a thousand others do."""
     clients = [target.client() for _ in range(26)]
     for client in clients[1:]:
         with contextlib.suppress(Refused):
@@ -169,7 +169,7 @@ def silent_subscriber(target: Target) -> str:
 
 
 def vanished_client(target: Target) -> str:
-    """As many items as a session may have, of a client that says nothing more.
+    """As many items as a session may have, of a client that becomes silent.
 
     While they live, the server samples them. It asks for 2 s of session and 3 intervals of lifetime.
     """
@@ -185,7 +185,7 @@ def vanished_client(target: Target) -> str:
 
 
 def unread_notifications(target: Target) -> str:
-    """Publish requests, ten a second, and not one answer read."""
+    """Ten publish requests a second, without reading any answer."""
     client, publish = target.client(receive_buffer=4096), ua.PublishRequest()
     subscription = _subscribe(client, interval_ms=100.0)
     got = sum(_add_items(client, subscription, 10_000) for _ in range(2))

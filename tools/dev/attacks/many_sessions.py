@@ -35,7 +35,7 @@ def diagnostics_array(target: Target) -> str:
 
 
 def sessions_left(target: Target) -> str:
-    """99 clients that stay connected and say nothing more."""
+    """99 clients that stay connected and silent."""
     clients = []
     for _ in range(99):
         with contextlib.suppress(Refused):
@@ -47,7 +47,7 @@ def sessions_left(target: Target) -> str:
             break
         except Refused:
             if time.monotonic() - began > 30:
-                return "nobody else gets in within 30 s"
+                return "no other client can connect within 30 s"
             time.sleep(0.1)
     for client in clients:
         client.close()
@@ -79,7 +79,7 @@ def no_descriptors(target: Target) -> str:
 
 
 def new_client(target: Target) -> str:
-    """Not an attack: whether what was before it has left the server able to serve."""
+    """Not an attack: checks that the server can still serve after the previous ones."""
     began = time.monotonic()
     while True:
         try:
@@ -88,7 +88,7 @@ def new_client(target: Target) -> str:
             client.close()
         except (Refused, OSError):
             if time.monotonic() - began > 30:
-                return "nobody gets in within 30 s"
+                return "no client can connect within 30 s"
             time.sleep(0.1)
         else:
             return f"a new client was served after {time.monotonic() - began:.1f} s"

@@ -1,6 +1,6 @@
 """An OPC UA client that does what no client should: its messages are made by hand.
 
-No message security, plain blocking sockets, answers looked at no further than their status.
+No message security, plain blocking sockets; of answers only the status is checked.
 """
 
 import socket
@@ -27,7 +27,7 @@ class Refused(Exception):
 
 
 class RawClient:
-    """`receive_buffer`: bytes that the kernel keeps for a client that does not read; 0: its choice."""
+    """`receive_buffer`: bytes that the kernel keeps for a client that does not read; 0: the default."""
 
     def __init__(
         self,
@@ -65,7 +65,7 @@ class RawClient:
         return self.answer()
 
     def header(self) -> bytes:
-        """A request header as requests of this session have it."""
+        """A request header for requests of this session."""
         return struct_to_binary(ua.RequestHeader(AuthenticationToken=self._authentication))
 
     def send(self, request: Any) -> None:
@@ -73,7 +73,7 @@ class RawClient:
         self.send_body(struct_to_binary(request))
 
     def send_body(self, body: bytes) -> None:
-        """A message with this body, in as many chunks as it takes."""
+        """Sends a message with this body, in as many chunks as necessary."""
         pieces = [body[at : at + CHUNK] for at in range(0, len(body), CHUNK)]
         for index, piece in enumerate(pieces):
             self.send_chunk(piece, final=index == len(pieces) - 1)
@@ -88,7 +88,7 @@ class RawClient:
             raise Refused("connection closed") from error
 
     def answer(self) -> bytes:
-        """The next answer's body behind its response header."""
+        """The next answer's body after its response header."""
         body, more = b"", True
         while more:
             kind, payload = self._receive()

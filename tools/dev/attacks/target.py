@@ -1,4 +1,4 @@
-"""The server that is attacked, and the well-behaved client beside."""
+"""The server that is attacked, and the well-behaved client beside it."""
 
 import contextlib
 import multiprocessing
@@ -41,7 +41,7 @@ class Target:
         return (int(words[11]) + int(words[12])) / os.sysconf("SC_CLK_TCK")
 
     def cpu_share(self, seconds: float) -> float:
-        """Of one core, in the next seconds."""
+        """Share of one core, during the next seconds."""
         before = self.cpu_seconds()
         time.sleep(seconds)
         return (self.cpu_seconds() - before) / seconds
@@ -68,7 +68,7 @@ def reads(count: int) -> ua.ReadRequest:
 
 
 def _observe(port: int, report: Connection) -> None:
-    """Reads 100 values every 50 ms until it is to stop; reports the waits, in ms."""
+    """Reads 100 values every 50 ms until told to stop; reports the waits, in ms."""
     client, waits = RawClient(port, name="observer"), []
     report.send(None)
     while not report.poll(0.05):
@@ -80,7 +80,7 @@ def _observe(port: int, report: Connection) -> None:
 
 @contextlib.contextmanager
 def observed(target: Target) -> Iterator[list[float]]:
-    """A process of its own reads meanwhile; afterwards the list holds its waits, sorted."""
+    """A separate process reads meanwhile; afterwards the list contains its waits, sorted."""
     ours, theirs = multiprocessing.Pipe()
     process = multiprocessing.Process(target=_observe, args=(target.port, theirs), daemon=True)
     process.start()

@@ -28,7 +28,7 @@ def program_path(name: str) -> Path:
 
 
 def library_path(name: str) -> Path:
-    """One that only tests have."""
+    """A library that only tests have."""
     found = program_path("opcuasrv").resolve().parent.parent / "lib" / "doubles" / name
     assert found.exists(), found
     return found
@@ -47,7 +47,7 @@ def accepts_connections(port: int = PORT) -> bool:
 
 
 def run_to_end(name: str, *arguments: str) -> subprocess.CompletedProcess[str]:
-    """What a tool prints, and its exit status."""
+    """A tool's output and exit status."""
     done = subprocess.run(
         [program_path(name), *arguments], capture_output=True, text=True, timeout=300, check=False
     )
@@ -157,7 +157,7 @@ class Server(Program):
         stays(lambda: self.is_alive() and not accepts_connections(), "alive, without endpoint")
 
     def sleeps_for_ever(self) -> None:
-        """Alive and without an endpoint; what sleeps has nothing more to say."""
+        """Alive, without an endpoint and silent."""
         before = self.log_lines(), self.output()
         self.stays_without_endpoint()
         assert (self.log_lines(), self.output()) == before

@@ -1,4 +1,4 @@
-"""Deadlines on conditions, in place of sleeps."""
+"""Deadlines on conditions, instead of sleeps."""
 
 import time
 from collections.abc import Callable
@@ -6,7 +6,7 @@ from typing import TypeVar
 
 Result = TypeVar("Result")
 
-PATIENCE_S = 30.0  # on a machine that does much else
+PATIENCE_S = 30.0  # enough on a machine with much other load
 _POLL_S = 0.01
 
 
@@ -25,7 +25,7 @@ def wait_until(
 
 
 def stays(condition: Callable[[], bool], what: str, period_s: float = 0.4) -> None:
-    """Fails the test when the condition stops to hold within the period."""
+    """Fails the test if the condition stops holding within the period."""
     deadline = time.monotonic() + period_s
     while time.monotonic() < deadline:
         assert condition(), f"did not stay so: {what}"

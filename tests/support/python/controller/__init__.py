@@ -1,4 +1,4 @@
-"""The controller as another of its processes sees it: keys, segments and records by byte offset.
+"""The controller as seen by another of its processes: keys, segments and records by byte offset.
 
-Nothing here uses the project's libraries, so a wrong key, offset or size in them shows.
+Nothing here uses the project's libraries, so that a wrong key, offset or size in them is detected.
 """

@@ -31,8 +31,8 @@ class Database:
     # -- Passports and current data
 
     def tables(self, kind: str) -> list[memoryview]:
-        """The passports, and the current data, where a writer's values arrive; an analog output
-        has no such array.
+        """The passports, and the current data, to which writes go; an analog output has no array of
+        current data.
         """
         passport, data, value = ipc_keys.TABLES[kind]
         return [self._table(index) for index in (passport, data or value) if index]
@@ -44,7 +44,7 @@ class Database:
         return (number - 1) * RECORD_SIZE[kind] + FIELDS[kind][name].offset
 
     def field(self, kind: str, number: int, name: str) -> Value:
-        """A field of the variable's passport; a text comes as all of its bytes."""
+        """A field of the variable's passport; for a text, all of its bytes."""
         layout, offset = FIELDS[kind][name].format, self.place(kind, number, name)
         return struct.unpack_from(layout, self.tables(kind)[0], offset)[0]
 
@@ -72,12 +72,12 @@ class Database:
     # -- Segments as wholes
 
     def announce_generation(self, later: int) -> None:
-        """Points other processes to segments that many generations later than the ones in use."""
+        """Directs other processes to segments that are `later` generations after those in use."""
         byte = self._bytes_of(ipc_keys.fixed_key(ipc_keys.GENERATION))
         byte[0] = (self._generation + later) & 0xFF
 
     def remove_table(self, index: int) -> None:
-        """Takes a table's segment away, as a controller that never made it."""
+        """Removes a table's segment, as if the controller had never made it."""
         segment = sysv.find(ipc_keys.table_key(index, self._generation))
         if segment is None:
             raise LookupError(f"no segment of index {index}")

@@ -1,6 +1,6 @@
-"""A database process that answers as a test wants it, in the place of zrtsim's.
+"""A database process with answers chosen by a test, in place of zrtsim's.
 
-A request is the asking process and 20 bytes; an answer has a uint32 count at 16 and a uint32 type
+A request is the requesting process and 20 bytes; an answer has a uint32 count at 16 and a uint32 type
 at 32 of its 40 bytes.
 """
 
@@ -18,7 +18,7 @@ QUESTIONS = 11
 
 
 def queues() -> tuple[sysv.IpcObject, sysv.IpcObject]:
-    """Of requests and of replies."""
+    """The queues of requests and of replies."""
     key = ipc_keys.fixed_key(ipc_keys.REGISTRY)
     requests, replies = sysv.find(key, "msg"), sysv.find(key + 1, "msg")
     assert requests and replies, "the controller has no queues"
@@ -34,7 +34,7 @@ def reply(asking: int, text: bytes) -> None:
 
 
 class DatabaseProcess:
-    """Lives until the test ends and knows no more types, or `dies` behind its answers."""
+    """Lives until the test ends and reports no more types, or `dies` after its answers."""
 
     def __init__(self, answers: Iterable[bytes], dies: bool, delay_s: float = 0.0) -> None:
         context = multiprocessing.get_context("fork")
@@ -44,7 +44,7 @@ class DatabaseProcess:
         arguments = (given, dies, delay_s)
         self._process = context.Process(target=_serve, args=arguments, daemon=True)
         self._process.start()
-        # A process that nobody waits for would still be there for those who look for it.
+        # Until its parent reaps it, an ended process would still be found by others.
         threading.Thread(target=self._process.join, daemon=True).start()
 
     def register(self) -> None:

@@ -1,4 +1,4 @@
-"""From an IPC index to a System V key.
+"""Converts an IPC index to a System V key.
 
 An index names a row: a key file below the installation root and a project character. In most rows
 the character is not fixed: it is looked up by index plus the generation byte, so that a new
@@ -57,5 +57,5 @@ def project_character(index: int, generation: int) -> int:
 
 
 def table_key(index: int, generation: int) -> int:
-    """Key of a database segment whose character follows the generation byte; they lie on vskontr."""
+    """Key of a database segment whose character follows the generation byte; the key file is vskontr."""
     return ftok(ROOT / "vskontr", project_character(index, generation))

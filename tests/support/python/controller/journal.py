@@ -1,4 +1,4 @@
-"""The event journal as another program sees it: segments, a semaphore and files."""
+"""The event journal as seen by another program: segments, a semaphore and files."""
 
 from controller import ipc_keys, sysv
 from controller.ipc_keys import ROOT
@@ -29,7 +29,7 @@ def segment(index: int, generation: int = 0) -> bytes | None:
 
 
 def objects() -> list[sysv.IpcObject]:
-    """The journal's own objects that there are, of the first generation or of none."""
+    """The journal's own existing objects, of the first generation or of none."""
     try:
         segments = {_key(index, generation) for index in _OWN_SEGMENTS for generation in (0, 255)}
         semaphore = ipc_keys.ftok(ROOT / "proxy", ord("*"))

@@ -1,6 +1,6 @@
 """The passport records of the exported kinds, and the two files that describe their attributes.
 
-Where fields lie is read from docs/attributes.md, which zrtsim prints from its own table. offatrs.dat:
+The positions of fields are read from docs/attributes.md, which zrtsim prints from its own table. offatrs.dat:
 int16 count of entries; a uint32 position for each; at position + 2 an int16 count of attributes, then
 for each: int16 row, int16 bit, int32 offset, uint16 length and the name. atributs.dat: int16 count of
 entries, then for each: int16 count and rows of int16 number, uint8 storage. An attribute's storage is
@@ -33,7 +33,7 @@ class Attribute:
 
     @property
     def format(self) -> str:
-        """Of the struct module."""
+        """The format for the struct module."""
         return "<17s" if self.name == "string.TZN" else _FORMATS[self.storage]
 
 
@@ -57,7 +57,7 @@ FIELDS = {kind: {field.name: field for field in all} for kind, all in attributes
 
 
 def write_files(described: dict[str, list[Attribute]]) -> None:
-    """Writes both files in place, so that their maker still recognises them by inode."""
+    """Writes both files in place, so that their maker still recognises them by their inodes."""
     count = struct.pack("<h", len(_ENTRIES))
     positions, bodies, storages = count, b"", count
     for kind in _ENTRIES:

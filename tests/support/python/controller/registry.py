@@ -18,7 +18,7 @@ def holders() -> dict[str, int]:
 
 
 def add_holder(name: str, pid: int) -> None:
-    """Enters a holder into the entry of the name, or the first free one."""
+    """Writes a holder to the entry of the name, or to the first free one."""
     entered = name.encode("cp866")
     with sysv.Attached(_segment()) as table:
         for offset in range(0, _ENTRIES * _ENTRY.size, _ENTRY.size):
@@ -29,7 +29,7 @@ def add_holder(name: str, pid: int) -> None:
 
 
 def replace_by(size: int) -> None:
-    """Puts a segment of another size, which nobody can attach, in the registry's place."""
+    """Replaces the registry by a segment of another size, which nobody can attach."""
     sysv.remove(_segment())
     sysv.create_segment(ipc_keys.fixed_key(ipc_keys.REGISTRY), size)
 

@@ -61,7 +61,7 @@ def find(key: int, kind: str = "shm") -> IpcObject | None:
 
 
 def create_segment(key: int, size: int) -> IpcObject:
-    """Makes a segment of zeros, as a foreign process of the controller would."""
+    """Makes a zeroed segment, as another process of the controller would."""
     number = _checked(_libc.shmget(_signed(key), size, _IPC_CREAT | 0o600), "shmget")
     return IpcObject("shm", key, number, size)
 
@@ -76,7 +76,7 @@ def value(semaphore: IpcObject) -> int:
 
 
 def lock(semaphore: IpcObject) -> None:
-    """Takes it until this process ends."""
+    """Locks it until this process ends."""
     _checked(_libc.semop(semaphore.id, struct.pack("Hhh", 0, -1, _SEM_UNDO), 1), "semop")
 
 
@@ -95,9 +95,9 @@ def receive(queue: IpcObject, addressee: int, wait: bool = True) -> bytes | None
 
 
 class Attached:
-    """The bytes of a segment, in place: what is written here the other processes read.
+    """The bytes of a segment, in place: other processes read what is written here.
 
-    As a context it is left behind detached.
+    As a context manager it detaches at its end.
     """
 
     def __init__(self, segment: IpcObject) -> None:

@@ -79,7 +79,7 @@ static std::vector<Case> readCases() {
 }
 
 // That errors are the server's own is a system test.
-TEST(Opcuacheck, TellsEachTrapAtItsLine) {
+TEST(Opcuacheck, ReportsEachTrapAtItsLine) {
     std::vector<Case> cases = readCases();
     ASSERT_FALSE(cases.empty());
     // What no file of texts can hold, or finds an error behind its end.
@@ -144,7 +144,7 @@ static std::pair<int, std::string> run(std::vector<const char*> arguments) {
     return {status, printed};
 }
 
-TEST(OpcuacheckProgram, TellsItsResultByItsStatus) {
+TEST(OpcuacheckProgram, ReportsItsResultByItsStatus) {
     const char* const file = kPath.c_str();
     writeFile(kPath, kTags);
     EXPECT_EQ(run({file}).first, kClean);
