@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <optional>
 #include <sstream>
 
 namespace zrtjournal {
@@ -82,7 +83,7 @@ std::optional<Span> readTime(const std::string& text, std::time_t now) {
         if (!row.hasDay) time = today;
         time.tm_sec = 0;
         const char* rest = strptime(text.c_str(), row.format, &time);
-        constexpr int kFirstYear = 70;  // refuses two-digit years, which could be taken for a day
+        constexpr int kFirstYear = 70;  // the day of "21-11-2026" must not be read as a year
         if (rest == nullptr || *rest != '\0' || time.tm_year < kFirstYear) continue;
         time.tm_isdst = -1;
         std::tm next = nextUnit(time, row.unit);
