@@ -11,32 +11,12 @@
 
 namespace {
 
-std::size_t sizeOf(Storage storage) {
-    switch (storage) {
-        case Storage::none:
-            return 0;
-        case Storage::bit:
-        case Storage::byte:
-            return 1;
-        case Storage::word:
-            return 2;
-        case Storage::real:
-            return 4;
-        case Storage::text9:
-            return 9;
-        case Storage::text17:
-            return 17;
-    }
-    require(false);
-    return 0;
-}
-
 void checkPlaces(const TableRow& row, const ListAllVar& entry) {
     for (int num = 1; num <= entry.Num; ++num) {
         AtrFault fault;
         const AtrPlace place = placeOf(row.code, entry, num, row.passportSize, &fault);
-        require(place.offset + sizeOf(place.storage) <= row.passportSize);
-        require(fault.text.empty() || place.storage == Storage::none);
+        require(std::size_t{place.offset} + place.size <= row.passportSize);
+        require(fault.text.empty() || place.size == 0);
     }
 }
 

@@ -35,7 +35,7 @@ void layOut(FuzzedDataProvider& in) {
         const auto count = in.ConsumeIntegralInRange<std::size_t>(0, 4);
         segments[row.passportIndex] = filled(in, count * row.passportSize);
         for (const int index : {row.curDatIndex, row.curValIndex})
-            if (index != 0) segments[index] = filled(in, count * elementSize(row.valueType));
+            if (index != 0) segments[index] = filled(in, count * valueSize(row.valueType));
     }
     segments[kCountsIndex] = std::vector<std::uint8_t>(26);
     in.ConsumeData(segments[kCountsIndex].data(), in.ConsumeIntegralInRange<std::size_t>(0, 10));

@@ -12,21 +12,12 @@ namespace sim {
 
 namespace {
 
-/// Kinds of attributes, counted from 1 in the files. The order is specific to this controller;
-/// readers use the storage of the kind. The first one is also used by the entries with one value.
-constexpr std::array<Storage, 5> kKinds{Storage::real, Storage::byte, Storage::text, Storage::bit,
-                                        Storage::word};
-
 /// Entries of the files in their fixed order, which is not the order of the type codes.
 constexpr std::array<TypeCode, 8> kEntries{TypeCode::VA, TypeCode::DI, TypeCode::HI, TypeCode::TH,
                                            TypeCode::TM, TypeCode::DO, TypeCode::TS, TypeCode::AV};
 
 std::int16_t kindOf(Storage storage) {
-    std::int16_t kind = 1;
-    while (kKinds[static_cast<std::size_t>(kind - 1)] != storage) {
-        ++kind;
-    }
-    return kind;
+    return static_cast<std::int16_t>(indexOf(storage) + 1);
 }
 
 /// The entries of types without records describe their value, so that no entry is empty.
@@ -54,29 +45,13 @@ std::string offsetEntry(TypeCode type) {
     return entry;
 }
 
-const char* storageName(Storage storage) {
-    switch (storage) {
-        case Storage::bit:
-            return "bit";
-        case Storage::byte:
-            return "char";
-        case Storage::word:
-            return "int16";
-        case Storage::real:
-            return "float";
-        case Storage::text:
-            return "text";
-    }
-    return "";
-}
-
 void appendTypeTable(TypeCode type, std::ostream& out) {
     out << "\n## " << layoutOf(type).name << "\n\n"
         << "| No. | Field | Offset | Kind | Storage | Meaning |\n"
         << "|---|---|---|---|---|---|\n";
     for (const Attribute& a : attributesOf(type)) {
         out << "| " << a.number << " | `" << a.name << "` | " << a.offset << " | "
-            << kindOf(a.storage) << " | " << storageName(a.storage) << " ("
+            << kindOf(a.storage) << " | " << kStorages[indexOf(a.storage)].name << " ("
             << static_cast<int>(a.storage) << ") | " << a.meaning << " |\n";
     }
     for (const FieldRow& row : kFieldRows) {
@@ -110,7 +85,7 @@ std::string kindFile() {
         // An entry holds as many kinds as attributes, used or not; an entry shorter than the list
         // of kinds uses only those that fit.
         for (std::size_t i = 0; i < count; ++i) {
-            const Storage storage = i < kKinds.size() ? kKinds[i] : Storage::byte;
+            const Storage storage = i < kStorages.size() ? kStorages[i].storage : Storage::byte;
             appendLittle(file, static_cast<std::int16_t>(i + 1));
             file.push_back(static_cast<char>(storage));
         }
@@ -136,9 +111,8 @@ std::string attributeTable() {
         << "the count (int16), then as many pairs of kind (int16) and storage (char). Entry 0\n"
         << "is VA, 1 DI, 2 HI, 5 DO, 7 AV; entries 3, 4 and 6 stand for TH, TM and TS. All\n"
         << "numbers are little-endian.\n";
-    for (const TypeCode type :
-         {TypeCode::VA, TypeCode::AV, TypeCode::HI, TypeCode::DI, TypeCode::DO}) {
-        appendTypeTable(type, out);
+    for (const TypeLayout& row : kMainTypes) {
+        appendTypeTable(row.type, out);
     }
     return out.str();
 }

@@ -1,34 +1,16 @@
 #pragma once
 
 #include <array>
-#include <cstddef>
 #include <cstdint>
 #include <string_view>
 
+#include "sim/layout/storage.h"
 #include "sim/layout/types.h"
 
 namespace sim {
 
-/// Storage kinds of the attribute files.
-enum class Storage : std::uint8_t { bit = 0, byte = 1, word = 2, real = 3, text = 6 };
-
-/// Size in bytes of one element. The string of the HI string layout is the one text that takes 17
-/// bytes under the same kind.
-constexpr std::size_t elementSize(Storage storage) {
-    switch (storage) {
-        case Storage::word:
-            return 2;
-        case Storage::real:
-            return 4;
-        case Storage::text:
-            return 9;
-        default:
-            return 1;
-    }
-}
-
-/// One field of a passport record, or a run of equal fields (array elements, bits of a byte). The
-/// records, the attribute files and docs/attributes.md are generated from these rows.
+/// One field of a passport record, or a run of equal fields (array elements, bits of a byte).
+/// From these rows come the records, the attribute files and docs/attributes.md.
 struct FieldRow {
     TypeCode type;
     std::uint16_t number;  // of the first attribute; 0: the field has none

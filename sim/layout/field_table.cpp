@@ -1,5 +1,6 @@
 #include "sim/layout/field_table.h"
 
+#include <algorithm>
 #include <array>
 #include <vector>
 
@@ -57,11 +58,10 @@ constexpr bool fieldsFillRecord(TypeCode type) {
     return next == layoutOf(type).passport.elementSize;
 }
 
-static_assert(numbersWithoutGap(TypeCode::VA) && numbersWithoutGap(TypeCode::AV) &&
-              numbersWithoutGap(TypeCode::HI) && numbersWithoutGap(TypeCode::DI) &&
-              numbersWithoutGap(TypeCode::DO));
-static_assert(fieldsFillRecord(TypeCode::VA) && fieldsFillRecord(TypeCode::AV) &&
-              fieldsFillRecord(TypeCode::DI) && fieldsFillRecord(TypeCode::DO));
+static_assert(std::ranges::all_of(kMainTypes, numbersWithoutGap, &TypeLayout::type));
+static_assert(std::ranges::all_of(kMainTypes, [](const TypeLayout& row) {
+    return row.type == TypeCode::HI || fieldsFillRecord(row.type);
+}));
 
 // Numbers by which the OPC UA server and configurations in the field know these attributes.
 static_assert(numberOf(TypeCode::VA, "TZN") == 29);

@@ -3,6 +3,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <span>
 #include <string_view>
 
 // The tables of the controller's real-time database in the simulated controller. Every number here
@@ -61,6 +62,9 @@ constexpr bool typesInCodeOrder() {
     return true;
 }
 static_assert(typesInCodeOrder(), "kTypes is indexed by the type code");
+
+/// The types with records.
+inline constexpr auto kMainTypes = std::span(kTypes).first<kMainTypeCount>();
 
 constexpr const TypeLayout& layoutOf(TypeCode type) {
     return kTypes[indexOf(type)];

@@ -1,5 +1,6 @@
 #include "lib/bd_vesk/attributes.h"
 
+#include <algorithm>
 #include <bit>
 #include <cstring>
 #include <optional>
@@ -126,28 +127,14 @@ namespace {
 // storage kind of the texts of 9 bytes.
 constexpr int kLongTextOfHI = 12;
 
-struct Stored {
-    Storage storage = Storage::none;
-    std::size_t size = 0;  // bytes in the record
-    TYPE_VAL valueType = none;
-};
-
-Stored storedAs(DB_TYPE type, int num, std::uint8_t kind) {
-    switch (static_cast<Storage>(kind)) {
-        case Storage::bit:
-            return {Storage::bit, 1, type_char};
-        case Storage::byte:
-            return {Storage::byte, 1, type_char};
-        case Storage::word:
-            return {Storage::word, 2, type_short};
-        case Storage::real:
-            return {Storage::real, 4, type_float};
-        case Storage::text9:
-            if (type == DB_HI && num == kLongTextOfHI) return {Storage::text17, 17, type_str17};
-            return {Storage::text9, 9, type_str9};
-        default:
-            return {};  // kinds of other programs, among them 7, which is not text17
-    }
+/// The storage kind of an attribute; null for one that no reader knows.
+const StorageKind* storedAs(DB_TYPE type, int num, char storage) {
+    static constexpr StorageKind kLongText{6, type_str17};
+    const auto* const row =
+        std::ranges::find(kStorageKinds, static_cast<std::uint8_t>(storage), &StorageKind::number);
+    if (row == kStorageKinds.end()) return nullptr;
+    const bool isLong = type == DB_HI && num == kLongTextOfHI && row->valueType == type_str9;
+    return isLong ? &kLongText : row;
 }
 
 constexpr bool offsetsFitAByte() {
@@ -171,20 +158,20 @@ AtrPlace placeOf(DB_TYPE type, const ListAllVar& entry, int num, std::size_t rec
     if (kind < 1 || kind > entry.Num)
         return failedPlace(fault, kOffsets, num, "kind " + std::to_string(kind));
 
-    const auto stored = storedAs(
-        type, num,
-        static_cast<std::uint8_t>(entry.AtrType[static_cast<std::size_t>(kind - 1)].TypeAtr));
-    if (stored.storage == Storage::none) return {};
-    const bool inside = atr.Offset >= 0 && stored.size <= recordSize &&
-                        static_cast<std::size_t>(atr.Offset) <= recordSize - stored.size;
+    const StorageKind* const stored =
+        storedAs(type, num, entry.AtrType[static_cast<std::size_t>(kind - 1)].TypeAtr);
+    if (stored == nullptr) return {};
+    const std::size_t size = valueSize(stored->valueType);
+    const bool inside = atr.Offset >= 0 && size <= recordSize &&
+                        static_cast<std::size_t>(atr.Offset) <= recordSize - size;
     if (!inside)
         return failedPlace(fault, kOffsets, num,
-                           std::to_string(stored.size) + " bytes at " + std::to_string(atr.Offset) +
+                           std::to_string(size) + " bytes at " + std::to_string(atr.Offset) +
                                " are not inside a record of " + std::to_string(recordSize));
 
-    AtrPlace place{static_cast<std::uint8_t>(atr.Offset), 0, stored.storage,
-                   static_cast<std::uint8_t>(stored.valueType)};
-    if (stored.storage != Storage::bit) return place;
+    AtrPlace place{static_cast<std::uint8_t>(atr.Offset), 0, static_cast<std::uint8_t>(size),
+                   static_cast<std::uint8_t>(stored->valueType)};
+    if (!stored->isBit) return place;
     if (atr.NumBit < 0 || atr.NumBit > 7)
         return failedPlace(fault, kOffsets, num, "bit " + std::to_string(atr.NumBit));
     place.mask = static_cast<std::uint8_t>(1U << static_cast<unsigned>(atr.NumBit));

@@ -31,7 +31,7 @@ struct DscAtr {
 
 struct DscAtrType {
     std::int16_t NumAtr;  // 0
-    char TypeAtr;         // 2  storage kind, see Storage
+    char TypeAtr;         // 2  storage kind, see StorageKind
 };
 
 #pragma pack(pop)
@@ -50,23 +50,25 @@ struct ListAllVar {
     std::vector<DscAtrType> AtrType;
 };
 
-/// How a passport field is stored. bit to text9 have the numbers that the files use. text17 and
-/// none are ours: in the files a 7 is a kind of other programs, not text17.
-enum class Storage : std::uint8_t {
-    bit = 0,
-    byte = 1,
-    word = 2,
-    real = 3,
-    text9 = 6,
-    text17,
-    none
+/// How a passport field is stored. The numbers are those of the files; readers know no others.
+struct StorageKind {
+    std::uint8_t number;
+    TYPE_VAL valueType;  // with which it is read, and whose size it has
+    bool isBit = false;  // one of the byte's bits only
 };
+inline constexpr auto kStorageKinds = std::to_array<StorageKind>({
+    {0, type_char, true},
+    {1, type_char},
+    {2, type_short},
+    {3, type_float},
+    {6, type_str9},
+});
 
 /// Where an attribute lies and how it is read: a description that was checked against its record.
 struct AtrPlace {
-    std::uint8_t offset = 0;  // bytes; every record is shorter than 256
-    std::uint8_t mask = 0;    // of its bit, Storage::bit only
-    Storage storage = Storage::none;
+    std::uint8_t offset = 0;        // bytes; every record is shorter than 256
+    std::uint8_t mask = 0;          // of its bit; 0: the attribute is not a bit
+    std::uint8_t size = 0;          // bytes; 0: the attribute cannot be read
     std::uint8_t valueType = none;  // TYPE_VAL
 };
 
@@ -93,8 +95,8 @@ struct AtrFiles {
 
 /// Checks an attribute of a type against a record of `recordSize` bytes.
 /// @param num    attribute, from 1 to entry.Num
-/// @param fault  may be null; receives what is wrong with the description. An unknown storage kind
-///               is not a fault.
-/// @return its place; storage and value type `none` when it has none in such a record.
+/// @param fault  may be null; receives what is wrong with the description. A storage kind that no
+///               reader knows is no fault.
+/// @return its place; of size 0 and value type `none` when it has none in such a record.
 [[nodiscard]] AtrPlace placeOf(DB_TYPE type, const ListAllVar& entry, int num,
                                std::size_t recordSize, AtrFault* fault);

@@ -114,7 +114,7 @@ void CVeskBDSh::addTable(unsigned type, std::uint32_t count) {
     const TableRow* const row = tableRow(type);
     if (row == nullptr || count == 0) return;
     auto table = newTypeVars(type);
-    const std::size_t valueBytes = elementSize(row->valueType);
+    const std::size_t valueBytes = valueSize(row->valueType);
     table->InitPasp(attachArray(row->passportIndex, count, row->passportSize));
     table->InitCurDat(attachArray(row->curDatIndex, count, valueBytes));
     table->InitCurVal(attachArray(row->curValIndex, count, valueBytes));

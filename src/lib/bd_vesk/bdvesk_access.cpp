@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 
@@ -51,28 +52,10 @@ TYPE_VAL CVeskBDSh::getTypeAtr(SVariable var) {
 
 static inline void readField(const std::uint8_t* field, AtrPlace place, SVal& out) {
     out.type_val = static_cast<TYPE_VAL>(place.valueType);
-    switch (place.storage) {
-        case Storage::bit:
-            out.value.uch = (loadField<std::uint8_t>(field) & place.mask) != 0;
-            break;
-        case Storage::byte:
-            out.value.uch = loadField<std::uint8_t>(field);
-            break;
-        case Storage::word:
-            out.value.sh = loadField<std::int16_t>(field);
-            break;
-        case Storage::real:
-            out.value.fl = loadField<float>(field);
-            break;
-        case Storage::text9:
-            std::memcpy(out.value.str9, field, sizeof(out.value.str9));
-            break;
-        case Storage::text17:
-            std::memcpy(out.value.str17, field, sizeof(out.value.str17));
-            break;
-        case Storage::none:
-            break;
-    }
+    if (place.mask != 0)
+        out.value.uch = (loadField<std::uint8_t>(field) & place.mask) != 0;
+    else
+        loadBytes(&out.value, field, place.size);
 }
 
 BOOL CVeskBDSh::read(Address at, SVal* out, Source source) const {
@@ -137,28 +120,9 @@ void CVeskBDSh::Read(std::uint8_t type, std::uint16_t num, std::uint16_t num_atr
 static void writeField(std::uint8_t* field, AtrPlace place, const SVal& val) {
     SVal stored(static_cast<TYPE_VAL>(place.valueType));
     stored = val;
-    switch (place.storage) {
-        case Storage::bit:
-            storeBits(field, place.mask, stored.value.uch != 0);
-            break;
-        case Storage::byte:
-            storeField<std::uint8_t>(field, stored.value.uch);
-            break;
-        case Storage::word:
-            storeField<std::int16_t>(field, stored.value.sh);
-            break;
-        case Storage::real:
-            storeField<float>(field, stored.value.fl);
-            break;
-        // KEPT: only the first 9 bytes of the 17-byte text are written, though all 17 are read.
-        // Required by the interface.
-        case Storage::text9:
-        case Storage::text17:
-            std::memcpy(field, &stored.value, sizeof(stored.value.str9));
-            break;
-        case Storage::none:
-            break;
-    }
+    if (place.mask != 0) return storeBits(field, place.mask, stored.value.uch != 0);
+    // KEPT: of the text of 17 bytes only the first 9 are written, though all 17 are read.
+    storeBytes(field, &stored.value, std::min<std::size_t>(place.size, sizeof(stored.value.str9)));
 }
 
 BOOL CVeskBDSh::setDat(SVariable var, SVal val) {
@@ -188,28 +152,6 @@ BOOL CVeskBDSh::setDatScale(SVariable var, SVal val, float low, float high) {
 }
 
 // ---- Change detection --------------------------------------------------------------------------
-
-static std::size_t valueSize(TYPE_VAL type) {
-    switch (type) {
-        case type_char:
-        case type_uchar:
-            return sizeof(std::uint8_t);
-        case type_short:
-        case type_ushort:
-            return sizeof(std::int16_t);
-        case type_int:
-        case type_uint:
-        case type_float:
-            return sizeof(float);
-        case type_str9:
-            return sizeof(UTypeValue::str9);
-        case type_str17:
-            return sizeof(UTypeValue::str17);
-        case none:
-            break;
-    }
-    return 0;
-}
 
 bool CVeskBDSh::isChanged(std::uint8_t type, const SVal& now, const SVal& last) const {
     if (now.type_val != last.type_val) return true;

@@ -2,82 +2,71 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <charconv>
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
 #include <limits>
-#include <string_view>
 
 namespace {
 
+static_assert(std::endian::native == std::endian::little, "a number's low bytes come first");
+
 /// The source of an assignment, read once: every destination type is made from one of these.
 struct Reading {
-    enum class Kind { nothing, integer, real, text };
-    Kind kind = Kind::nothing;
+    ValueForm form = ValueForm::nothing;
     std::int64_t integer = 0;
-    float real = 0;
+    double real = 0;
     std::size_t textSize = 0;
     std::array<char, sizeof(UTypeValue) + 1> text{};  // NUL-terminated, whatever the field holds
 };
 
-Reading integerReading(std::int64_t value) {
-    Reading reading;
-    reading.kind = Reading::Kind::integer;
-    reading.integer = value;
-    return reading;
+std::int64_t integerOf(const UTypeValue& value, const ValueType& type) {
+    std::uint64_t bytes = 0;
+    std::memcpy(&bytes, &value, type.size);
+    if (type.form == ValueForm::unsignedInteger) return static_cast<std::int64_t>(bytes);
+    const auto spare = static_cast<int>(8 * (sizeof(bytes) - type.size));
+    return static_cast<std::int64_t>(bytes << spare) >> spare;
 }
 
-Reading realReading(float value) {
-    Reading reading;
-    reading.kind = Reading::Kind::real;
-    reading.real = value;
-    return reading;
-}
-
-Reading textReading(const UTypeValue& value, std::size_t size) {
-    Reading reading;
-    reading.kind = Reading::Kind::text;
-    reading.textSize = size;
-    std::memcpy(reading.text.data(), &value, size);
-    return reading;
+double realOf(const UTypeValue& value, const ValueType& type) {
+    if (type.size == sizeof(value.fl)) return static_cast<double>(value.fl);
+    double real = 0;
+    std::memcpy(&real, &value, sizeof(real));
+    return real;
 }
 
 Reading readingOf(const SVal& src) {
-    switch (src.type_val) {
-        // KEPT: a char is read as unsigned, so -1 counts as 255. Required by the interface.
-        case type_char:
-        case type_uchar:
-            return integerReading(src.value.uch);
-        case type_short:
-            return integerReading(src.value.sh);
-        case type_ushort:
-            return integerReading(src.value.ush);
-        case type_int:
-            return integerReading(src.value.i);
-        case type_uint:
-            return integerReading(src.value.ui);
-        case type_float:
-            return realReading(src.value.fl);
-        case type_str9:
-            return textReading(src.value, sizeof(src.value.str9));
-        case type_str17:
-            return textReading(src.value, sizeof(src.value.str17));
-        case none:
+    const ValueType& type = valueTypeRow(src.type_val);
+    Reading reading;
+    reading.form = type.form;
+    switch (type.form) {
+        case ValueForm::signedInteger:
+        case ValueForm::unsignedInteger:
+            reading.integer = integerOf(src.value, type);
+            break;
+        case ValueForm::real:
+            reading.real = realOf(src.value, type);
+            break;
+        case ValueForm::text:
+            reading.textSize = type.size;
+            std::memcpy(reading.text.data(), &src.value, type.size);
+            break;
+        case ValueForm::nothing:
             break;
     }
-    return {};
+    return reading;
 }
 
 /// Truncates toward zero; saturates at the limits of Int, 0 for what is not a number.
 template <class Int>
-Int truncated(float value) {
+Int truncated(double value) {
     static_assert(sizeof(Int) == 4);
     using Limits = std::numeric_limits<Int>;
     if (std::isnan(value)) return 0;
-    // The largest Int cannot be represented as a float; the power of two above it can.
-    if (value >= static_cast<float>(Limits::max())) return Limits::max();
-    if (value <= static_cast<float>(Limits::min())) return Limits::min();
+    if (value >= static_cast<double>(Limits::max())) return Limits::max();
+    if (value <= static_cast<double>(Limits::min())) return Limits::min();
     return static_cast<Int>(value);
 }
 
@@ -85,84 +74,71 @@ Int truncated(float value) {
 /// @param Wide  32-bit type at whose limits a float saturates
 template <class Wide>
 std::int64_t asInteger(const Reading& from) {
-    switch (from.kind) {
-        case Reading::Kind::integer:
-            return from.integer;
-        case Reading::Kind::real:
-            return truncated<Wide>(from.real);
-        // As atoi on the controller: the digits are read as a long and cut to an int.
-        case Reading::Kind::text:
-            return static_cast<std::int32_t>(std::strtol(from.text.data(), nullptr, 10));
-        case Reading::Kind::nothing:
-            break;
-    }
-    return 0;
+    if (from.form == ValueForm::real) return truncated<Wide>(from.real);
+    // As atoi on the controller: the digits as a long, of which an int is kept.
+    if (from.form == ValueForm::text)
+        return static_cast<std::int32_t>(std::strtol(from.text.data(), nullptr, 10));
+    return from.integer;
 }
 
-float asFloat(const Reading& from) {
-    switch (from.kind) {
-        case Reading::Kind::integer:
-            return static_cast<float>(from.integer);
-        case Reading::Kind::real:
-            return from.real;
-        case Reading::Kind::text:
-            return static_cast<float>(std::strtod(from.text.data(), nullptr));
-        case Reading::Kind::nothing:
-            break;
-    }
-    return 0;
+double asReal(const Reading& from) {
+    if (from.form == ValueForm::real) return from.real;
+    if (from.form == ValueForm::text) return std::strtod(from.text.data(), nullptr);
+    return static_cast<double>(from.integer);
+}
+
+void putReal(UTypeValue& to, std::size_t size, double real) {
+    const auto single = static_cast<float>(real);
+    if (size == sizeof(single))
+        std::memcpy(&to, &single, sizeof(single));
+    else
+        std::memcpy(&to, &real, sizeof(real));
 }
 
 /// Fills a text field of `size` bytes. A text copied from a shorter field leaves the rest of it as
 /// it was; a number fills it with zeros.
 void putText(UTypeValue& to, std::size_t size, const Reading& from) {
-    if (from.kind == Reading::Kind::text) {
+    if (from.form == ValueForm::text) {
         std::memcpy(&to, from.text.data(), std::min(size, from.textSize));
         return;
     }
-    std::array<char, sizeof(UTypeValue)> digits{};
+    std::array<char, sizeof(UTypeValue) + 4> digits{};  // all that an int64 may need
     std::to_chars(digits.data(), digits.data() + digits.size(), asInteger<std::int32_t>(from));
     std::memcpy(&to, digits.data(), size);
 }
 
 void put(SVal& to, const Reading& from) {
-    switch (to.type_val) {
-        case type_char:
-        case type_uchar:
-            to.value.uch = static_cast<std::uint8_t>(asInteger<std::uint32_t>(from));
+    const ValueType& type = valueTypeRow(to.type_val);
+    switch (type.form) {
+        case ValueForm::signedInteger:
+        case ValueForm::unsignedInteger: {
+            const std::int64_t integer = type.form == ValueForm::signedInteger
+                                             ? asInteger<std::int32_t>(from)
+                                             : asInteger<std::uint32_t>(from);
+            std::memcpy(static_cast<void*>(&to.value), &integer, type.size);
             break;
-        case type_short:
-            to.value.sh = static_cast<std::int16_t>(asInteger<std::int32_t>(from));
+        }
+        case ValueForm::real:
+            putReal(to.value, type.size, asReal(from));
             break;
-        case type_ushort:
-            to.value.ush = static_cast<std::uint16_t>(asInteger<std::uint32_t>(from));
+        case ValueForm::text:
+            putText(to.value, type.size, from);
             break;
-        case type_int:
-            to.value.i = static_cast<std::int32_t>(asInteger<std::int32_t>(from));
-            break;
-        case type_uint:
-            to.value.ui = static_cast<std::uint32_t>(asInteger<std::uint32_t>(from));
-            break;
-        case type_float:
-            to.value.fl = asFloat(from);
-            break;
-        case type_str9:
-            putText(to.value, sizeof(to.value.str9), from);
-            break;
-        case type_str17:
-            putText(to.value, sizeof(to.value.str17), from);
-            break;
-        case none:
+        case ValueForm::nothing:
             break;
     }
 }
 
 }  // namespace
 
-// NOLINTNEXTLINE(bugprone-unhandled-self-assignment): the source is read before anything is written
+// NOLINTNEXTLINE(bugprone-unhandled-self-assignment): a value has its own form, so its bytes stay
 SVal& SVal::operator=(const SVal& src) {
     if (type_val == none) type_val = src.type_val;
-    const Reading from = readingOf(src);
-    if (from.kind != Reading::Kind::nothing) put(*this, from);
+    const ValueType& from = valueTypeRow(src.type_val);
+    const ValueType& to = valueTypeRow(type_val);
+    if (from.form == to.form && from.size == to.size)
+        std::memmove(static_cast<void*>(&value), &src.value, to.size);  // every bit, of NaN too
+    else if (from.form != ValueForm::nothing)
+        put(*this, readingOf(src));
     return *this;
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <type_traits>
@@ -42,6 +43,50 @@ enum TYPE_VAL : std::int32_t {
     type_str9 = 8,
     type_str17 = 9,
 };
+
+/// What the bytes of a value are. SVal::operator= converts one form into another.
+enum class ValueForm : std::uint8_t { nothing, signedInteger, unsignedInteger, real, text };
+
+/// What there is to know of a value type. Numbers have 1, 2, 4 or 8 bytes, texts up to 17.
+struct ValueType {
+    TYPE_VAL type;
+    std::size_t size;  // bytes
+    ValueForm form;
+};
+
+// clang-format off
+inline constexpr auto kValueTypes = std::to_array<ValueType>({
+    {none,        0, ValueForm::nothing},
+    // KEPT: a char is read as unsigned, so -1 counts as 255. Required by the interface.
+    {type_char,   1, ValueForm::unsignedInteger},
+    {type_uchar,  1, ValueForm::unsignedInteger},
+    {type_short,  2, ValueForm::signedInteger},
+    {type_ushort, 2, ValueForm::unsignedInteger},
+    {type_int,    4, ValueForm::signedInteger},
+    {type_uint,   4, ValueForm::unsignedInteger},
+    {type_float,  4, ValueForm::real},
+    {type_str9,   9, ValueForm::text},
+    {type_str17, 17, ValueForm::text},
+});
+// clang-format on
+
+[[nodiscard]] constexpr bool valueTypesInOrder() {
+    for (std::size_t i = 0; i < kValueTypes.size(); ++i)
+        if (kValueTypes[i].type != static_cast<TYPE_VAL>(i)) return false;
+    return true;
+}
+static_assert(valueTypesInOrder(), "kValueTypes is indexed by TYPE_VAL");
+
+/// The row of a value type; that of `none` for a number that is no type.
+[[nodiscard]] constexpr const ValueType& valueTypeRow(TYPE_VAL type) {
+    const auto index = static_cast<std::size_t>(type);
+    return index < kValueTypes.size() ? kValueTypes[index] : kValueTypes[none];
+}
+
+/// Bytes of a value.
+[[nodiscard]] constexpr std::size_t valueSize(TYPE_VAL type) {
+    return valueTypeRow(type).size;
+}
 
 #pragma pack(push, 1)
 

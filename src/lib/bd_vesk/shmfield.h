@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <cstring>
 #include <type_traits>
@@ -33,6 +34,46 @@ inline void storeField(void* field, T value) noexcept {
         __atomic_store(static_cast<T*>(field), &value, __ATOMIC_RELAXED);
     else
         std::memcpy(field, &value, sizeof(T));
+}
+
+/// Copies `size` bytes of a field out. What has the size of a number is loaded as one.
+inline void loadBytes(void* to, const void* field, std::size_t size) noexcept {
+    const auto loadAs = [&]<class T>(T value) {
+        value = loadField<T>(field);
+        std::memcpy(to, &value, sizeof(T));
+    };
+    switch (size) {
+        case sizeof(std::uint8_t):
+            return loadAs(std::uint8_t{});
+        case sizeof(std::uint16_t):
+            return loadAs(std::uint16_t{});
+        case sizeof(std::uint32_t):
+            return loadAs(std::uint32_t{});
+        case sizeof(std::uint64_t):
+            return loadAs(std::uint64_t{});
+        default:
+            std::memcpy(to, field, size);
+    }
+}
+
+/// Copies `size` bytes into a field, as loadBytes does.
+inline void storeBytes(void* field, const void* from, std::size_t size) noexcept {
+    const auto storeAs = [&]<class T>(T value) {
+        std::memcpy(&value, from, sizeof(T));
+        storeField<T>(field, value);
+    };
+    switch (size) {
+        case sizeof(std::uint8_t):
+            return storeAs(std::uint8_t{});
+        case sizeof(std::uint16_t):
+            return storeAs(std::uint16_t{});
+        case sizeof(std::uint32_t):
+            return storeAs(std::uint32_t{});
+        case sizeof(std::uint64_t):
+            return storeAs(std::uint64_t{});
+        default:
+            std::memcpy(field, from, size);
+    }
 }
 
 /// Sets or clears the bits of `mask`; other processes write the byte's other bits.

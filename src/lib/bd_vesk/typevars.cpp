@@ -6,37 +6,15 @@
 
 namespace {
 
-/// Copies one element of current data or current value. The side in shared memory is accessed in
-/// one piece; the other side may have any alignment.
-template <class T>
-void readElement(const void* shared, void* dst) {
-    const T value = loadField<T>(shared);
-    std::memcpy(dst, &value, sizeof(T));
-}
-
-template <class T>
-void writeElement(void* shared, const void* src) {
-    T value;
-    std::memcpy(&value, src, sizeof(T));
-    storeField<T>(shared, value);
-}
-
-template <TYPE_VAL Type>
-using ElementOf =
-    std::conditional_t<elementSize(Type) == 4, std::uint32_t,
-                       std::conditional_t<elementSize(Type) == 2, std::uint16_t, std::uint8_t>>;
-
-template <TYPE_VAL Type>
-BOOL getElement(const void* shared, void* dst) {
+BOOL getElement(const void* shared, void* dst, std::size_t size) {
     if (shared == nullptr || dst == nullptr) return 0;
-    readElement<ElementOf<Type>>(shared, dst);
+    loadBytes(dst, shared, size);
     return 1;
 }
 
-template <TYPE_VAL Type>
-BOOL setElement(void* shared, const void* src) {
+BOOL setElement(void* shared, const void* src, std::size_t size) {
     if (shared == nullptr || src == nullptr) return 0;
-    writeElement<ElementOf<Type>>(shared, src);
+    storeBytes(shared, src, size);
     return 1;
 }
 
@@ -74,7 +52,7 @@ void* CTypeOf<Code>::getAdrPasp(std::uint16_t num) {
 template <DB_TYPE Code>
 void* CTypeOf<Code>::getAdrCurDat(std::uint16_t num) {
     if constexpr (kTables[Code - 1].curDatIndex != 0)
-        return elementAt(arrays.PtrCurDat, num, Num, elementSize(kTables[Code - 1].valueType));
+        return elementAt(arrays.PtrCurDat, num, Num, valueSize(kTables[Code - 1].valueType));
     else
         return CTypeOf::getAdrCurVal(num);
 }
@@ -83,7 +61,7 @@ template <DB_TYPE Code>
 void* CTypeOf<Code>::getAdrCurVal(std::uint16_t num) {
     constexpr const TableRow& kRow = kTables[Code - 1];
     if constexpr (kRow.curValIndex != 0) {
-        return elementAt(arrays.PtrCurVal, num, Num, elementSize(kRow.valueType));
+        return elementAt(arrays.PtrCurVal, num, Num, valueSize(kRow.valueType));
     } else {
         void* const passport = CTypeOf::getAdrPasp(num);
         return passport == nullptr ? nullptr
@@ -101,12 +79,12 @@ BOOL CTypeOf<Code>::getPasp(std::uint16_t num, void* dst) {
 
 template <DB_TYPE Code>
 BOOL CTypeOf<Code>::getCurDat(std::uint16_t num, void* dst) {
-    return getElement<kTables[Code - 1].valueType>(CTypeOf::getAdrCurDat(num), dst);
+    return getElement(CTypeOf::getAdrCurDat(num), dst, valueSize(kTables[Code - 1].valueType));
 }
 
 template <DB_TYPE Code>
 BOOL CTypeOf<Code>::getCurVal(std::uint16_t num, void* dst) {
-    return getElement<kTables[Code - 1].valueType>(CTypeOf::getAdrCurVal(num), dst);
+    return getElement(CTypeOf::getAdrCurVal(num), dst, valueSize(kTables[Code - 1].valueType));
 }
 
 template <DB_TYPE Code>
@@ -119,7 +97,7 @@ BOOL CTypeOf<Code>::setPasp(std::uint16_t num, void* src) {
 
 template <DB_TYPE Code>
 BOOL CTypeOf<Code>::setCurDat(std::uint16_t num, void* src) {
-    return setElement<kTables[Code - 1].valueType>(CTypeOf::getAdrCurDat(num), src);
+    return setElement(CTypeOf::getAdrCurDat(num), src, valueSize(kTables[Code - 1].valueType));
 }
 
 template <DB_TYPE Code>
@@ -145,46 +123,21 @@ BOOL CTypeOf<Code>::setCurDatScale(std::uint16_t num, void* src, float low, floa
 
 template <DB_TYPE Code>
 BOOL CTypeOf<Code>::setCurVal(std::uint16_t num, void* src) {
-    return setElement<kTables[Code - 1].valueType>(CTypeOf::getAdrCurVal(num), src);
+    return setElement(CTypeOf::getAdrCurVal(num), src, valueSize(kTables[Code - 1].valueType));
 }
 
+#define VESK_CASE(Name) \
+    case DB_##Name:     \
+        return std::make_unique<CType##Name>();
 std::unique_ptr<CTypeVars> newTypeVars(unsigned code) {
     switch (code) {
-        case DB_VA:
-            return std::make_unique<CTypeVA>();
-        case DB_AV:
-            return std::make_unique<CTypeAV>();
-        case DB_HI:
-            return std::make_unique<CTypeHI>();
-        case DB_DI:
-            return std::make_unique<CTypeDI>();
-        case DB_DO:
-            return std::make_unique<CTypeDO>();
-        case DB_TH:
-            return std::make_unique<CTypeTH>();
-        case DB_TM:
-            return std::make_unique<CTypeTM>();
-        case DB_TS:
-            return std::make_unique<CTypeTS>();
-        case DB_FV:
-            return std::make_unique<CTypeFV>();
-        case DB_IV:
-            return std::make_unique<CTypeIV>();
-        case DB_LV:
-            return std::make_unique<CTypeLV>();
+        VESK_TABLES(VESK_CASE)
         default:
             return nullptr;
     }
 }
+#undef VESK_CASE
 
-template class CTypeOf<DB_VA>;
-template class CTypeOf<DB_AV>;
-template class CTypeOf<DB_HI>;
-template class CTypeOf<DB_DI>;
-template class CTypeOf<DB_DO>;
-template class CTypeOf<DB_TH>;
-template class CTypeOf<DB_TM>;
-template class CTypeOf<DB_TS>;
-template class CTypeOf<DB_FV>;
-template class CTypeOf<DB_IV>;
-template class CTypeOf<DB_LV>;
+#define VESK_DEFINE(Name) template class CTypeOf<DB_##Name>;
+VESK_TABLES(VESK_DEFINE)
+#undef VESK_DEFINE

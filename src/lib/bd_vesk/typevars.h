@@ -50,11 +50,6 @@ inline constexpr std::array<TableRow, kTypeCount> kTables{{
 }
 static_assert(rowsInCodeOrder(), "kTables is indexed by type code - 1");
 
-/// Bytes of one element of an array of current data or current values.
-[[nodiscard]] constexpr std::size_t elementSize(TYPE_VAL type) {
-    return type == type_float ? sizeof(float) : type == type_short ? sizeof(std::int16_t) : 1;
-}
-
 /// Root of the libraries' classes: nothing but the virtual table.
 class Object {
   public:
@@ -161,22 +156,14 @@ class CTypeOf : public CTypeVars {
     std::uint16_t TypeV = Code;
 };
 
-// clang-format off
-#define VESK_TABLE(Class, Code)                                                              \
-    class Class final : public CTypeOf<Code> {                                               \
-      public:                                                                                \
-        [[nodiscard]] std::size_t SizeOf() const override { return sizeof(*this); }          \
-    }
-VESK_TABLE(CTypeVA, DB_VA);
-VESK_TABLE(CTypeAV, DB_AV);
-VESK_TABLE(CTypeHI, DB_HI);
-VESK_TABLE(CTypeDI, DB_DI);
-VESK_TABLE(CTypeDO, DB_DO);
-VESK_TABLE(CTypeTH, DB_TH);
-VESK_TABLE(CTypeTM, DB_TM);
-VESK_TABLE(CTypeTS, DB_TS);
-VESK_TABLE(CTypeFV, DB_FV);
-VESK_TABLE(CTypeIV, DB_IV);
-VESK_TABLE(CTypeLV, DB_LV);
+/// The classes by name: ROW(VA) is CTypeVA of the code DB_VA.
+#define VESK_TABLES(ROW) \
+    ROW(VA) ROW(AV) ROW(HI) ROW(DI) ROW(DO) ROW(TH) ROW(TM) ROW(TS) ROW(FV) ROW(IV) ROW(LV)
+
+#define VESK_TABLE(Name)                                                            \
+    class CType##Name final : public CTypeOf<DB_##Name> {                           \
+      public:                                                                       \
+        [[nodiscard]] std::size_t SizeOf() const override { return sizeof(*this); } \
+    };
+VESK_TABLES(VESK_TABLE)
 #undef VESK_TABLE
-// clang-format on

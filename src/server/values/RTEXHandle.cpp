@@ -1,6 +1,8 @@
 #include "server/values/RTEXHandle.h"
 
 #include <algorithm>
+#include <array>
+#include <bit>
 #include <cstdint>
 #include <cstring>
 #include <string>
@@ -26,20 +28,43 @@ SVariable address(VariableType type, int tagNumber, int attrNumber) {
     return variable;
 }
 
+/// How a value type of the database and an OPC UA type stand for each other.
+struct Exchange {
+    TYPE_VAL type;
+    std::size_t publishedAs;      ///< index into UA_TYPES
+    std::uint64_t publishedMask;  ///< bits of a number that are published; 0: it is a text
+    TYPE_VAL writtenAs;           ///< none: a text takes the attribute's own type
+};
+
+constexpr std::uint64_t kByte = 0xFF;
+constexpr std::uint64_t kFourBytes = 0xFFFF'FFFF;
+
+// clang-format off
+constexpr auto kExchanges = std::to_array<Exchange>({
+    {none,        UA_TYPES_COUNT,  0,          none},
+    {type_char,   UA_TYPES_SBYTE,  kByte,      type_char},
+    {type_uchar,  UA_TYPES_BYTE,   kByte,      type_uchar},
+    // KEPT: of a 16-bit value only the low byte is published, 300 reads as 44. Required by the
+    // interface; see docs/values.md.
+    {type_short,  UA_TYPES_INT16,  kByte,      type_short},
+    {type_ushort, UA_TYPES_UINT16, kByte,      type_uint},
+    {type_int,    UA_TYPES_INT32,  kFourBytes, type_int},
+    {type_uint,   UA_TYPES_UINT32, kFourBytes, type_uint},
+    {type_float,  UA_TYPES_FLOAT,  kFourBytes, type_float},
+    {type_str9,   UA_TYPES_STRING, 0,          none},
+    {type_str17,  UA_TYPES_STRING, 0,          none},
+});
+// clang-format on
+
+constexpr bool exchangesInOrder() {
+    for (std::size_t i = 0; i < kExchanges.size(); ++i) {
+        if (kExchanges[i].type != kValueTypes[i].type) return false;
+    }
+    return kExchanges.size() == kValueTypes.size();
+}
+static_assert(exchangesInOrder(), "kExchanges is indexed by TYPE_VAL");
+
 // ---- Reading -----------------------------------------------------------------------------------
-
-template <class T>
-T loadAs(const UTypeValue& bytes) {
-    T result{};
-    static_assert(sizeof(result) <= sizeof(bytes));
-    std::memcpy(&result, &bytes, sizeof(result));
-    return result;
-}
-
-template <class T>
-void setScalar(UA_Variant& value, const T& scalar, std::size_t typeIndex) {
-    (void)setOwnScalar(value, scalar, typeIndex);  // without memory the client gets no value
-}
 
 void setText(UA_Variant& value, const UTypeValue& bytes) {
     char textCp866[kTextBytes];
@@ -52,56 +77,31 @@ void setText(UA_Variant& value, const UTypeValue& bytes) {
 }
 
 void setByType(UA_Variant& value, TYPE_VAL type, const UTypeValue& bytes) {
-    switch (type) {
-        case type_char:
-            return setScalar(value, loadAs<UA_SByte>(bytes), UA_TYPES_SBYTE);
-        case type_uchar:
-            return setScalar(value, loadAs<UA_Byte>(bytes), UA_TYPES_BYTE);
-        // KEPT: of a 16-bit value only the low byte is published, 300 reads as 44. Required by the
-        // interface; see docs/values.md.
-        case type_short:
-            return setScalar<UA_Int16>(value, loadAs<std::uint8_t>(bytes), UA_TYPES_INT16);
-        case type_ushort:
-            return setScalar<UA_UInt16>(value, loadAs<std::uint8_t>(bytes), UA_TYPES_UINT16);
-        case type_int:
-            return setScalar(value, loadAs<UA_Int32>(bytes), UA_TYPES_INT32);
-        case type_uint:
-            return setScalar(value, loadAs<UA_UInt32>(bytes), UA_TYPES_UINT32);
-        case type_float:
-            return setScalar(value, loadAs<UA_Float>(bytes), UA_TYPES_FLOAT);
-        case type_str9:
-        case type_str17:
-            return setText(value, bytes);
-        case none:
-            return;
-    }
+    if (type == none) return;
+    const Exchange& exchange = kExchanges[static_cast<std::size_t>(type)];
+    if (exchange.publishedMask == 0) return setText(value, bytes);
+    // The low bytes come first, so one load and one store serve numbers of every size. The library
+    // reads as many bytes as the type has.
+    std::uint64_t number = 0;
+    std::memcpy(&number, &bytes, sizeof(number));
+    using Bytes = std::array<std::uint8_t, sizeof(number)>;
+    const auto published = std::bit_cast<Bytes>(number & exchange.publishedMask);
+    // Without memory the client sees no value.
+    (void)setOwnScalar(value, published, exchange.publishedAs);
 }
 
 // ---- Writing -----------------------------------------------------------------------------------
 
-template <class T>
-SVal tagged(TYPE_VAL type, T scalar) {
-    SVal result{};
-    result.type_val = type;
-    static_assert(sizeof(scalar) <= sizeof(result.value));
-    std::memcpy(static_cast<void*>(&result.value), &scalar, sizeof(scalar));
-    return result;
-}
-
-/// The number of a variant as the database accepts it; type `none` when it does not accept the
-/// type.
+/// The number of a variant as the database takes it; type `none` when it takes no such type.
 SVal numberFrom(const UA_Variant& value) {
-    const auto scalar = [&]<class T>(T) { return *static_cast<const T*>(value.data); };
-    if (value.type == &UA_TYPES[UA_TYPES_SBYTE]) return tagged(type_char, scalar(UA_SByte{}));
-    if (value.type == &UA_TYPES[UA_TYPES_BYTE]) return tagged(type_uchar, scalar(UA_Byte{}));
-    if (value.type == &UA_TYPES[UA_TYPES_INT16]) return tagged(type_short, scalar(UA_Int16{}));
-    if (value.type == &UA_TYPES[UA_TYPES_UINT16]) {
-        return tagged<UA_UInt32>(type_uint, scalar(UA_UInt16{}));
+    SVal result;
+    for (const Exchange& exchange : kExchanges) {
+        if (exchange.writtenAs == none || value.type != &UA_TYPES[exchange.publishedAs]) continue;
+        result.type_val = exchange.writtenAs;
+        std::memcpy(static_cast<void*>(&result.value), value.data, value.type->memSize);
+        break;
     }
-    if (value.type == &UA_TYPES[UA_TYPES_INT32]) return tagged(type_int, scalar(UA_Int32{}));
-    if (value.type == &UA_TYPES[UA_TYPES_UINT32]) return tagged(type_uint, scalar(UA_UInt32{}));
-    if (value.type == &UA_TYPES[UA_TYPES_FLOAT]) return tagged(type_float, scalar(UA_Float{}));
-    return tagged<char>(none, 0);
+    return result;
 }
 
 /// KEPT: the bytes of the text, tagged with the attribute's own type even when that is a number;
@@ -112,8 +112,7 @@ SVal textFrom(const UA_String& text, TYPE_VAL attributeType) {
     const std::string utf8(textOf(text).substr(0, kTextBytes * kMostUtf8Bytes));
     Utf8ToCP866Converter converter;
     const std::string cp866 = converter.convertUtf8ToCP866_manual(utf8);
-    SVal result{};
-    result.type_val = attributeType;
+    SVal result(attributeType);
     std::memcpy(static_cast<void*>(&result.value), cp866.data(),
                 std::min(cp866.size(), kTextBytes));
     return result;

@@ -25,7 +25,7 @@ TEST(AttributeFiles, LeadToEachFieldOfEachType) {
             const bool isBit = wanted.storage == sim::Storage::bit;
             EXPECT_EQ(got.offset, wanted.offset);
             EXPECT_EQ(got.mask, isBit ? 1U << wanted.bit : 0U);
-            EXPECT_EQ(got.storage, isLong ? Storage::text17 : static_cast<Storage>(wanted.storage));
+            EXPECT_EQ(got.size, isLong ? 17 : sim::elementSize(wanted.storage));
         }
     }
 }
@@ -96,8 +96,8 @@ TEST(AttributeFiles, CutAnywhereKeepTheEntriesBeforeTheCut) {
 }
 
 TEST(AttributePlace, ChecksTheDescriptionAgainstTheRecord) {
-    using Place = std::tuple<int, int, Storage, int>;
-    const Place nowhere{0, 0, Storage::none, none};
+    using Place = std::tuple<int, int, int, int>;
+    const Place nowhere{0, 0, 0, none};
     const struct {
         const char* why;
         DB_TYPE type;
@@ -110,17 +110,17 @@ TEST(AttributePlace, ChecksTheDescriptionAgainstTheRecord) {
         const char* fault = "";
     } cases[] = {
         // clang-format off
-        {"bit 7", DB_VA, 1, 1, 7, 0, 0, 114, {0, 128, Storage::bit, type_char}},
+        {"bit 7", DB_VA, 1, 1, 7, 0, 0, 114, {0, 128, 1, type_char}},
         {"bit 8", DB_VA, 1, 1, 8, 0, 0, 114, nowhere, "bit 8"},
-        {"a word at the end", DB_VA, 1, 1, 0, 112, 2, 114, {112, 0, Storage::word, type_short}},
+        {"a word at the end", DB_VA, 1, 1, 0, 112, 2, 114, {112, 0, 2, type_short}},
         {"a word across the end", DB_VA, 1, 1, 0, 113, 2, 114, nowhere, "2 bytes at 113 are not inside a record of 114"},
         {"before the record", DB_VA, 1, 1, 0, -1, 1, 114, nowhere, "1 bytes at -1 are not inside a record of 114"},
-        {"the long text of HI", DB_HI, 12, 1, 0, 28, 6, 48, {28, 0, Storage::text17, type_str17}},
-        {"11 is a short one", DB_HI, 11, 1, 0, 28, 6, 48, {28, 0, Storage::text9, type_str9}},
-        {"12 of another type too", DB_VA, 12, 1, 0, 28, 6, 114, {28, 0, Storage::text9, type_str9}},
+        {"the long text of HI", DB_HI, 12, 1, 0, 28, 6, 48, {28, 0, 17, type_str17}},
+        {"11 is a short one", DB_HI, 11, 1, 0, 28, 6, 48, {28, 0, 9, type_str9}},
+        {"12 of another type too", DB_VA, 12, 1, 0, 28, 6, 114, {28, 0, 9, type_str9}},
         {"storage of others", DB_VA, 1, 1, 0, 0, 4, 114, nowhere},
         {"kind 0", DB_VA, 1, 0, 0, 0, 1, 114, nowhere, "kind 0"},
-        {"the last kind", DB_VA, 1, 12, 0, 0, 1, 114, {0, 0, Storage::word, type_short}},
+        {"the last kind", DB_VA, 1, 12, 0, 0, 1, 114, {0, 0, 2, type_short}},
         {"kind behind the last", DB_VA, 1, 13, 0, 0, 1, 114, nowhere, "kind 13"},
         {"negative kind", DB_VA, 1, -5, 0, 0, 1, 114, nowhere, "kind -5"},
         // clang-format on
@@ -133,7 +133,7 @@ TEST(AttributePlace, ChecksTheDescriptionAgainstTheRecord) {
         entry.AtrType[0].TypeAtr = static_cast<char>(c.storage);
         AtrFault fault;
         const AtrPlace place = placeOf(c.type, entry, c.num, c.record, &fault);
-        EXPECT_EQ(Place(place.offset, place.mask, place.storage, place.valueType), c.want);
+        EXPECT_EQ(Place(place.offset, place.mask, place.size, place.valueType), c.want);
         EXPECT_EQ(fault.text, c.fault);
         EXPECT_EQ(fault.attribute, fault.text.empty() ? -1 : c.num);
     }

@@ -3,6 +3,7 @@
 #include "tests/unit/lib/bd_vesk/values.h"
 
 constexpr float kNan = std::numeric_limits<float>::quiet_NaN();
+const float kSignallingNan = std::bit_cast<float>(0x7FA00001U);
 constexpr float kInf = std::numeric_limits<float>::infinity();
 
 TEST(SVal, ConvertsAsTheControllerDoes) {
@@ -34,6 +35,7 @@ TEST(SVal, ConvertsAsTheControllerDoes) {
         {"an int saturates below", flt(-kInf), i32(-2147483647 - 1)},
         {"a uint saturates above", flt(4294967296.0F), u32(0xFFFFFFFF)},
         {"what is no number gives 0", flt(kNan), i32(0)},
+        {"a signalling one stays so", flt(kSignallingNan), flt(kSignallingNan)},
         // To floats.
         {"an int", i32(-2147483647 - 1), flt(-2147483648.0F)},
         {"a uint", u32(0xFFFFFFFF), flt(4294967296.0F)},
