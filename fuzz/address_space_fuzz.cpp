@@ -11,11 +11,8 @@
 #include "server/config/ListSections.h"
 #include "server/history/RTEXContext.h"
 #include "server/operative/VarContext.h"
-#include "server/values/VariableTypeAV.h"
-#include "server/values/VariableTypeDV.h"
-#include "server/values/VariableTypeRV.h"
-#include "server/values/VariableTypeVA.h"
-#include "server/values/VariableTypeVD.h"
+#include "server/values/NewVariable.h"
+#include "server/values/UARTEXVariable.h"
 #include "tests/support/controller_database.h"
 
 // The server keeps contexts forever; here they are freed after each input, so that the address
@@ -30,11 +27,10 @@ void VarContext::operator delete(void* context) noexcept {
 namespace {
 
 /// One for each tag of the kind that the database has.
-template <class Kind>
-void addVariables() {
+void addVariables(VariableType kind) {
     int number = 1;
     do {
-        rtexvariable.push_back(std::make_unique<Kind>());
+        rtexvariable.push_back(newVariable(kind));
     } while (rtexvariable.back()->getCountVarFormObj(number++) == 0);
     rtexvariable.pop_back();
 }
@@ -84,11 +80,9 @@ extern "C" int LLVMFuzzerInitialize(int* /*argc*/, char*** /*argv*/) {
     for (std::uint8_t kind = 0; kind < 3; ++kind)  // of manual inputs: number, text, switch
         database.put(ControllerDatabase::Area::passport, 3, kind + 1, 27, kind);
     declareSchema(ListSections::getInstance());
-    addVariables<VariableTypeVA>();
-    addVariables<VariableTypeRV>();
-    addVariables<VariableTypeAV>();
-    addVariables<VariableTypeVD>();
-    addVariables<VariableTypeDV>();
+    for (const VariableType kind : kStartOrder) {
+        addVariables(kind);
+    }
     return 0;
 }
 

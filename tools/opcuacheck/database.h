@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "lib/bd_vesk/bdvstype.h"
-#include "server/kinds/VariableKind.h"
+#include "server/kinds/Kinds.h"
 
 namespace opcuacheck {
 

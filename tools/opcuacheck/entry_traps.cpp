@@ -137,19 +137,20 @@ class EntryTraps : private EntryLooker {
     }
 
     void lookAtAccess(const TagInfo& info) {
-        const AccessAnswer answer =
+        const AccessDecision decision =
             AccessTypeAtr::decideAccess(info.access, info.attributeNumber, type_->access);
-        if (answer.whenOverruled == nullptr) return;
-        static const std::vector<std::string> kTexts{"OPC_READABLE", "OPC_WRITEABLE",
-                                                     "OPC_READABLE+OPC_WRITEABLE",
-                                                     "OPC_WRITEABLE+OPC_READABLE"};
-        if (std::ranges::find(kTexts, info.access) != kTexts.end()) {
+        if (!decision.overruled) return;
+        std::vector<std::string> texts;
+        for (const AccessText& known : kAccessTexts) {
+            texts.emplace_back(known.text);
+        }
+        if (std::ranges::find(texts, info.access) != texts.end()) {
             return add(RuleId::accessReadOnly,
                        {std::to_string(info.attributeNumber), shown(info.access)});
         }
-        const std::string near = nearest(info.access, kTexts);
-        add(RuleId::accessUnknown,
-            {shown(info.access), answer.text, near.empty() ? "OPC_READABLE" : near});
+        const std::string near = nearest(info.access, texts);
+        add(RuleId::accessUnknown, {shown(info.access), std::string(accessTextOf(decision.right)),
+                                    near.empty() ? texts.front() : near});
     }
 
     bool listsAny(const Section& section, VariableType kind) const {

@@ -12,7 +12,6 @@
 #include "server/config/ListSections.h"
 #include "server/config/SectionNames.h"
 #include "server/diagnostics/MsgHandler.h"
-#include "server/kinds/AccessTypeAtr.h"
 #include "server/plan/TagConfig.h"
 #include "server/text/ToUTF8Converter.h"
 
@@ -90,14 +89,11 @@ class ListClipper {
 
 // ---- Items -------------------------------------------------------------------------------------
 
-/// The result for the planned items, which is the same for every tag of the type.
-TypeItems outcomeOf(const ItemPlan& plan, const PublishedType& type) {
+/// What becomes of the planned items: the same for every tag of the type.
+TypeItems outcomeOf(const ItemPlan& plan) {
     TypeItems outcome;
     std::set<std::string> taken;
     for (const ItemPlan::Item& item : plan.items) {
-        const AccessAnswer answer =
-            AccessTypeAtr::decideAccess(item.info.access, item.info.attributeNumber, type.access);
-        if (accessLevelOf(answer.text) == 0) continue;
         outcome.added = true;
         outcome.rolledBack = !taken.insert(item.idTail).second;
         if (!outcome.rolledBack) outcome.items.push_back(item);
@@ -116,7 +112,7 @@ class TreeWork {
     }
 
     void run() {
-        for (const VariableType kind : kWalk) {
+        for (const VariableType kind : kStartOrder) {
             for (int tag = 1; tag <= countOf(kind); ++tag) {
                 if (listsTag(view_.flat[static_cast<std::size_t>(kind)], tag))
                     publish(kind, tag, 0);
@@ -124,7 +120,7 @@ class TreeWork {
         }
         GroupMembership membership(view_.groups);
         if (view_.groups.empty()) return;
-        for (const VariableType kind : kWalk) {
+        for (const VariableType kind : kStartOrder) {
             for (int tag = 1; tag <= countOf(kind); ++tag) {
                 for (const TagGroup* const group : membership.groupsOf(kind, tag)) {
                     publish(kind, tag, group->folderId);
@@ -134,10 +130,6 @@ class TreeWork {
     }
 
   private:
-    /// The order in which start-up makes the variable objects.
-    static constexpr std::array kWalk = {VariableType::VA, VariableType::RV, VariableType::AV,
-                                         VariableType::VD, VariableType::DV};
-
     int countOf(VariableType kind) const {
         return view_.assumedCounts[static_cast<std::size_t>(kind)];
     }
@@ -186,7 +178,7 @@ class TreeWork {
                 return static_cast<std::size_t>(number) <= known.size();
             });
         }
-        return place->second = outcomeOf(makeItemPlan(std::move(entries), type, source), type);
+        return place->second = outcomeOf(makeItemPlan(std::move(entries), type, source));
     }
 
     void noteConflict(VariableType kind, int tag, int groupFolder, int owner) {

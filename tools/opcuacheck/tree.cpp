@@ -4,7 +4,7 @@
 #include <set>
 #include <utility>
 
-#include "server/kinds/AccessTypeAtr.h"
+#include "server/kinds/AccessTables.h"
 #include "server/plan/TreeNames.h"
 #include "tools/opcuacheck/finding.h"
 
@@ -18,11 +18,9 @@ std::string numericId(unsigned number) {
     return "i=" + std::to_string(number);
 }
 
-std::string accessText(std::uint8_t level) {
-    std::string text;
-    if ((level & kReadAccess) != 0) text += 'R';
-    if ((level & kWriteAccess) != 0) text += 'W';
-    return text;
+std::string lettersOf(Access right) {
+    constexpr const char* kLetters[] = {"", "R", "W", "RW"};
+    return kLetters[static_cast<std::size_t>(right)];
 }
 
 class TreeBuilder {
@@ -126,8 +124,6 @@ class TreeBuilder {
     TreeNode itemNode(const PublishedType& type, const ItemPlan::Item& item,
                       const std::string& prefix, const std::string& structId, int depth) const {
         const int number = item.info.attributeNumber;
-        const AccessAnswer answer =
-            AccessTypeAtr::decideAccess(item.info.access, number, type.access);
         std::string dataType;
         if (database_.attributes) {
             const auto& types = (*database_.attributes)[static_cast<std::size_t>(type.kind)];
@@ -140,7 +136,7 @@ class TreeBuilder {
                 depth,
                 true,
                 dataType,
-                accessText(accessLevelOf(answer.text)),
+                lettersOf(item.access.right),
                 false};
     }
 

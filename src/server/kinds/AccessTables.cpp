@@ -14,7 +14,7 @@ AccessTable accessTable(std::initializer_list<NumberRange> ranges) {
     AccessTable table;
     for (const auto& [first, last] : ranges) {
         for (int number = first; number <= last; ++number) {
-            table.emplace(number, number == 1 ? "R" : "RW");
+            table.emplace(number, number == 1 ? Access::read : Access::readWrite);
         }
     }
     return table;

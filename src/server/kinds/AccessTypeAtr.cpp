@@ -1,36 +1,19 @@
 #include "server/kinds/AccessTypeAtr.h"
 
+#include <algorithm>
 #include <cctype>
 #include <cstdio>
-#include <initializer_list>
-#include <string_view>
 
 namespace {
 
-struct Right {
-    std::string_view name;                         ///< as in the access tables
-    std::initializer_list<std::string_view> fits;  ///< texts that may stand in the configuration
-    const char* whenOverruled;                     ///< line on standard output
-    std::string_view answer;                       ///< for a text that does not fit
-};
+constexpr unsigned bits(Access right) {
+    return static_cast<unsigned>(right);
+}
 
-constexpr std::string_view kRead = "OPC_READABLE";
-constexpr std::string_view kWrite = "OPC_WRITEABLE";
-constexpr std::string_view kReadWrite = "OPC_READABLE+OPC_WRITEABLE";
-constexpr std::string_view kError = "Error";
-constexpr std::string_view kWriteRead = "OPC_WRITEABLE+OPC_READABLE";
-
-constexpr std::initializer_list<std::string_view> kFitsRead = {kRead};
-constexpr std::initializer_list<std::string_view> kFitsWrite = {kWrite};
-constexpr std::initializer_list<std::string_view> kFitsBoth = {kReadWrite, kWriteRead, kRead,
-                                                               kWrite};
-
-// The blank at the end of the last line is required by the interface.
-constexpr Right kRights[] = {
-    {"R", kFitsRead, "COME IN R!\n", kRead},
-    {"W", kFitsWrite, "COME IN W!\n", kWrite},
-    {"RW", kFitsBoth, "COME IN RW! \n", kReadWrite},
-};
+// By the bits of the table's right. The blank at the end of the last line is required by the
+// interface.
+constexpr std::array<const char*, 4> kOverruledLines = {"", "COME IN R!\n", "COME IN W!\n",
+                                                        "COME IN RW! \n"};
 
 bool isSpace(char c) {
     return std::isspace(static_cast<unsigned char>(c)) != 0;
@@ -50,33 +33,32 @@ std::string AccessTypeAtr::trim(const std::string& text) {
 
 std::string AccessTypeAtr::checkAccessRights(const std::string& text, int attributeNumber,
                                              const AccessTable& table) {
-    const AccessAnswer answer = decideAccess(text, attributeNumber, table);
-    if (answer.whenOverruled != nullptr) std::fputs(answer.whenOverruled, stdout);
-    return answer.text;
+    const AccessDecision decision = decideAccess(text, attributeNumber, table);
+    printOverruled(decision);
+    // Both orders of the two words ask for the same right; each is answered as it was given.
+    if (decision.right == Access::readWrite && !decision.overruled) return text;
+    return std::string(accessTextOf(decision.right));
 }
 
-AccessAnswer AccessTypeAtr::decideAccess(const std::string& text, int attributeNumber,
-                                         const AccessTable& table) {
-    // KEPT: only the test for "default" uses the trimmed text. " OPC_READABLE" fits nothing, so the
-    // table's right is used; and "default" is accepted even for attributes that are in no table.
-    // Required by the interface.
-    if (trim(text) == "default") return {std::string(kRead)};
+AccessDecision AccessTypeAtr::decideAccess(const std::string& text, int attributeNumber,
+                                           const AccessTable& table) {
+    // KEPT: only the test for "default" looks at the trimmed text. " OPC_READABLE" fits nothing, so
+    // the table's right wins; and "default" is answered for attributes that no table holds.
+    if (trim(text) == "default") return {Access::read};
     const auto entry = table.find(attributeNumber);
-    if (entry == table.end()) return {std::string(kError)};
+    if (entry == table.end() || entry->second == Access::none) return {};
 
-    for (const Right& right : kRights) {
-        if (right.name != entry->second) continue;
-        for (const std::string_view fitting : right.fits) {
-            if (text == fitting) return {text};
-        }
-        return {std::string(right.answer), right.whenOverruled};
-    }
-    return {std::string(kError)};
+    const auto* const asked = std::ranges::find(kAccessTexts, text, &AccessText::text);
+    const bool fits =
+        asked != kAccessTexts.end() && (bits(asked->right) & ~bits(entry->second)) == 0;
+    return fits ? AccessDecision{asked->right} : AccessDecision{entry->second, true};
 }
 
-std::uint8_t accessLevelOf(std::string_view answer) {
-    if (answer == kRead) return kReadAccess;
-    if (answer == kWrite) return kWriteAccess;
-    if (answer == kError) return 0;
-    return kReadAccess | kWriteAccess;
+void AccessTypeAtr::printOverruled(const AccessDecision& decision) {
+    if (decision.overruled) std::fputs(kOverruledLines.at(bits(decision.right)), stdout);
+}
+
+std::string_view accessTextOf(Access right) {
+    const auto* const row = std::ranges::find(kAccessTexts, right, &AccessText::right);
+    return row != kAccessTexts.end() ? row->text : "Error";
 }

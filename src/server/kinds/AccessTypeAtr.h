@@ -1,15 +1,27 @@
 #pragma once
 
-#include <cstdint>
+#include <array>
 #include <string>
 #include <string_view>
 
 #include "server/kinds/AccessTables.h"
 
-/// The result for an access text.
-struct AccessAnswer {
-    std::string text;                     ///< as checkAccessRights answers
-    const char* whenOverruled = nullptr;  ///< line for standard output if the text did not fit
+/// The texts that may stand in the configuration, and the right that each asks for.
+struct AccessText {
+    std::string_view text;
+    Access right;
+};
+inline constexpr std::array<AccessText, 4> kAccessTexts{{
+    {"OPC_READABLE", Access::read},
+    {"OPC_WRITEABLE", Access::write},
+    {"OPC_READABLE+OPC_WRITEABLE", Access::readWrite},
+    {"OPC_WRITEABLE+OPC_READABLE", Access::readWrite},
+}};
+
+/// What becomes of an access text.
+struct AccessDecision {
+    Access right = Access::none;  ///< none: no node, the table does not hold the attribute
+    bool overruled = false;       ///< the text did not fit, so the attribute has the table's right
 };
 
 /// Converts the access text of a configuration entry to the node's right. No state.
@@ -18,21 +30,18 @@ class AccessTypeAtr {
     /// The text without white space (as the C library's isspace defines it) at both ends.
     static std::string trim(const std::string& text);
 
-    /// One of "OPC_READABLE", "OPC_WRITEABLE", "OPC_READABLE+OPC_WRITEABLE",
-    /// "OPC_WRITEABLE+OPC_READABLE", or "Error" when the table does not hold the attribute.
-    /// A text that does not fit the attribute's right yields the right itself, and a line on
-    /// standard output.
+    /// The same as decideAccess, as text: one of kAccessTexts, or "Error" for no right. Prints the
+    /// line of an overruled text.
     static std::string checkAccessRights(const std::string& text, int attributeNumber,
                                          const AccessTable& table);
 
-    /// The same, but prints nothing.
-    static AccessAnswer decideAccess(const std::string& text, int attributeNumber,
-                                     const AccessTable& table);
+    /// A text fits when it asks for nothing that the table does not grant.
+    static AccessDecision decideAccess(const std::string& text, int attributeNumber,
+                                       const AccessTable& table);
+
+    /// The line on standard output for an overruled text; nothing for one that fits.
+    static void printOverruled(const AccessDecision& decision);
 };
 
-/// Bits of a node's access level (OPC 10000-3, 8.57).
-inline constexpr std::uint8_t kReadAccess = 1;
-inline constexpr std::uint8_t kWriteAccess = 2;
-
-/// Access level of an answer of checkAccessRights; 0 for "Error": no node.
-std::uint8_t accessLevelOf(std::string_view answer);
+/// The first of kAccessTexts with this right; "Error" for none.
+std::string_view accessTextOf(Access right);

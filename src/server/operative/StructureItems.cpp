@@ -2,7 +2,6 @@
 
 #include <utility>
 
-#include "server/kinds/AccessTypeAtr.h"
 #include "server/opcua/UaHandle.h"
 #include "server/opcua/UaView.h"
 #include "server/operative/VariableAccess.h"
@@ -33,10 +32,10 @@ class ItemAttributes {
 
     /// The texts are not copied: they have to live until the node is added.
     const UA_VariableAttributes& describe(std::string_view name, std::string_view description,
-                                          UA_Byte accessLevel) {
+                                          Access right) {
         attributes_.displayName = uaTextView("ru-RU", name);
         attributes_.description = uaTextView("ru-RU", description);
-        attributes_.accessLevel = accessLevel;
+        attributes_.accessLevel = static_cast<UA_Byte>(right);
         return attributes_;
     }
 
@@ -74,9 +73,7 @@ UA_StatusCode StructureItems::add(UARTEXVariable& variable, int tagNumber,
 
     for (const ItemPlan::Item& item : planOf(*published, sections, source).items) {
         const int attributeNumber = item.info.attributeNumber;
-        const UA_Byte accessLevel = accessLevelOf(
-            AccessTypeAtr::checkAccessRights(item.info.access, attributeNumber, published->access));
-        if (accessLevel == 0) continue;
+        AccessTypeAtr::printOverruled(item.access);  // KEPT: once more for every tag
 
         contexts_->push_back(std::make_unique<VarContext>(&variable, attributeNumber));
         VarContext& context = *contexts_->back();
@@ -89,7 +86,7 @@ UA_StatusCode StructureItems::add(UARTEXVariable& variable, int tagNumber,
         status = UA_Server_addCallbackValueSourceVariableNode(
             space_.server, uaNodeIdView(space_.ns, id), parent, UA_NODEID_NUMERIC(0, kHasComponent),
             uaNameView(space_.ns, item.nameUtf8), UA_NODEID_NUMERIC(0, kBaseDataVariableType),
-            attributes.describe(item.nameUtf8, description, accessLevel), callbacks, &context,
+            attributes.describe(item.nameUtf8, description, item.access.right), callbacks, &context,
             nullptr);
         if (published->kind == VariableType::RV) {
             rvTried_[static_cast<std::size_t>(published->rvType)] = true;

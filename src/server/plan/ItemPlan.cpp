@@ -5,13 +5,16 @@
 
 #include "server/config/ConfigState.h"
 #include "server/config/LineSearch.h"
+#include "server/config/MissingAttrManager.h"
 #include "server/diagnostics/OperatorMessages.h"
 #include "server/kinds/HidenAttr.h"
 #include "server/text/ToUTF8Converter.h"
 
 namespace {
 
-/// Reports an entry whose attribute may not be exported, once per line.
+static_assert(AttrTypeMsgDV + 1 == kKinds.size(), "one for each kind");
+
+/// Reports, once for its line, an entry whose attribute may not be exported.
 void reportRefused(const TagInfo& entry, const EntrySource& source) {
     const std::int32_t line = lineOfEntry(iniFilePath, entry.key, source);
     if (std::ranges::find(usedLines, line) != usedLines.end()) return;
@@ -19,8 +22,9 @@ void reportRefused(const TagInfo& entry, const EntrySource& source) {
     usedLines.push_back(line);
 }
 
-ItemPlan::Item plannedItem(TagInfo entry) {
+ItemPlan::Item plannedItem(TagInfo entry, const AccessTable& table) {
     ItemPlan::Item item;
+    item.access = AccessTypeAtr::decideAccess(entry.access, entry.attributeNumber, table);
     item.nameUtf8 = ToUTF8Converter::convertCP866ToUtf8_manual(entry.name);
     item.descriptionTail = ".A" + std::to_string(entry.attributeNumber);
     item.idTail = "." + item.nameUtf8 + item.descriptionTail;
@@ -42,11 +46,12 @@ ItemPlan makeItemPlan(std::vector<TagInfo> entries, const PublishedType& publish
     for (TagInfo& entry : entries) {
         missAttrManager.addMissingAttr(entry.missing);
         if (entry.key.find(published.marker) == std::string::npos) continue;
-        if (mayBeExported(published, entry.attributeNumber)) {
-            plan.items.push_back(plannedItem(std::move(entry)));
-        } else {
+        if (!mayBeExported(published, entry.attributeNumber)) {
             reportRefused(entry, source);
+            continue;
         }
+        ItemPlan::Item item = plannedItem(std::move(entry), published.access);
+        if (item.access.right != Access::none) plan.items.push_back(std::move(item));
     }
     return plan;
 }

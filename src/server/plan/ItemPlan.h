@@ -5,7 +5,8 @@
 #include <vector>
 
 #include "server/config/EntrySource.h"
-#include "server/kinds/PublishedType.h"
+#include "server/kinds/AccessTypeAtr.h"
+#include "server/kinds/Kinds.h"
 #include "server/plan/TagInfo.h"
 
 /// The configured value variables of one type, evaluated once and applied to each of its tags:
@@ -13,6 +14,7 @@
 struct ItemPlan {
     struct Item {
         TagInfo info;
+        AccessDecision access;  ///< never without a right: such an item gets no node
         std::string nameUtf8;
         std::string idTail;  ///< of the node id, after the structure id: ".<name>.A<number>"
         std::string descriptionTail;  ///< after the structure id: ".A<number>"

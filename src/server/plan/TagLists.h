@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "server/config/Section.h"
-#include "server/kinds/VariableKind.h"
+#include "server/kinds/Kinds.h"
 
 /// Tag numbers of one kind, sorted; the single number -1 means every tag.
 using TagList = std::vector<std::int32_t>;

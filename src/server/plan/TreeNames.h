@@ -5,7 +5,7 @@
 #include <string_view>
 
 #include "server/config/Section.h"
-#include "server/kinds/PublishedType.h"
+#include "server/kinds/Kinds.h"
 
 // Numbers and names of the folders of the address space, for the server, which makes them, and for
 // tools that show in advance what it will make. Texts are UTF-8.

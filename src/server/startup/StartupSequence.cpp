@@ -1,7 +1,6 @@
 #include "server/startup/StartupSequence.h"
 
 #include <cstdio>
-#include <memory>
 
 #include "lib/util/vs_obj.h"
 #include "server/ServerState.h"
@@ -18,12 +17,8 @@
 #include "server/startup/ControllerJournal.h"
 #include "server/supervision/ServiceLevel.h"
 #include "server/text/Cp866Literal.h"
+#include "server/values/NewVariable.h"
 #include "server/values/UARTEXVariable.h"
-#include "server/values/VariableTypeAV.h"
-#include "server/values/VariableTypeDV.h"
-#include "server/values/VariableTypeRV.h"
-#include "server/values/VariableTypeVA.h"
-#include "server/values/VariableTypeVD.h"
 
 namespace {
 
@@ -55,23 +50,14 @@ bool registerProcess() {
     return false;
 }
 
-/// Makes one object per database variable, numbered from 1, up to the first number that the
-/// database does not have.
-template <class VariableOfType>
-void createVariables() {
+/// One object per database variable, numbered from 1, up to the first number that the database does
+/// not have.
+void createVariables(VariableType kind) {
     int number = 1;
     do {
-        rtexvariable.push_back(std::make_unique<VariableOfType>());
+        rtexvariable.push_back(newVariable(kind));
     } while (rtexvariable.back()->getCountVarFormObj(number++) == 0);
     rtexvariable.pop_back();
-}
-
-void createAllVariables() {
-    createVariables<VariableTypeVA>();
-    createVariables<VariableTypeRV>();
-    createVariables<VariableTypeAV>();
-    createVariables<VariableTypeVD>();
-    createVariables<VariableTypeDV>();
 }
 
 /// @return whether any operative tree was built
@@ -133,8 +119,10 @@ int runStartupSequence(void (*returnFreeMemory)()) {
     if (!registerProcess()) return -1;
 
     declareSchema(ListSections::getInstance());
-    (void)IniConfigManager::instance().loadConfig(iniFilePath);  // reports its errors itself
-    createAllVariables();
+    (void)IniConfigManager::instance().loadConfig(iniFilePath);  // reports for itself
+    for (const VariableType kind : kStartOrder) {
+        createVariables(kind);
+    }
 
     const bool operative = publishOperativeData();
     missAttrManager.sendMessage();

@@ -2,7 +2,7 @@
 
 #include <open62541/types.h>
 
-#include "server/kinds/VariableKind.h"
+#include "server/kinds/Kinds.h"
 
 /// Exchanges one attribute of one database variable with an OPC UA variant. Stateless: the database
 /// is `UARTEXVariable::veskdb`, which is not locked; the caller holds the variable's mutex.

@@ -2,7 +2,7 @@
 
 #include <cstring>
 
-#include "server/kinds/PublishedType.h"
+#include "server/kinds/Kinds.h"
 #include "server/plan/ItemPlan.h"
 #include "server/plan/TagConfig.h"
 #include "server/values/RTEXHandle.h"

@@ -5,8 +5,7 @@
 #include <vector>
 
 #include "server/config/EntrySource.h"
-#include "server/kinds/PublishedType.h"
-#include "server/kinds/VariableKind.h"
+#include "server/kinds/Kinds.h"
 #include "server/values/UARTEXVariable.h"
 
 /// Everything that the five kinds share, driven by the kind's row of kKinds.

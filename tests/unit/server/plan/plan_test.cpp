@@ -5,7 +5,8 @@
 
 // What fits the table's right is seen by every client; here is what does not.
 TEST(CheckAccessRights, AnswersTheTablesOwnRightForATextThatDoesNotFit) {
-    const AccessTable table = {{1, "R"}, {2, "RW"}, {3, "W"}, {4, "X"}};
+    const AccessTable table = {
+        {1, Access::read}, {2, Access::readWrite}, {3, Access::write}, {4, Access::none}};
     const struct {
         const char *why, *text;
         int attribute;
@@ -14,7 +15,7 @@ TEST(CheckAccessRights, AnswersTheTablesOwnRightForATextThatDoesNotFit) {
         {"default may be padded", " \tdefault\r\n\v\f", 3, "OPC_READABLE", ""},
         {"default needs no table", "default", 99, "OPC_READABLE", ""},
         {"no such attribute", "OPC_READABLE", 99, "Error", ""},
-        {"unknown right in the table", "OPC_READABLE", 4, "Error", ""},
+        {"no right in the table", "OPC_READABLE", 4, "Error", ""},
         {"fits W", "OPC_WRITEABLE", 3, "OPC_WRITEABLE", ""},
         {"too much for R", "OPC_READABLE+OPC_WRITEABLE", 1, "OPC_READABLE", "COME IN R!\n"},
         {"not for W", "OPC_READABLE", 3, "OPC_WRITEABLE", "COME IN W!\n"},

@@ -1,4 +1,5 @@
 #include "lib/util/shmem.h"
+#include "server/values/NewVariable.h"
 #include "server/values/VariableTypeAV.h"
 #include "server/values/VariableTypeDV.h"
 #include "server/values/VariableTypeRV.h"
@@ -12,23 +13,19 @@ using Area = ControllerDatabase::Area;
 
 namespace {
 
-template <class Variable>
-std::unique_ptr<UARTEXVariable> make() {
-    return std::make_unique<Variable>();
-}
-
-/// What distinguishes the kinds, seen from outside. The type is the row's index.
+/// What distinguishes the kinds, seen from outside.
 const struct Kind {
     std::string word;
-    std::unique_ptr<UARTEXVariable> (*make)();
+    VariableType type;
     int* counter;
     int dbType;
     std::size_t nameOffset;
-} kRows[] = {{"VA", make<VariableTypeVA>, &VariableTypeVA::objectCounterVA, DB_VA, 4},
-             {"AV", make<VariableTypeAV>, &VariableTypeAV::objectCounterAV, DB_AV, 4},
-             {"RV", make<VariableTypeRV>, &VariableTypeRV::objectCounterRV, DB_HI, 0},
-             {"VD", make<VariableTypeVD>, &VariableTypeVD::objectCounterVD, DB_DI, 4},
-             {"DV", make<VariableTypeDV>, &VariableTypeDV::objectCounterDV, DB_DO, 5}};
+    auto make() const { return newVariable(type); }
+} kRows[] = {{"VA", VariableType{0}, &VariableTypeVA::objectCounterVA, 1, 4},
+             {"AV", VariableType{1}, &VariableTypeAV::objectCounterAV, 2, 4},
+             {"RV", VariableType{2}, &VariableTypeRV::objectCounterRV, 3, 0},
+             {"VD", VariableType{3}, &VariableTypeVD::objectCounterVD, 4, 4},
+             {"DV", VariableType{4}, &VariableTypeDV::objectCounterDV, 5, 5}};
 
 class Variables : public testing::Test {
   protected:
@@ -89,7 +86,7 @@ class Unbindable : public VariableOfKind {
 }  // namespace
 
 TEST_F(Variables, OfAnalogOutputsReportWhyTheyAreNotBound) {
-    rtexvariable.push_back(make<Unbindable>());
+    rtexvariable.push_back(std::make_unique<Unbindable>());
     Capture err(STDERR_FILENO);
     EXPECT_EQ(VariableTypeAV().getCountVarFormObj(1), 1);
     EXPECT_THAT(err.text(), HasSubstr("broken"));
@@ -108,8 +105,8 @@ TEST_F(Variables, BindNothingFromAnArrayOfPlainValues) {
         std::fill_n(values, kCount, 1.7F);
         database.announced = {3, 0, 0, 0, 0, kCount};
         UARTEXVariable::veskdb.LoadBD();
-        auto& variable =
-            static_cast<VariableTypeAV&>(*rtexvariable.emplace_back(make<VariableTypeAV>()));
+        rtexvariable.push_back(newVariable(VariableType::AV));
+        auto& variable = static_cast<VariableTypeAV&>(*rtexvariable.back());
         for (const int number : {1, int{kCount}}) {
             EXPECT_EQ(variable.getCountVarFormObj(number), 0) << "the database has that number";
             EXPECT_EQ(variable.getNameCp866(), "");
