@@ -43,14 +43,24 @@ static bool readCount(std::string_view item, Database& database) {
     return true;
 }
 
+/// "va=, av=, rv=, vd= or dv="
+static std::string countKeys(std::string_view beforeLast) {
+    std::string keys;
+    for (const VariableKind& kind : kKinds) {
+        if (&kind != kKinds.begin()) keys += &kind == &kKinds.back() ? beforeLast : ", ";
+        keys += lowered(kind.word) + "=";
+    }
+    return keys;
+}
+
 std::string readCounts(const std::string& text, Database& database, bool russian) {
     for (std::size_t begin = 0; begin <= text.size();) {
         const std::size_t end = std::min(text.find(',', begin), text.size());
         const std::string item = text.substr(begin, end - begin);
         if (!readCount(item, database)) {
             return "\"" + item + "\"" +
-                   (russian ? " — не va=, av=, rv=, vd= или dv= с числом 0.."
-                            : " is not va=, av=, rv=, vd= or dv= with a number 0..") +
+                   (russian ? " — не " + countKeys(" или ") + " с числом 0.."
+                            : " is not " + countKeys(" or ") + " with a number 0..") +
                    std::to_string(kLastTagNumber);
         }
         begin = end + 1;
@@ -99,8 +109,9 @@ std::string readAttributeFiles(const std::string& folder, Database& database, bo
 }
 
 const char* publishedTypeName(TYPE_VAL type) {
-    static constexpr std::array<const char*, 10> kNames{
-        "—", "SByte", "Byte", "Int16", "UInt16", "Int32", "UInt32", "Float", "String", "String"};
+    static constexpr auto kNames = std::to_array<const char*>(
+        {"—", "SByte", "Byte", "Int16", "UInt16", "Int32", "UInt32", "Float", "String", "String"});
+    static_assert(kNames.size() == kValueTypes.size(), "one for each value type");
     const auto index = static_cast<std::size_t>(type);
     return index < kNames.size() ? kNames[index] : kNames[0];
 }
