@@ -9,8 +9,8 @@
 
 namespace sim {
 
-/// One field of a passport record, or a run of equal fields (array elements, bits of a byte).
-/// From these rows come the records, the attribute files and docs/attributes.md.
+/// One field of a passport record, or a run of equal fields (array elements, bits of a byte). The
+/// records, the attribute files and docs/attributes.md are generated from these rows.
 struct FieldRow {
     TypeCode type;
     std::uint16_t number;  // of the first attribute; 0: the field has none

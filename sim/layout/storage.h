@@ -16,9 +16,9 @@ struct StorageRow {
     std::string_view name;  // in docs/attributes.md
 };
 
-/// The attribute files count these rows from 1 as their kinds of attributes. The order is this
-/// controller's own; readers go by the storage that a kind names. The first one also serves the
-/// entries of one value.
+/// The attribute files count these rows from 1 as their kinds of attributes. The order is specific
+/// to this controller; readers use the storage of the kind. The first one is also used by the
+/// entries with one value.
 inline constexpr auto kStorages = std::to_array<StorageRow>({
     {Storage::real, 4, "float"},
     {Storage::byte, 1, "char"},

@@ -50,7 +50,8 @@ struct ListAllVar {
     std::vector<DscAtrType> AtrType;
 };
 
-/// How a passport field is stored. The numbers are those of the files; readers know no others.
+/// How a passport field is stored. The numbers are those of the files, which also use others for
+/// other programs.
 struct StorageKind {
     std::uint8_t number;
     TYPE_VAL valueType;  // with which it is read, and whose size it has

@@ -121,7 +121,8 @@ static void writeField(std::uint8_t* field, AtrPlace place, const SVal& val) {
     SVal stored(static_cast<TYPE_VAL>(place.valueType));
     stored = val;
     if (place.mask != 0) return storeBits(field, place.mask, stored.value.uch != 0);
-    // KEPT: of the text of 17 bytes only the first 9 are written, though all 17 are read.
+    // KEPT: only the first 9 bytes of the 17-byte text are written, though all 17 are read.
+    // Required by the interface.
     storeBytes(field, &stored.value, std::min<std::size_t>(place.size, sizeof(stored.value.str9)));
 }
 

@@ -75,7 +75,7 @@ Int truncated(double value) {
 template <class Wide>
 std::int64_t asInteger(const Reading& from) {
     if (from.form == ValueForm::real) return truncated<Wide>(from.real);
-    // As atoi on the controller: the digits as a long, of which an int is kept.
+    // As atoi on the controller: the digits are read as a long and cut to an int.
     if (from.form == ValueForm::text)
         return static_cast<std::int32_t>(std::strtol(from.text.data(), nullptr, 10));
     return from.integer;

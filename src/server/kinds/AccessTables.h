@@ -6,7 +6,7 @@
 /// A right, in the bits of a node's access level (OPC 10000-3, 8.57).
 enum class Access : std::uint8_t { none = 0, read = 1, write = 2, readWrite = read | write };
 
-/// Attribute number -> right. An attribute that a table does not hold cannot be exported at all.
+/// Attribute number -> right. An attribute that is not in the table cannot be exported at all.
 using AccessTable = std::map<int, Access>;
 
 // Built before main runs, never changed. docs/configuration.md shows them to engineers.

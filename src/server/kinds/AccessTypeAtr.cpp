@@ -42,8 +42,9 @@ std::string AccessTypeAtr::checkAccessRights(const std::string& text, int attrib
 
 AccessDecision AccessTypeAtr::decideAccess(const std::string& text, int attributeNumber,
                                            const AccessTable& table) {
-    // KEPT: only the test for "default" looks at the trimmed text. " OPC_READABLE" fits nothing, so
-    // the table's right wins; and "default" is answered for attributes that no table holds.
+    // KEPT: only the test for "default" uses the trimmed text. " OPC_READABLE" fits nothing, so the
+    // table's right is used; and "default" is accepted even for attributes that are in no table.
+    // Required by the interface.
     if (trim(text) == "default") return {Access::read};
     const auto entry = table.find(attributeNumber);
     if (entry == table.end() || entry->second == Access::none) return {};

@@ -18,9 +18,9 @@ inline constexpr std::array<AccessText, 4> kAccessTexts{{
     {"OPC_WRITEABLE+OPC_READABLE", Access::readWrite},
 }};
 
-/// What becomes of an access text.
+/// The result for an access text.
 struct AccessDecision {
-    Access right = Access::none;  ///< none: no node, the table does not hold the attribute
+    Access right = Access::none;  ///< none: no node, the attribute is not in the table
     bool overruled = false;       ///< the text did not fit, so the attribute has the table's right
 };
 

@@ -95,7 +95,7 @@ struct PublishedType {
     std::uint32_t folderId;       ///< numeric node id of its folder in the server's namespace
     std::string_view folderName;  ///< browse and display name of the folder
     std::string_view itemText;    ///< appended to the path prefix of its value variables
-    std::string_view marker;      ///< with which the keys of its attribute entries begin
+    std::string_view marker;      ///< the keys of its attribute entries begin with it
     const AccessTable& access;
 };
 

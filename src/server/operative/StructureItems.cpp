@@ -73,7 +73,7 @@ UA_StatusCode StructureItems::add(UARTEXVariable& variable, int tagNumber,
 
     for (const ItemPlan::Item& item : planOf(*published, sections, source).items) {
         const int attributeNumber = item.info.attributeNumber;
-        AccessTypeAtr::printOverruled(item.access);  // KEPT: once more for every tag
+        AccessTypeAtr::printOverruled(item.access);  // KEPT: for every tag. Required by the interface
 
         contexts_->push_back(std::make_unique<VarContext>(&variable, attributeNumber));
         VarContext& context = *contexts_->back();

@@ -86,13 +86,14 @@ void setByType(UA_Variant& value, TYPE_VAL type, const UTypeValue& bytes) {
     std::memcpy(&number, &bytes, sizeof(number));
     using Bytes = std::array<std::uint8_t, sizeof(number)>;
     const auto published = std::bit_cast<Bytes>(number & exchange.publishedMask);
-    // Without memory the client sees no value.
+    // Without memory the client gets no value.
     (void)setOwnScalar(value, published, exchange.publishedAs);
 }
 
 // ---- Writing -----------------------------------------------------------------------------------
 
-/// The number of a variant as the database takes it; type `none` when it takes no such type.
+/// The number of a variant as the database accepts it; type `none` when it does not accept the
+/// type.
 SVal numberFrom(const UA_Variant& value) {
     SVal result;
     for (const Exchange& exchange : kExchanges) {
