@@ -13,7 +13,7 @@ namespace sim {
 struct Options {
     Counts counts{80, 12, 24, 60, 24, 10,
                   10, 10, 20, 20, 20};  // by type code: VA AV HI DI DO TH ...
-    std::optional<int> port;            // for the sample opcuasrv.ini; 4840 without it
+    std::optional<int> port;            // for the sample opcuasrv.ini; kFirstPort without it
     std::optional<int> cycleMs;         // else veskkntr.ini, else 100
     std::optional<int> controllerNumber;
     std::optional<std::chrono::seconds> history;  // past to make for the trend archive

@@ -9,6 +9,7 @@
 #include "server/config/SectionNames.h"
 #include "server/kinds/AccessTypeAtr.h"
 #include "server/plan/TagConfig.h"
+#include "server/plan/TagLists.h"
 #include "tools/opcuacheck/finding.h"
 #include "tools/opcuacheck/nearest.h"
 
@@ -22,8 +23,8 @@ using KindSet = std::bitset<kKinds.size()>;  // by VariableType
 KindSet listedKinds(const Section& section) {
     KindSet kinds;
     for (const KeyValue& entry : section.params) {
-        const auto* const kind = std::ranges::find(kKinds, entry.key, &VariableKind::word);
-        if (kind == kKinds.end()) continue;
+        const VariableKind* const kind = kindListedBy(entry.key);
+        if (kind == nullptr) continue;
         const NumberList list = readNumberList(entry.value);
         kinds[static_cast<std::size_t>(kind->type)] =
             list.all || !mergedRanges(list.ranges).empty();
@@ -172,8 +173,8 @@ class EntryTraps : private EntryLooker {
 
     void lookAtKindsWithout(const std::set<const PublishedType*>& configured) {
         for (const KeyValue& entry : section_->params) {
-            const auto* const kind = std::ranges::find(kKinds, entry.key, &VariableKind::word);
-            if (kind == kKinds.end() || !listsAny(*section_, kind->type)) continue;
+            const VariableKind* const kind = kindListedBy(entry.key);
+            if (kind == nullptr || !listsAny(*section_, kind->type)) continue;
             const bool has = std::ranges::any_of(
                 configured, [&](const PublishedType* type) { return type->kind == kind->type; });
             if (has || takesFromOthers(kind->type)) continue;

@@ -5,6 +5,7 @@
 #include "server/config/NumberLists.h"
 #include "server/config/SectionNames.h"
 #include "server/plan/TagConfig.h"
+#include "server/plan/TagLists.h"
 #include "tools/opcuacheck/finding.h"
 
 namespace opcuacheck {
@@ -49,8 +50,8 @@ class ListTraps : private EntryLooker {
 
     void look(const Section& section, const KeyValue& entry) {
         const bool plotter = holdsPlotter(section.name);
-        const auto* const kind = std::ranges::find(kKinds, entry.key, &VariableKind::word);
-        if (plotter ? entry.key != "Pens" : kind == kKinds.end()) return;
+        const VariableKind* const kind = kindListedBy(entry.key);
+        if (plotter ? entry.key != "Pens" : kind == nullptr) return;
         section_ = &section;
         entry_ = &entry;
         const NumberList list = readNumberList(entry.value);

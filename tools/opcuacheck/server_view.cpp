@@ -10,7 +10,6 @@
 #include "server/config/GeneralSettings.h"
 #include "server/config/IniConfigManager.h"
 #include "server/config/ListSections.h"
-#include "server/config/SectionNames.h"
 #include "server/diagnostics/MsgHandler.h"
 #include "server/plan/TagConfig.h"
 #include "server/text/ToUTF8Converter.h"
@@ -78,8 +77,8 @@ class ListClipper {
     /// -1 for a key that is not a list.
     int lastNumber(const std::string& key) const {
         if (key == "Pens") return kLastTagNumber;
-        const auto* const kind = std::ranges::find(kKinds, key, &VariableKind::word);
-        if (kind == kKinds.end()) return -1;
+        const VariableKind* const kind = kindListedBy(key);
+        if (kind == nullptr) return -1;
         return database_.countOf(kind->type).value_or(kLastTagNumber);
     }
 
@@ -233,9 +232,7 @@ void workOutTrees(ServerView& view, const Database& database) {
     if (!view.worked) return;
 
     view.plotters = selectPlotters(sections, std::numeric_limits<std::uint64_t>::max());
-    for (const Section& section : sections) {
-        if (isFlatSection(section.name)) readTagLists(section, view.flat);
-    }
+    view.flat = flatTagLists(sections);
     view.groups = readTagGroups(sections);
     TreeWork(view, sections, database).run();
 }

@@ -5,7 +5,6 @@
 #include <array>
 #include <bitset>
 
-#include "server/config/SectionNames.h"
 #include "server/operative/Folders.h"
 #include "server/operative/Structures.h"
 #include "server/plan/TagLists.h"
@@ -13,14 +12,6 @@
 #include "server/values/UARTEXVariable.h"
 
 namespace {
-
-TagLists flatTagLists(const std::vector<Section>& sections) {
-    TagLists lists;
-    for (const Section& section : sections) {
-        if (isFlatSection(section.name)) readTagLists(section, lists);
-    }
-    return lists;
-}
 
 /// The folder that is removed when the list of its kind is empty. Null for manual inputs, which
 /// have three folders and their own rule.

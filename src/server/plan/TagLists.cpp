@@ -3,13 +3,27 @@
 #include <algorithm>
 
 #include "server/config/NumberLists.h"
+#include "server/config/SectionNames.h"
+
+const VariableKind* kindListedBy(std::string_view key) {
+    const auto* const kind = std::ranges::find(kKinds, key, &VariableKind::word);
+    return kind == kKinds.end() ? nullptr : &*kind;
+}
 
 void readTagLists(const Section& section, TagLists& lists) {
     for (const KeyValue& entry : section.params) {
-        const auto* const kind = std::ranges::find(kKinds, entry.key, &VariableKind::word);
-        if (kind == kKinds.end()) continue;
+        const VariableKind* const kind = kindListedBy(entry.key);
+        if (kind == nullptr) continue;
         lists[static_cast<std::size_t>(kind->type)] = getNumbersTagsOperative(entry.value);
     }
+}
+
+TagLists flatTagLists(const std::vector<Section>& sections) {
+    TagLists lists;
+    for (const Section& section : sections) {
+        if (isFlatSection(section.name)) readTagLists(section, lists);
+    }
+    return lists;
 }
 
 bool listsEveryTag(const TagList& list) {

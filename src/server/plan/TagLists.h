@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cstdint>
+#include <string_view>
 #include <vector>
 
 #include "server/config/Section.h"
@@ -12,9 +13,14 @@ using TagList = std::vector<std::int32_t>;
 /// By VariableType.
 using TagLists = std::array<TagList, kKinds.size()>;
 
-/// Reads a section's keys "VA", "AV", "RV", "VD", "DV" into `lists`; a kind without a key keeps its
-/// list.
+/// The kind whose tags a key of this name lists; null for any other key.
+const VariableKind* kindListedBy(std::string_view key);
+
+/// Reads a section's lists into `lists`; a kind without one keeps what it has.
 void readTagLists(const Section& section, TagLists& lists);
+
+/// The lists of the flat tree.
+TagLists flatTagLists(const std::vector<Section>& sections);
 
 /// Whether the list means every tag.
 bool listsEveryTag(const TagList& list);
