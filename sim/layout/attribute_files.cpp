@@ -107,7 +107,7 @@ std::string attributeTable() {
         << "`offatrs.dat` begins with the count of entries (int16) and one uint32 for each: its\n"
         << "place, counted from byte 2. An entry is the count of attributes (int16), then for\n"
         << "each the kind (int16), the bit (int16), the offset (int32), the length of the name\n"
-        << "(uint16) and the name. `atributs.dat` holds the same entries one behind the other:\n"
+        << "(uint16) and the name. `atributs.dat` holds the same entries one after the other:\n"
         << "the count (int16), then as many pairs of kind (int16) and storage (char). Entry 0\n"
         << "is VA, 1 DI, 2 HI, 5 DO, 7 AV; entries 3, 4 and 6 stand for TH, TM and TS. All\n"
         << "numbers are little-endian.\n";

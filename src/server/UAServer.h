@@ -150,8 +150,8 @@ class UAServer {
     /// @param nodeContext  the node's VarContext; not owned, `varContexts` keeps it
     /// @param value        filled in place: scalar, status from the database quality, source time.
     ///                     The three flags are set whatever the database said.
-    /// @return BADINTERNALERROR without a context (value untouched), else GOOD: a failed database
-    ///         read shows in value->status, never here.
+    /// @return BADINTERNALERROR without a context (value untouched), BADOUTOFMEMORY, else GOOD: a
+    ///         failed database read shows in value->status, never here.
     /// Holds the variable's mutex while it reads. The caller is C: never throws.
     static UA_StatusCode readNodeValue(UA_Server* server, const UA_NodeId* sessionId,
                                        void* sessionContext, const UA_NodeId* nodeId,

@@ -14,7 +14,7 @@
 /// ends with the sandbox; forked children of the test share it.
 class ControllerDatabase {
   public:
-    /// By type code - 1. The values of TH fill a page, with nothing of ours behind it.
+    /// By type code - 1. The values of TH fill a page, so that reads beyond them fail.
     static constexpr sim::Counts kCounts = {3, 2, 4, 2, 2, 1024, 3, 3, 3, 3, 3};
     enum class Area : std::uint8_t { passport, currentData, currentValue };
 
@@ -32,7 +32,7 @@ class ControllerDatabase {
     void put(Area area, int type, int num, std::size_t offset, const T& value) {
         sim::store(at(area, type, num) + offset, value);
     }
-    /// The bytes without a NUL behind them, into the passport.
+    /// Puts the bytes, without a closing NUL, into the passport.
     void putText(int type, int num, std::size_t offset, std::string_view bytes);
     void setQuality(int type, int num, std::uint32_t quality);
     void setTime(int type, int num, std::int64_t seconds, std::int64_t microseconds);

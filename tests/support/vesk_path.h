@@ -6,7 +6,7 @@
 
 /// An installation folder of its own with all key files, set as VESKPATH for this process (SRV_Path
 /// included) and the ones it starts. At its end VESKPATH is unset, and every segment, semaphore and
-/// queue that was made meanwhile is removed, whoever made it: the sandbox has no others.
+/// queue that was made meanwhile is removed, whichever process made it: the sandbox has no others.
 class VeskPath {
   public:
     VeskPath() {
@@ -48,7 +48,8 @@ class VeskPath {
         return count;
     }
 
-    /// Of those of a kind, in the order of their ids, as octal digits with a blank behind each.
+    /// The permissions of those of a kind, in the order of their ids, as octal digits, each with a
+    /// blank after it.
     std::string permissions(IpcKind kind) const {
         std::string all;
         for (const auto& [object, permissions] : existing())

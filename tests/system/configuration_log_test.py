@@ -30,7 +30,7 @@ class Reported:
 RUNNING = Reported(programs.RUNNING, 18092, [7, "теги OA"])
 # The journal names no line of this one.
 INTERVAL = Reported("ЦП 7: OPC UA Сервер: Ошибка конфигурации: 2 4", 18094, [7, 2, " "])
-# The log is emptied behind the line of the start.
+# The log is emptied after the line of the start.
 STARTED = (18091, [7, "1.0-0"])
 
 

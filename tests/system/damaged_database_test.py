@@ -45,23 +45,23 @@ WHOLE = [answer(code, count) for code, count in [*((code, 2) for code in range(1
 NOBODY = {"VA": 0, "AV": 0, "RV": 0, "VD": 0, "DV": 0}
 EVERYBODY = dict.fromkeys(NOBODY, 2)
 
-# What the process says, whether it dies behind that, and how many of each kind are published.
+# The process's answers, whether it dies after them, and how many of each kind are published.
 DATABASE_PROCESSES: dict[str, tuple[list[bytes], bool, dict[str, int]]] = {
     "dies before its first reply": ([], True, NOBODY),
     "dies between its replies": (WHOLE[:3], True, EVERYBODY | {"VD": 0, "DV": 0}),
-    "dies behind its last reply": (WHOLE, True, EVERYBODY),
+    "dies after its last reply": (WHOLE, True, EVERYBODY),
     "comes late and is slow": (WHOLE, False, EVERYBODY),
     "more than the tables hold": ([answer(1, 3), *WHOLE[1:]], False, EVERYBODY | {"VA": 0}),
     "fewer than the tables hold": ([answer(1, 1), *WHOLE[1:]], False, EVERYBODY | {"VA": 1}),
     "more than 31 bits": ([answer(1, 2**32 - 1), *WHOLE[1:]], False, EVERYBODY | {"VA": 0}),
-    # whoever stands behind a kind without variables moves up
+    # the kinds after one without variables move up
     "an unknown type, and no VD": (
         *([answer(77, 5), *WHOLE[:3], answer(4, 0), *WHOLE[4:-1]], False),
         EVERYBODY | {"DV": 1},
     ),
     "nothing": ([answer(code, 0) for code in range(1, 12)], False, NOBODY),
     # whose records name no sub-kind of a manual input
-    "one type for ever": ([answer(1, 2)] * 11, False, EVERYBODY | {"RV": 0}),
+    "one type forever": ([answer(1, 2)] * 11, False, EVERYBODY | {"RV": 0}),
     "replies that end before the type": ([text[:20] for text in WHOLE], False, NOBODY),
     "empty replies": ([b""] * 11, False, NOBODY),
     "longer replies": ([text + bytes(4000) for text in WHOLE], False, EVERYBODY),

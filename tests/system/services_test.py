@@ -71,7 +71,7 @@ HOUR_MS, DAY_MS = 3_600_000.0, 86_400_000.0
         ("SamplingInterval = 1.5e2 ms", 100, 150, False),
         ("SamplingInterval = 30", 30, 30, False),
         ("SamplingInterval = 29.9", 100, 100, True),  # too short: the controller's cycle
-        ("SamplingInterval = 99.9", 100, 500, True),  # shorter than the cycle: not taken
+        ("SamplingInterval = 99.9", 100, 500, True),  # shorter than the cycle: ignored
         ("SamplingInterval = 10001", 20_000, 10_000, True),
         ("SamplingInterval = often", 100, 500, False),
     ],

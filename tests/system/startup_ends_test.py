@@ -257,7 +257,7 @@ def test_restart_beside_a_running_controller(site: Site) -> None:
         assert client.write(item("VA", 2, 14), value, ua.VariantType.Float).is_good()
         assert registry.holders()["Opcua"] == site.server.pid
         assert site.server.stop(end) == status
-        assert site.server.log_lines() == [RUNNING], "each start begins the log anew"
+        assert site.server.log_lines() == [RUNNING], "each start begins a new log"
         assert sysv.objects() == objects, "nothing made, nothing taken away"
         assert registry.holders()["VsBASE"] == site.simulator.pid
         assert not accepts_connections()

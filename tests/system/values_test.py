@@ -11,7 +11,7 @@ from published_tags import item, publishing
 
 T = ua.VariantType
 
-# kind, attribute, field of the record: what lies there and what a client gets of it.
+# kind, attribute, field of the record: its contents and what a client gets.
 VALUES = [
     ("VA", 29, "TZN", T.Float, [(n, n) for n in (1.5, -0.0, math.inf, math.nan, 2.0**-149)]),
     ("VA", 8, "UNIT", T.SByte, [(0, 0), (127, 127), (128, -128), (255, -1)]),

@@ -17,7 +17,7 @@ float32 = struct.Struct("<f").pack
 
 # kind, attribute, field: bytes before, OPC UA type, value written, bytes afterwards.
 WRITES = [
-    # the current value, which stands behind one attribute of each kind: numbers written there arrive
+    # the current value, which one attribute of each kind contains: numbers written there arrive
     # in the current data and leave the passport alone
     ("VA", 29, None, bytes(4), T.Float, -math.inf, float32(-math.inf)),
     ("VA", 29, None, bytes(4), T.Int32, -70_000, float32(-70_000)),
@@ -86,7 +86,7 @@ def test_a_bit_is_set_without_its_neighbours(site: Site) -> None:
     client, node = site.serve(publishing(("VD", 26), right=BOTH)), item("VD", 1, 26)
     for before, variant_type, written, after in (
         (0xFF, T.Byte, 0, 0xF7),
-        (0x00, T.Int32, 256, 0x00),  # only the low byte is looked at
+        (0x00, T.Int32, 256, 0x00),  # only the low byte counts
         (0x00, T.String, "0", 0x08),
         (0x08, T.String, "", 0x00),
     ):

@@ -62,7 +62,7 @@ class EntryLooker {
         findings_.push_back(atEntry(rule, *section_, *entry_, std::move(arguments)));
     }
 
-    /// The current entry's value as it stands in the file, with a comment behind it.
+    /// The current entry's value as in the file, with any comment after it.
     [[nodiscard]] std::string_view writtenValue() const {
         const auto entries = checked_.file.find(section_->name, entry_->key);
         return entries.empty() ? std::string_view() : entries.back()->value;

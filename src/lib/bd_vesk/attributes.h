@@ -65,7 +65,7 @@ inline constexpr auto kStorageKinds = std::to_array<StorageKind>({
     {6, type_str9},
 });
 
-/// Where an attribute lies and how it is read: a description that was checked against its record.
+/// The location of an attribute and how it is read: a description checked against its record.
 struct AtrPlace {
     std::uint8_t offset = 0;        // bytes; every record is shorter than 256
     std::uint8_t mask = 0;          // of its bit; 0: the attribute is not a bit

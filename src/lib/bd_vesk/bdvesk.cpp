@@ -203,7 +203,7 @@ int CVeskBDSh::LoadOffAtr() {
 }
 
 /// Fills places_ and reports faults of the files. An attribute that does not fit because another
-/// type's table stands in the place of a type without variables is not a fault of the files.
+/// type's table is in the place of a type without variables is not a fault of the files.
 void CVeskBDSh::checkAttributes() {
     readPlans_ = {};  // they point into places_; planReads fills them again
     for (int index = 0; index < kDescribedTypeCount; ++index) {

@@ -12,7 +12,7 @@
 // Addresses and values of the real-time database. Spellings are those of the controller's other
 // code.
 
-/// Database type codes as they stand in SVariable::type and in the database process's messages.
+/// Database type codes, used in SVariable::type and in the database process's messages.
 enum DB_TYPE : std::uint8_t {
     DB_VA = 1,  // analog input
     DB_AV = 2,  // analog output

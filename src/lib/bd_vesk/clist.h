@@ -7,7 +7,7 @@
 template <class T, int Capacity>
 class Bounded {
   public:
-    /// Adds behind the last item. @return false, and nothing stored, when the ring is full.
+    /// Adds after the last item. @return false if the ring is full; nothing is stored then
     bool put(const T& item) {
         if (isFull()) return false;
         if (start == 0) start = 1;

@@ -69,7 +69,7 @@ void CRolManager::append(const SRolMessage& message) {
 
 namespace {
 
-/// The message that stands for one that could not be built.
+/// The message that replaces one that could not be built.
 int buildInternal(CRolMessageInterface& message, std::int16_t controller) {
     const unsigned long dictionary = message.Message.DicNumber;
     const unsigned long code = message.Message.MessageCode;

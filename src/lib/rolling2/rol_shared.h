@@ -116,7 +116,7 @@ inline constexpr std::size_t kRolDictionaries = 5;
 /// Bytes of one entry of a variable dictionary.
 inline constexpr std::size_t kRolDictionaryEntry = 8;
 
-/// Dictionary and code of the message that stands for one that could not be built.
+/// Dictionary and code of the message that replaces one that could not be built.
 inline constexpr std::uint32_t kRolInternalDictionary = 301;
 inline constexpr std::uint32_t kRolInternalCode = 1003;
 

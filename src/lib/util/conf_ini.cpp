@@ -70,7 +70,7 @@ void IniFile::freeTable() {
     TableSecCur = TableSecDop = nullptr;
 }
 
-/// Notes the header behind the "[" that was just read.
+/// Stores the header after the "[" that was just read.
 /// @return false when it holds a ":" or is not closed
 bool IniFile::readHeader(int& line) {
     auto* const section = new TableSec;
@@ -109,7 +109,7 @@ namespace {
 
 using Words = std::array<std::string_view, 3>;
 
-/// Words of a header, empty ones behind the last; nothing when there are more than three.
+/// The words of a header, padded with empty ones; nothing if there are more than three.
 std::optional<Words> wordsOf(std::string_view header) {
     Words words;
     std::size_t count = 0;
@@ -191,7 +191,7 @@ bool isGap(int c) {
 
 }  // namespace
 
-/// Reads the value behind a "=", `limit` bytes of it at most, before the ends are trimmed.
+/// Reads the value after a "=", at most `limit` bytes before its ends are trimmed.
 /// @return what ended it: a line feed, a carriage return, ":", EOF, or 0 for the limit
 int IniFile::readValue(std::size_t limit, std::string& value) {
     value.clear();
@@ -220,7 +220,7 @@ int IniFile::find(const char* s1, const char* s2, const char* s3, const char* ke
     if (FileHead == nullptr || FindSection(s1, s2, s3) != kFound) return kNoSection;
     for (std::string name; nextName(name); skipLine()) {
         if (name != key) continue;
-        static_cast<void>(readValue(limit, value));  // nothing is read behind it
+        static_cast<void>(readValue(limit, value));  // nothing is read after it
         return kFound;
     }
     return kNoKey;

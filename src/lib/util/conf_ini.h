@@ -16,14 +16,14 @@ enum IniMode : int {
 
 /// A header of an ini file.
 struct TableSec {
-    std::string text;          ///< between "[" and "]", as it stands there
+    std::string text;          ///< between "[" and "]", unchanged
     long pos = 0;              ///< file position just after "]"
     int str = 0;               ///< line of the "]", from 1
     TableSec* next = nullptr;  ///< next one in the file
 };
 
-/// Reader of the controller's ini files, CP866. It works on the open file, so what it answers is
-/// what stands there at the time of the call.
+/// Reader of the controller's ini files, CP866. It works on the open file, so each result shows the
+/// file's contents at the time of the call.
 ///
 ///   [ROLLING]                     up to three words, separated by blanks, name a section
 ///   SaveTime = 500 : comment      ":" begins a comment, everywhere
@@ -87,7 +87,7 @@ class IniFile {
     char SMode[6]{};                  ///< mode text of fopen
     std::int16_t Error = 0;           ///< result of the last Open or Close
     std::FILE* FileHead = nullptr;    ///< null while closed
-    TableSec* TableSecBeg = nullptr;  ///< first section; owned, with all behind it
+    TableSec* TableSecBeg = nullptr;  ///< first section; owned, with all that follow it
     TableSec* TableSecCur = nullptr;  ///< section found last
     TableSec* TableSecDop = nullptr;  ///< last section, where the table grows
 

@@ -19,7 +19,7 @@ namespace {
 
 constexpr unsigned short kOnlySemaphore = 0;
 
-// A signal must not end a wait for the lock: the caller would go on without it.
+// A signal must not end a wait for the lock: the caller would continue without it.
 int change(int id, short by, short flags) {
     sembuf operation{kOnlySemaphore, by, flags};
     int result = 0;

@@ -57,7 +57,7 @@ class vs_shm : public vs_sem {
     int id_shm = -1;               ///< kernel id of the registry's segment
     BOOL cr_mem = 0;               ///< this object made the segment
     buf_str* buf_names = nullptr;  ///< 40 entries in shared memory; null without a segment
-    buf_str* buf = nullptr;        ///< entry last looked at
+    buf_str* buf = nullptr;        ///< last entry that was examined
     volatile std::uint8_t* ptr_shmidx = nullptr;  ///< generation byte, attached by set_shmidx
     int id_shmidx = -1;                           ///< kernel id of its segment
 

@@ -22,12 +22,11 @@ struct NumberList {
 };
 [[nodiscard]] NumberList readNumberList(const std::string& value);
 
-/// Tag numbers of the flat operative tree. "all" gives the one number -1, which stands for every
-/// tag.
+/// Tag numbers of the flat operative tree. "all" gives the single number -1, which means every tag.
 [[nodiscard]] std::vector<std::int32_t> getNumbersTagsOperative(const std::string& value);
 /// Tag numbers of a group: the same rules.
 [[nodiscard]] std::vector<std::int32_t> getNumbersTagsOperativeByGroup(const std::string& value);
-/// Pen numbers of a plotter. "all" gives the empty list, which stands for every pen.
+/// Pen numbers of a plotter. "all" gives the empty list, which means every pen.
 [[nodiscard]] std::vector<std::int32_t> getNumbersTagsHistorical(const std::string& value);
 
 /// The number N of a section "Attributes_GroupN"; -1 for any other name, even if ListSections

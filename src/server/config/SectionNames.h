@@ -40,7 +40,7 @@ inline constexpr std::string_view kPlotterSchema = "Plotter";
     return isFlatSection(name) || schemaNameOf(name) == kGroupSection;
 }
 
-/// What makes a key an attribute entry, wherever it stands in it.
+/// A key that contains this text is an attribute entry.
 inline constexpr std::string_view kEntryMark = "Type";
 
 [[nodiscard]] constexpr bool isEntryKey(std::string_view key) {

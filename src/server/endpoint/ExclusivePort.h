@@ -21,7 +21,7 @@ class ExclusivePort {
     ExclusivePort(const ExclusivePort&) = delete;
     ExclusivePort& operator=(const ExclusivePort&) = delete;
 
-    /// False: somebody else listens on it, on one address or on all, in one family or in both.
+    /// False if another program listens on it, on one address or on all, in one family or in both.
     [[nodiscard]] bool isOurs() const { return ours_; }
 
     /// From now on other sockets of this user may listen on the port too, if they use SO_REUSEPORT.

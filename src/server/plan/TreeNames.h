@@ -11,7 +11,7 @@
 // tools that show in advance what it will make. Texts are UTF-8.
 
 // Numeric node ids in the server's namespace. The folders of the published types lie between them
-// (PublishedType::folderId); the groups' begin behind them, in the order of their sections.
+// (PublishedType::folderId); those of the groups follow, in the order of their sections.
 inline constexpr std::uint32_t kOperativeFolder = 6;
 inline constexpr std::uint32_t kHistoricalFolder = 7;
 inline constexpr std::uint32_t kApplicationFolder = 8;

@@ -23,8 +23,8 @@ class RTEXHandle {
     /// Writes a scalar. Anything else, a type that has no counterpart in the database, and a write
     /// that the database refuses are ignored without a report.
     ///
-    /// A number written to the attribute that stands for the kind's current value goes to attribute
-    /// 0, the current data, which the controller turns into the current value in its next cycle.
+    /// A number written to the attribute with the kind's current value goes to attribute 0, the
+    /// current data, which the controller turns into the current value in its next cycle.
     static void setValueByAttrNumber(int attrNumber, VariableType type, int tagNumber,
                                      const UA_Variant& value);
 

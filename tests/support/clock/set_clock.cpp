@@ -1,5 +1,5 @@
 // The C library's time of day, moved by the seconds in the file that SET_CLOCK names. The monotonic
-// clocks go on as they are, as they do when somebody sets the machine's clock.
+// clocks are not affected, as when somebody sets the machine's clock.
 #include <sys/syscall.h>
 #include <sys/time.h>
 #include <unistd.h>

@@ -8,7 +8,7 @@
 #include "tests/support/pen_values.h"
 #include "tests/unit/sim/site/temporary_site.h"
 
-/// A file that somebody else makes meanwhile; what others made before is a system test.
+/// A file that another program makes meanwhile; files that existed before are a system test.
 TEST(Simulator, WritesOverNoFileThatComesLate) {
     const TemporarySite temporary;
     sim::Site site(sim::controllerFolders(), std::cout);
@@ -23,8 +23,8 @@ TEST(Simulator, WritesOverNoFileThatComesLate) {
 
 constexpr std::int64_t kSecond = 1'000'000;
 
-/// Runs zrtsim in a process of its own, as its main does, until it has recorded for a second or two,
-/// and ends it by SIGTERM.
+/// Runs zrtsim in a process of its own, as its main does, until it has recorded for a second or
+/// two, and ends it by SIGTERM.
 /// @return its messages
 static std::string recorded(sim::Options options) {
     options.cycleMs = 50;

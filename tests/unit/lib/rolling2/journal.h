@@ -50,7 +50,7 @@ inline std::string little(std::uint64_t value, int bytes) {
 }
 
 /// A message as in a file, laid by hand: stamp, date, dictionary and code, no variable, arguments.
-/// @param args  as they lie
+/// @param args  their bytes
 inline std::string rawMessage(unsigned code, unsigned argCount = 0, const std::string& args = "") {
     return little(code, 4) + little(0, 4) + little(1'700'000'000, 4) + little(250, 2) +
            little(301, 4) + little(code, 4) + "\xFF\xFF\xFF" + little(argCount, 1) + args;

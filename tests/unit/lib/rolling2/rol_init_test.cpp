@@ -62,7 +62,7 @@ TEST_F(Joining, KeepsWhatIsThereForTheNextOnes) {
     settings("[ROLLING]\nMaxNumMessageMemory = 20\nSaveTime = 300\n");
     IpcRemove(IpcKind::semaphore, IpcFind(IpcKind::semaphore, SemKey(49))->id);
     join(second);
-    EXPECT_EQ(second.is_already_init(), 0) << "segments without their semaphore begin anew";
+    EXPECT_EQ(second.is_already_init(), 0) << "without its semaphore the journal begins again";
     EXPECT_EQ(second.GetSaveRol(), 2);
     EXPECT_EQ(second.IniFileSettings->SaveInterval + 0, 300U);
     EXPECT_EQ(codes(second), upTo(1, 3)) << "but for what no file replaces";

@@ -6,7 +6,7 @@
 #include "tests/support/child_process.h"
 #include "tests/support/vesk_path.h"
 
-// A queue message as it lies in memory.
+// A queue message in its memory layout.
 struct RawMessage {
     long type;
     int sender;

@@ -99,7 +99,7 @@ TEST_F(Variables, BindNothingFromAnArrayOfPlainValues) {
     // Without analog outputs their place in the list is the next type's, here plain floats: four
     // bytes each, and none of them a designation.
     ChildProcess child([] {
-        constexpr std::uint16_t kCount = 1024;  // a whole page: nothing of ours lies behind it
+        constexpr std::uint16_t kCount = 1024;  // a whole page, so that reads beyond it fail
         VariableTypeVA loads;
         auto* values = static_cast<float*>(ShmOpen(22, kCount * sizeof(float), 1, nullptr, 0));
         std::fill_n(values, kCount, 1.7F);
