@@ -17,9 +17,9 @@ static std::string asText(const std::vector<Section>& sections) {
     return text;
 }
 
-class ConfigFile : public OperatorView {
+class LoadedConfig : public OperatorView {
   protected:
-    ConfigFile() { declareSchema(ListSections::getInstance()); }
+    LoadedConfig() { declareSchema(ListSections::getInstance()); }
 
     static std::string read(const std::string& file) {
         writeFile(kPath, file);
@@ -29,7 +29,7 @@ class ConfigFile : public OperatorView {
     }
 };
 
-TEST_F(ConfigFile, IsReadInSortedOrderWithValuesCutAtComments) {
+TEST_F(LoadedConfig, IsReadInSortedOrderWithValuesCutAtComments) {
     const auto sections = read(
         "; \xAA\xAE\xAC\xAC\xA5\xAD\xE2\n# another\n"
         "[Plotter_2]\nPens = all\n\n"
@@ -49,7 +49,7 @@ TEST_F(ConfigFile, IsReadInSortedOrderWithValuesCutAtComments) {
     EXPECT_TRUE(logLines().empty() && journal.messages.empty());
 }
 
-TEST_F(ConfigFile, OfOddBytesIsReadAsFarAsItGoes) {
+TEST_F(LoadedConfig, OfOddBytesIsReadAsFarAsItGoes) {
     EXPECT_EQ(read(""), "");
     EXPECT_EQ(read("VA=1\n[Access]\n"), "[Access]\n") << "keys before any heading";
     EXPECT_EQ(read("[General\n[Access]\nNode_IPn=1"), "[Access]\nNode_IPn=1\n") << "not closed";
@@ -58,7 +58,7 @@ TEST_F(ConfigFile, OfOddBytesIsReadAsFarAsItGoes) {
     EXPECT_EQ(read("\xEF\xBB\xBF[Access]\n"), "[Access]\n") << "a byte order mark";
 }
 
-TEST_F(ConfigFile, SortsCyrillicNamesBehindLatinOnes) {
+TEST_F(LoadedConfig, SortsCyrillicNamesBehindLatinOnes) {
     // The order is the controller's, where char is unsigned; a signed char turns it round.
     const auto sections = read("[Attributes]\nType\x80=1\nTypez=2\nType\xE0=3\n");
 #ifdef __CHAR_UNSIGNED__
@@ -68,7 +68,7 @@ TEST_F(ConfigFile, SortsCyrillicNamesBehindLatinOnes) {
 #endif
 }
 
-TEST_F(ConfigFile, HasAPortWhenEveryOneIsGoodAndTheLastIsTaken) {
+TEST_F(LoadedConfig, HasAPortWhenEveryOneIsGoodAndTheLastIsTaken) {
     iniFilePath = kPath;
     writeFile(kPath, "\nServerPort = 4841\n");
     const auto port = [this](const char* first, const char* second) {
@@ -88,7 +88,7 @@ TEST_F(ConfigFile, HasAPortWhenEveryOneIsGoodAndTheLastIsTaken) {
     EXPECT_FALSE(readServerPort({{"A", {{"serverport", "4841"}}}}));
 }
 
-TEST_F(ConfigFile, IsLoadedOnce) {
+TEST_F(LoadedConfig, IsLoadedOnce) {
     IniConfigManager manager;
     writeFile(kPath, "[Access]\n");
     EXPECT_TRUE(manager.loadConfig(kPath));
