@@ -2,8 +2,8 @@
 
 #include "tests/support/basics.h"
 
-/// Collects what is written to a descriptor, so that perror and printf are seen as an operator sees
-/// them. From construction to text() or the end of the scope.
+/// Collects what is written to a descriptor, so that the output of perror and printf is checked as
+/// an operator sees it. From construction to text() or the end of the scope.
 class Capture {
   public:
     /// @param fd  STDOUT_FILENO or STDERR_FILENO
@@ -18,7 +18,7 @@ class Capture {
     Capture(const Capture&) = delete;
     Capture& operator=(const Capture&) = delete;
 
-    /// Ends the capture and answers what was written; later calls answer the same.
+    /// Ends the capture and returns what was written; later calls return the same.
     std::string text() {
         stop();
         return contents(file_);

@@ -3,10 +3,10 @@
 #include "tests/support/capture.h"
 #include "tests/support/wait_until.h"
 
-/// A forked copy of the test that runs a function: another process of the controller, or a fresh
-/// one for what a process keeps once it has read it. Its output is collected. A GoogleTest
-/// expectation that fails in it, or an exception, makes it end with kFailed. Killed and reaped at
-/// the end of the scope.
+/// A forked copy of the test that runs a function: as another process of the controller, or as a
+/// fresh process for values that a process reads only once. Its output is collected. If a
+/// GoogleTest expectation fails in it, or an exception is thrown, it ends with kFailed. Killed and
+/// reaped at the end of the scope.
 class ChildProcess {
   public:
     static constexpr int kFailed = 98;  ///< exit status after a failed expectation

@@ -1,7 +1,7 @@
 #include "tests/support/operator_view.h"
 
-// Linked into suites whose code asks who the controller is: the answer is read once per process, so
-// the file is there before the first test.
+// Linked into suites whose code uses the controller's identity: it is read once per process, so the
+// file must exist before the first test.
 
 namespace {
 

@@ -12,7 +12,7 @@
 #include "tests/support/files.h"
 #include "tests/support/wait_until.h"
 
-// Behind the folders' table of the libraries, before objects without a priority.
+// After the libraries' table of folders, before objects without a priority.
 [[gnu::init_priority(201)]] ControllerDatabase database;
 
 using Tqf = sim::TimeQualityLayout;
@@ -81,7 +81,7 @@ void ControllerDatabase::serve() const {
 void ControllerDatabase::start() {
     process_ = fork();
     if (process_ == 0) serve();
-    // The first to join the registry removes it again: that must be the database process.
+    // The process that makes the registry removes it: that must be the database process.
     waitUntil([] { return IpcFind(IpcKind::queue, SemKey(0)).has_value(); });
     All = new vs_obj;
     if (!waitUntil([] { return All->name_find("VsBASE") != -1; })) std::abort();

@@ -6,8 +6,8 @@
 
 /// A controller's real-time database for tests in the sandbox: key files and attribute descriptions
 /// below /zrt, the tables and counts in shared memory, and a process "VsBASE" that answers the type
-/// query. Layout and attributes are zrtsim's, which knows nothing of the library's structs, so that
-/// a wrong offset there is seen.
+/// query. Layout and attributes are zrtsim's, which does not use the library's structs, so that a
+/// wrong offset there is detected.
 ///
 /// The one object, `database`, is made before the other static objects of the program: the server's
 /// own database object looks for the counts when it is constructed. It also makes `All`. Everything
@@ -25,7 +25,7 @@ class ControllerDatabase {
     /// Zeroes all tables, times and qualities.
     void clear();
 
-    /// @param area  one that the type has an array of its own for
+    /// @param area  one for which the type has its own array
     /// @param type  database type code, 1 to 11
     /// @param num   variable, from 1
     template <class T>

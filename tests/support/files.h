@@ -7,7 +7,7 @@ inline std::string readFile(const std::string& path) {
     return (std::ostringstream() << file.rdbuf()).str();
 }
 
-/// Makes the folders that are missing.
+/// Makes missing folders.
 inline void writeFile(const std::string& path, std::string_view bytes) {
     std::filesystem::create_directories(std::filesystem::path(path).parent_path());
     std::ofstream(path, std::ios::binary | std::ios::trunc) << bytes;

@@ -3,7 +3,7 @@
 #include "jxotr/IHDA_SyncRead.h"
 #include "tests/support/basics.h"
 
-/// What a server reads of a pen.
+/// The values that a server reads from a pen.
 struct PenValues {
     HRESULT result = 0;
     std::vector<OPCHDAITEMVALUE> values;
@@ -14,8 +14,8 @@ struct PenValues {
     }
 };
 
-/// Asks the trend library as a server does: by a reader of its own for each call, whose answer is
-/// freed as the interface says.
+/// Reads from the trend library as a server does: with a new reader for each call, whose answer is
+/// freed as the interface requires.
 /// @param from, to  us since 1970
 inline PenValues readPen(OPCHDAITEMDEF pen, std::int64_t from = 0,
                          std::int64_t to = std::numeric_limits<std::int64_t>::max(),

@@ -36,7 +36,7 @@ inline void storeField(void* field, T value) noexcept {
         std::memcpy(field, &value, sizeof(T));
 }
 
-/// Copies `size` bytes of a field out. What has the size of a number is loaded as one.
+/// Copies `size` bytes of a field. A field with the size of a number is loaded in one piece.
 inline void loadBytes(void* to, const void* field, std::size_t size) noexcept {
     const auto loadAs = [&]<class T>(T value) {
         value = loadField<T>(field);

@@ -26,7 +26,7 @@ class AnswerGate {
     /// @throws std::bad_alloc
     Output pass(std::span<std::uint8_t> chunk);
 
-    /// Frees what the last output pointed to. To be called once it is sent.
+    /// Frees the data of the last output. Call it once they are sent.
     void release();
 
   private:

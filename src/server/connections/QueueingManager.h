@@ -19,15 +19,15 @@
 #include "server/connections/SendQueue.h"
 #include "server/connections/TurnTime.h"
 
-/// The manager that `queueAnswers` puts before the TCP manager. The static functions are called by
-/// the library and by the TCP manager. Bytes that go out to clients and bytes that come in from them
-/// have a source file each.
+/// The manager that `queueAnswers` puts in front of the TCP manager. The library and the TCP
+/// manager call its static functions. Output to clients and input from them are in separate source
+/// files.
 class QueueingManager final : public UA_ConnectionManager {
   public:
     QueueingManager(UA_ConnectionManager& tcp, const ClientBounds& bounds, ProcessorClock clock);
 
   private:
-    /// The receiver of a connection's events: what the library gave when it began to listen.
+    /// The receiver of a connection's events, which the library passed when it began to listen.
     struct Listener {
         QueueingManager* manager;
         void* application;
@@ -57,8 +57,8 @@ class QueueingManager final : public UA_ConnectionManager {
 
     using Entry = std::pair<const std::uintptr_t, Connection>;
 
-    /// The TCP manager numbers its connections by their sockets. A socket's number is used again
-    /// only after the callback with the state CLOSING, which removes the entry.
+    /// The TCP manager numbers its connections by their sockets. A socket's number is reused only
+    /// after the callback with the state CLOSING, which removes the entry.
     static int socketOf(std::uintptr_t id) { return static_cast<int>(id); }
 
     // ---- Called by the library ----
@@ -118,7 +118,7 @@ class QueueingManager final : public UA_ConnectionManager {
     std::deque<Listener> listeners_;  // the TCP manager keeps their addresses
     std::unordered_map<std::uintptr_t, Connection> connections_;
     std::size_t waiting_ = 0;     // bytes in all queues
-    std::size_t unfinished_ = 0;  // bytes of all messages of which more is to come
+    std::size_t unfinished_ = 0;  // bytes of all unfinished messages
     Ticks pause_{};
     bool wakes_ = false;  // the loop's timer is set
     Ticks wakesAt_{};

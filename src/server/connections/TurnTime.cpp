@@ -5,7 +5,7 @@
 
 Ticks processorTime() noexcept {
     timespec ran{};
-    (void)clock_gettime(CLOCK_THREAD_CPUTIME_ID, &ran);  // fails for no thread's own clock
+    (void)clock_gettime(CLOCK_THREAD_CPUTIME_ID, &ran);  // cannot fail for the thread's own clock
     return std::chrono::seconds{ran.tv_sec} +
            std::chrono::duration_cast<Ticks>(std::chrono::nanoseconds{ran.tv_nsec});
 }

@@ -35,7 +35,7 @@ std::string AccessTypeAtr::checkAccessRights(const std::string& text, int attrib
                                              const AccessTable& table) {
     const AccessDecision decision = decideAccess(text, attributeNumber, table);
     printOverruled(decision);
-    // Both orders of the two words ask for the same right; each is answered as it was given.
+    // Both orders of the two words request the same right; the text is returned as given.
     if (decision.right == Access::readWrite && !decision.overruled) return text;
     return std::string(accessTextOf(decision.right));
 }

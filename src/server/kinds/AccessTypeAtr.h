@@ -6,7 +6,7 @@
 
 #include "server/kinds/AccessTables.h"
 
-/// The texts that may stand in the configuration, and the right that each asks for.
+/// The access texts of the configuration, and the right that each requests.
 struct AccessText {
     std::string_view text;
     Access right;
@@ -35,7 +35,7 @@ class AccessTypeAtr {
     static std::string checkAccessRights(const std::string& text, int attributeNumber,
                                          const AccessTable& table);
 
-    /// A text fits when it asks for nothing that the table does not grant.
+    /// A text fits if it requests nothing that the table does not grant.
     static AccessDecision decideAccess(const std::string& text, int attributeNumber,
                                        const AccessTable& table);
 

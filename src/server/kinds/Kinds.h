@@ -8,8 +8,8 @@
 #include "lib/bd_vesk/bdvstype.h"
 #include "server/kinds/AccessTables.h"
 
-// The kinds of variables that the server exports, in all their numberings. What adding one takes:
-// docs/architecture.md.
+// The kinds of variables that the server exports, with all their numberings. docs/architecture.md
+// describes how to add one.
 //
 // The database and the OPC UA side name three of them differently:
 //
@@ -29,13 +29,13 @@ enum class VariableType : int { VA = 0, AV = 1, RV = 2, VD = 3, DV = 4 };
 struct VariableKind {
     VariableType type;
     std::string_view word;          ///< in messages, and as key of the tag number lists
-    std::size_t startIndex;         ///< place of its objects among those that start-up makes
-    DB_TYPE dbCode;                 ///< what the database calls it
+    std::size_t startIndex;         ///< place in the order in which start-up makes the objects
+    DB_TYPE dbCode;                 ///< the database's type code
     std::string_view structPrefix;  ///< of getStructId()
     std::string_view nodePrefix;    ///< of getNodeId()
     std::size_t nameOffset;         ///< bytes, of POZ in the passport record
-    /// Attribute that stands for the current value: a number written to it goes to attribute 0.
-    /// 0: the kind has none.
+    /// Attribute that contains the current value: a number written to it goes to attribute 0. 0:
+    /// the kind has none.
     int currentValueAttribute;
 };
 

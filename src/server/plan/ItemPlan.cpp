@@ -14,7 +14,7 @@ namespace {
 
 static_assert(AttrTypeMsgDV + 1 == kKinds.size(), "one for each kind");
 
-/// Reports, once for its line, an entry whose attribute may not be exported.
+/// Reports an entry whose attribute may not be exported, once per line.
 void reportRefused(const TagInfo& entry, const EntrySource& source) {
     const std::int32_t line = lineOfEntry(iniFilePath, entry.key, source);
     if (std::ranges::find(usedLines, line) != usedLines.end()) return;

@@ -1,5 +1,5 @@
-// What happens between two steps: a process ends, another one comes first. Answers some calls of
-// the C library itself, and so stands alone.
+// What happens between two steps: a process ends, or another one is quicker. Replaces some
+// functions of the C library, and is therefore a program of its own.
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <pthread.h>
@@ -102,7 +102,7 @@ class KilledSaver : public JournalTest {
         for (unsigned code = from; code <= to; ++code)
             ASSERT_EQ(journal.Message(code, new CRolArg(text.c_str()), new CRolArg(RT_END)), 0);
     }
-    /// What the controller's saver does: load, save twice, then save again, and die in that.
+    /// Acts as the controller's saver: loads, saves twice, then saves again, and dies during that.
     /// @return true when the save was whole
     static bool saveAndDie(int saves, int calls) {
         ChildProcess saver([saves, calls] {

@@ -10,8 +10,8 @@
 
 namespace {
 
-/// What the processes of a test share. While it is set, nobody raises a set before all processes
-/// wait for that or are about to.
+/// Memory shared by the processes of a test. While it is set, no process raises a set before all
+/// others are waiting for it or are about to.
 struct Shared {
     std::atomic<unsigned> locked, raising;
 };

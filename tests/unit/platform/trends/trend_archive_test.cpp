@@ -177,7 +177,7 @@ TEST_F(TrendArchive, KeepsEveryTypeAsItIs) {
     EXPECT_LT(readPen({2, 1}).result, 0);
 }
 
-/// What the clock says must not matter: a step beyond the length would delete everything.
+/// The clock must not matter: otherwise a step beyond the length would delete everything.
 TEST_F(TrendArchive, KeepsWhatWasRecordedLast) {
     constexpr std::int64_t kHour = 3600 * kSecond;
     const std::int64_t begins[] = {kBegin, kBegin + 99'999 * kHour, kBegin + 10 * kHour};

@@ -10,8 +10,9 @@ namespace {
 
 using Id = std::uintptr_t;
 
-/// The library around the connections: its loop with a clock that the test moves, its TCP manager,
-/// which closes a connection in the loop's next round, and the server that hears of connections.
+/// The library around the connections: its loop with a clock that the test sets, its TCP manager,
+/// which closes a connection in the loop's next round, and the server that is notified of
+/// connections.
 class Library {
   public:
     explicit Library(const ClientBounds& bounds) {
@@ -57,7 +58,7 @@ class Library {
     Library(const Library&) = delete;
     Library& operator=(const Library&) = delete;
 
-    /// A client connects; true in `open` until the library hears of the end.
+    /// A client connects; true in `open` until the library is notified of the end.
     Id accept(SocketPair& sockets) {
         const auto id = static_cast<Id>(sockets.server());
         open[id] = true;

@@ -6,7 +6,7 @@ namespace {
 
 UA_DateTime now = 1'234'567;
 
-/// The library's loop, with a clock that the test moves.
+/// The library's loop, with a clock that the test sets.
 class Loop {
   public:
     Loop() {

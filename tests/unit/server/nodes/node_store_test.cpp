@@ -122,10 +122,10 @@ Version versionOf(const UA_Node* node) {
 
 }  // namespace
 
-/// Random calls of both. Holders of a node keep it as it was, and a copy may be old when it is to
-/// replace the node. What is added to the level of an edited node is taken away again, and no copy
-/// has it; that it is added shows in the write service. While there is no memory for the table, the
-/// index takes in what fits.
+/// Random calls of both stores. Holders of a node keep it unchanged, and a copy may be outdated
+/// when it shall replace the node. The bits added to the level of an edited node are removed again,
+/// and no copy has them; that they are added is tested through the write service. While there is no
+/// memory for the table, the index accepts what fits.
 TEST(IndexedNodeStore, AnswersLikeTheStoreBehindIt) {
     struct Pair {
         UA_Node *indexed, *plain;

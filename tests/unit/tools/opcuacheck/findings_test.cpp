@@ -55,7 +55,7 @@ struct Case {
 };
 
 /// The cases of findings.txt: "==== NAME", then lines of a configuration, each with the codes that
-/// it shall get behind "<-". "(head)" and "(tags)" stand for the lines above.
+/// it must get after "<-". "(head)" and "(tags)" are replaced by the lines above.
 static std::vector<Case> readCases() {
     std::vector<Case> cases;
     std::ifstream file(OPCUASRV_SOURCE_DIR "/tests/unit/tools/opcuacheck/findings.txt");
