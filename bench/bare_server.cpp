@@ -194,7 +194,7 @@ Attribute parseAttribute(const std::string& argument) {
 int run(int argc, char** argv) {
     Options options;
     CLI::App app{
-        "Bare OPC UA server with the node ids of the operative tree, the yardstick of "
+        "Bare OPC UA server with the node ids of the operative tree, the baseline of "
         "bench/run. Ends at SIGINT."};
     app.add_option("--port", options.port, "TCP port")->capture_default_str();
     app.add_option("--tags", options.tags, "analog inputs VA_1 to VA_n")->capture_default_str();
@@ -207,7 +207,7 @@ int run(int argc, char** argv) {
         },
         "attributes of every tag as NAME=NUMBER (UTF-8)");
     app.add_option("--change-every", options.changeEvery,
-                   "the values of the first and of each n-th tag after it change with each read");
+                   "the values of the first and every n-th tag after it change at each read");
     app.add_flag("--writable", options.writable, "the values can be written");
     app.add_option("--pens", options.pens, "historical nodes, pens of plotter 1");
     app.add_option("--pen-values", options.penValues, "values of each pen");

@@ -47,7 +47,7 @@ void readNothing(const CrowdPlan& plan);
 void reconnect(const CrowdPlan& plan);
 /// Connections that stop somewhere in their greeting.
 void leaveHalfOpen(const CrowdPlan& plan);
-/// Requests of which some bytes were changed.
+/// Requests with some changed bytes.
 void sendMalformed(const CrowdPlan& plan);
 
 }  // namespace bench

@@ -110,7 +110,7 @@ class CommandLine {
 
     void addList() {
         CLI::App* command =
-            app_.add_subcommand("list", "print the published tree, one sorted line a node");
+            app_.add_subcommand("list", "print the published tree, sorted, one line per node");
         addPort(*command);
         command->callback([this] { printListing(port_); });
     }
@@ -118,7 +118,7 @@ class CommandLine {
     void addRead() {
         CLI::App* command = app_.add_subcommand("read", "values per second of saturating reads");
         addServers(*command, "servers that take turns, as PORT:PID");
-        command->add_option("--nodes", read_.nodesPerRequest, "nodes a request")
+        command->add_option("--nodes", read_.nodesPerRequest, "nodes per request")
             ->capture_default_str()
             ->check(CLI::Range(1, 10'000));
         command->add_flag("--random", read_.randomOrder, "in random order, not tag after tag");
@@ -132,7 +132,7 @@ class CommandLine {
         addServers(*command, "servers that take turns, as PORT:PID");
         command->add_option("--pens", history_.pens, "pens of plotter 1, read in turn")
             ->capture_default_str();
-        command->add_option("--values", history_.values, "values that each answer must hold")
+        command->add_option("--values", history_.values, "values in each answer")
             ->capture_default_str();
         addTimes(*command, history_.times);
         command->callback([this] { bench::loadHistory(targets_, history_); });
@@ -153,8 +153,7 @@ class CommandLine {
         addServers(*command, "server as PORT:PID")->expected(1);
         command->add_option("--pens", wait_.pens, "pens in each request; 0 reads no history")
             ->capture_default_str();
-        command
-            ->add_option("--silent", wait_.silent, "clients that ask and do not read the answers")
+        command->add_option("--silent", wait_.silent, "clients that request much and read nothing")
             ->capture_default_str();
         command->add_option("--seconds", wait_.seconds, "length of the measurement")
             ->capture_default_str();
@@ -168,7 +167,7 @@ class CommandLine {
         command->add_option("--seconds", subscribe_.seconds, "length of the measurement")
             ->capture_default_str();
         command->add_option("--changes", subscribe_.changes,
-                            "until so many changed values came, instead");
+                            "instead: end after this many changed values");
         command->callback([this] { bench::loadSubscription(targets_.front(), subscribe_); });
     }
 
@@ -189,10 +188,13 @@ class CommandLine {
             "everything at once until standard input ends: subscribers, readers, "
             "reconnects, half-open connections, malformed messages");
         addServers(*command, "server as PORT:PID")->expected(1);
-        command->add_option("--sessions", crowd_.sessions, "that subscribe")->capture_default_str();
-        command->add_option("--subscriptions", crowd_.subscriptions, "of all sessions")
+        command->add_option("--sessions", crowd_.sessions, "sessions that subscribe")
             ->capture_default_str();
-        command->add_option("--items", crowd_.items, "of all subscriptions")->capture_default_str();
+        command
+            ->add_option("--subscriptions", crowd_.subscriptions, "subscriptions of all sessions")
+            ->capture_default_str();
+        command->add_option("--items", crowd_.items, "monitored items of all subscriptions")
+            ->capture_default_str();
         command->callback([this] { bench::runCrowd(targets_.front(), crowd_); });
     }
 
@@ -200,7 +202,7 @@ class CommandLine {
         command.add_option("--seconds", times.seconds, "length of the measurement of each server")
             ->capture_default_str();
         command.add_option("--requests", times.requests,
-                           "so many of each server in one go, instead");
+                           "instead: this many requests to each server, in one go");
     }
 
     void addPort(CLI::App& command) {

@@ -121,7 +121,7 @@ void loadSaturating(const std::vector<Target>& targets, const LoadTimes& times,
         for (const auto& server : servers)
             server->runRequests(times.requests);
     }
-    // An even number, after which the servers stand in their order again.
+    // An even number, after which the servers are in their original order again.
     const auto rounds = times.requests != 0
                             ? 0
                             : 2 * std::max(1L, std::lround(times.seconds / times.sliceSeconds / 2));

@@ -163,13 +163,13 @@ int measure(const std::string& parent, int hours, double bound) {
 }
 
 int run(int argc, const char* const* argv) {
-    CLI::App app("Measures what the archive of trends writes, keeps and takes to be read.");
+    CLI::App app("Measures what the trend archive writes and keeps, and how long reads take.");
     int hours = 6;
     double bound = 1000;
     std::string folder = std::filesystem::current_path();
     app.add_option("--hours", hours, "plant time to record")->check(CLI::Range(1, 24 * 35));
-    app.add_option("--bound", bound, "MB a day beyond which the exit status is 1");
-    app.add_option("--folder", folder, "where the archive is made for a while")
+    app.add_option("--bound", bound, "MB a day above which the exit status is 1");
+    app.add_option("--folder", folder, "folder for the temporary archive")
         ->check(CLI::ExistingDirectory);
     CLI11_PARSE(app, argc, argv);
     return measure(folder, hours, bound);

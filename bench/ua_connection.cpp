@@ -189,7 +189,7 @@ void UaConnection::openSession(const std::string& url) {
     UaHandle<UA_CreateSessionResponse, UA_TYPES_CREATESESSIONRESPONSE> created;
     call(create, created);
     std::swap(*authenticationToken_, created->authenticationToken);
-    // No identity token at all stands for an anonymous user (OPC 10000-4, 5.7.3).
+    // No identity token at all means an anonymous user (OPC 10000-4, 5.7.3).
     UaHandle<UA_ActivateSessionRequest, UA_TYPES_ACTIVATESESSIONREQUEST> activate;
     UaHandle<UA_ActivateSessionResponse, UA_TYPES_ACTIVATESESSIONRESPONSE> activated;
     call(activate, activated);

@@ -83,13 +83,13 @@ int run(int argc, char** argv) {
     Options options;
     CLI::App app{"Changes attributes of the analog inputs until SIGINT; prints \"ready\"."};
     app.add_option("--tags", options.tags, "analog inputs, from the first")->capture_default_str();
-    app.add_option("--every", options.every, "each n-th of them")
+    app.add_option("--every", options.every, "every n-th of them")
         ->capture_default_str()
         ->check(CLI::PositiveNumber);
-    app.add_option("--period", options.periodMs, "ms from change to change")
+    app.add_option("--period", options.periodMs, "ms between changes")
         ->capture_default_str()
         ->check(CLI::PositiveNumber);
-    app.add_option("--attributes", options.attributes, "numbers; floats of the passport")
+    app.add_option("--attributes", options.attributes, "attribute numbers; they must be floats")
         ->required();
     CLI11_PARSE(app, argc, argv);
     for (const int signal : {SIGINT, SIGTERM})

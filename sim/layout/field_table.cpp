@@ -29,7 +29,7 @@ constexpr bool numbersWithoutGap(TypeCode type) {
         found = false;
         for (const FieldRow& row : kFieldRows) {
             if (row.type != type || row.number != next) continue;
-            if (found) return false;  // two rows claim one number
+            if (found) return false;  // two rows have the same number
             found = true;
         }
         for (const FieldRow& row : kFieldRows) {

@@ -70,8 +70,8 @@ class VeskPath {
                 key_t key = 0;
                 int id = 0;
                 std::string mode;
-                // No numbers in the headings, and no key in what waits for its last detach. Beside
-                // the permissions the mode has bits of the kernel.
+                // Headings contain no numbers, and a segment that waits for its last detach has no
+                // key. Beside the permissions the mode has bits of the kernel.
                 if (fields >> key >> id >> mode && key != 0)
                     objects[{kind, id}] = mode.substr(mode.size() - 3);
             }

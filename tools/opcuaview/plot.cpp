@@ -73,7 +73,7 @@ std::vector<Column> columnsOf(const std::vector<HistoryValue>& values, UA_DateTi
 void holdBetween(std::vector<Column>& columns, UA_DateTime columnTicks) {
     const auto longest = static_cast<std::size_t>(
         std::max<UA_DateTime>(5 * UA_DATETIME_SEC / std::max<UA_DateTime>(columnTicks, 1), 1));
-    std::size_t from = columns.size();  // of the value that stands; none
+    std::size_t from = columns.size();  // column of the last value; none
     for (std::size_t i = 0; i < columns.size(); ++i) {
         if (columns[i].range) {
             const bool holds = from < i && i - from <= longest;

@@ -29,7 +29,7 @@ std::string groupFolderName(const Section& section);
 /// The part of a group in the ids of its value variables: ".<name>.".
 std::string groupText(std::string_view groupName);
 
-/// All of a grouped value variable's id that stands before the structure id.
+/// The part of a grouped value variable's id before the structure id.
 /// @param groupText  of its group
 ///
 /// KEPT: for manual inputs the name of their type's folder replaces the group's, and there is no

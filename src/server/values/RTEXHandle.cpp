@@ -28,7 +28,7 @@ SVariable address(VariableType type, int tagNumber, int attrNumber) {
     return variable;
 }
 
-/// How a value type of the database and an OPC UA type stand for each other.
+/// How a value type of the database and an OPC UA type correspond.
 struct Exchange {
     TYPE_VAL type;
     std::size_t publishedAs;      ///< index into UA_TYPES

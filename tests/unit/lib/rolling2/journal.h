@@ -8,7 +8,7 @@
 #include "tests/support/files.h"
 #include "tests/support/vesk_path.h"
 
-/// A segment of the journal as another program sees it: bytes at offsets. Made when `bytes` is not
+/// A segment of the journal as seen by another program: bytes at offsets. Made when `bytes` is not
 /// 0 and there is none.
 class RawSegment {
   public:

@@ -63,7 +63,7 @@ TEST(CsrvPath, PrintsDefaultsForUnsetVariablesAndTakesSetOnesAsTheyAre) {
     EXPECT_EQ(child.out(), unset + set);
 }
 
-// How names are looked up and messages sent shows where the database is asked for its tables.
+// Looking up names and sending messages is covered where the database is queried for its tables.
 TEST(QnxCalls, NumbersAreDecimalWhateverTheRadix) {
     char buf[12];
     EXPECT_STREQ(itoa(INT_MIN, buf, 16), "-2147483648");

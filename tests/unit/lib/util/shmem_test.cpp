@@ -5,7 +5,7 @@
 #include "tests/support/child_process.h"
 #include "tests/support/vesk_path.h"
 
-// Some failures no healthy kernel shows on request, so the two calls are answered here.
+// A healthy kernel does not produce some failures on request, so the two calls are replaced here.
 
 static int getError, failingGets;  // errno of the next failing shmget calls, how many fail
 static int attachError;            // errno of every shmat, 0: none fails

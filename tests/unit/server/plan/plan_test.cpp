@@ -3,7 +3,7 @@
 #include "server/plan/TagGroups.h"
 #include "tests/support/capture.h"
 
-// What fits the table's right is seen by every client; here is what does not.
+// Texts that fit the table's right are covered by the system tests; these do not fit.
 TEST(CheckAccessRights, AnswersTheTablesOwnRightForATextThatDoesNotFit) {
     const AccessTable table = {
         {1, Access::read}, {2, Access::readWrite}, {3, Access::write}, {4, Access::none}};

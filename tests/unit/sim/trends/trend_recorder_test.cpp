@@ -113,7 +113,7 @@ TEST_F(Recorder, GoesOnAfterAFullDiskAndSaysWhatItCost) {
     setDiskFull(true);
     record(2000, 34'000);
     EXPECT_TRUE(says("Архив трендов не записывается: "));
-    // Nothing shows from outside that a second try has failed as well.
+    // It is not visible from outside that a second attempt has failed too.
     std::this_thread::sleep_for(sim::TrendRecorder::kRetryAfter * 3 / 2);
     setDiskFull(false);
     EXPECT_TRUE(says("потеряно значений: 2000\n")) << said;
