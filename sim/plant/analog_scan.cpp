@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdint>
 
 #include "sim/layout/field_table.h"
 #include "sim/layout/little_endian.h"

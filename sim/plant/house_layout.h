@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstddef>
-#include <cstdint>
 
 // The tags of one boiler house: three boilers with the same tags, then the shared tags. A type's
 // tags are numbered boiler by boiler; the numbers below count from 0.

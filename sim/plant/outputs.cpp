@@ -1,7 +1,5 @@
 #include "sim/plant/outputs.h"
 
-#include <algorithm>
-
 #include "sim/layout/field_table.h"
 #include "sim/plant/tags.h"
 

@@ -27,7 +27,9 @@ std::optional<int> Database::rvTypeOf(VariableType kind, int tag) const {
 
 // ---- Counts ------------------------------------------------------------------------------------
 
-static bool readCount(std::string_view item, Database& database) {
+namespace {
+
+bool readCount(std::string_view item, Database& database) {
     const auto equals = item.find('=');
     if (equals == std::string_view::npos) return false;
     const auto* const kind = std::ranges::find_if(kKinds, [&](const VariableKind& row) {
@@ -44,7 +46,7 @@ static bool readCount(std::string_view item, Database& database) {
 }
 
 /// "va=, av=, rv=, vd= or dv="
-static std::string countKeys(std::string_view beforeLast) {
+std::string countKeys(std::string_view beforeLast) {
     std::string keys;
     for (const VariableKind& kind : kKinds) {
         if (&kind != kKinds.begin()) keys += &kind == &kKinds.back() ? beforeLast : ", ";
@@ -52,6 +54,8 @@ static std::string countKeys(std::string_view beforeLast) {
     }
     return keys;
 }
+
+}  // namespace
 
 std::string readCounts(const std::string& text, Database& database, bool russian) {
     for (std::size_t begin = 0; begin <= text.size();) {
@@ -70,13 +74,15 @@ std::string readCounts(const std::string& text, Database& database, bool russian
 
 // ---- Attribute files ---------------------------------------------------------------------------
 
-static std::optional<std::vector<std::uint8_t>> readFile(const std::string& path) {
+namespace {
+
+std::optional<std::vector<std::uint8_t>> readFile(const std::string& path) {
     std::ifstream file(path, std::ios::binary);
     if (!file) return std::nullopt;
     return std::vector<std::uint8_t>{std::istreambuf_iterator<char>(file), {}};
 }
 
-static std::vector<TYPE_VAL> valueTypes(const VariableKind& kind, const AtrFiles& files) {
+std::vector<TYPE_VAL> valueTypes(const VariableKind& kind, const AtrFiles& files) {
     const TableRow& row = kTables.at(kind.dbCode - 1U);
     const auto index = static_cast<std::size_t>(row.fileEntry);
     if (index >= files.entries.size()) return {};
@@ -88,6 +94,8 @@ static std::vector<TYPE_VAL> valueTypes(const VariableKind& kind, const AtrFiles
     }
     return types;
 }
+
+}  // namespace
 
 std::string readAttributeFiles(const std::string& folder, Database& database, bool russian) {
     std::array<std::vector<std::uint8_t>, 2> contents;

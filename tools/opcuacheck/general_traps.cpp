@@ -12,8 +12,10 @@ namespace opcuacheck {
 
 // ---- The file as a whole -----------------------------------------------------------------------
 
+namespace {
+
 /// Looks for bytes that begin a Cyrillic letter of UTF-8, followed by a continuation byte.
-static bool looksLikeUtf8(const std::string& bytes) {
+bool looksLikeUtf8(const std::string& bytes) {
     std::size_t pairs = 0;
     std::size_t others = 0;
     for (std::size_t i = 0; i < bytes.size(); ++i) {
@@ -33,7 +35,7 @@ static bool looksLikeUtf8(const std::string& bytes) {
 }
 
 /// In CP866 these bytes are box drawings, in Windows-1251 ordinary letters.
-static bool looksLikeCp1251(const std::string& bytes) {
+bool looksLikeCp1251(const std::string& bytes) {
     const auto count = [&](unsigned low, unsigned high) {
         return std::ranges::count_if(bytes, [=](char c) {
             const auto byte = static_cast<unsigned char>(c);
@@ -43,6 +45,8 @@ static bool looksLikeCp1251(const std::string& bytes) {
     const auto frames = count(0xC0, 0xDF);
     return frames > 0 && frames + count(0xF2, 0xFF) > count(0x80, 0xAF);
 }
+
+}  // namespace
 
 void addFileTraps(const ConfigFile& file, Findings& findings) {
     const auto add = [&](RuleId rule, std::int32_t line, std::vector<std::string> arguments) {

@@ -6,8 +6,10 @@
 
 namespace opcuacheck {
 
+namespace {
+
 /// The number of letters to insert, delete, replace or swap with the next one, at most `limit` + 1.
-static std::size_t distance(std::string_view a, std::string_view b, std::size_t limit) {
+std::size_t distance(std::string_view a, std::string_view b, std::size_t limit) {
     const std::size_t difference = a.size() > b.size() ? a.size() - b.size() : b.size() - a.size();
     if (difference > limit) return limit + 1;
     std::vector<std::vector<std::size_t>> cost(a.size() + 1,
@@ -27,6 +29,8 @@ static std::size_t distance(std::string_view a, std::string_view b, std::size_t 
     }
     return cost[a.size()][b.size()];
 }
+
+}  // namespace
 
 std::string nearest(std::string_view name, const std::vector<std::string>& candidates) {
     const std::string low = lowered(name);

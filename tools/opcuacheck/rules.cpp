@@ -9,11 +9,13 @@
 
 namespace opcuacheck {
 
-static constexpr Severity kError = Severity::error;
-static constexpr Severity kWarning = Severity::warning;
+namespace {
+
+constexpr Severity kError = Severity::error;
+constexpr Severity kWarning = Severity::warning;
 
 // clang-format off
-static const std::vector<Rule> kRules{
+const std::vector<Rule> kRules{
     // ---- What the server reports itself -----------------------------------------------------
     {RuleId::fileNotOpened, "error-1", kError,
      {"файл не открывается ({0}): сервер с таким файлом не запустится",
@@ -294,6 +296,8 @@ static const std::vector<Rule> kRules{
 };
 // clang-format on
 
+}  // namespace
+
 const std::vector<Rule>& allRules() {
     return kRules;
 }
@@ -304,8 +308,10 @@ const Rule& ruleOf(RuleId id) {
     return rule;
 }
 
+namespace {
+
 /// Maps the names in the texts above to the sections and bounds of the configuration.
-static std::optional<std::string> namedValue(std::string_view name) {
+std::optional<std::string> namedValue(std::string_view name) {
     static const std::map<std::string_view, std::string> kValues{
         {"first-port", std::to_string(kFirstPort)},
         {"last-port", std::to_string(kLastPort)},
@@ -325,12 +331,14 @@ static std::optional<std::string> namedValue(std::string_view name) {
     return found == kValues.end() ? std::nullopt : std::optional(found->second);
 }
 
-static std::optional<std::string> placeFilled(std::string_view name,
-                                              const std::vector<std::string>& arguments) {
+std::optional<std::string> placeFilled(std::string_view name,
+                                       const std::vector<std::string>& arguments) {
     if (name.size() != 1 || name[0] < '0' || name[0] > '9') return namedValue(name);
     const auto index = static_cast<std::size_t>(name[0] - '0');
     return index < arguments.size() ? arguments[index] : "…";
 }
+
+}  // namespace
 
 std::string filled(std::string_view pattern, const std::vector<std::string>& arguments) {
     std::string text;

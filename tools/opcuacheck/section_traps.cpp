@@ -1,6 +1,5 @@
 #include <algorithm>
 #include <map>
-#include <set>
 #include <unordered_map>
 
 #include "server/config/NumberLists.h"

@@ -191,16 +191,14 @@ void explainSampling(const Checked& checked, std::size_t index, Finding& finding
     }
 }
 
-}  // namespace
-
 /// The section without a name consists of the lines before the first heading.
-static std::int32_t lineOfSection(const ConfigFile& file, const std::string& section) {
+std::int32_t lineOfSection(const ConfigFile& file, const std::string& section) {
     if (!section.empty()) return file.lineOfSection(section);
     return file.entries().empty() ? 0 : file.entries().front().line;
 }
 
-static Finding explained(const Checked& checked, const EntriesByKey& entries,
-                         const ConfigErrorReport& report, std::size_t index) {
+Finding explained(const Checked& checked, const EntriesByKey& entries,
+                  const ConfigErrorReport& report, std::size_t index) {
     Finding finding;
     finding.line = report.line.value_or(0);
     finding.section = shown(report.subject.section);
@@ -234,6 +232,8 @@ static Finding explained(const Checked& checked, const EntriesByKey& entries,
     if (finding.trueLine == finding.line) finding.trueLine = 0;
     return finding;
 }
+
+}  // namespace
 
 void addServerErrors(const Checked& checked, Findings& findings) {
     const EntriesByKey entries = entriesByKey(checked);

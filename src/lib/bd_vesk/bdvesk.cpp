@@ -5,7 +5,6 @@
 #include <cstdlib>
 #include <memory>
 #include <new>
-#include <optional>
 
 #include "lib/bd_vesk/bdmessages.h"
 #include "lib/util/qnx_calls.h"
@@ -68,9 +67,13 @@ void CVeskBDSh::planReads() {
     }
 }
 
-static int locate(const char* name) {
+namespace {
+
+int locate(const char* name) {
     return qnx_name_locate(0, name, 0, nullptr);
 }
+
+}  // namespace
 
 void CVeskBDSh::findDatabase() {
     PidBD = locate(kDatabaseName);
@@ -82,10 +85,14 @@ void CVeskBDSh::findDatabase() {
     std::exit(-1);
 }
 
-static bool ask(int pid, DB_COMMAND command, std::uint32_t type, DB_REPLY& reply) {
+namespace {
+
+bool ask(int pid, DB_COMMAND command, std::uint32_t type, DB_REPLY& reply) {
     DB_REQUEST request{command, type, {}};
     return Send(pid, &request, &reply, sizeof(request), sizeof(reply)) == 0;
 }
+
+}  // namespace
 
 void CVeskBDSh::loadTables() {
     std::uint32_t type = 0;

@@ -50,13 +50,17 @@ TYPE_VAL CVeskBDSh::getTypeAtr(SVariable var) {
 
 // ---- Reading -----------------------------------------------------------------------------------
 
-static inline void readField(const std::uint8_t* field, AtrPlace place, SVal& out) {
+namespace {
+
+inline void readField(const std::uint8_t* field, AtrPlace place, SVal& out) {
     out.type_val = static_cast<TYPE_VAL>(place.valueType);
     if (place.mask != 0)
         out.value.uch = (loadField<std::uint8_t>(field) & place.mask) != 0;
     else
         loadBytes(&out.value, field, place.size);
 }
+
+}  // namespace
 
 BOOL CVeskBDSh::read(Address at, SVal* out, Source source) const {
     CTypeVars* const table = tableOf(at.type);
@@ -117,7 +121,9 @@ void CVeskBDSh::Read(std::uint8_t type, std::uint16_t num, std::uint16_t num_atr
 
 // ---- Writing -----------------------------------------------------------------------------------
 
-static void writeField(std::uint8_t* field, AtrPlace place, const SVal& val) {
+namespace {
+
+void writeField(std::uint8_t* field, AtrPlace place, const SVal& val) {
     SVal stored(static_cast<TYPE_VAL>(place.valueType));
     stored = val;
     if (place.mask != 0) return storeBits(field, place.mask, stored.value.uch != 0);
@@ -125,6 +131,8 @@ static void writeField(std::uint8_t* field, AtrPlace place, const SVal& val) {
     // Required by the interface.
     storeBytes(field, &stored.value, std::min<std::size_t>(place.size, sizeof(stored.value.str9)));
 }
+
+}  // namespace
 
 BOOL CVeskBDSh::setDat(SVariable var, SVal val) {
     if (!isVariable(var)) return 0;
@@ -166,11 +174,15 @@ bool CVeskBDSh::isChanged(std::uint8_t type, const SVal& now, const SVal& last) 
     return !(std::fabs(now.value.fl - last.value.fl) < aperture);
 }
 
+namespace {
+
 /// The attribute whose change decides for an attribute of an analog output; 0: its own.
-static std::uint16_t judgedBy(SVariable var) {
+std::uint16_t judgedBy(SVariable var) {
     if (var.type != DB_AV) return 0;
     return var.num_atr == 21 ? 41 : var.num_atr == 39 ? 40 : 0;
 }
+
+}  // namespace
 
 BOOL CVeskBDSh::getChangeVal(SVariable var, SVal* last, SVal* aux) {
     SVal now;

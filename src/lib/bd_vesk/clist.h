@@ -1,7 +1,5 @@
 #pragma once
 
-#include <cstddef>
-
 /// Ring of `Capacity` slots that knows its first and its last item. Empty slots hold T().
 /// Main thread only.
 template <class T, int Capacity>

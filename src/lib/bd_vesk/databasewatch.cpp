@@ -15,11 +15,15 @@ DatabaseWatch::DatabaseWatch(const CVeskBDSh& database)
     }
 }
 
-static bool isCurrentSegment(const IpcObject& noted) {
+namespace {
+
+bool isCurrentSegment(const IpcObject& noted) {
     const std::optional<IpcObject> now = IpcStat(IpcKind::segment, noted.id);
     // A segment that was removed stays until its last detach, but has lost its key.
     return now && now->key == noted.key && now->key != 0;
 }
+
+}  // namespace
 
 bool DatabaseWatch::isCurrent() const {
     return process_.isAlive() && ShmGeneration() == generation_ &&

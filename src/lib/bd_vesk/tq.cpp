@@ -140,11 +140,15 @@ int TQManager::TQSetFlags(char type, std::uint16_t index, unsigned flags) {
     return 0;
 }
 
+namespace {
+
 /// Local time with a newline at its end; the newline alone for a year that cannot be printed.
-static const char* timeText(std::time_t seconds) {
+const char* timeText(std::time_t seconds) {
     const char* const text = std::ctime(&seconds);
     return text != nullptr ? text : "\n";
 }
+
+}  // namespace
 
 void TQManager::TQPrintAll() const {
     for (int type = 0; type < kTypes; ++type) {

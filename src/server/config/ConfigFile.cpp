@@ -9,13 +9,21 @@
 
 #include "server/config/IniText.h"
 
-static constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+namespace {
+
+constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+
+}  // namespace
 
 // ---- Indexing ----------------------------------------------------------------------------------
 
-static std::string nameKey(std::string_view section, std::string_view key) {
+namespace {
+
+std::string nameKey(std::string_view section, std::string_view key) {
     return lowered(section).append(1, '\n').append(lowered(key));
 }
+
+}  // namespace
 
 ConfigFile::ConfigFile(std::string bytes, bool readable)
     : bytes_(std::move(bytes)), readable_(readable) {
@@ -110,6 +118,7 @@ std::int32_t ConfigFile::lineOfSection(std::string_view section) const {
 // ---- Opening -----------------------------------------------------------------------------------
 
 namespace {
+
 /// Identifies a file and its state. All zero: there is no such file.
 using FileState = std::array<std::int64_t, 7>;
 
@@ -117,9 +126,8 @@ struct OpenedFile {
     FileState state{};
     std::shared_ptr<const ConfigFile> file;
 };
-}  // namespace
 
-static FileState stateOf(const std::string& path) {
+FileState stateOf(const std::string& path) {
     struct stat status {};
     if (stat(path.c_str(), &status) != 0) return {};
     return {static_cast<std::int64_t>(status.st_dev),
@@ -131,7 +139,7 @@ static FileState stateOf(const std::string& path) {
             status.st_ctim.tv_nsec};
 }
 
-static std::shared_ptr<const ConfigFile> readWhole(const std::string& path) {
+std::shared_ptr<const ConfigFile> readWhole(const std::string& path) {
     std::ifstream stream(path, std::ios::binary);
     if (!stream) return nullptr;
     std::string bytes;
@@ -143,6 +151,8 @@ static std::shared_ptr<const ConfigFile> readWhole(const std::string& path) {
     if (stream.bad()) return std::make_shared<ConfigFile>(std::string(), false);
     return std::make_shared<ConfigFile>(std::move(bytes));
 }
+
+}  // namespace
 
 std::shared_ptr<const ConfigFile> openConfigFile(const std::string& path) {
     static OpenedFile last;

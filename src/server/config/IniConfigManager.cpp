@@ -28,10 +28,12 @@ bool IniConfigManager::loadConfig(const std::string& path) {
     return loaded_;
 }
 
+namespace {
+
 /// Reports the keys of the section that the schema does not know, and returns the others.
 /// @param reportedLines  lines already named for unknown keys; grows
-static Section acceptedPart(const IniReader& ini, const ConfigFile& file, const char* name,
-                            const std::string& path, std::vector<std::int32_t>& reportedLines) {
+Section acceptedPart(const IniReader& ini, const ConfigFile& file, const char* name,
+                     const std::string& path, std::vector<std::int32_t>& reportedLines) {
     Section section{name, {}, file.lineOfSection(name)};
     IniReader::TNamesDepend keys;
     ini.GetAllKeys(name, keys);
@@ -48,6 +50,8 @@ static Section acceptedPart(const IniReader& ini, const ConfigFile& file, const 
     }
     return section;
 }
+
+}  // namespace
 
 int IniConfigManager::readConfigFile(const std::string& path, std::vector<Section>& sections) {
     const auto file = openConfigFile(path);

@@ -6,6 +6,7 @@
 #include "server/config/LineStrategies.h"
 
 namespace {
+
 /// The searches for one state of the file, made at the first search.
 struct Searches {
     explicit Searches(std::shared_ptr<const ConfigFile> searched)
@@ -16,9 +17,8 @@ struct Searches {
     BracketSearch brackets;
     EntrySearch entries;
 };
-}  // namespace
 
-static const Searches& searchesIn(const std::string& path) {
+const Searches& searchesIn(const std::string& path) {
     static const auto none = std::make_shared<const ConfigFile>("");
     static std::unique_ptr<const Searches> last;
     auto file = openConfigFile(path);
@@ -26,6 +26,8 @@ static const Searches& searchesIn(const std::string& path) {
     if (!last || last->file != file) last = std::make_unique<Searches>(std::move(file));
     return *last;
 }
+
+}  // namespace
 
 std::int32_t findLineNumber(const std::string& path, const std::string& key) {
     return searchesIn(path).assignments.first(key);

@@ -4,16 +4,18 @@
 
 #include "server/config/IniText.h"
 
-static constexpr std::string_view kSkipped = " \t";
+namespace {
 
-static std::int32_t lineBehind(const ConfigFile& file) {
+constexpr std::string_view kSkipped = " \t";
+
+std::int32_t lineBehind(const ConfigFile& file) {
     return static_cast<std::int32_t>(file.lines().size()) + 1;
 }
 
 /// The lines without their leading `skipped` that are of the wanted kind.
 template <class Predicate>
-static std::vector<SearchedLine> linesThat(const ConfigFile& file, std::string_view skipped,
-                                           Predicate isWanted) {
+std::vector<SearchedLine> linesThat(const ConfigFile& file, std::string_view skipped,
+                                    Predicate isWanted) {
     std::vector<SearchedLine> wanted;
     std::int32_t number = 0;
     for (const std::string_view line : file.lines()) {
@@ -22,6 +24,8 @@ static std::vector<SearchedLine> linesThat(const ConfigFile& file, std::string_v
     }
     return wanted;
 }
+
+}  // namespace
 
 // ---- Assignments -------------------------------------------------------------------------------
 
@@ -87,10 +91,14 @@ EntrySearch::EntrySearch(const ConfigFile& file) : noLine_(lineBehind(file)) {
     }
 }
 
+namespace {
+
 /// The part of an entry before its first "=", without the blanks there.
-static std::string keyPart(std::string_view entry) {
+std::string keyPart(std::string_view entry) {
     return std::string(withoutTrailing(entry.substr(0, entry.find('=')), kSkipped));
 }
+
+}  // namespace
 
 void EntrySearch::index(const SearchedLine& line) {
     if (line.text.front() == '[') {

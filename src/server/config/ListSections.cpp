@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <string_view>
 
 #include "server/config/IntegerText.h"
 #include "server/config/SectionNames.h"

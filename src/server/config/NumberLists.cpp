@@ -10,11 +10,13 @@
 
 // ---- Lists -------------------------------------------------------------------------------------
 
-static bool isSpace(char c) {
+namespace {
+
+bool isSpace(char c) {
     return std::isspace(static_cast<unsigned char>(c)) != 0;
 }
 
-static std::string trimmed(std::string_view text) {
+std::string trimmed(std::string_view text) {
     while (!text.empty() && isSpace(text.front())) {
         text.remove_prefix(1);
     }
@@ -24,7 +26,7 @@ static std::string trimmed(std::string_view text) {
     return std::string(text);
 }
 
-static std::optional<NumberRange> readItem(const std::string& item) {
+std::optional<NumberRange> readItem(const std::string& item) {
     const auto dash = item.find('-');
     // Without a dash both ends are the item itself. Blanks next to a dash are refused on purpose.
     const auto first = wholeInteger(item.substr(0, dash), LeadingBlanks::refused);
@@ -34,6 +36,8 @@ static std::optional<NumberRange> readItem(const std::string& item) {
     if (!first || !last) return std::nullopt;
     return NumberRange{*first, *last};
 }
+
+}  // namespace
 
 NumberList readNumberList(const std::string& value) {
     NumberList list;
@@ -53,9 +57,11 @@ NumberList readNumberList(const std::string& value) {
     return list;
 }
 
+namespace {
+
 /// @param whenAll  the result for "all"
-static std::vector<std::int32_t> expandedList(const std::string& value,
-                                              const std::vector<std::int32_t>& whenAll) {
+std::vector<std::int32_t> expandedList(const std::string& value,
+                                       const std::vector<std::int32_t>& whenAll) {
     const NumberList list = readNumberList(value);
     if (list.all) return whenAll;
 
@@ -69,6 +75,8 @@ static std::vector<std::int32_t> expandedList(const std::string& value,
     numbers.erase(std::unique(numbers.begin(), numbers.end()), numbers.end());
     return numbers;
 }
+
+}  // namespace
 
 std::vector<std::int32_t> getNumbersTagsOperative(const std::string& value) {
     return expandedList(value, {-1});
@@ -86,10 +94,14 @@ std::vector<std::int32_t> getNumbersTagsHistorical(const std::string& value) {
 
 // ---- Numbers of sections -----------------------------------------------------------------------
 
-static std::int32_t numberBehind(std::string_view prefix, const std::string& name) {
+namespace {
+
+std::int32_t numberBehind(std::string_view prefix, const std::string& name) {
     if (name.compare(0, prefix.size(), prefix) != 0) return -1;
     return wholeInteger(name.substr(prefix.size()), LeadingBlanks::skipped).value_or(-1);
 }
+
+}  // namespace
 
 std::int32_t getNumberGroup(const std::string& sectionName) {
     return numberBehind(kGroupSection, sectionName);

@@ -3,7 +3,9 @@
 #include "server/config/NumberLists.h"
 #include "server/config/SectionNames.h"
 
-static void selectPlotter(int plotter, const Section& section, PlotterSelection& selection) {
+namespace {
+
+void selectPlotter(int plotter, const Section& section, PlotterSelection& selection) {
     bool named = false;
     bool listed = false;
     for (const KeyValue& entry : section.params) {
@@ -18,6 +20,8 @@ static void selectPlotter(int plotter, const Section& section, PlotterSelection&
     if (!named) selection.nameByPlotter.try_emplace(plotter, section.name);
     if (!listed) selection.pens.push_back({{plotter, {}}});
 }
+
+}  // namespace
 
 PlotterSelection selectPlotters(const std::vector<Section>& sections, std::uint64_t plotterCount) {
     PlotterSelection selection;

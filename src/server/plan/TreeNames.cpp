@@ -6,10 +6,14 @@
 #include "server/config/SectionNames.h"
 #include "server/text/ToUTF8Converter.h"
 
-static std::string prefixFor(std::string_view applicationName, const char* tree) {
+namespace {
+
+std::string prefixFor(std::string_view applicationName, const char* tree) {
     if (applicationName.empty()) return tree;
     return std::string(applicationName).append(".").append(tree);
 }
+
+}  // namespace
 
 std::string operativePrefix(std::string_view applicationName) {
     return prefixFor(applicationName, "Operative");
