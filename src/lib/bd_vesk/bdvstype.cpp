@@ -90,9 +90,9 @@ double asReal(const Reading& from) {
 void putReal(UTypeValue& to, std::size_t size, double real) {
     const auto single = static_cast<float>(real);
     if (size == sizeof(single))
-        std::memcpy(&to, &single, sizeof(single));
+        std::memcpy(static_cast<void*>(&to), &single, sizeof(single));
     else
-        std::memcpy(&to, &real, sizeof(real));
+        std::memcpy(static_cast<void*>(&to), &real, sizeof(real));
 }
 
 /// Fills a text field of `size` bytes. A text copied from a shorter field leaves the rest of it as
