@@ -123,8 +123,8 @@ AtrFiles readAtrFiles(std::span<const std::uint8_t> offsets, std::span<const std
 
 namespace {
 
-// KEPT: this attribute of the manual inputs is a text of 17 bytes, though the files give it the
-// storage kind of the texts of 9 bytes.
+// KEPT: this attribute of the manual inputs is a text of 17 bytes, although the files give it the
+// storage kind of the 9-byte texts. Required by the interface.
 constexpr int kLongTextOfHI = 12;
 
 /// The storage kind of an attribute; null for one that no reader knows.

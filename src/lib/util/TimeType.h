@@ -48,7 +48,8 @@ class TimeType : public timeval {
     /// Seconds in single precision: good for durations, some minutes off for today's date.
     float GetSecInFloat() const;
 
-    /// KEPT: durations never go negative; (0, 0) when `b` is not earlier than this.
+    /// KEPT: durations are never negative: (0, 0) unless `b` is earlier than this. Required by the
+    /// interface.
     TimeType operator-(const TimeType& b) const;
     TimeType operator+(const TimeType& b) const;
     /// (0, 0) for n = 0.
@@ -72,8 +73,8 @@ class TimeType : public timeval {
     /// The value as the stream operator writes it, and a line end, to standard output.
     void Print() const;
 
-    /// KEPT: waits by reading the clock over and over and never yields the processor; for short
-    /// waits only. A clock that is set back prolongs it.
+    /// KEPT: a busy wait that reads the clock and never yields the processor; for short waits only.
+    /// A clock that is set back prolongs it. Required by the interface.
     static void Sleep(const TimeType& duration);
 
     /// Common part of two intervals, ends included.

