@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <csignal>
 #include <cstring>
 #include <ostream>
 #include <utility>
@@ -40,9 +39,7 @@ pid_t databaseHolder() {
     const auto* entries = static_cast<const buf_str*>(registry.address.get());
     for (int i = 0; i < kRegistryEntries; ++i) {
         if (std::strncmp(entries[i].name, kDatabaseName, sizeof entries[i].name) != 0) continue;
-        // A process of another user counts as alive, so this calls kill instead of findpid.
-        const bool alive = ::kill(entries[i].pid, 0) == 0 || errno == EPERM;
-        if (alive) return entries[i].pid;
+        if (findpid(entries[i].pid) == 0) return entries[i].pid;
     }
     return 0;
 }

@@ -4,6 +4,7 @@
 #include <sys/shm.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <csignal>
 #include <cstdio>
 #include <cstring>
@@ -12,7 +13,7 @@
 #include "lib/util/shmem.h"
 
 int findpid(int pid) {
-    return kill(pid, 0);
+    return kill(pid, 0) == 0 || errno == EPERM ? 0 : -1;
 }
 
 // ---- The segment ----

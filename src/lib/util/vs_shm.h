@@ -16,8 +16,8 @@ static_assert(offsetof(buf_str, name) == 4);
 inline constexpr int kRegistryEntries = 40;
 inline constexpr std::size_t kRegistryNameMax = sizeof(buf_str::name) - 1;
 
-/// `kill(pid, 0)`: 0 when the process exists, else -1. A process of another user that this one may
-/// not signal answers -1 too.
+/// By `kill(pid, 0)`: 0 when the process exists, also one of another user that this one may not signal;
+/// else -1.
 int findpid(int pid);
 
 /// The controller's registry of process names: 40 entries in a shared segment, guarded by a
