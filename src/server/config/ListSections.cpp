@@ -63,8 +63,11 @@ void declareSchema(ListSections& schema) {
                        "HistoricalData", "CountHistoryTrends"});
     schema.addSection(std::string(kAccessSection),
                       {"Node_IPn", "Path_to_keys", "SecurityMode", "SecurityPolicy"});
-    schema.addSection(std::string(kFlatSection), {"AccessUserN", "VA", "VD", "DV", "AV", "RV"});
-    schema.addSection(std::string(kGroupSection),
-                      {"Name", "AccessUserN", "VA", "VD", "DV", "AV", "RV"});
+    schema.addSection(std::string(kFlatSection), {"AccessUserN"});
+    schema.addSection(std::string(kGroupSection), {"Name", "AccessUserN"});
+    for (const std::string_view key : kTagListKeys) {
+        schema.addParam(std::string(kFlatSection), std::string(key));
+        schema.addParam(std::string(kGroupSection), std::string(key));
+    }
     schema.addSection(std::string(kPlotterSchema), {"Name", "AccessUserN", "Pens"});
 }

@@ -12,6 +12,7 @@ enum AttrTypeMsg : int {  // unscoped: the interface passes them as int
     AttrTypeMsgRV = 2,
     AttrTypeMsgVD = 3,
     AttrTypeMsgDV = 4,
+    AttrTypeMsgCount,  // how many there are
 };
 
 /// Collects, while the operative trees are built, the configured attributes that the database does
@@ -33,5 +34,5 @@ class MissingAttrManager {
   private:
     std::vector<std::string> missing_;
     std::unordered_set<std::string> known_;  // the same names, for a check in constant time
-    std::array<bool, 5> sent_{};
+    std::array<bool, AttrTypeMsgCount> sent_{};
 };

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <string_view>
 
 // Recognises the sections of the configuration file by their names, which are CP866 and
@@ -39,6 +40,10 @@ inline constexpr std::string_view kPlotterSchema = "Plotter";
 [[nodiscard]] constexpr bool holdsEntries(std::string_view name) {
     return isFlatSection(name) || schemaNameOf(name) == kGroupSection;
 }
+
+/// The keys that list tags, one for each kind of variable. The order is required by the interface.
+inline constexpr auto kTagListKeys =
+    std::to_array<std::string_view>({"VA", "VD", "DV", "AV", "RV"});
 
 /// A key that contains this text is an attribute entry.
 inline constexpr std::string_view kEntryMark = "Type";

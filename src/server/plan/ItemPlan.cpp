@@ -12,7 +12,7 @@
 
 namespace {
 
-static_assert(AttrTypeMsgDV + 1 == kKinds.size(), "one for each kind");
+static_assert(AttrTypeMsgCount == kKinds.size(), "one for each kind");
 
 /// Reports an entry whose attribute may not be exported, once per line.
 void reportRefused(const TagInfo& entry, const EntrySource& source) {

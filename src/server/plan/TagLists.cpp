@@ -5,6 +5,13 @@
 #include "server/config/NumberLists.h"
 #include "server/config/SectionNames.h"
 
+static_assert(kTagListKeys.size() == kKinds.size() &&
+                  std::ranges::all_of(kKinds,
+                                      [](const VariableKind& kind) {
+                                          return std::ranges::count(kTagListKeys, kind.word) == 1;
+                                      }),
+              "each kind has a key for its list of tags");
+
 const VariableKind* kindListedBy(std::string_view key) {
     const auto* const kind = std::ranges::find(kKinds, key, &VariableKind::word);
     return kind == kKinds.end() ? nullptr : &*kind;
