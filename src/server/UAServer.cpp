@@ -147,11 +147,13 @@ UA_StatusCode UAServer::initializeOperativeTree() {
     return OperativeTree(addressSpace(), items_, sections()).build(applicationNameUtf8());
 }
 
+// NOLINTBEGIN(performance-unnecessary-value-param): the interface hands the text over by value
 UA_StatusCode UAServer::createStructure(UARTEXVariable* variable, int tagNumber,
                                         std::string prefix) {
     return OperativeTree(addressSpace(), items_, sections())
         .addStructure(*variable, tagNumber, prefix);
 }
+// NOLINTEND(performance-unnecessary-value-param)
 
 UA_StatusCode UAServer::createUAItems(UARTEXVariable* variable, int tagNumber,
                                       const std::string& parentId, const std::string& itemPrefix,

@@ -142,6 +142,7 @@ class EntryTraps : private EntryLooker {
             AccessTypeAtr::decideAccess(info.access, info.attributeNumber, type_->access);
         if (!decision.overruled) return;
         std::vector<std::string> texts;
+        texts.reserve(std::size(kAccessTexts));
         for (const AccessText& known : kAccessTexts) {
             texts.emplace_back(known.text);
         }
