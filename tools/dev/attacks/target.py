@@ -68,7 +68,7 @@ def reads(count: int) -> ua.ReadRequest:
 
 
 def _observe(port: int, report: Connection) -> None:
-    """Reads 100 values every 50 ms until told to stop; reports the waits, in ms."""
+    """Reads 100 values every 50 ms until it gets a message; reports the waits, in ms."""
     client, waits = RawClient(port, name="observer"), []
     report.send(None)
     while not report.poll(0.05):
