@@ -73,7 +73,8 @@ UA_StatusCode StructureItems::add(UARTEXVariable& variable, int tagNumber,
 
     for (const ItemPlan::Item& item : planOf(*published, sections, source).items) {
         const int attributeNumber = item.info.attributeNumber;
-        // KEPT: for every tag, though it says the same of each. Required by the interface.
+        // KEPT: printed for every tag, although it is the same line for each. Required by the
+        // interface.
         AccessTypeAtr::printOverruled(item.access);
 
         contexts_->push_back(std::make_unique<VarContext>(&variable, attributeNumber));
