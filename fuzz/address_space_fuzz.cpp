@@ -11,7 +11,7 @@
 #include "server/config/ListSections.h"
 #include "server/history/RTEXContext.h"
 #include "server/operative/VarContext.h"
-#include "server/values/NewVariable.h"
+#include "server/values/CreateVariables.h"
 #include "server/values/UARTEXVariable.h"
 #include "tests/support/controller_database.h"
 
@@ -25,15 +25,6 @@ void VarContext::operator delete(void* context) noexcept {
 }
 
 namespace {
-
-/// One for each tag of the kind that the database has.
-void addVariables(VariableType kind) {
-    int number = 1;
-    do {
-        rtexvariable.push_back(newVariable(kind));
-    } while (rtexvariable.back()->getCountVarFormObj(number++) == 0);
-    rtexvariable.pop_back();
-}
 
 struct History {
     UA_HistoryDataBackend backend{};
@@ -81,7 +72,7 @@ extern "C" int LLVMFuzzerInitialize(int* /*argc*/, char*** /*argv*/) {
         database.put(ControllerDatabase::Area::passport, 3, kind + 1, 27, kind);
     declareSchema(ListSections::getInstance());
     for (const VariableType kind : kStartOrder) {
-        addVariables(kind);
+        createVariables(kind);
     }
     return 0;
 }

@@ -1,14 +1,11 @@
 #include "bench/micro/controller.h"
 
-#include <memory>
-
 #include "lib/util/vs_obj.h"
 #include "server/ServerState.h"
 #include "server/config/ConfigState.h"
 #include "server/config/IniConfigManager.h"
 #include "server/config/ListSections.h"
-#include "server/values/UARTEXVariable.h"
-#include "server/values/VariableTypeVA.h"
+#include "server/values/CreateVariables.h"
 
 namespace bench {
 namespace {
@@ -17,11 +14,7 @@ bool attach() {
     All = new vs_obj;  // kept until the process ends
     declareSchema(ListSections::getInstance());
     (void)IniConfigManager::instance().loadConfig(iniFilePath);  // reports for itself
-    int number = 1;
-    do {
-        rtexvariable.push_back(std::make_unique<VariableTypeVA>());
-    } while (rtexvariable.back()->getCountVarFormObj(number++) == 0);
-    rtexvariable.pop_back();
+    createVariables(VariableType::VA);
     return uaserver.initializeOperativeTree() == UA_STATUSCODE_GOOD;
 }
 

@@ -17,7 +17,7 @@
 #include "server/startup/ControllerJournal.h"
 #include "server/supervision/ServiceLevel.h"
 #include "server/text/Cp866Literal.h"
-#include "server/values/NewVariable.h"
+#include "server/values/CreateVariables.h"
 #include "server/values/UARTEXVariable.h"
 
 namespace {
@@ -48,16 +48,6 @@ bool registerProcess() {
         std::fprintf(stderr, "all %d entries of the name registry are taken\n", kRegistryEntries);
     }
     return false;
-}
-
-/// One object per database variable, numbered from 1, up to the first number that the database does
-/// not have.
-void createVariables(VariableType kind) {
-    int number = 1;
-    do {
-        rtexvariable.push_back(newVariable(kind));
-    } while (rtexvariable.back()->getCountVarFormObj(number++) == 0);
-    rtexvariable.pop_back();
 }
 
 /// @return whether any operative tree was built

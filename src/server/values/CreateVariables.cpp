@@ -1,4 +1,7 @@
-#include "server/values/NewVariable.h"
+#include "server/values/CreateVariables.h"
+
+#include <array>
+#include <cstddef>
 
 #include "server/values/VariableTypeAV.h"
 #include "server/values/VariableTypeDV.h"
@@ -24,4 +27,12 @@ static_assert(kMakers.size() == kKinds.size(), "one for each kind");
 
 std::unique_ptr<UARTEXVariable> newVariable(VariableType kind) {
     return kMakers.at(static_cast<std::size_t>(kind))();
+}
+
+void createVariables(VariableType kind) {
+    int number = 1;
+    do {
+        rtexvariable.push_back(newVariable(kind));
+    } while (rtexvariable.back()->getCountVarFormObj(number++) == 0);
+    rtexvariable.pop_back();
 }

@@ -1,5 +1,5 @@
 #include "lib/util/shmem.h"
-#include "server/values/NewVariable.h"
+#include "server/values/CreateVariables.h"
 #include "server/values/VariableTypeAV.h"
 #include "server/values/VariableTypeDV.h"
 #include "server/values/VariableTypeRV.h"
