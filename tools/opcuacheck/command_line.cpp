@@ -2,7 +2,6 @@
 
 #include <unistd.h>
 
-#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <array>
 #include <filesystem>
@@ -12,11 +11,12 @@
 #include "server/bounds/ConfigBounds.h"
 #include "server/config/NumberLists.h"
 #include "server/diagnostics/MsgHandler.h"
+#include "tools/command_line/command_line.h"
 #include "tools/opcuacheck/exit_status.h"
 #include "tools/opcuacheck/finding.h"
 #include "tools/opcuacheck/print.h"
 
-namespace opcuacheck {
+namespace tools::opcuacheck {
 
 namespace {
 
@@ -27,127 +27,71 @@ struct Options {
     std::string counts;
     std::string rvs;
     std::string rvl;
-    std::string language = "ru";
+    Language language = Language::ru;
     bool tree = false;
     bool json = false;
     bool codes = false;
 
-    [[nodiscard]] bool russian() const { return language == "ru"; }
-    [[nodiscard]] Language lang() const { return russian() ? Language::ru : Language::en; }
+    [[nodiscard]] bool russian() const { return language == Language::ru; }
 };
 
-struct HelpTexts {
-    const char* title;
-    const char* argument;
-    const char* options;
-    const char* usage;
-    const char* help;
-    const char* file;
-    const char* system;
-    const char* settings;
-    const char* counts;
-    const char* rvs;
-    const char* rvl;
-    const char* language;
-    const char* tree;
-    const char* json;
-    const char* codes;
-    const char* footer;
-};
-
-constexpr HelpTexts kRussian{
+constexpr Text kDescription{
     "Проверяет конфигурацию сервера OPC UA (opcuasrv.ini) до её загрузки.\n"
     "Показывает ошибки — теми же словами, что и сервер, — и ловушки, о которых сервер молчит.",
-    "АРГУМЕНТ",
-    "КЛЮЧИ",
-    "Вызов",
-    "Показать эту справку",
-    "Проверяемый файл, CP866",
-    "Папка файлов offatrs.dat и atributs.dat: какие атрибуты есть в базе и каких они типов",
-    "Папка файла veskkntr.ini: номер и цикл контроллера; без ключа — папка проверяемого файла",
-    "Сколько в базе переменных, например va=120,av=20,rv=60,vd=200,dv=40",
-    "Какие ручные вводы — тексты (RVS), например 41-44; остальные, кроме --rvl, — числа (RVV)",
-    "Какие ручные вводы — переключатели (RVL), например 45-60",
-    "Язык: ru или en",
-    "Вместо замечаний показать узлы, которые получатся",
-    "Вывести массив JSON: замечания, с --tree — узлы",
-    "Показать коды замечаний и выйти",
-    "\nКод завершения: 0 — замечаний нет, 1 — только предупреждения, 2 — есть ошибки,\n"
-    "3 — файл не читается, 4 — неверные ключи. Описание: docs/configuration.ru.md."};
-
-constexpr HelpTexts kEnglish{
     "Checks the configuration of the OPC UA server (opcuasrv.ini) before it is loaded.\n"
-    "Shows errors, in the server's own words, and traps that the server does not report.",
-    "ARGUMENT",
-    "OPTIONS",
-    "Usage",
-    "Show this help",
-    "File to check, CP866",
-    "Folder of offatrs.dat and atributs.dat: which attributes exist, and their types",
-    "Folder of veskkntr.ini: number and cycle of the controller; default: the file's folder",
-    "How many variables the database has, for example va=120,av=20,rv=60,vd=200,dv=40",
-    "Which manual inputs are texts (RVS), for example 41-44; all others except --rvl are numbers "
-    "(RVV)",
-    "Which manual inputs are switches (RVL), for example 45-60",
-    "Language: ru or en",
-    "Show the resulting nodes instead of the findings",
-    "Print a JSON array: the findings, with --tree the nodes",
-    "List the codes of findings and exit",
-    "\nExit status: 0 nothing found, 1 warnings only, 2 errors, 3 a file cannot be read,\n"
+    "Shows errors, in the server's own words, and traps that the server does not report."};
+constexpr Text kFooter{
+    "Код завершения: 0 — замечаний нет, 1 — только предупреждения, 2 — есть ошибки,\n"
+    "3 — файл не читается, 4 — неверные ключи. Описание: docs/configuration.ru.md.",
+    "Exit status: 0 nothing found, 1 warnings only, 2 errors, 3 a file cannot be read,\n"
     "4 bad usage. See docs/configuration.md."};
 
 // ---- Command line ------------------------------------------------------------------------------
 
-/// The language is needed before anything is parsed, for help and error messages.
-std::string askedLanguage(int argc, const char* const* argv) {
-    for (int i = 1; i < argc; ++i) {
-        const std::string argument = argv[i];
-        if (argument == "--lang=en") return "en";
-        if (argument == "--lang" && i + 1 < argc && std::string(argv[i + 1]) == "en") return "en";
+struct OptionRow {
+    const char* name;
+    std::string Options::*target;
+    Text help;
+    Text value;
+};
+
+// clang-format off
+constexpr OptionRow kOptions[] = {
+    {"FILE", &Options::file, {"Проверяемый файл, CP866", "File to check, CP866"}, {"", ""}},
+    {"--system", &Options::system,
+     {"Папка файлов offatrs.dat и atributs.dat: какие атрибуты есть в базе и каких они типов",
+      "Folder of offatrs.dat and atributs.dat: which attributes exist, and their types"}, {"ПАПКА", "FOLDER"}},
+    {"--settings", &Options::settings,
+     {"Папка файла veskkntr.ini: номер и цикл контроллера; без ключа — папка проверяемого файла",
+      "Folder of veskkntr.ini: number and cycle of the controller; default: the file's folder"}, {"ПАПКА", "FOLDER"}},
+    {"--counts", &Options::counts,
+     {"Сколько в базе переменных, например va=120,av=20,rv=60,vd=200,dv=40",
+      "How many variables the database has, for example va=120,av=20,rv=60,vd=200,dv=40"}, {"va=N,...", "va=N,..."}},
+    {"--rvs", &Options::rvs,
+     {"Какие ручные вводы — тексты (RVS), например 41-44; остальные, кроме --rvl, — числа (RVV)",
+      "Which manual inputs are texts (RVS), for example 41-44; all others except --rvl are numbers (RVV)"}, {"N-M", "N-M"}},
+    {"--rvl", &Options::rvl,
+     {"Какие ручные вводы — переключатели (RVL), например 45-60",
+      "Which manual inputs are switches (RVL), for example 45-60"}, {"N-M", "N-M"}},
+};
+// clang-format on
+
+void declareOptions(CommandLine& line, Options& options) {
+    for (const OptionRow& row : kOptions) {
+        line.option(row.name, options.*row.target, row.help, row.value);
     }
-    return "ru";
-}
-
-void declareOptions(CLI::App& app, Options& options, const HelpTexts& texts) {
-    app.option_defaults()->group(texts.options);
-    app.get_formatter()->label("Usage", texts.usage);
-    app.get_formatter()->label("OPTIONS", texts.options);
-    app.get_formatter()->label("Positionals", texts.argument);
-    app.get_formatter()->column_width(24);
-    app.set_help_flag("-h,--help", texts.help);
-    app.add_option("FILE", options.file, texts.file)->type_name("");
-    app.add_option("--system", options.system, texts.system)->type_name("DIR");
-    app.add_option("--settings", options.settings, texts.settings)->type_name("DIR");
-    app.add_option("--counts", options.counts, texts.counts)->type_name("va=N,...");
-    app.add_option("--rvs", options.rvs, texts.rvs)->type_name("N-M");
-    app.add_option("--rvl", options.rvl, texts.rvl)->type_name("N-M");
-    app.add_option("--lang", options.language, texts.language)->type_name("ru|en");
-    app.add_flag("--tree", options.tree, texts.tree)->disable_flag_override();
-    app.add_flag("--json", options.json, texts.json)->disable_flag_override();
-    app.add_flag("--codes", options.codes, texts.codes)->disable_flag_override();
-    app.footer(texts.footer);
-}
-
-int refuse(const std::string& reason, bool russian) {
-    std::cerr << "opcuacheck: " << reason << "\n"
-              << (russian ? "Справка: " : "Help: ") << "opcuacheck --help\n";
-    return kBadUsage;
-}
-
-std::string reasonOf(const CLI::ParseError& error, bool russian) {
-    if (!russian) return error.what();
-    const std::string text = error.what();
-    if (dynamic_cast<const CLI::ExtrasError*>(&error) != nullptr) {
-        return "неизвестный аргумент " + text.substr(text.rfind(": ") + 2);
-    }
-    return "у ключа нет значения или оно лишнее (" + text + ")";
+    line.flag("--tree", options.tree,
+              {"Вместо замечаний показать узлы, которые получатся",
+               "Show the resulting nodes instead of the findings"});
+    line.flag("--json", options.json,
+              {"Вывести массив JSON: замечания, с --tree — узлы",
+               "Print a JSON array: the findings, with --tree the nodes"});
+    line.flag("--codes", options.codes,
+              {"Показать коды замечаний и выйти", "List the codes of findings and exit"});
 }
 
 /// Checks what CLI11 cannot check. @return what is wrong; empty if nothing is
 std::string fillDatabase(const Options& options, Database& database) {
-    if (options.language != "ru" && options.language != "en") {
-        return "\"" + options.language + "\" — ни ru, ни en; neither ru nor en";
-    }
     if (!options.counts.empty()) {
         auto problem = readCounts(options.counts, database, options.russian());
         if (!problem.empty()) return problem;
@@ -190,9 +134,9 @@ int notReadable(const Options& options, const std::string& settingsPath) {
     Findings findings{{RuleId::fileNotOpened, 0, 0, {}, {}, {options.file}, {}}};
     findings.front().logLine = view.reports.front().report.logLine;
     if (options.json) {
-        printFindingsJson(std::cout, findings, nothing, options.lang());
+        printFindingsJson(std::cout, findings, nothing, options.language);
     } else {
-        printFindings(std::cerr, options.file, findings, checked, {options.lang(), false});
+        printFindings(std::cerr, options.file, findings, checked, {options.language, false});
     }
     return kNotReadable;
 }
@@ -225,7 +169,7 @@ int check(const Options& options, Database& database) {
     const ServerView view = viewAsServer(options.file, settingsPath, database);
     const Checked checked{*file, view, database};
     const Findings findings = allFindings(checked);
-    const PrintStyle style{options.lang(), isatty(STDOUT_FILENO) == 1};
+    const PrintStyle style{options.language, isatty(STDOUT_FILENO) == 1};
     if (options.tree) {
         const auto tree = treeOf(view, database);
         if (options.json) {
@@ -254,29 +198,24 @@ void printCodes(Language language) {
 
 int runProgram(int argc, const char* const* argv) {
     Options options;
-    const bool russian = askedLanguage(argc, argv) == "ru";
-    const HelpTexts& texts = russian ? kRussian : kEnglish;
-    CLI::App app{texts.title, "opcuacheck"};
-    declareOptions(app, options, texts);
-    try {
-        app.parse(argc, argv);
-    } catch (const CLI::CallForHelp&) {
-        std::cout << app.help();
-        return kClean;
-    } catch (const CLI::ParseError& error) {
-        return refuse(reasonOf(error, russian), russian);
-    }
+    options.language = askedLanguage(argc, argv);
+    CommandLine line("opcuacheck", kDescription, kFooter, options.language);
+    declareOptions(line, options);
+    if (const auto status = line.parse(argc, argv, kBadUsage)) return *status;
     if (options.codes) {
-        printCodes(options.lang());
+        printCodes(options.language);
         return kClean;
     }
     Database database;
-    const std::string problem = fillDatabase(options, database);
-    if (!problem.empty()) return refuse(problem, russian);
-    if (options.file.empty()) {
-        return refuse(russian ? "не указан проверяемый файл" : "no file is named", russian);
+    std::string problem = fillDatabase(options, database);
+    if (problem.empty() && options.file.empty()) {
+        problem = line.in({"не указан проверяемый файл", "no file is named"});
+    }
+    if (!problem.empty()) {
+        line.refuse(problem);
+        return kBadUsage;
     }
     return check(options, database);
 }
 
-}  // namespace opcuacheck
+}  // namespace tools::opcuacheck

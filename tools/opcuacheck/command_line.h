@@ -1,9 +1,9 @@
 #pragma once
 
-namespace opcuacheck {
+namespace tools::opcuacheck {
 
 /// Parses the command line, checks the file and prints to standard output; errors that prevent this
 /// go to standard error. @return an ExitStatus
 int runProgram(int argc, const char* const* argv);
 
-}  // namespace opcuacheck
+}  // namespace tools::opcuacheck

@@ -12,7 +12,7 @@
 #include "server/bounds/ConfigBounds.h"
 #include "server/config/IniText.h"
 
-namespace opcuacheck {
+namespace tools::opcuacheck {
 
 std::optional<int> Database::rvTypeOf(VariableType kind, int tag) const {
     if (kind != VariableType::RV) return 0;
@@ -124,4 +124,4 @@ const char* publishedTypeName(TYPE_VAL type) {
     return index < kNames.size() ? kNames[index] : kNames[0];
 }
 
-}  // namespace opcuacheck
+}  // namespace tools::opcuacheck

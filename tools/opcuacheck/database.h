@@ -9,7 +9,7 @@
 #include "lib/bd_vesk/bdvstype.h"
 #include "server/kinds/Kinds.h"
 
-namespace opcuacheck {
+namespace tools::opcuacheck {
 
 /// What is known about the controller's database without a running one. Everything may be unknown.
 struct Database {
@@ -40,4 +40,4 @@ struct Database {
 /// The name of the OPC UA type of a published value; "—" for `none`.
 [[nodiscard]] const char* publishedTypeName(TYPE_VAL type);
 
-}  // namespace opcuacheck
+}  // namespace tools::opcuacheck

@@ -5,7 +5,7 @@
 #include "server/config/IniText.h"
 #include "server/text/ToUTF8Converter.h"
 
-namespace opcuacheck {
+namespace tools::opcuacheck {
 
 std::string shown(std::string_view cp866) {
     std::string plain(cp866);
@@ -18,4 +18,4 @@ std::string shownLine(const ConfigFile& file, std::int32_t line) {
     return shown(withoutBlanks(file.seenLine(line)));
 }
 
-}  // namespace opcuacheck
+}  // namespace tools::opcuacheck

@@ -6,7 +6,7 @@
 
 #include "server/config/ConfigFile.h"
 
-namespace opcuacheck {
+namespace tools::opcuacheck {
 
 /// CP866 as UTF-8, control characters shown as blanks.
 [[nodiscard]] std::string shown(std::string_view cp866);
@@ -15,4 +15,4 @@ namespace opcuacheck {
 /// sees.
 [[nodiscard]] std::string shownLine(const ConfigFile& file, std::int32_t line);
 
-}  // namespace opcuacheck
+}  // namespace tools::opcuacheck

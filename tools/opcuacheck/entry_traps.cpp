@@ -13,7 +13,7 @@
 #include "tools/opcuacheck/finding.h"
 #include "tools/opcuacheck/nearest.h"
 
-namespace opcuacheck {
+namespace tools::opcuacheck {
 
 namespace {
 
@@ -263,4 +263,4 @@ void addEntryTraps(const Checked& checked, Findings& findings) {
     addTwins(flat, findings);
 }
 
-}  // namespace opcuacheck
+}  // namespace tools::opcuacheck

@@ -1,6 +1,6 @@
 #pragma once
 
-namespace opcuacheck {
+namespace tools::opcuacheck {
 
 /// The program's exit status, described in its --help.
 enum ExitStatus : int {
@@ -11,4 +11,4 @@ enum ExitStatus : int {
     kBadUsage = 4,     ///< invalid command line
 };
 
-}  // namespace opcuacheck
+}  // namespace tools::opcuacheck

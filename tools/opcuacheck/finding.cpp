@@ -4,7 +4,7 @@
 #include <tuple>
 #include <utility>
 
-namespace opcuacheck {
+namespace tools::opcuacheck {
 
 Finding atEntry(RuleId rule, const Section& section, const KeyValue& entry,
                 std::vector<std::string> arguments) {
@@ -80,4 +80,4 @@ Findings allFindings(const Checked& checked) {
     return findings;
 }
 
-}  // namespace opcuacheck
+}  // namespace tools::opcuacheck

@@ -12,7 +12,7 @@
 #include "tools/opcuacheck/rules.h"
 #include "tools/opcuacheck/server_view.h"
 
-namespace opcuacheck {
+namespace tools::opcuacheck {
 
 /// One place of the configuration and what is wrong with it. Texts are UTF-8.
 struct Finding {
@@ -89,4 +89,4 @@ class EntryLooker {
 /// An example of an attribute entry of the type: "Значение, 29, OPC_READABLE".
 [[nodiscard]] std::string exampleOf(const PublishedType& type);
 
-}  // namespace opcuacheck
+}  // namespace tools::opcuacheck

@@ -8,7 +8,7 @@
 #include "server/plan/TagConfig.h"
 #include "tools/opcuacheck/finding.h"
 
-namespace opcuacheck {
+namespace tools::opcuacheck {
 
 // ---- The file as a whole -----------------------------------------------------------------------
 
@@ -186,4 +186,4 @@ void addGeneralTraps(const Checked& checked, Findings& findings) {
     }
 }
 
-}  // namespace opcuacheck
+}  // namespace tools::opcuacheck

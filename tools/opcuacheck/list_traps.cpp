@@ -8,7 +8,7 @@
 #include "server/plan/TagLists.h"
 #include "tools/opcuacheck/finding.h"
 
-namespace opcuacheck {
+namespace tools::opcuacheck {
 
 namespace {
 
@@ -134,4 +134,4 @@ void addListTraps(const Checked& checked, Findings& findings) {
     }
 }
 
-}  // namespace opcuacheck
+}  // namespace tools::opcuacheck

@@ -1,5 +1,5 @@
 #include "tools/opcuacheck/command_line.h"
 
 int main(int argc, char** argv) {
-    return opcuacheck::runProgram(argc, argv);
+    return tools::opcuacheck::runProgram(argc, argv);
 }

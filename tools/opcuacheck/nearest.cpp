@@ -4,7 +4,7 @@
 
 #include "server/config/IniText.h"
 
-namespace opcuacheck {
+namespace tools::opcuacheck {
 
 namespace {
 
@@ -47,4 +47,4 @@ std::string nearest(std::string_view name, const std::vector<std::string>& candi
     return best == nullptr ? std::string() : *best;
 }
 
-}  // namespace opcuacheck
+}  // namespace tools::opcuacheck

@@ -1,28 +1,31 @@
 #include "tools/opcuacheck/print.h"
 
 #include <algorithm>
-#include <initializer_list>
+#include <nlohmann/json.hpp>
 #include <string_view>
 #include <utility>
 
-#include "tools/json/json_text.h"
-
-namespace opcuacheck {
+namespace tools::opcuacheck {
 
 namespace {
 
 // ---- JSON --------------------------------------------------------------------------------------
 
-/// One object of an array; values are JSON already.
-void printObject(std::ostream& out, bool first,
-                 std::initializer_list<std::pair<std::string_view, std::string>> members) {
-    out << (first ? "\n  {" : ",\n  {");
-    const char* separator = "";
-    for (const auto& [name, value] : members) {
-        out << separator << jsonText(name) << ": " << value;
-        separator = ", ";
+using Json = nlohmann::ordered_json;
+
+/// An array, an object a line.
+void printArray(std::ostream& out, const std::vector<Json>& objects) {
+    out << '[';
+    const char* separator = "\n  ";
+    for (const Json& object : objects) {
+        out << std::exchange(separator, ",\n  ")
+            << object.dump(-1, ' ', false, Json::error_handler_t::replace);
     }
-    out << '}';
+    out << (objects.empty() ? "]\n" : "\n]\n");
+}
+
+Json orNull(const std::string& text) {
+    return text.empty() ? Json() : Json(text);
 }
 
 // ---- Texts -------------------------------------------------------------------------------------
@@ -149,24 +152,22 @@ void printFindings(std::ostream& out, const std::string& file, const Findings& f
 
 void printFindingsJson(std::ostream& out, const Findings& findings, const ConfigFile& file,
                        Language language) {
-    out << '[';
-    bool first = true;
+    std::vector<Json> objects;
     for (const Finding& finding : findings) {
         const Rule& rule = ruleOf(finding.rule);
         const std::int32_t place = finding.trueLine > 0 ? finding.trueLine : finding.line;
-        printObject(out, std::exchange(first, false),
-                    {{"line", std::to_string(finding.line)},
-                     {"causeLine", std::to_string(place)},
-                     {"severity", jsonText(severityName(rule.severity))},
-                     {"code", jsonText(rule.code)},
-                     {"section", jsonText(finding.section)},
-                     {"key", jsonText(finding.key)},
-                     {"text", jsonText(shownLine(file, place))},
-                     {"message", jsonText(messageOf(finding, language))},
-                     {"advice", jsonText(adviceOf(finding, language))},
-                     {"log", finding.logLine ? jsonText(*finding.logLine) : "null"}});
+        objects.push_back({{"line", finding.line},
+                           {"causeLine", place},
+                           {"severity", severityName(rule.severity)},
+                           {"code", rule.code},
+                           {"section", finding.section},
+                           {"key", finding.key},
+                           {"text", shownLine(file, place)},
+                           {"message", messageOf(finding, language)},
+                           {"advice", adviceOf(finding, language)},
+                           {"log", finding.logLine ? Json(*finding.logLine) : Json()}});
     }
-    out << (findings.empty() ? "]\n" : "\n]\n");
+    printArray(out, objects);
 }
 
 // ---- Tree --------------------------------------------------------------------------------------
@@ -196,19 +197,17 @@ void printTree(std::ostream& out, const std::vector<TreeNode>& tree, const Check
 }
 
 void printTreeJson(std::ostream& out, const std::vector<TreeNode>& tree) {
-    out << '[';
-    bool first = true;
+    std::vector<Json> objects;
     for (const TreeNode& node : tree) {
-        printObject(out, std::exchange(first, false),
-                    {{"id", jsonText(node.id)},
-                     {"parent", jsonText(node.parentId)},
-                     {"name", jsonText(node.name)},
-                     {"class", node.variable ? "\"variable\"" : "\"object\""},
-                     {"dataType", node.dataType.empty() ? "null" : jsonText(node.dataType)},
-                     {"access", node.variable ? jsonText(node.access) : "null"},
-                     {"uncertain", node.uncertain ? "true" : "false"}});
+        objects.push_back({{"id", node.id},
+                           {"parent", node.parentId},
+                           {"name", node.name},
+                           {"class", node.variable ? "variable" : "object"},
+                           {"dataType", orNull(node.dataType)},
+                           {"access", node.variable ? Json(node.access) : Json()},
+                           {"uncertain", node.uncertain}});
     }
-    out << (tree.empty() ? "]\n" : "\n]\n");
+    printArray(out, objects);
 }
 
-}  // namespace opcuacheck
+}  // namespace tools::opcuacheck

@@ -7,7 +7,7 @@
 #include "tools/opcuacheck/finding.h"
 #include "tools/opcuacheck/tree.h"
 
-namespace opcuacheck {
+namespace tools::opcuacheck {
 
 struct PrintStyle {
     Language language = Language::ru;
@@ -26,4 +26,4 @@ void printTree(std::ostream& out, const std::vector<TreeNode>& tree, const Check
 /// The nodes as one JSON array.
 void printTreeJson(std::ostream& out, const std::vector<TreeNode>& tree);
 
-}  // namespace opcuacheck
+}  // namespace tools::opcuacheck

@@ -7,7 +7,7 @@
 #include "server/bounds/ConfigBounds.h"
 #include "server/config/SectionNames.h"
 
-namespace opcuacheck {
+namespace tools::opcuacheck {
 
 namespace {
 
@@ -353,4 +353,4 @@ std::string filled(std::string_view pattern, const std::vector<std::string>& arg
     return text;
 }
 
-}  // namespace opcuacheck
+}  // namespace tools::opcuacheck

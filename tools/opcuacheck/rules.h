@@ -4,9 +4,10 @@
 #include <string_view>
 #include <vector>
 
-namespace opcuacheck {
+#include "tools/text/language.h"
 
-enum class Language { ru, en };
+namespace tools::opcuacheck {
+
 enum class Severity { warning, error };
 
 /// What can be wrong, in the order of the table in rules.cpp. Rules that mean the same to an
@@ -81,14 +82,6 @@ enum class RuleId {
     treeTooLarge,
 };
 
-struct Text {
-    std::string_view ru, en;
-
-    [[nodiscard]] std::string_view in(Language language) const {
-        return language == Language::ru ? ru : en;
-    }
-};
-
 /// One row: the text of a finding. "{0}", "{1}" ... stand for the finding's arguments, names such as
 /// "{first-port}" for the bounds of ConfigBounds.h and the sections of SectionNames.h.
 struct Rule {
@@ -107,4 +100,4 @@ struct Rule {
 [[nodiscard]] std::string filled(std::string_view pattern,
                                  const std::vector<std::string>& arguments);
 
-}  // namespace opcuacheck
+}  // namespace tools::opcuacheck

@@ -8,7 +8,7 @@
 #include "server/plan/TreeNames.h"
 #include "tools/opcuacheck/finding.h"
 
-namespace opcuacheck {
+namespace tools::opcuacheck {
 
 namespace {
 
@@ -194,4 +194,4 @@ void addSectionTraps(const Checked& checked, Findings& findings) {
     addTagsTwice(checked, findings);
 }
 
-}  // namespace opcuacheck
+}  // namespace tools::opcuacheck

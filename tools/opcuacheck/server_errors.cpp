@@ -10,7 +10,7 @@
 #include "tools/opcuacheck/finding.h"
 #include "tools/opcuacheck/nearest.h"
 
-namespace opcuacheck {
+namespace tools::opcuacheck {
 
 namespace {
 
@@ -245,4 +245,4 @@ void addServerErrors(const Checked& checked, Findings& findings) {
     }
 }
 
-}  // namespace opcuacheck
+}  // namespace tools::opcuacheck

@@ -14,7 +14,7 @@
 #include "server/plan/TagConfig.h"
 #include "server/text/ToUTF8Converter.h"
 
-namespace opcuacheck {
+namespace tools::opcuacheck {
 
 // ---- Lists of numbers --------------------------------------------------------------------------
 
@@ -263,4 +263,4 @@ ServerView viewAsServer(const std::string& path, const std::string& settingsPath
     return view;
 }
 
-}  // namespace opcuacheck
+}  // namespace tools::opcuacheck

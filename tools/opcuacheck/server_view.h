@@ -12,7 +12,7 @@
 #include "server/plan/TagGroups.h"
 #include "tools/opcuacheck/database.h"
 
-namespace opcuacheck {
+namespace tools::opcuacheck {
 
 /// A tag that one of the operative trees publishes.
 struct PublishedTag {
@@ -84,4 +84,4 @@ inline constexpr std::int64_t kMostTags = 5'000'000;
 /// The ranges sorted, from 1 on, without overlaps and without empty ranges.
 [[nodiscard]] std::vector<NumberRange> mergedRanges(std::vector<NumberRange> ranges);
 
-}  // namespace opcuacheck
+}  // namespace tools::opcuacheck

@@ -8,7 +8,7 @@
 #include "server/plan/TreeNames.h"
 #include "tools/opcuacheck/finding.h"
 
-namespace opcuacheck {
+namespace tools::opcuacheck {
 
 namespace {
 
@@ -190,4 +190,4 @@ std::vector<TreeNode> treeOf(const ServerView& view, const Database& database) {
     return TreeBuilder(view, database).built();
 }
 
-}  // namespace opcuacheck
+}  // namespace tools::opcuacheck

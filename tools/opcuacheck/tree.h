@@ -6,7 +6,7 @@
 #include "tools/opcuacheck/database.h"
 #include "tools/opcuacheck/server_view.h"
 
-namespace opcuacheck {
+namespace tools::opcuacheck {
 
 /// One node that the configuration gives. Texts are UTF-8.
 struct TreeNode {
@@ -26,4 +26,4 @@ struct TreeNode {
 /// configuration; a parent comes before its children. Empty if the lists are too long.
 [[nodiscard]] std::vector<TreeNode> treeOf(const ServerView& view, const Database& database);
 
-}  // namespace opcuacheck
+}  // namespace tools::opcuacheck

@@ -1,6 +1,6 @@
 #pragma once
 
-namespace opcuaview {
+namespace tools::opcuaview {
 
 /// The program's exit status, described in its --help.
 enum ExitStatus : int {
@@ -12,4 +12,4 @@ enum ExitStatus : int {
     kIncomplete = 5       ///< a history was not read to its end
 };
 
-}  // namespace opcuaview
+}  // namespace tools::opcuaview

@@ -10,13 +10,13 @@
 
 #include "server/opcua/UaHandle.h"
 #include "server/opcua/UaView.h"
-#include "tools/opcuaview/format.h"
+#include "tools/client/format.h"
 #include "tools/opcuaview/options.h"
 #include "tools/opcuaview/plot.h"
 #include "tools/opcuaview/terminal.h"
-#include "tools/opcuaview/text.h"
+#include "tools/text/text.h"
 
-namespace opcuaview {
+namespace tools::opcuaview {
 
 using Clock = std::chrono::steady_clock;
 
@@ -280,11 +280,13 @@ CLI::Validator timeText() {
 
 }  // namespace
 
-void addHistoryCommand(CLI::App& app, ExitStatus& status) {
+void addHistoryCommand(CommandLine& line, ExitStatus& status) {
     auto options = std::make_shared<HistoryOptions>();
-    CLI::App& command = addServerCommand(
-        app, "history", "Читает историю пера целиком, сколько бы значений в ней ни было",
-        options->url, options->waitSeconds);
+    CLI::App& command =
+        addServerCommand(line, "history",
+                         {"Читает историю пера целиком, сколько бы значений в ней ни было",
+                          "Reads the whole history of a pen, however many values it has"},
+                         options->url, options->waitSeconds);
     CLI::Option* node = command.add_option("--node", options->nodeId, "Узел пера, \"ns=1;s=...\"");
     node->check(nodeIdText())->type_name("УЗЕЛ");
     CLI::Option* pen = command.add_option("--pen", options->pen,
@@ -322,4 +324,4 @@ void addHistoryCommand(CLI::App& app, ExitStatus& status) {
     });
 }
 
-}  // namespace opcuaview
+}  // namespace tools::opcuaview

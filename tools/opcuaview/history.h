@@ -4,14 +4,11 @@
 #include <optional>
 #include <string>
 
+#include "tools/client/session.h"
+#include "tools/command_line/command_line.h"
 #include "tools/opcuaview/exit_status.h"
-#include "tools/opcuaview/session.h"
 
-namespace CLI {
-class App;
-}
-
-namespace opcuaview {
+namespace tools::opcuaview {
 
 struct HistoryOptions {
     std::string url = kDefaultUrl;
@@ -26,7 +23,7 @@ struct HistoryOptions {
 };
 
 /// Adds "history" to the program; `status` receives its exit status.
-void addHistoryCommand(CLI::App& app, ExitStatus& status);
+void addHistoryCommand(CommandLine& line, ExitStatus& status);
 
 /// Reads the history of one pen and writes it to standard output.
 [[nodiscard]] ExitStatus readHistory(const HistoryOptions& options);
@@ -45,4 +42,4 @@ void addHistoryCommand(CLI::App& app, ExitStatus& status);
 /// One line of the CSV output: UTC time with microseconds, value, quality.
 [[nodiscard]] std::string csvLine(const HistoryValue& value);
 
-}  // namespace opcuaview
+}  // namespace tools::opcuaview

@@ -1,5 +1,5 @@
 #include "tools/opcuaview/command_line.h"
 
 int main(int argc, char** argv) {
-    return opcuaview::runProgram(argc, argv);
+    return tools::opcuaview::runProgram(argc, argv);
 }

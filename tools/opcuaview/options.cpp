@@ -7,9 +7,9 @@
 #include <cstdio>
 
 #include "server/opcua/UaView.h"
-#include "tools/opcuaview/item_list.h"
+#include "tools/client/item_list.h"
 
-namespace opcuaview {
+namespace tools::opcuaview {
 
 namespace {
 
@@ -45,19 +45,21 @@ CLI::Validator numberFrom(double least, double most) {
             {}};
 }
 
-CLI::App& addServerCommand(CLI::App& app, const char* name, const char* description,
+CLI::App& addServerCommand(CommandLine& line, const char* name, const Text& description,
                            std::string& url, double& waitSeconds) {
-    CLI::App& command = *app.add_subcommand(name, description);
-    command.group("Команды");
-    command.get_help_ptr()->group(kOptionGroup);
-    command.add_option("--url", url, "Адрес сервера")
+    CLI::App& command = *line.app().add_subcommand(name, line.in(description));
+    command.group(line.in({"Команды", "Commands"}));
+    command.fallthrough();  // --lang may stand behind it too
+    command.add_option("--url", url, line.in({"Адрес сервера", "Address of the server"}))
         ->capture_default_str()
         ->check(CLI::Validator{urlProblem, {}})
-        ->type_name("АДРЕС");
-    command.add_option("--wait", waitSeconds, "Сколько секунд добиваться связи")
+        ->type_name(line.in({"АДРЕС", "ADDRESS"}));
+    command
+        .add_option("--wait", waitSeconds,
+                    line.in({"Сколько секунд добиваться связи", "How long to try to connect"}))
         ->capture_default_str()
         ->check(numberFrom(0, 1e6))
-        ->type_name("СЕКУНДЫ");
+        ->type_name(line.in({"СЕКУНДЫ", "SECONDS"}));
     return command;
 }
 
@@ -69,4 +71,4 @@ CLI::Validator nodeIdText() {
             {}};
 }
 
-}  // namespace opcuaview
+}  // namespace tools::opcuaview

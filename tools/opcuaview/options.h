@@ -3,19 +3,19 @@
 #include <CLI/CLI.hpp>
 #include <string>
 
-// What the subcommands' command lines have in common.
-namespace opcuaview {
+#include "tools/command_line/command_line.h"
 
-/// Heading of the options in the help.
-inline constexpr const char* kOptionGroup = "Ключи";
+// What the subcommands' command lines have in common.
+namespace tools::opcuaview {
 
 /// Adds a subcommand that talks to a server, with the options that all of those have. `url` and
-/// `waitSeconds` live as long as `app`.
-[[nodiscard]] CLI::App& addServerCommand(CLI::App& app, const char* name, const char* description,
-                                         std::string& url, double& waitSeconds);
+/// `waitSeconds` live as long as `line`.
+[[nodiscard]] CLI::App& addServerCommand(CommandLine& line, const char* name,
+                                         const Text& description, std::string& url,
+                                         double& waitSeconds);
 
 /// Checks with messages for operators.
 [[nodiscard]] CLI::Validator numberFrom(double least, double most);
 [[nodiscard]] CLI::Validator nodeIdText();
 
-}  // namespace opcuaview
+}  // namespace tools::opcuaview

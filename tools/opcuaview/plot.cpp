@@ -6,10 +6,10 @@
 #include <cstdio>
 #include <optional>
 
-#include "tools/opcuaview/format.h"
-#include "tools/opcuaview/text.h"
+#include "tools/client/format.h"
+#include "tools/text/text.h"
 
-namespace opcuaview {
+namespace tools::opcuaview {
 
 namespace {
 
@@ -216,4 +216,4 @@ std::string sparkline(const std::vector<HistoryValue>& values, UA_DateTime from,
     return line;
 }
 
-}  // namespace opcuaview
+}  // namespace tools::opcuaview

@@ -3,10 +3,10 @@
 #include <string>
 #include <vector>
 
-#include "tools/opcuaview/history_pager.h"
+#include "tools/client/history_pager.h"
 
 /// Histories drawn with characters.
-namespace opcuaview {
+namespace tools::opcuaview {
 
 /// A curve of dots, two by four in a character, with its scale on the left and times below. If
 /// several values share a column, it covers the range from the least to the greatest; if the
@@ -30,4 +30,4 @@ namespace opcuaview {
 /// Time of day, local, "12:33:10".
 [[nodiscard]] std::string timeOfDay(UA_DateTime time);
 
-}  // namespace opcuaview
+}  // namespace tools::opcuaview

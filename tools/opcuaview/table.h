@@ -3,10 +3,10 @@
 #include <string>
 #include <vector>
 
-#include "tools/opcuaview/text.h"
+#include "tools/text/text.h"
 
 /// A table in character cells, independent of a terminal.
-namespace opcuaview {
+namespace tools::opcuaview {
 
 enum class Emphasis { none, changed, doubtful, bad };
 
@@ -44,9 +44,4 @@ class TableRenderer {
     std::vector<int> widest_;  // of every frame so far, by column
 };
 
-/// Distributes `limit` places as evenly as possible over groups of the given sizes: no group gets
-/// more than its size, and what a small group leaves goes to the others, beginning with the first.
-[[nodiscard]] std::vector<std::size_t> fairShares(const std::vector<std::size_t>& sizes,
-                                                  std::size_t limit);
-
-}  // namespace opcuaview
+}  // namespace tools::opcuaview

@@ -6,7 +6,7 @@
 #include <csignal>
 #include <cstdio>
 
-namespace opcuaview {
+namespace tools::opcuaview {
 
 bool isTerminal() {
     return isatty(STDOUT_FILENO) == 1;
@@ -72,4 +72,4 @@ bool stopRequested() {
     return stopSignal != 0;
 }
 
-}  // namespace opcuaview
+}  // namespace tools::opcuaview

@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-namespace opcuaview {
+namespace tools::opcuaview {
 
 struct TerminalSize {
     int rows;
@@ -44,4 +44,4 @@ void catchStopSignals();
 /// Whether one of them was received.
 [[nodiscard]] bool stopRequested();
 
-}  // namespace opcuaview
+}  // namespace tools::opcuaview

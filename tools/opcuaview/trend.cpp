@@ -2,12 +2,12 @@
 
 #include <algorithm>
 
-#include "tools/opcuaview/format.h"
+#include "tools/client/format.h"
 #include "tools/opcuaview/history.h"
 #include "tools/opcuaview/plot.h"
-#include "tools/opcuaview/text.h"
+#include "tools/text/text.h"
 
-namespace opcuaview {
+namespace tools::opcuaview {
 
 UA_StatusCode Trend::find() {
     std::vector<Child> pens;
@@ -95,4 +95,4 @@ std::string Trend::line() const {
     return headline() + "  " + sparkline(values_, from, now_, kBlocks);
 }
 
-}  // namespace opcuaview
+}  // namespace tools::opcuaview

@@ -5,10 +5,10 @@
 #include <string>
 #include <vector>
 
-#include "tools/opcuaview/history_pager.h"
-#include "tools/opcuaview/session.h"
+#include "tools/client/history_pager.h"
+#include "tools/client/session.h"
 
-namespace opcuaview {
+namespace tools::opcuaview {
 
 /// The last minutes of one pen, updated by history reads that ask for new values only.
 class Trend {
@@ -49,4 +49,4 @@ class Trend {
     Clock::time_point next_;
 };
 
-}  // namespace opcuaview
+}  // namespace tools::opcuaview

@@ -5,13 +5,13 @@
 #include <memory>
 #include <optional>
 
-#include "tools/opcuaview/format.h"
+#include "tools/client/format.h"
 #include "tools/opcuaview/options.h"
 #include "tools/opcuaview/table.h"
 #include "tools/opcuaview/terminal.h"
 #include "tools/opcuaview/trend.h"
 
-namespace opcuaview {
+namespace tools::opcuaview {
 
 using Clock = std::chrono::steady_clock;
 using std::chrono::milliseconds;
@@ -382,11 +382,13 @@ ExitStatus watch(const WatchOptions& options) {
     return Watch{options}.run();
 }
 
-void addWatchCommand(CLI::App& app, ExitStatus& status) {
+void addWatchCommand(CommandLine& line, ExitStatus& status) {
     auto options = std::make_shared<WatchOptions>();
-    CLI::App& command = addServerCommand(
-        app, "watch", "Показывает текущие значения с качеством и временем источника", options->url,
-        options->waitSeconds);
+    CLI::App& command =
+        addServerCommand(line, "watch",
+                         {"Показывает текущие значения с качеством и временем источника",
+                          "Shows current values with their qualities and source times"},
+                         options->url, options->waitSeconds);
     command.add_option("--seconds", options->runSeconds, "Закончить через столько секунд")
         ->check(numberFrom(0.1, 1e9))
         ->type_name("СЕКУНДЫ");
@@ -424,4 +426,4 @@ void addWatchCommand(CLI::App& app, ExitStatus& status) {
     });
 }
 
-}  // namespace opcuaview
+}  // namespace tools::opcuaview

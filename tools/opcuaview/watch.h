@@ -2,15 +2,12 @@
 
 #include <string>
 
+#include "tools/client/item_list.h"
+#include "tools/client/session.h"
+#include "tools/command_line/command_line.h"
 #include "tools/opcuaview/exit_status.h"
-#include "tools/opcuaview/item_list.h"
-#include "tools/opcuaview/session.h"
 
-namespace CLI {
-class App;
-}
-
-namespace opcuaview {
+namespace tools::opcuaview {
 
 struct WatchOptions {
     std::string url = kDefaultUrl;
@@ -25,9 +22,9 @@ struct WatchOptions {
 };
 
 /// Adds "watch" to the program; `status` receives its exit status.
-void addWatchCommand(CLI::App& app, ExitStatus& status);
+void addWatchCommand(CommandLine& line, ExitStatus& status);
 
 /// Reads the chosen variables repeatedly and shows them until the time is over or a signal arrives.
 [[nodiscard]] ExitStatus watch(const WatchOptions& options);
 
-}  // namespace opcuaview
+}  // namespace tools::opcuaview

@@ -1,6 +1,5 @@
 #include "tools/zrtjournal/command_line.h"
 
-#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cerrno>
 #include <charconv>
@@ -13,6 +12,7 @@
 #include <thread>
 
 #include "lib/util/veskpath.h"
+#include "tools/command_line/command_line.h"
 #include "tools/zrtjournal/designations.h"
 #include "tools/zrtjournal/display.h"
 #include "tools/zrtjournal/exit_status.h"
@@ -20,7 +20,7 @@
 #include "tools/zrtjournal/saved_copies.h"
 #include "tools/zrtjournal/selection.h"
 
-namespace zrtjournal {
+namespace tools::zrtjournal {
 
 namespace {
 
@@ -35,122 +35,59 @@ struct Options {
     std::string to;
     std::string last;
     bool json = false;
-    std::string languageName = "ru";
 
-    Language language = Language::russian;
+    Language language = Language::ru;
     Selection selection;
     std::optional<std::size_t> most;  // of --last
 };
 
-struct HelpTexts {
-    const char* title;
-    const char* usage;
-    const char* options;
-    const char* help;
-    const char* files;
-    const char* folder;
-    const char* follow;
-    const char* codes;
-    const char* from;
-    const char* to;
-    const char* last;
-    const char* json;
-    const char* language;
-    const char* footer;
-};
-
-constexpr HelpTexts kRussianHelp{
+constexpr Text kDescription{
     "Показывает журнал событий контроллера, начиная со старых сообщений. Только читает.",
-    "Вызов",
-    "КЛЮЧИ",
-    "показать эту справку",
-    "читать сохранённые файлы, а не память; об их состоянии - в поток ошибок",
-    "папка с dat, rezerv и check, если файлы не там, где у контроллера",
-    "показывать и новые сообщения, до Ctrl-C",
-    "только эти коды, например 18091-18094,1003",
-    "не раньше этого местного времени: \"2026-11-21 09:30:15\", \"21-11-2026\", \"09:30\"",
-    "не позже него; названные секунда, минута или день входят целиком",
-    "только столько последних из выбранных",
-    "по объекту JSON в строке",
-    "язык: ru или en",
-    "\nКод завершения: 0 - показано, 1 - показано, но копия повреждена (--files), 2 - неверные "
-    "ключи,\n3 - журнала нет. Запись: docs/journal.md."};
-
-constexpr HelpTexts kEnglishHelp{
-    "Shows the controller's event journal, oldest messages first. Only reads.",
-    "Usage",
-    "OPTIONS",
-    "show this help",
-    "read the saved files instead of memory; their state goes to standard error",
-    "folder with dat, rezerv and check, if the files are not where the controller has them",
-    "also show new messages, until Ctrl-C",
-    "only these codes, for example 18091-18094,1003",
-    "not before this local time: \"2026-11-21 09:30:15\", \"21-11-2026\", \"09:30\"",
-    "not after this time; the given second, minute or day is included",
-    "only this many of the newest selected messages",
-    "one JSON object per line",
-    "language: ru or en",
-    "\nExit status: 0 shown, 1 shown, but a copy is damaged (--files), 2 bad usage, 3 no journal.\n"
+    "Shows the controller's event journal, oldest messages first. Only reads."};
+constexpr Text kFooter{
+    "Код завершения: 0 - показано, 1 - показано, но копия повреждена (--files), 2 - неверные "
+    "ключи,\n3 - журнала нет. Запись: docs/journal.md.",
+    "Exit status: 0 shown, 1 shown, but a copy is damaged (--files), 2 bad usage, 3 no journal.\n"
     "See docs/journal.md."};
 
-/// The language is needed before anything is parsed, for help and error messages.
-Language askedLanguage(int argc, const char* const* argv) {
-    for (int i = 1; i < argc; ++i) {
-        const std::string argument = argv[i];
-        const bool isEnglish = argument == "--lang=en" || (argument == "--lang" && i + 1 < argc &&
-                                                           argv[i + 1] == std::string("en"));
-        if (isEnglish) return Language::english;
-    }
-    return Language::russian;
-}
-
-void declareOptions(CLI::App& app, Options& options, const HelpTexts& texts) {
-    app.option_defaults()->group(texts.options);
-    app.get_formatter()->label("Usage", texts.usage);
-    app.get_formatter()->label("OPTIONS", texts.options);
-    app.get_formatter()->column_width(20);
-    app.set_help_flag("-h,--help", texts.help);
-    auto* files = app.add_flag("--files", options.files, texts.files)->disable_flag_override();
-    app.add_option("--dir", options.folder, texts.folder)->type_name("DIR")->needs(files);
-    app.add_flag("--follow", options.follow, texts.follow)
-        ->disable_flag_override()
-        ->excludes(files);
-    app.add_option("--code", options.codes, texts.codes)->type_name("N-M,...");
-    app.add_option("--from", options.from, texts.from)->type_name("TIME");
-    app.add_option("--to", options.to, texts.to)->type_name("TIME");
-    app.add_option("--last", options.last, texts.last)->type_name("N");
-    app.add_flag("--json", options.json, texts.json)->disable_flag_override();
-    app.add_option("--lang", options.languageName, texts.language)->type_name("ru|en");
-    app.footer(texts.footer);
-}
-
-int refuse(const std::string& reason, Language language) {
-    std::cerr << "zrtjournal: " << reason << "\n"
-              << (language == Language::russian ? "Справка: " : "Help: ") << "zrtjournal --help\n";
-    return kBadUsage;
-}
-
-std::string reasonOf(const CLI::ParseError& error, Language language) {
-    std::string text = error.what();
-    if (language == Language::english) return text;
-    if (dynamic_cast<const CLI::ExtrasError*>(&error) != nullptr) {
-        return "неизвестный аргумент " + text.substr(text.rfind(": ") + 2);
-    }
-    if (dynamic_cast<const CLI::ExcludesError*>(&error) != nullptr) {
-        return "--follow и --files исключают друг друга";
-    }
-    if (dynamic_cast<const CLI::RequiresError*>(&error) != nullptr)
-        return "--dir - только с --files";
-    return "у ключа нет значения, или оно не подходит (" + text + ")";
+void declareOptions(CommandLine& line, Options& options) {
+    auto& files =
+        line.flag("--files", options.files,
+                  {"Читать сохранённые файлы, а не память; об их состоянии - в поток ошибок",
+                   "Read the saved files instead of memory; their state goes to standard error"});
+    line.option("--dir", options.folder,
+                {"Папка с dat, rezerv и check, если файлы не там, где у контроллера",
+                 "Folder with dat, rezerv and check, if the files are not where the controller has "
+                 "them"},
+                {"ПАПКА", "FOLDER"})
+        .needs(&files);
+    line.flag("--follow", options.follow,
+              {"Показывать и новые сообщения, до Ctrl-C", "Also show new messages, until Ctrl-C"})
+        .excludes(&files);
+    line.option("--code", options.codes,
+                {"Только эти коды, например 18091-18094,1003",
+                 "Only these codes, for example 18091-18094,1003"},
+                {"N-M,...", "N-M,..."});
+    line.option(
+        "--from", options.from,
+        {"Не раньше этого местного времени: \"2026-11-21 09:30:15\", \"21-11-2026\", \"09:30\"",
+         "Not before this local time: \"2026-11-21 09:30:15\", \"21-11-2026\", \"09:30\""},
+        {"ВРЕМЯ", "TIME"});
+    line.option("--to", options.to,
+                {"Не позже него; названные секунда, минута или день входят целиком",
+                 "Not after this time; the given second, minute or day is included"},
+                {"ВРЕМЯ", "TIME"});
+    line.option(
+        "--last", options.last,
+        {"Только столько последних из выбранных", "Only this many of the newest selected messages"},
+        {"ЧИСЛО", "NUMBER"});
+    line.flag("--json", options.json, {"По объекту JSON в строке", "One JSON object per line"});
 }
 
 /// Checks what CLI11 cannot check.
 /// @return what is wrong; empty if nothing is
 std::string understand(Options& options) {
-    const bool russian = options.language == Language::russian;
-    if (options.languageName != "ru" && options.languageName != "en") {
-        return "--lang: \"" + options.languageName + "\"" + (russian ? " - ни ru, ни en" : "");
-    }
+    const bool russian = options.language == Language::ru;
     const std::time_t now = std::time(nullptr);
     Selection& selection = options.selection;
     if (!options.codes.empty() && !selection.setCodes(options.codes)) {
@@ -192,8 +129,7 @@ void show(const std::vector<SRolMessage>& messages, const Options& options) {
 }
 
 void say(const Options& options, const char* russian, const char* english) {
-    std::cerr << "zrtjournal: " << (options.language == Language::russian ? russian : english)
-              << "\n";
+    std::cerr << "zrtjournal: " << (options.language == Language::ru ? russian : english) << "\n";
 }
 
 int showFiles(const Options& options) {
@@ -314,20 +250,15 @@ int showRing(Options& options) {
 int runProgram(int argc, const char* const* argv) {
     Options options;
     options.language = askedLanguage(argc, argv);
-    const HelpTexts& texts = options.language == Language::russian ? kRussianHelp : kEnglishHelp;
-    CLI::App app{texts.title, "zrtjournal"};
-    declareOptions(app, options, texts);
-    try {
-        app.parse(argc, argv);
-    } catch (const CLI::CallForHelp&) {
-        std::cout << app.help();
-        return kShown;
-    } catch (const CLI::ParseError& error) {
-        return refuse(reasonOf(error, options.language), options.language);
-    }
+    CommandLine line("zrtjournal", kDescription, kFooter, options.language);
+    declareOptions(line, options);
+    if (const auto status = line.parse(argc, argv, kBadUsage)) return *status;
     const std::string problem = understand(options);
-    if (!problem.empty()) return refuse(problem, options.language);
+    if (!problem.empty()) {
+        line.refuse(problem);
+        return kBadUsage;
+    }
     return options.files ? showFiles(options) : showRing(options);
 }
 
-}  // namespace zrtjournal
+}  // namespace tools::zrtjournal

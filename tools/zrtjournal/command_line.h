@@ -1,8 +1,8 @@
 #pragma once
 
-namespace zrtjournal {
+namespace tools::zrtjournal {
 
 /// The whole program. @return exit status
 [[nodiscard]] int runProgram(int argc, const char* const* argv);
 
-}  // namespace zrtjournal
+}  // namespace tools::zrtjournal

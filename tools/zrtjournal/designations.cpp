@@ -4,7 +4,7 @@
 
 #include "lib/util/shmem.h"
 
-namespace zrtjournal {
+namespace tools::zrtjournal {
 
 std::string designationOf(const SRolMessage& message) {
     const int type = message.VarType;
@@ -17,4 +17,4 @@ std::string designationOf(const SRolMessage& message) {
     return {entry, strnlen(entry, kRolDictionaryEntry)};
 }
 
-}  // namespace zrtjournal
+}  // namespace tools::zrtjournal

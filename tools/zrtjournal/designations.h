@@ -4,11 +4,11 @@
 
 #include "lib/rolling2/rol_shared.h"
 
-namespace zrtjournal {
+namespace tools::zrtjournal {
 
 /// Position designation of a message's variable from the controller's dictionaries in shared
 /// memory; empty when there are none.
 /// @return CP866
 [[nodiscard]] std::string designationOf(const SRolMessage& message);
 
-}  // namespace zrtjournal
+}  // namespace tools::zrtjournal

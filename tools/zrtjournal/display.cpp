@@ -3,12 +3,12 @@
 #include <array>
 #include <cstdio>
 #include <ctime>
+#include <nlohmann/json.hpp>
 #include <ostream>
 
-#include "tools/json/json_text.h"
 #include "tools/zrtjournal/message_text.h"
 
-namespace zrtjournal {
+namespace tools::zrtjournal {
 
 // ---- Messages ----------------------------------------------------------------------------------
 
@@ -29,7 +29,7 @@ std::string timeText(const TFullTime& date, BreakDown breakDown, const char* for
 }
 
 std::optional<std::string> knownText(const SRolMessage& message, Language language) {
-    return language == Language::russian ? russianText(message) : englishText(message);
+    return language == Language::ru ? russianText(message) : englishText(message);
 }
 
 }  // namespace
@@ -48,61 +48,65 @@ std::string textLine(const SRolMessage& message, const std::string& designationC
     return rest.empty() ? line : line + "  " + rest;
 }
 
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+std::string oneLine(const Json& object) {
+    return object.dump(-1, ' ', false, Json::error_handler_t::replace);
+}
+
+Json variableOf(const SRolMessage& message, const std::string& designationCp866) {
+    if (message.VarType < 0) return nullptr;
+    return {{"type", message.VarType},
+            {"number", message.VarNumber},
+            {"name", variableName(message)},
+            {"designation", designationCp866.empty() ? Json() : Json(readable(designationCp866))}};
+}
+
+}  // namespace
+
 std::string jsonLine(const SRolMessage& message, const std::string& designationCp866,
                      Language language) {
     const timeval_32 stamp = message.PseudoTimeStamp;
-    std::string variable = "null";
-    if (message.VarType >= 0) {
-        variable = R"({"type": )" + std::to_string(message.VarType) + R"(, "number": )" +
-                   std::to_string(message.VarNumber) + R"(, "name": )" +
-                   jsonText(variableName(message)) + R"(, "designation": )" +
-                   (designationCp866.empty() ? "null" : jsonText(readable(designationCp866))) + "}";
-    }
     const auto text = knownText(message, language);
-    return R"({"time": )" + jsonText(timeText(message.Date, gmtime_r, "%Y-%m-%dT%H:%M:%S") + "Z") +
-           R"(, "stamp": [)" + std::to_string(stamp.tv_sec) + ", " + std::to_string(stamp.tv_usec) +
-           R"(], "dictionary": )" + std::to_string(message.DicNumber) + R"(, "code": )" +
-           std::to_string(message.MessageCode) + R"(, "variable": )" + variable +
-           R"(, "arguments": )" + argumentsJson(message) + R"(, "text": )" +
-           (text ? jsonText(*text) : "null") + "}";
+    return oneLine(
+        {{"time", timeText(message.Date, gmtime_r, "%Y-%m-%dT%H:%M:%S") + "Z"},
+         {"stamp", Json::array({std::int64_t{stamp.tv_sec}, std::int64_t{stamp.tv_usec}})},
+         {"dictionary", unsigned{message.DicNumber}},
+         {"code", std::uint32_t{message.MessageCode}},
+         {"variable", variableOf(message, designationCp866)},
+         {"arguments", argumentsJson(message)},
+         {"text", text ? Json(*text) : Json()}});
 }
 
 // ---- Copies ------------------------------------------------------------------------------------
 
 namespace {
 
-/// A text in both languages.
-struct Words {
-    const char* russian;
-    const char* english;
-    std::string in(Language language) const {
-        return language == Language::russian ? russian : english;
-    }
-};
-
-constexpr Words kMainCopy{"основная копия", "main copy"};
-constexpr Words kReserveCopy{"резервная копия", "reserve copy"};
-constexpr Words kIsShown{"показана", "shown"};
-constexpr Words kNothingToShow{"показать нечего", "nothing can be shown"};
-constexpr Words kNoFiles{"файлов нет", "no files"};
-constexpr Words kGood{"цела", "good"};
-constexpr Words kDamaged{"повреждена", "damaged"};
-constexpr Words kMessages{"сообщений", "messages"};
-constexpr Words kSave{"запись №", "save "};
-constexpr Words kNoMessagesFile{"нет файла сообщений", "no messages file"};
-constexpr Words kShortHeader{"файл сообщений обрывается в заголовке",
-                             "the messages file ends in its header"};
-constexpr Words kBadHeader{"неверен заголовок файла сообщений",
-                           "the header of the messages file is wrong"};
-constexpr Words kCut{"файл сообщений обрывается после сообщения ",
-                     "the messages file ends after message "};
-constexpr Words kOverflow{"неверны аргументы после сообщения ",
-                          "the arguments are wrong after message "};
-constexpr Words kNoCrc{"нет контрольного файла", "no CRC file"};
-constexpr Words kBadCrc{"повреждён контрольный файл", "the CRC file is damaged"};
-constexpr Words kNoCounters{"нет файла счётчиков", "no counters file"};
-constexpr Words kBadCounters{"неверна длина файла счётчиков",
-                             "the counters file has a wrong length"};
+constexpr Text kMainCopy{"основная копия", "main copy"};
+constexpr Text kReserveCopy{"резервная копия", "reserve copy"};
+constexpr Text kIsShown{"показана", "shown"};
+constexpr Text kNothingToShow{"показать нечего", "nothing can be shown"};
+constexpr Text kNoFiles{"файлов нет", "no files"};
+constexpr Text kGood{"цела", "good"};
+constexpr Text kDamaged{"повреждена", "damaged"};
+constexpr Text kMessages{"сообщений", "messages"};
+constexpr Text kSave{"запись №", "save "};
+constexpr Text kNoMessagesFile{"нет файла сообщений", "no messages file"};
+constexpr Text kShortHeader{"файл сообщений обрывается в заголовке",
+                            "the messages file ends in its header"};
+constexpr Text kBadHeader{"неверен заголовок файла сообщений",
+                          "the header of the messages file is wrong"};
+constexpr Text kCut{"файл сообщений обрывается после сообщения ",
+                    "the messages file ends after message "};
+constexpr Text kOverflow{"неверны аргументы после сообщения ",
+                         "the arguments are wrong after message "};
+constexpr Text kNoCrc{"нет контрольного файла", "no CRC file"};
+constexpr Text kBadCrc{"повреждён контрольный файл", "the CRC file is damaged"};
+constexpr Text kNoCounters{"нет файла счётчиков", "no counters file"};
+constexpr Text kBadCounters{"неверна длина файла счётчиков",
+                            "the counters file has a wrong length"};
 
 std::string messagesProblem(const SavedCopy& copy, Language language) {
     const std::string read = std::to_string(copy.messages.messages.size());
@@ -124,7 +128,7 @@ std::string messagesProblem(const SavedCopy& copy, Language language) {
 
 std::string problemsOf(const SavedCopy& copy, Language language) {
     std::string all = messagesProblem(copy, language);
-    const auto add = [&](bool is, const Words& problem) {
+    const auto add = [&](bool is, const Text& problem) {
         if (!is) return;
         if (!all.empty()) all += ", ";
         all += problem.in(language);
@@ -165,13 +169,15 @@ void printCopiesJson(std::ostream& out, const SavedCopies& copies, std::size_t s
     for (std::size_t i = 0; i < copies.size(); ++i) {
         const SavedCopy& copy = copies.at(i);
         const bool hasNumber = copy.crc == SavedCopy::Crc::good;
-        out << R"({"copy": )" << (copy.isReserve ? R"("reserve")" : R"("main")") << R"(, "file": )"
-            << jsonText(copy.messagesPath) << R"(, "good": )" << (copy.isGood() ? "true" : "false")
-            << R"(, "shown": )" << (i == shown ? "true" : "false") << R"(, "messages": )"
-            << copy.messages.messages.size() << R"(, "save": )"
-            << (hasNumber ? std::to_string(copy.mark.saveNumber) : "null") << R"(, "state": )"
-            << jsonText(stateOf(copy, language)) << "}\n";
+        out << oneLine({{"copy", copy.isReserve ? "reserve" : "main"},
+                        {"file", copy.messagesPath},
+                        {"good", copy.isGood()},
+                        {"shown", i == shown},
+                        {"messages", copy.messages.messages.size()},
+                        {"save", hasNumber ? Json(copy.mark.saveNumber) : Json()},
+                        {"state", stateOf(copy, language)}})
+            << "\n";
     }
 }
 
-}  // namespace zrtjournal
+}  // namespace tools::zrtjournal

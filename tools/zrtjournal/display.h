@@ -5,11 +5,10 @@
 #include <string>
 
 #include "lib/rolling2/rol_shared.h"
+#include "tools/text/language.h"
 #include "tools/zrtjournal/saved_copies.h"
 
-namespace zrtjournal {
-
-enum class Language { russian, english };
+namespace tools::zrtjournal {
 
 /// A message as one line of text, without a line feed: local time, dictionary and code, variable,
 /// text or arguments.
@@ -32,4 +31,4 @@ void printCopies(std::ostream& out, const SavedCopies& copies, std::size_t shown
 void printCopiesJson(std::ostream& out, const SavedCopies& copies, std::size_t shown,
                      Language language);
 
-}  // namespace zrtjournal
+}  // namespace tools::zrtjournal

@@ -1,6 +1,6 @@
 #pragma once
 
-namespace zrtjournal {
+namespace tools::zrtjournal {
 
 /// The program's exit status, described in its --help.
 enum ExitStatus : int {
@@ -10,4 +10,4 @@ enum ExitStatus : int {
     kNoJournal = 3,  ///< no journal in memory, or no readable copy
 };
 
-}  // namespace zrtjournal
+}  // namespace tools::zrtjournal

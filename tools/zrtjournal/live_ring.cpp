@@ -9,7 +9,7 @@
 #include "lib/rolling2/rol_man.h"
 #include "lib/util/shmem.h"
 
-namespace zrtjournal {
+namespace tools::zrtjournal {
 
 namespace {
 
@@ -162,4 +162,4 @@ RingCopy copyRing() {
     return copy;
 }
 
-}  // namespace zrtjournal
+}  // namespace tools::zrtjournal

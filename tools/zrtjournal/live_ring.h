@@ -4,7 +4,7 @@
 
 #include "lib/rolling2/rol_shared.h"
 
-namespace zrtjournal {
+namespace tools::zrtjournal {
 
 /// What the journal in shared memory holds at one moment.
 struct RingCopy {
@@ -16,4 +16,4 @@ struct RingCopy {
 /// Copies the journal without its lock and without changing anything, while others keep posting.
 [[nodiscard]] RingCopy copyRing();
 
-}  // namespace zrtjournal
+}  // namespace tools::zrtjournal

@@ -1,5 +1,5 @@
 #include "tools/zrtjournal/command_line.h"
 
 int main(int argc, char** argv) {
-    return zrtjournal::runProgram(argc, argv);
+    return tools::zrtjournal::runProgram(argc, argv);
 }

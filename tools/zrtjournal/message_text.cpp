@@ -8,9 +8,8 @@
 
 #include "server/text/ToUTF8Converter.h"
 #include "server/text/Utf8ToCP866Converter.h"
-#include "tools/json/json_text.h"
 
-namespace zrtjournal {
+namespace tools::zrtjournal {
 
 // ---- Code pages --------------------------------------------------------------------------------
 
@@ -91,15 +90,6 @@ struct Quoted : Shown {
     std::string operator()(const std::string& text) const { return '"' + readable(text) + '"'; }
 };
 
-struct Json : Shown {
-    using Shown::operator();
-    std::string operator()(std::monostate) const { return "null"; }
-    std::string operator()(double number) const {
-        return std::isfinite(number) ? numberText(number) : "null";
-    }
-    std::string operator()(const std::string& text) const { return jsonText(readable(text)); }
-};
-
 template <class Form>
 std::string joined(const std::vector<RolValue>& values, const Form& form) {
     std::string text;
@@ -116,8 +106,29 @@ std::string argumentList(const SRolMessage& message) {
     return joined(RolArguments(message), Quoted{});
 }
 
-std::string argumentsJson(const SRolMessage& message) {
-    return "[" + joined(RolArguments(message), Json{}) + "]";
+namespace {
+
+struct JsonForm {
+    template <class Integer>
+    nlohmann::ordered_json operator()(Integer number) const {
+        return number;
+    }
+    nlohmann::ordered_json operator()(std::monostate) const { return nullptr; }
+    nlohmann::ordered_json operator()(double number) const {
+        if (!std::isfinite(number)) return nullptr;
+        return nlohmann::ordered_json::parse(numberText(number));
+    }
+    nlohmann::ordered_json operator()(const std::string& text) const { return readable(text); }
+};
+
+}  // namespace
+
+nlohmann::ordered_json argumentsJson(const SRolMessage& message) {
+    auto list = nlohmann::ordered_json::array();
+    for (const RolValue& value : RolArguments(message)) {
+        list.push_back(std::visit(JsonForm{}, value.value));
+    }
+    return list;
 }
 
 // ---- Texts -------------------------------------------------------------------------------------
@@ -167,4 +178,4 @@ std::string variableName(const SRolMessage& message) {
            std::to_string(message.VarNumber);
 }
 
-}  // namespace zrtjournal
+}  // namespace tools::zrtjournal

@@ -1,12 +1,13 @@
 #pragma once
 
+#include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
 
 #include "lib/rolling2/rol_mes.h"
 
 // What a message says, in UTF-8.
-namespace zrtjournal {
+namespace tools::zrtjournal {
 
 /// A text of the controller as UTF-8, on one line. The OPC UA server posts one of its messages
 /// (attributes that the database lacks) in UTF-8 instead of CP866; such a text is not converted.
@@ -23,6 +24,6 @@ namespace zrtjournal {
 /// The arguments as text: texts in quotation marks, "?" for one that cannot be read.
 [[nodiscard]] std::string argumentList(const SRolMessage& message);
 /// The arguments as a JSON array; null for one that cannot be read.
-[[nodiscard]] std::string argumentsJson(const SRolMessage& message);
+[[nodiscard]] nlohmann::ordered_json argumentsJson(const SRolMessage& message);
 
-}  // namespace zrtjournal
+}  // namespace tools::zrtjournal

@@ -8,7 +8,7 @@
 
 #include "lib/util/crc.h"
 
-namespace zrtjournal {
+namespace tools::zrtjournal {
 
 bool SavedCopy::isAbsent() const {
     return messages.error == kRolCannotOpen && crc == Crc::missing && counters == Counters::missing;
@@ -87,4 +87,4 @@ std::size_t bestCopy(const SavedCopies& copies) {
     return readable(best) != 0 ? best : copies.size();
 }
 
-}  // namespace zrtjournal
+}  // namespace tools::zrtjournal

@@ -6,7 +6,7 @@
 
 #include "lib/rolling2/rol_files.h"
 
-namespace zrtjournal {
+namespace tools::zrtjournal {
 
 /// One of the two copies of the journal on the disk.
 struct SavedCopy {
@@ -43,4 +43,4 @@ using SavedCopies = std::array<SavedCopy, 2>;
 /// @return its index, 2 when nothing can be read
 [[nodiscard]] std::size_t bestCopy(const SavedCopies& copies);
 
-}  // namespace zrtjournal
+}  // namespace tools::zrtjournal

@@ -5,7 +5,7 @@
 #include <optional>
 #include <sstream>
 
-namespace zrtjournal {
+namespace tools::zrtjournal {
 
 // ---- Codes -------------------------------------------------------------------------------------
 
@@ -120,4 +120,4 @@ bool Selection::takes(const SRolMessage& message) const {
            });
 }
 
-}  // namespace zrtjournal
+}  // namespace tools::zrtjournal

@@ -8,7 +8,7 @@
 
 #include "lib/rolling2/rol_shared.h"
 
-namespace zrtjournal {
+namespace tools::zrtjournal {
 
 /// Selects the messages to show.
 class Selection {
@@ -37,4 +37,4 @@ class Selection {
     std::int64_t end_ = std::numeric_limits<std::int64_t>::max();   // the first one too late
 };
 
-}  // namespace zrtjournal
+}  // namespace tools::zrtjournal

@@ -5,7 +5,7 @@
 #include "tools/opcuacheck/exit_status.h"
 #include "tools/opcuacheck/finding.h"
 
-using namespace opcuacheck;
+using namespace tools::opcuacheck;
 
 static const std::string kPath = "/tmp/opcuacheck/opcuasrv.ini";
 static const std::string kSettings = "/tmp/opcuacheck/veskkntr.ini";
@@ -162,7 +162,7 @@ TEST(OpcuacheckProgram, ReportsItsResultByItsStatus) {
     writeFile(kPath, kTags + "\"VD\\ = 1\n");
     const auto [status, json] = run({file, "--json", "--lang", "en"});
     EXPECT_EQ(status, kErrors);
-    EXPECT_THAT(json, testing::HasSubstr(R"("key": "\"VD\\")"));
+    EXPECT_THAT(json, testing::HasSubstr(R"("key":"\"VD\\")"));
     EXPECT_THAT(json, testing::HasSubstr("unknown to the server in section [Attributes]"));
 }
 

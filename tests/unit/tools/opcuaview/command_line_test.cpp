@@ -3,7 +3,7 @@
 #include "tests/support/capture.h"
 #include "tools/opcuaview/exit_status.h"
 
-namespace opcuaview {
+namespace tools::opcuaview {
 
 TEST(CommandLine, AnswersByTextAndStatus) {
     const char* const nobody = "opc.tcp://127.0.0.1:1";
@@ -37,4 +37,4 @@ TEST(CommandLine, AnswersByTextAndStatus) {
     }
 }
 
-}  // namespace opcuaview
+}  // namespace tools::opcuaview

@@ -1,13 +1,14 @@
 #include <open62541/types_generated.h>
 
 #include "tests/support/basics.h"
-#include "tools/opcuaview/format.h"
+#include "tools/client/fair_shares.h"
+#include "tools/client/format.h"
 #include "tools/opcuaview/table.h"
-#include "tools/opcuaview/text.h"
+#include "tools/text/text.h"
 
 using testing::ElementsAre;
 
-namespace opcuaview {
+namespace tools::opcuaview {
 
 TEST(Text, IsMeasuredCutAndShownSafely) {
     // Cyrillic takes two bytes and one column, a combining accent none, a wide character two, and a
@@ -91,4 +92,4 @@ TEST(FairShares, GivesEveryFolderItsPart) {
     EXPECT_THAT(fairShares({5, 5}, 3), ElementsAre(2, 1)) << "the first gets what does not divide";
 }
 
-}  // namespace opcuaview
+}  // namespace tools::opcuaview

@@ -1,10 +1,10 @@
 #include "tools/opcuaview/history.h"
 
 #include "tests/support/basics.h"
-#include "tools/opcuaview/history_pager.h"
+#include "tools/client/history_pager.h"
 #include "tools/opcuaview/plot.h"
 
-namespace opcuaview {
+namespace tools::opcuaview {
 
 namespace {
 
@@ -172,4 +172,4 @@ TEST(Plot, DrawsTheCurveWithItsScaleAndGaps) {
     EXPECT_EQ(plot({}, kBegin, to, 6, 30).size(), 6U);
 }
 
-}  // namespace opcuaview
+}  // namespace tools::opcuaview

@@ -7,14 +7,14 @@ class LiveRing : public JournalTest {
   protected:
     static std::vector<unsigned> copied() {
         std::vector<unsigned> all;
-        for (const SRolMessage& message : zrtjournal::copyRing().messages)
+        for (const SRolMessage& message : tools::zrtjournal::copyRing().messages)
             all.push_back(message.MessageCode + 0U);  // a copy: it is packed
         return all;
     }
 };
 
 TEST_F(LiveRing, IsCopiedInOrderAndNotTrusted) {
-    EXPECT_EQ(zrtjournal::copyRing().error, ENOENT);
+    EXPECT_EQ(tools::zrtjournal::copyRing().error, ENOENT);
     CRolManager journal;
     join(journal);
     EXPECT_EQ(copied(), upTo(1, 0)) << "empty";
@@ -53,7 +53,7 @@ TEST_F(LiveRing, LosesAndTearsNothingWhoeverComesFirstAndReadsMeanwhile) {
     std::size_t most = 0;
     for (bool isLast = false; !isLast;) {
         isLast = posting() == 0;
-        const auto messages = zrtjournal::copyRing().messages;
+        const auto messages = tools::zrtjournal::copyRing().messages;
         most = std::max(most, messages.size());
         std::pair<int, int> last{0, -1};
         for (const SRolMessage& message : messages) {

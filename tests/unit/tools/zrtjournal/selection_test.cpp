@@ -17,7 +17,7 @@ TEST(Selection, TakesCodesOfAList) {
         {"x", all}, {"1,,2", all},  {"3-2", all},          {"4294967296", all}};
     for (const auto& [list, wanted] : cases) {
         SCOPED_TRACE(list);
-        zrtjournal::Selection selection;
+        tools::zrtjournal::Selection selection;
         EXPECT_EQ(selection.setCodes(list), wanted != all);
         std::string taken;
         for (unsigned code = 1; code <= 5; ++code)
@@ -43,7 +43,7 @@ TEST(Selection, TakesALocalSpanOfTime) {
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.text);
-        zrtjournal::Selection selection;
+        tools::zrtjournal::Selection selection;
         EXPECT_EQ(selection.setFrom(c.text, kNoon + 100), c.isTime);
         EXPECT_EQ(selection.setTo(c.text, kNoon + 100), c.isTime);
         if (!c.isTime) continue;
@@ -57,7 +57,7 @@ TEST(Selection, TakesALocalSpanOfTime) {
 }
 
 TEST(MessageText, TellsUtf8FromCp866) {
-    using zrtjournal::readable;
+    using tools::zrtjournal::readable;
     EXPECT_EQ(readable("\xE1\xE2\xE0\xAE\xAA\xA0 \xFC-"), "строка №-");
     EXPECT_EQ(readable("строка №-"), "строка №-");
     EXPECT_EQ(readable("\xE0\xA0\xAC"), "рам") << "would be a letter of another script";

@@ -10,9 +10,9 @@
 
 #include "server/opcua/UaHandle.h"
 #include "server/opcua/UaView.h"
-#include "tools/opcuaview/history_pager.h"
+#include "tools/client/history_pager.h"
 
-namespace opcuaview {
+namespace tools {
 
 /// A server on this machine, at the port that the standard proposes.
 inline constexpr const char* kDefaultUrl = "opc.tcp://localhost:4840";
@@ -98,4 +98,4 @@ class Session {
     UA_UInt16 namespaceIndex_ = 0;  // of kServerNamespace, as the client library counts
 };
 
-}  // namespace opcuaview
+}  // namespace tools

@@ -1,11 +1,11 @@
-#include "tools/opcuaview/text.h"
+#include "tools/text/text.h"
 
 #include <climits>
 #include <clocale>
 #include <cwchar>
 #include <cwctype>
 
-namespace opcuaview {
+namespace tools {
 
 namespace {
 
@@ -136,4 +136,4 @@ std::string lowered(std::string_view text) {
     return result;
 }
 
-}  // namespace opcuaview
+}  // namespace tools

@@ -5,7 +5,7 @@
 #include <string>
 
 /// OPC UA values as an operator reads them. Every result is safe to print on a terminal.
-namespace opcuaview {
+namespace tools {
 
 /// "—" for an empty variant; numbers with at most seven significant digits (a float has no more);
 /// arrays as "[1, 2, 3, …] (65)" with at most eight elements.
@@ -21,4 +21,4 @@ namespace opcuaview {
 /// Local time with milliseconds, "2026-11-21 12:33:10.123". `time` counts 100 ns ticks since 1601.
 [[nodiscard]] std::string formatTime(UA_DateTime time);
 
-}  // namespace opcuaview
+}  // namespace tools

@@ -1,9 +1,9 @@
-#include "tools/opcuaview/history_pager.h"
+#include "tools/client/history_pager.h"
 
 #include <algorithm>
 #include <utility>
 
-namespace opcuaview {
+namespace tools {
 
 namespace {
 
@@ -77,4 +77,4 @@ HistoryPager::Step HistoryPager::stepWithoutNew(const std::vector<HistoryValue>&
     return others.size() > answer.size() ? Step::end : Step::stuck;
 }
 
-}  // namespace opcuaview
+}  // namespace tools

@@ -1,13 +1,13 @@
-#include "tools/opcuaview/session.h"
+#include "tools/client/session.h"
 
 #include <open62541/client_config_default.h>
 
 #include <algorithm>
 #include <limits>
 
-#include "tools/opcuaview/text.h"
+#include "tools/text/text.h"
 
-namespace opcuaview {
+namespace tools {
 
 namespace {
 
@@ -246,4 +246,4 @@ UA_StatusCode Session::idle(std::chrono::milliseconds time) {
     return UA_Client_run_iterate(client_.get(), static_cast<UA_UInt32>(time.count()));
 }
 
-}  // namespace opcuaview
+}  // namespace tools

@@ -4,9 +4,9 @@
 #include <string>
 #include <vector>
 
-#include "tools/opcuaview/session.h"
+#include "tools/client/session.h"
 
-namespace opcuaview {
+namespace tools {
 
 /// One value variable of the server, as shown in a line of a list.
 struct Item {
@@ -40,4 +40,4 @@ using BrowseProgress = std::function<void(std::size_t seen)>;
 /// Whether the text is a valid node id.
 [[nodiscard]] bool isNodeId(const std::string& text);
 
-}  // namespace opcuaview
+}  // namespace tools

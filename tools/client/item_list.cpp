@@ -1,15 +1,15 @@
-#include "tools/opcuaview/item_list.h"
+#include "tools/client/item_list.h"
 
 #include <algorithm>
 #include <cstring>
 #include <iterator>
 #include <span>
 
-#include "tools/opcuaview/format.h"
-#include "tools/opcuaview/table.h"
-#include "tools/opcuaview/text.h"
+#include "tools/client/fair_shares.h"
+#include "tools/client/format.h"
+#include "tools/text/text.h"
 
-namespace opcuaview {
+namespace tools {
 
 namespace {
 
@@ -180,4 +180,4 @@ UA_StatusCode listItems(Session& session, const ItemChoice& choice, ItemList& li
     return TreeWalk{session, choice, progress}.run(list);
 }
 
-}  // namespace opcuaview
+}  // namespace tools

@@ -1,4 +1,4 @@
-#include "tools/opcuaview/format.h"
+#include "tools/client/format.h"
 
 #include <open62541/types_generated.h>
 
@@ -9,9 +9,9 @@
 
 #include "server/opcua/UaHandle.h"
 #include "server/opcua/UaView.h"
-#include "tools/opcuaview/text.h"
+#include "tools/text/text.h"
 
-namespace opcuaview {
+namespace tools {
 
 namespace {
 
@@ -99,4 +99,4 @@ std::string formatTime(UA_DateTime time) {
     return text.data();
 }
 
-}  // namespace opcuaview
+}  // namespace tools

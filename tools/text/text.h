@@ -4,7 +4,7 @@
 #include <string_view>
 
 /// Text on a terminal: widths are counted in columns, not in bytes. All texts are UTF-8.
-namespace opcuaview {
+namespace tools {
 
 enum class Align { left, right };
 
@@ -21,4 +21,4 @@ enum class Align { left, right };
 /// The text in lower case, including Cyrillic letters, for a comparison that ignores case.
 [[nodiscard]] std::string lowered(std::string_view text);
 
-}  // namespace opcuaview
+}  // namespace tools

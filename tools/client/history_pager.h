@@ -6,7 +6,7 @@
 #include <functional>
 #include <vector>
 
-namespace opcuaview {
+namespace tools {
 
 /// One value of a history. A server may leave out any part.
 struct HistoryValue {
@@ -59,4 +59,4 @@ class HistoryPager {
     UA_StatusCode status_ = UA_STATUSCODE_GOOD;
 };
 
-}  // namespace opcuaview
+}  // namespace tools
