@@ -6,6 +6,7 @@
 #include <array>
 #include <cstdio>
 #include <ctime>
+#include <limits>
 
 #include "server/opcua/UaHandle.h"
 #include "server/opcua/UaView.h"
@@ -29,9 +30,11 @@ std::string printed(const char* format, double number) {
 
 /// The library's own text, for types that need nothing special.
 std::string printedByLibrary(const void* element, const UA_DataType* type) {
+    constexpr int kMostColumns = 200;
     OwnedString text;
     if (UA_print(element, type, text.get()) != UA_STATUSCODE_GOOD) return "?";
-    return fromUa(*text);
+    std::string all = fromUa(*text);
+    return displayWidth(all) > kMostColumns ? fitted(all, kMostColumns) : all;
 }
 
 std::string formatElement(const void* element, const UA_DataType* type) {
@@ -69,6 +72,28 @@ std::string formatValue(const UA_Variant& value) {
         result += "]";
     }
     return result;
+}
+
+namespace {
+
+template <class T>
+double numberAs(const UA_Variant& value) {
+    return static_cast<double>(*static_cast<const T*>(value.data));
+}
+
+}  // namespace
+
+double numberOf(const UA_Variant& value) {
+    using Reader = double (*)(const UA_Variant&);
+    static constexpr std::array<Reader, 11> kReaders{
+        // by type kind, Boolean is 0
+        numberAs<UA_Boolean>, numberAs<UA_SByte>, numberAs<UA_Byte>,   numberAs<UA_Int16>,
+        numberAs<UA_UInt16>,  numberAs<UA_Int32>, numberAs<UA_UInt32>, numberAs<UA_Int64>,
+        numberAs<UA_UInt64>,  numberAs<UA_Float>, numberAs<UA_Double>};
+    static_assert(UA_DATATYPEKIND_BOOLEAN == 0 && UA_DATATYPEKIND_DOUBLE == 10);
+    const bool number = UA_Variant_isScalar(&value) && value.type->typeKind < kReaders.size();
+    return number ? kReaders[value.type->typeKind](value)
+                  : std::numeric_limits<double>::quiet_NaN();
 }
 
 bool isNumber(const UA_Variant& value) {

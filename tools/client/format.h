@@ -8,8 +8,12 @@
 namespace tools {
 
 /// "—" for an empty variant; numbers with at most seven significant digits (a float has no more);
-/// arrays as "[1, 2, 3, …] (65)" with at most eight elements.
+/// arrays as "[1, 2, 3, …] (65)" with at most eight elements; of structures and byte strings the
+/// first 200 columns.
 [[nodiscard]] std::string formatValue(const UA_Variant& value);
+
+/// A scalar number or Boolean (0 or 1); NaN for everything else.
+[[nodiscard]] double numberOf(const UA_Variant& value);
 
 /// Whether the value should be right-aligned.
 [[nodiscard]] bool isNumber(const UA_Variant& value);

@@ -43,6 +43,26 @@ UA_StatusCode listNamed(Session& session, const ItemChoice& choice, ItemList& li
     return status;
 }
 
+}  // namespace
+
+bool SeenNodes::add(const UA_NodeId& id) {
+    return !full() && ids_.insert(NodeId::copyOf(id)).second;
+}
+
+bool mayHaveChildren(const Session& session, const Child& node) {
+    return !node.isProperty && (!node.isVariable || session.controllerNamespace() == 0 ||
+                                node.id->namespaceIndex != session.controllerNamespace());
+}
+
+bool matchesFilter(const UA_NodeId& id, const std::string& name, const std::string& filter) {
+    const bool text = id.identifierType == UA_NODEIDTYPE_STRING;
+    const std::string key = text ? std::string{textOf(id.identifier.string)} : idText(id);
+    return lowered(key).find(filter) != std::string::npos ||
+           lowered(name).find(filter) != std::string::npos;
+}
+
+namespace {
+
 /// Walks the tree below the Objects folder.
 class TreeWalk {
   public:
@@ -61,23 +81,20 @@ class TreeWalk {
     }
 
   private:
-    using Objects = std::vector<Child>;
-    static constexpr int kMaxDepth = 16;  // so that a tree with a cycle ends too
+    using Nodes = std::vector<Child>;
+    static constexpr int kMaxDepth = 100;
 
     UA_StatusCode walkFolder(const UA_NodeId& folder, const std::string& name, int depth) {
         std::vector<std::vector<Child>> lists;
         UA_StatusCode status = session_.browse({&folder}, lists);
         if (status != UA_STATUSCODE_GOOD) return status;
-        Objects folders;
-        Objects tags;
+        Nodes folders;
+        Nodes tags;
         groups_.emplace_back();
         sortByName(lists.front());
         for (Child& child : lists.front()) {
-            if (child.isVariable) {
-                accept(std::move(child), name);
-            } else {
-                (child.isFolder ? folders : tags).push_back(std::move(child));
-            }
+            Nodes& inner = child.isFolder ? folders : tags;
+            take(std::move(child), name, inner);
         }
         status = walkTags(tags, depth);
         if (depth == 0) return status;
@@ -88,7 +105,7 @@ class TreeWalk {
     }
 
     /// The variables of the folder's tags, until the limit is reached.
-    UA_StatusCode walkTags(const Objects& tags, int depth) {
+    UA_StatusCode walkTags(const Nodes& tags, int depth) {
         for (std::size_t from = 0; from < tags.size(); from += Session::kNodesPerBrowse) {
             if (limit_ > 0 && groups_.back().size() >= limit_) {
                 complete_ = false;
@@ -108,26 +125,34 @@ class TreeWalk {
             ids.push_back(tag.id.get());
         std::vector<std::vector<Child>> lists;
         const UA_StatusCode status = session_.browse(ids, lists);
-        Objects nested;
+        Nodes nested;
         for (std::size_t i = 0; i < tags.size(); ++i) {
             sortByName(lists[i]);
             for (Child& child : lists[i]) {
-                if (child.isVariable) {
-                    accept(std::move(child), tags[i].name);
-                } else {
-                    nested.push_back(std::move(child));
-                }
+                if (child.isProperty && tags[i].isVariable) continue;
+                take(std::move(child), tags[i].name, nested);
             }
         }
         if (!isGood(status) || nested.empty() || depth == 0) return status;
         return walkTags(nested, depth - 1);
     }
 
-    void accept(Child child, const std::string& tag) {
+    /// Lists the node if it is a variable; puts it into `inner` if it is to be entered.
+    void take(Child child, const std::string& parent, Nodes& inner) {
+        if (child.id->namespaceIndex == 0) return;
+        if (seen_ >= SeenNodes::kMost) {
+            complete_ = false;
+            return;
+        }
         ++seen_;
         if (progress_ && seen_ % 10'000 == 0) progress_(seen_);
-        if (!matches(*child.id)) return;
-        groups_.back().push_back({std::move(child.id), tag, std::move(child.name)});
+        const bool enters = mayHaveChildren(session_, child);
+        if (enters && !entered_.add(*child.id)) return;
+        if (child.isVariable && matches(child, parent)) {
+            NodeId id = enters ? NodeId::copyOf(*child.id.get()) : std::move(child.id);
+            groups_.back().push_back({std::move(id), parent, child.name});
+        }
+        if (enters) inner.push_back(std::move(child));
     }
 
     /// A server may list references in any order; numbers in names are compared as numbers.
@@ -137,13 +162,11 @@ class TreeWalk {
         });
     }
 
-    bool matches(const UA_NodeId& id) const {
-        if (filters_.empty()) return true;
-        if (id.identifierType != UA_NODEIDTYPE_STRING) return false;
-        const std::string text = lowered(textOf(id.identifier.string));
-        return std::any_of(filters_.begin(), filters_.end(), [&](const std::string& filter) {
-            return text.find(filter) != std::string::npos;
-        });
+    bool matches(const Child& child, const std::string& parent) const {
+        return filters_.empty() ||
+               std::any_of(filters_.begin(), filters_.end(), [&](const std::string& filter) {
+                   return matchesFilter(*child.id, parent + " " + child.name, filter);
+               });
     }
 
     void takeShares(ItemList& list) {
@@ -167,6 +190,7 @@ class TreeWalk {
     std::size_t limit_;
     const BrowseProgress& progress_;
     std::vector<std::vector<Item>> groups_;  // by folder
+    SeenNodes entered_;
     std::size_t seen_ = 0;
     bool complete_ = true;
 };
@@ -178,6 +202,52 @@ UA_StatusCode listItems(Session& session, const ItemChoice& choice, ItemList& li
     list = {};
     if (!choice.nodeIds.empty()) return listNamed(session, choice, list);
     return TreeWalk{session, choice, progress}.run(list);
+}
+
+namespace {
+
+UA_StatusCode listControllerPens(Session& session, std::vector<Child>& pens) {
+    constexpr UA_UInt32 kHistoricalFolder = 7;
+    const UA_NodeId folder = UA_NODEID_NUMERIC(session.controllerNamespace(), kHistoricalFolder);
+    std::vector<std::vector<Child>> plotters;
+    UA_StatusCode status = session.browse({&folder}, plotters);
+    for (std::size_t i = 0; status == UA_STATUSCODE_GOOD && i < plotters.front().size(); ++i) {
+        std::vector<std::vector<Child>> lists;
+        status = session.browse({plotters.front()[i].id.get()}, lists);
+        for (Child& pen : lists.front()) {
+            if (pen.isVariable) pens.push_back(std::move(pen));
+        }
+    }
+    return status;
+}
+
+bool grantsHistory(const UA_DataValue& accessLevel) {
+    return UA_Variant_hasScalarType(&accessLevel.value, &UA_TYPES[UA_TYPES_BYTE]) &&
+           (*static_cast<const UA_Byte*>(accessLevel.value.data) &
+            UA_ACCESSLEVELMASK_HISTORYREAD) != 0;
+}
+
+}  // namespace
+
+UA_StatusCode listPens(Session& session, std::vector<Child>& pens) {
+    constexpr std::size_t kMostVariables = 100'000;
+    if (session.controllerNamespace() != 0) return listControllerPens(session, pens);
+    ItemChoice all;
+    all.limit = kMostVariables;
+    ItemList list;
+    UA_StatusCode status = listItems(session, all, list);
+    if (status != UA_STATUSCODE_GOOD) return status;
+    std::vector<const UA_NodeId*> ids;
+    for (const Item& item : list.items)
+        ids.push_back(item.id.get());
+    std::vector<DataValue> levels;
+    status = session.read(ids, UA_ATTRIBUTEID_USERACCESSLEVEL, levels);
+    for (std::size_t i = 0; i < levels.size(); ++i) {
+        Item& item = list.items[i];
+        if (grantsHistory(*levels[i]))
+            pens.push_back({std::move(item.id), item.attribute, true, false, false, false});
+    }
+    return status;
 }
 
 }  // namespace tools

@@ -3,8 +3,11 @@
 #include <open62541/client_config_default.h>
 
 #include <algorithm>
+#include <array>
 #include <limits>
+#include <span>
 
+#include "tools/client/format.h"
 #include "tools/text/text.h"
 
 namespace tools {
@@ -13,8 +16,17 @@ namespace {
 
 constexpr std::size_t kNodesPerRead = 1000;
 constexpr UA_UInt32 kReferencesPerAnswer = 1000;
+// A server may hand out continuation points for ever.
+constexpr std::size_t kMostChildren = 2'000'000;
+constexpr int kMostAnswers = 100'000;
 
 }  // namespace
+
+std::string idText(const UA_NodeId& id) {
+    OwnedString text;
+    if (UA_NodeId_print(&id, text.get()) != UA_STATUSCODE_GOOD) return "?";
+    return printable(textOf(*text));
+}
 
 Session::Session(std::string url, std::chrono::milliseconds answerTime)
     : url_(std::move(url)), answerTime_(answerTime) {}
@@ -45,45 +57,141 @@ UA_Client* newClient(std::chrono::milliseconds answerTime) {
 
 UA_StatusCode Session::connect() {
     client_.reset(newClient(answerTime_));
+    namespaceIndex_ = 0;
+    barrier_ = Barrier::none;
     if (client_ == nullptr) return UA_STATUSCODE_BADOUTOFMEMORY;
     const UA_StatusCode status = UA_Client_connect(client_.get(), url_.c_str());
+    if (status != UA_STATUSCODE_GOOD) {
+        barrier_ = findBarrier(status);
+        return status;
+    }
+    // Left at 0 if there is no such namespace.
+    static_cast<void>(
+        UA_Client_getNamespaceIndex(client_.get(), uaView(kServerNamespace), &namespaceIndex_));
+    return readLimits();
+}
+
+/// Asks for the endpoints, which every server shows to everybody.
+Barrier Session::findBarrier(UA_StatusCode status) const {
+    switch (status) {
+        case UA_STATUSCODE_BADSECURITYPOLICYREJECTED:
+        case UA_STATUSCODE_BADSECURITYMODEREJECTED:
+            return Barrier::encryptedOnly;
+        case UA_STATUSCODE_BADUSERACCESSDENIED:
+        case UA_STATUSCODE_BADIDENTITYTOKENINVALID:
+            return Barrier::noAnonymous;
+        case UA_STATUSCODE_BADIDENTITYTOKENREJECTED:
+            break;
+        default:
+            return Barrier::none;
+    }
+    const std::unique_ptr<UA_Client, ClientDeleter> asker{newClient(answerTime_)};
+    UA_EndpointDescription* list = nullptr;
+    std::size_t count = 0;
+    if (asker == nullptr ||
+        UA_Client_getEndpoints(asker.get(), url_.c_str(), &count, &list) != UA_STATUSCODE_GOOD) {
+        return Barrier::none;
+    }
+    const std::span endpoints{list, count};
+    const bool open = std::any_of(endpoints.begin(), endpoints.end(), [](const auto& endpoint) {
+        return endpoint.securityMode == UA_MESSAGESECURITYMODE_NONE;
+    });
+    UA_Array_delete(list, count, &UA_TYPES[UA_TYPES_ENDPOINTDESCRIPTION]);
+    return open ? Barrier::noAnonymous : Barrier::encryptedOnly;
+}
+
+std::string Session::problemText(UA_StatusCode status, Language language) const {
+    static constexpr Text kEncryptedOnly{
+        "сервер принимает только зашифрованные соединения, а эта программа устанавливает "
+        "незашифрованные",
+        "the server accepts encrypted connections only, and this program makes unencrypted ones"};
+    static constexpr Text kNoAnonymous{
+        "сервер не принимает анонимных пользователей, а других эта программа не предъявляет",
+        "the server does not admit anonymous users, and this program has no others"};
+    const std::string code = formatQuality(status);
+    if (barrier_ == Barrier::none) return code;
+    const Text& text = barrier_ == Barrier::encryptedOnly ? kEncryptedOnly : kNoAnonymous;
+    return text.in(language) + "; " + code;
+}
+
+/// OPC 10000-5, 6.3.11: a limit that is 0 or missing does not exist.
+UA_StatusCode Session::readLimits() {
+    nodesPerRead_ = kNodesPerRead;
+    nodesPerBrowse_ = kNodesPerBrowse;
+    const UA_NodeId perRead =
+        UA_NODEID_NUMERIC(0, UA_NS0ID_SERVER_SERVERCAPABILITIES_OPERATIONLIMITS_MAXNODESPERREAD);
+    const UA_NodeId perBrowse =
+        UA_NODEID_NUMERIC(0, UA_NS0ID_SERVER_SERVERCAPABILITIES_OPERATIONLIMITS_MAXNODESPERBROWSE);
+    std::vector<DataValue> limits;
+    const UA_StatusCode status = read({&perRead, &perBrowse}, UA_ATTRIBUTEID_VALUE, limits);
     if (status != UA_STATUSCODE_GOOD) return status;
-    return UA_Client_getNamespaceIndex(client_.get(), uaView(kServerNamespace), &namespaceIndex_);
+    const std::array<std::size_t*, 2> own{&nodesPerRead_, &nodesPerBrowse_};
+    for (std::size_t i = 0; i < own.size(); ++i) {
+        const UA_Variant& value = limits[i]->value;
+        if (!UA_Variant_hasScalarType(&value, &UA_TYPES[UA_TYPES_UINT32])) continue;
+        const std::size_t limit = *static_cast<const UA_UInt32*>(value.data);
+        if (limit > 0) *own[i] = std::min(*own[i], limit);
+    }
+    return UA_STATUSCODE_GOOD;
 }
 
 namespace {
 
-/// Moves the references into the server's namespace out of `result` and to the end of `children`.
-void takeChildren(UA_BrowseResult& result, UA_UInt16 namespaceIndex, std::vector<Child>& children) {
-    const UA_NodeId folderType = UA_NODEID_NUMERIC(0, UA_NS0ID_FOLDERTYPE);
+std::string nameOf(const UA_ReferenceDescription& reference) {
+    for (const UA_String& text : {reference.displayName.text, reference.browseName.name}) {
+        if (text.length > 0) return printable(textOf(text));
+    }
+    return idText(reference.nodeId.nodeId);
+}
+
+bool isStandard(const UA_NodeId& id, UA_UInt32 number) {
+    const UA_NodeId wanted = UA_NODEID_NUMERIC(0, number);
+    return UA_NodeId_equal(&id, &wanted);
+}
+
+Child childOf(UA_ReferenceDescription& reference) {
+    const bool property = isStandard(reference.referenceTypeId, UA_NS0ID_HASPROPERTY);
+    const bool unit = property && reference.browseName.namespaceIndex == 0 &&
+                      textOf(reference.browseName.name) == "EngineeringUnits";
+    std::string name = nameOf(reference);
+    Child child{NodeId{reference.nodeId.nodeId},
+                std::move(name),
+                reference.nodeClass == UA_NODECLASS_VARIABLE,
+                isStandard(reference.typeDefinition.nodeId, UA_NS0ID_FOLDERTYPE),
+                property,
+                unit};
+    UA_NodeId_init(&reference.nodeId.nodeId);  // owned by the child now
+    return child;
+}
+
+/// Moves the references to this server's nodes out of `result` and to the end of `children`.
+void takeChildren(UA_BrowseResult& result, std::vector<Child>& children) {
     for (std::size_t i = 0; i < result.referencesSize; ++i) {
         UA_ReferenceDescription& reference = result.references[i];
-        UA_NodeId& target = reference.nodeId.nodeId;
-        if (reference.nodeId.serverIndex != 0 || target.namespaceIndex != namespaceIndex) continue;
-        children.push_back({NodeId{target}, printable(textOf(reference.displayName.text)),
-                            reference.nodeClass == UA_NODECLASS_VARIABLE,
-                            UA_NodeId_equal(&reference.typeDefinition.nodeId, &folderType)});
-        UA_NodeId_init(&target);  // owned by the child now
+        if (reference.nodeId.serverIndex == 0) children.push_back(childOf(reference));
     }
 }
 
 }  // namespace
 
 UA_StatusCode Session::takeAllChildren(UA_BrowseResult& first, std::vector<Child>& children) {
-    takeChildren(first, namespaceIndex_, children);
+    takeChildren(first, children);
     ByteString point{first.continuationPoint};
     UA_ByteString_init(&first.continuationPoint);
-    while (point->length > 0) {
+    for (int answers = 1; point->length > 0; ++answers) {
         UA_BrowseNextRequest request{};
         UA_BrowseNextRequest_init(&request);
+        const bool enough = children.size() >= kMostChildren || answers >= kMostAnswers;
+        request.releaseContinuationPoints = enough;
         request.continuationPoints = point.get();
         request.continuationPointsSize = 1;
         BrowseNextResponse response{UA_Client_Service_browseNext(client_.get(), request)};
         const UA_StatusCode status = response->responseHeader.serviceResult;
         if (UA_StatusCode_isBad(status)) return status;
+        if (enough) return UA_STATUSCODE_GOOD;
         if (response->resultsSize != 1) return UA_STATUSCODE_BADUNEXPECTEDERROR;
         UA_BrowseResult& result = response->results[0];
-        takeChildren(result, namespaceIndex_, children);
+        takeChildren(result, children);
         std::swap(*point, result.continuationPoint);
     }
     return UA_STATUSCODE_GOOD;
@@ -93,15 +201,26 @@ UA_StatusCode Session::browse(const std::vector<const UA_NodeId*>& nodes,
                               std::vector<std::vector<Child>>& children) {
     children.clear();
     children.resize(nodes.size());
-    std::vector<UA_BrowseDescription> wanted(nodes.size());
-    for (std::size_t i = 0; i < nodes.size(); ++i) {
+    for (std::size_t from = 0; from < nodes.size(); from += nodesPerBrowse_) {
+        const std::size_t count = std::min(nodesPerBrowse_, nodes.size() - from);
+        const UA_StatusCode status = browseChunk(&nodes[from], count, &children[from]);
+        if (status != UA_STATUSCODE_GOOD) return status;
+    }
+    return UA_STATUSCODE_GOOD;
+}
+
+UA_StatusCode Session::browseChunk(const UA_NodeId* const* nodes, std::size_t count,
+                                   std::vector<Child>* children) {
+    std::vector<UA_BrowseDescription> wanted(count);
+    for (std::size_t i = 0; i < count; ++i) {
         UA_BrowseDescription_init(&wanted[i]);
         wanted[i].nodeId = *nodes[i];
         wanted[i].browseDirection = UA_BROWSEDIRECTION_FORWARD;
         wanted[i].referenceTypeId = UA_NODEID_NUMERIC(0, UA_NS0ID_HIERARCHICALREFERENCES);
         wanted[i].includeSubtypes = true;
         wanted[i].nodeClassMask = UA_NODECLASS_OBJECT | UA_NODECLASS_VARIABLE;
-        wanted[i].resultMask = UA_BROWSERESULTMASK_NODECLASS | UA_BROWSERESULTMASK_DISPLAYNAME |
+        wanted[i].resultMask = UA_BROWSERESULTMASK_REFERENCETYPEID | UA_BROWSERESULTMASK_NODECLASS |
+                               UA_BROWSERESULTMASK_BROWSENAME | UA_BROWSERESULTMASK_DISPLAYNAME |
                                UA_BROWSERESULTMASK_TYPEDEFINITION;
     }
     UA_BrowseRequest request{};
@@ -113,7 +232,7 @@ UA_StatusCode Session::browse(const std::vector<const UA_NodeId*>& nodes,
     if (UA_StatusCode_isBad(response->responseHeader.serviceResult)) {
         return response->responseHeader.serviceResult;
     }
-    for (std::size_t i = 0; i < std::min(nodes.size(), response->resultsSize); ++i) {
+    for (std::size_t i = 0; i < std::min(count, response->resultsSize); ++i) {
         const UA_StatusCode status = takeAllChildren(response->results[i], children[i]);
         if (status != UA_STATUSCODE_GOOD) return status;
     }
@@ -133,12 +252,12 @@ UA_StatusCode Session::readChunk(UA_ReadRequest& request, std::vector<DataValue>
 }
 
 UA_StatusCode Session::read(const std::vector<const UA_NodeId*>& nodes, UA_AttributeId attributeId,
-                            std::vector<DataValue>& values) {
+                            std::vector<DataValue>& values, UA_TimestampsToReturn times) {
     values.clear();
     values.reserve(nodes.size());
-    std::vector<UA_ReadValueId> wanted(std::min(nodes.size(), kNodesPerRead));
-    for (std::size_t from = 0; from < nodes.size(); from += kNodesPerRead) {
-        const std::size_t count = std::min(kNodesPerRead, nodes.size() - from);
+    std::vector<UA_ReadValueId> wanted(std::min(nodes.size(), nodesPerRead_));
+    for (std::size_t from = 0; from < nodes.size(); from += nodesPerRead_) {
+        const std::size_t count = std::min(nodesPerRead_, nodes.size() - from);
         for (std::size_t i = 0; i < count; ++i) {
             UA_ReadValueId_init(&wanted[i]);
             wanted[i].nodeId = *nodes[from + i];
@@ -146,28 +265,13 @@ UA_StatusCode Session::read(const std::vector<const UA_NodeId*>& nodes, UA_Attri
         }
         UA_ReadRequest request{};
         UA_ReadRequest_init(&request);
-        request.timestampsToReturn = UA_TIMESTAMPSTORETURN_SOURCE;
+        request.timestampsToReturn = times;
         request.nodesToRead = wanted.data();
         request.nodesToReadSize = count;
         const UA_StatusCode status = readChunk(request, values);
         if (status != UA_STATUSCODE_GOOD) return status;
     }
     return UA_STATUSCODE_GOOD;
-}
-
-UA_StatusCode Session::browsePens(std::vector<Child>& pens) {
-    constexpr UA_UInt32 kHistoricalFolder = 7;
-    const UA_NodeId folder = UA_NODEID_NUMERIC(namespaceIndex_, kHistoricalFolder);
-    std::vector<std::vector<Child>> plotters;
-    UA_StatusCode status = browse({&folder}, plotters);
-    for (std::size_t i = 0; status == UA_STATUSCODE_GOOD && i < plotters.front().size(); ++i) {
-        std::vector<std::vector<Child>> lists;
-        status = browse({plotters.front()[i].id.get()}, lists);
-        for (Child& pen : lists.front()) {
-            if (pen.isVariable) pens.push_back(std::move(pen));
-        }
-    }
-    return status;
 }
 
 namespace {
@@ -179,24 +283,11 @@ HistoryValue historyValueOf(const UA_DataValue& data) {
     if (data.hasStatus) value.status = data.status;
     value.number = std::numeric_limits<double>::quiet_NaN();
     if (!data.hasValue || !UA_Variant_isScalar(&data.value)) return value;
-    switch (data.value.type->typeKind) {
-        case UA_DATATYPEKIND_BOOLEAN:
-            value.number = *static_cast<const UA_Boolean*>(data.value.data) ? 1 : 0;
-            break;
-        case UA_DATATYPEKIND_INT64:
-            value.number = static_cast<double>(*static_cast<const UA_Int64*>(data.value.data));
-            value.wide = true;
-            break;
-        case UA_DATATYPEKIND_FLOAT:
-            value.number = static_cast<double>(*static_cast<const UA_Float*>(data.value.data));
-            break;
-        case UA_DATATYPEKIND_DOUBLE:
-            value.number = *static_cast<const UA_Double*>(data.value.data);
-            value.wide = true;
-            break;
-        default:
-            break;
-    }
+    const UA_UInt32 kind = data.value.type->typeKind;
+    value.number = numberOf(data.value);
+    value.wide = kind == UA_DATATYPEKIND_INT32 || kind == UA_DATATYPEKIND_UINT32 ||
+                 kind == UA_DATATYPEKIND_INT64 || kind == UA_DATATYPEKIND_UINT64 ||
+                 kind == UA_DATATYPEKIND_DOUBLE;
     return value;
 }
 

@@ -11,6 +11,7 @@
 #include "server/opcua/UaHandle.h"
 #include "server/opcua/UaView.h"
 #include "tools/client/history_pager.h"
+#include "tools/text/language.h"
 
 namespace tools {
 
@@ -25,16 +26,24 @@ using BrowseNextResponse = UaHandle<UA_BrowseNextResponse, UA_TYPES_BROWSENEXTRE
 using HistoryReadResponse = UaHandle<UA_HistoryReadResponse, UA_TYPES_HISTORYREADRESPONSE>;
 using ReadResponse = UaHandle<UA_ReadResponse, UA_TYPES_READRESPONSE>;
 
-/// The namespace of everything that the controller's server publishes.
+/// The namespace of everything that the controller's server publishes. Other servers do not have it.
 inline constexpr std::string_view kServerNamespace = "urn:vesk";
 
-/// One reference found by browsing, its target in `kServerNamespace`.
+/// One object or variable found by browsing, in any namespace of the server.
 struct Child {
     NodeId id;
-    std::string name;  ///< display name, UTF-8, printable
+    std::string name;  ///< display name, else browse name, else the node id; UTF-8, printable
     bool isVariable;
-    bool isFolder;  ///< of type FolderType; a tag's structure object is not
+    bool isFolder;    ///< of type FolderType; a tag's structure object is not
+    bool isProperty;  ///< it describes its parent
+    bool isUnit;      ///< the property EngineeringUnits (OPC 10000-8, 5.6.3)
 };
+
+/// Why a server that answers does not admit this client.
+enum class Barrier { none, encryptedOnly, noAnonymous };
+
+/// The id as users type it, "ns=2;s=..."; printable.
+[[nodiscard]] std::string idText(const UA_NodeId& id);
 
 /// One anonymous, unencrypted session of an OPC UA client. Every operation blocks, at most for the
 /// response time given to the constructor. One thread at a time.
@@ -42,30 +51,37 @@ struct Child {
 /// A bad status of a whole request means that the session is no longer usable: connect again.
 class Session {
   public:
+    /// The server has few continuation points for lists that need several answers.
     static constexpr std::size_t kNodesPerBrowse = 30;
 
     /// @param url  "opc.tcp://host:port"
     explicit Session(std::string url,
                      std::chrono::milliseconds answerTime = std::chrono::seconds{5});
 
-    /// Closes an earlier connection, connects, and finds the server's namespace. BADNOTFOUND:
-    /// connected to a server that has no such namespace.
+    /// Closes an earlier connection and connects to any OPC UA server.
     [[nodiscard]] UA_StatusCode connect();
 
+    /// After a failed connect: why the server will never admit this client, if that is known.
+    [[nodiscard]] Barrier barrier() const { return barrier_; }
+
+    /// After a failed connect: the reason for people, such as "BadConnectionRejected".
+    [[nodiscard]] std::string problemText(UA_StatusCode status, Language language) const;
+
     /// The children of each node, in the server's order; `children` gets one list per node. A node
-    /// that cannot be browsed has none. The server has few continuation points for lists that need
-    /// several answers: pass at most `kNodesPerBrowse` nodes.
+    /// that cannot be browsed has none. A list is cut after 2 000 000 children. The request is
+    /// divided as the server's limits require; a caller that wants to stop early passes
+    /// `kNodesPerBrowse` nodes at a time.
     [[nodiscard]] UA_StatusCode browse(const std::vector<const UA_NodeId*>& nodes,
                                        std::vector<std::vector<Child>>& children);
 
-    /// One attribute of each node, with source times, at most 1000 nodes per request; `values` gets
-    /// one answer per node.
+    /// One attribute of each node, at most 1000 nodes per request; `values` gets one answer per node.
     /// @param attributeId  OPC 10000-6, A.1: 13 the value, 4 the display name
     [[nodiscard]] UA_StatusCode read(const std::vector<const UA_NodeId*>& nodes,
-                                     UA_AttributeId attributeId, std::vector<DataValue>& values);
+                                     UA_AttributeId attributeId, std::vector<DataValue>& values,
+                                     UA_TimestampsToReturn times = UA_TIMESTAMPSTORETURN_SOURCE);
 
-    /// The pens of the "Historical" folder: the variables with a history, in the server's order.
-    [[nodiscard]] UA_StatusCode browsePens(std::vector<Child>& pens);
+    /// Index of `kServerNamespace` as the client library counts; 0: the server does not have it.
+    [[nodiscard]] UA_UInt16 controllerNamespace() const { return namespaceIndex_; }
 
     /// Raw values of one node between two times, both included: one answer of the server, which may
     /// be cut without indicating it. They are appended to `values`.
@@ -87,6 +103,10 @@ class Session {
         void operator()(UA_Client* client) const { UA_Client_delete(client); }
     };
 
+    [[nodiscard]] Barrier findBarrier(UA_StatusCode status) const;
+    [[nodiscard]] UA_StatusCode readLimits();
+    [[nodiscard]] UA_StatusCode browseChunk(const UA_NodeId* const* nodes, std::size_t count,
+                                            std::vector<Child>* children);
     /// Follows the continuation points to the end of one node's list.
     [[nodiscard]] UA_StatusCode takeAllChildren(UA_BrowseResult& first,
                                                 std::vector<Child>& children);
@@ -95,7 +115,10 @@ class Session {
     std::string url_;
     std::chrono::milliseconds answerTime_;
     std::unique_ptr<UA_Client, ClientDeleter> client_;
-    UA_UInt16 namespaceIndex_ = 0;  // of kServerNamespace, as the client library counts
+    UA_UInt16 namespaceIndex_ = 0;
+    std::size_t nodesPerRead_ = 0;    // what the server accepts in one request, but never more than
+    std::size_t nodesPerBrowse_ = 0;  // this client's own limits
+    Barrier barrier_ = Barrier::none;
 };
 
 }  // namespace tools

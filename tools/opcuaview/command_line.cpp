@@ -2,14 +2,15 @@
 
 #include "tools/command_line/command_line.h"
 #include "tools/opcuaview/history.h"
+#include "tools/opcuaview/language.h"
 #include "tools/opcuaview/watch.h"
 
 namespace tools::opcuaview {
 
 namespace {
 
-constexpr Text kDescription{"Клиент OPC UA для сервера контроллера",
-                            "OPC UA client for the controller's server"};
+constexpr Text kDescription{"Клиент OPC UA для сервера контроллера и для любого другого",
+                            "OPC UA client for the controller's server and any other"};
 constexpr Text kFooter{
     "Код завершения: 0 — получено хотя бы одно значение, 1 — ни одного, 2 — неверные ключи,\n"
     "3 — нет связи с сервером, 4 — связь потеряна и не восстановлена, 5 — история прочитана не\n"
@@ -21,9 +22,10 @@ constexpr Text kFooter{
 
 int runProgram(int argc, const char* const* argv) {
     ExitStatus status = kDone;
-    CommandLine line("opcuaview", kDescription, kFooter, askedLanguage(argc, argv));
-    line.app().require_subcommand(0,
-                                  1);  // none is refused below, after unknown words were reported
+    setLanguage(askedLanguage(argc, argv));
+    CommandLine line("opcuaview", kDescription, kFooter, language());
+    // None is refused below, after unknown words were reported.
+    line.app().require_subcommand(0, 1);
     addWatchCommand(line, status);
     addHistoryCommand(line, status);
     if (const auto ended = line.parse(argc, argv, kBadUsage)) return *ended;

@@ -11,6 +11,9 @@
 #include "server/opcua/UaHandle.h"
 #include "server/opcua/UaView.h"
 #include "tools/client/format.h"
+#include "tools/client/item_list.h"
+#include "tools/opcuaview/connection.h"
+#include "tools/opcuaview/language.h"
 #include "tools/opcuaview/options.h"
 #include "tools/opcuaview/plot.h"
 #include "tools/opcuaview/terminal.h"
@@ -89,22 +92,10 @@ std::vector<const Child*> matchingPens(const std::vector<Child>& pens, const std
     const std::string part = lowered(text);
     std::vector<const Child*> matching;
     for (const Child& pen : pens) {
-        if (pen.id->identifierType != UA_NODEIDTYPE_STRING) continue;
-        const std::string id = lowered(textOf(pen.id->identifier.string));
-        if (id.find(part) != std::string::npos) matching.push_back(&pen);
+        if (matchesFilter(*pen.id, pen.name, part)) matching.push_back(&pen);
     }
     return matching;
 }
-
-namespace {
-
-std::string idText(const UA_NodeId& id) {
-    OwnedString text;
-    if (UA_NodeId_print(&id, text.get()) != UA_STATUSCODE_GOOD) return "?";
-    return printable(textOf(*text));
-}
-
-}  // namespace
 
 // ---- The command --------------------------------------------------------------------------------
 
@@ -121,7 +112,7 @@ class HistoryCommand {
 
     ExitStatus run() {
         catchStopSignals();
-        if (!connect("нет связи с")) return kCannotConnect;
+        if (!connect(session_, options_.waitSeconds, kNoConnection)) return kCannotConnect;
         const ExitStatus chosen = choosePen();
         if (chosen != kDone || options_.list) return chosen;
         const ExitStatus status = readAll();
@@ -131,22 +122,6 @@ class HistoryCommand {
     }
 
   private:
-    /// Tries until the time of --wait is over.
-    bool connect(const char* problem) {
-        const auto deadline = Clock::now() + std::chrono::duration<double>(options_.waitSeconds);
-        while (true) {
-            const UA_StatusCode status = session_.connect();
-            if (status == UA_STATUSCODE_GOOD) return true;
-            const bool otherServer = status == UA_STATUSCODE_BADNOTFOUND;
-            if (otherServer || stopRequested() || Clock::now() >= deadline) {
-                say(std::string(problem) + " " + options_.url + " (" + formatQuality(status) + ")");
-                return false;
-            }
-            const timespec pause{0, 50'000'000};
-            nanosleep(&pause, nullptr);
-        }
-    }
-
     ExitStatus choosePen() {
         if (!options_.nodeId.empty()) {
             // The text was already checked when the command line was parsed.
@@ -154,9 +129,10 @@ class HistoryCommand {
             return kDone;
         }
         std::vector<Child> pens;
-        const UA_StatusCode status = session_.browsePens(pens);
+        const UA_StatusCode status = listPens(session_, pens);
         if (status != UA_STATUSCODE_GOOD) {
-            say("список перьев не читается (" + formatQuality(status) + ")");
+            say(in({"не удалось прочитать список перьев (", "cannot read the list of pens ("}) +
+                formatQuality(status) + ")");
             return kCannotConnect;
         }
         const auto matching = matchingPens(pens, options_.pen);
@@ -165,8 +141,9 @@ class HistoryCommand {
             node_ = NodeId::copyOf(*matching.front()->id.get());
             return kDone;
         }
-        say(matching.empty() ? "такого пера на сервере нет"
-                             : "перьев с таким текстом несколько, уточните:");
+        say(matching.empty() ? in({"такого пера на сервере нет", "the server has no such pen"})
+                             : in({"перьев с таким текстом несколько, уточните:",
+                                   "several pens contain this text, be more specific:"}));
         for (const Child* pen : matching)
             say("  " + idText(*pen->id.get()));
         return matching.empty() ? kNoValue : kBadUsage;
@@ -175,7 +152,8 @@ class HistoryCommand {
     static ExitStatus list(const std::vector<const Child*>& pens) {
         for (const Child* pen : pens)
             std::puts(idText(*pen->id.get()).c_str());
-        if (pens.empty()) say("перьев с историей на сервере нет");
+        if (pens.empty())
+            say(in({"перьев с историей на сервере нет", "the server has no pens with a history"}));
         return pens.empty() ? kNoValue : kDone;
     }
 
@@ -199,11 +177,12 @@ class HistoryCommand {
                     return stuck(pager);
                 case HistoryPager::Step::failed:
                     if (session_.isConnected()) return refused(pager.status());
-                    if (!connect("связь не восстановлена:")) return kConnectionLost;
+                    if (!connect(session_, options_.waitSeconds, kNotRestored))
+                        return kConnectionLost;
                     break;
             }
         }
-        say("прервано; прочитано значений: " + std::to_string(count_));
+        say(in({"прервано; ", "interrupted; "}) + countText());
         return kIncomplete;
     }
 
@@ -220,23 +199,33 @@ class HistoryCommand {
     void tellProgress(UA_DateTime position) {
         if (Clock::now() < nextProgress_) return;
         nextProgress_ = Clock::now() + std::chrono::seconds{1};
-        say("прочитано значений: " + std::to_string(count_) + ", до " + formatTime(position));
+        say(countText() + in({", до ", ", up to "}) + formatTime(position));
+    }
+
+    [[nodiscard]] std::string countText() const {
+        return in({"прочитано значений: ", "values read: "}) + std::to_string(count_);
     }
 
     ExitStatus finish() const {
-        say("прочитано значений: " + std::to_string(count_));
+        say(countText());
         return count_ > 0 ? kDone : kNoValue;
     }
 
     ExitStatus stuck(const HistoryPager& pager) const {
-        say("прочитано значений: " + std::to_string(count_) + "; дальше нельзя: в миллисекунде " +
-            formatTime(pager.position()) + " их не меньше, чем сервер отдаёт за один ответ (" +
-            std::to_string(pager.largestAnswer()) + "), и остальные пропали бы");
+        say(countText() +
+            in({"; дальше нельзя: в миллисекунде ", "; reading stops here: the millisecond "}) +
+            formatTime(pager.position()) +
+            in({" их не меньше, чем сервер отдаёт за один ответ (",
+                " has at least as many as one answer of the server holds ("}) +
+            std::to_string(pager.largestAnswer()) +
+            in({"), и остальные пропали бы", "), and the others would be lost"}));
         return kIncomplete;
     }
 
     static ExitStatus refused(UA_StatusCode status) {
-        say("сервер не отдаёт историю этого узла (" + formatQuality(status) + ")");
+        say(in({"сервер не отдаёт историю этого узла (",
+                "the server does not provide this node's history ("}) +
+            formatQuality(status) + ")");
         return kNoValue;
     }
 
@@ -273,9 +262,47 @@ namespace {
 CLI::Validator timeText() {
     return {[](std::string& text) -> std::string {
                 if (parseTime(text)) return {};
-                return "\"" + text + "\" — не время вида 2026-11-21 12:33:10";
+                return "\"" + text +
+                       in({"\" — не время вида 2026-11-21 12:33:10",
+                           "\" is no time like 2026-11-21 12:33:10"});
             },
             {}};
+}
+
+CLI::Validator durationText() {
+    return {[](std::string& text) -> std::string {
+                if (parseDuration(text)) return {};
+                return "\"" + text +
+                       in({"\" — не время вида 30d, 12h, 45m или 90s",
+                           "\" is no time like 30d, 12h, 45m or 90s"});
+            },
+            {}};
+}
+
+/// The options that choose the time.
+void addRange(CLI::App& command, const std::shared_ptr<HistoryOptions>& options) {
+    const std::string time = in({"ВРЕМЯ", "TIME"});
+    CLI::Option* from =
+        command.add_option("--from", options->from,
+                           in({"Начало, местное время \"2026-11-21 12:33:10\"; с Z — UTC",
+                               "Begin, local time \"2026-11-21 12:33:10\"; with Z it is UTC"}));
+    from->check(timeText())->type_name(time);
+    command
+        .add_option("--to", options->to,
+                    in({"Конец; иначе текущее время", "End; the current time by default"}))
+        ->check(timeText())
+        ->type_name(time);
+    command
+        .add_option_function<std::string>(
+            "--last",
+            [options](const std::string& text) {
+                options->last = parseDuration(text).value_or(options->last);
+            },
+            in({"Начать за столько до конца: 30d, 12h, 45m, 90s; иначе за 1h",
+                "Begin so long before the end: 30d, 12h, 45m, 90s; 1h by default"}))
+        ->check(durationText())
+        ->type_name(time)
+        ->excludes(from);
 }
 
 }  // namespace
@@ -287,38 +314,27 @@ void addHistoryCommand(CommandLine& line, ExitStatus& status) {
                          {"Читает историю пера целиком, сколько бы значений в ней ни было",
                           "Reads the whole history of a pen, however many values it has"},
                          options->url, options->waitSeconds);
-    CLI::Option* node = command.add_option("--node", options->nodeId, "Узел пера, \"ns=1;s=...\"");
-    node->check(nodeIdText())->type_name("УЗЕЛ");
-    CLI::Option* pen = command.add_option("--pen", options->pen,
-                                          "Перо, в чьём идентификаторе узла есть этот текст");
-    pen->type_name("ТЕКСТ")->excludes(node);
-    CLI::Option* from = command.add_option(
-        "--from", options->from, "Начало, местное время \"2026-11-21 12:33:10\"; с Z — UTC");
-    from->check(timeText())->type_name("ВРЕМЯ");
-    command.add_option("--to", options->to, "Конец; иначе текущее время")
-        ->check(timeText())
-        ->type_name("ВРЕМЯ");
-    command
-        .add_option_function<std::string>(
-            "--last",
-            [options](const std::string& text) {
-                options->last = parseDuration(text).value_or(options->last);
-            },
-            "Начать за столько до конца: 30d, 12h, 45m, 90s; иначе за 1h")
-        ->check(CLI::Validator{[](std::string& text) -> std::string {
-                                   if (parseDuration(text)) return {};
-                                   return "\"" + text + "\" — не время вида 30d, 12h, 45m или 90s";
-                               },
-                               {}})
-        ->type_name("ВРЕМЯ")
-        ->excludes(from);
-    CLI::Option* drawn = command.add_flag("--plot", options->plot, "График вместо строк CSV");
-    CLI::Option* listed =
-        command.add_flag("--list", options->list, "Только перечислить перья с историей");
+    CLI::Option* node =
+        command.add_option("--node", options->nodeId,
+                           in({"Узел пера, \"ns=2;s=...\"", "Node of the pen, \"ns=2;s=...\""}));
+    node->check(nodeIdText())->type_name(in({"УЗЕЛ", "NODE"}));
+    CLI::Option* pen =
+        command.add_option("--pen", options->pen,
+                           in({"Перо, в чьём идентификаторе узла или имени есть этот текст",
+                               "The pen whose node id or name contains this text"}));
+    pen->type_name(in({"ТЕКСТ", "TEXT"}))->excludes(node);
+    addRange(command, options);
+    CLI::Option* drawn = command.add_flag(
+        "--plot", options->plot, in({"График вместо строк CSV", "A plot instead of CSV lines"}));
+    CLI::Option* listed = command.add_flag(
+        "--list", options->list,
+        in({"Только перечислить перья с историей", "Only list the pens with a history"}));
     listed->excludes(drawn);
     command.callback([options, node, pen, &status] {
         if (!options->list && node->count() + pen->count() == 0) {
-            throw CLI::ValidationError("history", "укажите --pen или --node (перечень — --list)");
+            throw CLI::ValidationError("history",
+                                       in({"укажите --pen или --node (перечень — --list)",
+                                           "name --pen or --node (--list lists them)"}));
         }
         status = readHistory(*options);
     });

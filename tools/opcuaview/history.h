@@ -12,8 +12,8 @@ namespace tools::opcuaview {
 
 struct HistoryOptions {
     std::string url = kDefaultUrl;
-    std::string nodeId;  ///< "ns=1;s=..."; if empty, the pen is found by `pen`
-    std::string pen;     ///< part of the node id, in any case
+    std::string nodeId;  ///< "ns=2;s=..."; if empty, the pen is found by `pen`
+    std::string pen;     ///< part of the node id or the name, in any case
     std::string from;    ///< empty: `last` before the end
     std::string to;      ///< empty: now
     std::chrono::seconds last = std::chrono::hours{1};
@@ -35,7 +35,7 @@ void addHistoryCommand(CommandLine& line, ExitStatus& status);
 /// "30d", "12h", "45m" or "90s".
 [[nodiscard]] std::optional<std::chrono::seconds> parseDuration(const std::string& text);
 
-/// The pens whose node id contains the text, ignoring case; all for an empty text.
+/// The pens whose node id or name contains the text, ignoring case; all for an empty text.
 [[nodiscard]] std::vector<const Child*> matchingPens(const std::vector<Child>& pens,
                                                      const std::string& text);
 

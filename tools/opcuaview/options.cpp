@@ -8,6 +8,7 @@
 
 #include "server/opcua/UaView.h"
 #include "tools/client/item_list.h"
+#include "tools/opcuaview/language.h"
 
 namespace tools::opcuaview {
 
@@ -21,7 +22,9 @@ std::string urlProblem(std::string& url) {
     if (UA_parseEndpointUrl(&text, &host, &port, &path) == UA_STATUSCODE_GOOD && host.length > 0) {
         return {};
     }
-    return "\"" + url + "\" — не адрес вида opc.tcp://узел:порт";
+    return "\"" + url +
+           in({"\" — не адрес вида opc.tcp://узел:порт",
+               "\" is no address like opc.tcp://host:port"});
 }
 
 std::string shortText(double number) {
@@ -40,7 +43,7 @@ CLI::Validator numberFrom(double least, double most) {
                 const auto [rest, error] = std::from_chars(text.data(), end, number);
                 const bool valid = error == std::errc{} && rest == end;
                 if (valid && number >= least && number <= most) return {};
-                return "\"" + text + "\" — не число из " + range;
+                return "\"" + text + in({"\" — не число из ", "\" is no number in "}) + range;
             },
             {}};
 }
@@ -66,7 +69,9 @@ CLI::App& addServerCommand(CommandLine& line, const char* name, const Text& desc
 CLI::Validator nodeIdText() {
     return {[](std::string& text) -> std::string {
                 if (isNodeId(text)) return {};
-                return "\"" + text + "\" — не идентификатор узла (ns=1;s=... или ns=1;i=...)";
+                return "\"" + text +
+                       in({"\" — не идентификатор узла (ns=2;s=... или ns=2;i=...)",
+                           "\" is no node id (ns=2;s=... or ns=2;i=...)"});
             },
             {}};
 }

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "tools/client/format.h"
+#include "tools/client/item_list.h"
 #include "tools/opcuaview/history.h"
 #include "tools/opcuaview/plot.h"
 #include "tools/text/text.h"
@@ -11,7 +12,7 @@ namespace tools::opcuaview {
 
 UA_StatusCode Trend::find() {
     std::vector<Child> pens;
-    const UA_StatusCode status = session_.browsePens(pens);
+    const UA_StatusCode status = listPens(session_, pens);
     if (status != UA_STATUSCODE_GOOD) return status;
     const auto matching = matchingPens(pens, pen_);
     pager_.reset();

@@ -6,6 +6,8 @@
 #include <optional>
 
 #include "tools/client/format.h"
+#include "tools/opcuaview/connection.h"
+#include "tools/opcuaview/language.h"
 #include "tools/opcuaview/options.h"
 #include "tools/opcuaview/table.h"
 #include "tools/opcuaview/terminal.h"
@@ -227,7 +229,7 @@ class Watch {
 
     ExitStatus run() {
         catchStopSignals();
-        if (!connect("нет связи с")) return stopRequested() ? kNoValue : kCannotConnect;
+        if (!connectNow(kNoConnection)) return stopRequested() ? kNoValue : kCannotConnect;
         UA_StatusCode status = loadAll();
         startedAt_ = Clock::now();  // --seconds does not include the time for reading a large tree
         while (!over()) {
@@ -254,32 +256,16 @@ class Watch {
     }
 
     /// Tries until the time of --wait is over; reports what failed.
-    bool connect(const char* problem) {
-        const auto deadline = Clock::now() + seconds(options_.waitSeconds);
-        for (bool first = true;; first = false) {
-            const UA_StatusCode status = session_.connect();
-            if (status == UA_STATUSCODE_GOOD) return true;
-            if (status == UA_STATUSCODE_BADNOTFOUND) {
-                say(options_.url + ": у этого сервера нет пространства имён " +
-                    std::string{kServerNamespace});
-                return false;
-            }
-            const std::string text =
-                problem + (" " + options_.url) + " (" + formatQuality(status) + ")";
-            if (stopRequested()) return false;
-            if (Clock::now() >= deadline) {
-                say(text);
-                return false;
-            }
-            if (first && table_) report(text + ", жду");
-            pause(milliseconds{50});
-        }
+    bool connectNow(const Text& problem) {
+        return connect(session_, options_.waitSeconds, problem, [this](const std::string& text) {
+            if (table_) report(text + in({", жду", ", waiting"}));
+        });
     }
 
     bool reconnect(UA_StatusCode status) {
         report("связь с " + options_.url + " потеряна (" + formatQuality(status) +
                "), восстанавливаю");
-        if (!connect("связь не восстановлена:")) return false;
+        if (!connectNow(kNotRestored)) return false;
         report("связь восстановлена");
         return true;
     }
@@ -357,11 +343,6 @@ class Watch {
     void report(const std::string& text) {
         say(text);
         output_->interrupted();
-    }
-
-    static void pause(milliseconds time) {
-        const timespec length{0, std::chrono::nanoseconds{time}.count()};
-        nanosleep(&length, nullptr);
     }
 
     const WatchOptions& options_;

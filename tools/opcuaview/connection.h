@@ -1,0 +1,21 @@
+#pragma once
+
+#include <functional>
+#include <string>
+
+#include "tools/client/session.h"
+#include "tools/text/language.h"
+
+namespace tools::opcuaview {
+
+inline constexpr Text kNoConnection{"нет связи с ", "no connection to "};
+inline constexpr Text kNotRestored{"связь не восстановлена: ", "the connection was not restored: "};
+
+/// Tries to connect until the time is over, the server refuses this client for good, or a signal
+/// asks the program to stop. A failure is reported on standard error, unless a signal ended it.
+/// @param problem  the beginning of that message, before the address
+/// @param waits    called once with the same message if the first attempt fails; may be empty
+[[nodiscard]] bool connect(Session& session, double waitSeconds, const Text& problem,
+                           const std::function<void(const std::string&)>& waits = {});
+
+}  // namespace tools::opcuaview
