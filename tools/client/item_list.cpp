@@ -206,7 +206,7 @@ UA_StatusCode listItems(Session& session, const ItemChoice& choice, ItemList& li
 
 namespace {
 
-UA_StatusCode listControllerPens(Session& session, std::vector<Child>& pens) {
+UA_StatusCode listControllerPens(Session& session, std::vector<Item>& pens) {
     constexpr UA_UInt32 kHistoricalFolder = 7;
     const UA_NodeId folder = UA_NODEID_NUMERIC(session.controllerNamespace(), kHistoricalFolder);
     std::vector<std::vector<Child>> plotters;
@@ -215,7 +215,8 @@ UA_StatusCode listControllerPens(Session& session, std::vector<Child>& pens) {
         std::vector<std::vector<Child>> lists;
         status = session.browse({plotters.front()[i].id.get()}, lists);
         for (Child& pen : lists.front()) {
-            if (pen.isVariable) pens.push_back(std::move(pen));
+            if (!pen.isVariable) continue;
+            pens.push_back({std::move(pen.id), plotters.front()[i].name, std::move(pen.name)});
         }
     }
     return status;
@@ -229,7 +230,7 @@ bool grantsHistory(const UA_DataValue& accessLevel) {
 
 }  // namespace
 
-UA_StatusCode listPens(Session& session, std::vector<Child>& pens) {
+UA_StatusCode listPens(Session& session, std::vector<Item>& pens) {
     constexpr std::size_t kMostVariables = 100'000;
     if (session.controllerNamespace() != 0) return listControllerPens(session, pens);
     ItemChoice all;
@@ -243,9 +244,7 @@ UA_StatusCode listPens(Session& session, std::vector<Child>& pens) {
     std::vector<DataValue> levels;
     status = session.read(ids, UA_ATTRIBUTEID_USERACCESSLEVEL, levels);
     for (std::size_t i = 0; i < levels.size(); ++i) {
-        Item& item = list.items[i];
-        if (grantsHistory(*levels[i]))
-            pens.push_back({std::move(item.id), item.attribute, true, false, false, false});
+        if (grantsHistory(*levels[i])) pens.push_back(std::move(list.items[i]));
     }
     return status;
 }

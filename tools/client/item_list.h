@@ -45,7 +45,8 @@ using BrowseProgress = std::function<void(std::size_t seen)>;
 
 /// The variables with a history, in the server's order: the pens of the controller's "Historical"
 /// folder, on another server the first 100 000 that grant a read of their history.
-[[nodiscard]] UA_StatusCode listPens(Session& session, std::vector<Child>& pens);
+/// A pen's `tag` is its plotter, on another server what is above it.
+[[nodiscard]] UA_StatusCode listPens(Session& session, std::vector<Item>& pens);
 
 /// Whether the node may have children worth browsing; the controller's variables have none.
 [[nodiscard]] bool mayHaveChildren(const Session& session, const Child& node);

@@ -4,14 +4,14 @@
 
 #include "tools/client/format.h"
 #include "tools/client/item_list.h"
-#include "tools/opcuaview/history.h"
+#include "tools/opcuaview/pens.h"
 #include "tools/opcuaview/plot.h"
 #include "tools/text/text.h"
 
 namespace tools::opcuaview {
 
 UA_StatusCode Trend::find() {
-    std::vector<Child> pens;
+    std::vector<Item> pens;
     const UA_StatusCode status = listPens(session_, pens);
     if (status != UA_STATUSCODE_GOOD) return status;
     const auto matching = matchingPens(pens, pen_);
@@ -22,7 +22,7 @@ UA_StatusCode Trend::find() {
     }
     problem_.clear();
     node_ = NodeId::copyOf(*matching.front()->id.get());
-    name_ = matching.front()->name;
+    name_ = matching.front()->attribute;
     values_.clear();
     readFrom(UA_DateTime_now() - length_.count() * UA_DATETIME_SEC);
     next_ = Clock::now();

@@ -3,6 +3,7 @@
 #include "tests/support/basics.h"
 #include "tools/client/history_pager.h"
 #include "tools/opcuaview/plot.h"
+#include "tools/opcuaview/time_choice.h"
 
 namespace tools::opcuaview {
 
