@@ -6,6 +6,7 @@
 #include <string>
 
 #include "sim/memory/database_memory.h"
+#include "tools/command_line/reader.h"
 
 namespace sim {
 
@@ -33,5 +34,8 @@ struct Options {
 ///         a message on standard error (2).
 [[nodiscard]] std::optional<Options> parseOptions(int argc, const char* const* argv,
                                                   int& exitStatus);
+
+/// Shows `reader` the command line.
+void describe(tools::Language language, const tools::CommandLineReader& reader);
 
 }  // namespace sim

@@ -41,10 +41,9 @@ struct Label {
 };
 
 constexpr Label kLabels[] = {
-    {"Usage", {"Вызов", "Usage"}},
-    {"OPTIONS", {"КЛЮЧИ", "OPTIONS"}},
-    {"SUBCOMMAND", {"КОМАНДА", "COMMAND"}},
-    {"Positionals", {"Аргументы", "Arguments"}},
+    {"Usage", {"Вызов", "Usage"}},          {"OPTIONS", {"КЛЮЧИ", "OPTIONS"}},
+    {"SUBCOMMAND", {"КОМАНДА", "COMMAND"}}, {"Positionals", {"Аргументы", "Arguments"}},
+    {"Needs", {"только с", "only with"}},   {"Excludes", {"не с", "not with"}},
 };
 constexpr Text kOptions{"Ключи", "Options"};
 

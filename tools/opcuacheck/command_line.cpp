@@ -218,4 +218,11 @@ int runProgram(int argc, const char* const* argv) {
     return check(options, database);
 }
 
+void describe(Language language, const CommandLineReader& reader) {
+    Options options;
+    CommandLine line("opcuacheck", kDescription, kFooter, language);
+    declareOptions(line, options);
+    reader(line.app());
+}
+
 }  // namespace tools::opcuacheck

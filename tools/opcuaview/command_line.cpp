@@ -18,22 +18,34 @@ constexpr Text kFooter{
     "Exit status: 0 at least one value was received, 1 none, 2 bad usage, 3 no connection to the\n"
     "server, 4 the connection was lost and not restored, 5 the history was not read to its end."};
 
+void declareCommands(CommandLine& line, ExitStatus& status) {
+    // None is refused later, after unknown words were reported.
+    line.app().require_subcommand(0, 1);
+    addWatchCommand(line, status);
+    addHistoryCommand(line, status);
+}
+
 }  // namespace
 
 int runProgram(int argc, const char* const* argv) {
     ExitStatus status = kDone;
     setLanguage(askedLanguage(argc, argv));
     CommandLine line("opcuaview", kDescription, kFooter, language());
-    // None is refused below, after unknown words were reported.
-    line.app().require_subcommand(0, 1);
-    addWatchCommand(line, status);
-    addHistoryCommand(line, status);
+    declareCommands(line, status);
     if (const auto ended = line.parse(argc, argv, kBadUsage)) return *ended;
     if (line.app().get_subcommands().empty()) {
         line.refuse(line.in({"не указана команда", "no command is named"}));
         return kBadUsage;
     }
     return status;
+}
+
+void describe(Language language, const CommandLineReader& reader) {
+    ExitStatus status = kDone;
+    setLanguage(language);
+    CommandLine line("opcuaview", kDescription, kFooter, language);
+    declareCommands(line, status);
+    reader(line.app());
 }
 
 }  // namespace tools::opcuaview

@@ -7,7 +7,7 @@
 namespace tools::opcuaview {
 
 /// The language of everything that this process prints. `runProgram` sets it before it parses the
-/// command line, and nothing changes it later.
+/// command line, and nothing changes it later; `describe` sets it too.
 [[nodiscard]] Language language();
 void setLanguage(Language language);
 

@@ -261,4 +261,11 @@ int runProgram(int argc, const char* const* argv) {
     return options.files ? showFiles(options) : showRing(options);
 }
 
+void describe(Language language, const CommandLineReader& reader) {
+    Options options;
+    CommandLine line("zrtjournal", kDescription, kFooter, language);
+    declareOptions(line, options);
+    reader(line.app());
+}
+
 }  // namespace tools::zrtjournal
