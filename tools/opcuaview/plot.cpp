@@ -6,85 +6,39 @@
 #include <cstdio>
 #include <optional>
 
-#include "tools/client/format.h"
+#include "tools/chart/curve.h"
+#include "tools/chart/ticks.h"
 #include "tools/text/text.h"
 
 namespace tools::opcuaview {
 
 namespace {
 
-struct Range {
-    double low = 0;
-    double high = 0;
-};
-
-/// The values of one column of dots.
-struct Column {
+/// One column of the picture: which values it covers, and with which it ends.
+struct Bar {
     std::optional<Range> range;
     double last = 0;
-    bool bad = false;  // a bad value ended it
+    bool joined = false;  ///< with the bar before it
 };
 
-bool shows(const HistoryValue& value) {
-    return std::isfinite(value.number) && !UA_StatusCode_isBad(value.status);
-}
-
-std::optional<Range> rangeOf(const std::vector<HistoryValue>& values) {
-    std::optional<Range> range;
-    for (const HistoryValue& value : values) {
-        if (!shows(value)) continue;
-        if (!range) range = Range{value.number, value.number};
-        range->low = std::min(range->low, value.number);
-        range->high = std::max(range->high, value.number);
-    }
-    return range;
-}
-
-/// Widens a range so that a steady value is drawn in the middle; a switch keeps the range 0 to 1.
-Range withRoom(Range range) {
-    if (range.high > range.low) return range;
-    if (range.low == 0 || range.low == 1) return {0, 1};
-    const double room = std::max(std::fabs(range.low) * 0.01, 0.5);
-    return {range.low - room, range.high + room};
-}
-
-std::vector<Column> columnsOf(const std::vector<HistoryValue>& values, UA_DateTime from,
-                              UA_DateTime to, std::size_t count) {
-    std::vector<Column> columns(count);
-    const double span = static_cast<double>(std::max<UA_DateTime>(to - from, 1));
-    for (const HistoryValue& value : values) {
-        if (value.time < from || value.time > to) continue;
-        const double place = static_cast<double>(value.time - from) / span;
-        const auto index =
-            std::min(count - 1, static_cast<std::size_t>(place * static_cast<double>(count)));
-        Column& column = columns[index];
-        column.bad = !shows(value);
-        if (column.bad) continue;
-        if (!column.range) column.range = Range{value.number, value.number};
-        column.range->low = std::min(column.range->low, value.number);
-        column.range->high = std::max(column.range->high, value.number);
-        column.last = value.number;
-    }
-    return columns;
-}
-
-/// A value lasts until the next one, but not longer than the usual interval between two recorded
-/// ones.
-void holdBetween(std::vector<Column>& columns, UA_DateTime columnTicks) {
-    const auto longest = static_cast<std::size_t>(
-        std::max<UA_DateTime>(5 * UA_DATETIME_SEC / std::max<UA_DateTime>(columnTicks, 1), 1));
-    std::size_t from = columns.size();  // column of the last value; none
-    for (std::size_t i = 0; i < columns.size(); ++i) {
-        if (columns[i].range) {
-            const bool holds = from < i && i - from <= longest;
-            for (std::size_t k = from + 1; holds && k < i; ++k) {
-                columns[k].range = Range{columns[from].last, columns[from].last};
-                columns[k].last = columns[from].last;
-            }
-            from = i;
+/// A value lasts until the next one if the curve is not interrupted between them.
+std::vector<Bar> barsOf(const std::vector<HistoryValue>& values, UA_DateTime from, UA_DateTime to,
+                        std::size_t count) {
+    const std::vector<CurveColumn> columns = curveColumns(values, from, to, count);
+    std::vector<Bar> bars(count);
+    std::size_t before = 0;
+    for (std::size_t i = 0; i < count; ++i) {
+        const CurveColumn& column = columns[i];
+        if (column.empty()) continue;
+        bars[i] = {Range{column.lowest->number, column.highest->number}, column.last->number,
+                   column.joined};
+        for (std::size_t k = before + 1; column.joined && k < i; ++k) {
+            const double last = bars[before].last;
+            bars[k] = {Range{last, last}, last, true};
         }
-        if (columns[i].bad) from = columns.size();
+        before = i;
     }
+    return bars;
 }
 
 /// Dots of a picture, two by four to a character (U+2800 and on).
@@ -121,35 +75,46 @@ class Dots {
     std::vector<std::uint8_t> cells_;
 };
 
-Dots drawn(std::vector<Column> columns, Range scale, std::size_t rows, UA_DateTime columnTicks) {
-    holdBetween(columns, columnTicks);
-    Dots dots(rows, columns.size() / 2);
+Dots drawn(const std::vector<Bar>& bars, Range scale, std::size_t rows) {
+    Dots dots(rows, bars.size() / 2);
     const std::size_t lowest = rows * 4 - 1;
     const auto heightOf = [&](double value) {
-        const double place = (value - scale.low) / (scale.high - scale.low);
+        const double place = (value - scale.low) / scale.span();
         return lowest - static_cast<std::size_t>(std::lround(place * static_cast<double>(lowest)));
     };
-    const Column* before = nullptr;
-    for (std::size_t x = 0; x < columns.size(); ++x) {
-        const Column& column = columns[x];
-        if (column.range) {
-            Range range = *column.range;
-            if (before != nullptr) {  // joined to its neighbour
-                range.low = std::min(range.low, before->last);
-                range.high = std::max(range.high, before->last);
-            }
-            dots.line(x, heightOf(range.low), heightOf(range.high));
+    for (std::size_t x = 0; x < bars.size(); ++x) {
+        if (!bars[x].range) continue;
+        Range range = *bars[x].range;
+        if (x > 0 && bars[x].joined) {
+            range.low = std::min(range.low, bars[x - 1].last);
+            range.high = std::max(range.high, bars[x - 1].last);
         }
-        before = column.range && !column.bad ? &column : nullptr;
+        dots.line(x, heightOf(range.low), heightOf(range.high));
     }
     return dots;
 }
 
-std::string timeAxis(UA_DateTime from, UA_DateTime to, int width) {
-    const std::string left = timeOfDay(from);
-    const std::string right = timeOfDay(to);
-    const int gap = width - displayWidth(left) - displayWidth(right);
-    return left + std::string(static_cast<std::size_t>(std::max(gap, 1)), ' ') + right;
+/// The axis with its marks, and the times below them; a new day shows its date.
+std::array<std::string, 2> timeAxis(UA_DateTime from, UA_DateTime to, int width) {
+    constexpr int kRoom = 14;  // for a mark with its text
+    std::vector<bool> marks(static_cast<std::size_t>(width));
+    std::string texts;
+    int used = 0;
+    for (const TimeTick& tick : timeTicks(from, to, std::max(width / kRoom, 2))) {
+        const double place = static_cast<double>(tick.time - from) / static_cast<double>(to - from);
+        const int column = std::min(static_cast<int>(place * width), width - 1);
+        const std::string& text = tick.newDate && !tick.date.empty() ? tick.date : tick.text;
+        const int length = displayWidth(text);
+        const int begin = std::clamp(column - length / 2, 0, std::max(width - length, 0));
+        marks[static_cast<std::size_t>(column)] = true;
+        if (begin < used + (used > 0 ? 1 : 0) || begin + length > width) continue;
+        texts += std::string(static_cast<std::size_t>(begin - used), ' ') + text;
+        used = begin + length;
+    }
+    std::string line;
+    for (const bool mark : marks)
+        line += mark ? "┬" : "─";
+    return {line, texts};
 }
 
 }  // namespace
@@ -158,13 +123,6 @@ std::string numberText(double number) {
     std::array<char, 32> text{};
     std::snprintf(text.data(), text.size(), "%.5g", number);
     return text.data();
-}
-
-std::string timeOfDay(UA_DateTime time) {
-    constexpr std::size_t kDate = 11;
-    constexpr std::size_t kTime = 8;
-    const std::string text = formatTime(time);
-    return text.size() < kDate ? text : text.substr(kDate, kTime);
 }
 
 std::string rangeText(const std::vector<HistoryValue>& values) {
@@ -179,9 +137,8 @@ std::vector<std::string> plot(const std::vector<HistoryValue>& values, UA_DateTi
     const auto height = static_cast<std::size_t>(rows - kAxisRows);
     const int picture = width - kScaleWidth - 1;
     const Range scale = withRoom(rangeOf(values).value_or(Range{}));
-    const auto count = static_cast<std::size_t>(picture) * 2;
-    const Dots dots = drawn(columnsOf(values, from, to, count), scale, height,
-                            (to - from) / static_cast<UA_DateTime>(count));
+    const Dots dots =
+        drawn(barsOf(values, from, to, static_cast<std::size_t>(picture) * 2), scale, height);
     std::vector<std::string> lines;
     for (std::size_t y = 0; y < height; ++y) {
         std::string label;
@@ -189,28 +146,23 @@ std::vector<std::string> plot(const std::vector<HistoryValue>& values, UA_DateTi
         if (y == height - 1) label = numberText(scale.low);
         lines.push_back(fitted(label, kScaleWidth - 1, Align::right) + " │" + dots.row(y));
     }
-    std::string axis = std::string(kScaleWidth, ' ') + "└";
-    for (int x = 0; x < picture; ++x)
-        axis += "─";
-    lines.push_back(axis);
-    lines.push_back(std::string(kScaleWidth + 1, ' ') + timeAxis(from, to, picture));
+    const auto [axis, times] = timeAxis(from, to, picture);
+    lines.push_back(std::string(kScaleWidth, ' ') + "└" + axis);
+    lines.push_back(std::string(kScaleWidth + 1, ' ') + times);
     return lines;
 }
 
 std::string sparkline(const std::vector<HistoryValue>& values, UA_DateTime from, UA_DateTime to,
                       int width) {
     static constexpr std::array<const char*, 8> kBlocks{"▁", "▂", "▃", "▄", "▅", "▆", "▇", "█"};
-    const auto count = static_cast<std::size_t>(width);
-    std::vector<Column> columns = columnsOf(values, from, to, count);
-    holdBetween(columns, (to - from) / width);
     const Range scale = withRoom(rangeOf(values).value_or(Range{}));
     std::string line;
-    for (const Column& column : columns) {
-        if (!column.range) {
+    for (const Bar& bar : barsOf(values, from, to, static_cast<std::size_t>(width))) {
+        if (!bar.range) {
             line += ' ';
             continue;
         }
-        const double place = (column.last - scale.low) / (scale.high - scale.low);
+        const double place = (bar.last - scale.low) / scale.span();
         line += kBlocks[static_cast<std::size_t>(std::lround(place * (kBlocks.size() - 1)))];
     }
     return line;

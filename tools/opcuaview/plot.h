@@ -10,7 +10,8 @@ namespace tools::opcuaview {
 
 /// A curve of dots, two by four in a character, with its scale on the left and times below. If
 /// several values share a column, it covers the range from the least to the greatest; if the
-/// quality is bad or values are missing, it has a gap.
+/// quality is bad or values are missing, it has a gap (tools/chart/curve.h).
+/// @param to     after `from`
 /// @param rows   lines of the picture, at least 4: two of them are the time axis
 /// @param width  columns of the picture, at least 30
 /// @return `rows` lines, none wider than `width`
@@ -26,8 +27,5 @@ namespace tools::opcuaview {
 
 /// A number as shown in a plot, with at most five digits.
 [[nodiscard]] std::string numberText(double number);
-
-/// Time of day, local, "12:33:10".
-[[nodiscard]] std::string timeOfDay(UA_DateTime time);
 
 }  // namespace tools::opcuaview

@@ -167,6 +167,8 @@ TEST(Plot, DrawsTheCurveWithItsScaleAndGaps) {
     ASSERT_EQ(lines.size(), 4U);
     EXPECT_EQ(lines[0], "       10 │               ⡏⠉⠉⠉⠉  ⠉⠉⠉⠉⠉⠉⠉⠉");
     EXPECT_EQ(lines[1].substr(0, 19), "        0 │⣀⣀");
+    EXPECT_EQ(lines[2], "          └┬────────────────────────────┬");
+    EXPECT_EQ(lines[3], "           08:00                    08:01");
     EXPECT_EQ(sparkline(values, kBegin, to, 6), "▁▁▁███");
     EXPECT_EQ(rangeText(values), "0 … 10");
     EXPECT_EQ(rangeText({}), "—");
