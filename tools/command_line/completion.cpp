@@ -112,11 +112,12 @@ std::string valueLines(const std::string& command, const Options& options) {
     for (const CLI::Option* option : options) {
         if (option->get_expected_max() == 0) continue;  // a flag
         for (const std::string& name : spellings(*option))
-            byWords[wordsOf(option->get_type_name())].push_back(command + ":" + name);
+            byWords[wordsOf(option->get_type_name())].push_back(command + ':' + name);
     }
     std::string lines;
     for (const auto& [words, patterns] : byWords) {
-        lines += "        " + CLI::detail::join(patterns, " | ") + ") words='" + words + "' ;;\n";
+        lines.append("        ").append(CLI::detail::join(patterns, " | "));
+        lines.append(") words='").append(words).append("' ;;\n");
     }
     return lines;
 }

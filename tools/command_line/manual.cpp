@@ -3,6 +3,7 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cctype>
+#include <iterator>
 #include <set>
 #include <utility>
 #include <vector>
@@ -93,8 +94,8 @@ std::string tagOf(const CLI::Option& option) {
 
 std::string namesOf(const std::set<CLI::Option*>& options) {
     std::vector<std::string> names;
-    for (const CLI::Option* option : options)
-        names.push_back(option->get_name());
+    std::ranges::transform(options, std::back_inserter(names),
+                           [](const auto* option) { return option->get_name(); });
     std::ranges::sort(names);  // the set is in the order of addresses
     return CLI::detail::join(names, ", ");
 }
