@@ -55,6 +55,55 @@ UA_Client* newClient(std::chrono::milliseconds answerTime) {
 
 }  // namespace
 
+namespace {
+
+struct ClientDeleter {
+    void operator()(UA_Client* client) const { UA_Client_delete(client); }
+};
+
+std::string tokenText(UA_UserTokenType type) {
+    switch (type) {
+        case UA_USERTOKENTYPE_ANONYMOUS:
+            return "anonymous";
+        case UA_USERTOKENTYPE_USERNAME:
+            return "user name";
+        case UA_USERTOKENTYPE_CERTIFICATE:
+            return "certificate";
+        default:
+            return "issued token";
+    }
+}
+
+Endpoint endpointOf(const UA_EndpointDescription& from) {
+    const std::string policy = printable(textOf(from.securityPolicyUri));
+    Endpoint endpoint{printable(textOf(from.endpointUrl)),
+                      from.securityMode,
+                      policy.substr(policy.find('#') + 1),  // all of it if there is no '#'
+                      {},
+                      printable(textOf(from.server.applicationName.text)),
+                      printable(textOf(from.server.applicationUri)),
+                      printable(textOf(from.server.productUri))};
+    for (const auto& token : std::span{from.userIdentityTokens, from.userIdentityTokensSize})
+        endpoint.tokens.push_back(tokenText(token.tokenType));
+    return endpoint;
+}
+
+}  // namespace
+
+UA_StatusCode findEndpoints(const std::string& url, std::chrono::milliseconds answerTime,
+                            std::vector<Endpoint>& endpoints) {
+    endpoints.clear();
+    const std::unique_ptr<UA_Client, ClientDeleter> client{newClient(answerTime)};
+    if (client == nullptr) return UA_STATUSCODE_BADOUTOFMEMORY;
+    UA_EndpointDescription* list = nullptr;
+    std::size_t count = 0;
+    const UA_StatusCode status = UA_Client_getEndpoints(client.get(), url.c_str(), &count, &list);
+    for (const auto& endpoint : std::span{list, count})
+        endpoints.push_back(endpointOf(endpoint));
+    UA_Array_delete(list, count, &UA_TYPES[UA_TYPES_ENDPOINTDESCRIPTION]);
+    return status;
+}
+
 UA_StatusCode Session::connect() {
     client_.reset(newClient(answerTime_));
     namespaceIndex_ = 0;
@@ -85,18 +134,11 @@ Barrier Session::findBarrier(UA_StatusCode status) const {
         default:
             return Barrier::none;
     }
-    const std::unique_ptr<UA_Client, ClientDeleter> asker{newClient(answerTime_)};
-    UA_EndpointDescription* list = nullptr;
-    std::size_t count = 0;
-    if (asker == nullptr ||
-        UA_Client_getEndpoints(asker.get(), url_.c_str(), &count, &list) != UA_STATUSCODE_GOOD) {
-        return Barrier::none;
-    }
-    const std::span endpoints{list, count};
-    const bool open = std::any_of(endpoints.begin(), endpoints.end(), [](const auto& endpoint) {
-        return endpoint.securityMode == UA_MESSAGESECURITYMODE_NONE;
+    std::vector<Endpoint> endpoints;
+    if (findEndpoints(url_, answerTime_, endpoints) != UA_STATUSCODE_GOOD) return Barrier::none;
+    const bool open = std::any_of(endpoints.begin(), endpoints.end(), [](const Endpoint& endpoint) {
+        return endpoint.mode == UA_MESSAGESECURITYMODE_NONE;
     });
-    UA_Array_delete(list, count, &UA_TYPES[UA_TYPES_ENDPOINTDESCRIPTION]);
     return open ? Barrier::noAnonymous : Barrier::encryptedOnly;
 }
 
@@ -272,6 +314,23 @@ UA_StatusCode Session::read(const std::vector<const UA_NodeId*>& nodes, UA_Attri
         if (status != UA_STATUSCODE_GOOD) return status;
     }
     return UA_STATUSCODE_GOOD;
+}
+
+UA_StatusCode Session::write(const UA_NodeId& node, const UA_Variant& value) {
+    UA_WriteValue wanted{};
+    UA_WriteValue_init(&wanted);
+    wanted.nodeId = node;
+    wanted.attributeId = UA_ATTRIBUTEID_VALUE;
+    wanted.value.value = value;
+    wanted.value.hasValue = true;
+    UA_WriteRequest request{};
+    UA_WriteRequest_init(&request);
+    request.nodesToWrite = &wanted;
+    request.nodesToWriteSize = 1;
+    const WriteResponse response{UA_Client_Service_write(client_.get(), request)};
+    const UA_StatusCode status = response->responseHeader.serviceResult;
+    if (UA_StatusCode_isBad(status)) return status;
+    return response->resultsSize == 1 ? response->results[0] : UA_STATUSCODE_BADUNEXPECTEDERROR;
 }
 
 namespace {

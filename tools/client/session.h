@@ -25,6 +25,7 @@ using BrowseResponse = UaHandle<UA_BrowseResponse, UA_TYPES_BROWSERESPONSE>;
 using BrowseNextResponse = UaHandle<UA_BrowseNextResponse, UA_TYPES_BROWSENEXTRESPONSE>;
 using HistoryReadResponse = UaHandle<UA_HistoryReadResponse, UA_TYPES_HISTORYREADRESPONSE>;
 using ReadResponse = UaHandle<UA_ReadResponse, UA_TYPES_READRESPONSE>;
+using WriteResponse = UaHandle<UA_WriteResponse, UA_TYPES_WRITERESPONSE>;
 
 /// The namespace of everything that the controller's server publishes. Other servers do not have it.
 inline constexpr std::string_view kServerNamespace = "urn:vesk";
@@ -38,6 +39,22 @@ struct Child {
     bool isProperty;  ///< it describes its parent
     bool isUnit;      ///< the property EngineeringUnits (OPC 10000-8, 5.6.3)
 };
+
+/// One way to reach a server, as the server itself lists it.
+struct Endpoint {
+    std::string url;
+    UA_MessageSecurityMode mode;
+    std::string policy;               ///< "None", "Basic256Sha256": the end of the policy's URI
+    std::vector<std::string> tokens;  ///< who is admitted: "anonymous", "user name" ...
+    std::string applicationName;
+    std::string applicationUri;
+    std::string productUri;
+};
+
+/// Asks a server, without a session, for its endpoints. All texts are printable.
+[[nodiscard]] UA_StatusCode findEndpoints(const std::string& url,
+                                          std::chrono::milliseconds answerTime,
+                                          std::vector<Endpoint>& endpoints);
 
 /// Why a server that answers does not admit this client.
 enum class Barrier { none, encryptedOnly, noAnonymous };
@@ -79,6 +96,10 @@ class Session {
     [[nodiscard]] UA_StatusCode read(const std::vector<const UA_NodeId*>& nodes,
                                      UA_AttributeId attributeId, std::vector<DataValue>& values,
                                      UA_TimestampsToReturn times = UA_TIMESTAMPSTORETURN_SOURCE);
+
+    /// Writes the value alone, without status and times.
+    /// @return the status of the request, or else of the node
+    [[nodiscard]] UA_StatusCode write(const UA_NodeId& node, const UA_Variant& value);
 
     /// Index of `kServerNamespace` as the client library counts; 0: the server does not have it.
     [[nodiscard]] UA_UInt16 controllerNamespace() const { return namespaceIndex_; }

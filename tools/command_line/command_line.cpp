@@ -41,11 +41,13 @@ struct Label {
 };
 
 constexpr Label kLabels[] = {
-    {"Usage", {"Вызов", "Usage"}},          {"OPTIONS", {"КЛЮЧИ", "OPTIONS"}},
-    {"SUBCOMMAND", {"КОМАНДА", "COMMAND"}}, {"Positionals", {"Аргументы", "Arguments"}},
-    {"Needs", {"только с", "only with"}},   {"Excludes", {"не с", "not with"}},
+    {"Usage", {"Вызов", "Usage"}},           {"OPTIONS", {"КЛЮЧИ", "OPTIONS"}},
+    {"SUBCOMMAND", {"КОМАНДА", "COMMAND"}},  {"Positionals", {"Аргументы", "Arguments"}},
+    {"Needs", {"только с", "only with"}},    {"Excludes", {"не с", "not with"}},
+    {"REQUIRED", {"(нужен)", "(required)"}},
 };
 constexpr Text kOptions{"Ключи", "Options"};
+constexpr Text kHelp{"Показать эту справку", "Show this help"};
 
 }  // namespace
 
@@ -57,8 +59,7 @@ CommandLine::CommandLine(std::string_view name, const Text& description, const T
         help->label(label.original, in(label.text));
     app_.formatter(help);
     app_.option_defaults()->group(in(kOptions));
-    app_.set_help_flag("-h,--help", in({"Показать эту справку", "Show this help"}))
-        ->group(in(kOptions));
+    app_.set_help_flag("-h,--help", in(kHelp))->group(in(kOptions));
     app_.footer(in(footer));
     option("--lang", languageName_, {"Язык: ru или en", "Language: ru or en"}, {"ru|en", "ru|en"})
         .check(CLI::Validator{
@@ -67,6 +68,14 @@ CommandLine::CommandLine(std::string_view name, const Text& description, const T
                 return "\"" + word + in({"\" — ни ru, ни en", "\" is neither ru nor en"});
             },
             {}});
+}
+
+CLI::App& CommandLine::command(std::string_view name, const Text& description) {
+    CLI::App& command = *app_.add_subcommand(std::string(name), in(description));
+    command.group(in({"Команды", "Commands"}));
+    command.set_help_flag("-h,--help", in(kHelp))->group(in(kOptions));
+    command.fallthrough();
+    return command;
 }
 
 CLI::Option& CommandLine::option(std::string_view name, std::string& target, const Text& help,
@@ -94,6 +103,9 @@ std::string russianReason(const CLI::ParseError& error) {
     }
     if (dynamic_cast<const CLI::ArgumentMismatch*>(&error) != nullptr) {
         return text.substr(0, text.find_first_of(": ")) + ": не то число значений";
+    }
+    if (dynamic_cast<const CLI::RequiredError*>(&error) != nullptr) {
+        return "не указано: " + text.substr(0, text.find(" is required"));
     }
     if (dynamic_cast<const CLI::ExcludesError*>(&error) != nullptr) {
         return withVerb(text, " excludes ", " исключает ключ ");

@@ -30,6 +30,9 @@ class CommandLine {
     /// The text in the operator's language.
     [[nodiscard]] std::string in(const Text& text) const { return text.in(language_); }
 
+    /// Adds a subcommand. The options of the program may stand behind it too.
+    CLI::App& command(std::string_view name, const Text& description);
+
     /// An option with a value. @param value  name of the value in the help
     CLI::Option& option(std::string_view name, std::string& target, const Text& help,
                         const Text& value);

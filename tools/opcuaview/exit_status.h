@@ -9,7 +9,11 @@ enum ExitStatus : int {
     kBadUsage = 2,        ///< invalid command line
     kCannotConnect = 3,   ///< no connection within --wait
     kConnectionLost = 4,  ///< the connection was lost and not restored within --wait
-    kIncomplete = 5       ///< a history was not read to its end
+    kIncomplete = 5,      ///< a history or a tree was not read to its end
+    kNotWritten = 6       ///< the server has another value than the one that was to be written
 };
+
+/// What monitoring systems expect of their checks.
+enum CheckStatus : int { kOk = 0, kWarning = 1, kCritical = 2, kUnknown = 3 };
 
 }  // namespace tools::opcuaview

@@ -9,6 +9,7 @@
 #include "server/opcua/UaHandle.h"
 #include "server/opcua/UaView.h"
 #include "tools/client/format.h"
+#include "tools/client/json.h"
 #include "tools/opcuaview/connection.h"
 #include "tools/opcuaview/history_reader.h"
 #include "tools/opcuaview/language.h"
@@ -22,15 +23,11 @@ namespace tools::opcuaview {
 // ---- Texts --------------------------------------------------------------------------------------
 
 std::string csvLine(const HistoryValue& value) {
-    const UA_DateTimeStruct time = UA_DateTime_toStruct(value.time);
-    std::array<char, 128> line{};
-    std::snprintf(line.data(), line.size(), "%04d-%02u-%02uT%02u:%02u:%02u.%03u%03uZ,", time.year,
-                  unsigned{time.month}, unsigned{time.day}, unsigned{time.hour}, unsigned{time.min},
-                  unsigned{time.sec}, unsigned{time.milliSec}, unsigned{time.microSec});
-    std::string text = value.time != 0 ? line.data() : ",";
+    std::string text = (value.time != 0 ? isoTime(value.time) : "") + ",";
     if (!std::isnan(value.number)) {
-        std::snprintf(line.data(), line.size(), "%.*g", value.wide ? 17 : 9, value.number);
-        text += line.data();
+        std::array<char, 32> number{};
+        std::snprintf(number.data(), number.size(), "%.*g", value.wide ? 17 : 9, value.number);
+        text += number.data();
     }
     return text + "," + formatQuality(value.status);
 }
@@ -38,6 +35,22 @@ std::string csvLine(const HistoryValue& value) {
 // ---- The command --------------------------------------------------------------------------------
 
 namespace {
+
+std::string historyJson(const HistoryValue& value) {
+    Json object;
+    object["time"] = value.time != 0 ? Json(isoTime(value.time)) : Json(nullptr);
+    object["value"] = value.number;  // NaN is written as null
+    object["quality"] = formatQuality(value.status);
+    return jsonLine(object);
+}
+
+std::string penJson(const Item& pen) {
+    Json object;
+    object["id"] = idText(*pen.id);
+    object["name"] = pen.attribute;
+    object["parent"] = pen.tag;
+    return jsonLine(object);
+}
 
 class HistoryCommand {
   public:
@@ -52,7 +65,7 @@ class HistoryCommand {
         if (options_.list) return list();
         const ExitStatus chosen = findNode();
         if (chosen != kDone) return chosen;
-        if (!options_.plot) std::puts("time,value,quality");
+        if (!options_.plot && !options_.json) std::puts("time,value,quality");
         const ExitStatus status = HistoryReader{session_, options_.waitSeconds}.read(
             *node_.get(), range_, {}, [this](const auto& values) { take(values); });
         if (options_.plot && !values_.empty()) draw();
@@ -81,7 +94,7 @@ class HistoryCommand {
         if (status != kDone) return status;
         const auto matching = matchingPens(pens, options_.pen);
         for (const Item* pen : matching)
-            std::puts(idText(*pen->id.get()).c_str());
+            std::puts((options_.json ? penJson(*pen) : idText(*pen->id)).c_str());
         if (!matching.empty()) return kDone;
         say(in({"перьев с историей на сервере нет", "the server has no pens with a history"}));
         return kNoValue;
@@ -93,7 +106,7 @@ class HistoryCommand {
             return;
         }
         for (const HistoryValue& value : values)
-            std::puts(csvLine(value).c_str());
+            std::puts((options_.json ? historyJson(value) : csvLine(value)).c_str());
     }
 
     void draw() const {
@@ -141,6 +154,7 @@ void addHistoryCommand(CommandLine& line, ExitStatus& status) {
     addTimeOptions(command, options->time);
     CLI::Option* drawn = command.add_flag(
         "--plot", options->plot, in({"График вместо строк CSV", "A plot instead of CSV lines"}));
+    addJsonFlag(command, options->json);
     CLI::Option* listed = command.add_flag(
         "--list", options->list,
         in({"Только перечислить перья с историей", "Only list the pens with a history"}));

@@ -17,6 +17,7 @@ struct HistoryOptions {
     double waitSeconds = 10;
     bool list = false;  ///< only the pens
     bool plot = false;  ///< a picture instead of CSV
+    bool json = false;  ///< an object per line instead of CSV: time, value, quality
 };
 
 /// Adds "history" to the program; `status` receives its exit status.

@@ -50,9 +50,7 @@ CLI::Validator numberFrom(double least, double most) {
 
 CLI::App& addServerCommand(CommandLine& line, const char* name, const Text& description,
                            std::string& url, double& waitSeconds) {
-    CLI::App& command = *line.app().add_subcommand(name, line.in(description));
-    command.group(line.in({"Команды", "Commands"}));
-    command.fallthrough();  // --lang may stand behind it too
+    CLI::App& command = line.command(name, description);
     command.add_option("--url", url, line.in({"Адрес сервера", "Address of the server"}))
         ->capture_default_str()
         ->check(CLI::Validator{urlProblem, {}})
@@ -64,6 +62,28 @@ CLI::App& addServerCommand(CommandLine& line, const char* name, const Text& desc
         ->check(numberFrom(0, 1e6))
         ->type_name(line.in({"СЕКУНДЫ", "SECONDS"}));
     return command;
+}
+
+CLI::App& addServerCommand(CommandLine& line, const char* name, const Text& description,
+                           ServerOptions& options) {
+    CLI::App& command = addServerCommand(line, name, description, options.url, options.waitSeconds);
+    addJsonFlag(command, options.json);
+    return command;
+}
+
+void addJsonFlag(CLI::App& command, bool& json) {
+    command.add_flag("--json", json, in({"Вывод в JSON для программ", "JSON, for programs"}));
+}
+
+void addFilter(CLI::App& command, std::vector<std::string>& filters) {
+    command
+        .add_option(
+            "--filter", filters,
+            in({"Только переменные с этим текстом в идентификаторе узла или в имени; можно "
+                "повторять",
+                "Only variables whose node id or name contains this text; can be repeated"}))
+        ->expected(1)
+        ->type_name(in({"ТЕКСТ", "TEXT"}));
 }
 
 CLI::Validator nodeIdText() {

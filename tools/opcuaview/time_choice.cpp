@@ -1,41 +1,10 @@
 #include "tools/opcuaview/time_choice.h"
 
 #include <charconv>
-#include <ctime>
 
 #include "tools/opcuaview/language.h"
 
 namespace tools::opcuaview {
-
-std::optional<UA_DateTime> parseTime(const std::string& text) {
-    std::tm fields{};
-    int milliseconds = 0;
-    std::string rest = text;
-    const bool utc = !rest.empty() && rest.back() == 'Z';
-    if (utc) rest.pop_back();
-    const auto dot = rest.find('.');
-    if (dot != std::string::npos) {
-        const char* end = rest.data() + rest.size();
-        const auto [stop, error] = std::from_chars(rest.data() + dot + 1, end, milliseconds);
-        if (error != std::errc{} || stop != end || rest.size() - dot != 4 || milliseconds < 0) {
-            return std::nullopt;
-        }
-        rest.resize(dot);
-    }
-    for (const char* format : {"%Y-%m-%d %H:%M:%S", "%Y-%m-%dT%H:%M:%S", "%Y-%m-%d %H:%M",
-                               "%Y-%m-%dT%H:%M", "%Y-%m-%d"}) {
-        fields = {};
-        const char* end = strptime(rest.c_str(), format, &fields);
-        if (end == nullptr || *end != '\0') continue;
-        const std::tm given = fields;
-        fields.tm_isdst = -1;
-        const std::time_t seconds = utc ? timegm(&fields) : std::mktime(&fields);
-        // A day that the month does not have was changed to another one.
-        if (fields.tm_mday != given.tm_mday || fields.tm_sec != given.tm_sec) return std::nullopt;
-        return UA_DateTime_fromUnixTime(seconds) + milliseconds * UA_DATETIME_MSEC;
-    }
-    return std::nullopt;
-}
 
 std::optional<std::chrono::seconds> parseDuration(const std::string& text) {
     constexpr struct {

@@ -7,6 +7,8 @@
 #include <optional>
 #include <string>
 
+#include "tools/client/parse_value.h"
+
 // --from, --to and --last.
 namespace tools::opcuaview {
 
@@ -28,10 +30,6 @@ void addTimeOptions(CLI::App& command, TimeChoice& choice);
 
 /// @param choice  its texts have been checked
 [[nodiscard]] TimeRange timeRange(const TimeChoice& choice, UA_DateTime now);
-
-/// A time such as "2026-11-21", "2026-11-21 12:33", "... 12:33:10" or "... 12:33:10.123": local, or
-/// UTC with a "Z" after it. A "T" may replace the blank.
-[[nodiscard]] std::optional<UA_DateTime> parseTime(const std::string& text);
 
 /// "30d", "12h", "45m" or "90s".
 [[nodiscard]] std::optional<std::chrono::seconds> parseDuration(const std::string& text);

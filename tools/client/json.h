@@ -1,0 +1,25 @@
+#pragma once
+
+#include <open62541/types.h>
+
+#include <nlohmann/json.hpp>
+#include <string>
+
+/// OPC UA values as other programs read them.
+namespace tools {
+
+/// Keeps the order in which members were added.
+using Json = nlohmann::ordered_json;
+
+/// Numbers, Booleans and texts as such (null for infinity and NaN), times as `isoTime` writes them,
+/// arrays as arrays (of several dimensions in one row), null for an empty value, and everything else
+/// as the text that `formatValue` shows.
+[[nodiscard]] Json jsonOf(const UA_Variant& value);
+
+/// "2026-11-21T12:33:10.123456Z": UTC with microseconds. `time` counts 100 ns ticks since 1601.
+[[nodiscard]] std::string isoTime(UA_DateTime time);
+
+/// One line without a line feed. Malformed UTF-8 becomes U+FFFD.
+[[nodiscard]] std::string jsonLine(const Json& json);
+
+}  // namespace tools
