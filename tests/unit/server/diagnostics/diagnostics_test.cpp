@@ -4,6 +4,7 @@
 #include "server/diagnostics/ProcessSize.h"
 #include "server/diagnostics/SleepForever.h"
 #include "server/diagnostics/VeskkntrReader.h"
+#include "server/text/Cp866Literal.h"
 #include "tests/support/child_process.h"
 #include "tests/support/operator_view.h"
 
@@ -67,6 +68,22 @@ TEST_F(OperatorMessages, GoToTheLogOnlyWithoutAJournal) {
     EXPECT_EQ(installEventJournal(&journal), nullptr);
     reportStarted("1.0-0");
     EXPECT_EQ(logLines().back(), "ЦП 3: OPC UA Сервер: Запуск: Версия: 1.0-0");
+}
+
+/// Who searches a guide for a line of the log finds it there as it stands.
+TEST_F(OperatorMessages, AreAllInTheGuides) {
+    reportStarted("1.0-0");
+    for (const auto& mode : {"теги OA+HA"_cp866, "теги OA"_cp866, "теги HA"_cp866, ""_cp866})
+        reportRunning(mode);
+    reportStopped();
+    for (int error = 1; error <= 6; ++error)
+        reportConfigError(static_cast<ConfigError>(error), 17);
+    reportMissingAttribute(17);
+    for (const char* guide : {OPERATION_MD, OPERATION_RU_MD}) {
+        const std::string text = readFile(guide);
+        for (const std::string& line : logLines())
+            EXPECT_NE(text.find("| `" + line + "` |"), std::string::npos) << guide << ": " << line;
+    }
 }
 
 static const std::string kSettings = "/zrt/other/veskkntr.ini";
