@@ -83,6 +83,7 @@ class TreeWalk {
   private:
     using Nodes = std::vector<Child>;
     static constexpr int kMaxDepth = 100;
+    static constexpr std::size_t kSeenBetweenCalls = 500;
 
     UA_StatusCode walkFolder(const UA_NodeId& folder, const std::string& name, int depth) {
         std::vector<std::vector<Child>> lists;
@@ -94,7 +95,7 @@ class TreeWalk {
         sortByName(lists.front());
         for (Child& child : lists.front()) {
             Nodes& inner = child.isFolder ? folders : tags;
-            take(std::move(child), name, inner);
+            take(std::move(child), name, nullptr, inner);
         }
         status = walkTags(tags, depth);
         if (depth == 0) return status;
@@ -128,9 +129,10 @@ class TreeWalk {
         Nodes nested;
         for (std::size_t i = 0; i < tags.size(); ++i) {
             sortByName(lists[i]);
+            const auto parent = std::make_shared<const NodeId>(NodeId::copyOf(*tags[i].id.get()));
             for (Child& child : lists[i]) {
                 if (child.isProperty && tags[i].isVariable) continue;
-                take(std::move(child), tags[i].name, nested);
+                take(std::move(child), tags[i].name, parent, nested);
             }
         }
         if (!isGood(status) || nested.empty() || depth == 0) return status;
@@ -138,19 +140,20 @@ class TreeWalk {
     }
 
     /// Lists the node if it is a variable; puts it into `inner` if it is to be entered.
-    void take(Child child, const std::string& parent, Nodes& inner) {
+    void take(Child child, const std::string& tag, const std::shared_ptr<const NodeId>& parent,
+              Nodes& inner) {
         if (child.id->namespaceIndex == 0) return;
         if (seen_ >= SeenNodes::kMost) {
             complete_ = false;
             return;
         }
         ++seen_;
-        if (progress_ && seen_ % 10'000 == 0) progress_(seen_);
+        if (progress_ && seen_ % kSeenBetweenCalls == 0) progress_(seen_);
         const bool enters = mayHaveChildren(session_, child);
         if (enters && !entered_.add(*child.id)) return;
-        if (child.isVariable && matches(child, parent)) {
+        if (child.isVariable && matches(child, tag)) {
             NodeId id = enters ? NodeId::copyOf(*child.id.get()) : std::move(child.id);
-            groups_.back().push_back({std::move(id), parent, child.name});
+            groups_.back().push_back({std::move(id), tag, child.name, parent});
         }
         if (enters) inner.push_back(std::move(child));
     }
@@ -162,10 +165,10 @@ class TreeWalk {
         });
     }
 
-    bool matches(const Child& child, const std::string& parent) const {
+    bool matches(const Child& child, const std::string& tag) const {
         return filters_.empty() ||
                std::any_of(filters_.begin(), filters_.end(), [&](const std::string& filter) {
-                   return matchesFilter(*child.id, parent + " " + child.name, filter);
+                   return matchesFilter(*child.id, tag + " " + child.name, filter);
                });
     }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <functional>
+#include <memory>
 #include <string>
 #include <unordered_set>
 #include <vector>
@@ -14,6 +15,9 @@ struct Item {
     NodeId id;
     std::string tag;        ///< display name of the object or variable above it
     std::string attribute;  ///< its own display name
+    /// The object or variable above it; none for a variable of a folder or one that was named.
+    /// Shared by all that are below it.
+    std::shared_ptr<const NodeId> parent = {};
 };
 
 /// Which variables a command works on.
@@ -28,7 +32,8 @@ struct ItemList {
     bool complete = true;  ///< false: there are more that were not read
 };
 
-/// Called from time to time while a large tree is walked, with the variables seen so far.
+/// Called from time to time while a large tree is walked, with the variables seen so far. An
+/// exception ends the walk and reaches the caller of `listItems`.
 using BrowseProgress = std::function<void(std::size_t seen)>;
 
 /// Lists the chosen variables below the Objects folder, ordered by folder, tag and attribute: those

@@ -3,13 +3,19 @@
 #include <sys/ioctl.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <csignal>
 #include <cstdio>
+#include <mutex>
 
 namespace tools::opcuaview {
 
 bool isTerminal() {
     return isatty(STDOUT_FILENO) == 1;
+}
+
+bool hasKeyboard() {
+    return isatty(STDIN_FILENO) == 1;
 }
 
 TerminalSize terminalSize() {
@@ -20,56 +26,71 @@ TerminalSize terminalSize() {
     return {size.ws_row, size.ws_col};
 }
 
-void say(const std::string& text) {
-    std::fprintf(stderr, "opcuaview: %s\n", text.c_str());
-}
-
 namespace {
 
-void put(const std::string& text) {
-    std::fwrite(text.data(), 1, text.size(), stdout);
-    std::fflush(stdout);
+struct Messages {
+    std::mutex mutex;  // guards all below
+    bool held = false;
+    std::vector<std::string> waiting;
+};
+
+Messages& messages() {
+    static Messages all;
+    return all;
+}
+
+void print(const std::string& text) {
+    std::fprintf(stderr, "opcuaview: %s\n", text.c_str());
 }
 
 }  // namespace
 
-Screen::Screen() {
-    put("\x1b[?25l");
-}  // cursor off
-
-Screen::~Screen() {
-    put("\x1b[?25h");
+void say(const std::string& text) {
+    Messages& all = messages();
+    const std::lock_guard lock{all.mutex};
+    if (all.held) {
+        all.waiting.push_back(text);
+    } else {
+        print(text);
+    }
 }
 
-void Screen::draw(const std::vector<std::string>& lines) {
-    std::string frame;
-    if (drawn_ > 0) frame = "\x1b[" + std::to_string(drawn_) + "A";
-    for (const std::string& line : lines)
-        frame += "\r" + line + "\x1b[K\n";
-    put(frame + "\x1b[J");
-    drawn_ = lines.size();
+HeldMessages::HeldMessages() {
+    const std::lock_guard lock{messages().mutex};
+    messages().held = true;
+}
+
+HeldMessages::~HeldMessages() {
+    Messages& all = messages();
+    const std::lock_guard lock{all.mutex};
+    all.held = false;
+    for (const std::string& text : all.waiting)
+        print(text);
+    all.waiting.clear();
 }
 
 namespace {
 
-volatile std::sig_atomic_t stopSignal = 0;
-
-void rememberSignal(int number) {
-    stopSignal = number;
-}
+std::atomic<bool> stopped{false};
+static_assert(std::atomic<bool>::is_always_lock_free, "a signal handler writes it");
 
 }  // namespace
 
 void catchStopSignals() {
     struct sigaction action {};
-    action.sa_handler = rememberSignal;  // no SA_RESTART: a wait for the server ends at once
-    sigaction(SIGINT, &action, nullptr);
-    sigaction(SIGTERM, &action, nullptr);
+    action.sa_handler = [](int) { stopped = true; };
+    // No SA_RESTART: a wait ends at once.
+    for (const int number : {SIGINT, SIGTERM, SIGHUP, SIGQUIT})
+        sigaction(number, &action, nullptr);
     std::signal(SIGPIPE, SIG_IGN);
 }
 
 bool stopRequested() {
-    return stopSignal != 0;
+    return stopped;
+}
+
+void requestStop() {
+    stopped = true;
 }
 
 }  // namespace tools::opcuaview

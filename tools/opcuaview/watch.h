@@ -18,13 +18,15 @@ struct WatchOptions {
     bool plain = false;
     std::string trend;        ///< part of a pen's node id; empty: no trend
     int trendMinutes = 10;    ///< how far back it is shown
-    bool limitGiven = false;  ///< otherwise as many variables as fit
+    bool limitGiven = false;  ///< otherwise as many variables as the output takes
+    double oldSeconds = 60;   ///< source times of that age are marked as old; 0: none
 };
 
 /// Adds "watch" to the program; `status` receives its exit status.
 void addWatchCommand(CommandLine& line, ExitStatus& status);
 
-/// Reads the chosen variables repeatedly and shows them until the time is over or a signal arrives.
+/// Reads the chosen variables repeatedly and shows them until the time is over, a signal arrives or
+/// the operator closes the table.
 [[nodiscard]] ExitStatus watch(const WatchOptions& options);
 
 }  // namespace tools::opcuaview

@@ -3,7 +3,9 @@
 #include "tests/support/basics.h"
 #include "tools/client/fair_shares.h"
 #include "tools/client/format.h"
-#include "tools/opcuaview/table.h"
+#include "tools/opcuaview/columns.h"
+#include "tools/opcuaview/plant_texts.h"
+#include "tools/opcuaview/rows.h"
 #include "tools/text/text.h"
 
 using testing::ElementsAre;
@@ -65,26 +67,106 @@ TEST(FormatTime, IsLocalWithMilliseconds) {
         << "before 1970 the milliseconds still count upwards";
 }
 
-TEST(TableRenderer, AlignsByColumnsMarksChangesAndNeverExceedsTheWidth) {
-    const auto twoColumns = [] { return TableRenderer{{{"Тег", 4, 1}, {"Значение", 6, 2}}}; };
-    TableRenderer table = twoColumns();
-    std::vector<TableRenderer::Row> rows = {
-        {{"ТМ1"}, {"7.5", Align::right, Emphasis::changed}},
-        {{"Котёл2"}, {"плохо", Align::left, Emphasis::bad}},
-    };
-    EXPECT_THAT(table.render(rows, 80, false), ElementsAre("Тег     Значение",  //
-                                                           "ТМ1         7.5*",  //
-                                                           "Котёл2  плохо   "));
-    EXPECT_EQ(table.render(rows, 80, true)[2], "Котёл2  \x1b[31mплохо   \x1b[0m");
+namespace {
 
-    table = twoColumns();
-    rows = {{{"Давление"}, {"1234567890"}}};
-    EXPECT_EQ(table.render(rows, 17, false)[1], "Давление  123456…") << "highest rank first";
-    EXPECT_EQ(table.render(rows, 14, false)[1], "Давле…  12345…");
-    for (int width = 1; width < 14; ++width)
-        EXPECT_LE(displayWidth(table.render(rows, width, false)[1]), width);
-    EXPECT_EQ(displayWidth(table.render({{{"Д"}, {"1"}}}, 80, false)[1]), 8 + 2 + 10)
-        << "does not narrow between frames";
+constexpr UA_StatusCode kBad = 0x80000000U;
+constexpr UA_StatusCode kUncertain = 0x40000000U;
+
+Row row(const char* tag, const char* name, const char* attribute, double number, int age,
+        UA_StatusCode status = 0, std::size_t changes = 0) {
+    Row made{tag, name, attribute};
+    made.nodeId = "ns=2;s=Котельная." + made.tag;
+    made.reading.number = number;
+    made.reading.isNumber = made.reading.hasValue = true;
+    made.reading.time = age == 0 ? 0 : (1'000'000 - age) * UA_DATETIME_SEC;
+    made.reading.status = status;
+    made.wasRead = true;
+    made.changes = changes;
+    makeSearchable(made);
+    return made;
+}
+
+}  // namespace
+
+TEST(Rows, AreFilteredByWordsAndSortedByColumns) {
+    std::vector<Row> rows{row("VA_10", "ПЕЧЬ Давление", "Val", 9.5, 5, kUncertain, 3),
+                          row("VA_2", "", "Val", -1, 0, 0, 7),
+                          row("VA_1", "Насос", "On", 10, 90, kBad)};
+    rows.push_back(row("RV_3", "Ёмкость", "Text", NAN, 3));
+    rows.back().reading.isNumber = false;
+    rows.back().reading.value = "12";
+    using Want = std::vector<std::size_t>;
+    const struct {
+        const char* why;
+        const char* filter;
+        Order order;
+        Want want;
+    } cases[] = {
+        {"as browsed", "", {}, {0, 1, 2, 3}},
+        {"in reverse", "", {{}, true}, {3, 2, 1, 0}},
+        {"another case, Cyrillic", "ёмк", {}, {3}},
+        {"words in any column and order", "val  печь", {}, {0}},
+        {"a node id", "котельная.va_1", {}, {0, 2}},
+        {"not across two texts", "va_10п", {}, {}},
+        {"numbers in names", "", {Column::tag}, {3, 2, 1, 0}},
+        {"no name comes last", "", {Column::name}, {3, 2, 0, 1}},
+        {"even in reverse", "", {Column::name, true}, {0, 2, 3, 1}},
+        {"numbers before texts", "", {Column::value}, {1, 0, 2, 3}},
+        {"the worst first", "", {Column::quality}, {2, 0, 1, 3}},
+        {"the oldest first, no time last", "", {Column::age}, {2, 0, 3, 1}},
+        {"the most changed first", "va", {Column::changes}, {1, 0, 2}},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(chosenRows(rows, c.filter, c.order), c.want) << c.why;
+    rows[0].reading.number = NAN;  // has no place among the numbers
+    EXPECT_EQ(chosenRows(rows, "", {Column::value, true}), (Want{3, 2, 1, 0}));
+}
+
+TEST(Rows, ShowChangesMarksAndAges) {
+    Row changing{"VA_1", {}, {}};
+    for (const char* value : {"1", "1", "2", "2"}) {
+        Reading reading;
+        reading.value = value;
+        update(changing, reading, Clock::time_point{});
+    }
+    EXPECT_EQ(changing.changes, 1U) << "the first reading is none";
+
+    constexpr UA_DateTime kNow = 1'000'000 * UA_DATETIME_SEC;
+    constexpr UA_DateTime kMinute = 60 * UA_DATETIME_SEC;
+    const std::tuple<int, UA_StatusCode, char, const char*> cases[] = {
+        {59, 0, ' ', "59 s"},           {60, 0, '~', "1 min"}, {7200, kUncertain, '?', "2 h"},
+        {3 * 86'400, kBad, '!', "3 d"}, {-5, 0, ' ', "-5 s"},  {0, 0, ' ', "—"},
+    };
+    for (const auto& [age, status, sign, text] : cases) {
+        const Reading reading = row("", "", "", 0, age, status).reading;
+        EXPECT_EQ(signOf(markOf(reading, kNow, kMinute)), sign) << text;
+        EXPECT_EQ(ageText(reading, kNow, Language::en), text);
+        EXPECT_NE(signOf(markOf(reading, kNow, 0)), '~') << text;
+    }
+}
+
+TEST(ColumnWidths, ShrinkByRankAndLeaveOutWhatDoesNotFit) {
+    const std::vector<ColumnRule> rules{{4, 1}, {6, 2}, {3, 3}};
+    const std::tuple<int, std::vector<int>> cases[] = {
+        {80, {8, 10, 5}}, {26, {8, 10, 4}}, {20, {7, 6, 3}},
+        {16, {8, 6, 0}},  {5, {5, 0, 0}},   {1, {1, 0, 0}},
+    };
+    for (const auto& [width, want] : cases)
+        EXPECT_EQ(columnWidths(rules, {8, 10, 5}, width), want) << width;
+    EXPECT_THAT(columnWidths(rules, {8, 0, 5}, 3), ElementsAre(3, 0, 0)) << "no text, no column";
+}
+
+TEST(PlantTexts, AreKnownByTheirNames) {
+    for (const auto& [name, label] : {std::pair("Позиция", Label::designation),
+                                      {"ИМЯ2", Label::name},
+                                      {"Unit", Label::unit},
+                                      {"Имянов", Label::none},
+                                      {"", Label::none}})
+        EXPECT_EQ(labelOf(name), label) << name;
+    const Item item{{}, "VA_7", "Value"};
+    for (const char* empty : {"", "Value", "VA_7.A29"})
+        EXPECT_FALSE(isTelling(empty, item)) << empty;
+    EXPECT_TRUE(isTelling("Furnace pressure", item));
 }
 
 TEST(FairShares, GivesEveryFolderItsPart) {

@@ -1,0 +1,211 @@
+#include "tools/opcuaview/plant_texts.h"
+
+#include <open62541/types_generated.h>
+
+#include <algorithm>
+#include <unordered_map>
+
+#include "server/opcua/UaView.h"
+#include "tools/text/text.h"
+
+namespace tools::opcuaview {
+
+namespace {
+
+struct LabelName {
+    std::string_view name;  // lower case
+    Label label;
+};
+
+constexpr LabelName kLabelNames[] = {
+    {"позиция", Label::designation},
+    {"обозначение", Label::designation},
+    {"designation", Label::designation},
+    {"имя", Label::name},
+    {"название", Label::name},
+    {"наименование", Label::name},
+    {"описание", Label::name},
+    {"name", Label::name},
+    {"description", Label::name},
+    {"единица", Label::unit},
+    {"единица измерения", Label::unit},
+    {"размерность", Label::unit},
+    {"unit", Label::unit},
+    {"units", Label::unit},
+};
+
+}  // namespace
+
+Label labelOf(std::string_view displayName) {
+    std::string name = lowered(displayName);
+    name.erase(name.find_last_not_of("0123456789") + 1);
+    for (const LabelName& row : kLabelNames) {
+        if (row.name == name) return row.label;
+    }
+    return Label::none;
+}
+
+bool isTelling(std::string_view description, const Item& item) {
+    return !description.empty() && description != item.attribute &&
+           description.substr(0, item.tag.size()) != item.tag;
+}
+
+namespace {
+
+/// Without blanks at its ends, which texts of fixed length have. Empty for a value that is no text.
+std::string plantText(const UA_DataValue& data) {
+    std::string_view text;
+    if (UA_Variant_hasScalarType(&data.value, &UA_TYPES[UA_TYPES_STRING])) {
+        text = textOf(*static_cast<const UA_String*>(data.value.data));
+    } else if (UA_Variant_hasScalarType(&data.value, &UA_TYPES[UA_TYPES_LOCALIZEDTEXT])) {
+        text = textOf(static_cast<const UA_LocalizedText*>(data.value.data)->text);
+    } else if (UA_Variant_hasScalarType(&data.value, &UA_TYPES[UA_TYPES_EUINFORMATION])) {
+        text = textOf(static_cast<const UA_EUInformation*>(data.value.data)->displayName.text);
+    }
+    std::string result = printable(text);
+    result.erase(result.find_last_not_of(' ') + 1);
+    result.erase(0, result.find_first_not_of(' '));
+    return result;
+}
+
+void append(std::string& name, const std::string& part) {
+    if (part.empty() || part == name) return;
+    name += (name.empty() ? "" : " ") + part;
+}
+
+/// One batch of variables.
+class TextSearch {
+  public:
+    TextSearch(Session& session, const std::vector<const Item*>& items,
+               std::vector<PlantTexts>& texts)
+        : session_(session), items_(items), texts_(texts) {
+        texts_.assign(items.size(), {});
+    }
+
+    UA_StatusCode run() {
+        UA_StatusCode status = takeTagTexts();
+        if (status == UA_STATUSCODE_GOOD) status = takeUnits();
+        if (status == UA_STATUSCODE_GOOD) status = takeDescriptions();
+        return status;
+    }
+
+  private:
+    using Lists = std::vector<std::vector<Child>>;
+
+    struct Found {
+        std::size_t list;  // which of the browsed nodes it belongs to
+        Label label;
+        NodeId id;
+        std::string text = {};
+    };
+
+    UA_StatusCode readTexts(std::vector<Found>& found) {
+        std::vector<const UA_NodeId*> ids;
+        for (const Found& text : found)
+            ids.push_back(text.id.get());
+        std::vector<DataValue> values;
+        const UA_StatusCode status = session_.read(ids, UA_ATTRIBUTEID_VALUE, values);
+        for (std::size_t i = 0; i < values.size(); ++i)
+            found[i].text = plantText(*values[i]);
+        return status;
+    }
+
+    UA_StatusCode takeTagTexts() {
+        std::unordered_map<const NodeId*, std::size_t> places;
+        std::vector<const UA_NodeId*> tags;
+        for (const Item* item : items_) {
+            if (item->parent == nullptr) continue;
+            if (places.emplace(item->parent.get(), tags.size()).second) {
+                tags.push_back(item->parent->get());
+            }
+        }
+        Lists lists;
+        UA_StatusCode status = session_.browse(tags, lists);
+        if (status != UA_STATUSCODE_GOOD) return status;
+        std::vector<Found> found = labelsIn(lists);
+        status = readTexts(found);
+        std::vector<PlantTexts> ofTags(tags.size());
+        for (const Found& text : found) {
+            PlantTexts& tag = ofTags[text.list];
+            append(text.label == Label::unit ? tag.tagUnit : tag.name, text.text);
+        }
+        for (std::size_t i = 0; i < items_.size(); ++i) {
+            const auto place = places.find(items_[i]->parent.get());
+            if (place != places.end()) texts_[i] = ofTags[place->second];
+        }
+        return status;
+    }
+
+    /// The designation first, parts of a name in the order of their numbers.
+    static std::vector<Found> labelsIn(Lists& lists) {
+        std::vector<Found> found;
+        for (std::size_t i = 0; i < lists.size(); ++i) {
+            const auto first = static_cast<std::ptrdiff_t>(found.size());
+            std::sort(lists[i].begin(), lists[i].end(),
+                      [](const Child& a, const Child& b) { return a.name < b.name; });
+            for (Child& child : lists[i]) {
+                const Label label = child.isVariable ? labelOf(child.name) : Label::none;
+                if (label != Label::none) found.push_back({i, label, std::move(child.id)});
+            }
+            std::stable_sort(found.begin() + first, found.end(),
+                             [](const Found& a, const Found& b) { return a.label < b.label; });
+        }
+        return found;
+    }
+
+    UA_StatusCode takeUnits() {
+        std::vector<std::size_t> indexes;
+        std::vector<const UA_NodeId*> variables;
+        for (std::size_t i = 0; i < items_.size(); ++i) {
+            const NodeId& id = items_[i]->id;
+            const bool controllers = session_.controllerNamespace() != 0 &&
+                                     id->namespaceIndex == session_.controllerNamespace();
+            if (controllers) continue;  // its variables have no properties
+            indexes.push_back(i);
+            variables.push_back(id.get());
+        }
+        Lists lists;
+        UA_StatusCode status = session_.browse(variables, lists);
+        if (status != UA_STATUSCODE_GOOD) return status;
+        std::vector<Found> found;
+        for (std::size_t i = 0; i < lists.size(); ++i) {
+            for (Child& child : lists[i]) {
+                if (child.isUnit) found.push_back({indexes[i], Label::unit, std::move(child.id)});
+            }
+        }
+        status = readTexts(found);
+        for (const Found& unit : found)
+            texts_[unit.list].unit = unit.text;
+        return status;
+    }
+
+    UA_StatusCode takeDescriptions() {
+        std::vector<std::size_t> indexes;
+        std::vector<const UA_NodeId*> variables;
+        for (std::size_t i = 0; i < items_.size(); ++i) {
+            if (!texts_[i].name.empty()) continue;
+            indexes.push_back(i);
+            variables.push_back(items_[i]->id.get());
+        }
+        std::vector<DataValue> values;
+        const UA_StatusCode status = session_.read(variables, UA_ATTRIBUTEID_DESCRIPTION, values);
+        for (std::size_t i = 0; i < values.size(); ++i) {
+            std::string text = plantText(*values[i]);
+            if (isTelling(text, *items_[indexes[i]])) texts_[indexes[i]].name = std::move(text);
+        }
+        return status;
+    }
+
+    Session& session_;
+    const std::vector<const Item*>& items_;
+    std::vector<PlantTexts>& texts_;
+};
+
+}  // namespace
+
+UA_StatusCode findPlantTexts(Session& session, const std::vector<const Item*>& items,
+                             std::vector<PlantTexts>& texts) {
+    return TextSearch{session, items, texts}.run();
+}
+
+}  // namespace tools::opcuaview
