@@ -30,6 +30,7 @@ UA_StatusCode readTypes(Session& session, const std::vector<const UA_NodeId*>& n
         const UA_Variant& value = types[i]->value;
         if (!UA_Variant_hasScalarType(&value, &UA_TYPES[UA_TYPES_NODEID])) continue;
         const auto& id = *static_cast<const UA_NodeId*>(value.data);
+        if (UA_NodeId_isNull(&id)) continue;
         const UA_DataType* type = UA_findDataType(&id);
         askedDetails[i]->type = type;
         askedDetails[i]->typeName = type != nullptr ? type->typeName : idText(id);

@@ -28,12 +28,24 @@ std::string printed(const char* format, double number) {
     return text.data();
 }
 
+/// The library's JSON on one line; a text alone without its quotes.
+std::string onOneLine(std::string_view json) {
+    std::string line;
+    for (const char letter : json) {
+        if (letter == '\n' || letter == '\t') continue;
+        line += letter;
+        if (letter == ',') line += ' ';
+    }
+    const bool quoted = line.size() >= 2 && line.front() == '"' && line.back() == '"';
+    return quoted ? line.substr(1, line.size() - 2) : line;
+}
+
 /// The library's own text, for types that need nothing special.
 std::string printedByLibrary(const void* element, const UA_DataType* type) {
     constexpr int kMostColumns = 200;
     OwnedString text;
     if (UA_print(element, type, text.get()) != UA_STATUSCODE_GOOD) return "?";
-    std::string all = fromUa(*text);
+    const std::string all = printable(onOneLine(textOf(*text)));
     return displayWidth(all) > kMostColumns ? fitted(all, kMostColumns) : all;
 }
 
@@ -49,6 +61,8 @@ std::string formatElement(const void* element, const UA_DataType* type) {
             return fromUa(static_cast<const UA_LocalizedText*>(element)->text);
         case UA_DATATYPEKIND_DATETIME:
             return formatTime(*static_cast<const UA_DateTime*>(element));
+        case UA_DATATYPEKIND_STATUSCODE:
+            return formatQuality(*static_cast<const UA_StatusCode*>(element));
         default:
             return printedByLibrary(element, type);
     }

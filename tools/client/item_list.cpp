@@ -74,7 +74,7 @@ class TreeWalk {
 
     UA_StatusCode run(ItemList& list) {
         const UA_NodeId objects = UA_NODEID_NUMERIC(0, UA_NS0ID_OBJECTSFOLDER);
-        UA_StatusCode status = walkFolder(objects, {}, kMaxDepth);
+        UA_StatusCode status = walkFolder(objects, "Objects", kMaxDepth);
         if (status != UA_STATUSCODE_GOOD) return status;
         takeShares(list);
         return status;

@@ -46,9 +46,6 @@ UA_Client* newClient(std::chrono::milliseconds answerTime) {
     config.logging = silentLogger();
     if (UA_ClientConfig_setDefault(&config) != UA_STATUSCODE_GOOD) return nullptr;
     config.timeout = static_cast<UA_UInt32>(answerTime.count());
-    // A lost connection is reported to the operator and restored by this program, which then reads
-    // the tree again.
-    config.noReconnect = true;
     config.noNewSession = true;
     return UA_Client_newWithConfig(&config);
 }
@@ -95,6 +92,12 @@ UA_StatusCode findEndpoints(const std::string& url, std::chrono::milliseconds an
     endpoints.clear();
     const std::unique_ptr<UA_Client, ClientDeleter> client{newClient(answerTime)};
     if (client == nullptr) return UA_STATUSCODE_BADOUTOFMEMORY;
+    // Without a choice of its own, the library chooses an endpoint first, and fails if there is none
+    // for it.
+    UA_EndpointDescription& own = UA_Client_getConfig(client.get())->endpoint;
+    own.endpointUrl = UA_String_fromChars(url.c_str());
+    own.securityMode = UA_MESSAGESECURITYMODE_NONE;
+    own.securityPolicyUri = UA_String_fromChars("http://opcfoundation.org/UA/SecurityPolicy#None");
     UA_EndpointDescription* list = nullptr;
     std::size_t count = 0;
     const UA_StatusCode status = UA_Client_getEndpoints(client.get(), url.c_str(), &count, &list);
@@ -114,6 +117,10 @@ UA_StatusCode Session::connect() {
         barrier_ = findBarrier(status);
         return status;
     }
+    // From now on a lost connection is reported to the operator and restored by this program, which
+    // then reads the tree again. Not before: the library connects anew when the server has another
+    // path in its address.
+    UA_Client_getConfig(client_.get())->noReconnect = true;
     // Left at 0 if there is no such namespace.
     static_cast<void>(
         UA_Client_getNamespaceIndex(client_.get(), uaView(kServerNamespace), &namespaceIndex_));

@@ -214,7 +214,9 @@ class Check {
         object["bad"] = found_.bad;
         object["uncertain"] = found_.uncertain;
         object["ageSeconds"] = found_.ageSeconds;  // NaN is written as null
-        object["serviceLevel"] = found_.serviceLevel;
+        object["serviceLevel"] = std::isnan(found_.serviceLevel)
+                                     ? Json(nullptr)
+                                     : Json(static_cast<int>(found_.serviceLevel));
         object["state"] = std::isnan(found_.state)
                               ? Json(nullptr)
                               : Json(serverStateName(static_cast<int>(found_.state)));

@@ -125,10 +125,10 @@ void addReadCommand(CommandLine& line, ExitStatus& status) {
         line, "read",
         {"Читает значения с качеством и временем", "Reads values with their qualities and times"},
         options->server);
-    CLI::Option* nodes =
-        command.add_option("node", options->nodes,
-                           in({"Узлы \"ns=2;s=...\" или пути \"Operative/1_VA/VA_1/...\"",
-                               "Nodes \"ns=2;s=...\" or paths \"Operative/1_VA/VA_1/...\""}));
+    CLI::Option* nodes = command.add_option(
+        "node", options->nodes,
+        in({"Узлы \"ns=2;s=...\" или пути \"Котельная/Operative/1_VA/VA_1/...\"",
+            "Nodes \"ns=2;s=...\" or paths \"Котельная/Operative/1_VA/VA_1/...\""}));
     nodes->type_name(in({"УЗЕЛ", "NODE"}));
     addFilter(command, options->filters);
     command.callback([options, &status] {

@@ -348,11 +348,12 @@ void addTreeCommand(CommandLine& line, ExitStatus& status) {
          "Shows the tree of nodes with types, access (R read, W write, H history) and values"},
         options->server);
     command
-        .add_option("node", options->start,
-                    in({"Откуда начать: узел \"ns=2;s=...\" или путь \"Operative/1_VA\"; иначе "
-                        "Objects без узлов самого стандарта",
-                        "Where to begin: a node \"ns=2;s=...\" or a path \"Operative/1_VA\"; by "
-                        "default Objects without the standard's own nodes"}))
+        .add_option(
+            "node", options->start,
+            in({"Откуда начать: узел \"ns=2;s=...\" или путь \"Котельная/Operative/1_VA\"; иначе "
+                "Objects без узлов самого стандарта",
+                "Where to begin: a node \"ns=2;s=...\" or a path \"Котельная/Operative/1_VA\"; by "
+                "default Objects without the standard's own nodes"}))
         ->type_name(in({"УЗЕЛ", "NODE"}));
     command
         .add_option("--depth", options->depth, in({"Не глубже стольких уровней", "Levels at most"}))

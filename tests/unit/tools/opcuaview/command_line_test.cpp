@@ -21,6 +21,8 @@ TEST(CommandLine, AnswersByTextAndStatus) {
         {"not an address", {"watch", "--url", "http://localhost:4840"}, kBadUsage, "opc.tcp://"},
         {"not a number", {"watch", "--seconds", "ten"}, kBadUsage, "\"ten\""},
         {"no time at all", {"watch", "--seconds", "0"}, kBadUsage, "\"0\""},
+        {"in English", {"watch", "--seconds", "ten", "--lang", "en"}, kBadUsage, "is no number"},
+        {"a check's own status", {"check", "--max-bad", "few"}, kUnknown, "\"few\""},
         {"would load the server", {"watch", "--interval", "1"}, kBadUsage, "50..3600000"},
         {"not a node id", {"watch", "--node", "Operative"}, kBadUsage, "\"Operative\""},
         {"two ways", {"watch", "--node", "ns=1;i=1", "--filter", "VA"}, kBadUsage, "--node"},
