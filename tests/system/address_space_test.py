@@ -10,6 +10,8 @@ from programs import SERVING
 
 ORDER = ("VA", "RV", "AV", "VD", "DV")  # of the kinds in a group's folder
 
+DATABASE = ("--counts=va=4,av=3,rv=6,vd=3,dv=4", "--rvs=2,5", "--rvl=3,4")
+
 ALL = "VA=all\nAV=all\nRV=all\nVD=all\nDV=all\n"
 
 # Whether an attribute may be published depends on kind and number alone: all of them, and beyond.
@@ -56,10 +58,14 @@ def test_publishes_what_the_configuration_says(case: str, site: Site) -> None:
     applications = [line.split()[1] for line in tree if line.startswith("application ")]
     rows = [(place_of(folder), tags, items) for folder, tags, items in cases.cells(tree)]
     expected = {} if "not even its folder" in tree else operative(rows, *applications)
-    assert_published(site, SERVING + configuration, expected)
+    nodes = assert_published(site, SERVING + configuration, expected)
+    if case.startswith("groups"):  # which have all that there is to export
+        checker.assert_exported(nodes, *DATABASE)
 
 
-def assert_published(site: Site, configuration: str, expected: dict[NodeKey, Node]) -> None:
+def assert_published(
+    site: Site, configuration: str, expected: dict[NodeKey, Node]
+) -> dict[NodeKey, Node]:
     client = site.serve(configuration, va=4, av=3, rv_types=(0, 1, 2, 2, 1, 0), vd=3, dv=4)
     nodes = client.address_space()
     assert nodes == expected
@@ -67,9 +73,8 @@ def assert_published(site: Site, configuration: str, expected: dict[NodeKey, Nod
     for folder in {parent for parent, _ in tags if isinstance(parent, int)}:
         kinds = [str(tag)[:2] for parent, tag in tags if parent == folder]
         assert kinds == sorted(kinds, key=ORDER.index), "browsed in the order of the start"
-    checker.assert_predicted(
-        client, nodes, "--counts=va=4,av=3,rv=6,vd=3,dv=4", "--rvs=2,5", "--rvl=3,4"
-    )
+    checker.assert_predicted(client, nodes, *DATABASE)
+    return nodes
 
 
 def test_publishes_every_number(site: Site) -> None:

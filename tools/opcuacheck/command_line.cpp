@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <iostream>
 #include <string>
+#include <vector>
 
 #include "server/bounds/ConfigBounds.h"
 #include "server/config/NumberLists.h"
@@ -15,6 +16,7 @@
 #include "tools/opcuacheck/exit_status.h"
 #include "tools/opcuacheck/finding.h"
 #include "tools/opcuacheck/print.h"
+#include "tools/opcuacheck/tree_exports.h"
 
 namespace tools::opcuacheck {
 
@@ -30,6 +32,9 @@ struct Options {
     Language language = Language::ru;
     bool tree = false;
     bool json = false;
+    bool csv = false;
+    bool nodeset = false;
+    bool telegraf = false;
     bool codes = false;
 
     [[nodiscard]] bool russian() const { return language == Language::ru; }
@@ -76,16 +81,46 @@ constexpr OptionRow kOptions[] = {
 };
 // clang-format on
 
+/// Other forms of the tree.
+struct FormatRow {
+    const char* name;
+    bool Options::*target;
+    Text help;
+};
+
+// clang-format off
+constexpr FormatRow kTreeFormats[] = {
+    {"--csv", &Options::csv,
+     {"С --tree: переменные таблицей CSV, для импорта тегов в SCADA",
+      "With --tree: the variables as CSV, for the tag import of a SCADA system"}},
+    {"--nodeset2", &Options::nodeset,
+     {"С --tree: узлы файлом UANodeSet (XML стандарта OPC UA)",
+      "With --tree: the nodes as a UANodeSet (XML of the OPC UA standard)"}},
+    {"--telegraf", &Options::telegraf,
+     {"С --tree: настройка входа OPC UA сборщика Telegraf, см. docs/fleet.md",
+      "With --tree: configuration of Telegraf's OPC UA input, see docs/fleet.md"}},
+};
+// clang-format on
+
 void declareOptions(CommandLine& line, Options& options) {
     for (const OptionRow& row : kOptions) {
         line.option(row.name, options.*row.target, row.help, row.value);
     }
-    line.flag("--tree", options.tree,
-              {"Вместо замечаний показать узлы, которые получатся",
-               "Show the resulting nodes instead of the findings"});
-    line.flag("--json", options.json,
-              {"Вывести массив JSON: замечания, с --tree — узлы",
-               "Print a JSON array: the findings, with --tree the nodes"});
+    CLI::Option& tree = line.flag("--tree", options.tree,
+                                  {"Вместо замечаний показать узлы, которые получатся",
+                                   "Show the resulting nodes instead of the findings"});
+    std::vector<CLI::Option*> formats{
+        &line.flag("--json", options.json,
+                   {"Вывести массив JSON: замечания, с --tree — узлы",
+                    "Print a JSON array: the findings, with --tree the nodes"})};
+    for (const FormatRow& row : kTreeFormats) {
+        CLI::Option& format = line.flag(row.name, options.*row.target, row.help);
+        format.needs(&tree);
+        for (CLI::Option* const other : formats) {
+            format.excludes(other);
+        }
+        formats.push_back(&format);
+    }
     line.flag("--codes", options.codes,
               {"Показать коды замечаний и выйти", "List the codes of findings and exit"});
 }
@@ -149,6 +184,39 @@ int statusOf(const Findings& findings) {
     return errors ? kErrors : kWarnings;
 }
 
+/// Removes from the tree what a program that imports it would take for a node, and reports on
+/// standard error what is missing.
+void keepCertain(std::vector<TreeNode>& tree, const Options& options, const Checked& checked) {
+    const auto report = [&](std::size_t nodes, const Text& why) {
+        if (nodes > 0) {
+            std::cerr << "opcuacheck: " << why.in(options.language) << nodes << "\n";
+        }
+    };
+    report(removeNodes(tree, [](const TreeNode& node) { return node.uncertain; }),
+           {"пропущено узлов, о которых знает только база или система трендов: ",
+            "nodes left out because only the database or the trend system knows them: "});
+    if (options.nodeset) {
+        report(removeNodes(tree, [](const TreeNode& node) { return !fitsXml(node); }),
+               {"пропущено узлов, имена которых нельзя записать в XML: ",
+                "nodes left out because XML cannot hold their names: "});
+    }
+    printAssumedCounts(std::cerr, checked, options.language);
+}
+
+void showTree(const Options& options, const Checked& checked, const PrintStyle& style) {
+    auto tree = treeOf(checked.view, checked.database);
+    if (options.json) return printTreeJson(std::cout, tree);
+    if (!options.csv && !options.nodeset && !options.telegraf) {
+        return printTree(std::cout, tree, checked, style);
+    }
+    keepCertain(tree, options, checked);
+    if (options.csv) writeCsv(std::cout, tree);
+    if (options.nodeset) writeNodeSet(std::cout, tree);
+    if (options.telegraf) {
+        writeTelegraf(std::cout, tree, checked.view.port.value_or(kFirstPort), options.language);
+    }
+}
+
 int check(const Options& options, Database& database) {
     const std::filesystem::path folder = options.settings.empty()
                                              ? std::filesystem::path(options.file).parent_path()
@@ -171,12 +239,7 @@ int check(const Options& options, Database& database) {
     const Findings findings = allFindings(checked);
     const PrintStyle style{options.language, isatty(STDOUT_FILENO) == 1};
     if (options.tree) {
-        const auto tree = treeOf(view, database);
-        if (options.json) {
-            printTreeJson(std::cout, tree);
-        } else {
-            printTree(std::cout, tree, checked, style);
-        }
+        showTree(options, checked, style);
     } else if (options.json) {
         printFindingsJson(std::cout, findings, *file, style.language);
     } else {

@@ -117,8 +117,9 @@ std::string readAttributeFiles(const std::string& folder, Database& database, bo
 }
 
 const char* publishedTypeName(TYPE_VAL type) {
-    static constexpr auto kNames = std::to_array<const char*>(
-        {"—", "SByte", "Byte", "Int16", "UInt16", "Int32", "UInt32", "Float", "String", "String"});
+    static constexpr auto kNames =
+        std::to_array<const char*>({kNoType, "SByte", "Byte", "Int16", "UInt16", "Int32", "UInt32",
+                                    "Float", "String", "String"});
     static_assert(kNames.size() == kValueTypes.size(), "one for each value type");
     const auto index = static_cast<std::size_t>(type);
     return index < kNames.size() ? kNames[index] : kNames[0];

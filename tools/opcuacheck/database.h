@@ -37,7 +37,10 @@ struct Database {
 [[nodiscard]] std::string readAttributeFiles(const std::string& folder, Database& database,
                                              bool russian);
 
-/// The name of the OPC UA type of a published value; "—" for `none`.
+/// Stands for the type of an attribute without a value.
+inline constexpr const char* kNoType = "—";
+
+/// The name of the OPC UA type of a published value; kNoType for `none`.
 [[nodiscard]] const char* publishedTypeName(TYPE_VAL type);
 
 }  // namespace tools::opcuacheck

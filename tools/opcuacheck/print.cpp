@@ -172,12 +172,8 @@ void printFindingsJson(std::ostream& out, const Findings& findings, const Config
 
 // ---- Tree --------------------------------------------------------------------------------------
 
-void printTree(std::ostream& out, const std::vector<TreeNode>& tree, const Checked& checked,
-               const PrintStyle& style) {
-    const bool russian = style.language == Language::ru;
-    out << (russian
-                ? "Узлы пространства имён urn:vesk; «?» — зависит от базы или архива трендов.\n"
-                : "Nodes of the namespace urn:vesk; \"?\" depends on the database or archive.\n");
+void printAssumedCounts(std::ostream& out, const Checked& checked, Language language) {
+    const bool russian = language == Language::ru;
     for (const VariableKind& kind : kKinds) {
         const auto index = static_cast<std::size_t>(kind.type);
         if (checked.database.counts[index]) continue;
@@ -185,11 +181,20 @@ void printTree(std::ostream& out, const std::vector<TreeNode>& tree, const Check
             << (russian ? " неизвестно (--counts), принято " : " is unknown (--counts), assumed: ")
             << checked.view.assumedCounts[index] << ".\n";
     }
+}
+
+void printTree(std::ostream& out, const std::vector<TreeNode>& tree, const Checked& checked,
+               const PrintStyle& style) {
+    const bool russian = style.language == Language::ru;
+    out << (russian
+                ? "Узлы пространства имён urn:vesk; «?» — зависит от базы или архива трендов.\n"
+                : "Nodes of the namespace urn:vesk; \"?\" depends on the database or archive.\n");
+    printAssumedCounts(out, checked, style.language);
     out << "\nObjects  i=85\n";
     for (const TreeNode& node : tree) {
         out << std::string(2 * (static_cast<std::size_t>(node.depth) + 1), ' ') << node.name << "  "
             << node.id;
-        if (node.variable) {
+        if (node.isVariable()) {
             out << "  " << (node.dataType.empty() ? "?" : node.dataType) << "  " << node.access;
         }
         out << (node.uncertain ? "  ?\n" : "\n");
@@ -198,13 +203,14 @@ void printTree(std::ostream& out, const std::vector<TreeNode>& tree, const Check
 
 void printTreeJson(std::ostream& out, const std::vector<TreeNode>& tree) {
     std::vector<Json> objects;
+    objects.reserve(tree.size());
     for (const TreeNode& node : tree) {
         objects.push_back({{"id", node.id},
                            {"parent", node.parentId},
                            {"name", node.name},
-                           {"class", node.variable ? "variable" : "object"},
+                           {"class", node.isVariable() ? "variable" : "object"},
                            {"dataType", orNull(node.dataType)},
-                           {"access", node.variable ? Json(node.access) : Json()},
+                           {"access", node.isVariable() ? Json(node.access) : Json()},
                            {"uncertain", node.uncertain}});
     }
     printArray(out, objects);

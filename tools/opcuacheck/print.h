@@ -21,6 +21,8 @@ void printFindings(std::ostream& out, const std::string& file, const Findings& f
 void printFindingsJson(std::ostream& out, const Findings& findings, const ConfigFile& file,
                        Language language);
 
+/// A line for each kind of which the number of variables is unknown.
+void printAssumedCounts(std::ostream& out, const Checked& checked, Language language);
 void printTree(std::ostream& out, const std::vector<TreeNode>& tree, const Checked& checked,
                const PrintStyle& style);
 /// The nodes as one JSON array.

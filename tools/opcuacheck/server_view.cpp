@@ -258,7 +258,7 @@ ServerView viewAsServer(const std::string& path, const std::string& settingsPath
     // Without operative data the server builds no tree, so it reports no entries.
     if (!view.operative) view.reports.resize(reportsOfLoading);
     if (view.operative) missAttrManager.sendMessage();
-    (void)readServerPort(view.sections);
+    view.port = readServerPort(view.sections);
     (void)readSamplingInterval(view.sections, view.cycleTimeMs, 0);
     return view;
 }

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <map>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -53,6 +54,7 @@ struct ServerView {
     std::vector<GivenReport> reports;  ///< in the server's order
     std::string applicationName;       ///< UTF-8
     int cycleTimeMs = 0;
+    std::optional<int> port;  ///< none: the server does not start
     bool operative = false;
     bool historical = false;
 

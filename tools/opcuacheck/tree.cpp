@@ -12,8 +12,6 @@ namespace tools::opcuacheck {
 
 namespace {
 
-constexpr const char* kObjectsFolder = "i=85";
-
 std::string numericId(unsigned number) {
     return "i=" + std::to_string(number);
 }
@@ -46,7 +44,7 @@ class TreeBuilder {
   private:
     void addFolder(const std::string& id, const std::string& parent, const std::string& name,
                    int depth) {
-        nodes_.push_back({id, parent, name, depth, false, {}, {}, false});
+        nodes_.push_back({.id = id, .parentId = parent, .name = name, .depth = depth});
     }
 
     // ---- Operative ----
@@ -57,6 +55,7 @@ class TreeBuilder {
         for (const PublishedType& type : kPublishedTypes) {
             if (!keepsFolder(type)) continue;
             addFolder(numericId(type.folderId), operative, std::string(type.folderName), depth + 1);
+            nodes_.back().uncertain = type.kind == VariableType::RV && !database_.manualInputs;
             const std::string prefix = operativePrefix(view_.applicationName).append(type.itemText);
             addTags(type, 0, numericId(type.folderId), prefix, depth + 2);
         }
@@ -113,7 +112,13 @@ class TreeBuilder {
         for (const PublishedTag* tag : tags->second) {
             const std::string name =
                 std::string(kindOf(type.kind).structPrefix) + std::to_string(tag->tag);
-            nodes_.push_back({"s=" + name, parent, name, depth, false, {}, {}, !tag->typeKnown});
+            nodes_.push_back({.id = "s=" + name,
+                              .parentId = parent,
+                              .name = name,
+                              .depth = depth,
+                              .kind = NodeKind::tag,
+                              .uncertain = !tag->typeKnown,
+                              .type = &type});
             for (const ItemPlan::Item& item : items.items) {
                 nodes_.push_back(itemNode(type, item, prefix, name, depth + 1));
                 nodes_.back().uncertain = !tag->typeKnown;
@@ -130,14 +135,15 @@ class TreeBuilder {
             const auto index = static_cast<std::size_t>(number) - 1;
             dataType = publishedTypeName(index < types.size() ? types[index] : none);
         }
-        return {"s=" + prefix + structId + item.idTail,
-                "s=" + structId,
-                item.nameUtf8,
-                depth,
-                true,
-                dataType,
-                lettersOf(item.access.right),
-                false};
+        return {.id = "s=" + prefix + structId + item.idTail,
+                .parentId = "s=" + structId,
+                .name = item.nameUtf8,
+                .depth = depth,
+                .kind = NodeKind::item,
+                .dataType = dataType,
+                .access = lettersOf(item.access.right),
+                .type = &type,
+                .attribute = number};
     }
 
     // ---- Historical ----
@@ -150,6 +156,7 @@ class TreeBuilder {
             const std::string folder = plotterFolderName(plotter, name);
             if (!folders.insert(folder).second) return;  // the server stops here
             addFolder("s=" + folder, historical, folder, depth + 1);
+            nodes_.back().kind = NodeKind::plotter;
             nodes_.back().uncertain = true;  // the trend system may not have it
             addPens(plotter, folder, depth + 2);
         }
@@ -175,7 +182,13 @@ class TreeBuilder {
         if (pen == 0) name.back() = '*';
         name += ".*";
         const PenIds ids = penIds(pen != 0, historicalPrefix(view_.applicationName), folder, name);
-        nodes_.push_back({"s=" + ids.nodeId, "s=" + folder, name, depth, true, {}, "R+H", true});
+        nodes_.push_back({.id = "s=" + ids.nodeId,
+                          .parentId = "s=" + folder,
+                          .name = name,
+                          .depth = depth,
+                          .kind = NodeKind::pen,
+                          .access = "R+H",
+                          .uncertain = true});
     }
 
     const ServerView& view_;

@@ -1,7 +1,7 @@
 """Nodes of the server's namespace, as found by a client and as expected by tests."""
 
 from collections.abc import Iterable
-from dataclasses import dataclass
+from dataclasses import dataclass, replace
 
 ORGANIZES, HAS_COMPONENT = 35, 47
 OBJECTS_FOLDER = "Objects"
@@ -30,6 +30,11 @@ class Node:
     data_type: int | None = None
     value_rank: int | None = None
     historizing: bool | None = None
+
+    def without_locales(self) -> "Node":
+        """As importers of nodesets make it."""
+        texts = ("display_name", "description")
+        return replace(self, **{text: (None, getattr(self, text)[1]) for text in texts})
 
 
 def folder(name: str, parent: NodeKey) -> Node:

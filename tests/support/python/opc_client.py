@@ -12,7 +12,7 @@ from datetime import datetime
 from itertools import chain
 from typing import Any
 
-from asyncua import Client, ua
+from asyncua import Client, Server, ua
 from asyncua.common.ua_utils import value_to_datavalue
 from asyncua.sync import ThreadLoop
 
@@ -177,25 +177,27 @@ class OpcClient:
 
     def address_space(self) -> dict[NodeKey, Node]:
         """Every node of the server's namespace below the Objects folder."""
-        return self.run(self._walk())
+        return self.run(walk(self.client, self.namespace))
 
-    async def _walk(self) -> dict[NodeKey, Node]:
-        found: dict[NodeKey, Node] = {}
-        level = [OBJECTS_FOLDER_ID]
-        while level:
-            nodes = [self.client.get_node(node) for node in level]
-            references = await asyncio.gather(*(node.get_references() for node in nodes))
-            values = await asyncio.gather(*(node.read_attributes(_ATTRIBUTES) for node in nodes))
-            for node, *described in zip(level, references, values, strict=True):
-                assert node.Identifier not in found, f"{node} hangs in two places"
-                if node != OBJECTS_FOLDER_ID:
-                    found[node.Identifier] = _node(self.namespace, *described)
-            level = [
-                reference.NodeId
-                for reference in chain(*references)
-                if reference.IsForward and reference.NodeId.NamespaceIndex == self.namespace
-            ]
-        return found
+
+async def walk(space: Client | Server, namespace: int) -> dict[NodeKey, Node]:
+    """Every node of the namespace below the Objects folder."""
+    found: dict[NodeKey, Node] = {}
+    level = [OBJECTS_FOLDER_ID]
+    while level:
+        nodes = [space.get_node(node) for node in level]
+        references = await asyncio.gather(*(node.get_references() for node in nodes))
+        values = await asyncio.gather(*(node.read_attributes(_ATTRIBUTES) for node in nodes))
+        for node, *described in zip(level, references, values, strict=True):
+            assert node.Identifier not in found, f"{node} hangs in two places"
+            if node != OBJECTS_FOLDER_ID:
+                found[node.Identifier] = _node(namespace, *described)
+        level = [
+            reference.NodeId
+            for reference in chain(*references)
+            if reference.IsForward and reference.NodeId.NamespaceIndex == namespace
+        ]
+    return found
 
 
 def _node(

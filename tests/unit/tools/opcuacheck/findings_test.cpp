@@ -157,6 +157,10 @@ TEST(OpcuacheckProgram, ReportsItsResultByItsStatus) {
     EXPECT_EQ(run({file, "--system", "/nowhere"}).first, kNotReadable);
     for (const char* unreadable : {"/nowhere", "/tmp"})
         EXPECT_EQ(run({unreadable}).first, kNotReadable);
+    for (const char* format : {"--csv", "--nodeset2", "--telegraf"}) {
+        EXPECT_EQ(run({file, format}).first, kBadUsage) << "without --tree";
+        EXPECT_EQ(run({file, "--tree", "--json", format}).first, kBadUsage);
+    }
     writeFile(kPath, kTags + "VD = 1,,\n");
     EXPECT_EQ(run({file}).first, kWarnings);
     writeFile(kPath, kTags + "\"VD\\ = 1\n");
@@ -164,6 +168,34 @@ TEST(OpcuacheckProgram, ReportsItsResultByItsStatus) {
     EXPECT_EQ(status, kErrors);
     EXPECT_THAT(json, testing::HasSubstr(R"("key":"\"VD\\")"));
     EXPECT_THAT(json, testing::HasSubstr("unknown to the server in section [Attributes]"));
+}
+
+// What the system test of the address space compares with the server is left out here.
+TEST(OpcuacheckProgram, WritesNamesThatAreSpecialInTheFormsOfTheTree) {
+    const char* const config =
+        "[General]\nServerPort = 4841\nAplicationName = К\"<&\n"
+        "[Attributes]\nVA = 1\nRV = 1\nType1.a = $x\"\\#, 29\nType1.b = Quality, 14\n"
+        "Type1.c = , 15\nType1.d = \x01, 5\nType50.a = A, 8\n[Plotter_1]\n";
+    writeFile(kPath, Utf8ToCP866Converter::convertUtf8ToCP866_manual(config));
+    const std::pair<const char*, std::vector<const char*>> forms[] = {
+        {"--csv",
+         {"\r\n\"ns=2;s=К\"\"<&.Operative.1_VA.VA_1.$x\"\"\\#.A29\",urn:vesk,"
+          "\"К\"\"<&/Operative/1_VA/VA_1/$x\"\"\\#\",\"$x\"\"\\#\",,R,,VA_1.A29\r\n"}},
+        {"--nodeset2",
+         {"<UAVariable NodeId=\"ns=1;s=К&quot;&lt;&amp;.Operative.1_VA.VA_1.$x&quot;\\#.A29\" "
+          "BrowseName=\"1:$x&quot;\\#\" ParentNodeId=\"ns=1;s=VA_1\" "}},
+        {"--telegraf",
+         {"\"opc.tcp://CONTROLLER:4841\"", "path = \"К\\\"<&/Operative/1_VA\", tag = \"VA_1\"",
+          "name = \"$$x\\\"\\\\#\"", "s = { attribute = \"29\" }", "name = \"QualityA14\"",
+          "name = \"A15\"", "VA_1.\\u0001.A5\""}}};
+    for (const auto& [format, texts] : forms) {
+        const auto [status, tree] =
+            run({kPath.c_str(), "--tree", format, "--counts=va=1,rv=1", "--lang=en"});
+        for (const char* text : texts)
+            EXPECT_THAT(tree, testing::HasSubstr(text));
+        EXPECT_THAT(tree, testing::Not(testing::HasSubstr("RV_1"))) << "which is uncertain";
+        EXPECT_EQ(tree.find('\x01') == std::string::npos, format != std::string("--csv"));
+    }
 }
 
 TEST(OpcuacheckProgram, DocumentsHoldItsCodesAndACleanExample) {
