@@ -45,9 +45,19 @@ Label labelOf(std::string_view displayName) {
     return Label::none;
 }
 
+namespace {
+
+/// "VA_7" or "VA_7.A29" for the name "VA_7".
+bool repeats(std::string_view description, std::string_view name) {
+    return !name.empty() && description.substr(0, name.size()) == name &&
+           (description.size() == name.size() || description[name.size()] == '.');
+}
+
+}  // namespace
+
 bool isTelling(std::string_view description, const Item& item) {
-    return !description.empty() && description != item.attribute &&
-           description.substr(0, item.tag.size()) != item.tag;
+    return !description.empty() && !repeats(description, item.tag) &&
+           !repeats(description, item.attribute);
 }
 
 namespace {
@@ -101,6 +111,7 @@ class TextSearch {
 
     UA_StatusCode readTexts(std::vector<Found>& found) {
         std::vector<const UA_NodeId*> ids;
+        ids.reserve(found.size());
         for (const Found& text : found)
             ids.push_back(text.id.get());
         std::vector<DataValue> values;

@@ -85,6 +85,7 @@ UA_StatusCode TableFeed::readRows(Session& session, std::span<const std::size_t>
         const auto chunk = indexes.subspan(0, std::min(indexes.size(), kRowsPerRequest));
         indexes = indexes.subspan(chunk.size());
         std::vector<const UA_NodeId*> ids;
+        ids.reserve(chunk.size());
         for (const std::size_t index : chunk)
             ids.push_back(list_.items[index].id.get());
         std::vector<DataValue> values;
@@ -92,6 +93,7 @@ UA_StatusCode TableFeed::readRows(Session& session, std::span<const std::size_t>
             session.read(ids, UA_ATTRIBUTEID_VALUE, values, UA_TIMESTAMPSTORETURN_BOTH);
         if (status != UA_STATUSCODE_GOOD) return status;
         std::vector<Reading> readings;
+        readings.reserve(values.size());
         for (const DataValue& value : values)
             readings.push_back(readingOf(*value));
 
@@ -136,6 +138,7 @@ bool TableFeed::useSpareTime(Session& session) {
     const std::vector<std::size_t> indexes = rowsWithoutTexts();
     if (indexes.empty()) return false;
     std::vector<const Item*> items;
+    items.reserve(indexes.size());
     for (const std::size_t index : indexes)
         items.push_back(&list_.items[index]);
     std::vector<PlantTexts> texts;

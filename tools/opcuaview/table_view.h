@@ -25,6 +25,9 @@ class TableView {
     void draw();
 
   private:
+    static constexpr int kHeadRows = 2;  // heading, titles
+    static constexpr int kFootRows = 2;  // details of the row under the cursor, keys
+
     using Cells = std::array<std::string, kColumnCount>;
     struct Counts {
         std::size_t all = 0;
@@ -55,7 +58,8 @@ class TableView {
     [[nodiscard]] int bodyRows() const;
     [[nodiscard]] int trendRows() const;
 
-    [[nodiscard]] Cells cellsOf(const Row& row, UA_DateTime now) const;
+    // In table_drawing.cpp.
+    [[nodiscard]] static Cells cellsOf(const Row& row, UA_DateTime now);
     [[nodiscard]] Cells titles() const;
     void widen(const Cells& cells);
     void drawHeading(const Snapshot& shown);

@@ -1,6 +1,7 @@
 #include "tools/opcuaview/watch.h"
 
 #include <cstdio>
+#include <exception>
 #include <memory>
 
 #include "tools/opcuaview/language.h"
@@ -31,7 +32,7 @@ ExitStatus show(const WatchOptions& options, WatchTotals& totals) {
 
 }  // namespace
 
-ExitStatus watch(const WatchOptions& options) {
+ExitStatus watch(const WatchOptions& options) try {
     catchStopSignals();
     WatchTotals totals;
     const ExitStatus status = show(options, totals);
@@ -44,6 +45,10 @@ ExitStatus watch(const WatchOptions& options) {
                 totals.values, in({", из них изменившихся: ", ", changed: "}).c_str(),
                 totals.changes);
     return kDone;
+} catch (const std::exception& error) {
+    // Without a handler nothing would be unwound, and the terminal would stay a full screen.
+    say(error.what());
+    return kNoValue;
 }
 
 namespace {

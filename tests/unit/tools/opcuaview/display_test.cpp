@@ -164,9 +164,9 @@ TEST(PlantTexts, AreKnownByTheirNames) {
                                       {"", Label::none}})
         EXPECT_EQ(labelOf(name), label) << name;
     const Item item{{}, "VA_7", "Value"};
-    for (const char* empty : {"", "Value", "VA_7.A29"})
+    for (const char* empty : {"", "Value", "Value.A", "VA_7.A29"})
         EXPECT_FALSE(isTelling(empty, item)) << empty;
-    EXPECT_TRUE(isTelling("Furnace pressure", item));
+    EXPECT_TRUE(isTelling("Value of the pressure", item));
 }
 
 TEST(FairShares, GivesEveryFolderItsPart) {
