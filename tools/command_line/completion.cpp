@@ -80,7 +80,9 @@ std::string argumentWords(const CLI::App& command) {
     for (const CLI::App* subcommand : commandsOf(command))
         words += (words.empty() ? "" : " ") + subcommand->get_name();
     for (const CLI::Option* option : command.get_options()) {
-        if (words.empty() && option->get_positional()) words = wordsOf(option->get_name(true));
+        if (!words.empty() || !option->get_positional()) continue;
+        const std::string value = option->get_type_name();
+        words = wordsOf(value.empty() ? option->get_name(true) : value);
     }
     return words;
 }
