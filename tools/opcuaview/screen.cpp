@@ -99,6 +99,10 @@ std::unique_ptr<Screen> Screen::open(std::string& problem) {
 
 Screen::~Screen() {
     if (handle_ == nullptr || handle_->screen == nullptr) return;
+    // Where the terminal cannot bring back what was there before, messages follow an empty screen.
+    wattr_set(stdscr, A_NORMAL, 0, nullptr);
+    werase(stdscr);
+    wrefresh(stdscr);
     endwin();
     delscreen(handle_->screen);
 }

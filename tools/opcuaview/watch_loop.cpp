@@ -104,6 +104,7 @@ ExitStatus WatchLoop::run() try {
             if (status == UA_STATUSCODE_GOOD) status = idleUntil(next);
             continue;
         }
+        if (over()) break;
         if (!reconnect(status)) return over() ? kDone : kConnectionLost;
         status = list(empty);
     }
