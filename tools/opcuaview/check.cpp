@@ -175,7 +175,7 @@ class Check {
 
     [[nodiscard]] const char* word() const {
         static constexpr std::array kWords{"OK", "WARNING", "CRITICAL", "UNKNOWN"};
-        return kWords[status_];
+        return kWords[static_cast<std::size_t>(status_)];
     }
 
     /// The form that monitoring systems expect: status, text, performance data behind a bar.
