@@ -8,7 +8,8 @@ namespace tools {
 namespace {
 
 bool isDrawn(const HistoryValue& value) {
-    return std::isfinite(value.number) && !UA_StatusCode_isBad(value.status);
+    constexpr double kLargest = 1e300;  // beyond it, scales would overflow
+    return std::fabs(value.number) <= kLargest && !UA_StatusCode_isBad(value.status);
 }
 
 }  // namespace

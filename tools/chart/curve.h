@@ -33,8 +33,8 @@ struct CurveColumn {
     [[nodiscard]] bool empty() const { return first == nullptr; }
 };
 
-/// Distributes the values of a time range over the columns of a picture. Values of bad quality and those
-/// that are no numbers are left out, and the curve is interrupted there. It is also interrupted where
+/// Distributes the values of a time range over the columns of a picture. Values of bad quality, those that
+/// are no numbers and those beyond 1e300 are left out, and the curve is interrupted there. It is also interrupted where
 /// values are missing: after five times the usual interval between two, at least after 5 s.
 /// @param values  oldest first; the columns refer to them
 /// @param count   columns, at least 1

@@ -157,8 +157,9 @@ class ChartDrawing {
         text += curve.unit;
         if (!text.empty()) text += ": ";
         const auto range = rangeOf(curve.values);
-        text += range ? shortNumber(range->low) + " … " + shortNumber(range->high)
-                      : kNoValues.in(chart_.language);
+        if (!range) return "  " + text + kNoValues.in(chart_.language);
+        text += shortNumber(range->low);
+        if (range->span() > 0) text += " … " + shortNumber(range->high);
         return "  " + text;
     }
 

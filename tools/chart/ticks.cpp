@@ -39,7 +39,8 @@ ValueScale scaleWith(const Range& range, int intervals) {
     }
     // Spare intervals go to both sides, but not below zero if nothing else is there.
     const int used = static_cast<int>(std::ceil(range.high / step - first - kSlack));
-    double shift = (intervals - used) / 2;
+    const int half = (intervals - used) / 2;
+    double shift = half;
     if (first >= 0) shift = std::min(shift, first);
     return {(first - shift) * step, step, intervals};
 }
@@ -210,7 +211,7 @@ std::vector<Ms> hourTimes(Ms from, Ms to, const TimeStep& step) {
     for (Ms time = floorTo(from + kQuarter - 1, kQuarter); time <= to; time += kQuarter) {
         const std::tm local = localTime(time);
         if (local.tm_min != 0 || local.tm_hour % step.count != 0) continue;
-        if (step.count > 1 && !times.empty() && time - times.back() < step.length / 2) continue;
+        if (step.count > 1 && !times.empty() && time - times.back() <= step.length / 2) continue;
         times.push_back(time);
     }
     return times;
@@ -286,6 +287,11 @@ std::string dateOf(const std::tm& local, Unit unit) {
     return printed(unit == Unit::day ? "%Y" : "%Y-%m-%d", local);
 }
 
+bool beginsDate(const std::tm& local, Unit unit) {
+    if (unit >= Unit::day) return local.tm_yday == 0;
+    return local.tm_hour == 0 && local.tm_min == 0 && local.tm_sec == 0;
+}
+
 }  // namespace
 
 std::vector<TimeTick> timeTicks(UA_DateTime from, UA_DateTime to, int most) {
@@ -301,7 +307,7 @@ std::vector<TimeTick> timeTicks(UA_DateTime from, UA_DateTime to, int most) {
         const bool changed = date != before;
         before = date;
         ticks.push_back({uaTime(time), textOf(time, local, step), changed ? date : std::string{},
-                         changed && !ticks.empty()});
+                         changed && (!ticks.empty() || beginsDate(local, step.unit))});
     }
     // The date before it is clear, and two would overlap.
     if (ticks.size() > 1 && ticks[1].newDate) ticks[0].date.clear();

@@ -10,7 +10,8 @@ enum ExitStatus : int {
     kCannotConnect = 3,   ///< no connection within --wait
     kConnectionLost = 4,  ///< the connection was lost and not restored within --wait
     kIncomplete = 5,      ///< a history or a tree was not read to its end
-    kNotWritten = 6       ///< the server has another value than the one that was to be written
+    kNotWritten =
+        6  ///< the server has another value than the one to be written, or no plot was written
 };
 
 /// What monitoring systems expect of their checks.

@@ -32,17 +32,17 @@ std::string csvLine(const HistoryValue& value) {
     return text + "," + formatQuality(value.status);
 }
 
-// ---- The command --------------------------------------------------------------------------------
-
-namespace {
-
-std::string historyJson(const HistoryValue& value) {
+Json historyJson(const HistoryValue& value) {
     Json object;
     object["time"] = value.time != 0 ? Json(isoTime(value.time)) : Json(nullptr);
     object["value"] = value.number;  // NaN is written as null
     object["quality"] = formatQuality(value.status);
-    return jsonLine(object);
+    return object;
 }
+
+// ---- The command --------------------------------------------------------------------------------
+
+namespace {
 
 std::string penJson(const Item& pen) {
     Json object;
@@ -106,7 +106,7 @@ class HistoryCommand {
             return;
         }
         for (const HistoryValue& value : values)
-            std::puts((options_.json ? historyJson(value) : csvLine(value)).c_str());
+            std::puts((options_.json ? jsonLine(historyJson(value)) : csvLine(value)).c_str());
     }
 
     void draw() const {

@@ -2,6 +2,7 @@
 
 #include <string>
 
+#include "tools/client/json.h"
 #include "tools/client/session.h"
 #include "tools/command_line/command_line.h"
 #include "tools/opcuaview/exit_status.h"
@@ -28,5 +29,8 @@ void addHistoryCommand(CommandLine& line, ExitStatus& status);
 
 /// One line of the CSV output: UTC time with microseconds, value, quality.
 [[nodiscard]] std::string csvLine(const HistoryValue& value);
+
+/// The same as an object: time, value, quality; null for what is missing.
+[[nodiscard]] Json historyJson(const HistoryValue& value);
 
 }  // namespace tools::opcuaview

@@ -127,7 +127,9 @@ std::string numberText(double number) {
 
 std::string rangeText(const std::vector<HistoryValue>& values) {
     const auto range = rangeOf(values);
-    return range ? numberText(range->low) + " … " + numberText(range->high) : "—";
+    if (!range) return "—";
+    const std::string low = numberText(range->low);
+    return range->span() == 0 ? low : low + " … " + numberText(range->high);
 }
 
 std::vector<std::string> plot(const std::vector<HistoryValue>& values, UA_DateTime from,

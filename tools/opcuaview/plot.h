@@ -22,7 +22,7 @@ namespace tools::opcuaview {
 [[nodiscard]] std::string sparkline(const std::vector<HistoryValue>& values, UA_DateTime from,
                                     UA_DateTime to, int width);
 
-/// "82.03 … 82.41": from the least to the greatest; "—" without values.
+/// "82.03 … 82.41": from the least to the greatest, one number if all are equal; "—" without values.
 [[nodiscard]] std::string rangeText(const std::vector<HistoryValue>& values);
 
 /// A number as shown in a plot, with at most five digits.

@@ -1,7 +1,8 @@
 #include "tools/opcuaview/history.h"
 
-#include "tests/support/basics.h"
+#include "tests/support/files.h"
 #include "tools/client/history_pager.h"
+#include "tools/opcuaview/picture_file.h"
 #include "tools/opcuaview/plot.h"
 #include "tools/opcuaview/time_choice.h"
 
@@ -153,6 +154,26 @@ TEST(History, CsvKeepsEveryDigit) {
               "2027-01-15T08:00:00.123456Z,0.10000000000000001,Uncertain");
     EXPECT_EQ(csvLine({0, std::numeric_limits<double>::quiet_NaN(), UA_STATUSCODE_BAD, false}),
               ",,Bad");
+}
+
+TEST(Plot, PictureFilesAreNamedSizedAndWrittenInOneStep) {
+    EXPECT_EQ(pictureFormat("a/Б.SVG"), PictureFormat::svg);
+    for (const char* path : {"a.jpg", "svg", ".png", "a.png/b"})
+        EXPECT_FALSE(pictureFormat(path)) << path;
+    EXPECT_EQ(parseSize("640x480").value().height, 480);
+    for (const char* text :
+         {"", "640", "640x", "x480", "640x480x1", "399x480", "640x8001", "+640x480"})
+        EXPECT_FALSE(parseSize(text)) << text;
+    const std::filesystem::path folder = std::filesystem::temp_directory_path() / "pictures";
+    std::filesystem::create_directory(folder);
+    const std::string path = folder / "a.svg";
+    for (const char* contents : {"one", "two"})
+        EXPECT_EQ(writePicture(path, contents), "");
+    EXPECT_EQ(readFile(path), "two");
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator{folder}, {}), 1);
+    EXPECT_EQ(folderProblem(folder / "none/a.svg"), "No such file or directory");
+    EXPECT_EQ(writePicture(folder, "three"), "Is a directory");
+    std::filesystem::remove_all(folder);
 }
 
 TEST(Plot, DrawsTheCurveWithItsScaleAndGaps) {
