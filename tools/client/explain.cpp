@@ -30,7 +30,7 @@ std::string explained(UA_StatusCode status, Language language) {
         {UA_STATUSCODE_BADWRITENOTSUPPORTED,
          {"сервер не умеет записывать этот узел", "the server cannot write this node"}},
     };
-    const std::string code = formatQuality(status);
+    std::string code = formatQuality(status);
     for (const auto& reason : kReasons) {
         if (reason.status == (status & 0xFFFF0000U))
             return reason.text.in(language) + " (" + code + ")";

@@ -157,7 +157,7 @@ std::string Session::problemText(UA_StatusCode status, Language language) const 
     static constexpr Text kNoAnonymous{
         "сервер не принимает анонимных пользователей, а других эта программа не предъявляет",
         "the server does not admit anonymous users, and this program has no others"};
-    const std::string code = formatQuality(status);
+    std::string code = formatQuality(status);
     if (barrier_ == Barrier::none) return code;
     const Text& text = barrier_ == Barrier::encryptedOnly ? kEncryptedOnly : kNoAnonymous;
     return text.in(language) + "; " + code;

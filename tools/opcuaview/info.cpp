@@ -20,46 +20,46 @@ namespace {
 enum class Group { server, status, limits, sessions };
 
 struct Row {
-    Group group;
     const char* key;  // in JSON
-    UA_UInt32 node;   // of the standard's namespace
     Text text;
+    Group group;
+    UA_UInt32 node;  // of the standard's namespace
 };
 
 // clang-format off
 constexpr Row kRows[] = {
-    {Group::server, "product", UA_NS0ID_SERVER_SERVERSTATUS_BUILDINFO_PRODUCTNAME, {"Продукт", "Product"}},
-    {Group::server, "manufacturer", UA_NS0ID_SERVER_SERVERSTATUS_BUILDINFO_MANUFACTURERNAME, {"Изготовитель", "Manufacturer"}},
-    {Group::server, "productUri", UA_NS0ID_SERVER_SERVERSTATUS_BUILDINFO_PRODUCTURI, {"URI продукта", "Product URI"}},
-    {Group::server, "version", UA_NS0ID_SERVER_SERVERSTATUS_BUILDINFO_SOFTWAREVERSION, {"Версия", "Version"}},
-    {Group::server, "build", UA_NS0ID_SERVER_SERVERSTATUS_BUILDINFO_BUILDNUMBER, {"Сборка", "Build"}},
-    {Group::server, "buildDate", UA_NS0ID_SERVER_SERVERSTATUS_BUILDINFO_BUILDDATE, {"Дата сборки", "Build date"}},
-    {Group::status, "state", UA_NS0ID_SERVER_SERVERSTATUS_STATE, {"Состояние", "State"}},
-    {Group::status, "serviceLevel", UA_NS0ID_SERVER_SERVICELEVEL, {"ServiceLevel", "ServiceLevel"}},
-    {Group::status, "startTime", UA_NS0ID_SERVER_SERVERSTATUS_STARTTIME, {"Запущен", "Started"}},
-    {Group::status, "currentTime", UA_NS0ID_SERVER_SERVERSTATUS_CURRENTTIME, {"Часы сервера", "Server's clock"}},
-    {Group::sessions, "sessions", UA_NS0ID_SERVER_SERVERDIAGNOSTICS_SERVERDIAGNOSTICSSUMMARY_CURRENTSESSIONCOUNT, {"Сеансов", "Sessions"}},
-    {Group::sessions, "sessionsSinceStart", UA_NS0ID_SERVER_SERVERDIAGNOSTICS_SERVERDIAGNOSTICSSUMMARY_CUMULATEDSESSIONCOUNT, {"Сеансов с запуска", "Sessions since the start"}},
-    {Group::sessions, "sessionsRejected", UA_NS0ID_SERVER_SERVERDIAGNOSTICS_SERVERDIAGNOSTICSSUMMARY_REJECTEDSESSIONCOUNT, {"Сеансов отклонено", "Sessions rejected"}},
-    {Group::sessions, "subscriptions", UA_NS0ID_SERVER_SERVERDIAGNOSTICS_SERVERDIAGNOSTICSSUMMARY_CURRENTSUBSCRIPTIONCOUNT, {"Подписок", "Subscriptions"}},
-    {Group::sessions, "subscriptionsSinceStart", UA_NS0ID_SERVER_SERVERDIAGNOSTICS_SERVERDIAGNOSTICSSUMMARY_CUMULATEDSUBSCRIPTIONCOUNT, {"Подписок с запуска", "Subscriptions since the start"}},
-    {Group::limits, "maxSessions", UA_NS0ID_SERVER_SERVERCAPABILITIES_MAXSESSIONS, {"Сеансов", "Sessions"}},
-    {Group::limits, "maxSubscriptions", UA_NS0ID_SERVER_SERVERCAPABILITIES_MAXSUBSCRIPTIONS, {"Подписок", "Subscriptions"}},
-    {Group::limits, "maxSubscriptionsPerSession", UA_NS0ID_SERVER_SERVERCAPABILITIES_MAXSUBSCRIPTIONSPERSESSION, {"Подписок в сеансе", "Subscriptions per session"}},
-    {Group::limits, "maxMonitoredItems", UA_NS0ID_SERVER_SERVERCAPABILITIES_MAXMONITOREDITEMS, {"Элементов подписок", "Monitored items"}},
-    {Group::limits, "maxMonitoredItemsPerSubscription", UA_NS0ID_SERVER_SERVERCAPABILITIES_MAXMONITOREDITEMSPERSUBSCRIPTION, {"Элементов в подписке", "Monitored items per subscription"}},
-    {Group::limits, "maxMonitoredItemsQueueSize", UA_NS0ID_SERVER_SERVERCAPABILITIES_MAXMONITOREDITEMSQUEUESIZE, {"Длина очереди элемента", "Queue of a monitored item"}},
-    {Group::limits, "minSupportedSampleRate", UA_NS0ID_SERVER_SERVERCAPABILITIES_MINSUPPORTEDSAMPLERATE, {"Наименьший период опроса, мс", "Shortest sampling interval, ms"}},
-    {Group::limits, "maxArrayLength", UA_NS0ID_SERVER_SERVERCAPABILITIES_MAXARRAYLENGTH, {"Длина массива", "Length of an array"}},
-    {Group::limits, "maxStringLength", UA_NS0ID_SERVER_SERVERCAPABILITIES_MAXSTRINGLENGTH, {"Длина строки, байт", "Length of a string, bytes"}},
-    {Group::limits, "maxByteStringLength", UA_NS0ID_SERVER_SERVERCAPABILITIES_MAXBYTESTRINGLENGTH, {"Длина строки байтов", "Length of a byte string"}},
-    {Group::limits, "maxBrowseContinuationPoints", UA_NS0ID_SERVER_SERVERCAPABILITIES_MAXBROWSECONTINUATIONPOINTS, {"Точек продолжения обзора", "Continuation points of Browse"}},
-    {Group::limits, "maxHistoryContinuationPoints", UA_NS0ID_SERVER_SERVERCAPABILITIES_MAXHISTORYCONTINUATIONPOINTS, {"Точек продолжения истории", "Continuation points of HistoryRead"}},
-    {Group::limits, "maxNodesPerRead", UA_NS0ID_SERVER_SERVERCAPABILITIES_OPERATIONLIMITS_MAXNODESPERREAD, {"Узлов в запросе Read", "Nodes per Read"}},
-    {Group::limits, "maxNodesPerWrite", UA_NS0ID_SERVER_SERVERCAPABILITIES_OPERATIONLIMITS_MAXNODESPERWRITE, {"Узлов в запросе Write", "Nodes per Write"}},
-    {Group::limits, "maxNodesPerBrowse", UA_NS0ID_SERVER_SERVERCAPABILITIES_OPERATIONLIMITS_MAXNODESPERBROWSE, {"Узлов в запросе Browse", "Nodes per Browse"}},
-    {Group::limits, "maxNodesPerHistoryReadData", UA_NS0ID_SERVER_SERVERCAPABILITIES_OPERATIONLIMITS_MAXNODESPERHISTORYREADDATA, {"Узлов в запросе HistoryRead", "Nodes per HistoryRead"}},
-    {Group::limits, "maxMonitoredItemsPerCall", UA_NS0ID_SERVER_SERVERCAPABILITIES_OPERATIONLIMITS_MAXMONITOREDITEMSPERCALL, {"Элементов в запросе", "Monitored items per request"}},
+    {"product", {"Продукт", "Product"}, Group::server, UA_NS0ID_SERVER_SERVERSTATUS_BUILDINFO_PRODUCTNAME},
+    {"manufacturer", {"Изготовитель", "Manufacturer"}, Group::server, UA_NS0ID_SERVER_SERVERSTATUS_BUILDINFO_MANUFACTURERNAME},
+    {"productUri", {"URI продукта", "Product URI"}, Group::server, UA_NS0ID_SERVER_SERVERSTATUS_BUILDINFO_PRODUCTURI},
+    {"version", {"Версия", "Version"}, Group::server, UA_NS0ID_SERVER_SERVERSTATUS_BUILDINFO_SOFTWAREVERSION},
+    {"build", {"Сборка", "Build"}, Group::server, UA_NS0ID_SERVER_SERVERSTATUS_BUILDINFO_BUILDNUMBER},
+    {"buildDate", {"Дата сборки", "Build date"}, Group::server, UA_NS0ID_SERVER_SERVERSTATUS_BUILDINFO_BUILDDATE},
+    {"state", {"Состояние", "State"}, Group::status, UA_NS0ID_SERVER_SERVERSTATUS_STATE},
+    {"serviceLevel", {"ServiceLevel", "ServiceLevel"}, Group::status, UA_NS0ID_SERVER_SERVICELEVEL},
+    {"startTime", {"Запущен", "Started"}, Group::status, UA_NS0ID_SERVER_SERVERSTATUS_STARTTIME},
+    {"currentTime", {"Часы сервера", "Server's clock"}, Group::status, UA_NS0ID_SERVER_SERVERSTATUS_CURRENTTIME},
+    {"sessions", {"Сеансов", "Sessions"}, Group::sessions, UA_NS0ID_SERVER_SERVERDIAGNOSTICS_SERVERDIAGNOSTICSSUMMARY_CURRENTSESSIONCOUNT},
+    {"sessionsSinceStart", {"Сеансов с запуска", "Sessions since the start"}, Group::sessions, UA_NS0ID_SERVER_SERVERDIAGNOSTICS_SERVERDIAGNOSTICSSUMMARY_CUMULATEDSESSIONCOUNT},
+    {"sessionsRejected", {"Сеансов отклонено", "Sessions rejected"}, Group::sessions, UA_NS0ID_SERVER_SERVERDIAGNOSTICS_SERVERDIAGNOSTICSSUMMARY_REJECTEDSESSIONCOUNT},
+    {"subscriptions", {"Подписок", "Subscriptions"}, Group::sessions, UA_NS0ID_SERVER_SERVERDIAGNOSTICS_SERVERDIAGNOSTICSSUMMARY_CURRENTSUBSCRIPTIONCOUNT},
+    {"subscriptionsSinceStart", {"Подписок с запуска", "Subscriptions since the start"}, Group::sessions, UA_NS0ID_SERVER_SERVERDIAGNOSTICS_SERVERDIAGNOSTICSSUMMARY_CUMULATEDSUBSCRIPTIONCOUNT},
+    {"maxSessions", {"Сеансов", "Sessions"}, Group::limits, UA_NS0ID_SERVER_SERVERCAPABILITIES_MAXSESSIONS},
+    {"maxSubscriptions", {"Подписок", "Subscriptions"}, Group::limits, UA_NS0ID_SERVER_SERVERCAPABILITIES_MAXSUBSCRIPTIONS},
+    {"maxSubscriptionsPerSession", {"Подписок в сеансе", "Subscriptions per session"}, Group::limits, UA_NS0ID_SERVER_SERVERCAPABILITIES_MAXSUBSCRIPTIONSPERSESSION},
+    {"maxMonitoredItems", {"Элементов подписок", "Monitored items"}, Group::limits, UA_NS0ID_SERVER_SERVERCAPABILITIES_MAXMONITOREDITEMS},
+    {"maxMonitoredItemsPerSubscription", {"Элементов в подписке", "Monitored items per subscription"}, Group::limits, UA_NS0ID_SERVER_SERVERCAPABILITIES_MAXMONITOREDITEMSPERSUBSCRIPTION},
+    {"maxMonitoredItemsQueueSize", {"Длина очереди элемента", "Queue of a monitored item"}, Group::limits, UA_NS0ID_SERVER_SERVERCAPABILITIES_MAXMONITOREDITEMSQUEUESIZE},
+    {"minSupportedSampleRate", {"Наименьший период опроса, мс", "Shortest sampling interval, ms"}, Group::limits, UA_NS0ID_SERVER_SERVERCAPABILITIES_MINSUPPORTEDSAMPLERATE},
+    {"maxArrayLength", {"Длина массива", "Length of an array"}, Group::limits, UA_NS0ID_SERVER_SERVERCAPABILITIES_MAXARRAYLENGTH},
+    {"maxStringLength", {"Длина строки, байт", "Length of a string, bytes"}, Group::limits, UA_NS0ID_SERVER_SERVERCAPABILITIES_MAXSTRINGLENGTH},
+    {"maxByteStringLength", {"Длина строки байтов", "Length of a byte string"}, Group::limits, UA_NS0ID_SERVER_SERVERCAPABILITIES_MAXBYTESTRINGLENGTH},
+    {"maxBrowseContinuationPoints", {"Точек продолжения обзора", "Continuation points of Browse"}, Group::limits, UA_NS0ID_SERVER_SERVERCAPABILITIES_MAXBROWSECONTINUATIONPOINTS},
+    {"maxHistoryContinuationPoints", {"Точек продолжения истории", "Continuation points of HistoryRead"}, Group::limits, UA_NS0ID_SERVER_SERVERCAPABILITIES_MAXHISTORYCONTINUATIONPOINTS},
+    {"maxNodesPerRead", {"Узлов в запросе Read", "Nodes per Read"}, Group::limits, UA_NS0ID_SERVER_SERVERCAPABILITIES_OPERATIONLIMITS_MAXNODESPERREAD},
+    {"maxNodesPerWrite", {"Узлов в запросе Write", "Nodes per Write"}, Group::limits, UA_NS0ID_SERVER_SERVERCAPABILITIES_OPERATIONLIMITS_MAXNODESPERWRITE},
+    {"maxNodesPerBrowse", {"Узлов в запросе Browse", "Nodes per Browse"}, Group::limits, UA_NS0ID_SERVER_SERVERCAPABILITIES_OPERATIONLIMITS_MAXNODESPERBROWSE},
+    {"maxNodesPerHistoryReadData", {"Узлов в запросе HistoryRead", "Nodes per HistoryRead"}, Group::limits, UA_NS0ID_SERVER_SERVERCAPABILITIES_OPERATIONLIMITS_MAXNODESPERHISTORYREADDATA},
+    {"maxMonitoredItemsPerCall", {"Элементов в запросе", "Monitored items per request"}, Group::limits, UA_NS0ID_SERVER_SERVERCAPABILITIES_OPERATIONLIMITS_MAXMONITOREDITEMSPERCALL},
 };
 // clang-format on
 
@@ -120,6 +120,7 @@ class Info {
             nodes.push_back(UA_NODEID_NUMERIC(0, row.node));
         nodes.push_back(UA_NODEID_NUMERIC(0, UA_NS0ID_SERVER_NAMESPACEARRAY));
         std::vector<const UA_NodeId*> ids;
+        ids.reserve(nodes.size());
         for (const UA_NodeId& node : nodes)
             ids.push_back(&node);
         return session_.read(ids, UA_ATTRIBUTEID_VALUE, values_);

@@ -258,6 +258,7 @@ class Tree {
 
     UA_StatusCode describe(std::span<Node> nodes) {
         std::vector<Node*> all;
+        all.reserve(nodes.size());
         for (Node& node : nodes)
             all.push_back(&node);
         return describe(all);
