@@ -3,6 +3,9 @@
 #include <algorithm>
 #include <cstdio>
 
+#include "tools/client/details.h"
+#include "tools/client/format.h"
+#include "tools/client/json.h"
 #include "tools/opcuaview/language.h"
 #include "tools/opcuaview/terminal.h"
 
@@ -11,7 +14,8 @@ namespace tools::opcuaview {
 using Clock = std::chrono::steady_clock;
 
 std::size_t LineView::defaultLimit() const {
-    return 100;  // lines of the first round
+    constexpr std::size_t kLinesOfFirstRound = 100;
+    return json_ ? 0 : kLinesOfFirstRound;
 }
 
 void LineView::lost(const std::string& text) {
@@ -41,11 +45,15 @@ UA_StatusCode LineView::readRound(Session& session, const TrendPicture* trend) {
         readings_.push_back(readingOf(*value));
         totals_.values += readings_.back().hasValue ? 1 : 0;
     }
-    if (columns_.empty()) measure();
+    if (columns_.empty() && !json_) measure();
     for (std::size_t i = 0; i < readings_.size(); ++i) {
         if (!before.empty() && readings_[i].showsSameAs(before[i])) continue;
         totals_.changes += before.empty() ? 0 : 1;
-        print(list_.items[i], readings_[i]);
+        if (json_) {
+            printObject(list_.items[i], *values[i]);
+        } else {
+            print(list_.items[i], readings_[i]);
+        }
     }
     if (trend != nullptr && Clock::now() >= nextTrend_) {
         std::puts(trend->line().c_str());
@@ -53,6 +61,18 @@ UA_StatusCode LineView::readRound(Session& session, const TrendPicture* trend) {
     }
     std::fflush(stdout);
     return UA_STATUSCODE_GOOD;
+}
+
+void LineView::printObject(const Item& item, const UA_DataValue& value) const {
+    Json object;
+    object["id"] = idText(*item.id);
+    object["tag"] = item.tag;
+    object["attribute"] = item.attribute;
+    object["value"] = jsonOf(value.value);
+    object["quality"] = formatQuality(statusOf(value));
+    object["sourceTime"] =
+        value.hasSourceTimestamp ? Json(isoTime(value.sourceTimestamp)) : Json(nullptr);
+    std::puts(jsonLine(object).c_str());
 }
 
 void LineView::measure() {

@@ -17,14 +17,14 @@ namespace {
 
 /// The table if the terminal can show it.
 ExitStatus show(const WatchOptions& options, WatchTotals& totals) {
-    if (!options.plain && isTerminal() && hasKeyboard()) {
+    if (!options.plain && !options.json && isTerminal() && hasKeyboard()) {
         std::string problem;
         if (auto screen = Screen::open(problem)) {
             return watchTable(options, std::move(screen), totals);
         }
         say(problem);
     }
-    LineView lines;
+    LineView lines{options.json};
     const ExitStatus status = WatchLoop{options, lines}.run();
     totals = lines.totals();
     return status;
@@ -41,6 +41,7 @@ ExitStatus watch(const WatchOptions& options) try {
         say(in({"ни одного значения не получено", "no value was received"}));
         return kNoValue;
     }
+    if (options.json) return kDone;
     std::printf("%s%zu%s%zu\n", in({"Прочитано значений: ", "Values read: "}).c_str(),
                 totals.values, in({", из них изменившихся: ", ", changed: "}).c_str(),
                 totals.changes);
@@ -80,6 +81,10 @@ void addLook(CLI::App& command, WatchOptions& options) {
     command.add_flag("--plain", options.plain,
                      in({"Печатать строками: сначала всё, затем изменения",
                          "Print lines: everything first, changes then"}));
+    CLI::Option* json =
+        command.add_flag("--json", options.json,
+                         in({"Печатать объект JSON в строке: сначала всё, затем изменения",
+                             "Print a JSON object a line: everything first, changes then"}));
     command
         .add_option(
             "--trend", options.trend,
@@ -87,7 +92,8 @@ void addLook(CLI::App& command, WatchOptions& options) {
                 "этот текст",
                 "Below the table: the last minutes of the pen whose node id or name contains "
                 "this text"}))
-        ->type_name(text);
+        ->type_name(text)
+        ->excludes(json);
     command
         .add_option("--trend-minutes", options.trendMinutes,
                     in({"За сколько минут", "How many minutes"}))

@@ -16,6 +16,7 @@ struct WatchOptions {
     double runSeconds = 0;  ///< 0: until a signal
     int intervalMs = 500;
     bool plain = false;
+    bool json = false;
     std::string trend;        ///< part of a pen's node id; empty: no trend
     int trendMinutes = 10;    ///< how far back it is shown
     bool limitGiven = false;  ///< otherwise as many variables as the output takes
