@@ -140,9 +140,9 @@ def test_zrtjournal_follows(site: Site) -> None:
     follower = site.run("zrtjournal", "--follow", "--json")
     follower.wait_for_output("журнала в памяти нет")
     start_quiet(site)
-    follower.wait_for_output('"code": 17901')
+    follower.wait_for_output('"code":17901')
     site.serve(SERVING)
-    follower.wait_for_output('"code": 18092')
+    follower.wait_for_output('"code":18092')
     assert follower.stop(signal.SIGINT) == 0
     lines = [line for line in follower.output().decode().splitlines() if line[0] == "{"]
     assert [json.loads(line)["code"] for line in lines] == codes(), "each once"
