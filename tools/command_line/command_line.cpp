@@ -97,7 +97,7 @@ std::string withVerb(std::string text, std::string_view english, std::string_vie
 
 /// Russian texts for those of CLI11's errors that an operator may see. Validators have their own.
 std::string russianReason(const CLI::ParseError& error) {
-    const std::string text = error.what();
+    std::string text = error.what();
     if (dynamic_cast<const CLI::ExtrasError*>(&error) != nullptr) {
         return "неизвестный аргумент " + text.substr(text.rfind(": ") + 2);
     }
