@@ -113,8 +113,10 @@ std::string valueLines(const std::string& command, const Options& options) {
     std::map<std::string, std::vector<std::string>> byWords;
     for (const CLI::Option* option : options) {
         if (option->get_expected_max() == 0) continue;  // a flag
-        for (const std::string& name : spellings(*option))
-            byWords[wordsOf(option->get_type_name())].push_back(command + ':' + name);
+        for (const std::string& name : spellings(*option)) {
+            std::string& pattern = byWords[wordsOf(option->get_type_name())].emplace_back(command);
+            pattern.append(":").append(name);
+        }
     }
     std::string lines;
     for (const auto& [words, patterns] : byWords) {
