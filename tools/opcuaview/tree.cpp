@@ -208,6 +208,7 @@ class Tree {
             lists[i].erase(unit);
         }
         std::vector<const UA_NodeId*> ids;
+        ids.reserve(units.size());
         for (const NodeId& unit : units)
             ids.push_back(unit.get());
         std::vector<DataValue> values;
