@@ -114,6 +114,7 @@ TEST(Chart, CurvesShareAnAxisUnlessOneWouldBeFlat) {
 
 TEST(Chart, ColumnsKeepEveryPeakAndEveryGap) {
     std::vector<HistoryValue> values;
+    values.reserve(1000);
     for (int i = 0; i < 1000; ++i)
         values.push_back({unixTime(i), i == 555 ? 9.0 : i == 557 ? -9.0 : 1.0, kGood, false});
     auto columns = curveColumns(values, unixTime(0), unixTime(999), 10);
