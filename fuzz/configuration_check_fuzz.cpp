@@ -9,7 +9,7 @@
 #include "tools/opcuacheck/print.h"
 #include "tools/opcuacheck/tree.h"
 
-using namespace opcuacheck;
+using namespace tools::opcuacheck;
 
 namespace {
 
@@ -43,7 +43,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const Findings findings = allFindings(checked);
     std::ostringstream out;
     printFindings(out, "file", findings, checked, {});
-    printFindingsJson(out, findings, *file, Language::en);
+    printFindingsJson(out, findings, *file, tools::Language::en);
     printTreeJson(out, treeOf(view, database));
     return 0;
 }
