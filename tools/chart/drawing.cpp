@@ -22,8 +22,8 @@ constexpr Colour kPale = colour(0x5B6672);
 constexpr Colour kGrid = colour(0xE3E6EA);
 constexpr Colour kNewDate = colour(0xA9B2BC);
 
-// The colours of Okabe and Ito, which people with any kind of colour blindness can tell apart; instead of their
-// yellow, which is too pale on white, a brown. The dashes tell the curves apart in black and white.
+// The colours of Okabe and Ito, which remain distinct with any kind of colour blindness; instead of their
+// yellow, which is too pale on white, a brown. In black and white the dashes distinguish the curves.
 constexpr std::array<LineStyle, kMostCurves> kStyles{{
     {colour(0x0072B2), {}},
     {colour(0xD55E00), {9, 3}},

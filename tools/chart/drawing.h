@@ -24,7 +24,7 @@ struct Chart {
     Language language = Language::ru;
 };
 
-/// More could not be told apart by colour and dashes.
+/// Colours and dashes distinguish no more than that.
 inline constexpr std::size_t kMostCurves = 8;
 
 enum class PictureFormat { svg, png };

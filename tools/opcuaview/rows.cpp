@@ -76,7 +76,7 @@ int comparedValues(const Reading& a, const Reading& b) {
     return a.isNumber ? comparedNumbers(a.number, b.number) : compared(a.value, b.value);
 }
 
-/// The two highest bits of a status tell Bad, Uncertain and Good apart.
+/// The two highest bits of a status distinguish Bad, Uncertain and Good.
 int comparedQualities(const Reading& a, const Reading& b) {
     const int severity = comparedNumbers(b.status >> 30U, a.status >> 30U);
     return severity != 0 ? severity : compared(a.quality, b.quality);
