@@ -7,6 +7,10 @@
 set(OPEN62541_CRATE_VERSION 0.6.6)
 set(OPEN62541_CRATE_SHA256 12fe6cb894630ce8b6d7f15c6c6ed7f457310d6cd318d563252e755a0fd4990e)
 
+# The library contains the time of its compilation, in seconds since 1970; a fixed one makes two builds the
+# same, byte for byte.
+set(open62541_epoch 0)
+
 set(OPEN62541_SOURCE_DIR "$ENV{OPEN62541_SOURCE_DIR}" CACHE PATH
     "Source of open62541 1.5, taken when no package is installed")
 set(deps_dir ${PROJECT_SOURCE_DIR}/build/deps)
@@ -32,7 +36,8 @@ if(OPCUASRV_GCC AND NOT CMAKE_CROSSCOMPILING AND NOT OPCUASRV_SANITIZE MATCHES f
 endif()
 
 # Other options or another source give a separate build, so that changes take effect at once.
-string(MD5 open62541_variant "${open62541_options};${OPEN62541_SOURCE_DIR};${OPEN62541_CRATE_VERSION}")
+string(MD5 open62541_variant
+    "${open62541_options};${open62541_epoch};${OPEN62541_SOURCE_DIR};${OPEN62541_CRATE_VERSION}")
 string(SUBSTRING ${open62541_variant} 0 8 open62541_variant)
 set(open62541_prefix ${deps_dir}/open62541-${CMAKE_SYSTEM_PROCESSOR}-${open62541_variant})
 
@@ -66,7 +71,8 @@ function(opcuasrv_build_open62541 source_dir)
                 ${open62541_options}
                 -DCMAKE_INSTALL_PREFIX=${open62541_prefix} -DCMAKE_INSTALL_LIBDIR=lib)
         else()
-            set(command ${CMAKE_COMMAND} --build ${build_dir} --target install)
+            set(command ${CMAKE_COMMAND} -E env SOURCE_DATE_EPOCH=${open62541_epoch}
+                ${CMAKE_COMMAND} --build ${build_dir} --target install)
         endif()
         execute_process(COMMAND ${command} RESULT_VARIABLE failed
             OUTPUT_FILE ${open62541_prefix}-${step}.log ERROR_FILE ${open62541_prefix}-${step}.log)
