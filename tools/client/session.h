@@ -119,6 +119,10 @@ class Session {
 
     [[nodiscard]] const std::string& url() const { return url_; }
 
+    /// For services that this class does not offer; null before the first connect, another one after
+    /// each.
+    [[nodiscard]] UA_Client* client() { return client_.get(); }
+
   private:
     struct ClientDeleter {
         void operator()(UA_Client* client) const { UA_Client_delete(client); }
