@@ -9,6 +9,7 @@
 #include "tools/command_line/manual.h"
 #include "tools/opcuacheck/command_line.h"
 #include "tools/opcuaview/command_line.h"
+#include "tools/opcuaweb/options.h"
 #include "tools/zrtjournal/command_line.h"
 #ifdef OPCUASRV_SIM
 #include "sim/options.h"
@@ -27,6 +28,7 @@ struct Program {
 constexpr Program kPrograms[] = {
     {"opcuacheck", tools::opcuacheck::describe},
     {"opcuaview", tools::opcuaview::describe},
+    {"opcuaweb", tools::opcuaweb::describe},
     {"zrtjournal", tools::zrtjournal::describe},
 #ifdef OPCUASRV_SIM
     {"zrtsim", sim::describe},

@@ -113,20 +113,33 @@ std::string understand(Options& options, const Texts& texts) {
     return opcuacheck::readAttributeFiles(texts.system, options.database, russian);
 }
 
+void declareAll(CommandLine& line, Options& options, Texts& texts) {
+    options.url = kDefaultUrl;
+    texts.listen = "127.0.0.1:8080";
+    declarePlaces(line, options, texts);
+    declareParts(line, options, texts);
+}
+
 }  // namespace
 
 std::optional<int> readOptions(int argc, const char* const* argv, Options& options) {
     options.language = askedLanguage(argc, argv);
-    options.url = kDefaultUrl;
-    Texts texts{"127.0.0.1:8080", {}, {}};
     CommandLine line("opcuaweb", kDescription, kFooter, options.language);
-    declarePlaces(line, options, texts);
-    declareParts(line, options, texts);
+    Texts texts;
+    declareAll(line, options, texts);
     if (const auto status = line.parse(argc, argv, kBadUsage)) return status;
     const std::string problem = understand(options, texts);
     if (problem.empty()) return std::nullopt;
     line.refuse(problem);
     return kBadUsage;
+}
+
+void describe(Language language, const CommandLineReader& reader) {
+    Options options;
+    Texts texts;
+    CommandLine line("opcuaweb", kDescription, kFooter, language);
+    declareAll(line, options, texts);
+    reader(line.app());
 }
 
 }  // namespace tools::opcuaweb

@@ -3,6 +3,7 @@
 #include <optional>
 #include <string>
 
+#include "tools/command_line/reader.h"
 #include "tools/opcuacheck/database.h"
 #include "tools/opcuaweb/same_origin.h"
 #include "tools/text/language.h"
@@ -32,5 +33,8 @@ struct Options {
 /// Parses the command line, and prints help or refusal.
 /// @return the exit status, if the program is to end
 [[nodiscard]] std::optional<int> readOptions(int argc, const char* const* argv, Options& options);
+
+/// Shows `reader` the command line.
+void describe(Language language, const CommandLineReader& reader);
 
 }  // namespace tools::opcuaweb
