@@ -1,5 +1,5 @@
 // The state of both connections, page to program and program to server: a mark in the header, and a banner while one is lost.
-import { element, find, icon, setIcon, setText } from "./dom.js";
+import { find, setIcon, setText } from "./dom.js";
 import { said, t } from "./language.js";
 import { dateTime, timeOfDay } from "./format.js";
 import { now, on, store } from "./store.js";
@@ -72,10 +72,4 @@ function countDown() {
     const { retryAt, state } = store.page;
     const seconds = state === "lost" && retryAt ? Math.max(0, Math.ceil((retryAt - Date.now()) / 1000)) : 0;
     setText(find("#banner-count"), seconds ? t("link.retryIn", { n: seconds }) : "");
-}
-
-/** A view's place for "nothing here", with a reason. @param {string} text @param {string} [symbol] @param {string} [advice] */
-export function notice(text, symbol = "info", advice = "") {
-    return element("div", { class: "notice" }, icon(symbol), element("p", {}, text),
-        advice && element("p", { class: "muted" }, advice));
 }

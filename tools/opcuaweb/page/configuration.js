@@ -1,7 +1,6 @@
 // The configuration: the file with its findings, the tree that results, and an editor whose text is checked but never saved.
 import { get, isAborted, post } from "./api.js";
-import { notice } from "./banner.js";
-import { announce, element, icon, iconButton, setText } from "./dom.js";
+import { announce, element, icon, iconButton, notice, setText } from "./dom.js";
 import { ConfigurationEditor } from "./configuration_editor.js";
 import { configurationTree } from "./configuration_tree.js";
 import { findingLines, findingList, summaryOf } from "./findings.js";
@@ -134,7 +133,10 @@ class ConfigurationView {
     /** @param {number} line from 1 */
     #goTo(line) {
         if (this.tab === "edit") return this.editor.goTo(line);
-        if (this.tab === "tree") return this.arrive({ tab: "file", line: String(line) });
+        if (this.tab === "tree") {
+            note({ tab: null, line });
+            return this.arrive({ line: String(line) });
+        }
         const target = this.body.querySelector(`[data-line="${line}"]`);
         target?.scrollIntoView({ block: "center" });
         for (const other of this.body.querySelectorAll(".is-target")) other.classList.remove("is-target");

@@ -1,6 +1,5 @@
 // The nodes that a configuration results in.
-import { notice } from "./banner.js";
-import { element } from "./dom.js";
+import { element, notice } from "./dom.js";
 import { t } from "./language.js";
 import { Tree } from "./tree.js";
 

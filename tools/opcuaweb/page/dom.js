@@ -66,6 +66,12 @@ export function iconButton(symbol, text, action, options = {}) {
     }, icon(symbol), label);
 }
 
+/** What a view shows in place of nothing, with the reason. @param {string} text @param {string} [symbol] @param {string} [advice] */
+export function notice(text, symbol = "info", advice = "") {
+    return element("div", { class: "notice" }, icon(symbol), element("p", {}, text),
+        advice && element("p", { class: "muted" }, advice));
+}
+
 /** Calls `action` when no call came for `ms`. @template {unknown[]} A @param {number} ms @param {(...a: A) => void} action */
 export function debounced(ms, action) {
     let timer = 0;

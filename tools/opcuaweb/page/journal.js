@@ -1,7 +1,6 @@
 // The event journal, newest first; new messages arrive by themselves.
 import { get, isAborted } from "./api.js";
-import { notice } from "./banner.js";
-import { announce, debounced, element, iconButton, setText } from "./dom.js";
+import { announce, debounced, element, iconButton, notice, setText } from "./dom.js";
 import { count, exactTime, fromInputTime } from "./format.js";
 import { said, t } from "./language.js";
 import { note } from "./router.js";

@@ -1,13 +1,12 @@
 // The charts of a trend, one above the other over the same time. Each has a unit on its left and one on its right, so that any
 // number of units has axes of their own.
 import { Chart, loadLibrary } from "./chart.js";
-import { notice } from "./banner.js";
-import { element, setText } from "./dom.js";
+import { element, notice, setText } from "./dom.js";
 import { t } from "./language.js";
 import { onTheme } from "./theme.js";
 
 /**
- * @typedef {{units: string[], pens: import("./trends.js").ShownPen[]}} Lane one or two units
+ * @typedef {{units: string[], pens: import("./shown_pens.js").ShownPen[]}} Lane one or two units
  */
 
 export class Lanes {
@@ -41,7 +40,7 @@ export class Lanes {
         return Math.max(200, Math.round(this.#lanes[0]?.chart.width() ?? this.root.clientWidth - 140));
     }
 
-    /** @param {import("./trends.js").ShownPen[]} pens @param {number} from @param {number} to ms since 1970 */
+    /** @param {import("./shown_pens.js").ShownPen[]} pens @param {number} from @param {number} to ms since 1970 */
     draw(pens, from, to) {
         this.#last = [pens, from, to];
         if (!this.#library) return;
@@ -74,7 +73,7 @@ export class Lanes {
     }
 }
 
-/** Two units share a chart. @param {import("./trends.js").ShownPen[]} pens @returns {Lane[]} */
+/** Two units share a chart. @param {import("./shown_pens.js").ShownPen[]} pens @returns {Lane[]} */
 function lanesOf(pens) {
     const units = [...new Set(pens.map((pen) => pen.unit))];
     return Array.from({ length: Math.ceil(units.length / 2) }, (_, i) => {

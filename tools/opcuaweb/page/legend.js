@@ -26,7 +26,7 @@ export class Legend {
                 element("th", { scope: "col" }, element("span", { class: "spoken" }, t("legend.actions"))))), this.body));
     }
 
-    /** @param {import("./trends.js").ShownPen[]} pens @param {number} from @param {number} to */
+    /** @param {import("./shown_pens.js").ShownPen[]} pens @param {number} from @param {number} to */
     show(pens, from, to) {
         this.root.hidden = !pens.length;
         if (pens.map((pen) => pen.id).join("\n") !== this.#pens.map((pen) => pen.id).join("\n")) {
@@ -64,7 +64,7 @@ export class Legend {
         }
     }
 
-    /** @param {import("./trends.js").ShownPen} pen */
+    /** @param {import("./shown_pens.js").ShownPen} pen */
     #line(pen) {
         const name = pen.name || pen.id;
         const value = element("td", { class: "right strong" });

@@ -1,6 +1,6 @@
 // The stream of events from the program. It reconnects by itself, waiting longer each time. fetch instead of EventSource,
 // because that hides the status and the text of a refusal, and the ping comments.
-import { answered, isAborted } from "./api.js";
+import { answered, Problem } from "./api.js";
 
 /** Events come at least every 10 s (a ping); silence for longer than this means that the connection is dead. */
 const silenceMs = 25_000;
@@ -16,6 +16,8 @@ const largestEvent = 8_000_000;  // characters
 
 export class Link {
     #attempt = 0;
+    /** @type {string | undefined} what the last attempt was refused with */
+    #problem;
     /** @type {AbortController | null} */
     #request = null;
     /** @type {() => void} */
@@ -32,13 +34,12 @@ export class Link {
 
     async run() {
         for (;;) {
-            let problem;
             try {
                 await this.#listen();
             } catch (error) {
-                if (!isAborted(error)) problem = error.code === "unreachable" ? undefined : error.message;
+                this.#problem = error instanceof Problem && error.code !== "unreachable" ? error.message : undefined;
             }
-            await this.#pause(problem);
+            await this.#pause();
         }
     }
 
@@ -52,11 +53,12 @@ export class Link {
     }
 
     async #listen() {
-        this.onState({ state: "connecting" });
+        this.onState({ state: "connecting", problem: this.#problem });
         this.#request = new AbortController();
         const headers = { Accept: "text/event-stream" };
         const response = await this.#withDeadline(answered("/api/events", { headers, signal: this.#request.signal }));
         this.#attempt = 0;
+        this.#problem = undefined;
         this.onState({ state: "connected" });
         const reader = response.body.pipeThrough(new TextDecoderStream()).getReader();
         let rest = "";
@@ -97,11 +99,10 @@ export class Link {
         if (data) this.onEvent(name, JSON.parse(data));
     }
 
-    /** @param {string | undefined} problem */
-    #pause(problem) {
+    #pause() {
         const base = delaysMs[Math.min(this.#attempt++, delaysMs.length - 1)];
         const delay = base * (0.8 + 0.4 * Math.random());  // many pages must not come back in the same instant
-        this.onState({ state: "lost", retryAt: Date.now() + delay, problem });
+        this.onState({ state: "lost", retryAt: Date.now() + delay, problem: this.#problem });
         return new Promise((resolve) => {
             const timer = setTimeout(resolve, delay);
             this.#wake = () => {

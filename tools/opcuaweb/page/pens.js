@@ -1,7 +1,6 @@
 // Picks pens: those of the plotters, filtered as one types, and the present choice.
 import { get, isAborted } from "./api.js";
-import { notice } from "./banner.js";
-import { element, iconButton } from "./dom.js";
+import { element, iconButton, notice } from "./dom.js";
 import { count } from "./format.js";
 import { t } from "./language.js";
 import { searchBox } from "./search.js";

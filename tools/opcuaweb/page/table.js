@@ -122,10 +122,10 @@ export class Table {
     #paint() {
         const height = this.#rowHeight();
         this.body.style.height = `${this.#rows.length * height}px`;
-        const first = Math.max(0, Math.floor(this.root.scrollTop / height) - margin);
-        const last = Math.min(this.#rows.length, Math.ceil((this.root.scrollTop + this.root.clientHeight) / height) + margin);
-        this.#grow(Math.max(0, last - first));
-        const used = this.#views.length;
+        const used = Math.min(this.#rows.length, Math.ceil(this.root.clientHeight / height) + 1 + 2 * margin);
+        const first = Math.max(0, Math.min(this.#rows.length - used, Math.floor(this.root.scrollTop / height) - margin));
+        const last = first + used;
+        this.#grow(used);
         for (let index = first; index < last; ++index) {
             const view = this.#views[index % used];  // a row that stays on screen keeps its element, and with it the focus
             if (this.height !== height) view.index = -1;
@@ -140,7 +140,7 @@ export class Table {
         this.#report(first, last);
     }
 
-    /** Exactly as many elements as rows, so that each row has one of its own. @param {number} wanted */
+    /** Exactly as many elements as rows on screen, so that each row has one of its own. @param {number} wanted */
     #grow(wanted) {
         if (this.#views.length === wanted) return;
         while (this.#views.length < wanted) {

@@ -1,40 +1,31 @@
 // The trends: pens, range and charts. Zooming reads the histories again for the new range; the present moves on by itself.
-import { isAborted } from "./api.js";
-import { notice } from "./banner.js";
-import { announce, debounced, element, iconButton, setText } from "./dom.js";
+import { announce, debounced, element, iconButton, notice, setText } from "./dom.js";
+import { isTyping } from "./keys.js";
 import { Lanes } from "./lanes.js";
-import { Legend } from "./legend.js";
-import { readHistory } from "./history.js";
 import { t } from "./language.js";
+import { Legend } from "./legend.js";
 import { mostPens, PenPicker } from "./pens.js";
 import { changed, fixed, limitsOf, parametersOf, RangeBar, rangeOf } from "./ranges.js";
 import { note } from "./router.js";
-import { patched } from "./series.js";
+import { ShownPens } from "./shown_pens.js";
 import { now } from "./store.js";
-import { isTyping } from "./keys.js";
 
-/** Histories read at the same time: the server answers them one after the other, and a browser has few connections. */
-const parallelReads = 2;
+/** Ranges that the button "undo zoom" returns to. */
 const remembered = 30;
 
-/**
- * A pen that is shown.
- * @typedef {import("./pens.js").Pen & {slot: number, columns: import("./history.js").Column[], progress: number, problem: string}}
- *   ShownPen slot: its colour, from 0
- */
-
 class TrendsView {
-    /** @type {ShownPen[]} */
-    #pens = [];
     /** @type {import("./ranges.js").Range[]} */
     #before = [];
-    #request = new AbortController();
     #drawing = 0;
     #tailAt = 0;
     #isTailing = false;
+    #isDragging = false;
+    /** @type {[from: number, to: number]} the range on screen, ms since 1970 */
+    #drawn = [0, 0];
 
     /** @param {HTMLElement} root @param {Record<string, string>} parameters */
     constructor(root, parameters) {
+        this.pens = new ShownPens(() => this.#draw());
         this.picker = new PenPicker((pen, isPicked) => (isPicked ? this.#add(pen) : this.#remove(pen.id)));
         this.bar = new RangeBar({ onRange: (range) => this.#go(range), onBack: () => this.#back() });
         this.lanes = new Lanes({
@@ -59,7 +50,7 @@ class TrendsView {
     }
 
     leave() {
-        this.#request.abort();
+        this.pens.leave();
         this.readLater.cancel();
         clearInterval(this.timer);
         cancelAnimationFrame(this.#drawing);
@@ -67,53 +58,54 @@ class TrendsView {
         this.lanes.leave();
     }
 
+    /** @param {Record<string, string>} parameters */
     async #start(parameters) {
         this.range = rangeOf(parameters);
         this.#draw();
         await this.picker.load();
-        this.arrive(parameters);
+        await this.arrive(parameters);
     }
 
     /** @param {Record<string, string>} parameters */
     async arrive(parameters) {
-        const ids = (parameters.pens ?? "").split(",").filter(Boolean).map(decodeURIComponent).slice(0, mostPens);
+        const ids = idsOf(parameters.pens ?? "").slice(0, mostPens);
         this.range = rangeOf(parameters);
-        const kept = this.#pens.filter((pen) => ids.includes(pen.id));
-        this.#pens = kept;
-        for (const id of ids) if (!kept.some((pen) => pen.id === id)) this.#put(await this.picker.find(id));
+        this.pens.keep(ids);
+        for (const id of ids) this.pens.put(await this.picker.find(id));
         this.#changedPens();
-        this.#read();
-    }
-
-    /** @param {import("./pens.js").Pen} pen */
-    #put(pen) {
-        if (this.#pens.some(({ id }) => id === pen.id)) return;
-        const slot = [...Array(mostPens).keys()].find((free) => !this.#pens.some((other) => other.slot === free)) ?? 0;
-        this.#pens.push({ ...pen, slot, columns: [], progress: 0, problem: "" });
+        await this.#read();
     }
 
     #add(pen) {
-        this.#put(pen);
+        this.pens.put(pen);
         this.#changedPens();
         this.#read();
     }
 
     /** @param {string} id */
     #remove(id) {
-        this.#pens = this.#pens.filter((pen) => pen.id !== id);
+        this.pens.keep(this.#ids().filter((other) => other !== id));
         this.#changedPens();
     }
 
+    #ids() {
+        return this.pens.list.map((pen) => pen.id);
+    }
+
     #changedPens() {
-        this.picker.show(this.#pens.map((pen) => pen.id));
+        this.picker.show(this.#ids());
         // Commas and per cent signs are escaped once more: an id may contain a comma.
-        note({ pens: this.#pens.map((pen) => pen.id.replace(/[%,]/g, encodeURIComponent)).join(",") });
+        note({ pens: this.#ids().map((id) => id.replace(/[%,]/g, encodeURIComponent)).join(",") });
         this.#draw();
     }
 
-    /** A chosen range: the button "back", and that of the browser, return from it. */
-    #go(range) {
+    #remember() {
         this.#before = [...this.#before, this.range].slice(-remembered);
+    }
+
+    /** A chosen range: the button "undo zoom", and "back" of the browser, return from it. @param {import("./ranges.js").Range} range */
+    #go(range) {
+        this.#remember();
         this.range = range;
         note(parametersOf(range), { keep: true });
         this.#read();
@@ -129,15 +121,14 @@ class TrendsView {
         this.#draw();
     }
 
-    /** Dragged or wheeled: drawn at once from what there is, read again when it comes to rest. */
+    /** Dragged or wheeled: drawn at once from what there is, read again when it comes to rest. @param {number} from @param {number} to */
     #dragged(from, to) {
-        const range = fixed(from, to);
-        const [shownFrom, shownTo] = this.drawn ?? [0, 0];
+        const [shownFrom, shownTo] = this.#drawn;
         const tolerance = (shownTo - shownFrom) / 1e4;
         if (Math.abs(from - shownFrom) < tolerance && Math.abs(to - shownTo) < tolerance) return;
-        if (!this.isDragging) this.#before = [...this.#before, this.range].slice(-remembered);
-        this.isDragging = true;
-        this.range = range;
+        if (!this.#isDragging) this.#remember();
+        this.#isDragging = true;
+        this.range = fixed(from, to);
         this.readLater();
         this.#draw();
     }
@@ -145,81 +136,24 @@ class TrendsView {
     /** Reads the histories of all pens for the present range. */
     async #read() {
         this.readLater.cancel();
-        if (this.isDragging) note(parametersOf(this.range));
-        this.isDragging = false;
-        this.#request.abort();
-        this.#request = new AbortController();
-        const { signal } = this.#request;
-        const [from, to] = limitsOf(this.range);
-        const waiting = [...this.#pens];
-        for (const pen of waiting) pen.progress = 0;
+        if (this.#isDragging) note(parametersOf(this.range));
+        this.#isDragging = false;
         this.#tailAt = now();
-        const reader = async () => {
-            for (let pen = waiting.shift(); pen && !signal.aborted; pen = waiting.shift()) await this.#readPen(pen, from, to, signal);
-        };
-        await Promise.all(Array.from({ length: parallelReads }, reader));
-        if (!signal.aborted) announce(this.#pens.length ? t("trends.read") : "");
-    }
-
-    /** @param {ShownPen} pen @param {number} from @param {number} to @param {AbortSignal} signal */
-    async #readPen(pen, from, to, signal) {
-        const old = pen.columns;
-        /** @type {import("./history.js").Column[]} */
-        let fresh = [];
-        try {
-            const range = { node: pen.id, from, to, width: this.lanes.width() };
-            const { problem } = await readHistory(range, (columns, progress) => {
-                fresh = fresh.concat(columns);
-                pen.columns = patched(fresh, old);
-                pen.progress = progress;
-                this.#draw();
-            }, signal);
-            pen.columns = fresh;
-            pen.problem = problem;
-        } catch (error) {
-            if (isAborted(error)) return;
-            pen.problem = error.message;
-        }
-        pen.progress = 1;
-        this.#draw();
+        const hasRead = await this.pens.read(...limitsOf(this.range), this.lanes.width());
+        if (hasRead && this.pens.list.length) announce(t("trends.read"));
     }
 
     /** While the range ends now: moves it on, and reads what is new as often as a pixel takes. */
-    #tick() {
-        if (!("last" in this.range) || document.hidden || this.isDragging) return;
-        const pixelMs = (this.range.last * 1000) / this.lanes.width();
+    async #tick() {
+        if (!("last" in this.range) || document.hidden || this.#isDragging) return;
+        const width = this.lanes.width();
+        const pixelMs = (this.range.last * 1000) / width;
         if (pixelMs < 5000) this.#draw();
         if (now() - this.#tailAt < Math.max(1000, Math.min(pixelMs, 60_000)) || this.#isTailing) return;
         this.#tailAt = now();
-        this.#readTail();
-    }
-
-    async #readTail() {
         this.#isTailing = true;
-        const { signal } = this.#request;
-        const [from, to] = limitsOf(this.range);
-        const width = this.lanes.width();
-        try {
-            // Joined tails are finer than pixels; after a while everything is read again at their width.
-            if (this.#pens.some((pen) => pen.columns.length > 3 * width + 200)) await this.#read();
-            else for (const pen of this.#pens) if (pen.progress === 1) await this.#extend(pen, from, to, width, signal);
-        } catch (error) {
-            if (!isAborted(error)) setText(this.state, error.message);
-        }
+        await this.pens.extend(...limitsOf(this.range), width);
         this.#isTailing = false;
-        this.#draw();
-    }
-
-    /** Reads again from the last column, which was not complete yet. */
-    async #extend(pen, from, to, width, signal) {
-        const start = pen.columns.at(-1)?.[0] ?? from;
-        const share = (width * (to - start)) / (to - from);
-        /** @type {import("./history.js").Column[]} */
-        const fresh = [];
-        await readHistory({ node: pen.id, from: start, to, width: Math.max(1, Math.ceil(share)) }, (columns) => fresh.push(...columns), signal);
-        if (!fresh.length || pen.progress !== 1) return;
-        const margin = (to - from) / 10;
-        pen.columns = [...pen.columns.filter(([time]) => time < start && time > from - margin), ...fresh];
     }
 
     #draw() {
@@ -231,16 +165,16 @@ class TrendsView {
 
     #paint() {
         const [from, to] = limitsOf(this.range);
-        const hasPens = this.#pens.length > 0;
-        this.drawn = [from, to];
-        this.empty.hidden = hasPens;
-        this.charts.hidden = !hasPens;
+        const { list } = this.pens;
+        this.#drawn = [from, to];
+        this.empty.hidden = list.length > 0;
+        this.charts.hidden = list.length === 0;
         this.bar.show(this.range, this.#before.length > 0);
-        if (hasPens) this.lanes.draw(this.#pens, from, to);
-        this.legend.show(this.#pens, from, to);
-        const progress = hasPens ? this.#pens.reduce((sum, pen) => sum + pen.progress, 0) / this.#pens.length : 1;
+        if (list.length) this.lanes.draw(list, from, to);
+        this.legend.show(list, from, to);
+        const progress = this.pens.progress();
         this.progress.style.transform = `scaleX(${progress < 1 ? Math.max(0.02, progress) : 0})`;
-        const isEmpty = hasPens && this.#pens.every((pen) => pen.progress === 1 && !pen.columns.length && !pen.problem);
+        const isEmpty = list.length > 0 && list.every((pen) => pen.progress === 1 && !pen.columns.length && !pen.problem);
         setText(this.state, isEmpty ? t("trends.noValues") : "");
     }
 
@@ -249,12 +183,22 @@ class TrendsView {
         if (event.ctrlKey || event.altKey || event.metaKey || isTyping(event.target)) return;
         const moves = { ArrowLeft: { shift: -0.2 }, ArrowRight: { shift: 0.2 }, "+": { factor: 0.5 }, "=": { factor: 0.5 },
             "-": { factor: 2 }, "−": { factor: 2 } };
+        const [from, to] = this.#drawn;
         if (event.key in moves) this.#go(changed(this.range, moves[event.key]));
-        else if (event.key === "0") this.#go({ last: Math.max(60, Math.round((this.drawn[1] - this.drawn[0]) / 1000)) });
+        else if (event.key === "0") this.#go({ last: Math.max(60, Math.round((to - from) / 1000)) });
         else if (event.key === "Backspace") this.#back();
         else return;
         event.preventDefault();
         event.stopPropagation();
+    }
+}
+
+/** The pens of an address. @param {string} text */
+function idsOf(text) {
+    try {
+        return text.split(",").filter(Boolean).map(decodeURIComponent);
+    } catch {
+        return [];  // somebody else's per cent sign
     }
 }
 

@@ -1,7 +1,6 @@
 // The values: tree on the left, table on the right, details of the chosen row beside it.
 import { get, isAborted, Problem } from "./api.js";
-import { notice } from "./banner.js";
-import { announce, element, icon, iconButton, setText } from "./dom.js";
+import { announce, element, icon, iconButton, notice, setText } from "./dom.js";
 import { count } from "./format.js";
 import { t } from "./language.js";
 import { go, note } from "./router.js";
