@@ -6,10 +6,11 @@ import sys
 from collections.abc import Callable, Iterator
 
 import pytest
-from playwright.sync_api import Browser, Page, Playwright, sync_playwright
+from playwright.sync_api import Browser, Page, Playwright, expect, sync_playwright
 
 from stand_in import StandIn
 
+_DEADLINE_MS = 30_000  # of each expectation: machines may be busy
 LAPTOP, TELEPHONE = (1440, 900), (360, 740)
 
 
@@ -23,6 +24,7 @@ def chromium(playwright: Playwright) -> Browser:
 
 @pytest.fixture(scope="session")
 def browser() -> Iterator[Browser]:
+    expect.set_options(timeout=_DEADLINE_MS)
     with sync_playwright() as playwright:
         browser = chromium(playwright)
         yield browser
@@ -50,7 +52,7 @@ def open_page(browser: Browser, program: StandIn) -> Iterator[Callable[..., Page
             locale={"en": "en-GB", "ru": "ru-RU"}[language], color_scheme=scheme, reduced_motion=motion, timezone_id="Europe/Moscow",
             viewport={"width": size[0], "height": size[1]}, has_touch=size == TELEPHONE, is_mobile=size == TELEPHONE)
         contexts.append(context)
-        context.set_default_timeout(30_000)
+        context.set_default_timeout(_DEADLINE_MS)
         page = context.new_page()
         page.on("pageerror", lambda error: complaints.append(str(error)))
         page.on("console", lambda line: line.type == "error" and "ERR_" not in line.text and "status of 4" not in line.text

@@ -38,7 +38,7 @@ def test_a_value_follows_the_plant_and_turns_bad(program, open_page):
 def test_search_finds_as_one_types_and_the_address_keeps_it(program, open_page):
     page = open_page("#/values")
     expect(page.locator(".table")).to_have_attribute("aria-rowcount", "10001")
-    for typed, count, first in (("va_4999", 2, "VA_4999"), ("дымосос 17", 13, "VA_17"), ("no such thing", None, "")):
+    for typed, count, first in (("va_4999", 2, "VA_4999"), ("дымосос 17", 31, "VA_17"), ("no such thing", None, "")):
         page.get_by_role("searchbox").fill(typed)
         if count:
             expect(page.locator(".table")).to_have_attribute("aria-rowcount", str(count))
@@ -64,7 +64,7 @@ def test_ten_thousand_rows_scroll_and_only_those_on_screen_are_watched(program, 
 
 
 def test_a_trend_shows_what_the_archive_has_and_zooms(program, open_page):
-    end = int(time.time()) // 3600 * 3600 * 1000 - 7_200_000
+    end = int(time.time()) // 3600 * 3_600_000 - 5_400_000
     page = open_page(address("trends", pens=PEN, **{"from": end - 600_000, "to": end}))
     expect(page.locator(".legend tbody td").first).to_have_text(f"{archived(PEN, end):.7g}")
     plot = page.locator(".lane-chart canvas").last.bounding_box()

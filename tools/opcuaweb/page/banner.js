@@ -37,8 +37,8 @@ function connection() {
         return { kind: "lost", mark: t("link.programMark"), text, detail: t("link.programAdvice"), retry: true };
     }
     if (link && !link.connected) {
-        const detail = [said(link.problem), link.since ? t("link.since", { time: dateTime(link.since) }) : ""]
-            .filter(Boolean).join(" · ");
+        const parts = [said(link.problem), link.since ? t("link.since", { time: dateTime(link.since) }) : ""].filter(Boolean);
+        const detail = parts.length ? `(${parts.join(", ")}).` : "";
         return { kind: "lost", mark: t("link.serverMark"), text: t("link.serverLost"), detail, retry: false };
     }
     if (!link) return { kind: "waiting", mark: t("link.connecting"), text: "", detail: "", retry: false };

@@ -7,6 +7,8 @@ import { colour } from "./theme.js";
 
 /** @typedef {{columns: import("./history.js").Column[], slot: number, axis: "y1" | "y2"}} Curve slot: its colour, from 0 */
 
+const axisLabelWidth = 62;
+const axisTickSize = 3;
 const dashes = [null, null, null, null, [8, 3], [8, 3], [8, 3], [8, 3]];
 /** @type {Promise<any> | null} */
 let library = null;
@@ -16,7 +18,7 @@ export function loadLibrary() {
     library ??= new Promise((resolve, reject) => {
         const style = Object.assign(document.createElement("link"), { rel: "stylesheet", href: "/dygraph.css" });
         const script = Object.assign(document.createElement("script"), { src: "/dygraph.js" });
-        script.onload = () => resolve(/** @type {any} */ (window).Dygraph);
+        script.onload = () => resolve(withoutLegend(/** @type {any} */ (window).Dygraph));
         script.onerror = () => {
             library = null;
             reject(new Error("/dygraph.js"));
@@ -25,6 +27,12 @@ export function loadLibrary() {
         document.head.append(script);
     });
     return library;
+}
+
+/** Its legend measures itself with an inline style, which the page's policy forbids; the page has a legend of its own. */
+function withoutLegend(Dygraph) {
+    Dygraph.PLUGINS = Dygraph.PLUGINS.filter((plugin) => plugin !== Dygraph.Plugins.Legend);
+    return Dygraph;
 }
 
 export class Chart {
@@ -57,15 +65,19 @@ export class Chart {
         this.place.replaceChildren();
     }
 
-    /** Pixels across the plot; the page's width until there is one. */
+    /** Pixels across the plot, 0 until it is drawn. */
     width() {
-        return this.#graph?.getArea().w || this.place.clientWidth - 120;
+        return this.#graph?.getArea().w ?? 0;
     }
 
-    /** @param {Curve[]} curves @param {number} from @param {number} to ms since 1970 */
-    draw(curves, from, to) {
+    /**
+     * @param {Curve[]} curves @param {number} from @param {number} to ms since 1970
+     * @param {boolean} keepsRight leaves room for an axis on the right even without one, so that charts line up
+     */
+    draw(curves, from, to, keepsRight) {
         this.#curves = curves;
-        const kind = curves.map((curve) => `${curve.slot}${curve.axis}`).join() + document.documentElement.lang;
+        this.keepsRight = keepsRight;
+        const kind = curves.map((curve) => `${curve.slot}${curve.axis}`).join() + document.documentElement.lang + keepsRight;
         const rows = merged(curves.map((curve) => curve.columns));
         const file = rows.length ? rows : [[from, ...curves.map(() => null)]];
         this.#isDrawing = true;
@@ -98,15 +110,15 @@ export class Chart {
             strokePattern: dashes[curve.slot], strokeWidth: 1.7,
         }]));
         const hasRight = this.#curves.some((curve) => curve.axis === "y2");
-        const side = { axisLabelFormatter: (/** @type {number} */ value) => number(value), axisLabelWidth: 62 };
+        const side = { axisLabelFormatter: (/** @type {number} */ value) => number(value), axisLabelWidth, axisTickSize, pixelsPerLabel: 22 };
         this.#graph = new this.Dygraph(this.plot, file, {
             labels, series, dateWindow: [from, to], customBars: true, connectSeparatedPoints: true, fillAlpha: 0.28,
-            legend: "never", animatedZooms: false, labelsUTC: false, xRangePad: 0, yRangePad: 12, highlightCircleSize: 3,
+            animatedZooms: false, labelsUTC: false, xRangePad: 0, yRangePad: 12, rightGap: this.keepsRight && !hasRight ? axisLabelWidth + 2 * axisTickSize : 8, highlightCircleSize: 3,
             axisLineColor: colour("--control-line"), gridLineColor: colour("--line"), axisLabelFontSize: 13,
             interactionModel: this.#interaction(),
             axes: {
                 x: { ticker: this.Dygraph.dateTicker, axisLabelFormatter: axisTime, axisLabelWidth: 74, pixelsPerLabel: 92 },
-                y: { ...side, pixelsPerLabel: 34 }, y2: { ...side, independentTicks: true, drawGrid: false, drawAxis: hasRight },
+                y: side, y2: { ...side, independentTicks: true, drawGrid: false, drawAxis: hasRight },
             },
             underlayCallback: (context, area, graph) => this.#underlay(context, area, graph),
             drawCallback: (graph, isFirst) => isFirst || this.#isDrawing || this.events.onRange(...graph.xAxisRange()),

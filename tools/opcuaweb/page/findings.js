@@ -16,7 +16,7 @@ export function findingLines({ lines, findings }) {
     /** @type {Map<number, Finding[]>} */
     const byLine = new Map();
     for (const finding of findings) byLine.set(finding.line, [...(byLine.get(finding.line) ?? []), finding]);
-    return element("div", { class: "code", tabIndex: 0, role: "region", "aria-label": t("configuration.file") },
+    return element("div", { class: "listing", tabIndex: 0, role: "region", "aria-label": t("configuration.file") },
         ...(byLine.get(0) ?? []).map(remark),
         ...lines.flatMap((text, i) => [codeLine(text, i + 1, byLine.get(i + 1) ?? []), ...(byLine.get(i + 1) ?? []).map(remark)]));
 }

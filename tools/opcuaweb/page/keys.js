@@ -8,9 +8,9 @@ import { remember, remembered } from "./settings.js";
 const documented = [
     ["keys.everywhere", [["1 … 5", "keys.views"], ["/", "keys.search"], ["?", "keys.help"], ["Esc", "keys.escape"]]],
     ["keys.tree", [["↑ ↓", "keys.treeMove"], ["→ ←", "keys.treeOpen"], ["Enter", "keys.treeSelect"]]],
-    ["keys.table", [["↑ ↓ PgUp PgDn Home End", "keys.rowMove"], ["Enter", "keys.rowDetails"], ["T", "keys.rowTrend"],
+    ["keys.table", [["↑ ↓", "keys.rowMove"], ["PgUp PgDn", "keys.pageMove"], ["Home End", "keys.endMove"], ["Enter", "keys.rowDetails"], ["T", "keys.rowTrend"],
         ["W", "keys.rowWrite"]]],
-    ["keys.chart", [["← →", "keys.pan"], ["+ −", "keys.zoom"], ["0", "keys.live"], ["Shift", "keys.shiftDrag"]]],
+    ["keys.chart", [["← →", "keys.pan"], ["+ −", "keys.zoom"], ["0", "keys.live"]]],
     ["keys.editor", [["Ctrl+Enter", "keys.check"]]],
 ];
 
@@ -60,7 +60,7 @@ function showHelp() {
     dialog.replaceChildren(
         element("h2", { id: "help-title" }, t("keys.title")),
         element("div", { class: "key-groups" }, ...documented.map(([title, rows]) => keyGroup(title, rows))),
-        element("label", { class: "check" }, box, element("span", {}, t("keys.single"))),
+        element("p", { class: "muted" }, t("keys.mouse")), element("label", { class: "check" }, box, element("span", {}, t("keys.single"))),
         element("div", { class: "dialog-buttons" }, close));
     dialog.showModal();
     close.focus();

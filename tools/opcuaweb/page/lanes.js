@@ -5,6 +5,10 @@ import { element, notice, setText } from "./dom.js";
 import { t } from "./language.js";
 import { onTheme } from "./theme.js";
 
+/** Axis and margins, px. */
+const besideChart = 110;
+const narrowest = 200;
+
 /**
  * @typedef {{units: string[], pens: import("./shown_pens.js").ShownPen[]}} Lane one or two units
  */
@@ -36,8 +40,10 @@ export class Lanes {
         this.#lanes = [];
     }
 
+    /** Pixels across the charts; an estimate until they are drawn. */
     width() {
-        return Math.max(200, Math.round(this.#lanes[0]?.chart.width() ?? this.root.clientWidth - 140));
+        const estimate = (this.root.closest("section")?.clientWidth ?? innerWidth) - besideChart;
+        return Math.max(narrowest, Math.round(this.#lanes[0]?.chart.width() || estimate));
     }
 
     /** @param {import("./shown_pens.js").ShownPen[]} pens @param {number} from @param {number} to ms since 1970 */
@@ -51,11 +57,12 @@ export class Lanes {
             lane.root.remove();
         }
         while (this.#lanes.length < wanted.length) this.#lanes.push(this.#make());
+        const hasRight = wanted.some((lane) => lane.units.length > 1);
         wanted.forEach((lane, i) => {
             const { chart, left, right } = this.#lanes[i];
             setText(left, lane.units[0] || t("trends.noUnit"));
             setText(right, lane.units.length > 1 ? lane.units[1] || t("trends.noUnit") : "");
-            chart.draw(lane.pens.map((pen) => ({ columns: pen.columns, slot: pen.slot, axis: pen.unit === lane.units[0] ? "y1" : "y2" })), from, to);
+            chart.draw(lane.pens.map((pen) => ({ columns: pen.columns, slot: pen.slot, axis: pen.unit === lane.units[0] ? "y1" : "y2" })), from, to, hasRight);
         });
     }
 

@@ -93,7 +93,7 @@ function paintHealth(page) {
     setText(page.state, isFrozen() ? t("overview.unreachable") : stateText(overview.server, condition));
     const start = overview.server?.startTime;
     setText(page.since, start ? t("overview.since", { time: dateTime(start), span: longSpan(now() - start) }) : "");
-    setText(page.newest, age(overview.newest));
+    setText(page.newest, overview.newest ? t("overview.ago", { span: age(overview.newest) }) : missing);
 }
 
 /** Service level 255 is full service; the controller's server falls to 1 when its database has ended. @param {any} server */

@@ -31,7 +31,14 @@ export class Tree {
         const top = this.#item(source.top, 1);
         this.root.append(top);
         this.#makeTabStop(top);
-        this.#open(top, false);
+        this.#openOnly(top);
+    }
+
+    /** Opens an item, and then what is alone in it. @param {HTMLElement} item */
+    async #openOnly(item) {
+        await this.#open(item, false);
+        const inner = /** @type {NodeListOf<HTMLElement>} */ (item.querySelectorAll(':scope > [role="group"] > [role="treeitem"]'));
+        if (inner.length === 1 && inner[0].getAttribute("aria-expanded") === "false") await this.#openOnly(inner[0]);
     }
 
     leave() {

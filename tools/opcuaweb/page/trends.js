@@ -19,6 +19,7 @@ class TrendsView {
     #drawing = 0;
     #tailAt = 0;
     #isTailing = false;
+    #readWidth = 0;
     #isDragging = false;
     /** @type {[from: number, to: number]} the range on screen, ms since 1970 */
     #drawn = [0, 0];
@@ -139,14 +140,17 @@ class TrendsView {
         if (this.#isDragging) note(parametersOf(this.range));
         this.#isDragging = false;
         this.#tailAt = now();
-        const hasRead = await this.pens.read(...limitsOf(this.range), this.lanes.width());
+        this.#readWidth = this.lanes.width();
+        const hasRead = await this.pens.read(...limitsOf(this.range), this.#readWidth);
         if (hasRead && this.pens.list.length) announce(t("trends.read"));
     }
 
     /** While the range ends now: moves it on, and reads what is new as often as a pixel takes. */
     async #tick() {
-        if (!("last" in this.range) || document.hidden || this.#isDragging) return;
+        if (document.hidden || this.#isDragging) return;
         const width = this.lanes.width();
+        if (this.pens.list.length && Math.abs(width - this.#readWidth) > this.#readWidth / 5) this.#read();  // the window was resized
+        if (!("last" in this.range)) return;
         const pixelMs = (this.range.last * 1000) / width;
         if (pixelMs < 5000) this.#draw();
         if (now() - this.#tailAt < Math.max(1000, Math.min(pixelMs, 60_000)) || this.#isTailing) return;

@@ -111,9 +111,10 @@ function closeButton(dialog, text) {
     return element("button", { type: "button", class: "button", on: { click: () => dialog.close() } }, text);
 }
 
-/** @param {Row} row */
+/** By its value, or by its type while no value has come. @param {Row} row */
 function isNumber(row) {
-    return typeof valueOf(row.id)?.value === "number";
+    const value = valueOf(row.id)?.value;
+    return typeof value === "number" || (value === undefined && /^(S?Byte|U?Int\d+|Float|Double)$/.test(row.type));
 }
 
 /** The decimal comma of a Russian keyboard is a point for the program. @param {Row} row @param {string} text */
