@@ -7,8 +7,11 @@ import { colour } from "./theme.js";
 
 /** @typedef {{columns: import("./history.js").Column[], slot: number, axis: "y1" | "y2"}} Curve slot: its colour, from 0 */
 
-const axisLabelWidth = 62;
+const wideLabels = 62;
+const narrowLabels = 38;
+const narrowChart = 500;
 const axisTickSize = 3;
+const rightGap = 8;
 const dashes = [null, null, null, null, [8, 3], [8, 3], [8, 3], [8, 3]];
 /** @type {Promise<any> | null} */
 let library = null;
@@ -109,11 +112,12 @@ export class Chart {
             axis: curve.axis === "y2" ? "y2" : "y", color: colour(`--pen-${curve.slot + 1}`),
             strokePattern: dashes[curve.slot], strokeWidth: 1.7,
         }]));
+        const axisLabelWidth = this.place.clientWidth < narrowChart ? narrowLabels : wideLabels;
         const hasRight = this.#curves.some((curve) => curve.axis === "y2");
         const side = { axisLabelFormatter: (/** @type {number} */ value) => number(value), axisLabelWidth, axisTickSize, pixelsPerLabel: 22 };
         this.#graph = new this.Dygraph(this.plot, file, {
             labels, series, dateWindow: [from, to], customBars: true, connectSeparatedPoints: true, fillAlpha: 0.28,
-            animatedZooms: false, labelsUTC: false, xRangePad: 0, yRangePad: 12, rightGap: this.keepsRight && !hasRight ? axisLabelWidth + 2 * axisTickSize : 8, highlightCircleSize: 3,
+            animatedZooms: false, labelsUTC: false, xRangePad: 0, yRangePad: 12, rightGap: rightGap + (this.keepsRight && !hasRight ? axisLabelWidth + 2 * axisTickSize : 0), highlightCircleSize: 3,
             axisLineColor: colour("--control-line"), gridLineColor: colour("--line"), axisLabelFontSize: 13,
             interactionModel: this.#interaction(),
             axes: {

@@ -100,6 +100,7 @@ class ConfigurationView {
             button.tabIndex = isChosen ? 0 : -1;
         });
         this.body.setAttribute("aria-labelledby", `tab-${this.tab}`);
+        this.body.parentElement.parentElement.dataset.tab = this.tab;
         const isEditing = this.tab === "edit";
         this.tools.hidden = !isEditing;
         const shown = (isEditing || this.tab === "tree") && this.#edited && draft !== null ? this.#edited : this.#file;

@@ -4,7 +4,7 @@ import { announce, debounced, element, iconButton, notice, setText } from "./dom
 import { count, exactTime, fromInputTime } from "./format.js";
 import { said, t } from "./language.js";
 import { note } from "./router.js";
-import { dateField } from "./ranges.js";
+import { dateField, unfolds } from "./ranges.js";
 import { searchBox } from "./search.js";
 import { on, store } from "./store.js";
 
@@ -36,9 +36,11 @@ class JournalView {
         this.table = element("div", { class: "scroll live", tabIndex: 0, role: "region", "aria-label": t("journal.label") },
             element("table", { class: "journal" }, element("thead", {}, element("tr", {},
                 ...["time", "code", "variable", "text"].map((name) => element("th", { scope: "col" }, t(`journal.${name}`))))), this.body));
+        const fields = [element("label", { class: "field codes" }, element("span", {}, t("journal.codes")), this.codes), this.from.root,
+            this.to.root, iconButton("close", t("journal.reset"), () => this.#reset())];
+        for (const field of fields) field.classList.add("folded");
         root.append(element("section", { class: "panel journal-panel", "aria-label": t("nav.journal") },
-            element("header", {}, this.search.root, element("label", { class: "field codes" }, element("span", {}, t("journal.codes")), this.codes),
-                this.from.root, this.to.root, iconButton("close", t("journal.reset"), () => this.#reset(), { class: "reset" })),
+            element("header", {}, this.search.root, unfolds("journal.filter", ...fields), ...fields),
             this.count, this.message, this.table));
         const filter = debounced(300, () => this.#filter());
         for (const input of [this.codes, this.from.input, this.to.input]) input.addEventListener("input", filter);

@@ -55,7 +55,7 @@ export class RangeBar {
         this.back = iconButton("left", t("range.back"), onBack);
         this.live = iconButton("live", t("range.live"), () => onRange({ last: this.#lastSeconds() }));
         const step = (symbol, key, how) => iconButton(symbol, t(key), () => onRange(changed(this.range, how)), { quiet: true });
-        const form = element("form", { class: "range-form" }, this.from.root, this.to.root,
+        const form = element("form", { class: "range-form folded" }, this.from.root, this.to.root,
             element("button", { class: "button" }, t("range.show")));
         form.addEventListener("submit", (event) => {
             event.preventDefault();
@@ -66,7 +66,7 @@ export class RangeBar {
             element("div", { class: "segments", role: "group", "aria-label": t("range.move") },
                 step("left", "range.earlier", { shift: -0.5 }), step("right", "range.later", { shift: 0.5 }),
                 step("minus", "range.out", { factor: 2 }), step("plus", "range.in", { factor: 0.5 })),
-            this.live, this.back, form);
+            this.live, this.back, unfolds("range.fields", form), form);
     }
 
     /** @param {Range} range @param {boolean} canGoBack */
@@ -98,6 +98,17 @@ export class RangeBar {
         this.to.input.setAttribute("aria-invalid", String(isWrong));
         if (!isWrong) onRange({ from, to });
     }
+}
+
+/** A button for narrow screens that opens fields. @param {string} key @param {...HTMLElement} fields */
+export function unfolds(key, ...fields) {
+    const button = iconButton("filter", t(key), () => {
+        const isOpen = button.getAttribute("aria-expanded") === "false";
+        button.setAttribute("aria-expanded", String(isOpen));
+        for (const field of fields) field.classList.toggle("is-open", isOpen);
+    }, { class: "only-small" });
+    button.setAttribute("aria-expanded", "false");
+    return button;
 }
 
 /** A time of the browser's zone, to the second. @param {string} key */

@@ -18,6 +18,7 @@ export const texts = {
     "nav.trends": { ru: "Тренды", en: "Trends" },
     "nav.journal": { ru: "Журнал", en: "Journal" },
     "nav.configuration": { ru: "Конфигурация", en: "Configuration" },
+    "nav.short": { ru: "Конфиг.", en: "Config." },
 
     "link.label": { ru: "Связь", en: "Connection" },
     "link.connecting": { ru: "Подключение…", en: "Connecting…" },
@@ -176,6 +177,7 @@ export const texts = {
     "range.back": { ru: "Вернуть", en: "Undo zoom" },
     "range.from": { ru: "С", en: "From" },
     "range.to": { ru: "По", en: "To" },
+    "range.fields": { ru: "Период", en: "Range" },
     "range.show": { ru: "Показать", en: "Show" },
     "legend.pen": { ru: "Перо", en: "Pen" },
     "legend.last": { ru: "Последнее", en: "Last" },
@@ -189,6 +191,7 @@ export const texts = {
 
     "journal.label": { ru: "Сообщения журнала", en: "Journal messages" },
     "journal.search": { ru: "Поиск в тексте", en: "Search the texts" },
+    "journal.filter": { ru: "Отбор", en: "Filter" },
     "journal.codes": { ru: "Коды", en: "Codes" },
     "journal.wrongCodes": {
         ru: "Коды — числа и промежутки через запятую: 18094, 17900-17999", en: "Codes are numbers and ranges: 18094, 17900-17999" },
