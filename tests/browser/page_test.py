@@ -51,6 +51,8 @@ def test_search_finds_as_one_types_and_the_address_keeps_it(program, open_page):
     expect(page.locator(".table-body .row")).to_have_count(1)
     page.get_by_role("searchbox").press("Escape")
     expect(page.locator(".table")).to_have_attribute("aria-rowcount", "10001")
+    page.get_by_label("Item", exact=True).select_option("Задание")
+    expect(page.locator(".table")).to_have_attribute("aria-rowcount", "201")
 
 
 def test_ten_thousand_rows_scroll_and_only_those_on_screen_are_watched(program, open_page):
@@ -78,6 +80,8 @@ def test_a_trend_shows_what_the_archive_has_and_zooms(program, open_page):
     values = [archived(PEN, at) for at in range(-(-start // 1000) * 1000, stop + 1, 1000)]
     for cell, value in ((2, min(values)), (3, max(values))):
         expect(page.locator(f".legend tbody td:nth-of-type({cell})")).to_have_text(f"{value:.7g}")
+    page.get_by_role("button", name="Own axis").click()
+    expect(page.locator(".lane-units span").first).to_have_text("R1_P1.VA_7, °C")
     page.get_by_role("button", name="Undo zoom").click()
     expect(page).to_have_url(re.compile(f"to={end}"))
 

@@ -1,5 +1,5 @@
-// The charts of a trend, one above the other over the same time. Each has a unit on its left and one on its right, so that any
-// number of units has axes of their own.
+// The charts of a trend, one above the other over the same time. Each has an axis on its left and one on its right. Pens of the
+// same unit share an axis, unless a pen was given its own.
 import { Chart, loadLibrary } from "./chart.js";
 import { element, notice, setText } from "./dom.js";
 import { t } from "./language.js";
@@ -10,7 +10,7 @@ const besideChart = 110;
 const narrowest = 200;
 
 /**
- * @typedef {{units: string[], pens: import("./shown_pens.js").ShownPen[]}} Lane one or two units
+ * @typedef {{axes: string[], pens: import("./shown_pens.js").ShownPen[]}} Lane one or two axes
  */
 
 export class Lanes {
@@ -57,12 +57,12 @@ export class Lanes {
             lane.root.remove();
         }
         while (this.#lanes.length < wanted.length) this.#lanes.push(this.#make());
-        const hasRight = wanted.some((lane) => lane.units.length > 1);
+        const hasRight = wanted.some((lane) => lane.axes.length > 1);
         wanted.forEach((lane, i) => {
             const { chart, left, right } = this.#lanes[i];
-            setText(left, lane.units[0] || t("trends.noUnit"));
-            setText(right, lane.units.length > 1 ? lane.units[1] || t("trends.noUnit") : "");
-            chart.draw(lane.pens.map((pen) => ({ columns: pen.columns, slot: pen.slot, axis: pen.unit === lane.units[0] ? "y1" : "y2" })), from, to, hasRight);
+            setText(left, titleOf(lane, 0));
+            setText(right, titleOf(lane, 1));
+            chart.draw(lane.pens.map((pen) => ({ columns: pen.columns, slot: pen.slot, axis: axisOf(pen) === lane.axes[0] ? "y1" : "y2" })), from, to, hasRight);
         });
     }
 
@@ -80,11 +80,24 @@ export class Lanes {
     }
 }
 
-/** Two units share a chart. @param {import("./shown_pens.js").ShownPen[]} pens @returns {Lane[]} */
+/** What pens of one axis have in common. @param {import("./shown_pens.js").ShownPen} pen */
+function axisOf(pen) {
+    return pen.hasOwnAxis ? `pen ${pen.id}` : `unit ${pen.unit}`;
+}
+
+/** Two axes share a chart. @param {import("./shown_pens.js").ShownPen[]} pens @returns {Lane[]} */
 function lanesOf(pens) {
-    const units = [...new Set(pens.map((pen) => pen.unit))];
-    return Array.from({ length: Math.ceil(units.length / 2) }, (_, i) => {
-        const own = units.slice(2 * i, 2 * i + 2);
-        return { units: own, pens: pens.filter((pen) => own.includes(pen.unit)) };
+    const axes = [...new Set(pens.map(axisOf))];
+    return Array.from({ length: Math.ceil(axes.length / 2) }, (_, i) => {
+        const own = axes.slice(2 * i, 2 * i + 2);
+        return { axes: own, pens: pens.filter((pen) => own.includes(axisOf(pen))) };
     });
+}
+
+/** Whose axis it is: the pen's, or all pens' of the unit. @param {Lane} lane @param {number} side */
+function titleOf(lane, side) {
+    const pens = lane.pens.filter((pen) => axisOf(pen) === lane.axes[side]);
+    if (!pens.length) return "";
+    const unit = pens[0].unit || t("trends.noUnit");
+    return pens[0].hasOwnAxis ? [pens[0].name || pens[0].id, pens[0].unit].filter(Boolean).join(", ") : unit;
 }

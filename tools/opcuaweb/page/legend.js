@@ -14,9 +14,9 @@ export class Legend {
     /** @type {Map<string, Record<string, any>>} */
     #lines = new Map();
 
-    /** @param {(id: string) => void} onRemove */
-    constructor(onRemove) {
-        this.onRemove = onRemove;
+    /** @param {{onRemove: (id: string) => void, onAxis: (id: string) => void}} events onAxis: with the others of its unit, or not */
+    constructor(events) {
+        this.events = events;
         this.when = element("th", { scope: "col", class: "right" });
         const column = (key, kind = "") => element("th", { scope: "col", class: kind }, t(key));
         this.body = element("tbody", {});
@@ -57,6 +57,7 @@ export class Legend {
             setText(line.min, range ? number(range.min) : missing);
             setText(line.max, range ? number(range.max) : missing);
             setText(line.problem, pen.problem);
+            line.axis.setAttribute("aria-pressed", String(pen.hasOwnAxis));
             if (line.csv.dataset.range !== `${from}-${to}`) {
                 line.csv.dataset.range = `${from}-${to}`;
                 line.csv.href = csvAddress({ node: pen.id, from, to });
@@ -73,10 +74,12 @@ export class Legend {
         const problem = element("span", { class: "error-text" });
         const csv = /** @type {HTMLAnchorElement} */ (element("a", { class: "button plain", download: `${name}.csv`, title: t("legend.csv"),
             "aria-label": t("legend.csvOf", { name }) }, icon("download"), element("span", { class: "hide-small" }, "CSV")));
+        const axis = iconButton("axis", t("legend.ownAxis", { name }), () => this.events.onAxis(pen.id), { quiet: true, class: "plain" });
         const swatch = element("span", { class: `swatch pen-${pen.slot + 1}`, "aria-hidden": "true" });
         const root = element("tr", {}, element("th", { scope: "row" }, swatch, element("span", { class: "pen-name" }, name), problem),
             value, min, max, element("td", { class: "muted" }, pen.unit),
-            element("td", { class: "right" }, csv, iconButton("close", t("legend.remove", { name }), () => this.onRemove(pen.id), { quiet: true, class: "plain" })));
-        return { root, value, min, max, problem, csv };
+            element("td", { class: "right" }, axis, csv,
+                iconButton("close", t("legend.remove", { name }), () => this.events.onRemove(pen.id), { quiet: true, class: "plain" })));
+        return { root, value, min, max, problem, csv, axis };
     }
 }

@@ -154,7 +154,7 @@ function paintFindings(page) {
         : [errors ? t("configuration.errors", { n: errors }) : "", warnings ? t("configuration.warnings", { n: warnings }) : ""]
             .filter(Boolean).join(", ");
     if (page.findings.textContent === text) return;
-    page.findings.replaceChildren(element("span", { class: `quality is-${condition}` }, icon(condition), text));
+    page.findings.replaceChildren(element("span", { class: `quality is-${condition}` }, icon(condition === "good" ? "check" : condition), text));
 }
 
 function paintConnection(page) {

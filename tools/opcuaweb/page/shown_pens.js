@@ -8,8 +8,8 @@ import { patched } from "./series.js";
 const parallelReads = 2;
 
 /**
- * @typedef {import("./pens.js").Pen & {slot: number, columns: import("./history.js").Column[], progress: number, problem: string}}
- *   ShownPen slot: its colour, from 0; progress: 0 to 1, then its history has been read
+ * @typedef {import("./pens.js").Pen & {slot: number, columns: import("./history.js").Column[], progress: number, problem: string,
+ *   hasOwnAxis: boolean}} ShownPen slot: its colour, from 0; progress: 0 to 1, then its history has been read
  */
 
 export class ShownPens {
@@ -30,7 +30,7 @@ export class ShownPens {
     put(pen) {
         if (this.list.some(({ id }) => id === pen.id)) return;
         const slot = [...Array(mostPens).keys()].find((free) => !this.list.some((other) => other.slot === free)) ?? 0;
-        this.list.push({ ...pen, slot, columns: [], progress: 0, problem: "" });
+        this.list.push({ ...pen, slot, columns: [], progress: 0, problem: "", hasOwnAxis: false });
     }
 
     /** @param {string[]} ids the others are removed */

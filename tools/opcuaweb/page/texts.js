@@ -87,6 +87,10 @@ export const texts = {
     "table.noneLikeThis": { ru: "Таких переменных сейчас нет", en: "There are no such variables now" },
     "table.only": { ru: "Требуют внимания", en: "In need of attention" },
     "table.all": { ru: "Показать все", en: "Show all" },
+    "table.noAttention": {
+        ru: "Эта версия opcuaweb такого списка не составляет", en: "This version of opcuaweb does not make this list" },
+    "table.item": { ru: "Параметр", en: "Item" },
+    "table.allItems": { ru: "Все параметры", en: "All items" },
     "table.incomplete": { ru: "показаны не все: выберите папку или ищите", en: "not all are shown: choose a folder or search" },
     "table.rows": {
         ru: { one: "{count} переменная", few: "{count} переменные", many: "{count} переменных", other: "{count} переменной" },
@@ -140,8 +144,8 @@ export const texts = {
         ru: "Текущее значение недостоверно или устарело.", en: "The present value is not reliable or is old." },
     "write.taken": { ru: "Записано и прочитано обратно.", en: "Written and read back." },
     "write.notTaken": {
-        ru: "Сервер принял запись, но при обратном чтении значение другое.",
-        en: "The server accepted the write, but a different value was read back." },
+        ru: "Сервер принял запись, но прочитанное обратно значение пока другое.",
+        en: "The server accepted the write, but the value that was read back still differs." },
     "write.refused": { ru: "Сервер отказал: {status}.", en: "The server refused: {status}." },
 
     "pens.title": { ru: "Перья", en: "Pens" },
@@ -187,6 +191,7 @@ export const texts = {
     "legend.actions": { ru: "Действия", en: "Actions" },
     "legend.csv": { ru: "Скачать все значения (CSV)", en: "Download all values (CSV)" },
     "legend.csvOf": { ru: "Скачать значения {name} (CSV)", en: "Download the values of {name} (CSV)" },
+    "legend.ownAxis": { ru: "Своя ось для {name}", en: "Own axis for {name}" },
     "legend.remove": { ru: "Убрать {name}", en: "Remove {name}" },
 
     "journal.label": { ru: "Сообщения журнала", en: "Journal messages" },

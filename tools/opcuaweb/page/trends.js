@@ -33,7 +33,7 @@ class TrendsView {
             onRange: (from, to) => this.#dragged(from, to), onBack: () => this.#back(),
             onPointer: (time) => this.legend.point(time),
         });
-        this.legend = new Legend((id) => this.#remove(id));
+        this.legend = new Legend({ onRemove: (id) => this.#remove(id), onAxis: (id) => this.#changeAxis(id) });
         this.progress = element("span", {});
         this.state = element("p", { class: "muted small trend-state" });
         this.empty = element("div", {}, notice(t("trends.empty"), "trends", t("trends.emptyAdvice")));
@@ -73,6 +73,8 @@ class TrendsView {
         this.range = rangeOf(parameters);
         this.pens.keep(ids);
         for (const id of ids) this.pens.put(await this.picker.find(id));
+        const own = idsOf(parameters.own ?? "");
+        for (const pen of this.pens.list) pen.hasOwnAxis = own.includes(pen.id);
         this.#changedPens();
         await this.#read();
     }
@@ -89,6 +91,12 @@ class TrendsView {
         this.#changedPens();
     }
 
+    /** @param {string} id */
+    #changeAxis(id) {
+        for (const pen of this.pens.list) if (pen.id === id) pen.hasOwnAxis = !pen.hasOwnAxis;
+        this.#changedPens();
+    }
+
     #ids() {
         return this.pens.list.map((pen) => pen.id);
     }
@@ -96,7 +104,9 @@ class TrendsView {
     #changedPens() {
         this.picker.show(this.#ids());
         // Commas and per cent signs are escaped once more: an id may contain a comma.
-        note({ pens: this.#ids().map((id) => id.replace(/[%,]/g, encodeURIComponent)).join(",") });
+        const escaped = (/** @type {import("./shown_pens.js").ShownPen[]} */ pens) =>
+            pens.map((pen) => pen.id.replace(/[%,]/g, encodeURIComponent)).join(",");
+        note({ pens: escaped(this.pens.list), own: escaped(this.pens.list.filter((pen) => pen.hasOwnAxis)) });
         this.#draw();
     }
 

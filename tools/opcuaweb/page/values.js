@@ -19,7 +19,10 @@ const rowKinds = ["tag", "variable", "pen"];
 /** What one search may show; more hits than this call for more letters. */
 const mostHits = 1000;
 
-/** @typedef {{node: string, q: string, only: string, sel: string}} Wanted */
+/** So many kinds of items, the most frequent ones, are offered as a choice. */
+const mostItems = 60;
+
+/** @typedef {{node: string, q: string, only: string, item: string, sel: string}} Wanted */
 
 class ValuesView {
     /** @type {AbortController} */
@@ -44,13 +47,15 @@ class ValuesView {
         this.title = element("h2", { class: "table-title" });
         this.count = element("span", { class: "muted" });
         this.only = element("span", { class: "chips" });
+        this.items = /** @type {HTMLSelectElement} */ (element("select", { class: "items", "aria-label": t("table.item"), hidden: true,
+            on: { change: () => this.#chooseItem() } }));
         this.message = element("div", { class: "table-message", hidden: true });
         this.treePanel = element("aside", { class: "panel tree-panel", "aria-label": t("tree.label") },
             element("header", {}, element("h2", { class: "grow" }, t("tree.title")),
                 iconButton("close", t("tree.hide"), () => this.#showTree(false), { quiet: true, class: "plain tree-close" })), this.tree.root);
         this.treeButton = iconButton("folder", t("tree.title"), () => this.#showTree(true), { class: "tree-button" });
         root.append(this.treePanel, element("section", { class: "panel table-panel", "aria-label": t("table.label") },
-            element("header", {}, this.treeButton, this.search.root,
+            element("header", {}, this.treeButton, this.search.root, this.items,
                 element("div", { class: "table-heading" }, this.title, this.count, this.only)),
             this.message, this.table.root), this.details.root);
         // After the connection was lost, what could not be loaded is loaded again.
@@ -72,11 +77,12 @@ class ValuesView {
     /** @param {Record<string, string>} parameters */
     arrive(parameters) {
         /** @type {Wanted} */
-        this.wanted = { node: topNode, q: "", only: "", sel: "", ...parameters };
+        this.wanted = { node: topNode, q: "", only: "", item: "", sel: "", ...parameters };
         this.search.show(this.wanted.q);
         this.tree.select(this.wanted.node);
         const { node, q, only, sel } = this.wanted;
         if (JSON.stringify([node, q, only]) !== this.#shown) this.#load();
+        else if (this.wanted.item !== this.items.value) this.#showRows();
         else if (sel !== (this.details.row?.id ?? "")) this.#restore();
     }
 
@@ -91,13 +97,13 @@ class ValuesView {
     #chooseNode(id) {
         this.treePanel.classList.remove("is-open");
         note({ node: id === topNode ? null : id, q: null, only: null, sel: null }, { keep: true });
-        this.arrive(id === topNode ? {} : { node: id });
+        this.arrive({ node: id, item: this.wanted.item });
     }
 
     /** @param {string} q */
     #search(q) {
         note({ q, only: null, sel: null });
-        this.arrive({ ...(this.wanted.node === topNode ? {} : { node: this.wanted.node }), q });
+        this.arrive({ node: this.wanted.node, item: this.wanted.item, q });
     }
 
     async #load() {
@@ -117,7 +123,8 @@ class ValuesView {
         } catch (error) {
             if (isAborted(error)) return;
             this.#hasFailed = true;
-            this.#show([], true, error instanceof Problem ? error.message : String(error));
+            const isUnknown = error instanceof Problem && error.code === "unknown-path";
+            this.#show([], true, isUnknown ? t("table.noAttention") : error.message);
         }
     }
 
@@ -131,7 +138,6 @@ class ValuesView {
     #show(rows, isComplete, problem) {
         this.#rows = rows;
         this.table.root.removeAttribute("aria-busy");
-        this.table.show(rows);
         this.#heading();
         const { q, only } = this.wanted;
         const text = problem ?? (q ? t("search.none", { text: q }) : only ? t("table.noneLikeThis") : t("table.none"));
@@ -140,8 +146,36 @@ class ValuesView {
         if (!rows.length) this.message.replaceChildren(notice(text, problem ? "bad" : "search", q && !isComplete ? t("search.building") : ""));
         const some = isComplete ? "" : ` · ${t(q ? "search.building" : "table.incomplete")}`;
         const full = q && rows.length >= mostHits ? ` · ${t("search.many")}` : "";
-        setText(this.count, problem ? "" : t("table.rows", { n: rows.length, count: count(rows.length) }) + some + full);
+        this.suffix = problem ? "" : some + full;
+        this.#offerItems();
+        this.#showRows();
         announce(problem ?? this.count.textContent);
+    }
+
+    /** A tag may publish a dozen attributes: the choice leaves one of them, for example the current values. */
+    #offerItems() {
+        const counts = new Map();
+        for (const { item } of this.#rows) counts.set(item, (counts.get(item) ?? 0) + 1);
+        const names = [...counts.keys()].filter((name) => counts.get(name) > 1).sort((a, b) => counts.get(b) - counts.get(a))
+            .slice(0, mostItems);
+        this.items.hidden = names.length < 2;
+        this.items.replaceChildren(element("option", { value: "" }, t("table.allItems")),
+            ...names.map((name) => element("option", { value: name }, `${name} (${count(counts.get(name))})`)));
+    }
+
+    #chooseItem() {
+        this.wanted.item = this.items.value;
+        note({ item: this.items.value });
+        this.#showRows();
+    }
+
+    /** The rows that were loaded, or those of one item. */
+    #showRows() {
+        this.items.value = this.wanted.item;
+        if (this.items.hidden || this.items.selectedIndex < 0) this.items.value = "";
+        const rows = this.items.value ? this.#rows.filter(({ item }) => item === this.items.value) : this.#rows;
+        this.table.show(rows);
+        setText(this.count, this.#rows.length ? t("table.rows", { n: rows.length, count: count(rows.length) }) + this.suffix : "");
         this.#restore();
     }
 
