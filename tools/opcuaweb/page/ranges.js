@@ -46,8 +46,8 @@ export function changed(range, { shift = 0, factor = 1 }) {
 }
 
 export class RangeBar {
-    /** @param {{onRange: (range: Range) => void, onBack: () => void}} events */
-    constructor({ onRange, onBack }) {
+    /** @param {{onRange: (range: Range) => void, onBack: () => void}} events @param {HTMLElement} beside another button of the view */
+    constructor({ onRange, onBack }, beside) {
         this.buttons = presets.map(([name, seconds]) => element("button", { type: "button", class: "button", "data-last": seconds,
             on: { click: () => onRange({ last: Number(seconds) }) } }, t(`range.${name}`)));
         this.from = dateField("range.from");
@@ -66,7 +66,7 @@ export class RangeBar {
             element("div", { class: "segments", role: "group", "aria-label": t("range.move") },
                 step("left", "range.earlier", { shift: -0.5 }), step("right", "range.later", { shift: 0.5 }),
                 step("minus", "range.out", { factor: 2 }), step("plus", "range.in", { factor: 0.5 })),
-            this.live, this.back, unfolds("range.fields", form), form);
+            this.live, this.back, beside, unfolds("range.fields", form), form);
     }
 
     /** @param {Range} range @param {boolean} canGoBack */

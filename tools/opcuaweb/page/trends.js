@@ -28,7 +28,8 @@ class TrendsView {
     constructor(root, parameters) {
         this.pens = new ShownPens(() => this.#draw());
         this.picker = new PenPicker((pen, isPicked) => (isPicked ? this.#add(pen) : this.#remove(pen.id)));
-        this.bar = new RangeBar({ onRange: (range) => this.#go(range), onBack: () => this.#back() });
+        const penButton = iconButton("plus", t("pens.title"), () => this.picker.root.classList.toggle("is-open"), { class: "pens-button" });
+        this.bar = new RangeBar({ onRange: (range) => this.#go(range), onBack: () => this.#back() }, penButton);
         this.lanes = new Lanes({
             onRange: (from, to) => this.#dragged(from, to), onBack: () => this.#back(),
             onPointer: (time) => this.legend.point(time),
@@ -37,12 +38,11 @@ class TrendsView {
         this.progress = element("span", {});
         this.state = element("p", { class: "muted small trend-state" });
         this.empty = element("div", {}, notice(t("trends.empty"), "trends", t("trends.emptyAdvice")));
-        const penButton = iconButton("plus", t("pens.title"), () => this.picker.root.classList.toggle("is-open"), { class: "pens-button" });
         this.charts = element("div", { class: "charts live", tabIndex: 0, role: "group", "aria-label": t("trends.label"),
             "aria-describedby": "chart-keys", on: { keydown: (event) => this.#key(/** @type {KeyboardEvent} */ (event)) } },
         this.lanes.root);
         root.append(this.picker.root, element("section", { class: "panel trend-panel", "aria-label": t("trends.label") },
-            element("header", {}, penButton, this.bar.root), element("div", { class: "progress", "aria-hidden": "true" }, this.progress),
+            element("header", {}, this.bar.root), element("div", { class: "progress", "aria-hidden": "true" }, this.progress),
             this.empty, this.charts, element("p", { class: "spoken", id: "chart-keys" }, t("trends.keys")),
             this.state, this.legend.root));
         this.readLater = debounced(250, () => this.#read());
