@@ -1,5 +1,5 @@
-// What the page knows: the newest value of each watched node with its recent past, the connection, the overview, the
-// journal's tail. Bounded, because a page may stay open for weeks.
+// What the page knows: the newest value of each watched node with its recent past, the connection, the overview. Bounded,
+// because a page may stay open for weeks.
 
 /**
  * @typedef {object} Row a variable in a table, as /api/rows sends it
@@ -20,7 +20,6 @@
 
 const mostNodes = 4000;
 const recentLength = 90;
-const mostMessages = 500;
 export const shownDecimals = 3;
 
 /** @type {Map<string, Known>} in order of the last change, oldest first */
@@ -30,8 +29,6 @@ const changes = new EventTarget();
 export const store = {
     /** @type {any} the newest of each event, null before the first */
     hello: null, link: null, overview: null,
-    /** @type {any[]} newest last */
-    journal: [],
     /** @type {import("./link.js").LinkState} */
     page: { state: "connecting" },
     /** program's clock minus the browser's, ms */
@@ -56,7 +53,6 @@ export function on(name, listener) {
 /** Takes an event of the stream, or of the page itself. @param {string} name @param {any} data */
 export function take(name, data) {
     if (name === "values") data.forEach(takeValue);
-    else if (name === "journal") store.journal = [...store.journal, ...data].slice(-mostMessages);
     else if (name in store) store[name] = data;
     if (name === "overview" && data.now) store.clockOffset = data.now - Date.now();
     changes.dispatchEvent(new CustomEvent(name, { detail: data }));
