@@ -83,7 +83,7 @@ function report({ content, row, dialog }, answer) {
     close.classList.add("primary");
     const text = answer.taken ? t("write.taken") : answer.status === "Good" ? t("write.notTaken") : t("write.refused", { status: answer.status });
     content.replaceChildren(exchange(row, answer.old, answer.new),
-        element("p", { role: "status", class: answer.taken ? "is-good" : "error-text" }, text), nowLine(row),
+        element("p", { role: "status", class: answer.taken ? "is-good" : "error-text" }, text), answer.taken ? "" : nowLine(row),
         element("div", { class: "dialog-buttons" }, close));
     close.focus();
 }
