@@ -114,7 +114,8 @@ export class Chart {
         }]));
         const axisLabelWidth = this.place.clientWidth < narrowChart ? narrowLabels : wideLabels;
         const hasRight = this.#curves.some((curve) => curve.axis === "y2");
-        const side = { axisLabelFormatter: (/** @type {number} */ value) => number(value), axisLabelWidth, axisTickSize, pixelsPerLabel: 22 };
+        const side = (/** @type {number} */ index) => ({ axisLabelWidth, axisTickSize, pixelsPerLabel: 22,
+            axisLabelFormatter: (value, _granularity, _option, graph) => number(value, decimalsOf(graph.yAxisRange(index))) });
         this.#graph = new this.Dygraph(this.plot, file, {
             labels, series, dateWindow: [from, to], customBars: true, connectSeparatedPoints: true, fillAlpha: 0.28,
             animatedZooms: false, labelsUTC: false, xRangePad: 0, yRangePad: 12, rightGap: rightGap + (this.keepsRight && !hasRight ? axisLabelWidth + 2 * axisTickSize : 0), highlightCircleSize: 3,
@@ -122,7 +123,7 @@ export class Chart {
             interactionModel: this.#interaction(),
             axes: {
                 x: { ticker: this.Dygraph.dateTicker, axisLabelFormatter: axisTime, axisLabelWidth: 74, pixelsPerLabel: 92 },
-                y: side, y2: { ...side, independentTicks: true, drawGrid: false, drawAxis: hasRight },
+                y: side(0), y2: { ...side(1), independentTicks: true, drawGrid: false, drawAxis: hasRight },
             },
             underlayCallback: (context, area, graph) => this.#underlay(context, area, graph),
             drawCallback: (graph, isFirst) => isFirst || this.#isDrawing || this.events.onRange(...graph.xAxisRange()),
@@ -171,6 +172,12 @@ export class Chart {
         const fixed = from + share * (to - from);
         this.events.onRange(fixed - (fixed - from) * factor, fixed + (to - fixed) * factor);
     }
+}
+
+/** Decimals that tell the ticks of an axis apart: the same for all of them. @param {[number, number] | null} range */
+function decimalsOf(range) {
+    if (!range || !(range[1] > range[0])) return undefined;
+    return Math.max(0, Math.min(6, Math.ceil(-Math.log10((range[1] - range[0]) / 4))));
 }
 
 /** @param {Date | number} when @param {number} _granularity @param {unknown} _option @param {any} graph */
