@@ -13,7 +13,9 @@ export class Problem extends Error {
  * @param {string} path @param {Record<string, string | number | null | undefined>} [query] empty values are left out
  */
 export function address(path, query = {}) {
-    const given = Object.entries(query).filter(([, value]) => value !== null && value !== undefined && value !== "");
+    const given = Object.entries(query).filter(
+        ([, value]) => value !== null && value !== undefined && value !== "",
+    );
     const text = new URLSearchParams(given.map(([name, value]) => [name, String(value)])).toString();
     return text ? `/api/${path}?${text}` : `/api/${path}`;
 }
@@ -26,7 +28,9 @@ export async function get(path, query, signal) {
 /** @param {string} path @param {unknown} body @param {AbortSignal} [signal] */
 export async function post(path, body, signal) {
     const headers = { "Content-Type": "application/json", "X-Opcuaweb": "1" };
-    return (await answered(address(path), { method: "POST", headers, body: JSON.stringify(body), signal })).json();
+    return (
+        await answered(address(path), { method: "POST", headers, body: JSON.stringify(body), signal })
+    ).json();
 }
 
 /**

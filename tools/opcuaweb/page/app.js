@@ -26,7 +26,11 @@ import { valuesView } from "./values.js";
 
 /** @type {Record<string, MakeView>} */
 const makers = {
-    overview: overviewView, values: valuesView, trends: trendsView, journal: journalView, configuration: configurationView,
+    overview: overviewView,
+    values: valuesView,
+    trends: trendsView,
+    journal: journalView,
+    configuration: configurationView,
 };
 
 const toastMs = 10_000;
@@ -102,8 +106,11 @@ function startSwitches() {
 
 /** Somebody wrote a value: every operator sees it for a while. @param {any} write */
 function showWrite({ node, old, new: written, address }) {
-    const toast = element("p", { class: "toast" },
-        t("writes.made", { node, old: plainValue(old), new: plainValue(written), address }));
+    const toast = element(
+        "p",
+        { class: "toast" },
+        t("writes.made", { node, old: plainValue(old), new: plainValue(written), address }),
+    );
     const toasts = find("#toasts");
     toasts.append(toast);
     while (toasts.children.length > mostToasts) toasts.firstElementChild.remove();

@@ -34,10 +34,19 @@ function connection() {
     }
     if (page.state !== "connected") {
         const text = page.problem ?? t("link.programLost");
-        return { kind: "lost", mark: t("link.programMark"), text, detail: t("link.programAdvice"), retry: true };
+        return {
+            kind: "lost",
+            mark: t("link.programMark"),
+            text,
+            detail: t("link.programAdvice"),
+            retry: true,
+        };
     }
     if (link && !link.connected) {
-        const parts = [said(link.problem), link.since ? t("link.since", { time: dateTime(link.since) }) : ""].filter(Boolean);
+        const parts = [
+            said(link.problem),
+            link.since ? t("link.since", { time: dateTime(link.since) }) : "",
+        ].filter(Boolean);
         const detail = parts.length ? `(${parts.join(", ")}).` : "";
         return { kind: "lost", mark: t("link.serverMark"), text: t("link.serverLost"), detail, retry: false };
     }

@@ -19,14 +19,17 @@ let library = null;
 /** dygraphs, loaded when the first chart is made. @returns {Promise<any>} */
 export function loadLibrary() {
     library ??= new Promise((resolve, reject) => {
-        const style = Object.assign(document.createElement("link"), { rel: "stylesheet", href: "/dygraph.css" });
+        const style = Object.assign(document.createElement("link"), {
+            rel: "stylesheet",
+            href: "/dygraph.css",
+        });
         const script = Object.assign(document.createElement("script"), { src: "/dygraph.js" });
         script.onload = () => resolve(withoutLegend(/** @type {any} */ (window).Dygraph));
         script.onerror = () => {
             library = null;
             reject(new Error("/dygraph.js"));
         };
-        document.head.prepend(style);  // before the page's own styles, which correct its colours
+        document.head.prepend(style); // before the page's own styles, which correct its colours
         document.head.append(script);
     });
     return library;
@@ -80,7 +83,10 @@ export class Chart {
     draw(curves, from, to, keepsRight) {
         this.#curves = curves;
         this.keepsRight = keepsRight;
-        const kind = curves.map((curve) => `${curve.slot}${curve.axis}`).join() + document.documentElement.lang + keepsRight;
+        const kind =
+            curves.map((curve) => `${curve.slot}${curve.axis}`).join() +
+            document.documentElement.lang +
+            keepsRight;
         const rows = merged(curves.map((curve) => curve.columns));
         const file = rows.length ? rows : [[from, ...curves.map(() => null)]];
         this.#isDrawing = true;
@@ -108,25 +114,56 @@ export class Chart {
         this.#kind = kind;
         this.#graph?.destroy();
         const labels = ["t", ...this.#curves.map((_, i) => `pen ${i + 1}`)];
-        const series = Object.fromEntries(this.#curves.map((curve, i) => [labels[i + 1], {
-            axis: curve.axis === "y2" ? "y2" : "y", color: colour(`--pen-${curve.slot + 1}`),
-            strokePattern: dashes[curve.slot], strokeWidth: 1.7,
-        }]));
+        const series = Object.fromEntries(
+            this.#curves.map((curve, i) => [
+                labels[i + 1],
+                {
+                    axis: curve.axis === "y2" ? "y2" : "y",
+                    color: colour(`--pen-${curve.slot + 1}`),
+                    strokePattern: dashes[curve.slot],
+                    strokeWidth: 1.7,
+                },
+            ]),
+        );
         const axisLabelWidth = this.place.clientWidth < narrowChart ? narrowLabels : wideLabels;
         const hasRight = this.#curves.some((curve) => curve.axis === "y2");
-        const side = (/** @type {number} */ index) => ({ axisLabelWidth, axisTickSize, pixelsPerLabel: 22,
-            axisLabelFormatter: (value, _granularity, _option, graph) => number(value, decimalsOf(graph.yAxisRange(index))) });
+        const side = (/** @type {number} */ index) => ({
+            axisLabelWidth,
+            axisTickSize,
+            pixelsPerLabel: 22,
+            axisLabelFormatter: (value, _granularity, _option, graph) =>
+                number(value, decimalsOf(graph.yAxisRange(index))),
+        });
         this.#graph = new this.Dygraph(this.plot, file, {
-            labels, series, dateWindow: [from, to], customBars: true, connectSeparatedPoints: true, fillAlpha: 0.28,
-            animatedZooms: false, labelsUTC: false, xRangePad: 0, yRangePad: 12, rightGap: rightGap + (this.keepsRight && !hasRight ? axisLabelWidth + 2 * axisTickSize : 0), highlightCircleSize: 3,
-            axisLineColor: colour("--control-line"), gridLineColor: colour("--line"), axisLabelFontSize: 13,
+            labels,
+            series,
+            dateWindow: [from, to],
+            customBars: true,
+            connectSeparatedPoints: true,
+            fillAlpha: 0.28,
+            animatedZooms: false,
+            labelsUTC: false,
+            xRangePad: 0,
+            yRangePad: 12,
+            rightGap: rightGap + (this.keepsRight && !hasRight ? axisLabelWidth + 2 * axisTickSize : 0),
+            highlightCircleSize: 3,
+            axisLineColor: colour("--control-line"),
+            gridLineColor: colour("--line"),
+            axisLabelFontSize: 13,
             interactionModel: this.#interaction(),
             axes: {
-                x: { ticker: this.Dygraph.dateTicker, axisLabelFormatter: axisTime, axisLabelWidth: 74, pixelsPerLabel: 92 },
-                y: side(0), y2: { ...side(1), independentTicks: true, drawGrid: false, drawAxis: hasRight },
+                x: {
+                    ticker: this.Dygraph.dateTicker,
+                    axisLabelFormatter: axisTime,
+                    axisLabelWidth: 74,
+                    pixelsPerLabel: 92,
+                },
+                y: side(0),
+                y2: { ...side(1), independentTicks: true, drawGrid: false, drawAxis: hasRight },
             },
             underlayCallback: (context, area, graph) => this.#underlay(context, area, graph),
-            drawCallback: (graph, isFirst) => isFirst || this.#isDrawing || this.events.onRange(...graph.xAxisRange()),
+            drawCallback: (graph, isFirst) =>
+                isFirst || this.#isDrawing || this.events.onRange(...graph.xAxisRange()),
             highlightCallback: (_event, x) => this.events.onPointer(x),
             unhighlightCallback: () => this.events.onPointer(null),
         });
@@ -134,12 +171,15 @@ export class Chart {
 
     /** Drag zooms, drag with Shift pans, two fingers do both; a double click goes back. */
     #interaction() {
-        return { ...this.Dygraph.defaultInteractionModel, dblclick: (_event, graph) => {
-            this.#isDrawing = true;
-            graph.resetZoom();  // of the values' axes
-            this.#isDrawing = false;
-            this.events.onBack();
-        } };
+        return {
+            ...this.Dygraph.defaultInteractionModel,
+            dblclick: (_event, graph) => {
+                this.#isDrawing = true;
+                graph.resetZoom(); // of the values' axes
+                this.#isDrawing = false;
+                this.events.onBack();
+            },
+        };
     }
 
     /** A strip for each pen where its quality is bad, so that a gap in a line has a reason. */
@@ -149,7 +189,8 @@ export class Chart {
             for (const [from, to] of gapsOf(curve.columns)) {
                 const left = Math.max(area.x, graph.toDomXCoord(from));
                 const right = Math.min(area.x + area.w, graph.toDomXCoord(to));
-                if (right > left) context.fillRect(left, area.y + area.h - 5 * (i + 1), Math.max(2, right - left), 4);
+                if (right > left)
+                    context.fillRect(left, area.y + area.h - 5 * (i + 1), Math.max(2, right - left), 4);
             }
         });
     }
@@ -187,6 +228,11 @@ function axisTime(when, _granularity, _option, graph) {
     const isMidnight = date.getHours() + date.getMinutes() + date.getSeconds() === 0;
     const clock = { hour: "2-digit", minute: "2-digit", hourCycle: "h23" };
     const day = { day: "2-digit", month: "2-digit" };
-    const options = to - from > 3 * 86_400_000 || isMidnight ? day : to - from < 600_000 ? { ...clock, second: "2-digit" } : clock;
+    const options =
+        to - from > 3 * 86_400_000 || isMidnight
+            ? day
+            : to - from < 600_000
+              ? { ...clock, second: "2-digit" }
+              : clock;
     return new Intl.DateTimeFormat(locale(), /** @type {any} */ (options)).format(date);
 }

@@ -31,22 +31,63 @@ class ConfigurationView {
     constructor(root, parameters) {
         this.title = element("h2", { class: "file-name" });
         this.summary = element("p", { class: "summary", role: "status" });
-        this.tabs = tabs.map((name) => element("button", { type: "button", class: "button", role: "tab", id: `tab-${name}`,
-            "aria-controls": "configuration-body", on: { click: () => this.#choose(name) } }, t(`configuration.${name}`)));
-        const list = element("div", { class: "segments", role: "tablist", "aria-label": t("nav.configuration"),
-            on: { keydown: (event) => this.#tabKey(/** @type {KeyboardEvent} */ (event)) } }, ...this.tabs);
-        this.body = element("div", { class: "configuration-body", role: "tabpanel", id: "configuration-body" });
+        this.tabs = tabs.map((name) =>
+            element(
+                "button",
+                {
+                    type: "button",
+                    class: "button",
+                    role: "tab",
+                    id: `tab-${name}`,
+                    "aria-controls": "configuration-body",
+                    on: { click: () => this.#choose(name) },
+                },
+                t(`configuration.${name}`),
+            ),
+        );
+        const list = element(
+            "div",
+            {
+                class: "segments",
+                role: "tablist",
+                "aria-label": t("nav.configuration"),
+                on: { keydown: (event) => this.#tabKey(/** @type {KeyboardEvent} */ (event)) },
+            },
+            ...this.tabs,
+        );
+        this.body = element("div", {
+            class: "configuration-body",
+            role: "tabpanel",
+            id: "configuration-body",
+        });
         this.findings = element("div", { class: "finding-list" });
         this.tools = element("div", { class: "editor-tools", hidden: true });
-        this.editor = new ConfigurationEditor({ onChange: (text) => (draft = text), onCheck: (text) => this.#checkText(text) });
-        root.append(element("section", { class: "panel file-panel", "aria-label": t("nav.configuration") },
-            element("header", {}, list, this.title, element("span", { class: "grow" }), this.tools), this.body),
-        element("aside", { class: "panel findings-panel", "aria-label": t("configuration.findings") },
-            element("header", {}, element("h2", {}, t("configuration.findings")), this.summary), this.findings));
-        this.tools.append(element("p", { class: "muted small" }, t("configuration.notSaved")),
+        this.editor = new ConfigurationEditor({
+            onChange: (text) => (draft = text),
+            onCheck: (text) => this.#checkText(text),
+        });
+        root.append(
+            element(
+                "section",
+                { class: "panel file-panel", "aria-label": t("nav.configuration") },
+                element("header", {}, list, this.title, element("span", { class: "grow" }), this.tools),
+                this.body,
+            ),
+            element(
+                "aside",
+                { class: "panel findings-panel", "aria-label": t("configuration.findings") },
+                element("header", {}, element("h2", {}, t("configuration.findings")), this.summary),
+                this.findings,
+            ),
+        );
+        this.tools.append(
+            element("p", { class: "muted small" }, t("configuration.notSaved")),
             iconButton("check", t("configuration.check"), () => this.editor.checkNow(), { class: "primary" }),
-            iconButton("download", t("configuration.download"), () => this.editor.download(this.#file?.file ?? "opcuasrv.ini")),
-            iconButton("close", t("configuration.revert"), () => this.#revert()));
+            iconButton("download", t("configuration.download"), () =>
+                this.editor.download(this.#file?.file ?? "opcuasrv.ini"),
+            ),
+            iconButton("close", t("configuration.revert"), () => this.#revert()),
+        );
         this.ends = [on("hello", () => this.#load())];
         this.tab = "file";
         this.arrive(parameters);
@@ -68,7 +109,8 @@ class ConfigurationView {
     }
 
     async #load() {
-        if (store.hello && !store.hello.configuration) return this.#say(t("configuration.absent"), "info", t("configuration.absentAdvice"));
+        if (store.hello && !store.hello.configuration)
+            return this.#say(t("configuration.absent"), "info", t("configuration.absentAdvice"));
         this.#request.abort();
         this.#request = new AbortController();
         if (!this.#file) this.#say(t("table.loading"), "wait");
@@ -103,8 +145,12 @@ class ConfigurationView {
         this.body.parentElement.parentElement.dataset.tab = this.tab;
         const isEditing = this.tab === "edit";
         this.tools.hidden = !isEditing;
-        const shown = (isEditing || this.tab === "tree") && this.#edited && draft !== null ? this.#edited : this.#file;
-        setText(this.title, this.tab === "tree" && shown === this.#edited ? t("configuration.treeOfDraft") : this.#file.file);
+        const shown =
+            (isEditing || this.tab === "tree") && this.#edited && draft !== null ? this.#edited : this.#file;
+        setText(
+            this.title,
+            this.tab === "tree" && shown === this.#edited ? t("configuration.treeOfDraft") : this.#file.file,
+        );
         if (this.tab === "tree") this.body.replaceChildren(configurationTree(shown.tree));
         else if (isEditing) this.#edit();
         else this.#showFile();
@@ -158,7 +204,9 @@ class ConfigurationView {
             announce(this.summary.textContent);
         } catch (error) {
             if (isAborted(error)) return;
-            this.summary.replaceChildren(element("span", { class: "error-text" }, icon("bad"), error.message));
+            this.summary.replaceChildren(
+                element("span", { class: "error-text" }, icon("bad"), error.message),
+            );
         }
     }
 

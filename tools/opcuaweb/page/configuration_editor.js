@@ -14,10 +14,22 @@ export class ConfigurationEditor {
         this.numbers = element("pre", { "aria-hidden": "true" });
         this.marks = element("div", { class: "gutter-marks", "aria-hidden": "true" });
         this.gutter = element("div", { class: "gutter" }, this.numbers, this.marks);
-        this.text = /** @type {HTMLTextAreaElement} */ (element("textarea", { class: "editor-text", spellcheck: false, wrap: "off",
-            autocomplete: "off", autocapitalize: "off", "aria-label": t("configuration.editor"), maxLength: largest, on: {
-                input: () => this.#changed(), scroll: () => this.#scrolled(),
-                keydown: (event) => this.#key(/** @type {KeyboardEvent} */ (event)) } }));
+        this.text = /** @type {HTMLTextAreaElement} */ (
+            element("textarea", {
+                class: "editor-text",
+                spellcheck: false,
+                wrap: "off",
+                autocomplete: "off",
+                autocapitalize: "off",
+                "aria-label": t("configuration.editor"),
+                maxLength: largest,
+                on: {
+                    input: () => this.#changed(),
+                    scroll: () => this.#scrolled(),
+                    keydown: (event) => this.#key(/** @type {KeyboardEvent} */ (event)),
+                },
+            })
+        );
         this.root = element("div", { class: "editor" }, this.gutter, this.text);
         this.later = debounced(700, () => this.checkNow());
     }
@@ -39,11 +51,19 @@ export class ConfigurationEditor {
 
     /** Marks the lines of findings. @param {import("./configuration.js").Finding[]} findings */
     mark(findings) {
-        this.marks.replaceChildren(...findings.filter(({ line }) => line > 0).map((finding) => {
-            const mark = element("span", { class: `gutter-mark is-${symbolOf(finding)}`, title: said(finding.message) }, icon(symbolOf(finding)));
-            mark.style.top = `calc(${finding.line - 1} * var(--line-height))`;
-            return mark;
-        }));
+        this.marks.replaceChildren(
+            ...findings
+                .filter(({ line }) => line > 0)
+                .map((finding) => {
+                    const mark = element(
+                        "span",
+                        { class: `gutter-mark is-${symbolOf(finding)}`, title: said(finding.message) },
+                        icon(symbolOf(finding)),
+                    );
+                    mark.style.top = `calc(${finding.line - 1} * var(--line-height))`;
+                    return mark;
+                }),
+        );
     }
 
     /** Puts the cursor at the beginning of a line. @param {number} line from 1 */
@@ -59,7 +79,9 @@ export class ConfigurationEditor {
     /** Gives the text to the browser as a file in CP866, with the line ends of the controller. @param {string} path */
     download(path) {
         const link = document.createElement("a");
-        link.href = URL.createObjectURL(new Blob([encodeCp866(this.text.value)], { type: "application/octet-stream" }));
+        link.href = URL.createObjectURL(
+            new Blob([encodeCp866(this.text.value)], { type: "application/octet-stream" }),
+        );
         link.download = path.split("/").pop() || "opcuasrv.ini";
         link.click();
         setTimeout(() => URL.revokeObjectURL(link.href), 1000);

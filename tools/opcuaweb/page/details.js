@@ -23,17 +23,44 @@ export class Details {
         this.sign = icon("none");
         this.word = element("span", {});
         this.quality = element("p", { class: "quality" }, this.sign, this.word);
-        this.curve = /** @type {HTMLCanvasElement} */ (element("canvas", { class: "big-curve", "aria-hidden": "true" }));
+        this.curve = /** @type {HTMLCanvasElement} */ (
+            element("canvas", { class: "big-curve", "aria-hidden": "true" })
+        );
         this.facts = Object.fromEntries(facts.map((name) => [name, element("dd", {})]));
         this.trend = element("a", { class: "button" }, icon("trends"), t("details.trend"));
         this.write = iconButton("pencil", t("details.write"), () => this.row && openWriteDialog(this.row));
         this.copy = iconButton("copy", t("details.copy"), () => this.#copy(), { class: "plain" });
-        this.root = element("aside", { class: "panel details", "aria-label": t("details.label"), hidden: true,
-            on: { keydown: (event) => /** @type {KeyboardEvent} */ (event).key === "Escape" && onClose() } },
-        element("header", {}, this.title, iconButton("close", t("close"), onClose, { quiet: true, class: "plain" })),
-        element("div", { class: "details-body live" }, this.name, element("p", { class: "big" }, this.value, " ", this.unit), this.quality, this.curve,
-            element("dl", { class: "facts" }, ...facts.flatMap((name) => [element("dt", {}, t(`details.${name}`)), this.facts[name]]))),
-        element("div", { class: "details-buttons" }, this.write, this.trend, this.copy));
+        this.root = element(
+            "aside",
+            {
+                class: "panel details",
+                "aria-label": t("details.label"),
+                hidden: true,
+                on: {
+                    keydown: (event) => /** @type {KeyboardEvent} */ (event).key === "Escape" && onClose(),
+                },
+            },
+            element(
+                "header",
+                {},
+                this.title,
+                iconButton("close", t("close"), onClose, { quiet: true, class: "plain" }),
+            ),
+            element(
+                "div",
+                { class: "details-body live" },
+                this.name,
+                element("p", { class: "big" }, this.value, " ", this.unit),
+                this.quality,
+                this.curve,
+                element(
+                    "dl",
+                    { class: "facts" },
+                    ...facts.flatMap((name) => [element("dt", {}, t(`details.${name}`)), this.facts[name]]),
+                ),
+            ),
+            element("div", { class: "details-buttons" }, this.write, this.trend, this.copy),
+        );
         const paint = () => this.#paint();
         this.ends = [on("values", paint), on("hello", paint)];
         this.timer = setInterval(paint, 1000);
@@ -91,7 +118,7 @@ export class Details {
             await navigator.clipboard.writeText(this.row?.id ?? "");
             announce(t("details.copied"));
         } catch {
-            getSelection()?.selectAllChildren(this.facts.node);  // without the right, or over plain HTTP: ready for Ctrl+C
+            getSelection()?.selectAllChildren(this.facts.node); // without the right, or over plain HTTP: ready for Ctrl+C
         }
     }
 }

@@ -15,7 +15,8 @@ export function element(tag, properties = {}, ...children) {
         if (name === "class") node.className = String(value);
         else if (name === "on") listen(node, /** @type {Record<string, EventListener>} */ (value));
         else if (name in node && !name.includes("-") && name !== "list") node[name] = value;
-        else if (value !== null && value !== undefined && value !== false) node.setAttribute(name, String(value));
+        else if (value !== null && value !== undefined && value !== false)
+            node.setAttribute(name, String(value));
     }
     node.append(...children.filter((child) => child || child === ""));
     return node;
@@ -60,16 +61,29 @@ export function find(selector, root = document) {
  */
 export function iconButton(symbol, text, action, options = {}) {
     const label = options.quiet ? null : element("span", {}, text);
-    return element("button", {
-        type: "button", class: `button ${options.class ?? ""}`, on: { click: action },
-        "aria-label": options.quiet ? text : null, title: options.quiet ? text : "",
-    }, icon(symbol), label);
+    return element(
+        "button",
+        {
+            type: "button",
+            class: `button ${options.class ?? ""}`,
+            on: { click: action },
+            "aria-label": options.quiet ? text : null,
+            title: options.quiet ? text : "",
+        },
+        icon(symbol),
+        label,
+    );
 }
 
 /** What a view shows in place of nothing, with the reason. @param {string} text @param {string} [symbol] @param {string} [advice] */
 export function notice(text, symbol = "info", advice = "") {
-    return element("div", { class: "notice" }, icon(symbol), element("p", {}, text),
-        advice && element("p", { class: "muted" }, advice));
+    return element(
+        "div",
+        { class: "notice" },
+        icon(symbol),
+        element("p", {}, text),
+        advice && element("p", { class: "muted" }, advice),
+    );
 }
 
 /** Calls `action` when no call came for `ms`. @template {unknown[]} A @param {number} ms @param {(...a: A) => void} action */

@@ -30,16 +30,26 @@ export function number(value, decimals) {
     if (!Number.isFinite(value)) return String(value);
     const size = Math.abs(value);
     if (size !== 0 && (size >= 1e9 || size < 1e-3)) {
-        return cached("exponent", (l) => new Intl.NumberFormat(l, { notation: "scientific", maximumSignificantDigits: 7 }))
-            .format(value);
+        return cached(
+            "exponent",
+            (l) => new Intl.NumberFormat(l, { notation: "scientific", maximumSignificantDigits: 7 }),
+        ).format(value);
     }
     if (decimals === undefined) {
-        return cached("full", (l) => new Intl.NumberFormat(l, { maximumSignificantDigits: 7, useGrouping: "min2" }))
-            .format(value);
+        return cached(
+            "full",
+            (l) => new Intl.NumberFormat(l, { maximumSignificantDigits: 7, useGrouping: "min2" }),
+        ).format(value);
     }
-    return cached(`fixed${decimals}`, (l) => new Intl.NumberFormat(l, {
-        minimumFractionDigits: decimals, maximumFractionDigits: Math.max(decimals, shownDecimals), useGrouping: "min2",
-    })).format(value);
+    return cached(
+        `fixed${decimals}`,
+        (l) =>
+            new Intl.NumberFormat(l, {
+                minimumFractionDigits: decimals,
+                maximumFractionDigits: Math.max(decimals, shownDecimals),
+                useGrouping: "min2",
+            }),
+    ).format(value);
 }
 
 /**
@@ -66,7 +76,8 @@ export function statusDetail(status) {
 }
 
 /** @param {Intl.DateTimeFormatOptions} options */
-const timeFormat = (options) => (/** @type {string} */ l) => new Intl.DateTimeFormat(l, { hourCycle: "h23", ...options });
+const timeFormat = (options) => (/** @type {string} */ l) =>
+    new Intl.DateTimeFormat(l, { hourCycle: "h23", ...options });
 const clock = /** @type {const} */ ({ hour: "2-digit", minute: "2-digit", second: "2-digit" });
 const date = /** @type {const} */ ({ day: "2-digit", month: "2-digit", year: "numeric" });
 
@@ -78,7 +89,9 @@ export function timeOfDay(ms) {
 /** Day and time. @param {number | null | undefined} ms */
 export function dateTime(ms) {
     if (ms === null || ms === undefined) return missing;
-    return cached("dateTime", timeFormat({ ...date, ...clock })).format(ms).replace(",", "");
+    return cached("dateTime", timeFormat({ ...date, ...clock }))
+        .format(ms)
+        .replace(",", "");
 }
 
 /** The time, with its day if that is not today. @param {number | null | undefined} ms */
@@ -91,7 +104,9 @@ export function shortTime(ms) {
 /** With milliseconds, for the details. @param {number | null | undefined} ms */
 export function exactTime(ms) {
     if (ms === null || ms === undefined) return missing;
-    return cached("exact", timeFormat({ ...date, ...clock, fractionalSecondDigits: 3 })).format(ms).replace(", ", " ");
+    return cached("exact", timeFormat({ ...date, ...clock, fractionalSecondDigits: 3 }))
+        .format(ms)
+        .replace(", ", " ");
 }
 
 /** A span in its largest unit: "12 s", "5 min", "3 h", "4 d". @param {number} ms */
@@ -108,7 +123,8 @@ export function longSpan(ms) {
     const minutes = Math.floor(ms / 60_000);
     if (minutes < 2) return span(ms);
     if (minutes < 60) return t("span.minutes", { n: minutes });
-    if (minutes < 1440) return `${t("span.hours", { n: Math.floor(minutes / 60) })} ${t("span.minutes", { n: minutes % 60 })}`;
+    if (minutes < 1440)
+        return `${t("span.hours", { n: Math.floor(minutes / 60) })} ${t("span.minutes", { n: minutes % 60 })}`;
     return `${t("span.days", { n: count(Math.floor(minutes / 1440)) })} ${t("span.hours", { n: Math.floor(minutes / 60) % 24 })}`;
 }
 

@@ -17,7 +17,12 @@ import { said, t } from "./language.js";
  * @throws {Problem} when the program cannot be reached or ends in the middle
  */
 export async function readHistory(range, onPart, signal) {
-    const query = { ...range, from: Math.round(range.from), to: Math.round(range.to), width: Math.round(range.width) };
+    const query = {
+        ...range,
+        from: Math.round(range.from),
+        to: Math.round(range.to),
+        width: Math.round(range.width),
+    };
     const response = await answered(address("history", query), { signal });
     for await (const line of linesOf(response)) {
         const part = JSON.parse(line);
@@ -39,7 +44,7 @@ async function* linesOf(response) {
     for (;;) {
         const { done, value } = await reader.read();
         const lines = (rest + (value ?? "")).split("\n");
-        rest = done ? "" : lines.pop() ?? "";
+        rest = done ? "" : (lines.pop() ?? "");
         for (const line of lines) if (line.trim()) yield line;
         if (done) return;
     }

@@ -27,10 +27,13 @@ export class Lanes {
             this.#lanes.forEach(({ chart }) => chart.recolour());
             if (this.#last) this.draw(...this.#last);
         });
-        loadLibrary().then((library) => {
-            this.#library = library;
-            if (this.#last) this.draw(...this.#last);
-        }, () => this.root.replaceChildren(notice(t("trends.noLibrary"), "bad")));
+        loadLibrary().then(
+            (library) => {
+                this.#library = library;
+                if (this.#last) this.draw(...this.#last);
+            },
+            () => this.root.replaceChildren(notice(t("trends.noLibrary"), "bad")),
+        );
     }
 
     leave() {
@@ -62,7 +65,16 @@ export class Lanes {
             const { chart, left, right } = this.#lanes[i];
             setText(left, titleOf(lane, 0));
             setText(right, titleOf(lane, 1));
-            chart.draw(lane.pens.map((pen) => ({ columns: pen.columns, slot: pen.slot, axis: axisOf(pen) === lane.axes[0] ? "y1" : "y2" })), from, to, hasRight);
+            chart.draw(
+                lane.pens.map((pen) => ({
+                    columns: pen.columns,
+                    slot: pen.slot,
+                    axis: axisOf(pen) === lane.axes[0] ? "y1" : "y2",
+                })),
+                from,
+                to,
+                hasRight,
+            );
         });
     }
 
@@ -70,12 +82,20 @@ export class Lanes {
         const left = element("span", {});
         const right = element("span", {});
         const place = element("div", { class: "lane-chart" });
-        const root = element("div", { class: "lane" }, element("p", { class: "lane-units" }, left, right), place);
+        const root = element(
+            "div",
+            { class: "lane" },
+            element("p", { class: "lane-units" }, left, right),
+            place,
+        );
         this.root.append(root);
-        const chart = new Chart(this.#library, place, { ...this.events, onPointer: (time) => {
-            this.#lanes.forEach((lane) => lane.chart.point(time));
-            this.events.onPointer(time);
-        } });
+        const chart = new Chart(this.#library, place, {
+            ...this.events,
+            onPointer: (time) => {
+                this.#lanes.forEach((lane) => lane.chart.point(time));
+                this.events.onPointer(time);
+            },
+        });
         return { chart, left, right, root };
     }
 }

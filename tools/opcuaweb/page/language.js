@@ -50,12 +50,14 @@ function pluralForm(forms, n) {
 
 /** A text of the program in the page's language. @param {Text | null | undefined} text */
 export function said(text) {
-    return text ? text[language()] ?? text.en ?? "" : "";
+    return text ? (text[language()] ?? text.en ?? "") : "";
 }
 
 /** Fills the document's fixed texts, which name their key in data-text, data-label or data-title. */
 export function translate(within = document.body) {
     for (const node of within.querySelectorAll("[data-text]")) node.textContent = t(node.dataset.text);
-    for (const node of within.querySelectorAll("[data-label]")) node.setAttribute("aria-label", t(node.dataset.label));
-    for (const node of within.querySelectorAll("[data-title]")) node.setAttribute("title", t(node.dataset.title));
+    for (const node of within.querySelectorAll("[data-label]"))
+        node.setAttribute("aria-label", t(node.dataset.label));
+    for (const node of within.querySelectorAll("[data-title]"))
+        node.setAttribute("title", t(node.dataset.title));
 }

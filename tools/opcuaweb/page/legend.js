@@ -20,10 +20,33 @@ export class Legend {
         this.when = element("th", { scope: "col", class: "right" });
         const column = (key, kind = "") => element("th", { scope: "col", class: kind }, t(key));
         this.body = element("tbody", {});
-        this.root = element("div", { class: "legend", tabIndex: 0, role: "region", "aria-label": t("trends.legend"), hidden: true },
-            element("table", {}, element("thead", {}, element("tr", {}, column("legend.pen"), this.when,
-                column("legend.min", "right hide-small"), column("legend.max", "right hide-small"), column("legend.unit"),
-                element("th", { scope: "col" }, element("span", { class: "spoken" }, t("legend.actions"))))), this.body));
+        this.root = element(
+            "div",
+            { class: "legend", tabIndex: 0, role: "region", "aria-label": t("trends.legend"), hidden: true },
+            element(
+                "table",
+                {},
+                element(
+                    "thead",
+                    {},
+                    element(
+                        "tr",
+                        {},
+                        column("legend.pen"),
+                        this.when,
+                        column("legend.min", "right hide-small"),
+                        column("legend.max", "right hide-small"),
+                        column("legend.unit"),
+                        element(
+                            "th",
+                            { scope: "col" },
+                            element("span", { class: "spoken" }, t("legend.actions")),
+                        ),
+                    ),
+                ),
+                this.body,
+            ),
+        );
     }
 
     /** @param {import("./shown_pens.js").ShownPen[]} pens @param {number} from @param {number} to */
@@ -49,7 +72,10 @@ export class Legend {
         setText(this.when, this.#time === null ? t("legend.last") : dateTime(this.#time));
         for (const pen of this.#pens) {
             const line = this.#lines.get(pen.id);
-            const column = this.#time === null ? pen.columns.findLast(([time]) => time <= to) : columnAt(pen.columns, this.#time);
+            const column =
+                this.#time === null
+                    ? pen.columns.findLast(([time]) => time <= to)
+                    : columnAt(pen.columns, this.#time);
             const isBad = column?.[4] === 1;
             const range = extremes(pen.columns, from, to);
             setText(line.value, !column ? missing : isBad ? t("quality.bad") : number(column[3] ?? NaN));
@@ -72,14 +98,43 @@ export class Legend {
         const min = element("td", { class: "right hide-small" });
         const max = element("td", { class: "right hide-small" });
         const problem = element("span", { class: "error-text" });
-        const csv = /** @type {HTMLAnchorElement} */ (element("a", { class: "button plain", download: `${name}.csv`, title: t("legend.csv"),
-            "aria-label": t("legend.csvOf", { name }) }, icon("download"), element("span", { class: "hide-small" }, "CSV")));
-        const axis = iconButton("axis", t("legend.ownAxis", { name }), () => this.events.onAxis(pen.id), { quiet: true, class: "plain" });
+        const csv = /** @type {HTMLAnchorElement} */ (
+            element(
+                "a",
+                {
+                    class: "button plain",
+                    download: `${name}.csv`,
+                    title: t("legend.csv"),
+                    "aria-label": t("legend.csvOf", { name }),
+                },
+                icon("download"),
+                element("span", { class: "hide-small" }, "CSV"),
+            )
+        );
+        const axis = iconButton("axis", t("legend.ownAxis", { name }), () => this.events.onAxis(pen.id), {
+            quiet: true,
+            class: "plain",
+        });
         const swatch = element("span", { class: `swatch pen-${pen.slot + 1}`, "aria-hidden": "true" });
-        const root = element("tr", {}, element("th", { scope: "row" }, swatch, element("span", { class: "pen-name" }, name), problem),
-            value, min, max, element("td", { class: "muted" }, pen.unit),
-            element("td", { class: "right" }, axis, csv,
-                iconButton("close", t("legend.remove", { name }), () => this.events.onRemove(pen.id), { quiet: true, class: "plain" })));
+        const root = element(
+            "tr",
+            {},
+            element("th", { scope: "row" }, swatch, element("span", { class: "pen-name" }, name), problem),
+            value,
+            min,
+            max,
+            element("td", { class: "muted" }, pen.unit),
+            element(
+                "td",
+                { class: "right" },
+                axis,
+                csv,
+                iconButton("close", t("legend.remove", { name }), () => this.events.onRemove(pen.id), {
+                    quiet: true,
+                    class: "plain",
+                }),
+            ),
+        );
         return { root, value, min, max, problem, csv, axis };
     }
 }

@@ -5,7 +5,7 @@ import { answered, Problem } from "./api.js";
 /** Events come at least every 10 s (a ping); silence for longer than this means that the connection is dead. */
 const silenceMs = 25_000;
 const delaysMs = [500, 1000, 2000, 4000, 8000, 15_000];
-const largestEvent = 8_000_000;  // characters
+const largestEvent = 8_000_000; // characters
 
 /**
  * @typedef {object} LinkState
@@ -37,7 +37,8 @@ export class Link {
             try {
                 await this.#listen();
             } catch (error) {
-                this.#problem = error instanceof Problem && error.code !== "unreachable" ? error.message : undefined;
+                this.#problem =
+                    error instanceof Problem && error.code !== "unreachable" ? error.message : undefined;
             }
             await this.#pause();
         }
@@ -56,7 +57,9 @@ export class Link {
         this.onState({ state: "connecting", problem: this.#problem });
         this.#request = new AbortController();
         const headers = { Accept: "text/event-stream" };
-        const response = await this.#withDeadline(answered("/api/events", { headers, signal: this.#request.signal }));
+        const response = await this.#withDeadline(
+            answered("/api/events", { headers, signal: this.#request.signal }),
+        );
         this.#attempt = 0;
         this.#problem = undefined;
         this.onState({ state: "connected" });
@@ -101,7 +104,7 @@ export class Link {
 
     #pause() {
         const base = delaysMs[Math.min(this.#attempt++, delaysMs.length - 1)];
-        const delay = base * (0.8 + 0.4 * Math.random());  // many pages must not come back in the same instant
+        const delay = base * (0.8 + 0.4 * Math.random()); // many pages must not come back in the same instant
         this.onState({ state: "lost", retryAt: Date.now() + delay, problem: this.#problem });
         return new Promise((resolve) => {
             const timer = setTimeout(resolve, delay);

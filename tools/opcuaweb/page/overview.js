@@ -31,8 +31,11 @@ function parts() {
     const state = element("h2", { class: "state" }, "…");
     const since = element("p", { class: "muted" });
     const newest = element("strong", {}, missing);
-    const bar = element("div", { class: "share", "aria-hidden": "true" },
-        ...conditions.map((name) => element("span", { class: `share-${name}` })));
+    const bar = element(
+        "div",
+        { class: "share", "aria-hidden": "true" },
+        ...conditions.map((name) => element("span", { class: `share-${name}` })),
+    );
     const tiles = Object.fromEntries(conditions.map((name) => [name, tile(name)]));
     const total = element("strong", {}, missing);
     const sweep = element("p", { class: "muted small" });
@@ -40,16 +43,44 @@ function parts() {
     const findings = element("p", { class: "findings" });
     const link = facts(["product", "address", "service", "browsers", "watched", "version"]);
     return {
-        sign, state, since, newest, bar, tiles, total, sweep, messages, findings, link,
-        health: panel("health live", element("div", { class: "health-sign" }, sign),
-            element("div", {}, state, since), element("p", { class: "newest" }, element("span", {}, t("overview.newest")), newest)),
-        values: panel("counts live", element("div", { class: "total" }, element("h2", {}, t("overview.values")), total),
-            element("div", { class: "tiles" }, ...conditions.map((name) => tiles[name].root)), bar, sweep),
+        sign,
+        state,
+        since,
+        newest,
+        bar,
+        tiles,
+        total,
+        sweep,
+        messages,
+        findings,
+        link,
+        health: panel(
+            "health live",
+            element("div", { class: "health-sign" }, sign),
+            element("div", {}, state, since),
+            element("p", { class: "newest" }, element("span", {}, t("overview.newest")), newest),
+        ),
+        values: panel(
+            "counts live",
+            element("div", { class: "total" }, element("h2", {}, t("overview.values")), total),
+            element("div", { class: "tiles" }, ...conditions.map((name) => tiles[name].root)),
+            bar,
+            sweep,
+        ),
         journal: panel("journal-card", heading("overview.journal", "journal"), messages),
         configuration: panel("findings-card", heading("overview.configuration", "configuration"), findings),
-        connection: panel("connection", heading("overview.connection"),
-            element("dl", { class: "facts" }, ...Object.entries(link).flatMap(([name, value]) =>
-                [element("dt", {}, t(`overview.${name}`)), value]))),
+        connection: panel(
+            "connection",
+            heading("overview.connection"),
+            element(
+                "dl",
+                { class: "facts" },
+                ...Object.entries(link).flatMap(([name, value]) => [
+                    element("dt", {}, t(`overview.${name}`)),
+                    value,
+                ]),
+            ),
+        ),
     };
 }
 
@@ -60,16 +91,30 @@ function panel(kind, ...children) {
 
 /** @param {string} text @param {string} [view] where more of it is */
 function heading(text, view) {
-    return element("header", {}, element("h2", { class: "grow" }, t(text)),
-        view && element("a", { href: addressOf(view) }, t("overview.more"), element("span", { class: "spoken" }, ` ${t(text)}`)));
+    return element(
+        "header",
+        {},
+        element("h2", { class: "grow" }, t(text)),
+        view &&
+            element(
+                "a",
+                { href: addressOf(view) },
+                t("overview.more"),
+                element("span", { class: "spoken" }, ` ${t(text)}`),
+            ),
+    );
 }
 
 /** A count that leads to the rows that it counts. @param {string} name */
 function tile(name) {
     const number = element("strong", {}, missing);
     const label = element("span", {}, icon(name), t(`quality.${name}`));
-    const root = element("a", { class: `tile tile-${name}`, href: addressOf("values", name === "good" ? {} : { only: name }) },
-        label, number);
+    const root = element(
+        "a",
+        { class: `tile tile-${name}`, href: addressOf("values", name === "good" ? {} : { only: name }) },
+        label,
+        number,
+    );
     return { root, number };
 }
 
@@ -92,7 +137,10 @@ function paintHealth(page) {
     }
     setText(page.state, isFrozen() ? t("overview.unreachable") : stateText(overview.server, condition));
     const start = overview.server?.startTime;
-    setText(page.since, start ? t("overview.since", { time: dateTime(start), span: longSpan(now() - start) }) : "");
+    setText(
+        page.since,
+        start ? t("overview.since", { time: dateTime(start), span: longSpan(now() - start) }) : "",
+    );
     setText(page.newest, overview.newest ? t("overview.ago", { span: age(overview.newest) }) : missing);
 }
 
@@ -113,7 +161,10 @@ function paintCounts(page) {
     if (!overview) return;
     const isCounting = overview.variables === null;
     setText(page.total, isCounting ? `${count(overview.counted)} …` : count(overview.variables));
-    const all = Math.max(1, conditions.reduce((sum, name) => sum + (overview[name] ?? 0), 0));
+    const all = Math.max(
+        1,
+        conditions.reduce((sum, name) => sum + (overview[name] ?? 0), 0),
+    );
     conditions.forEach((name, i) => {
         const n = overview[name];
         setText(page.tiles[name].number, count(n));
@@ -122,8 +173,11 @@ function paintCounts(page) {
         page.bar.children[i].style.flexGrow = String((n ?? 0) / all);
         page.bar.children[i].hidden = !n;
     });
-    const parts = [isCounting ? t("overview.counting") : "", overview.sweep ? t("overview.sweep", { time: shortTime(overview.sweep) }) : "",
-        overview.oldAfter ? t("overview.oldAfter", { n: overview.oldAfter }) : ""];
+    const parts = [
+        isCounting ? t("overview.counting") : "",
+        overview.sweep ? t("overview.sweep", { time: shortTime(overview.sweep) }) : "",
+        overview.oldAfter ? t("overview.oldAfter", { n: overview.oldAfter }) : "",
+    ];
     setText(page.sweep, parts.filter(Boolean).join(" · "));
 }
 
@@ -134,14 +188,20 @@ function paintMessages(page) {
     const mark = JSON.stringify(newest) + document.documentElement.lang;
     if (page.messages.dataset.mark === mark) return;
     page.messages.dataset.mark = mark;
-    page.messages.replaceChildren(...(newest.length ? newest.map(messageLine) : [element("li", { class: "muted" }, t("journal.none"))]));
+    page.messages.replaceChildren(
+        ...(newest.length ? newest.map(messageLine) : [element("li", { class: "muted" }, t("journal.none"))]),
+    );
 }
 
 /** @param {any} message */
 function messageLine(message) {
-    return element("li", {}, element("time", { dateTime: new Date(message.time).toISOString() }, shortTime(message.time)),
+    return element(
+        "li",
+        {},
+        element("time", { dateTime: new Date(message.time).toISOString() }, shortTime(message.time)),
         element("span", { class: "code" }, String(message.code)),
-        element("span", {}, [message.variable, said(message.text)].filter(Boolean).join(": ")));
+        element("span", {}, [message.variable, said(message.text)].filter(Boolean).join(": ")),
+    );
 }
 
 function paintFindings(page) {
@@ -150,17 +210,33 @@ function paintFindings(page) {
     if (!findings) return;
     const { errors, warnings } = findings;
     const condition = errors ? "bad" : warnings ? "uncertain" : "good";
-    const text = errors + warnings === 0 ? t("configuration.clean")
-        : [errors ? t("configuration.errors", { n: errors }) : "", warnings ? t("configuration.warnings", { n: warnings }) : ""]
-            .filter(Boolean).join(", ");
+    const text =
+        errors + warnings === 0
+            ? t("configuration.clean")
+            : [
+                  errors ? t("configuration.errors", { n: errors }) : "",
+                  warnings ? t("configuration.warnings", { n: warnings }) : "",
+              ]
+                  .filter(Boolean)
+                  .join(", ");
     if (page.findings.textContent === text) return;
-    page.findings.replaceChildren(element("span", { class: `quality is-${condition}` }, icon(condition === "good" ? "check" : condition), text));
+    page.findings.replaceChildren(
+        element(
+            "span",
+            { class: `quality is-${condition}` },
+            icon(condition === "good" ? "check" : condition),
+            text,
+        ),
+    );
 }
 
 function paintConnection(page) {
     const { overview, hello } = store;
     const server = overview?.server;
-    setText(page.link.product, [server?.name, server?.product, server?.version].filter(Boolean).join(" · ") || missing);
+    setText(
+        page.link.product,
+        [server?.name, server?.product, server?.version].filter(Boolean).join(" · ") || missing,
+    );
     setText(page.link.address, hello?.url ?? missing);
     setText(page.link.service, server?.serviceLevel === undefined ? missing : `${server.serviceLevel} / 255`);
     setText(page.link.browsers, count(overview?.browsers));

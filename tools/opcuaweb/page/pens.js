@@ -11,6 +11,20 @@ import { searchBox } from "./search.js";
 const portion = 100;
 export const mostPens = 8;
 
+/** Ids for an address. Commas and per cent signs are escaped once more: an id may contain a comma. @param {string[]} ids */
+export function textOf(ids) {
+    return ids.map((id) => id.replace(/[%,]/g, encodeURIComponent)).join(",");
+}
+
+/** The ids in an address. @param {string} text */
+export function idsOf(text) {
+    try {
+        return text.split(",").filter(Boolean).map(decodeURIComponent);
+    } catch {
+        return []; // somebody else's per cent sign
+    }
+}
+
 export class PenPicker {
     /** @type {{id: string, name: string, pens: Pen[]}[]} */
     #plotters = [];
@@ -24,16 +38,29 @@ export class PenPicker {
         this.onPick = onPick;
         /** @type {string[]} */
         this.picked = [];
-        this.search = searchBox((text) => {
-            this.#filter = text.toLocaleLowerCase();
-            this.#paint();
-        }, { placeholder: "pens.filter" });
+        this.search = searchBox(
+            (text) => {
+                this.#filter = text.toLocaleLowerCase();
+                this.#paint();
+            },
+            { placeholder: "pens.filter" },
+        );
         this.list = element("div", { class: "pen-list" }, notice(t("table.loading"), "wait"));
-        this.root = element("aside", { class: "panel pens-panel", "aria-label": t("pens.title") },
-            element("header", {}, element("h2", { class: "grow" }, t("pens.title")),
-                iconButton("close", t("close"), () => this.root.classList.remove("is-open"), { quiet: true, class: "plain pens-close" }),
-                this.search.root),
-            this.list);
+        this.root = element(
+            "aside",
+            { class: "panel pens-panel", "aria-label": t("pens.title") },
+            element(
+                "header",
+                {},
+                element("h2", { class: "grow" }, t("pens.title")),
+                iconButton("close", t("close"), () => this.root.classList.remove("is-open"), {
+                    quiet: true,
+                    class: "plain pens-close",
+                }),
+                this.search.root,
+            ),
+            this.list,
+        );
     }
 
     leave() {
@@ -72,27 +99,44 @@ export class PenPicker {
     }
 
     #paint() {
-        const shown = this.#plotters.map((plotter) => ({ plotter, pens: plotter.pens.filter((pen) => this.#suits(plotter, pen)) }))
+        const shown = this.#plotters
+            .map((plotter) => ({ plotter, pens: plotter.pens.filter((pen) => this.#suits(plotter, pen)) }))
             .filter(({ pens }) => pens.length);
         if (!shown.length) {
-            this.list.replaceChildren(notice(t(this.#plotters.length ? "pens.noneFound" : "pens.none"), "trends"));
+            this.list.replaceChildren(
+                notice(t(this.#plotters.length ? "pens.noneFound" : "pens.none"), "trends"),
+            );
             return;
         }
         const focused = document.activeElement?.getAttribute("data-pen");
         this.list.replaceChildren(...shown.map(({ plotter, pens }) => this.#plotter(plotter, pens)));
-        if (focused) /** @type {HTMLElement | null} */ (this.list.querySelector(`[data-pen="${CSS.escape(focused)}"]`))?.focus();
+        if (focused)
+            /** @type {HTMLElement | null} */ (
+                this.list.querySelector(`[data-pen="${CSS.escape(focused)}"]`)
+            )?.focus();
     }
 
     #suits(plotter, pen) {
-        return !this.#filter || `${plotter.name} ${pen.name} ${pen.id} ${pen.unit}`.toLocaleLowerCase().includes(this.#filter);
+        return (
+            !this.#filter ||
+            `${plotter.name} ${pen.name} ${pen.id} ${pen.unit}`.toLocaleLowerCase().includes(this.#filter)
+        );
     }
 
     #plotter(plotter, pens) {
         const rest = pens.length - portion;
-        const section = element("details", { class: "plotter", open: this.#filter !== "" || !this.#closed.has(plotter.id) },
-            element("summary", {}, plotter.name || plotter.id, element("span", { class: "muted" }, ` ${count(pens.length)}`)),
+        const section = element(
+            "details",
+            { class: "plotter", open: this.#filter !== "" || !this.#closed.has(plotter.id) },
+            element(
+                "summary",
+                {},
+                plotter.name || plotter.id,
+                element("span", { class: "muted" }, ` ${count(pens.length)}`),
+            ),
             element("ul", {}, ...pens.slice(0, portion).map((pen) => element("li", {}, this.#check(pen)))),
-            rest > 0 && element("p", { class: "muted small" }, t("pens.more", { n: count(rest) })));
+            rest > 0 && element("p", { class: "muted small" }, t("pens.more", { n: count(rest) })),
+        );
         section.addEventListener("toggle", () => {
             if (/** @type {HTMLDetailsElement} */ (section).open) this.#closed.delete(plotter.id);
             else this.#closed.add(plotter.id);
@@ -103,10 +147,21 @@ export class PenPicker {
     /** @param {Pen} pen */
     #check(pen) {
         const isPicked = this.picked.includes(pen.id);
-        const box = /** @type {HTMLInputElement} */ (element("input", { type: "checkbox", checked: isPicked, "data-pen": pen.id,
-            disabled: !isPicked && this.picked.length >= mostPens }));
+        const box = /** @type {HTMLInputElement} */ (
+            element("input", {
+                type: "checkbox",
+                checked: isPicked,
+                "data-pen": pen.id,
+                disabled: !isPicked && this.picked.length >= mostPens,
+            })
+        );
         box.addEventListener("change", () => this.onPick(pen, box.checked));
-        return element("label", { class: "check" }, box, element("span", { class: "grow pen-name" }, pen.name || pen.id),
-            element("span", { class: "muted" }, pen.unit));
+        return element(
+            "label",
+            { class: "check" },
+            box,
+            element("span", { class: "grow pen-name" }, pen.name || pen.id),
+            element("span", { class: "muted" }, pen.unit),
+        );
     }
 }

@@ -6,7 +6,14 @@ import { now } from "./store.js";
 
 /** @typedef {{last: number} | {from: number, to: number}} Range last: seconds up to now; from, to: ms since 1970 */
 
-const presets = [["10m", 600], ["1h", 3600], ["8h", 28_800], ["24h", 86_400], ["7d", 604_800], ["30d", 2_592_000]];
+const presets = [
+    ["10m", 600],
+    ["1h", 3600],
+    ["8h", 28_800],
+    ["24h", 86_400],
+    ["7d", 604_800],
+    ["30d", 2_592_000],
+];
 const shortestMs = 1000;
 const longestMs = 20 * 365 * 86_400_000;
 
@@ -21,7 +28,8 @@ export function rangeOf(parameters) {
 
 /** As parameters of the address. @param {Range} range */
 export function parametersOf(range) {
-    return "last" in range ? { last: range.last, from: null, to: null }
+    return "last" in range
+        ? { last: range.last, from: null, to: null }
         : { last: null, from: Math.round(range.from), to: Math.round(range.to) };
 }
 
@@ -48,25 +56,57 @@ export function changed(range, { shift = 0, factor = 1 }) {
 export class RangeBar {
     /** @param {{onRange: (range: Range) => void, onBack: () => void}} events @param {HTMLElement} beside another button of the view */
     constructor({ onRange, onBack }, beside) {
-        this.buttons = presets.map(([name, seconds]) => element("button", { type: "button", class: "button", "data-last": seconds,
-            on: { click: () => onRange({ last: Number(seconds) }) } }, t(`range.${name}`)));
+        this.buttons = presets.map(([name, seconds]) =>
+            element(
+                "button",
+                {
+                    type: "button",
+                    class: "button",
+                    "data-last": seconds,
+                    on: { click: () => onRange({ last: Number(seconds) }) },
+                },
+                t(`range.${name}`),
+            ),
+        );
         this.from = dateField("range.from");
         this.to = dateField("range.to");
         this.back = iconButton("left", t("range.back"), onBack);
         this.live = iconButton("live", t("range.live"), () => onRange({ last: this.#lastSeconds() }));
-        const step = (symbol, key, how) => iconButton(symbol, t(key), () => onRange(changed(this.range, how)), { quiet: true });
-        const form = element("form", { class: "range-form folded" }, this.from.root, this.to.root,
-            element("button", { class: "button" }, t("range.show")));
+        const step = (symbol, key, how) =>
+            iconButton(symbol, t(key), () => onRange(changed(this.range, how)), { quiet: true });
+        const form = element(
+            "form",
+            { class: "range-form folded" },
+            this.from.root,
+            this.to.root,
+            element("button", { class: "button" }, t("range.show")),
+        );
         form.addEventListener("submit", (event) => {
             event.preventDefault();
             this.#showTyped(onRange);
         });
-        this.root = element("div", { class: "range-bar" },
-            element("div", { class: "segments", role: "group", "aria-label": t("range.presets") }, ...this.buttons),
-            element("div", { class: "segments", role: "group", "aria-label": t("range.move") },
-                step("left", "range.earlier", { shift: -0.5 }), step("right", "range.later", { shift: 0.5 }),
-                step("minus", "range.out", { factor: 2 }), step("plus", "range.in", { factor: 0.5 })),
-            this.live, this.back, beside, unfolds("range.fields", form), form);
+        this.root = element(
+            "div",
+            { class: "range-bar" },
+            element(
+                "div",
+                { class: "segments", role: "group", "aria-label": t("range.presets") },
+                ...this.buttons,
+            ),
+            element(
+                "div",
+                { class: "segments", role: "group", "aria-label": t("range.move") },
+                step("left", "range.earlier", { shift: -0.5 }),
+                step("right", "range.later", { shift: 0.5 }),
+                step("minus", "range.out", { factor: 2 }),
+                step("plus", "range.in", { factor: 0.5 }),
+            ),
+            this.live,
+            this.back,
+            beside,
+            unfolds("range.fields", form),
+            form,
+        );
     }
 
     /** @param {Range} range @param {boolean} canGoBack */
@@ -102,11 +142,16 @@ export class RangeBar {
 
 /** A button for narrow screens that opens fields. @param {string} key @param {...HTMLElement} fields */
 export function unfolds(key, ...fields) {
-    const button = iconButton("filter", t(key), () => {
-        const isOpen = button.getAttribute("aria-expanded") === "false";
-        button.setAttribute("aria-expanded", String(isOpen));
-        for (const field of fields) field.classList.toggle("is-open", isOpen);
-    }, { class: "only-small" });
+    const button = iconButton(
+        "filter",
+        t(key),
+        () => {
+            const isOpen = button.getAttribute("aria-expanded") === "false";
+            button.setAttribute("aria-expanded", String(isOpen));
+            for (const field of fields) field.classList.toggle("is-open", isOpen);
+        },
+        { class: "only-small" },
+    );
     button.setAttribute("aria-expanded", "false");
     return button;
 }

@@ -16,7 +16,9 @@ export function here() {
 
 /** @param {string} view @param {Record<string, string | number | null | undefined>} [parameters] empty ones are left out */
 export function addressOf(view, parameters = {}) {
-    const given = Object.entries(parameters).filter(([, value]) => value !== null && value !== undefined && value !== "");
+    const given = Object.entries(parameters).filter(
+        ([, value]) => value !== null && value !== undefined && value !== "",
+    );
     const query = new URLSearchParams(given.map(([name, value]) => [name, String(value)])).toString();
     return `#/${view}${query ? `?${query}` : ""}`;
 }

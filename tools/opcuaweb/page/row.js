@@ -7,8 +7,14 @@ import { valueOf } from "./store.js";
 
 /** The columns in order; those with `sort` are known without reading values. */
 export const columns = [
-    { name: "tag", sort: true }, { name: "name", sort: true }, { name: "item", sort: true }, { name: "value" },
-    { name: "quality" }, { name: "curve" }, { name: "time" }, { name: "age" },
+    { name: "tag", sort: true },
+    { name: "name", sort: true },
+    { name: "item", sort: true },
+    { name: "value" },
+    { name: "quality" },
+    { name: "curve" },
+    { name: "time" },
+    { name: "age" },
 ];
 
 export class RowView {
@@ -26,9 +32,21 @@ export class RowView {
         this.status = element("span", { class: "status" });
         this.quality = element("span", { class: "quality" }, this.sign, this.word, this.status);
         this.curve = /** @type {HTMLCanvasElement} */ (element("canvas", { "aria-hidden": "true" }));
-        const contents = { value: [this.value, " ", this.unit], quality: [this.quality], curve: [this.curve] };
-        this.cells = Object.fromEntries(columns.map(({ name }, i) => [name, element("div",
-            { class: `cell cell-${name}`, role: "gridcell", "aria-colindex": i + 1 }, ...(contents[name] ?? []))]));
+        const contents = {
+            value: [this.value, " ", this.unit],
+            quality: [this.quality],
+            curve: [this.curve],
+        };
+        this.cells = Object.fromEntries(
+            columns.map(({ name }, i) => [
+                name,
+                element(
+                    "div",
+                    { class: `cell cell-${name}`, role: "gridcell", "aria-colindex": i + 1 },
+                    ...(contents[name] ?? []),
+                ),
+            ]),
+        );
         this.root = element("div", { class: "row", role: "row", tabIndex: -1 }, ...Object.values(this.cells));
     }
 
@@ -37,7 +55,7 @@ export class RowView {
         if (this.index !== index) {
             this.index = index;
             this.root.style.transform = `translateY(${top}px)`;
-            this.root.setAttribute("aria-rowindex", String(index + 2));  // the header is row 1
+            this.root.setAttribute("aria-rowindex", String(index + 2)); // the header is row 1
         }
         if (this.row === row) return;
         this.row = row;
@@ -48,7 +66,7 @@ export class RowView {
         this.cells.name.title = row.name || "";
         this.cells.item.title = row.item || row.id;
         setText(this.unit, row.unit || "");
-        this.#changes = valueOf(row.id)?.changes ?? 0;  // a row that scrolls into view has not changed
+        this.#changes = valueOf(row.id)?.changes ?? 0; // a row that scrolls into view has not changed
         this.root.classList.remove("flash-a", "flash-b");
         this.paint();
     }

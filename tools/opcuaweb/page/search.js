@@ -10,10 +10,18 @@ const pauseMs = 180;
  * @param {{placeholder?: string}} [options] key of a text
  */
 export function searchBox(onSearch, { placeholder = "search.placeholder" } = {}) {
-    const input = /** @type {HTMLInputElement} */ (element("input", {
-        type: "search", "data-search": "", autocomplete: "off", spellcheck: false, enterKeyHint: "search",
-        placeholder: t(placeholder), "aria-label": t(placeholder), maxLength: 200,
-    }));
+    const input = /** @type {HTMLInputElement} */ (
+        element("input", {
+            type: "search",
+            "data-search": "",
+            autocomplete: "off",
+            spellcheck: false,
+            enterKeyHint: "search",
+            placeholder: t(placeholder),
+            "aria-label": t(placeholder),
+            maxLength: 200,
+        })
+    );
     let searched = "";
     const searchNow = () => {
         later.cancel();

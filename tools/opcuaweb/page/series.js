@@ -11,14 +11,19 @@ const gap = /** @type {Cell} */ ([NaN, NaN, NaN]);
  *   does not
  */
 export function merged(pens) {
-    const times = [...new Set(pens.flatMap((columns) => columns.map((column) => column[0])))].sort((a, b) => a - b);
+    const times = [...new Set(pens.flatMap((columns) => columns.map((column) => column[0])))].sort(
+        (a, b) => a - b,
+    );
     const next = pens.map(() => 0);
-    return times.map((time) => [time, ...pens.map((columns, pen) => {
-        if (columns[next[pen]]?.[0] !== time) return null;
-        let column = columns[next[pen]++];
-        while (columns[next[pen]]?.[0] === time) column = columns[next[pen]++];
-        return cellOf(column);
-    })]);
+    return times.map((time) => [
+        time,
+        ...pens.map((columns, pen) => {
+            if (columns[next[pen]]?.[0] !== time) return null;
+            let column = columns[next[pen]++];
+            while (columns[next[pen]]?.[0] === time) column = columns[next[pen]++];
+            return cellOf(column);
+        }),
+    ]);
 }
 
 /** @param {Column} column @returns {Cell} */
@@ -53,7 +58,8 @@ export function extremes(columns, from, to) {
     let range = null;
     for (const [time, min, max, last, bad] of columns) {
         if (time < from || time > to || bad || last === null) continue;
-        range = range ? { min: Math.min(range.min, min ?? last), max: Math.max(range.max, max ?? last) }
+        range = range
+            ? { min: Math.min(range.min, min ?? last), max: Math.max(range.max, max ?? last) }
             : { min: min ?? last, max: max ?? last };
     }
     return range;

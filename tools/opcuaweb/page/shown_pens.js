@@ -29,7 +29,8 @@ export class ShownPens {
     /** @param {import("./pens.js").Pen} pen takes the first free colour */
     put(pen) {
         if (this.list.some(({ id }) => id === pen.id)) return;
-        const slot = [...Array(mostPens).keys()].find((free) => !this.list.some((other) => other.slot === free)) ?? 0;
+        const slot =
+            [...Array(mostPens).keys()].find((free) => !this.list.some((other) => other.slot === free)) ?? 0;
         this.list.push({ ...pen, slot, columns: [], progress: 0, problem: "", hasOwnAxis: false });
     }
 
@@ -40,7 +41,9 @@ export class ShownPens {
 
     /** How much of all histories has been read, 0 to 1. */
     progress() {
-        return this.list.length ? this.list.reduce((sum, pen) => sum + pen.progress, 0) / this.list.length : 1;
+        return this.list.length
+            ? this.list.reduce((sum, pen) => sum + pen.progress, 0) / this.list.length
+            : 1;
     }
 
     /**
@@ -69,12 +72,16 @@ export class ShownPens {
         /** @type {import("./history.js").Column[]} */
         let fresh = [];
         try {
-            const { problem } = await readHistory(range, (columns, progress) => {
-                fresh = fresh.concat(columns);
-                pen.columns = patched(fresh, old);
-                pen.progress = Math.min(progress, 0.99);
-                this.onChange();
-            }, signal);
+            const { problem } = await readHistory(
+                range,
+                (columns, progress) => {
+                    fresh = fresh.concat(columns);
+                    pen.columns = patched(fresh, old);
+                    pen.progress = Math.min(progress, 0.99);
+                    this.onChange();
+                },
+                signal,
+            );
             pen.columns = fresh;
             pen.problem = problem;
         } catch (error) {
@@ -96,7 +103,8 @@ export class ShownPens {
             await this.read(from, to, width);
             return;
         }
-        for (const pen of this.list) if (pen.progress === 1) await this.#extendOne(pen, from, to, width, signal);
+        for (const pen of this.list)
+            if (pen.progress === 1) await this.#extendOne(pen, from, to, width, signal);
     }
 
     /** Reads again from the last column, which was not complete yet. */
@@ -106,7 +114,11 @@ export class ShownPens {
         /** @type {import("./history.js").Column[]} */
         const fresh = [];
         try {
-            const { problem } = await readHistory({ node: pen.id, from: start, to, width: share }, (columns) => fresh.push(...columns), signal);
+            const { problem } = await readHistory(
+                { node: pen.id, from: start, to, width: share },
+                (columns) => fresh.push(...columns),
+                signal,
+            );
             pen.problem = problem;
         } catch (error) {
             if (!isAborted(error)) pen.problem = error.message;

@@ -54,8 +54,9 @@ function prepared(canvas, width, height) {
 /** Oldest first, not older than the span. @param {import("./store.js").Recent} recent */
 function pointsOf(recent) {
     const { times, values, next, count } = recent;
-    const all = Array.from({ length: count }, (_, i) => (next - count + i + times.length) % times.length)
-        .map((place) => ({ time: times[place], value: values[place] }));
+    const all = Array.from({ length: count }, (_, i) => (next - count + i + times.length) % times.length).map(
+        (place) => ({ time: times[place], value: values[place] }),
+    );
     return all.filter((point) => point.time >= all.at(-1).time - spanMs);
 }
 

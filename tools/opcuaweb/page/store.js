@@ -28,7 +28,9 @@ const changes = new EventTarget();
 
 export const store = {
     /** @type {any} the newest of each event, null before the first */
-    hello: null, link: null, overview: null,
+    hello: null,
+    link: null,
+    overview: null,
     /** @type {import("./link.js").LinkState} */
     page: { state: "connecting" },
     /** program's clock minus the browser's, ms */
@@ -77,12 +79,20 @@ export function isOld(value) {
 /** @param {[string, any, 0 | 1 | 2, number | null, string?]} update */
 function takeValue([id, value, quality, time, status]) {
     const before = known.get(id);
-    const entry = before ?? { value: null, quality: 0, status: "", time: null, changes: 0, decimals: 0, recent: null };
+    const entry = before ?? {
+        value: null,
+        quality: 0,
+        status: "",
+        time: null,
+        changes: 0,
+        decimals: 0,
+        recent: null,
+    };
     if (!before || before.value !== value || before.quality !== quality) ++entry.changes;
     Object.assign(entry, { value, quality, time, status: status ?? (quality === 0 ? "Good" : "") });
     if (typeof value === "number") entry.decimals = Math.max(entry.decimals, decimalsOf(value));
     addRecent(entry);
-    known.delete(id);  // to the end of the order
+    known.delete(id); // to the end of the order
     known.set(id, entry);
     if (known.size > mostNodes) known.delete(known.keys().next().value);
 }
@@ -97,7 +107,12 @@ function decimalsOf(value) {
 /** @param {Known} entry */
 function addRecent(entry) {
     if (typeof entry.value !== "number" && typeof entry.value !== "boolean") return;
-    entry.recent ??= { times: new Float64Array(recentLength), values: new Float64Array(recentLength), next: 0, count: 0 };
+    entry.recent ??= {
+        times: new Float64Array(recentLength),
+        values: new Float64Array(recentLength),
+        next: 0,
+        count: 0,
+    };
     const recent = entry.recent;
     recent.times[recent.next] = Date.now();
     recent.values[recent.next] = entry.quality === 2 ? NaN : Number(entry.value);

@@ -32,10 +32,22 @@ export class Table {
         this.events = events;
         this.headers = columns.map((column, i) => this.#header(column, i));
         this.body = element("div", { class: "table-body", role: "rowgroup" });
-        this.root = element("div", { class: "table live", role: "grid", "aria-label": t("table.label"),
-            "aria-colcount": columns.length, "aria-readonly": "true" },
-        element("div", { class: "table-head", role: "rowgroup" },
-            element("div", { class: "row head", role: "row", "aria-rowindex": 1 }, ...this.headers)), this.body);
+        this.root = element(
+            "div",
+            {
+                class: "table live",
+                role: "grid",
+                "aria-label": t("table.label"),
+                "aria-colcount": columns.length,
+                "aria-readonly": "true",
+            },
+            element(
+                "div",
+                { class: "table-head", role: "rowgroup" },
+                element("div", { class: "row head", role: "row", "aria-rowindex": 1 }, ...this.headers),
+            ),
+            this.body,
+        );
         this.root.addEventListener("scroll", () => this.#later(), { passive: true });
         this.body.addEventListener("click", (event) => this.#click(event));
         this.body.addEventListener("keydown", (event) => this.#key(event));
@@ -78,9 +90,18 @@ export class Table {
     #header(column, i) {
         const text = t(`column.${column.name}`);
         const inner = column.sort
-            ? element("button", { type: "button", class: "sort", on: { click: () => this.#sortBy(column.name) } }, text, icon("chevron"))
+            ? element(
+                  "button",
+                  { type: "button", class: "sort", on: { click: () => this.#sortBy(column.name) } },
+                  text,
+                  icon("chevron"),
+              )
             : element("span", {}, text);
-        return element("div", { class: `cell cell-${column.name}`, role: "columnheader", "aria-colindex": i + 1 }, inner);
+        return element(
+            "div",
+            { class: `cell cell-${column.name}`, role: "columnheader", "aria-colindex": i + 1 },
+            inner,
+        );
     }
 
     /** Up, down, then the program's own order. @param {string} column */
@@ -94,7 +115,8 @@ export class Table {
     #sort() {
         const { column, isDown } = this.#sorted;
         columns.forEach(({ name }, i) => {
-            if (name === column) this.headers[i].setAttribute("aria-sort", isDown ? "descending" : "ascending");
+            if (name === column)
+                this.headers[i].setAttribute("aria-sort", isDown ? "descending" : "ascending");
             else this.headers[i].removeAttribute("aria-sort");
         });
         this.#rows = this.#given;
@@ -123,11 +145,14 @@ export class Table {
         const height = this.#rowHeight();
         this.body.style.height = `${this.#rows.length * height}px`;
         const used = Math.min(this.#rows.length, Math.ceil(this.root.clientHeight / height) + 1 + 2 * margin);
-        const first = Math.max(0, Math.min(this.#rows.length - used, Math.floor(this.root.scrollTop / height) - margin));
+        const first = Math.max(
+            0,
+            Math.min(this.#rows.length - used, Math.floor(this.root.scrollTop / height) - margin),
+        );
         const last = first + used;
         this.#grow(used);
         for (let index = first; index < last; ++index) {
-            const view = this.#views[index % used];  // a row that stays on screen keeps its element, and with it the focus
+            const view = this.#views[index % used]; // a row that stays on screen keeps its element, and with it the focus
             if (this.height !== height) view.index = -1;
             view.assign(this.#rows[index], index, index * height);
             view.root.tabIndex = index === this.#current ? 0 : -1;
@@ -207,11 +232,18 @@ export class Table {
         if (!view?.row || event.ctrlKey || event.altKey || event.metaKey) return;
         const page = Math.max(1, Math.floor(this.root.clientHeight / this.#rowHeight()) - 2);
         /** @type {Record<string, number>} */
-        const moves = { ArrowDown: view.index + 1, ArrowUp: view.index - 1, PageDown: view.index + page,
-            PageUp: view.index - page, Home: 0, End: this.#rows.length - 1 };
+        const moves = {
+            ArrowDown: view.index + 1,
+            ArrowUp: view.index - 1,
+            PageDown: view.index + page,
+            PageUp: view.index - page,
+            Home: 0,
+            End: this.#rows.length - 1,
+        };
         if (event.key in moves) this.#moveTo(moves[event.key]);
         else if (event.key === "Enter" || event.key === " ") this.events.onOpen(view.row);
-        else if (event.code === "KeyT" || event.code === "KeyW") this.events.onKey(event.code, view.row);  // in any layout
+        else if (event.code === "KeyT" || event.code === "KeyW")
+            this.events.onKey(event.code, view.row); // in any layout
         else return;
         event.preventDefault();
     }

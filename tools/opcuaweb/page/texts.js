@@ -2,10 +2,10 @@
 
 /** @type {Record<string, {ru: string | Record<string, string>, en: string | Record<string, string>}>} */
 export const texts = {
-    "product": { ru: "Контроллер", en: "Controller" },
-    "skip": { ru: "К содержимому", en: "Skip to content" },
-    "close": { ru: "Закрыть", en: "Close" },
-    "cancel": { ru: "Отмена", en: "Cancel" },
+    product: { ru: "Контроллер", en: "Controller" },
+    skip: { ru: "К содержимому", en: "Skip to content" },
+    close: { ru: "Закрыть", en: "Close" },
+    cancel: { ru: "Отмена", en: "Cancel" },
     "language.code": { ru: "EN", en: "RU" },
     "language.other": { ru: "English", en: "Русский" },
     "theme.auto": { ru: "Оформление: как в системе", en: "Theme: as the system" },
@@ -27,8 +27,13 @@ export const texts = {
     "link.serverMark": { ru: "Сервер недоступен", en: "Server lost" },
     "link.programLost": { ru: "Нет связи с программой opcuaweb.", en: "The connection to opcuaweb is lost." },
     "link.programAdvice": {
-        ru: "Проверьте, что она запущена и сеть доступна.", en: "Check that it is running and that the network is up." },
-    "link.serverLost": { ru: "Нет связи с сервером OPC UA", en: "The connection to the OPC UA server is lost" },
+        ru: "Проверьте, что она запущена и сеть доступна.",
+        en: "Check that it is running and that the network is up.",
+    },
+    "link.serverLost": {
+        ru: "Нет связи с сервером OPC UA",
+        en: "The connection to the OPC UA server is lost",
+    },
     "link.since": { ru: "с {time}", en: "since {time}" },
     "link.frozen": { ru: "Показаны данные на {time}.", en: "What you see dates from {time}." },
     "link.retry": { ru: "Повторить сейчас", en: "Retry now" },
@@ -36,9 +41,13 @@ export const texts = {
     "link.reload": { ru: "Обновить страницу", en: "Reload the page" },
     "link.newVersion": {
         ru: "Программа opcuaweb обновлена: страница может работать неверно, пока её не обновят.",
-        en: "opcuaweb was updated: the page may not work correctly until it is reloaded." },
+        en: "opcuaweb was updated: the page may not work correctly until it is reloaded.",
+    },
     "problem.unreachable": { ru: "Программа opcuaweb не отвечает.", en: "opcuaweb does not respond." },
-    "problem.http": { ru: "Программа ответила ошибкой {status}.", en: "The program answered with error {status}." },
+    "problem.http": {
+        ru: "Программа ответила ошибкой {status}.",
+        en: "The program answered with error {status}.",
+    },
 
     "quality.good": { ru: "Хорошее", en: "Good" },
     "quality.uncertain": { ru: "Неопределённое", en: "Uncertain" },
@@ -64,7 +73,10 @@ export const texts = {
     "overview.values": { ru: "Переменных", en: "Variables" },
     "overview.counting": { ru: "идёт подсчёт", en: "still counting" },
     "overview.sweep": { ru: "Опрошены в {time}", en: "Last checked at {time}" },
-    "overview.oldAfter": { ru: "устаревшими считаются значения старше {n} с", en: "values older than {n} s count as old" },
+    "overview.oldAfter": {
+        ru: "устаревшими считаются значения старше {n} с",
+        en: "values older than {n} s count as old",
+    },
     "overview.journal": { ru: "Последние сообщения журнала", en: "Latest journal messages" },
     "overview.configuration": { ru: "Проверка конфигурации", en: "Configuration check" },
     "overview.connection": { ru: "Соединение", en: "Connection" },
@@ -88,13 +100,24 @@ export const texts = {
     "table.only": { ru: "Требуют внимания", en: "In need of attention" },
     "table.all": { ru: "Показать все", en: "Show all" },
     "table.noAttention": {
-        ru: "Эта версия opcuaweb такого списка не составляет", en: "This version of opcuaweb does not make this list" },
+        ru: "Эта версия opcuaweb такого списка не составляет",
+        en: "This version of opcuaweb does not make this list",
+    },
     "table.item": { ru: "Параметр", en: "Item" },
     "table.allItems": { ru: "Все параметры", en: "All items" },
-    "table.incomplete": { ru: "показаны не все: выберите папку или ищите", en: "not all are shown: choose a folder or search" },
+    "table.incomplete": {
+        ru: "показаны не все: выберите папку или ищите",
+        en: "not all are shown: choose a folder or search",
+    },
     "table.rows": {
-        ru: { one: "{count} переменная", few: "{count} переменные", many: "{count} переменных", other: "{count} переменной" },
-        en: { one: "{count} variable", other: "{count} variables" } },
+        ru: {
+            one: "{count} переменная",
+            few: "{count} переменные",
+            many: "{count} переменных",
+            other: "{count} переменной",
+        },
+        en: { one: "{count} variable", other: "{count} variables" },
+    },
     "column.tag": { ru: "Тег", en: "Tag" },
     "column.name": { ru: "Имя", en: "Name" },
     "column.item": { ru: "Параметр", en: "Item" },
@@ -106,7 +129,10 @@ export const texts = {
     "search.placeholder": { ru: "Поиск: тег, имя, обозначение", en: "Search tags, names, designations" },
     "search.results": { ru: "Результаты поиска", en: "Search results" },
     "search.none": { ru: "По запросу «{text}» ничего не найдено", en: "Nothing found for “{text}”" },
-    "search.building": { ru: "указатель ещё строится, найдено не всё", en: "the index is still being built, so some may be missing" },
+    "search.building": {
+        ru: "указатель ещё строится, найдено не всё",
+        en: "the index is still being built, so some may be missing",
+    },
     "search.many": { ru: "показаны первые; уточните запрос", en: "only the first are shown; type more" },
 
     "details.label": { ru: "Подробности", en: "Details" },
@@ -129,8 +155,12 @@ export const texts = {
     "writes.mark": { ru: "Запись разрешена", en: "Writes on" },
     "writes.allowed": {
         ru: "Программа запущена с ключом --allow-writes: значения можно изменять",
-        en: "The program was started with --allow-writes: values can be changed" },
-    "writes.made": { ru: "Записано: {node}: {old} → {new} ({address})", en: "Written: {node}: {old} → {new} ({address})" },
+        en: "The program was started with --allow-writes: values can be changed",
+    },
+    "writes.made": {
+        ru: "Записано: {node}: {old} → {new} ({address})",
+        en: "Written: {node}: {old} → {new} ({address})",
+    },
     "write.title": { ru: "Изменить {tag}", en: "Write {tag}" },
     "write.old": { ru: "Было", en: "Old" },
     "write.new": { ru: "Новое значение", en: "New value" },
@@ -139,13 +169,17 @@ export const texts = {
     "write.confirm": { ru: "Записать в контроллер", en: "Write to the controller" },
     "write.effect": {
         ru: "Значение подействует на процесс сразу. Запись попадёт в журнал программы с временем и адресом.",
-        en: "The value takes effect on the process at once. The program logs the write with time and address." },
+        en: "The value takes effect on the process at once. The program logs the write with time and address.",
+    },
     "write.doubtful": {
-        ru: "Текущее значение недостоверно или устарело.", en: "The present value is not reliable or is old." },
+        ru: "Текущее значение недостоверно или устарело.",
+        en: "The present value is not reliable or is old.",
+    },
     "write.taken": { ru: "Записано и прочитано обратно.", en: "Written and read back." },
     "write.notTaken": {
         ru: "Сервер принял запись, но прочитанное обратно значение пока другое.",
-        en: "The server accepted the write, but the value that was read back still differs." },
+        en: "The server accepted the write, but the value that was read back still differs.",
+    },
     "write.refused": { ru: "Сервер отказал: {status}.", en: "The server refused: {status}." },
 
     "pens.title": { ru: "Перья", en: "Pens" },
@@ -156,13 +190,23 @@ export const texts = {
     "trends.label": { ru: "График", en: "Chart" },
     "trends.legend": { ru: "Значения перьев", en: "Values of the pens" },
     "trends.empty": { ru: "Перья не выбраны", en: "No pens are selected" },
-    "trends.emptyAdvice": { ru: "Отметьте до восьми перьев в списке.", en: "Select up to eight pens in the list." },
+    "trends.emptyAdvice": {
+        ru: "Отметьте до восьми перьев в списке.",
+        en: "Select up to eight pens in the list.",
+    },
     "trends.keys": {
         ru: "Стрелки сдвигают, плюс и минус меняют масштаб, ноль возвращает к текущему времени.",
-        en: "Arrows pan, plus and minus zoom, zero returns to the present." },
-    "trends.noValues": { ru: "За это время в архиве нет значений.", en: "The archive has no values in this range." },
+        en: "Arrows pan, plus and minus zoom, zero returns to the present.",
+    },
+    "trends.noValues": {
+        ru: "За это время в архиве нет значений.",
+        en: "The archive has no values in this range.",
+    },
     "trends.noUnit": { ru: "без единицы", en: "no unit" },
-    "trends.noLibrary": { ru: "Не загрузилась библиотека графиков", en: "The chart library could not be loaded" },
+    "trends.noLibrary": {
+        ru: "Не загрузилась библиотека графиков",
+        en: "The chart library could not be loaded",
+    },
     "trends.cutShort": { ru: "История прочитана не до конца.", en: "The history was cut short." },
     "trends.read": { ru: "История прочитана", en: "History read" },
     "range.presets": { ru: "Последние", en: "The last" },
@@ -199,7 +243,9 @@ export const texts = {
     "journal.filter": { ru: "Отбор", en: "Filter" },
     "journal.codes": { ru: "Коды", en: "Codes" },
     "journal.wrongCodes": {
-        ru: "Коды — числа и промежутки через запятую: 18094, 17900-17999", en: "Codes are numbers and ranges: 18094, 17900-17999" },
+        ru: "Коды — числа и промежутки через запятую: 18094, 17900-17999",
+        en: "Codes are numbers and ranges: 18094, 17900-17999",
+    },
     "journal.reset": { ru: "Сбросить", en: "Reset" },
     "journal.time": { ru: "Время", en: "Time" },
     "journal.code": { ru: "Код", en: "Code" },
@@ -209,13 +255,27 @@ export const texts = {
     "journal.none": { ru: "Сообщений нет", en: "There are no messages" },
     "journal.absent": { ru: "Журнал отсюда не виден", en: "The journal is not available here" },
     "journal.absentAdvice": {
-        ru: "Запустите opcuaweb на контроллере с ключом --journal.", en: "Run opcuaweb on the controller with --journal." },
+        ru: "Запустите opcuaweb на контроллере с ключом --journal.",
+        en: "Run opcuaweb on the controller with --journal.",
+    },
     "journal.count": {
-        ru: { one: "{count} сообщение", few: "{count} сообщения", many: "{count} сообщений", other: "{count} сообщения" },
-        en: { one: "{count} message", other: "{count} messages" } },
+        ru: {
+            one: "{count} сообщение",
+            few: "{count} сообщения",
+            many: "{count} сообщений",
+            other: "{count} сообщения",
+        },
+        en: { one: "{count} message", other: "{count} messages" },
+    },
     "journal.new": {
-        ru: { one: "{n} новое сообщение", few: "{n} новых сообщения", many: "{n} новых сообщений", other: "{n} нового сообщения" },
-        en: { one: "{n} new message", other: "{n} new messages" } },
+        ru: {
+            one: "{n} новое сообщение",
+            few: "{n} новых сообщения",
+            many: "{n} новых сообщений",
+            other: "{n} нового сообщения",
+        },
+        en: { one: "{n} new message", other: "{n} new messages" },
+    },
 
     "configuration.file": { ru: "Файл", en: "File" },
     "configuration.tree": { ru: "Дерево", en: "Tree" },
@@ -225,24 +285,50 @@ export const texts = {
     "configuration.clean": { ru: "Замечаний нет", en: "No findings" },
     "configuration.errors": {
         ru: { one: "{n} ошибка", few: "{n} ошибки", many: "{n} ошибок", other: "{n} ошибки" },
-        en: { one: "{n} error", other: "{n} errors" } },
+        en: { one: "{n} error", other: "{n} errors" },
+    },
     "configuration.warnings": {
-        ru: { one: "{n} предупреждение", few: "{n} предупреждения", many: "{n} предупреждений", other: "{n} предупреждения" },
-        en: { one: "{n} warning", other: "{n} warnings" } },
+        ru: {
+            one: "{n} предупреждение",
+            few: "{n} предупреждения",
+            many: "{n} предупреждений",
+            other: "{n} предупреждения",
+        },
+        en: { one: "{n} warning", other: "{n} warnings" },
+    },
     "configuration.nodes": {
-        ru: { one: "{n} узел, из них переменных: {variables}", few: "{n} узла, из них переменных: {variables}",
-            many: "{n} узлов, из них переменных: {variables}", other: "{n} узла, из них переменных: {variables}" },
-        en: { one: "{n} node, {variables} of them variables", other: "{n} nodes, {variables} of them variables" } },
+        ru: {
+            one: "{n} узел, из них переменных: {variables}",
+            few: "{n} узла, из них переменных: {variables}",
+            many: "{n} узлов, из них переменных: {variables}",
+            other: "{n} узла, из них переменных: {variables}",
+        },
+        en: {
+            one: "{n} node, {variables} of them variables",
+            other: "{n} nodes, {variables} of them variables",
+        },
+    },
     "configuration.uncertain": { ru: "зависит от базы", en: "depends on the database" },
-    "configuration.noTree": { ru: "Из такой конфигурации дерево не получится", en: "This configuration gives no tree" },
+    "configuration.noTree": {
+        ru: "Из такой конфигурации дерево не получится",
+        en: "This configuration gives no tree",
+    },
     "configuration.treeOfDraft": { ru: "Дерево изменённого текста", en: "Tree of the edited text" },
-    "configuration.notSaved": { ru: "Только проверка: файл не изменяется.", en: "Checked only: the file stays as it is." },
+    "configuration.notSaved": {
+        ru: "Только проверка: файл не изменяется.",
+        en: "Checked only: the file stays as it is.",
+    },
     "configuration.check": { ru: "Проверить", en: "Check" },
     "configuration.download": { ru: "Скачать (CP866)", en: "Download (CP866)" },
     "configuration.revert": { ru: "Сбросить", en: "Discard" },
-    "configuration.absent": { ru: "Конфигурация отсюда не видна", en: "The configuration is not available here" },
+    "configuration.absent": {
+        ru: "Конфигурация отсюда не видна",
+        en: "The configuration is not available here",
+    },
     "configuration.absentAdvice": {
-        ru: "Запустите opcuaweb с ключом --config и именем файла.", en: "Run opcuaweb with --config and the file's name." },
+        ru: "Запустите opcuaweb с ключом --config и именем файла.",
+        en: "Run opcuaweb with --config and the file's name.",
+    },
     "finding.error": { ru: "Ошибка", en: "Error" },
     "finding.warning": { ru: "Предупреждение", en: "Warning" },
     "finding.line": { ru: "Строка {n}", en: "Line {n}" },
@@ -273,8 +359,11 @@ export const texts = {
     "keys.live": { ru: "к текущему времени", en: "back to the present" },
     "keys.mouse": {
         ru: "Мышь на графике: протянуть — увеличить, с Shift — сдвинуть, колесо — масштаб, двойной щелчок — вернуть.",
-        en: "Mouse on the chart: drag to zoom, with Shift to pan, wheel to zoom, double click to go back." },
+        en: "Mouse on the chart: drag to zoom, with Shift to pan, wheel to zoom, double click to go back.",
+    },
     "keys.check": { ru: "проверить текст", en: "check the text" },
     "keys.single": {
-        ru: "Одноклавишные команды (цифры, / и ?)", en: "Single-key commands (digits, / and ?)" },
+        ru: "Одноклавишные команды (цифры, / и ?)",
+        en: "Single-key commands (digits, / and ?)",
+    },
 };

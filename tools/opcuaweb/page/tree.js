@@ -25,9 +25,15 @@ export class Tree {
     constructor(source) {
         this.source = source;
         this.selected = source.top.id;
-        this.root = element("ul", { class: "tree", role: "tree", "aria-label": source.label, on: {
-            keydown: (event) => this.#key(/** @type {KeyboardEvent} */ (event)),
-            click: (event) => this.#click(event) } });
+        this.root = element("ul", {
+            class: "tree",
+            role: "tree",
+            "aria-label": source.label,
+            on: {
+                keydown: (event) => this.#key(/** @type {KeyboardEvent} */ (event)),
+                click: (event) => this.#click(event),
+            },
+        });
         const top = this.#item(source.top, 1);
         this.root.append(top);
         this.#makeTabStop(top);
@@ -37,8 +43,11 @@ export class Tree {
     /** Opens an item, and then what is alone in it. @param {HTMLElement} item */
     async #openOnly(item) {
         await this.#open(item, false);
-        const inner = /** @type {NodeListOf<HTMLElement>} */ (item.querySelectorAll(':scope > [role="group"] > [role="treeitem"]'));
-        if (inner.length === 1 && inner[0].getAttribute("aria-expanded") === "false") await this.#openOnly(inner[0]);
+        const inner = /** @type {NodeListOf<HTMLElement>} */ (
+            item.querySelectorAll(':scope > [role="group"] > [role="treeitem"]')
+        );
+        if (inner.length === 1 && inner[0].getAttribute("aria-expanded") === "false")
+            await this.#openOnly(inner[0]);
     }
 
     leave() {
@@ -71,20 +80,36 @@ export class Tree {
 
     /** @param {TreeNode} node @param {number} level */
     #item(node, level) {
-        const line = element("div", { class: "tree-line" }, element("span", { class: "twist" }, icon("chevron")),
-            icon(node.symbol ?? "folder"), element("span", { class: "tree-name" }, node.name || node.id),
-            node.note && element("span", { class: "tree-note" }, node.note));
+        const line = element(
+            "div",
+            { class: "tree-line" },
+            element("span", { class: "twist" }, icon("chevron")),
+            icon(node.symbol ?? "folder"),
+            element("span", { class: "tree-name" }, node.name || node.id),
+            node.note && element("span", { class: "tree-note" }, node.note),
+        );
         line.style.paddingInlineStart = `${(level - 1) * 16 + 4}px`;
-        return element("li", {
-            role: "treeitem", tabIndex: -1, "data-id": node.id, "data-name": node.name, "data-level": level,
-            "aria-level": level, "aria-label": [node.name || node.id, node.note].filter(Boolean).join(", "), "aria-selected": String(node.id === this.selected),
-            "aria-expanded": node.children ? "false" : null,
-        }, line);
+        return element(
+            "li",
+            {
+                role: "treeitem",
+                tabIndex: -1,
+                "data-id": node.id,
+                "data-name": node.name,
+                "data-level": level,
+                "aria-level": level,
+                "aria-label": [node.name || node.id, node.note].filter(Boolean).join(", "),
+                "aria-selected": String(node.id === this.selected),
+                "aria-expanded": node.children ? "false" : null,
+            },
+            line,
+        );
     }
 
     /** @param {HTMLElement} item */
     #makeTabStop(item) {
-        for (const other of this.root.querySelectorAll('[tabindex="0"]')) /** @type {HTMLElement} */ (other).tabIndex = -1;
+        for (const other of this.root.querySelectorAll('[tabindex="0"]'))
+            /** @type {HTMLElement} */ (other).tabIndex = -1;
         item.tabIndex = 0;
     }
 
@@ -92,7 +117,9 @@ export class Tree {
     async #open(item, focus) {
         item.setAttribute("aria-expanded", "true");
         if (!item.querySelector('[role="group"]')) await this.#load(item);
-        const first = /** @type {HTMLElement | null} */ (item.querySelector('[role="group"] > [role="treeitem"]'));
+        const first = /** @type {HTMLElement | null} */ (
+            item.querySelector('[role="group"] > [role="treeitem"]')
+        );
         if (focus && first) this.#focus(first);
     }
 
@@ -104,9 +131,9 @@ export class Tree {
         try {
             const nodes = await this.source.load(item.dataset.id, this.#requests.signal);
             this.#show(group, nodes, Number(item.dataset.level) + 1, 0);
-            if (!nodes.length) item.removeAttribute("aria-expanded");  // nothing but rows of the table
+            if (!nodes.length) item.removeAttribute("aria-expanded"); // nothing but rows of the table
         } catch (error) {
-            group.remove();  // the next opening tries again
+            group.remove(); // the next opening tries again
             if (!isAborted(error)) item.setAttribute("aria-expanded", "false");
         }
         item.removeAttribute("aria-busy");
@@ -163,7 +190,9 @@ export class Tree {
 
     /** @param {KeyboardEvent} event */
     #key(event) {
-        const item = /** @type {HTMLElement | null} */ (/** @type {Element} */ (event.target).closest('[role="treeitem"]'));
+        const item = /** @type {HTMLElement | null} */ (
+            /** @type {Element} */ (event.target).closest('[role="treeitem"]')
+        );
         if (!item || event.ctrlKey || event.altKey || event.metaKey) return;
         const visible = this.#visible();
         const place = visible.indexOf(item);
@@ -176,13 +205,18 @@ export class Tree {
             Home: () => to(visible[0]),
             End: () => to(visible.at(-1)),
             ArrowRight: () => isOpen && this.#open(item, isOpen === "true"),
-            ArrowLeft: () => (isOpen === "true" ? item.setAttribute("aria-expanded", "false")
-                : to(item.parentElement.closest('[role="treeitem"]'))),
+            ArrowLeft: () =>
+                isOpen === "true"
+                    ? item.setAttribute("aria-expanded", "false")
+                    : to(item.parentElement.closest('[role="treeitem"]')),
             Enter: () => this.#choose(item),
             " ": () => this.#choose(item),
         };
-        const action = actions[event.key] ?? (event.key.length === 1 && event.key.match(/\p{L}|\p{N}/u)
-            ? () => to(this.#startingWith(visible, place, event.key)) : null);
+        const action =
+            actions[event.key] ??
+            (event.key.length === 1 && event.key.match(/\p{L}|\p{N}/u)
+                ? () => to(this.#startingWith(visible, place, event.key))
+                : null);
         if (!action) return;
         event.preventDefault();
         event.stopPropagation();
@@ -192,6 +226,8 @@ export class Tree {
     /** The next item whose name begins with a letter. */
     #startingWith(visible, place, letter) {
         const order = [...visible.slice(place + 1), ...visible.slice(0, place)];
-        return order.find((item) => item.dataset.name.toLocaleLowerCase().startsWith(letter.toLocaleLowerCase()));
+        return order.find((item) =>
+            item.dataset.name.toLocaleLowerCase().startsWith(letter.toLocaleLowerCase()),
+        );
     }
 }

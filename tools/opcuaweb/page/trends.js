@@ -4,7 +4,7 @@ import { isTyping } from "./keys.js";
 import { Lanes } from "./lanes.js";
 import { t } from "./language.js";
 import { Legend } from "./legend.js";
-import { mostPens, PenPicker } from "./pens.js";
+import { idsOf, mostPens, PenPicker, textOf } from "./pens.js";
 import { changed, fixed, limitsOf, parametersOf, RangeBar, rangeOf } from "./ranges.js";
 import { note } from "./router.js";
 import { ShownPens } from "./shown_pens.js";
@@ -28,23 +28,54 @@ class TrendsView {
     constructor(root, parameters) {
         this.pens = new ShownPens(() => this.#draw());
         this.picker = new PenPicker((pen, isPicked) => (isPicked ? this.#add(pen) : this.#remove(pen.id)));
-        const penButton = iconButton("plus", t("pens.title"), () => this.picker.root.classList.toggle("is-open"), { class: "pens-button" });
-        this.bar = new RangeBar({ onRange: (range) => this.#go(range), onBack: () => this.#back() }, penButton);
+        const penButton = iconButton(
+            "plus",
+            t("pens.title"),
+            () => this.picker.root.classList.toggle("is-open"),
+            { class: "pens-button" },
+        );
+        this.bar = new RangeBar(
+            { onRange: (range) => this.#go(range), onBack: () => this.#back() },
+            penButton,
+        );
         this.lanes = new Lanes({
-            onRange: (from, to) => this.#dragged(from, to), onBack: () => this.#back(),
+            onRange: (from, to) => this.#dragged(from, to),
+            onBack: () => this.#back(),
             onPointer: (time) => this.legend.point(time),
         });
-        this.legend = new Legend({ onRemove: (id) => this.#remove(id), onAxis: (id) => this.#changeAxis(id) });
+        this.legend = new Legend({
+            onRemove: (id) => this.#remove(id),
+            onAxis: (id) => this.#changeAxis(id),
+        });
         this.progress = element("span", {});
         this.state = element("p", { class: "muted small trend-state" });
         this.empty = element("div", {}, notice(t("trends.empty"), "trends", t("trends.emptyAdvice")));
-        this.charts = element("div", { class: "charts live", tabIndex: 0, role: "group", "aria-label": t("trends.label"),
-            "aria-describedby": "chart-keys", on: { keydown: (event) => this.#key(/** @type {KeyboardEvent} */ (event)) } },
-        this.lanes.root);
-        root.append(this.picker.root, element("section", { class: "panel trend-panel", "aria-label": t("trends.label") },
-            element("header", {}, this.bar.root), element("div", { class: "progress", "aria-hidden": "true" }, this.progress),
-            this.empty, this.charts, element("p", { class: "spoken", id: "chart-keys" }, t("trends.keys")),
-            this.state, this.legend.root));
+        this.charts = element(
+            "div",
+            {
+                class: "charts live",
+                tabIndex: 0,
+                role: "group",
+                "aria-label": t("trends.label"),
+                "aria-describedby": "chart-keys",
+                on: { keydown: (event) => this.#key(/** @type {KeyboardEvent} */ (event)) },
+            },
+            this.lanes.root,
+        );
+        root.append(
+            this.picker.root,
+            element(
+                "section",
+                { class: "panel trend-panel", "aria-label": t("trends.label") },
+                element("header", {}, this.bar.root),
+                element("div", { class: "progress", "aria-hidden": "true" }, this.progress),
+                this.empty,
+                this.charts,
+                element("p", { class: "spoken", id: "chart-keys" }, t("trends.keys")),
+                this.state,
+                this.legend.root,
+            ),
+        );
         this.readLater = debounced(250, () => this.#read());
         this.timer = setInterval(() => this.#tick(), 1000);
         this.#start(parameters);
@@ -103,10 +134,8 @@ class TrendsView {
 
     #changedPens() {
         this.picker.show(this.#ids());
-        // Commas and per cent signs are escaped once more: an id may contain a comma.
-        const escaped = (/** @type {import("./shown_pens.js").ShownPen[]} */ pens) =>
-            pens.map((pen) => pen.id.replace(/[%,]/g, encodeURIComponent)).join(",");
-        note({ pens: escaped(this.pens.list), own: escaped(this.pens.list.filter((pen) => pen.hasOwnAxis)) });
+        const own = this.pens.list.filter((pen) => pen.hasOwnAxis);
+        note({ pens: textOf(this.#ids()), own: textOf(own.map((pen) => pen.id)) });
         this.#draw();
     }
 
@@ -159,7 +188,7 @@ class TrendsView {
     async #tick() {
         if (document.hidden || this.#isDragging) return;
         const width = this.lanes.width();
-        if (this.pens.list.length && Math.abs(width - this.#readWidth) > this.#readWidth / 5) this.#read();  // the window was resized
+        if (this.pens.list.length && Math.abs(width - this.#readWidth) > this.#readWidth / 5) this.#read(); // the window was resized
         if (!("last" in this.range)) return;
         const pixelMs = (this.range.last * 1000) / width;
         if (pixelMs < 5000) this.#draw();
@@ -188,15 +217,22 @@ class TrendsView {
         this.legend.show(list, from, to);
         const progress = this.pens.progress();
         this.progress.style.transform = `scaleX(${progress < 1 ? Math.max(0.02, progress) : 0})`;
-        const isEmpty = list.length > 0 && list.every((pen) => pen.progress === 1 && !pen.columns.length && !pen.problem);
+        const isEmpty =
+            list.length > 0 && list.every((pen) => pen.progress === 1 && !pen.columns.length && !pen.problem);
         setText(this.state, isEmpty ? t("trends.noValues") : "");
     }
 
     /** @param {KeyboardEvent} event */
     #key(event) {
         if (event.ctrlKey || event.altKey || event.metaKey || isTyping(event.target)) return;
-        const moves = { ArrowLeft: { shift: -0.2 }, ArrowRight: { shift: 0.2 }, "+": { factor: 0.5 }, "=": { factor: 0.5 },
-            "-": { factor: 2 }, "−": { factor: 2 } };
+        const moves = {
+            ArrowLeft: { shift: -0.2 },
+            ArrowRight: { shift: 0.2 },
+            "+": { factor: 0.5 },
+            "=": { factor: 0.5 },
+            "-": { factor: 2 },
+            "−": { factor: 2 },
+        };
         const [from, to] = this.#drawn;
         if (event.key in moves) this.#go(changed(this.range, moves[event.key]));
         else if (event.key === "0") this.#go({ last: Math.max(60, Math.round((to - from) / 1000)) });
@@ -204,15 +240,6 @@ class TrendsView {
         else return;
         event.preventDefault();
         event.stopPropagation();
-    }
-}
-
-/** The pens of an address. @param {string} text */
-function idsOf(text) {
-    try {
-        return text.split(",").filter(Boolean).map(decodeURIComponent);
-    } catch {
-        return [];  // somebody else's per cent sign
     }
 }
 

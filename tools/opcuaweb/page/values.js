@@ -1,26 +1,18 @@
 // The values: tree on the left, table on the right, details of the chosen row beside it.
-import { get, isAborted, Problem } from "./api.js";
+import { isAborted } from "./api.js";
 import { announce, element, icon, iconButton, notice, setText } from "./dom.js";
 import { count } from "./format.js";
 import { t } from "./language.js";
 import { go, note } from "./router.js";
+import { loadRows, mostHits } from "./rows.js";
 import { Details } from "./details.js";
+import { ItemChoice } from "./item_choice.js";
 import { searchBox } from "./search.js";
 import { on } from "./store.js";
 import { Table } from "./table.js";
-import { Tree } from "./tree.js";
+import { nodeTree, topNode } from "./node_tree.js";
 import { watch } from "./watch.js";
 import { canWrite, openWriteDialog } from "./write_dialog.js";
-
-/** The Objects folder, the top of every server. */
-const topNode = "i=85";
-/** The table shows these as rows, so the tree leaves them out. */
-const rowKinds = ["tag", "variable", "pen"];
-/** What one search may show; more hits than this call for more letters. */
-const mostHits = 1000;
-
-/** So many kinds of items, the most frequent ones, are offered as a choice. */
-const mostItems = 60;
 
 /** @typedef {{node: string, q: string, only: string, item: string, sel: string}} Wanted */
 
@@ -34,12 +26,10 @@ class ValuesView {
 
     /** @param {HTMLElement} root @param {Record<string, string>} parameters */
     constructor(root, parameters) {
-        this.tree = new Tree({
-            label: t("tree.label"), top: { id: topNode, name: t("tree.all"), children: true }, onSelect: (id) => this.#chooseNode(id),
-            load: async (node, signal) => (await get("children", { node }, signal)).nodes.filter(({ kind }) => !rowKinds.includes(kind)),
-        });
+        this.tree = nodeTree((id) => this.#chooseNode(id));
         this.table = new Table({
-            onOpen: (row) => this.#open(row), onVisible: (ids) => watch("table", ids),
+            onOpen: (row) => this.#open(row),
+            onVisible: (ids) => watch("table", ids),
             onKey: (code, row) => (code === "KeyT" ? trend(row) : canWrite(row) && openWriteDialog(row)),
         });
         this.details = new Details(() => this.#close());
@@ -47,20 +37,48 @@ class ValuesView {
         this.title = element("h2", { class: "table-title" });
         this.count = element("span", { class: "muted" });
         this.only = element("span", { class: "chips" });
-        this.items = /** @type {HTMLSelectElement} */ (element("select", { class: "items", "aria-label": t("table.item"), hidden: true,
-            on: { change: () => this.#chooseItem() } }));
+        this.items = new ItemChoice((item) => this.#chooseItem(item));
         this.message = element("div", { class: "table-message", hidden: true });
-        this.treePanel = element("aside", { class: "panel tree-panel", "aria-label": t("tree.label") },
-            element("header", {}, element("h2", { class: "grow" }, t("tree.title")),
-                iconButton("close", t("tree.hide"), () => this.#showTree(false), { quiet: true, class: "plain tree-close" })), this.tree.root);
-        this.treeButton = iconButton("folder", t("tree.title"), () => this.#showTree(true), { class: "tree-button" });
-        root.append(this.treePanel, element("section", { class: "panel table-panel", "aria-label": t("table.label") },
-            element("header", {}, this.treeButton, this.search.root, this.items,
-                element("div", { class: "table-heading" }, this.title, this.count, this.only)),
-            this.message, this.table.root), this.details.root);
+        this.treePanel = element(
+            "aside",
+            { class: "panel tree-panel", "aria-label": t("tree.label") },
+            element(
+                "header",
+                {},
+                element("h2", { class: "grow" }, t("tree.title")),
+                iconButton("close", t("tree.hide"), () => this.#showTree(false), {
+                    quiet: true,
+                    class: "plain tree-close",
+                }),
+            ),
+            this.tree.root,
+        );
+        this.treeButton = iconButton("folder", t("tree.title"), () => this.#showTree(true), {
+            class: "tree-button",
+        });
+        root.append(
+            this.treePanel,
+            element(
+                "section",
+                { class: "panel table-panel", "aria-label": t("table.label") },
+                element(
+                    "header",
+                    {},
+                    this.treeButton,
+                    this.search.root,
+                    this.items.root,
+                    element("div", { class: "table-heading" }, this.title, this.count, this.only),
+                ),
+                this.message,
+                this.table.root,
+            ),
+            this.details.root,
+        );
         // After the connection was lost, what could not be loaded is loaded again.
-        this.ends = [on("link", (link) => link.connected && this.#hasFailed && this.#load()),
-            on("hello", () => this.#hasFailed && this.#load())];
+        this.ends = [
+            on("link", (link) => link.connected && this.#hasFailed && this.#load()),
+            on("hello", () => this.#hasFailed && this.#load()),
+        ];
         this.arrive(parameters);
     }
 
@@ -82,7 +100,7 @@ class ValuesView {
         this.tree.select(this.wanted.node);
         const { node, q, only, sel } = this.wanted;
         if (JSON.stringify([node, q, only]) !== this.#shown) this.#load();
-        else if (this.wanted.item !== this.items.value) this.#showRows();
+        else if (this.wanted.item !== this.items.root.value) this.#showRows();
         else if (sel !== (this.details.row?.id ?? "")) this.#restore();
     }
 
@@ -117,21 +135,14 @@ class ValuesView {
         this.message.hidden = this.#rows.length > 0;
         if (!this.#rows.length) this.message.replaceChildren(notice(t("table.loading"), "wait"));
         try {
-            const { rows, hits, complete } = await this.#fetch(node, q, only, signal);
+            const { rows, complete } = await loadRows(this.wanted, signal);
             this.#hasFailed = false;
-            this.#show(rows ?? hits, complete);
+            this.#show(rows, complete);
         } catch (error) {
             if (isAborted(error)) return;
             this.#hasFailed = true;
-            const isUnknown = error instanceof Problem && error.code === "unknown-path";
-            this.#show([], true, isUnknown ? t("table.noAttention") : error.message);
+            this.#show([], true, error.message);
         }
-    }
-
-    #fetch(node, q, only, signal) {
-        if (q) return get("search", { q, limit: mostHits }, signal);
-        if (only) return get("attention", { kind: only, limit: 2000 }, signal);
-        return get("rows", { node }, signal);
     }
 
     /** @param {import("./store.js").Row[]} rows @param {boolean} isComplete @param {string} [problem] */
@@ -140,52 +151,66 @@ class ValuesView {
         this.table.root.removeAttribute("aria-busy");
         this.#heading();
         const { q, only } = this.wanted;
-        const text = problem ?? (q ? t("search.none", { text: q }) : only ? t("table.noneLikeThis") : t("table.none"));
+        const text =
+            problem ?? (q ? t("search.none", { text: q }) : only ? t("table.noneLikeThis") : t("table.none"));
         this.message.hidden = rows.length > 0;
         this.table.root.hidden = rows.length === 0;
-        if (!rows.length) this.message.replaceChildren(notice(text, problem ? "bad" : "search", q && !isComplete ? t("search.building") : ""));
+        if (!rows.length)
+            this.message.replaceChildren(
+                notice(text, problem ? "bad" : "search", q && !isComplete ? t("search.building") : ""),
+            );
         const some = isComplete ? "" : ` · ${t(q ? "search.building" : "table.incomplete")}`;
         const full = q && rows.length >= mostHits ? ` · ${t("search.many")}` : "";
         this.suffix = problem ? "" : some + full;
-        this.#offerItems();
+        this.items.offer(rows);
         this.#showRows();
         announce(problem ?? this.count.textContent);
     }
 
-    /** A tag may publish a dozen attributes: the choice leaves one of them, for example the current values. */
-    #offerItems() {
-        const counts = new Map();
-        for (const { item } of this.#rows) counts.set(item, (counts.get(item) ?? 0) + 1);
-        const names = [...counts.keys()].filter((name) => counts.get(name) > 1).sort((a, b) => counts.get(b) - counts.get(a))
-            .slice(0, mostItems);
-        this.items.hidden = names.length < 2;
-        this.items.replaceChildren(element("option", { value: "" }, t("table.allItems")),
-            ...names.map((name) => element("option", { value: name }, `${name} (${count(counts.get(name))})`)));
-    }
-
-    #chooseItem() {
-        this.wanted.item = this.items.value;
-        note({ item: this.items.value });
+    /** @param {string} item */
+    #chooseItem(item) {
+        this.wanted.item = item;
+        note({ item });
         this.#showRows();
     }
 
     /** The rows that were loaded, or those of one item. */
     #showRows() {
-        this.items.value = this.wanted.item;
-        if (this.items.hidden || this.items.selectedIndex < 0) this.items.value = "";
-        const rows = this.items.value ? this.#rows.filter(({ item }) => item === this.items.value) : this.#rows;
+        const rows = this.items.chosen(this.#rows, this.wanted.item);
         this.table.show(rows);
-        setText(this.count, this.#rows.length ? t("table.rows", { n: rows.length, count: count(rows.length) }) + this.suffix : "");
+        setText(
+            this.count,
+            this.#rows.length
+                ? t("table.rows", { n: rows.length, count: count(rows.length) }) + this.suffix
+                : "",
+        );
         this.#restore();
     }
 
     #heading() {
         const { node, q, only } = this.wanted;
-        setText(this.title, q ? t("search.results") : only ? t("table.only") : node === topNode ? t("tree.all") : this.tree.nameOf(node));
+        setText(
+            this.title,
+            q
+                ? t("search.results")
+                : only
+                  ? t("table.only")
+                  : node === topNode
+                    ? t("tree.all")
+                    : this.tree.nameOf(node),
+        );
         this.only.replaceChildren();
         if (!only) return;
-        this.only.append(element("a", { class: "chip", href: "#/values" }, icon(only), t(`quality.${only}`), icon("close"),
-            element("span", { class: "spoken" }, t("table.all"))));
+        this.only.append(
+            element(
+                "a",
+                { class: "chip", href: "#/values" },
+                icon(only),
+                t(`quality.${only}`),
+                icon("close"),
+                element("span", { class: "spoken" }, t("table.all")),
+            ),
+        );
     }
 
     /** Opens the row of the address, if it is here. */

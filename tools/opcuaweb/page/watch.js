@@ -29,7 +29,7 @@ const send = debounced(100, async () => {
     try {
         await post("watch", body);
     } catch {
-        posted = "";  // the next change of the connection or of the screen sends again
+        posted = ""; // the next change of the connection or of the screen sends again
         setTimeout(send, 2000);
     }
 });
