@@ -215,7 +215,7 @@ export class Chart {
     }
 }
 
-/** Decimals that tell the ticks of an axis apart: the same for all of them. @param {[number, number] | null} range */
+/** Decimals that distinguish the ticks of an axis: the same for all of them. @param {[number, number] | null} range */
 function decimalsOf(range) {
     if (!range || !(range[1] > range[0])) return undefined;
     return Math.max(0, Math.min(6, Math.ceil(-Math.log10((range[1] - range[0]) / 4))));
