@@ -202,7 +202,7 @@ class _Handler(BaseHTTPRequestHandler):
 
     def _file(self, path: str) -> None:
         places = {"/": _PAGE / "index.html", "/dygraph.js": _DYGRAPHS / "dygraph.js", "/dygraph.css": _DYGRAPHS / "dygraph.css"}
-        file = places.get(path, _PAGE / Path(path).name)
+        file = places.get(path, _PAGE / path.removeprefix("/app/"))
         if not file.is_file():
             self._answer(None, {})
             return

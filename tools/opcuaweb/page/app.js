@@ -1,19 +1,19 @@
 // Starts the page: its frame, the link to the program, and the view that the address names.
-import { show as showBanner, startBanner } from "./banner.js";
-import { announce, element, find, setIcon, setText } from "./dom.js";
-import { plainValue, timeOfDay } from "./format.js";
-import { startKeys } from "./keys.js";
-import { language, onLanguage, setLanguage, t, translate } from "./language.js";
-import { Link } from "./link.js";
-import { here, startRouter } from "./router.js";
-import { now, on, store, take } from "./store.js";
-import { nextTheme, theme } from "./theme.js";
-import { startWatching } from "./watch.js";
-import { configurationView } from "./configuration.js";
-import { journalView } from "./journal.js";
-import { overviewView } from "./overview.js";
-import { trendsView } from "./trends.js";
-import { valuesView } from "./values.js";
+import { show as showBanner, startBanner } from "./frame/banner.js";
+import { announce, element, find, setIcon, setText } from "./widgets/dom.js";
+import { plainValue, timeOfDay } from "./text/format.js";
+import { startKeys } from "./frame/keys.js";
+import { language, onLanguage, setLanguage, t, translate } from "./text/language.js";
+import { Link } from "./data/link.js";
+import { here, startRouter } from "./frame/router.js";
+import { now, on, store, take } from "./data/store.js";
+import { nextTheme, theme } from "./style/theme.js";
+import { startWatching } from "./data/watch.js";
+import { configurationView } from "./configuration/configuration.js";
+import { journalView } from "./journal/journal.js";
+import { overviewView } from "./overview/overview.js";
+import { trendsView } from "./trends/trends.js";
+import { valuesView } from "./values/values.js";
 
 /**
  * A view is made anew on each visit.
@@ -40,7 +40,7 @@ const mostToasts = 4;
 let view = null;
 let shown = "";
 
-/** @param {import("./router.js").Place} place */
+/** @param {import("./frame/router.js").Place} place */
 function arrive(place) {
     if (place.view === shown && view?.arrive) return view.arrive(place.parameters);
     const isFirst = shown === "";
@@ -51,7 +51,7 @@ function arrive(place) {
     scrollTo(0, 0);
 }
 
-/** @param {import("./router.js").Place} place */
+/** @param {import("./frame/router.js").Place} place */
 function mount(place) {
     view?.leave();
     shown = place.view;

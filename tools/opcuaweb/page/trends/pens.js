@@ -1,0 +1,167 @@
+// Picks pens: those of the plotters, filtered as one types, and the present choice.
+import { get, isAborted } from "../data/api.js";
+import { element, iconButton, notice } from "../widgets/dom.js";
+import { count } from "../text/format.js";
+import { t } from "../text/language.js";
+import { searchBox } from "../widgets/search.js";
+
+/** @typedef {{id: string, name: string, unit: string}} Pen */
+
+/** Pens shown for one plotter; the filter finds the others. */
+const portion = 100;
+export const mostPens = 8;
+
+/** Ids for an address. Commas and per cent signs are escaped once more: an id may contain a comma. @param {string[]} ids */
+export function textOf(ids) {
+    return ids.map((id) => id.replace(/[%,]/g, encodeURIComponent)).join(",");
+}
+
+/** The ids in an address. @param {string} text */
+export function idsOf(text) {
+    try {
+        return text.split(",").filter(Boolean).map(decodeURIComponent);
+    } catch {
+        return []; // somebody else's per cent sign
+    }
+}
+
+export class PenPicker {
+    /** @type {{id: string, name: string, pens: Pen[]}[]} */
+    #plotters = [];
+    #filter = "";
+    /** @type {Set<string>} */
+    #closed = new Set();
+    #request = new AbortController();
+
+    /** @param {(pen: Pen, isPicked: boolean) => void} onPick */
+    constructor(onPick) {
+        this.onPick = onPick;
+        /** @type {string[]} */
+        this.picked = [];
+        this.search = searchBox(
+            (text) => {
+                this.#filter = text.toLocaleLowerCase();
+                this.#paint();
+            },
+            { placeholder: "pens.filter" },
+        );
+        this.list = element("div", { class: "pen-list" }, notice(t("table.loading"), "wait"));
+        this.root = element(
+            "aside",
+            { class: "panel pens-panel", "aria-label": t("pens.title") },
+            element(
+                "header",
+                {},
+                element("h2", { class: "grow" }, t("pens.title")),
+                iconButton("close", t("close"), () => this.root.classList.remove("is-open"), {
+                    quiet: true,
+                    class: "plain pens-close",
+                }),
+                this.search.root,
+            ),
+            this.list,
+        );
+    }
+
+    leave() {
+        this.#request.abort();
+        this.search.leave();
+    }
+
+    async load() {
+        try {
+            this.#plotters = (await get("pens", {}, this.#request.signal)).plotters;
+            this.#paint();
+        } catch (error) {
+            if (!isAborted(error)) this.list.replaceChildren(notice(error.message, "bad"));
+        }
+    }
+
+    /** What is known of a pen. @param {string} id @returns {Promise<Pen>} */
+    async find(id) {
+        const known = this.#plotters.flatMap((plotter) => plotter.pens).find((pen) => pen.id === id);
+        if (known) return known;
+        try {
+            // A variable with history that belongs to no plotter.
+            const { hits } = await get("search", { q: id, limit: 10 }, this.#request.signal);
+            const row = hits.find((/** @type {any} */ hit) => hit.id === id);
+            if (row) return { id, name: [row.tag, row.item].filter(Boolean).join(" "), unit: row.unit ?? "" };
+        } catch {
+            // Its id is name enough.
+        }
+        return { id, name: id, unit: "" };
+    }
+
+    /** @param {string[]} ids */
+    show(ids) {
+        this.picked = ids;
+        this.#paint();
+    }
+
+    #paint() {
+        const shown = this.#plotters
+            .map((plotter) => ({ plotter, pens: plotter.pens.filter((pen) => this.#suits(plotter, pen)) }))
+            .filter(({ pens }) => pens.length);
+        if (!shown.length) {
+            this.list.replaceChildren(
+                notice(t(this.#plotters.length ? "pens.noneFound" : "pens.none"), "trends"),
+            );
+            return;
+        }
+        const focused = document.activeElement?.getAttribute("data-pen");
+        this.list.replaceChildren(...shown.map(({ plotter, pens }) => this.#plotter(plotter, pens)));
+        if (focused)
+            /** @type {HTMLElement | null} */ (
+                this.list.querySelector(`[data-pen="${CSS.escape(focused)}"]`)
+            )?.focus();
+    }
+
+    #suits(plotter, pen) {
+        return (
+            !this.#filter ||
+            `${plotter.name} ${pen.name} ${pen.id} ${pen.unit}`.toLocaleLowerCase().includes(this.#filter)
+        );
+    }
+
+    #plotter(plotter, pens) {
+        const rest = pens.length - portion;
+        const section = element(
+            "details",
+            { class: "plotter", open: this.#filter !== "" || !this.#closed.has(plotter.id) },
+            element(
+                "summary",
+                {},
+                plotter.name || plotter.id,
+                element("span", { class: "muted" }, ` ${count(pens.length)}`),
+            ),
+            element("ul", {}, ...pens.slice(0, portion).map((pen) => element("li", {}, this.#check(pen)))),
+            rest > 0 && element("p", { class: "muted small" }, t("pens.more", { n: count(rest) })),
+        );
+        section.addEventListener("toggle", () => {
+            if (/** @type {HTMLDetailsElement} */ (section).open) this.#closed.delete(plotter.id);
+            else this.#closed.add(plotter.id);
+        });
+        return section;
+    }
+
+    /** @param {Pen} pen */
+    #check(pen) {
+        const isPicked = this.picked.includes(pen.id);
+        const box = /** @type {HTMLInputElement} */ (
+            element("input", {
+                type: "checkbox",
+                checked: isPicked,
+                "data-pen": pen.id,
+                disabled: !isPicked && this.picked.length >= mostPens,
+            })
+        );
+        box.addEventListener("change", () => this.onPick(pen, box.checked));
+        return element(
+            "label",
+            { class: "check" },
+            box,
+            element("span", { class: "grow pen-name" }, pen.name || pen.id),
+            element("span", { class: "muted" }, pen.unit),
+        );
+    }
+}
