@@ -1,6 +1,8 @@
 #include "tools/opcuaweb/sweep.h"
 
 #include <algorithm>
+#include <chrono>
+#include <string_view>
 
 #include "tools/opcuaweb/limits.h"
 #include "tools/opcuaweb/reading.h"
@@ -96,23 +98,36 @@ bool Sweep::readChunk(Session& session) {
     return true;
 }
 
-void Sweep::note(const char* kind, const Row& row) {
-    auto& rows = runningNotes_[kind];
+void Sweep::note(std::string_view condition, const Row& row) {
+    auto& rows = runningNotes_[std::string(condition)];
     if (rows.size() < kMostNoted) rows.push_back(row);
 }
 
+namespace {
+
+constexpr auto kOldMs = std::chrono::milliseconds(kOldAfter).count();
+
+/// Each variable counts once, under its worst condition. A pen is never old: what counts is its history.
+std::string_view conditionOf(const Row& row, int quality, std::optional<std::int64_t> ageMs) {
+    if (quality == 2) return "bad";
+    if (!row.history && ageMs && *ageMs > kOldMs) return "old";
+    return quality == 1 ? "uncertain" : "good";
+}
+
+}  // namespace
+
 void Sweep::count(const Row& row, const UA_DataValue& value, std::int64_t nowMs) {
-    constexpr auto kOldMs = std::chrono::milliseconds(kOldAfter).count();
+    std::optional<std::int64_t> time;
+    if (value.hasSourceTimestamp) time = unixMs(value.sourceTimestamp);
     const int quality = qualityOf(value.hasStatus ? value.status : UA_STATUSCODE_GOOD);
-    ++(quality == 2 ? running_.bad : quality == 1 ? running_.uncertain : running_.good);
-    if (quality > 0) note(quality == 2 ? "bad" : "uncertain", row);
-    if (!value.hasSourceTimestamp) return;
-    const std::int64_t time = unixMs(value.sourceTimestamp);
-    if (nowMs - time > kOldMs) {
-        ++running_.old;
-        note("old", row);
-    }
-    if (running_.newestMs && time <= *running_.newestMs) return;
+    const auto age = time ? std::optional(nowMs - *time) : std::nullopt;
+    const std::string_view condition = conditionOf(row, quality, age);
+    if (condition == "good") ++running_.good;
+    if (condition == "uncertain") ++running_.uncertain;
+    if (condition == "old") ++running_.old;
+    if (condition == "bad") ++running_.bad;
+    if (condition != "good") note(condition, row);
+    if (!time || (running_.newestMs && *time <= *running_.newestMs)) return;
     running_.newestMs = time;
     newest_ = row.id;
 }

@@ -6,6 +6,7 @@
 #include <mutex>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "tools/opcuaweb/asker.h"
@@ -41,7 +42,7 @@ class Sweep {
     Asker::Step step(Session* session);
     [[nodiscard]] bool readChunk(Session& session);
     void count(const Row& row, const UA_DataValue& value, std::int64_t nowMs);
-    void note(const char* kind, const Row& row);
+    void note(std::string_view condition, const Row& row);
     void finish();
     void freshen(Session& session);
 
