@@ -3,7 +3,7 @@ import { get, isAborted, post } from "../data/api.js";
 import { announce, element, icon, iconButton, notice, setText } from "../widgets/dom.js";
 import { ConfigurationEditor } from "./editor.js";
 import { configurationTree } from "./result_tree.js";
-import { findingLines, findingList, summaryOf } from "./findings.js";
+import { findingLines, findingList, countsOf, summaryOf } from "./findings.js";
 import { t } from "../text/language.js";
 import { note } from "../frame/router.js";
 import { on, store } from "../data/store.js";
@@ -173,7 +173,7 @@ class ConfigurationView {
     /** @param {Checked} checked */
     #showFindings(checked) {
         setText(this.summary, "");
-        this.summary.append(summaryOf(checked.findings));
+        this.summary.append(summaryOf(countsOf(checked.findings)));
         this.findings.replaceChildren(findingList(checked.findings, (line) => this.#goTo(line)));
     }
 

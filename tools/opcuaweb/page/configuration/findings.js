@@ -43,11 +43,14 @@ function codeText(text) {
     const kind = /^\s*[;#]/.test(text) ? "comment" : /^\s*\[/.test(text) ? "section" : "entry";
     const equals = kind === "entry" ? text.indexOf("=") : -1;
     if (equals < 0) return element("code", { class: `code-${kind}` }, text || " ");
+    const remark = text.indexOf(";", equals);
+    const end = remark < 0 ? text.length : remark;
     return element(
         "code",
         {},
         element("span", { class: "code-key" }, text.slice(0, equals)),
-        text.slice(equals),
+        text.slice(equals, end),
+        remark >= 0 && element("span", { class: "code-comment" }, text.slice(end)),
     );
 }
 
@@ -81,8 +84,6 @@ function body(finding) {
 
 /** @param {Finding[]} findings @param {(line: number) => void} goTo */
 export function findingList(findings, goTo) {
-    if (!findings.length)
-        return element("p", { class: "quality is-good clean" }, icon("check"), t("configuration.clean"));
     return element(
         "ol",
         {},
@@ -108,15 +109,23 @@ export function findingList(findings, goTo) {
     );
 }
 
-/** "2 errors, 1 warning" with a sign. @param {Finding[]} findings */
-export function summaryOf(findings) {
-    const errors = findings.filter(({ severity }) => severity === "error").length;
-    const warnings = findings.length - errors;
-    if (!findings.length) return element("span", {}); // the list says so
+/** "2 errors, 1 warning" with a sign. @param {{errors: number, warnings: number}} counts */
+export function summaryOf({ errors, warnings }) {
     const text = [
         errors && t("configuration.errors", { n: errors }),
         warnings && t("configuration.warnings", { n: warnings }),
-    ];
-    const symbol = errors ? "bad" : "uncertain";
-    return element("span", { class: `quality is-${symbol}` }, icon(symbol), text.filter(Boolean).join(", "));
+    ].filter(Boolean);
+    const condition = errors ? "bad" : warnings ? "uncertain" : "good";
+    return element(
+        "span",
+        { class: `quality is-${condition}` },
+        icon(condition === "good" ? "check" : condition),
+        text.join(", ") || t("configuration.clean"),
+    );
+}
+
+/** @param {Finding[]} findings @returns {{errors: number, warnings: number}} */
+export function countsOf(findings) {
+    const errors = findings.filter(({ severity }) => severity === "error").length;
+    return { errors, warnings: findings.length - errors };
 }

@@ -1,7 +1,7 @@
 // The page's keys. Those of one character can be switched off, because speech control may type them by mistake.
 import { element, find } from "../widgets/dom.js";
 import { t } from "../text/language.js";
-import { go, viewNames } from "./router.js";
+import { go, goTo, lastAddress, viewNames } from "./router.js";
 import { remember, remembered } from "../data/settings.js";
 
 /** What the "?" dialog lists: headings and rows of keys and what they do. */
@@ -65,7 +65,7 @@ export function startKeys() {
 /** @param {KeyboardEvent} event */
 function actionOf({ key, code, shiftKey }) {
     const view = viewNames()[Number(key) - 1];
-    if (view) return () => go(view);
+    if (view) return () => goTo(lastAddress(view));
     // The key itself too: with the Russian layout it types neither of the two characters.
     if (key === "?" || (code === "Slash" && shiftKey)) return showHelp;
     if (key === "/" || code === "Slash") return focusSearch;

@@ -4,6 +4,8 @@
 /** @typedef {{view: string, parameters: Record<string, string>}} Place */
 
 const views = ["overview", "values", "trends", "journal", "configuration"];
+/** The address at which each view was left. @type {Map<string, string>} */
+const lefts = new Map();
 /** @type {(place: Place) => void} */
 let arrive = () => {};
 
@@ -23,9 +25,25 @@ export function addressOf(view, parameters = {}) {
     return `#/${view}${query ? `?${query}` : ""}`;
 }
 
+/** Where a view was left, so that its selection is found again. @param {string} view */
+export function lastAddress(view) {
+    return lefts.get(view) ?? addressOf(view);
+}
+
+/** The navigation leads back to where each view was left. */
+function remember() {
+    const { view, parameters } = here();
+    lefts.set(view, addressOf(view, parameters));
+    document.querySelector(`#nav [data-view="${view}"]`)?.setAttribute("href", lastAddress(view));
+}
+
 /** Goes to a view, as a click on a link would. */
 export function go(view, parameters = {}) {
-    const target = addressOf(view, parameters);
+    goTo(addressOf(view, parameters));
+}
+
+/** @param {string} target an address in this page */
+export function goTo(target) {
     if (target !== location.hash) location.hash = target;
     else arrive(here());
 }
@@ -41,11 +59,15 @@ export function note(changed, { keep = false } = {}) {
     if (target === location.hash) return;
     if (keep) history.pushState(null, "", target);
     else history.replaceState(null, "", target);
+    remember();
 }
 
 /** @param {(place: Place) => void} onArrival called now and on each change of the fragment by link, key or button */
 export function startRouter(onArrival) {
-    arrive = onArrival;
+    arrive = (place) => {
+        remember();
+        onArrival(place);
+    };
     addEventListener("hashchange", () => arrive(here()));
     arrive(here());
 }

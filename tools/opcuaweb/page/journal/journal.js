@@ -1,15 +1,16 @@
 // The event journal, newest first; new messages arrive by themselves.
 import { get, isAborted } from "../data/api.js";
 import { announce, debounced, element, iconButton, notice, setText } from "../widgets/dom.js";
-import { count, exactTime, fromInputTime } from "../text/format.js";
+import { count, exactTime } from "../text/format.js";
 import { said, t } from "../text/language.js";
 import { note } from "../frame/router.js";
-import { dateField, unfolds } from "../widgets/fields.js";
+import { TimeField, unfolds } from "../widgets/fields.js";
 import { searchBox } from "../widgets/search.js";
 import { on, store } from "../data/store.js";
 
 /** Messages that are shown; older ones are found by time. */
 const most = 1000;
+const announceMs = 10_000;
 
 /** @typedef {{time: number, dictionary: number, code: number, variable: string, text: import("../text/language.js").Text}} Message */
 
@@ -17,6 +18,8 @@ class JournalView {
     /** @type {Message[]} newest last */
     #messages = [];
     #words = "";
+    #unsaid = 0;
+    #saying = 0;
     #request = new AbortController();
     #hasFailed = false;
 
@@ -31,32 +34,34 @@ class JournalView {
                 maxLength: 200,
             })
         );
-        this.from = dateField("range.from");
-        this.to = dateField("range.to");
+        const filter = debounced(300, () => this.#filter());
+        this.codes.addEventListener("input", filter);
+        this.from = new TimeField("range.from", filter);
+        this.to = new TimeField("range.to", filter);
         this.search = searchBox(
             (text) => {
-                this.#words = text.toLocaleLowerCase();
-                this.#paint();
+                note({ q: text });
+                this.#filterWords(text);
             },
             { placeholder: "journal.search" },
         );
-        this.count = element("p", { class: "muted", role: "status" });
-        this.body = element("tbody", {});
+        this.count = element("p", { class: "muted journal-count" });
+        this.body = element("tbody", { role: "rowgroup" });
         this.message = element("div", { hidden: true });
         this.table = element(
             "div",
             { class: "scroll live", tabIndex: 0, role: "region", "aria-label": t("journal.label") },
             element(
                 "table",
-                { class: "journal" },
+                { class: "journal", role: "table" },
                 element(
                     "thead",
-                    {},
+                    { role: "rowgroup" },
                     element(
                         "tr",
-                        {},
+                        { role: "row" },
                         ...["time", "code", "variable", "text"].map((name) =>
-                            element("th", { scope: "col" }, t(`journal.${name}`)),
+                            element("th", { scope: "col", role: "columnheader" }, t(`journal.${name}`)),
                         ),
                     ),
                 ),
@@ -80,9 +85,6 @@ class JournalView {
                 this.table,
             ),
         );
-        const filter = debounced(300, () => this.#filter());
-        for (const input of [this.codes, this.from.input, this.to.input])
-            input.addEventListener("input", filter);
         this.ends = [
             () => filter.cancel(),
             on("journal", (messages) => this.#add(messages)),
@@ -95,19 +97,32 @@ class JournalView {
     leave() {
         this.#request.abort();
         this.search.leave();
+        clearTimeout(this.#saying);
         this.ends.forEach((end) => end());
     }
 
     /** @param {Record<string, string>} parameters */
-    arrive({ codes = "", from = "", to = "" }) {
+    arrive({ codes = "", from = "", to = "", q = "" }) {
+        this.search.show(q);
+        this.#words = q;
         this.codes.value = codes;
-        this.from.input.value = from;
-        this.to.input.value = to;
+        this.from.show(Number(from) || null);
+        this.to.show(Number(to) || null);
         this.#load();
     }
 
+    /** @param {string} text of what has been loaded */
+    #filterWords(text) {
+        this.#words = text;
+        this.#paint();
+    }
+
     #reset() {
-        this.codes.value = this.from.input.value = this.to.input.value = "";
+        this.codes.value = "";
+        this.from.show(null);
+        this.to.show(null);
+        this.search.show("");
+        this.#words = "";
         this.#filter();
         this.codes.focus();
     }
@@ -117,16 +132,14 @@ class JournalView {
         const isWrong = codes !== "" && !rangesOf(codes);
         this.codes.setAttribute("aria-invalid", String(isWrong));
         if (isWrong) return setText(this.count, t("journal.wrongCodes"));
-        note({ codes, from: this.from.input.value, to: this.to.input.value });
+        for (const field of [this.from, this.to])
+            if (!field.isEmpty() && field.time() === null) return setText(this.count, t("time.wrong"));
+        note({ codes, from: this.from.time(), to: this.to.time(), q: this.#words });
         return this.#load();
     }
 
     #wanted() {
-        return {
-            codes: this.codes.value.trim(),
-            from: fromInputTime(this.from.input.value),
-            to: fromInputTime(this.to.input.value),
-        };
+        return { codes: this.codes.value.trim(), from: this.from.time(), to: this.to.time() };
     }
 
     async #load() {
@@ -167,50 +180,60 @@ class JournalView {
         const fresh = messages.filter(suits);
         if (!fresh.length) return;
         this.#messages = [...this.#messages, ...fresh].slice(-most);
-        this.#paint(fresh.length);
-        announce(t("journal.new", { n: fresh.length }));
+        const shown = fresh.filter((message) => this.#hasWords(message)).reverse();
+        // Only the new lines: what somebody reads further down stays where it is.
+        this.body.prepend(...shown.map((message) => line(message, true)));
+        while (this.body.childElementCount > most) this.body.lastElementChild.remove();
+        this.#paintCount();
+        this.#announce(shown.length);
     }
 
-    /** @param {number} [fresh] how many of the newest are marked as new */
-    #paint(fresh = 0) {
-        const words = this.#words;
-        const isFresh = new Set(fresh ? this.#messages.slice(-fresh) : []);
-        const shown = this.#messages
-            .filter(
-                (message) =>
-                    !words ||
-                    `${message.code} ${message.variable} ${said(message.text)}`
-                        .toLocaleLowerCase()
-                        .includes(words),
-            )
-            .reverse();
-        this.body.replaceChildren(...shown.map((message) => line(message, isFresh.has(message))));
-        this.table.hidden = !shown.length;
-        this.message.hidden = shown.length > 0;
-        setText(
-            this.count,
-            shown.length ? t("journal.count", { n: shown.length, count: count(shown.length) }) : "",
-        );
+    /** Not each message by itself: a screen reader would never end. @param {number} fresh */
+    #announce(fresh) {
+        this.#unsaid += fresh;
+        if (!this.#unsaid || this.#saying) return;
+        announce(t("journal.new", { n: this.#unsaid }));
+        this.#unsaid = 0;
+        this.#saying = setTimeout(() => {
+            this.#saying = 0;
+            this.#announce(0);
+        }, announceMs);
+    }
+
+    /** @param {Message} message */
+    #hasWords(message) {
+        const text = `${message.code} ${message.variable} ${said(message.text)}`;
+        return text.toLocaleLowerCase().includes(this.#words.toLocaleLowerCase());
+    }
+
+    #paint() {
+        const shown = this.#messages.filter((message) => this.#hasWords(message)).reverse();
+        this.body.replaceChildren(...shown.map((message) => line(message, false)));
+        this.#paintCount();
+    }
+
+    #paintCount() {
+        const n = this.body.childElementCount;
+        this.table.hidden = n === 0;
+        this.message.hidden = n > 0;
+        setText(this.count, n ? t("journal.count", { n, count: count(n) }) : "");
     }
 }
 
-/** @param {Message} message @param {boolean} isFresh */
+/**
+ * The roles are written out because on narrow screens the style sheet makes blocks of rows and cells.
+ * @param {Message} message @param {boolean} isFresh
+ */
 function line(message, isFresh) {
+    const cell = (kind, content, title = "") => element("td", { class: kind, role: "cell", title }, content);
+    const when = element("time", { dateTime: new Date(message.time).toISOString() }, exactTime(message.time));
     return element(
         "tr",
-        { class: isFresh ? "flash-row" : "" },
-        element(
-            "td",
-            { class: "when" },
-            element("time", { dateTime: new Date(message.time).toISOString() }, exactTime(message.time)),
-        ),
-        element(
-            "td",
-            { class: "code", title: t("journal.dictionary", { n: message.dictionary }) },
-            String(message.code),
-        ),
-        element("td", { class: "variable" }, message.variable),
-        element("td", { class: "words" }, said(message.text)),
+        { class: isFresh ? "flash-row" : "", role: "row" },
+        cell("when", when),
+        cell("code", String(message.code), t("journal.dictionary", { n: message.dictionary })),
+        cell("variable", message.variable),
+        cell("words", said(message.text)),
     );
 }
 

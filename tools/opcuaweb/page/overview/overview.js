@@ -3,6 +3,8 @@ import { element, icon, setIcon, setText } from "../widgets/dom.js";
 import { age, count, dateTime, longSpan, missing, shortTime } from "../text/format.js";
 import { said, t } from "../text/language.js";
 import { addressOf } from "../frame/router.js";
+import { summaryOf } from "../configuration/findings.js";
+import { Attention } from "./attention.js";
 import { isFrozen, now, on, store } from "../data/store.js";
 
 const conditions = ["good", "uncertain", "bad", "old"];
@@ -10,7 +12,14 @@ const conditions = ["good", "uncertain", "bad", "old"];
 /** @type {import("../app.js").MakeView} */
 export function overviewView(root) {
     const page = parts();
-    root.append(page.health, page.values, page.journal, page.configuration, page.connection);
+    const attention = new Attention();
+    root.append(
+        page.health,
+        page.values,
+        attention.root,
+        page.journal,
+        element("div", { class: "overview-side" }, page.configuration, page.connection),
+    );
     const paint = () => paintAll(page);
     const ends = ["overview", "link", "page", "hello"].map((event) => on(event, paint));
     const timer = setInterval(paint, 1000);
@@ -19,6 +28,7 @@ export function overviewView(root) {
         leave() {
             ends.forEach((end) => end());
             clearInterval(timer);
+            attention.leave();
         },
     };
 }
@@ -208,26 +218,10 @@ function paintFindings(page) {
     const findings = store.overview?.findings;
     page.configuration.hidden = store.hello ? !store.hello.configuration : !findings;
     if (!findings) return;
-    const { errors, warnings } = findings;
-    const condition = errors ? "bad" : warnings ? "uncertain" : "good";
-    const text =
-        errors + warnings === 0
-            ? t("configuration.clean")
-            : [
-                  errors ? t("configuration.errors", { n: errors }) : "",
-                  warnings ? t("configuration.warnings", { n: warnings }) : "",
-              ]
-                  .filter(Boolean)
-                  .join(", ");
-    if (page.findings.textContent === text) return;
-    page.findings.replaceChildren(
-        element(
-            "span",
-            { class: `quality is-${condition}` },
-            icon(condition === "good" ? "check" : condition),
-            text,
-        ),
-    );
+    const mark = JSON.stringify(findings) + document.documentElement.lang;
+    if (page.findings.dataset.mark === mark) return;
+    page.findings.dataset.mark = mark;
+    page.findings.replaceChildren(summaryOf(findings));
 }
 
 function paintConnection(page) {

@@ -62,11 +62,14 @@ export function plainValue(value, decimals) {
     return value === "" ? t("value.empty") : value;
 }
 
-/** The controller's condition of a value, worst first. @param {import("../data/store.js").Known | undefined} known */
-export function conditionOf(known) {
+/**
+ * The controller's condition of a value, worst first. A pen is never old: what counts is its history.
+ * @param {import("../data/store.js").Known | undefined} known @param {import("../data/store.js").Row} row
+ */
+export function conditionOf(known, row) {
     if (!known) return "none";
     if (known.quality === 2) return "bad";
-    if (isOld(known)) return "old";
+    if (isOld(known) && !row.history) return "old";
     return known.quality === 1 ? "uncertain" : "good";
 }
 
@@ -131,17 +134,4 @@ export function longSpan(ms) {
 /** How old a source time is. @param {number | null | undefined} time */
 export function age(time) {
     return time === null || time === undefined ? missing : span(now() - time);
-}
-
-/** For <input type="datetime-local">, which has no zone: the browser's. @param {number | null} ms */
-export function inputTime(ms) {
-    if (!ms) return "";
-    const zone = new Date(ms).getTimezoneOffset() * 60_000;
-    return new Date(ms - zone).toISOString().slice(0, 19);
-}
-
-/** @param {string} text of such an input @returns {number | null} */
-export function fromInputTime(text) {
-    const ms = Date.parse(text);
-    return Number.isNaN(ms) ? null : ms;
 }

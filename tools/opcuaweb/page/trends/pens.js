@@ -33,9 +33,9 @@ export class PenPicker {
     #closed = new Set();
     #request = new AbortController();
 
-    /** @param {(pen: Pen, isPicked: boolean) => void} onPick */
-    constructor(onPick) {
-        this.onPick = onPick;
+    /** @param {{onPick: (pen: Pen, isPicked: boolean) => void, onAll: (pens: Pen[]) => void}} events onAll: these in place of others */
+    constructor(events) {
+        this.events = events;
         /** @type {string[]} */
         this.picked = [];
         this.search = searchBox(
@@ -48,12 +48,16 @@ export class PenPicker {
         this.list = element("div", { class: "pen-list" }, notice(t("table.loading"), "wait"));
         this.root = element(
             "aside",
-            { class: "panel pens-panel", "aria-label": t("pens.title") },
+            {
+                class: "panel pens-panel",
+                "aria-label": t("pens.title"),
+                on: { keydown: (event) => this.#key(event) },
+            },
             element(
                 "header",
                 {},
                 element("h2", { class: "grow" }, t("pens.title")),
-                iconButton("close", t("close"), () => this.root.classList.remove("is-open"), {
+                iconButton("close", t("close"), () => this.toggle(), {
                     quiet: true,
                     class: "plain pens-close",
                 }),
@@ -66,6 +70,17 @@ export class PenPicker {
     leave() {
         this.#request.abort();
         this.search.leave();
+    }
+
+    /** Opens or closes the list, where it covers the charts. */
+    toggle() {
+        if (this.root.classList.toggle("is-open")) this.search.focus();
+    }
+
+    /** @param {Event} event */
+    #key(event) {
+        const isOpen = this.root.classList.contains("is-open");
+        if (isOpen && /** @type {KeyboardEvent} */ (event).key === "Escape") this.toggle();
     }
 
     async load() {
@@ -125,6 +140,8 @@ export class PenPicker {
 
     #plotter(plotter, pens) {
         const rest = pens.length - portion;
+        const all = pens.slice(0, mostPens);
+        const allText = t(pens.length > mostPens ? "pens.first" : "pens.all", { n: all.length });
         const section = element(
             "details",
             { class: "plotter", open: this.#filter !== "" || !this.#closed.has(plotter.id) },
@@ -134,6 +151,8 @@ export class PenPicker {
                 plotter.name || plotter.id,
                 element("span", { class: "muted" }, ` ${count(pens.length)}`),
             ),
+            pens.length > 1 &&
+                iconButton("trends", allText, () => this.events.onAll(all), { class: "plain plot-all" }),
             element("ul", {}, ...pens.slice(0, portion).map((pen) => element("li", {}, this.#check(pen)))),
             rest > 0 && element("p", { class: "muted small" }, t("pens.more", { n: count(rest) })),
         );
@@ -155,13 +174,13 @@ export class PenPicker {
                 disabled: !isPicked && this.picked.length >= mostPens,
             })
         );
-        box.addEventListener("change", () => this.onPick(pen, box.checked));
+        box.addEventListener("change", () => this.events.onPick(pen, box.checked));
         return element(
             "label",
             { class: "check" },
             box,
             element("span", { class: "grow pen-name" }, pen.name || pen.id),
-            element("span", { class: "muted" }, pen.unit),
+            !pen.name.endsWith(pen.unit) && element("span", { class: "muted" }, pen.unit),
         );
     }
 }

@@ -1,7 +1,6 @@
 // The range of a trend: the last minutes, which move with time, or a fixed one; and its toolbar.
-import { element, iconButton } from "../widgets/dom.js";
-import { dateField, unfolds } from "../widgets/fields.js";
-import { fromInputTime, inputTime } from "../text/format.js";
+import { element, iconButton, setText } from "../widgets/dom.js";
+import { TimeField, unfolds } from "../widgets/fields.js";
 import { t } from "../text/language.js";
 import { now } from "../data/store.js";
 
@@ -55,52 +54,30 @@ export function changed(range, { shift = 0, factor = 1 }) {
 }
 
 export class RangeBar {
+    /** Times are being typed: the live range must not replace them. */
+    #isTyped = false;
+
     /** @param {{onRange: (range: Range) => void, onBack: () => void}} events @param {HTMLElement} beside another button of the view */
     constructor({ onRange, onBack }, beside) {
-        this.buttons = presets.map(([name, seconds]) =>
-            element(
-                "button",
-                {
-                    type: "button",
-                    class: "button",
-                    "data-last": seconds,
-                    on: { click: () => onRange({ last: Number(seconds) }) },
-                },
-                t(`range.${name}`),
-            ),
-        );
-        this.from = dateField("range.from");
-        this.to = dateField("range.to");
+        this.onRange = (/** @type {Range} */ range) => {
+            this.#isTyped = false;
+            setText(this.error, "");
+            onRange(range);
+        };
+        this.buttons = presets.map(([name, seconds]) => this.#preset(`range.${name}`, Number(seconds)));
         this.back = iconButton("left", t("range.back"), onBack);
-        this.live = iconButton("live", t("range.live"), () => onRange({ last: this.#lastSeconds() }));
-        const step = (symbol, key, how) =>
-            iconButton(symbol, t(key), () => onRange(changed(this.range, how)), { quiet: true });
-        const form = element(
-            "form",
-            { class: "range-form folded" },
-            this.from.root,
-            this.to.root,
-            element("button", { class: "button" }, t("range.show")),
-        );
-        form.addEventListener("submit", (event) => {
-            event.preventDefault();
-            this.#showTyped(onRange);
-        });
+        this.live = iconButton("live", t("range.live"), () => this.onRange({ last: this.#lastSeconds() }));
+        const form = this.#form();
         this.root = element(
             "div",
             { class: "range-bar" },
-            element(
-                "div",
-                { class: "segments", role: "group", "aria-label": t("range.presets") },
-                ...this.buttons,
-            ),
-            element(
-                "div",
-                { class: "segments", role: "group", "aria-label": t("range.move") },
-                step("left", "range.earlier", { shift: -0.5 }),
-                step("right", "range.later", { shift: 0.5 }),
-                step("minus", "range.out", { factor: 2 }),
-                step("plus", "range.in", { factor: 0.5 }),
+            segments("range.presets", ...this.buttons),
+            segments(
+                "range.move",
+                this.#step("left", "range.earlier", { shift: -0.5 }),
+                this.#step("right", "range.later", { shift: 0.5 }),
+                this.#step("minus", "range.out", { factor: 2 }),
+                this.#step("plus", "range.in", { factor: 0.5 }),
             ),
             this.live,
             this.back,
@@ -119,11 +96,52 @@ export class RangeBar {
         }
         this.live.setAttribute("aria-pressed", String(isLive));
         this.back.hidden = !canGoBack;
+        if (this.#isTyped) return;
         const [from, to] = limitsOf(range);
-        if (!this.root.contains(document.activeElement) || document.activeElement?.tagName !== "INPUT") {
-            this.from.input.value = inputTime(from);
-            this.to.input.value = inputTime(to);
-        }
+        this.from.show(from);
+        this.to.show(to);
+    }
+
+    /** @param {string} key @param {number} seconds */
+    #preset(key, seconds) {
+        return element(
+            "button",
+            {
+                type: "button",
+                class: "button",
+                "data-last": seconds,
+                on: { click: () => this.onRange({ last: seconds }) },
+            },
+            t(key),
+        );
+    }
+
+    /** @param {string} symbol @param {string} key @param {{shift?: number, factor?: number}} how */
+    #step(symbol, key, how) {
+        return iconButton(symbol, t(key), () => this.onRange(changed(this.range, how)), { quiet: true });
+    }
+
+    #form() {
+        this.error = element("p", { class: "error-text", role: "alert" });
+        const typed = () => {
+            this.#isTyped = true;
+            setText(this.error, "");
+        };
+        this.from = new TimeField("range.from", typed);
+        this.to = new TimeField("range.to", typed);
+        const form = element(
+            "form",
+            { class: "range-form folded" },
+            this.from.root,
+            this.to.root,
+            element("button", { class: "button" }, t("range.show")),
+            this.error,
+        );
+        form.addEventListener("submit", (event) => {
+            event.preventDefault();
+            this.#showTyped();
+        });
+        return form;
     }
 
     #lastSeconds() {
@@ -131,12 +149,18 @@ export class RangeBar {
         return Math.max(60, Math.round((to - from) / 1000));
     }
 
-    /** @param {(range: Range) => void} onRange */
-    #showTyped(onRange) {
-        const from = fromInputTime(this.from.input.value);
-        const to = fromInputTime(this.to.input.value);
-        const isWrong = from === null || to === null || to <= from;
-        this.to.input.setAttribute("aria-invalid", String(isWrong));
-        if (!isWrong) onRange({ from, to });
+    #showTyped() {
+        const from = this.from.time();
+        const to = this.to.time();
+        this.from.mark(from === null);
+        this.to.mark(to === null || to <= (from ?? -Infinity));
+        if (from === null || to === null) setText(this.error, t("time.wrong"));
+        else if (to <= from) setText(this.error, t("range.reversed"));
+        else this.onRange(fixed(from, to));
     }
+}
+
+/** @param {string} key @param {...HTMLElement} buttons */
+function segments(key, ...buttons) {
+    return element("div", { class: "segments", role: "group", "aria-label": t(key) }, ...buttons);
 }

@@ -27,13 +27,13 @@ class TrendsView {
     /** @param {HTMLElement} root @param {Record<string, string>} parameters */
     constructor(root, parameters) {
         this.pens = new ShownPens(() => this.#draw());
-        this.picker = new PenPicker((pen, isPicked) => (isPicked ? this.#add(pen) : this.#remove(pen.id)));
-        const penButton = iconButton(
-            "plus",
-            t("pens.title"),
-            () => this.picker.root.classList.toggle("is-open"),
-            { class: "pens-button" },
-        );
+        this.picker = new PenPicker({
+            onPick: (pen, isPicked) => (isPicked ? this.#add(pen) : this.#remove(pen.id)),
+            onAll: (pens) => this.#replace(pens),
+        });
+        const penButton = iconButton("plus", t("pens.title"), () => this.picker.toggle(), {
+            class: "pens-button",
+        });
         this.bar = new RangeBar(
             { onRange: (range) => this.#go(range), onBack: () => this.#back() },
             penButton,
@@ -49,7 +49,14 @@ class TrendsView {
         });
         this.progress = element("span", {});
         this.state = element("p", { class: "muted small trend-state" });
-        this.empty = element("div", {}, notice(t("trends.empty"), "trends", t("trends.emptyAdvice")));
+        this.empty = element(
+            "div",
+            { class: "trends-empty" },
+            notice(t("trends.empty"), "trends", t("trends.emptyAdvice")),
+            iconButton("plus", t("pens.choose"), () => this.picker.toggle(), {
+                class: "primary pens-button",
+            }),
+        );
         this.charts = element(
             "div",
             {
@@ -116,6 +123,15 @@ class TrendsView {
         this.#read();
     }
 
+    /** @param {import("./pens.js").Pen[]} pens */
+    #replace(pens) {
+        this.pens.keep(pens.map((pen) => pen.id));
+        for (const pen of pens) this.pens.put(pen);
+        this.picker.root.classList.remove("is-open");
+        this.#changedPens({ keep: true });
+        this.#read();
+    }
+
     /** @param {string} id */
     #remove(id) {
         this.pens.keep(this.#ids().filter((other) => other !== id));
@@ -132,10 +148,11 @@ class TrendsView {
         return this.pens.list.map((pen) => pen.id);
     }
 
-    #changedPens() {
+    /** @param {{keep?: boolean}} [how] see note() */
+    #changedPens(how) {
         this.picker.show(this.#ids());
         const own = this.pens.list.filter((pen) => pen.hasOwnAxis);
-        note({ pens: textOf(this.#ids()), own: textOf(own.map((pen) => pen.id)) });
+        note({ pens: textOf(this.#ids()), own: textOf(own.map((pen) => pen.id)) }, how);
         this.#draw();
     }
 

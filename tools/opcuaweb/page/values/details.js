@@ -99,7 +99,7 @@ export class Details {
     #paint() {
         if (!this.row) return;
         const known = valueOf(this.row.id);
-        const condition = conditionOf(known);
+        const condition = conditionOf(known, this.row);
         setText(this.value, plainValue(known?.value));
         this.root.dataset.condition = condition;
         this.quality.className = `quality is-${condition}`;

@@ -5,8 +5,9 @@ import { Tree } from "../widgets/tree.js";
 
 /** The Objects folder, the top of every server. */
 export const topNode = "i=85";
-/** The table shows these as rows, so the tree leaves them out. */
-const rowKinds = ["tag", "variable", "pen"];
+/** More objects than this are tags of a controller: the table shows them, and the search finds them. */
+const mostObjects = 50;
+const symbols = { folder: "folder", tag: "tag" };
 
 /** @param {(id: string) => void} onSelect */
 export function nodeTree(onSelect) {
@@ -16,7 +17,11 @@ export function nodeTree(onSelect) {
         onSelect,
         load: async (node, signal) => {
             const { nodes } = await get("children", { node }, signal);
-            return nodes.filter(({ kind }) => !rowKinds.includes(kind));
+            const objects = nodes.filter(({ kind }) => kind === "tag");
+            const shown = objects.length > mostObjects ? ["folder"] : ["folder", "tag"];
+            return nodes
+                .filter(({ kind }) => shown.includes(kind))
+                .map((found) => ({ ...found, symbol: symbols[found.kind] }));
         },
     });
 }

@@ -75,7 +75,7 @@ export class RowView {
     paint() {
         if (!this.row) return;
         const known = valueOf(this.row.id);
-        const condition = conditionOf(known);
+        const condition = conditionOf(known, this.row);
         if (this.root.dataset.condition !== condition) this.root.dataset.condition = condition;
         setText(this.value, known ? plainValue(known.value, Math.min(known.decimals, 3)) : missing);
         this.value.title = typeof known?.value === "string" ? known.value : "";
@@ -92,7 +92,7 @@ export class RowView {
     paintAge() {
         const known = this.row && valueOf(this.row.id);
         setText(this.cells.age, age(known?.time));
-        if (known && conditionOf(known) !== this.root.dataset.condition) this.paint();
+        if (known && conditionOf(known, this.row) !== this.root.dataset.condition) this.paint();
     }
 
     /** @param {import("../data/store.js").Known} known */

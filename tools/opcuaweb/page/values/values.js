@@ -41,7 +41,14 @@ class ValuesView {
         this.message = element("div", { class: "table-message", hidden: true });
         this.treePanel = element(
             "aside",
-            { class: "panel tree-panel", "aria-label": t("tree.label") },
+            {
+                class: "panel tree-panel",
+                "aria-label": t("tree.label"),
+                on: {
+                    keydown: (event) =>
+                        /** @type {KeyboardEvent} */ (event).key === "Escape" && this.#showTree(false),
+                },
+            },
             element(
                 "header",
                 {},
@@ -133,6 +140,7 @@ class ValuesView {
         this.#heading();
         this.table.root.setAttribute("aria-busy", "true");
         this.message.hidden = this.#rows.length > 0;
+        this.table.root.hidden = !this.#rows.length;
         if (!this.#rows.length) this.message.replaceChildren(notice(t("table.loading"), "wait"));
         try {
             const { rows, complete } = await loadRows(this.wanted, signal);

@@ -102,7 +102,7 @@ function confirm(step, text, answer) {
         { type: "button", class: "button", on: { click: () => ask(step, text) } },
         t("write.back"),
     );
-    const isDoubtful = conditionOf(valueOf(row.id)) !== "good";
+    const isDoubtful = conditionOf(valueOf(row.id), row) !== "good";
     content.replaceChildren(
         exchange(row, answer.old, answer.new),
         isDoubtful ? element("p", { class: "is-uncertain" }, t("write.doubtful")) : "",
@@ -123,7 +123,7 @@ function report({ content, row, dialog }, answer) {
           ? t("write.notTaken")
           : t("write.refused", { status: answer.status });
     content.replaceChildren(
-        exchange(row, answer.old, answer.new),
+        exchange(row, answer.old, answer.new, "write.read"),
         element("p", { role: "status", class: answer.taken ? "is-good" : "error-text" }, text),
         answer.taken ? "" : nowLine(row),
         element("div", { class: "dialog-buttons" }, close),
@@ -131,8 +131,8 @@ function report({ content, row, dialog }, answer) {
     close.focus();
 }
 
-/** @param {Row} row @param {any} before @param {any} after */
-function exchange(row, before, after) {
+/** @param {Row} row @param {any} before @param {any} after @param {string} [key] of the text above the latter */
+function exchange(row, before, after, key = "write.new") {
     return element(
         "div",
         { class: "exchange" },
@@ -146,7 +146,7 @@ function exchange(row, before, after) {
         element(
             "div",
             { class: "new" },
-            element("span", { class: "muted" }, t("write.new")),
+            element("span", { class: "muted" }, t(key)),
             element("strong", {}, withUnit(row, after)),
         ),
     );

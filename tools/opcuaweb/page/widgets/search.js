@@ -45,6 +45,7 @@ export function searchBox(onSearch, { placeholder = "search.placeholder" } = {})
             if (document.activeElement !== input || text !== searched) input.value = text;
             searched = text;
         },
+        focus: () => input.focus(),
         leave: later.cancel,
     };
 }

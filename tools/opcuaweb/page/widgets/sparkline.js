@@ -2,6 +2,8 @@
 import { colour } from "../style/theme.js";
 
 const spanMs = 120_000;
+/** Values that change come at least this often. */
+const stillMs = 3000;
 
 /**
  * @param {HTMLCanvasElement} canvas its size in CSS pixels is that of its box
@@ -15,8 +17,9 @@ export function drawSparkline(canvas, recent, isBad) {
     if (!context || !recent || recent.count < 2) return;
     const points = pointsOf(recent);
     const [low, high] = rangeOf(points);
-    const from = Math.min(points[0].time, points.at(-1).time - 1000);
-    const end = points.at(-1).time;
+    const end = Date.now(); // the program sends changes only: the last value still holds
+    points.push({ time: end, value: points.at(-1).value });
+    const from = Math.min(points[0].time, end - 1000);
     const x = (/** @type {number} */ time) => 1 + ((time - from) / (end - from)) * (width - 4);
     const y = (/** @type {number} */ value) =>
         high === low ? height / 2 : height - 3 - ((value - low) / (high - low)) * (height - 6);
@@ -24,13 +27,15 @@ export function drawSparkline(canvas, recent, isBad) {
     context.lineWidth = 1.5;
     context.lineJoin = "round";
     context.beginPath();
-    let isDown = false;
+    let before = null;
     for (const point of points) {
-        if (Number.isNaN(point.value)) isDown = false;
-        else if (isDown) context.lineTo(x(point.time), y(point.value));
+        if (Number.isNaN(point.value)) before = null;
         else {
-            context.moveTo(x(point.time), y(point.value));
-            isDown = true;
+            if (!before) context.moveTo(x(point.time), y(point.value));
+            // A value that stood still until it changed did not slope towards the change.
+            else if (point.time - before.time > stillMs) context.lineTo(x(point.time), y(before.value));
+            context.lineTo(x(point.time), y(point.value));
+            before = point;
         }
     }
     context.stroke();
@@ -57,7 +62,8 @@ function pointsOf(recent) {
     const all = Array.from({ length: count }, (_, i) => (next - count + i + times.length) % times.length).map(
         (place) => ({ time: times[place], value: values[place] }),
     );
-    return all.filter((point) => point.time >= all.at(-1).time - spanMs);
+    const recentOnes = all.filter((point) => point.time >= Date.now() - spanMs);
+    return recentOnes.length ? recentOnes : all.slice(-1);
 }
 
 /** @param {{value: number}[]} points */

@@ -16,6 +16,8 @@ import { t } from "../text/language.js";
 
 /** A folder may have thousands of children; more of them are shown on request. */
 const portion = 200;
+/** So many branches are opened at the beginning. */
+const fewBranches = 3;
 
 export class Tree {
     /** @type {AbortController} */
@@ -40,14 +42,15 @@ export class Tree {
         this.#openOnly(top);
     }
 
-    /** Opens an item, and then what is alone in it. @param {HTMLElement} item */
+    /** Opens an item, and then what is alone in it; where it branches, the few branches too. @param {HTMLElement} item */
     async #openOnly(item) {
         await this.#open(item, false);
         const inner = /** @type {NodeListOf<HTMLElement>} */ (
             item.querySelectorAll(':scope > [role="group"] > [role="treeitem"]')
         );
-        if (inner.length === 1 && inner[0].getAttribute("aria-expanded") === "false")
-            await this.#openOnly(inner[0]);
+        const closed = [...inner].filter((child) => child.getAttribute("aria-expanded") === "false");
+        if (inner.length === 1 && closed.length) await this.#openOnly(closed[0]);
+        else if (inner.length <= fewBranches) for (const child of closed) await this.#open(child, false);
     }
 
     leave() {
