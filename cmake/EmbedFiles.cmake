@@ -1,9 +1,9 @@
-# Writes a C++ source with the bytes of files, for tools/opcuaweb/asset.h.
+# Writes a C++ source with the bytes of files, for tools/opcuaweb/http/asset.h.
 #   cmake -D OUTPUT=assets.cpp -D "FILES=/path/in/page=/path/of/file;..." -P EmbedFiles.cmake
 set(types
     html "text/html\; charset=utf-8" js "text/javascript\; charset=utf-8" css "text/css\; charset=utf-8"
     svg "image/svg+xml" png "image/png" json "application/json" ico "image/x-icon")
-set(source "// Made by cmake/EmbedFiles.cmake; not to be edited.\n#include \"tools/opcuaweb/asset.h\"\n
+set(source "// Made by cmake/EmbedFiles.cmake; not to be edited.\n#include \"tools/opcuaweb/http/asset.h\"\n
 #include <array>\n\nnamespace tools::opcuaweb {\n\nnamespace {\n\n")
 set(rows "")
 set(number 0)

@@ -9,7 +9,7 @@
 #include "tools/command_line/manual.h"
 #include "tools/opcuacheck/command_line.h"
 #include "tools/opcuaview/command_line.h"
-#include "tools/opcuaweb/options.h"
+#include "tools/opcuaweb/options/options.h"
 #include "tools/zrtjournal/command_line.h"
 #ifdef OPCUASRV_SIM
 #include "sim/options.h"

@@ -7,7 +7,7 @@
 #include <iostream>
 #include <thread>
 
-#include "tools/opcuaweb/web_server.h"
+#include "tools/opcuaweb/api/routes.h"
 
 namespace tools::opcuaweb {
 
@@ -43,7 +43,9 @@ int serve(const Options& options, Passwords* passwords) {
     const sigset_t signals = blockedStopSignals();
     raiseDescriptorLimit();
     Services services(options);
-    WebServer server(services, passwords);
+    WebServer server(passwords);
+    server.addFiles(assets());
+    addRoutes(server, services);
     if (!server.bind(options.listen)) {
         const Text problem{" не занять: адрес занят или не этой машины",
                            " cannot be used: it is taken or not this machine's"};

@@ -1,8 +1,8 @@
 #include "tests/support/capture.h"
 #include "tests/support/files.h"
-#include "tools/opcuaweb/options.h"
-#include "tools/opcuaweb/passwords.h"
-#include "tools/opcuaweb/same_origin.h"
+#include "tools/opcuaweb/http/addresses.h"
+#include "tools/opcuaweb/http/passwords.h"
+#include "tools/opcuaweb/options/options.h"
 
 namespace tools::opcuaweb {
 

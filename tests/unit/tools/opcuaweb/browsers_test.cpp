@@ -1,7 +1,7 @@
-#include "tools/opcuaweb/browsers.h"
+#include "tools/opcuaweb/streams/browsers.h"
 
 #include "tests/support/basics.h"
-#include "tools/opcuaweb/limits.h"
+#include "tools/opcuaweb/basics/limits.h"
 
 namespace tools::opcuaweb {
 

@@ -1,4 +1,4 @@
-#include "tools/opcuaweb/columns.h"
+#include "tools/opcuaweb/history/columns.h"
 
 #include "tests/support/basics.h"
 

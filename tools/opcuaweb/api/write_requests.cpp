@@ -1,0 +1,58 @@
+#include "tools/client/item_list.h"
+#include "tools/opcuaweb/api/requests.h"
+#include "tools/opcuaweb/http/answers.h"
+#include "tools/opcuaweb/http/parameters.h"
+
+namespace tools::opcuaweb {
+
+namespace {
+
+/// A foreign page can send neither this header nor this type without asking first.
+bool isOurs(const httplib::Request& request) {
+    return isSameOrigin(request.get_header_value("Origin"), request.get_header_value("Host")) &&
+           request.get_header_value("X-Opcuaweb") == "1" &&
+           request.get_header_value("Content-Type").starts_with(kJsonType);
+}
+
+struct WriteQuestion {
+    Json body;
+    std::string node;
+    std::string value;
+};
+
+/// @return what is wrong with the request; null if nothing is
+const Problem* readQuestion(const Services& services, const httplib::Request& request,
+                            WriteQuestion& question) {
+    if (!services.options.allowWrites) return &kWritesOff;
+    if (!isOurs(request)) return &kOtherOrigin;
+    const Json body = bodyOf(request);
+    if (body.is_discarded() || !body.contains("value") || !body["value"].is_string()) {
+        return &kBadRequest;
+    }
+    question = {body, textIn(body, "node"), textIn(body, "value")};
+    return isNodeId(question.node) ? nullptr : &kBadNode;
+}
+
+Reply replyOf(Writes::Answer answer) {
+    return std::visit([](auto& part) -> Reply { return std::move(part); }, answer);
+}
+
+}  // namespace
+
+Reply askWrite(Services& services, const httplib::Request& request) {
+    WriteQuestion question;
+    if (const auto* const problem = readQuestion(services, request, question)) return *problem;
+    return replyOf(services.writes.ask(question.node, question.value));
+}
+
+Reply write(Services& services, const httplib::Request& request) {
+    WriteQuestion question;
+    if (const auto* const problem = readQuestion(services, request, question)) return *problem;
+    const Json& body = question.body;
+    if (!services.browsers.find(textIn(body, "browser"))) return kUnknownBrowser;
+    const bool isConfirmed = body.contains("confirmed") && body["confirmed"] == true;
+    if (!isConfirmed) return kNotConfirmed;
+    return replyOf(services.writes.write(question.node, question.value, request.remote_addr));
+}
+
+}  // namespace tools::opcuaweb

@@ -1,0 +1,71 @@
+#include "tools/opcuaweb/opcua/reading.h"
+
+#include <open62541/types_generated.h>
+
+#include <array>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+
+#include "tools/client/format.h"
+
+namespace tools::opcuaweb {
+
+namespace {
+
+constexpr std::int64_t kTicksPerMs = 10'000;
+constexpr double kMostExact = 9007199254740991;  // JavaScript rounds larger integers
+
+}  // namespace
+
+std::int64_t unixMs(UA_DateTime time) {
+    const std::int64_t ticks = time - UA_DATETIME_UNIX_EPOCH;
+    return ticks >= 0 ? ticks / kTicksPerMs : (ticks - kTicksPerMs + 1) / kTicksPerMs;
+}
+
+UA_DateTime fromUnixMs(std::int64_t ms) {
+    return ms * kTicksPerMs + UA_DATETIME_UNIX_EPOCH;
+}
+
+bool parseId(const std::string& text, NodeId& id) {
+    id.clear();
+    return UA_NodeId_parse(id.get(), uaView(text)) == UA_STATUSCODE_GOOD;
+}
+
+double shortened(float number) {
+    std::array<char, 32> text{};
+    static_cast<void>(std::snprintf(text.data(), text.size(), "%.7g", static_cast<double>(number)));
+    return std::strtod(text.data(), nullptr);
+}
+
+Json shownValue(const UA_Variant& value) {
+    if (UA_Variant_isEmpty(&value)) return nullptr;
+    if (!UA_Variant_isScalar(&value)) return formatValue(value);
+    const Json json = jsonOf(value);
+    if (json.is_number_integer() && std::abs(json.get<double>()) > kMostExact) return json.dump();
+    const bool isFinite = json.is_number() && std::isfinite(json.get<double>());
+    return isFinite || json.is_boolean() ? json : Json(formatValue(value));
+}
+
+int qualityOf(UA_StatusCode status) {
+    if (UA_StatusCode_isBad(status)) return 2;
+    return UA_StatusCode_isUncertain(status) ? 1 : 0;
+}
+
+Json cellOf(const std::string& id, const UA_DataValue& value) {
+    const UA_StatusCode status = value.hasStatus ? value.status : UA_STATUSCODE_GOOD;
+    Json cell = {id, value.hasValue ? shownValue(value.value) : Json(), qualityOf(status),
+                 value.hasSourceTimestamp ? Json(unixMs(value.sourceTimestamp)) : Json()};
+    const std::string name = formatQuality(status);
+    if (name != "Good") cell.push_back(name);
+    return cell;
+}
+
+Json emptyCell(const std::string& id, UA_StatusCode status) {
+    UA_DataValue value{};
+    value.hasStatus = true;
+    value.status = status;
+    return cellOf(id, value);
+}
+
+}  // namespace tools::opcuaweb

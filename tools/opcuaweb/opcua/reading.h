@@ -1,0 +1,36 @@
+#pragma once
+
+#include <open62541/types.h>
+
+#include <cstdint>
+#include <string>
+
+#include "tools/client/session.h"
+#include "tools/opcuaweb/basics/json.h"
+
+/// OPC UA values as the page gets them.
+namespace tools::opcuaweb {
+
+/// ms since 1970; the library counts 100 ns since 1601.
+[[nodiscard]] std::int64_t unixMs(UA_DateTime time);
+[[nodiscard]] UA_DateTime fromUnixMs(std::int64_t ms);
+
+/// @return false if the text is no node id; `id` is empty then
+[[nodiscard]] bool parseId(const std::string& text, NodeId& id);
+
+/// The number by the seven digits that a float holds: as a double, 0.1 would have sixteen.
+[[nodiscard]] double shortened(float number);
+
+/// A number, text or truth value; null for an empty variant. Text for what JSON has no form of: arrays,
+/// structures, numbers that are not finite, integers that JavaScript would round.
+[[nodiscard]] Json shownValue(const UA_Variant& value);
+
+/// 0 good, 1 uncertain, 2 bad
+[[nodiscard]] int qualityOf(UA_StatusCode status);
+
+/// [id, value, quality, time] and the status' name unless it is Good.
+[[nodiscard]] Json cellOf(const std::string& id, const UA_DataValue& value);
+/// A node that has no value because of `status`.
+[[nodiscard]] Json emptyCell(const std::string& id, UA_StatusCode status);
+
+}  // namespace tools::opcuaweb

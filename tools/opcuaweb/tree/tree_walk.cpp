@@ -1,0 +1,190 @@
+#include "tools/opcuaweb/tree/tree_walk.h"
+
+#include <algorithm>
+#include <cstring>
+#include <iterator>
+#include <map>
+
+#include "tools/client/format.h"
+#include "tools/client/item_list.h"
+#include "tools/opcuaweb/basics/limits.h"
+#include "tools/opcuaweb/opcua/reading.h"
+#include "tools/text/text.h"
+
+namespace tools::opcuaweb {
+
+std::string unitIn(const std::string& name) {
+    constexpr int kLongestUnit = 7;  // "кгс/см2"
+    const std::size_t comma = name.rfind(',');
+    if (comma == std::string::npos) return {};
+    const std::size_t begin = name.find_first_not_of(' ', comma + 1);
+    if (begin == std::string::npos) return {};
+    const std::string unit = name.substr(begin);
+    return displayWidth(unit) <= kLongestUnit ? unit : "";
+}
+
+Json rowJson(const Row& row) {
+    std::string access;
+    if (row.readable) access += 'R';
+    if (row.writable) access += 'W';
+    const bool isMeasure = row.type == "Float" || row.type == "Double";
+    const std::string unit = row.tag->unit.empty() ? unitIn(row.tag->name) : row.tag->unit;
+    return {{"id", row.id},     {"tag", row.tag->tag},           {"name", row.tag->name},
+            {"item", row.item}, {"unit", isMeasure ? unit : ""}, {"type", row.type},
+            {"access", access}, {"history", row.history},        {"folder", row.tag->folder}};
+}
+
+TreeWalk::TreeWalk(const std::string& root, std::size_t mostRows) : mostRows_(mostRows) {
+    NodeId id;
+    if (!parseId(root, id)) return;
+    const UA_NodeId objects = UA_NODEID_NUMERIC(0, UA_NS0ID_OBJECTSFOLDER);
+    const bool isFolder = UA_NodeId_equal(id.get(), &objects);
+    waiting_.push_back({std::move(id), {}, {}, kMostDepth, isFolder});
+    seen_.insert(root);
+    rootNamed_ = isFolder;
+}
+
+/// The variables directly below the root are shown under its own name.
+bool TreeWalk::nameRoot(Session& session) {
+    std::vector<DataValue> names;
+    const UA_NodeId* const root = waiting_.front().id.get();
+    if (session.read({root}, UA_ATTRIBUTEID_DISPLAYNAME, names) != UA_STATUSCODE_GOOD) return false;
+    if (names.front()->hasValue) waiting_.front().name = formatValue(names.front()->value);
+    rootNamed_ = true;
+    return true;
+}
+
+bool isShown(const Child& child) {
+    return !child.isProperty && child.id->namespaceIndex != 0;
+}
+
+void sortByName(std::vector<Child>& children) {
+    std::ranges::sort(children, [](const Child& a, const Child& b) {
+        return strverscmp(a.name.c_str(), b.name.c_str()) < 0;
+    });
+}
+
+bool TreeWalk::step(Session& session) {
+    if (waiting_.empty()) return true;
+    if (!rootNamed_ && !nameRoot(session)) return false;
+    const std::size_t count = std::min(Session::kNodesPerBrowse, waiting_.size());
+    std::vector<const UA_NodeId*> ids;
+    for (std::size_t i = 0; i < count; ++i) {
+        ids.push_back(waiting_[i].id.get());
+    }
+    std::vector<std::vector<Child>> lists;
+    if (session.browse(ids, lists) != UA_STATUSCODE_GOOD) return false;
+    std::vector<Object> found;
+    for (std::size_t i = 0; i < count; ++i) {
+        sortByName(lists[i]);
+        takeChildren(session, waiting_[i], lists[i], found);
+    }
+    waiting_.erase(waiting_.begin(), waiting_.begin() + static_cast<std::ptrdiff_t>(count));
+    // Depth first by lots, so that rows of one folder stay together.
+    waiting_.insert(waiting_.begin(), std::make_move_iterator(found.begin()),
+                    std::make_move_iterator(found.end()));
+    const bool full = rows_.size() >= mostRows_ || seen_.size() >= kMostObjects;
+    if (full && !waiting_.empty()) {
+        complete_ = false;
+        waiting_.clear();
+    }
+    return describeNew(session);
+}
+
+void TreeWalk::takeChildren(const Session& session, const Object& object,
+                            std::vector<Child>& children, std::vector<Object>& found) {
+    std::shared_ptr<Tag> tag;
+    const std::string path =
+        object.folder.empty() ? object.name : object.folder + " / " + object.name;
+    const std::string& folder = object.isFolder ? path : object.folder;
+    for (Child& child : children) {
+        if (!isShown(child)) continue;
+        if (child.isVariable && !tag) {
+            tag = std::make_shared<Tag>();
+            tag->id = idText(*object.id);
+            tag->tag = object.name;
+            tag->folder = folder;
+            tag->search = lowered(object.name);
+        }
+        if (child.isVariable) addRow(child, tag);
+        const bool isEntered = !child.isVariable || mayHaveChildren(session, child);
+        if (!isEntered || !seen_.insert(idText(*child.id)).second) continue;
+        if (object.depth == 0) {
+            complete_ = false;
+            continue;
+        }
+        found.push_back(
+            {std::move(child.id), std::move(child.name), folder, object.depth - 1, child.isFolder});
+    }
+}
+
+void TreeWalk::addRow(const Child& child, const std::shared_ptr<Tag>& tag) {
+    if (rows_.size() >= mostRows_) {
+        complete_ = false;
+        return;
+    }
+    newTags_.push_back(tag);
+    rows_.push_back({idText(*child.id), child.name, {}, false, false, false, tag});
+}
+
+std::vector<Row> TreeWalk::takeRows() {
+    // Not the algorithm of std::ranges: clang 14 does not compile it.
+    std::stable_partition(rows_.begin(), rows_.end(), [](const Row& row) { return !row.history; });
+    return std::move(rows_);
+}
+
+namespace {
+
+/// A tag's texts, as far as its variables show them.
+void addText(Tag& tag, const std::string& item, const std::string& text) {
+    const std::string trimmed = text.substr(0, text.find_last_not_of(' ') + 1);
+    if (trimmed.empty()) return;
+    tag.search += ' ' + lowered(trimmed);
+    if (item.starts_with("Имя") || item.starts_with("Name")) {
+        tag.name += (tag.name.empty() ? "" : " ") + trimmed;
+    } else if (item.starts_with("Единица") || item.starts_with("Unit")) {
+        tag.unit = trimmed;
+    }
+}
+
+void describeRow(Row& row, Tag& tag, const UA_DataValue& level, const UA_DataValue& value) {
+    if (level.hasValue && UA_Variant_hasScalarType(&level.value, &UA_TYPES[UA_TYPES_BYTE])) {
+        const auto bits = *static_cast<const UA_Byte*>(level.value.data);
+        row.readable = (bits & UA_ACCESSLEVELMASK_READ) != 0;
+        row.writable = (bits & UA_ACCESSLEVELMASK_WRITE) != 0;
+        row.history = (bits & UA_ACCESSLEVELMASK_HISTORYREAD) != 0;
+    }
+    if (!value.hasValue || UA_Variant_isEmpty(&value.value)) return;
+    row.type = value.value.type->typeName;
+    const auto kind = value.value.type->typeKind;
+    const bool isText = kind == UA_DATATYPEKIND_STRING || kind == UA_DATATYPEKIND_LOCALIZEDTEXT;
+    if (isText && UA_Variant_isScalar(&value.value)) {
+        addText(tag, row.item, formatValue(value.value));
+    }
+}
+
+}  // namespace
+
+/// Reads rights and values of the rows that have not been described yet.
+bool TreeWalk::describeNew(Session& session) {
+    const std::size_t from = rows_.size() - newTags_.size();
+    std::vector<NodeId> ids(newTags_.size());
+    std::vector<const UA_NodeId*> nodes;
+    for (std::size_t i = 0; i < ids.size(); ++i) {
+        static_cast<void>(parseId(rows_[from + i].id, ids[i]));
+        nodes.push_back(ids[i].get());
+    }
+    std::vector<DataValue> levels;
+    std::vector<DataValue> values;
+    if (session.read(nodes, UA_ATTRIBUTEID_USERACCESSLEVEL, levels) != UA_STATUSCODE_GOOD ||
+        session.read(nodes, UA_ATTRIBUTEID_VALUE, values) != UA_STATUSCODE_GOOD) {
+        return false;
+    }
+    for (std::size_t i = 0; i < ids.size(); ++i) {
+        describeRow(rows_[from + i], *newTags_[i], *levels[i], *values[i]);
+    }
+    newTags_.clear();
+    return true;
+}
+
+}  // namespace tools::opcuaweb
