@@ -1,11 +1,13 @@
 // Changes float attributes of analog inputs in a controller's database, like a plant in which
-// everything moves. The database was made by zrtsim --frozen. Started by bench/run and
-// bench/instructions.
+// everything moves. The database was made by zrtsim --frozen. Started by bench/run, bench/instructions
+// and bench/web.
 #include <chrono>
 #include <csignal>
 #include <cstddef>
+#include <cstdint>
 #include <cstdio>
 #include <exception>
+#include <fstream>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -27,6 +29,7 @@ struct Options {
     std::size_t every = 1;
     int periodMs = 200;
     std::vector<std::uint16_t> attributes;
+    std::string log;
 };
 
 /// The array of a type, attached as long as this lives.
@@ -60,15 +63,22 @@ std::vector<std::size_t> offsetsOf(const std::vector<std::uint16_t>& numbers) {
     return offsets;
 }
 
+std::int64_t microsecondsSince1970() {
+    const auto now = std::chrono::system_clock::now().time_since_epoch();
+    return std::chrono::duration_cast<std::chrono::microseconds>(now).count();
+}
+
 void changeUntilStopped(const Options& options) {
     const auto& layout = sim::layoutOf(sim::TypeCode::VA);
     const Array passports(layout.passport, options.tags);
     const Array values(layout.value, options.tags);  // the current value, published as VA 29
     const auto offsets = offsetsOf(options.attributes);
+    std::ofstream log(options.log);  // without a name it is not open, and what is written is lost
     std::puts("ready");
     (void)std::fflush(stdout);
     auto next = std::chrono::steady_clock::now();
     for (float value = 1; stopAsked == 0; value = value < 1e6F ? value + 1 : 1) {
+        log << static_cast<int>(value) << ' ' << microsecondsSince1970() << std::endl;
         for (std::size_t tag = 0; tag < options.tags; tag += options.every) {
             sim::store(values.element(tag), value);
             for (const std::size_t offset : offsets)
@@ -91,6 +101,9 @@ int run(int argc, char** argv) {
         ->check(CLI::PositiveNumber);
     app.add_option("--attributes", options.attributes, "attribute numbers; they must be floats")
         ->required();
+    app.add_option(
+        "--log", options.log,
+        "file that gets a line for each change: the value, and us since 1970 just before");
     CLI11_PARSE(app, argc, argv);
     for (const int signal : {SIGINT, SIGTERM})
         (void)std::signal(signal, [](int) { stopAsked = 1; });

@@ -19,6 +19,9 @@ inline constexpr std::size_t kMostWatched = 2000;
 inline constexpr std::size_t kMostWaitingMessages = 1000;
 /// Pause between two lots of values: the eye sees no more than four changes a second.
 inline constexpr std::chrono::milliseconds kValuesEvery = 250ms;
+/// From the first value of a lot until it is sent: the others of the same notification come within it. Sent
+/// at once, the first alone would make all others wait for the next lot.
+inline constexpr std::chrono::milliseconds kLotComplete = 20ms;
 /// A comment is sent in a quiet stream, so that proxies and both sides see that it is alive.
 inline constexpr std::chrono::milliseconds kPingEvery = 10s;
 

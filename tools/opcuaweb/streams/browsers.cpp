@@ -24,8 +24,11 @@ void Browser::put(const std::string& event, std::string data) {
 void Browser::putValue(const std::string& node, const std::string& cell) {
     const std::lock_guard lock(mutex_);
     if (!watched_.contains(node)) return;
-    // One waking for a whole lot: the others come along when it is due.
-    if (values_.empty()) changed_.notify_all();
+    if (values_.empty()) {
+        // One waking for a whole lot, not before the rest of it has come.
+        nextValues_ = std::max(nextValues_, Clock::now() + kLotComplete);
+        changed_.notify_all();
+    }
     values_[node] = cell;
 }
 
