@@ -19,7 +19,7 @@ EPILOG = """\
   watchers  the worst case, five clients that watch 2000 values each, without a screen; memory over --minutes
   scroll    frames of a page that scrolls through the 10 000 rows
   month     a month of one-second values, read and drawn
-Needs the Debian packages and the driver of tools/dev/packages browser. docs/performance.md describes the figures.
+Needs the packages of tools/dev/packages browser. docs/performance.md describes the figures.
 
 Exit status: 0 measured, 1 not measured, 2 bad usage.
 """
@@ -32,7 +32,10 @@ def parse_arguments() -> argparse.Namespace:
         epilog=EPILOG,
         formatter_class=argparse.RawDescriptionHelpFormatter,
     )
-    parser.add_argument("--only", choices=PARTS, action="append", help="measure this part (repeatable; default: all)")
+    parser.add_argument(
+        "--only", choices=PARTS, action="append",
+        help="measure this part; may be repeated (default: all)",
+    )  # fmt: skip
     parser.add_argument(
         "--minutes", type=float, default=1, metavar="N",
         help="of the worst case, over which memory is recorded (default 1)",

@@ -113,7 +113,7 @@ def latencies(seen: list[tuple[int, int, float]]) -> Latencies:
 
 
 def plain_subscription(plan: WebPlan, running: Program, items: int) -> dict[str, Any]:
-    """What the library's own client costs the server, with the same items at the server's shortest interval."""
+    """What the library's own client costs the server, at the shortest interval that the server grants."""
     arguments = ["subscribe", "--server", f"4840:{running.pid}", "--items", str(items)]
     text = run_client(plan.bin_dir, None, [*arguments, "--seconds", str(plan.phase_seconds)])
     figures = json.loads(text)
@@ -285,7 +285,8 @@ def measure_scroll(plan: WebPlan, browser: Browser) -> dict[str, Any]:
     for name, pixels in (("slow", 8), ("fast", 80), ("screenful", 800)):
         script = "([seconds, pixels]) => window.bench.scroll(seconds, pixels)"
         found[name] = page.evaluate(script, [plan.scroll_seconds, pixels])
-    found["jumps"] = [page.evaluate("part => window.bench.jump(part)", part / 20) for part in (3, 17, 8, 12, 1, 19, 5)]
+    jump = "part => window.bench.jump(part)"
+    found["jumps"] = [page.evaluate(jump, part / 20) for part in (3, 17, 8, 12, 1, 19, 5)]
     page.context.close()
     return found
 

@@ -110,7 +110,8 @@ def _draw(node: str, begin: int, end: int) -> dict[str, Any]:
         page.locator(".lane-chart canvas").first.wait_for()
         first = time.monotonic() - began
         # What the page announces to a screen reader at the end.
-        page.locator("#announcer", has_text="History read").wait_for(state="attached", timeout=300_000)
+        announced = page.locator("#announcer", has_text="History read")
+        announced.wait_for(state="attached", timeout=300_000)
         seconds = time.monotonic() - began
         page.wait_for_timeout(500)
         frames = page.evaluate("window.bench.endFrames()")
@@ -143,17 +144,18 @@ def measure_month(plan: WebPlan) -> dict[str, Any]:
         node = _pen(web)
         end = int(time.time()) * 1000
         begin = end - plan.history_days * _DAY_MS
-        before = {"rss": _megabytes(web, "VmRSS"), "server": seconds_of([server.pid]), "web": seconds_of([web.pid])}
+        rss = _megabytes(web, "VmRSS")
+        before = {"server": seconds_of([server.pid]), "opcuaweb": seconds_of([web.pid])}
         progress("its values are read ...")
         read = _read(node, begin, end)
         used = {
             "server": seconds_of([server.pid]) - before["server"],
-            "opcuaweb": seconds_of([web.pid]) - before["web"],
+            "opcuaweb": seconds_of([web.pid]) - before["opcuaweb"],
         }
         highest = _megabytes(web, "VmHWM")
         progress("and drawn ...")
         drawn = _draw(node, begin, end)
         return {
-            "read": read, "used": used, "draw": drawn, "rss_before": before["rss"],
+            "read": read, "used": used, "draw": drawn, "rss_before": rss,
             "rss_highest": highest, "rss_after": _megabytes(web, "VmRSS"),
         }  # fmt: skip

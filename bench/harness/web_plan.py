@@ -8,7 +8,7 @@ import json
 TAGS = 10_000
 """Analog inputs, each with one published value."""
 CHANGE_MS = 490
-"""A little more often than twice a second, so that the changes wander through the server's interval of 500 ms."""
+"""A little more often than twice a second, so that the changes wander through the server's 500 ms."""
 BROWSERS = 5
 WATCHED = TAGS // BROWSERS
 """By each client of the worst case: the most that opcuaweb permits."""

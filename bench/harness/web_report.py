@@ -51,7 +51,11 @@ def load_lines(found: dict[str, Any]) -> Iterator[tuple[str, ...]]:
 
 
 def latency_lines(found: dict[str, Any]) -> Iterator[tuple[str, ...]]:
-    for part, name in (("screens", "change to pixel, pages in Chromium"), ("watchers", "change to client, worst case")):
+    parts = {
+        "screens": "change to pixel, pages in Chromium",
+        "watchers": "change to client, worst case",
+    }
+    for part, name in parts.items():
         if part not in found:
             continue
         seen = found[part]["latencies"]
@@ -86,7 +90,7 @@ def scroll_lines(found: dict[str, Any]) -> Iterator[tuple[str, ...]]:
 def month_lines(plan: WebPlan, month: dict[str, Any]) -> Iterator[tuple[str, str]]:
     read, draw = month["read"], month["draw"]
     yield f"values in {plan.history_days} days", str(read["values"])
-    yield "first columns after, s", f"{read['first']:.2f}"
+    yield "first columns after, ms", f"{1000 * read['first']:.0f}"
     yield "all of them after, s", f"{read['seconds']:.1f}"
     yield "columns", str(read["columns"])
     yield "answer, KB", f"{read['bytes'] / 1000:.0f}"
@@ -103,7 +107,7 @@ def month_lines(plan: WebPlan, month: dict[str, Any]) -> Iterator[tuple[str, str
 def tables(plan: WebPlan, found: dict[str, Any]) -> list[Table]:
     made: list[Table] = []
     if "screens" in found or "watchers" in found:
-        heading = ("", "values", "server, % of a core", "opcuaweb, % of a core", "opcuaweb RSS, MB", "PSS, MB")
+        heading = ("of a core", "values", "server, %", "opcuaweb, %", "opcuaweb RSS, MB", "PSS, MB")
         made.append([heading, *load_lines(found)])
         made.append([("ms", "values", "least", "p50", "p99", "most"), *latency_lines(found)])
     if "watchers" in found:
@@ -113,8 +117,11 @@ def tables(plan: WebPlan, found: dict[str, Any]) -> list[Table]:
         heading = ("frames", "number", "p50, ms", "p99, ms", "longest, ms", "late, %")
         made.append([heading, *scroll_lines(found["scroll"])])
         jumps = [(jump, 1) for jump in found["scroll"]["jumps"]]
-        made.append([("a jump to another place", ""), ("all values are there after, ms, median", f"{quantile(jumps, 0.5):.0f}"),
-                     ("longest, ms", f"{quantile(jumps, 1.0):.0f}")])
+        made.append([
+            ("a jump to another place in the table", ""),
+            ("all values are there after, ms, median", f"{quantile(jumps, 0.5):.0f}"),
+            ("longest, ms", f"{quantile(jumps, 1.0):.0f}"),
+        ])  # fmt: skip
     if "month" in found:
         made.append([("a month of one-second values", ""), *month_lines(plan, found["month"])])
     return made

@@ -1,4 +1,4 @@
-"""Browsers of the worst case, without a screen: event streams that watch as many values as opcuaweb permits."""
+"""Browsers without a screen: event streams that watch as many values as opcuaweb permits."""
 
 from __future__ import annotations
 
