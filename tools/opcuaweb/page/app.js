@@ -59,6 +59,7 @@ function mount(place) {
     root.replaceChildren();
     root.className = `view view-${shown}`;
     root.setAttribute("aria-label", t(`nav.${shown}`));
+    root.append(element("h1", { class: "spoken" }, t(`nav.${shown}`)));
     for (const link of document.querySelectorAll("#nav a")) {
         if (link.getAttribute("data-view") === shown) link.setAttribute("aria-current", "page");
         else link.removeAttribute("aria-current");

@@ -104,6 +104,7 @@ class ConfigurationView {
     arrive({ tab = "file", line = "" }) {
         this.tab = tabs.includes(tab) ? tab : "file";
         this.line = Number(line) || 0;
+        this.tools.hidden = this.tab !== "edit";
         if (this.#file) this.#show();
         else this.#load();
     }
@@ -144,7 +145,6 @@ class ConfigurationView {
         this.body.setAttribute("aria-labelledby", `tab-${this.tab}`);
         this.body.parentElement.parentElement.dataset.tab = this.tab;
         const isEditing = this.tab === "edit";
-        this.tools.hidden = !isEditing;
         const shown =
             (isEditing || this.tab === "tree") && this.#edited && draft !== null ? this.#edited : this.#file;
         setText(

@@ -11,12 +11,12 @@ const largestEvent = 8_000_000; // characters
  * @typedef {object} LinkState
  * @property {"connecting" | "connected" | "lost"} state
  * @property {number} [retryAt] ms since 1970: when the next attempt is made
- * @property {string} [problem] what the program answered, if it refused
+ * @property {Problem} [problem] what the program answered, if it refused
  */
 
 export class Link {
     #attempt = 0;
-    /** @type {string | undefined} what the last attempt was refused with */
+    /** @type {Problem | undefined} what the last attempt was refused with */
     #problem;
     /** @type {AbortController | null} */
     #request = null;
@@ -37,8 +37,7 @@ export class Link {
             try {
                 await this.#listen();
             } catch (error) {
-                this.#problem =
-                    error instanceof Problem && error.code !== "unreachable" ? error.message : undefined;
+                this.#problem = error instanceof Problem && error.code !== "unreachable" ? error : undefined;
             }
             await this.#pause();
         }

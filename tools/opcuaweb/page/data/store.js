@@ -19,7 +19,8 @@
  */
 
 const mostNodes = 4000;
-const recentLength = 90;
+/** Two minutes at twice a second; values that stand still take two places, however long. */
+const recentLength = 240;
 export const shownDecimals = 3;
 
 /** @type {Map<string, Known>} in order of the last change, oldest first */
@@ -114,8 +115,18 @@ function addRecent(entry) {
         count: 0,
     };
     const recent = entry.recent;
+    const value = entry.quality === 2 ? NaN : Number(entry.value);
+    const [last, before] = [1, 2].map((back) => (recent.next - back + recentLength) % recentLength);
+    if (
+        recent.count > 1 &&
+        Object.is(recent.values[last], value) &&
+        Object.is(recent.values[before], value)
+    ) {
+        recent.times[last] = Date.now();
+        return;
+    }
     recent.times[recent.next] = Date.now();
-    recent.values[recent.next] = entry.quality === 2 ? NaN : Number(entry.value);
+    recent.values[recent.next] = value;
     recent.next = (recent.next + 1) % recentLength;
     recent.count = Math.min(recent.count + 1, recentLength);
 }

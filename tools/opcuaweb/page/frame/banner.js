@@ -1,13 +1,17 @@
 // The state of both connections, page to program and program to server: a mark in the header, and a banner while one is lost.
 import { find, setIcon, setText } from "../widgets/dom.js";
 import { said, t } from "../text/language.js";
-import { dateTime, timeOfDay } from "../text/format.js";
-import { now, on, store } from "../data/store.js";
+import { dateTime, shortTime } from "../text/format.js";
+import { on, store } from "../data/store.js";
 
-/** @typedef {{kind: "good" | "waiting" | "lost", mark: string, text: string, detail: string, retry: boolean}} Connection */
+/**
+ * @typedef {{kind: "good" | "waiting" | "lost", mark: string, text: string, detail: string, retry: boolean}} Connection
+ */
+
+/** What the operator can do about a refusal, by the program's word. */
+const advice = { "too-many-browsers": "link.closeOne", "password-needed": "link.passwordAdvice" };
 
 let version = "";
-let frozenSince = 0;
 
 /** @param {() => void} retryNow */
 export function startBanner(retryNow) {
@@ -29,36 +33,44 @@ function noteVersion(running) {
 /** @returns {Connection} */
 function connection() {
     const { page, link } = store;
-    if (page.state === "connecting" && !store.hello) {
-        return { kind: "waiting", mark: t("link.connecting"), text: "", detail: "", retry: false };
+    const isFirst = page.state === "connecting" && !store.hello && !page.problem;
+    if (isFirst || (page.state === "connected" && !link)) return calm("waiting", "link.connecting");
+    if (page.state !== "connected") return programLost(page.problem);
+    if (!link.connected) return serverLost(link);
+    return calm("good", "link.connected");
+}
+
+/** @param {"good" | "waiting"} kind @param {string} key @returns {Connection} */
+function calm(kind, key) {
+    return { kind, mark: t(key), text: "", detail: "", retry: false };
+}
+
+/** @param {import("../data/api.js").Problem} [problem] what the program answered, if it refused @returns {Connection} */
+function programLost(problem) {
+    const mark = t("link.programMark");
+    if (!problem) {
+        const detail = t("link.programAdvice");
+        return { kind: "lost", mark, text: t("link.programLost"), detail, retry: true };
     }
-    if (page.state !== "connected") {
-        const text = page.problem ?? t("link.programLost");
-        return {
-            kind: "lost",
-            mark: t("link.programMark"),
-            text,
-            detail: t("link.programAdvice"),
-            retry: true,
-        };
-    }
-    if (link && !link.connected) {
-        const parts = [
-            said(link.problem),
-            link.since ? t("link.since", { time: dateTime(link.since) }) : "",
-        ].filter(Boolean);
-        const detail = parts.length ? `(${parts.join(", ")}).` : "";
-        return { kind: "lost", mark: t("link.serverMark"), text: t("link.serverLost"), detail, retry: false };
-    }
-    if (!link) return { kind: "waiting", mark: t("link.connecting"), text: "", detail: "", retry: false };
-    return { kind: "good", mark: t("link.connected"), text: "", detail: "", retry: false };
+    const detail = problem.code in advice ? t(advice[problem.code]) : "";
+    return { kind: "lost", mark, text: sentence(problem.message), detail, retry: true };
+}
+
+/** @param {{problem: any, since: number}} link @returns {Connection} */
+function serverLost({ problem, since }) {
+    const text = sentence(said(problem) || t("link.serverLost"));
+    const detail = store.overview || !since ? "" : sentence(t("link.since", { time: dateTime(since) }));
+    return { kind: "lost", mark: t("link.serverMark"), text, detail, retry: false };
+}
+
+/** The program's texts have no full stop. @param {string} text */
+function sentence(text) {
+    return /[.!?]$/.test(text) ? text : `${text}.`;
 }
 
 export function show() {
     const state = connection();
     const isLost = state.kind === "lost";
-    if (isLost) frozenSince ||= now();
-    else if (state.kind === "good") frozenSince = 0;
     document.body.classList.toggle("is-frozen", isLost);
     const mark = find("#link-mark");
     mark.dataset.kind = state.kind;
@@ -72,8 +84,10 @@ export function show() {
     countDown();
 }
 
+/** Of when the values are that are still shown. */
 function frozenText() {
-    return store.overview ? t("link.frozen", { time: timeOfDay(frozenSince) }) : "";
+    const newest = store.overview?.newest;
+    return newest ? t("link.frozen", { time: shortTime(newest) }) : "";
 }
 
 /** Outside the live region: a screen reader would read every second. */

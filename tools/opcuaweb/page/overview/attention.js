@@ -23,7 +23,7 @@ export class Attention {
 
     constructor() {
         this.list = element("ul", { class: "attention-list" });
-        this.note = element("p", { class: "attention-note muted" });
+        this.note = element("p", { class: "attention-note muted" }, "…");
         this.root = element(
             "section",
             { class: "panel attention live", "aria-labelledby": "attention-title" },

@@ -39,12 +39,12 @@ function parts() {
         Object.fromEntries(names.map((name) => [name, element("dd", {}, missing)]));
     const sign = icon("wait");
     const state = element("h2", { class: "state" }, "…");
-    const since = element("p", { class: "muted" });
+    const since = element("p", { class: "muted since" });
     const newest = element("strong", {}, missing);
     const bar = element(
         "div",
         { class: "share", "aria-hidden": "true" },
-        ...conditions.map((name) => element("span", { class: `share-${name}` })),
+        ...conditions.map((name) => element("span", { class: `share-${name}`, hidden: true })),
     );
     const tiles = Object.fromEntries(conditions.map((name) => [name, tile(name)]));
     const total = element("strong", {}, missing);
@@ -142,7 +142,7 @@ function paintHealth(page) {
     page.health.dataset.condition = condition;
     setIcon(page.sign, { none: "wait", bad: "bad", uncertain: "uncertain", good: "check" }[condition]);
     if (!overview) {
-        setText(page.state, said(link?.problem) || t("overview.waiting"));
+        setText(page.state, t(link?.connected === false ? "overview.unreachable" : "overview.waiting"));
         return;
     }
     setText(page.state, isFrozen() ? t("overview.unreachable") : stateText(overview.server, condition));
@@ -193,8 +193,9 @@ function paintCounts(page) {
 
 function paintMessages(page) {
     const messages = store.overview?.journal;
-    page.journal.hidden = store.hello ? !store.hello.journal : !messages;
-    const newest = (messages ?? []).slice(-5).reverse();
+    page.journal.hidden = store.hello?.journal === false;
+    if (!messages) return;
+    const newest = messages.slice(-5).reverse();
     const mark = JSON.stringify(newest) + document.documentElement.lang;
     if (page.messages.dataset.mark === mark) return;
     page.messages.dataset.mark = mark;
@@ -216,7 +217,7 @@ function messageLine(message) {
 
 function paintFindings(page) {
     const findings = store.overview?.findings;
-    page.configuration.hidden = store.hello ? !store.hello.configuration : !findings;
+    page.configuration.hidden = store.hello?.configuration === false;
     if (!findings) return;
     const mark = JSON.stringify(findings) + document.documentElement.lang;
     if (page.findings.dataset.mark === mark) return;
@@ -227,12 +228,13 @@ function paintFindings(page) {
 function paintConnection(page) {
     const { overview, hello } = store;
     const server = overview?.server;
+    const level = server?.serviceLevel;
     setText(
         page.link.product,
         [server?.name, server?.product, server?.version].filter(Boolean).join(" · ") || missing,
     );
     setText(page.link.address, hello?.url ?? missing);
-    setText(page.link.service, server?.serviceLevel === undefined ? missing : `${server.serviceLevel} / 255`);
+    setText(page.link.service, typeof level === "number" ? `${level} / 255` : missing);
     setText(page.link.browsers, count(overview?.browsers));
     setText(page.link.watched, count(overview?.watched));
     setText(page.link.version, hello?.version ?? missing);

@@ -34,7 +34,12 @@ export const texts = {
         ru: "Нет связи с сервером OPC UA",
         en: "The connection to the OPC UA server is lost",
     },
-    "link.since": { ru: "с {time}", en: "since {time}" },
+    "link.closeOne": {
+        ru: "Закройте ненужную: эта подключится сама.",
+        en: "Close one of them: this one connects by itself.",
+    },
+    "link.passwordAdvice": { ru: "Обновите страницу и введите их.", en: "Reload the page and enter them." },
+    "link.since": { ru: "Связи нет с {time}", en: "There has been none since {time}" },
     "link.frozen": { ru: "Показаны данные на {time}.", en: "What you see dates from {time}." },
     "link.retry": { ru: "Повторить сейчас", en: "Retry now" },
     "link.retryIn": { ru: "Следующая попытка через {n} с", en: "Next attempt in {n} s" },

@@ -36,6 +36,7 @@ export class PenPicker {
     /** @param {{onPick: (pen: Pen, isPicked: boolean) => void, onAll: (pens: Pen[]) => void}} events onAll: these in place of others */
     constructor(events) {
         this.events = events;
+        this.hasFailed = false;
         /** @type {string[]} */
         this.picked = [];
         this.search = searchBox(
@@ -86,10 +87,17 @@ export class PenPicker {
     async load() {
         try {
             this.#plotters = (await get("pens", {}, this.#request.signal)).plotters;
+            this.hasFailed = false;
             this.#paint();
         } catch (error) {
+            this.hasFailed = true;
             if (!isAborted(error)) this.list.replaceChildren(notice(error.message, "bad"));
         }
+    }
+
+    /** Whether there is anything to pick, or that is unknown because the list could not be loaded. */
+    hasPens() {
+        return this.hasFailed || this.#plotters.some((plotter) => plotter.pens.length);
     }
 
     /** What is known of a pen. @param {string} id @returns {Promise<Pen>} */

@@ -8,7 +8,7 @@ import { idsOf, mostPens, PenPicker, textOf } from "./pens.js";
 import { changed, fixed, limitsOf, parametersOf, RangeBar, rangeOf } from "./ranges.js";
 import { note } from "../frame/router.js";
 import { ShownPens } from "./shown_pens.js";
-import { now } from "../data/store.js";
+import { now, on } from "../data/store.js";
 
 /** Ranges that the button "undo zoom" returns to. */
 const remembered = 30;
@@ -49,14 +49,7 @@ class TrendsView {
         });
         this.progress = element("span", {});
         this.state = element("p", { class: "muted small trend-state" });
-        this.empty = element(
-            "div",
-            { class: "trends-empty" },
-            notice(t("trends.empty"), "trends", t("trends.emptyAdvice")),
-            iconButton("plus", t("pens.choose"), () => this.picker.toggle(), {
-                class: "primary pens-button",
-            }),
-        );
+        this.empty = element("div", { class: "trends-empty" });
         this.charts = element(
             "div",
             {
@@ -83,12 +76,17 @@ class TrendsView {
                 this.legend.root,
             ),
         );
+        this.ends = [
+            on("link", (link) => link.connected && this.#recover()),
+            on("hello", () => this.#recover()),
+        ];
         this.readLater = debounced(250, () => this.#read());
         this.timer = setInterval(() => this.#tick(), 1000);
         this.#start(parameters);
     }
 
     leave() {
+        this.ends.forEach((end) => end());
         this.pens.leave();
         this.readLater.cancel();
         clearInterval(this.timer);
@@ -101,7 +99,7 @@ class TrendsView {
     async #start(parameters) {
         this.range = rangeOf(parameters);
         this.#draw();
-        await this.picker.load();
+        await this.#loadPens();
         await this.arrive(parameters);
     }
 
@@ -114,6 +112,28 @@ class TrendsView {
         const own = idsOf(parameters.own ?? "");
         for (const pen of this.pens.list) pen.hasOwnAxis = own.includes(pen.id);
         this.#changedPens();
+        await this.#read();
+    }
+
+    async #loadPens() {
+        await this.picker.load();
+        const hasPens = this.picker.hasPens();
+        this.empty.replaceChildren(
+            notice(
+                t(hasPens ? "trends.empty" : "pens.none"),
+                "trends",
+                hasPens ? t("trends.emptyAdvice") : "",
+            ),
+            iconButton("plus", t("pens.choose"), () => this.picker.toggle(), {
+                class: `primary pens-button ${hasPens ? "" : "is-useless"}`,
+            }),
+        );
+    }
+
+    /** After the connection was lost, what could not be loaded is loaded again. */
+    async #recover() {
+        if (!this.picker.hasFailed && !this.pens.list.some((pen) => pen.problem)) return;
+        if (this.picker.hasFailed) await this.#loadPens();
         await this.#read();
     }
 

@@ -48,7 +48,7 @@ export class Details {
             ),
             element(
                 "div",
-                { class: "details-body live" },
+                { class: "details-body live", tabIndex: 0 },
                 this.name,
                 element("p", { class: "big" }, this.value, " ", this.unit),
                 this.quality,

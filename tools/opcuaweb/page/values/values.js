@@ -83,10 +83,15 @@ class ValuesView {
         );
         // After the connection was lost, what could not be loaded is loaded again.
         this.ends = [
-            on("link", (link) => link.connected && this.#hasFailed && this.#load()),
-            on("hello", () => this.#hasFailed && this.#load()),
+            on("link", (link) => link.connected && this.#recover()),
+            on("hello", () => this.#recover()),
         ];
         this.arrive(parameters);
+    }
+
+    #recover() {
+        this.tree.retry();
+        if (this.#hasFailed) this.#load();
     }
 
     leave() {

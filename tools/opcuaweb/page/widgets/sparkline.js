@@ -4,6 +4,8 @@ import { colour } from "../style/theme.js";
 const spanMs = 120_000;
 /** Values that change come at least this often. */
 const stillMs = 3000;
+/** Faint: in a column of curves those that move are looked for. */
+const stillAlpha = 0.45;
 
 /**
  * @param {HTMLCanvasElement} canvas its size in CSS pixels is that of its box
@@ -25,6 +27,7 @@ export function drawSparkline(canvas, recent, isBad) {
         high === low ? height / 2 : height - 3 - ((value - low) / (high - low)) * (height - 6);
     context.strokeStyle = colour(isBad ? "--bad" : "--spark");
     context.lineWidth = 1.5;
+    context.globalAlpha = high === low ? stillAlpha : 1;
     context.lineJoin = "round";
     context.beginPath();
     let before = null;

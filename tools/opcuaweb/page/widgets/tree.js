@@ -36,10 +36,16 @@ export class Tree {
                 click: (event) => this.#click(event),
             },
         });
-        const top = this.#item(source.top, 1);
-        this.root.append(top);
-        this.#makeTabStop(top);
-        this.#openOnly(top);
+        this.top = this.#item(source.top, 1);
+        this.root.append(this.top);
+        this.#makeTabStop(this.top);
+        this.#openOnly(this.top);
+    }
+
+    /** Loads the top again, if that has failed. */
+    retry() {
+        const isLoaded = this.top.getAttribute("aria-busy") || this.top.querySelector('[role="group"]');
+        if (!isLoaded) this.#openOnly(this.top);
     }
 
     /** Opens an item, and then what is alone in it; where it branches, the few branches too. @param {HTMLElement} item */
