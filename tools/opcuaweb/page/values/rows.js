@@ -3,7 +3,7 @@ import { get, Problem } from "../data/api.js";
 import { t } from "../text/language.js";
 
 /** What one search may show; more hits than this call for more letters. */
-export const mostHits = 1000;
+export const mostHits = 500;
 const mostInNeed = 2000;
 
 /**
