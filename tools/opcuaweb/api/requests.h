@@ -9,7 +9,8 @@
 #include "tools/opcuaweb/basics/problem.h"
 #include "tools/opcuaweb/services/services.h"
 
-/// How each path is answered, by subject; docs/opcuaweb-interface.md describes requests and answers. Any thread.
+/// How each path is answered, by subject; docs/opcuaweb-interface.md describes requests and answers.
+/// Any thread.
 namespace tools::opcuaweb {
 
 /// JSON that is text already.
