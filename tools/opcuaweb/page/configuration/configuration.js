@@ -88,7 +88,10 @@ class ConfigurationView {
             ),
             iconButton("close", t("configuration.revert"), () => this.#revert()),
         );
-        this.ends = [on("hello", () => this.#load())];
+        this.ends = [
+            on("hello", () => this.#load()),
+            on("overview", ({ findings }) => this.#compare(findings)),
+        ];
         this.tab = "file";
         this.arrive(parameters);
     }
@@ -122,6 +125,14 @@ class ConfigurationView {
             if (!isAborted(error)) this.#say(error.message, "bad");
         }
         return undefined;
+    }
+
+    /** Somebody has changed the file: its findings are others. @param {{errors: number, warnings: number} | null} findings */
+    #compare(findings) {
+        const text = JSON.stringify(findings);
+        const isNew = this.known !== undefined && this.known !== text;
+        this.known = text;
+        if (isNew && draft === null) this.#load();
     }
 
     #say(text, symbol, advice = "") {

@@ -130,7 +130,7 @@ export class Chart {
         const side = (/** @type {number} */ index) => ({
             axisLabelWidth,
             axisTickSize,
-            pixelsPerLabel: 22,
+            pixelsPerLabel: 30,
             axisLabelFormatter: (value, _granularity, _option, graph) =>
                 number(value, decimalsOf(graph.yAxisRange(index))),
         });

@@ -36,7 +36,7 @@ export class Legend {
                         this.when,
                         column("legend.min", "right hide-small"),
                         column("legend.max", "right hide-small"),
-                        column("legend.unit"),
+                        column("legend.unit", "hide-small"),
                         element(
                             "th",
                             { scope: "col" },
@@ -123,7 +123,7 @@ export class Legend {
             value,
             min,
             max,
-            element("td", { class: "muted" }, pen.unit),
+            element("td", { class: "muted hide-small" }, pen.unit),
             element(
                 "td",
                 { class: "right" },

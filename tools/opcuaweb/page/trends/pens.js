@@ -148,8 +148,6 @@ export class PenPicker {
 
     #plotter(plotter, pens) {
         const rest = pens.length - portion;
-        const all = pens.slice(0, mostPens);
-        const allText = t(pens.length > mostPens ? "pens.first" : "pens.all", { n: all.length });
         const section = element(
             "details",
             { class: "plotter", open: this.#filter !== "" || !this.#closed.has(plotter.id) },
@@ -159,8 +157,7 @@ export class PenPicker {
                 plotter.name || plotter.id,
                 element("span", { class: "muted" }, ` ${count(pens.length)}`),
             ),
-            pens.length > 1 &&
-                iconButton("trends", allText, () => this.events.onAll(all), { class: "plain plot-all" }),
+            pens.length > 1 && this.#plotAll(plotter.id, pens),
             element("ul", {}, ...pens.slice(0, portion).map((pen) => element("li", {}, this.#check(pen)))),
             rest > 0 && element("p", { class: "muted small" }, t("pens.more", { n: count(rest) })),
         );
@@ -169,6 +166,15 @@ export class PenPicker {
             else this.#closed.add(plotter.id);
         });
         return section;
+    }
+
+    /** @param {string} id the plotter's @param {Pen[]} pens */
+    #plotAll(id, pens) {
+        const all = pens.slice(0, mostPens);
+        const text = t(pens.length > mostPens ? "pens.first" : "pens.all", { n: all.length });
+        const button = iconButton("trends", text, () => this.events.onAll(all), { class: "plain plot-all" });
+        button.dataset.pen = `all of ${id}`; // keeps the focus when the list is painted again
+        return button;
     }
 
     /** @param {Pen} pen */

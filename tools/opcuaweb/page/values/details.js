@@ -6,6 +6,8 @@ import { addressOf } from "../frame/router.js";
 import { drawSparkline } from "../widgets/sparkline.js";
 import { on, valueOf } from "../data/store.js";
 import { watch } from "../data/watch.js";
+import { textOf } from "../trends/pens.js";
+import { pensOf } from "./pens_of.js";
 import { canWrite, openWriteDialog } from "./write_dialog.js";
 
 const facts = ["item", "time", "age", "status", "type", "access", "folder", "node"];
@@ -85,9 +87,17 @@ export class Details {
         setText(this.facts.access, row.access ? t(`access.${row.access}`) : missing);
         setText(this.facts.folder, row.folder || missing);
         setText(this.facts.node, row.id);
-        this.trend.hidden = !row.history;
-        this.trend.setAttribute("href", addressOf("trends", { pens: row.id }));
+        this.#offerTrend(row);
         this.#paint();
+    }
+
+    /** @param {import("../data/store.js").Row} row */
+    async #offerTrend(row) {
+        this.trend.hidden = !row.history;
+        const pens = await pensOf(row);
+        if (this.row !== row) return;
+        this.trend.hidden = !pens.length;
+        this.trend.setAttribute("href", addressOf("trends", { pens: textOf(pens) }));
     }
 
     hide() {

@@ -11,6 +11,8 @@ import { searchBox } from "../widgets/search.js";
 import { on } from "../data/store.js";
 import { Table } from "./table.js";
 import { nodeTree, topNode } from "./node_tree.js";
+import { textOf } from "../trends/pens.js";
+import { pensOf } from "./pens_of.js";
 import { watch } from "../data/watch.js";
 import { canWrite, openWriteDialog } from "./write_dialog.js";
 
@@ -252,8 +254,9 @@ class ValuesView {
 }
 
 /** @param {import("../data/store.js").Row} row */
-function trend(row) {
-    if (row.history) go("trends", { pens: row.id });
+async function trend(row) {
+    const pens = await pensOf(row);
+    if (pens.length) go("trends", { pens: textOf(pens) });
 }
 
 /** @type {import("../app.js").MakeView} */
