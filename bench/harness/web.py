@@ -57,6 +57,7 @@ def main() -> int:
         bin_dir=str((folder / "bin").resolve()),
         parts=tuple(arguments.only or PARTS),
         phase_seconds=3 if quick else 30,
+        idle_seconds=3 if quick else 60,
         watch_seconds=10 if quick else arguments.minutes * 60,
         scroll_seconds=1 if quick else 5,
         history_days=1 if quick else HISTORY_DAYS,

@@ -279,12 +279,12 @@ def measure_scroll(plan: WebPlan, browser: Browser) -> dict[str, Any]:
     progress("scrolling ...")
     page = web_pages.values_page(browser, TAGS)
     page.evaluate("window.bench.jump(0.3)")
-    page.evaluate("window.bench.beginFrames()")
-    web_pages.sleep(page, plan.scroll_seconds)
-    found: dict[str, Any] = {"still": page.evaluate("window.bench.endFrames()")}
-    for name, pixels in (("slow", 8), ("fast", 80), ("screenful", 800)):
+    found: dict[str, Any] = {}
+    for name, pixels in (("still", 0), ("slow", 8), ("fast", 80), ("screenful", 800)):
+        work = web_pages.Work(page)
         script = "([seconds, pixels]) => window.bench.scroll(seconds, pixels)"
-        found[name] = page.evaluate(script, [plan.scroll_seconds, pixels])
+        frames = page.evaluate(script, [plan.scroll_seconds, pixels])
+        found[name] = {"frames": frames, "work": work.seconds() / len(frames)}
     jump = "part => window.bench.jump(part)"
     found["jumps"] = [page.evaluate(jump, part / 20) for part in (3, 17, 8, 12, 1, 19, 5)]
     page.context.close()
@@ -293,8 +293,7 @@ def measure_scroll(plan: WebPlan, browser: Browser) -> dict[str, Any]:
 
 def measure_idle(plan: WebPlan, running: Program, web: Program) -> dict[str, Any]:
     progress("opcuaweb without a page ...")
-    # Long enough for a whole count of qualities, which begins every 30 s.
-    used = shares({"server": running, "opcuaweb": web}, lambda: time.sleep(max(plan.phase_seconds, 30)))
+    used = shares({"server": running, "opcuaweb": web}, lambda: time.sleep(plan.idle_seconds))
     return {**used, "memory": memory(web)}
 
 

@@ -11,6 +11,8 @@ from collections.abc import Iterator
 from typing import Any
 from urllib.parse import urlencode
 
+from playwright.sync_api import Page
+
 from harness import web_pages
 from harness.processes import MeasurementError, Program, progress, run_client
 from harness.web_plan import HISTORY_WIDTH, WebPlan
@@ -97,12 +99,18 @@ def _read(node: str, begin: int, end: int) -> dict[str, Any]:
     }  # fmt: skip
 
 
+def _frames(page: Page, work: web_pages.Work) -> dict[str, Any]:
+    frames = page.evaluate("window.bench.endFrames()")
+    return {"frames": frames, "work": work.seconds() / len(frames)}
+
+
 def _draw(node: str, begin: int, end: int) -> dict[str, Any]:
     """A page that opens with this range."""
     with web_pages.chromium() as browser:
         page = web_pages.open_page(browser, "#/overview")
         page.locator("nav").first.wait_for()
         page.wait_for_timeout(1000)
+        work = web_pages.Work(page)
         page.evaluate("window.bench.beginFrames()")
         fragment = urlencode({"pens": node, "from": begin, "to": end})
         began = time.monotonic()
@@ -114,7 +122,7 @@ def _draw(node: str, begin: int, end: int) -> dict[str, Any]:
         announced.wait_for(state="attached", timeout=300_000)
         seconds = time.monotonic() - began
         page.wait_for_timeout(500)
-        frames = page.evaluate("window.bench.endFrames()")
+        reading = _frames(page, work)
         # Drawn is drawn: pixels of the curve's colour in the plot.
         drawn = page.evaluate(
             "[...document.querySelectorAll('.lane-chart canvas')].some(canvas => canvas.getContext('2d')"
@@ -122,6 +130,7 @@ def _draw(node: str, begin: int, end: int) -> dict[str, Any]:
         )
         if not drawn:
             raise MeasurementError("the page drew nothing")
+        work = web_pages.Work(page)
         page.evaluate("window.bench.beginFrames()")
         box = page.locator(".lane-chart").first.bounding_box()
         assert box
@@ -132,10 +141,7 @@ def _draw(node: str, begin: int, end: int) -> dict[str, Any]:
         for _ in range(20):
             page.mouse.wheel(0, 100)
             page.wait_for_timeout(30)
-        return {
-            "first": first, "seconds": seconds, "frames": frames,
-            "zoom": page.evaluate("window.bench.endFrames()"),
-        }  # fmt: skip
+        return {"first": first, "seconds": seconds, "reading": reading, "zooming": _frames(page, work)}
 
 
 def measure_month(plan: WebPlan) -> dict[str, Any]:

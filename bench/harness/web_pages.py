@@ -59,6 +59,27 @@ def trends_page(browser: Browser, **parameters: Any) -> Page:
     return open_page(browser, f"#/trends?{urlencode(parameters)}")
 
 
+class Work:
+    """What the page itself does on its thread, in seconds since the object was made: scripts, styles, layout.
+
+    Without a graphics processor drawing takes longer than all of that, and is not counted here.
+    """
+
+    _PARTS = ("ScriptDuration", "RecalcStyleDuration", "LayoutDuration")
+
+    def __init__(self, page: Page) -> None:
+        self._session = page.context.new_cdp_session(page)
+        self._session.send("Performance.enable")
+        self._before = self._now()
+
+    def _now(self) -> float:
+        metrics = self._session.send("Performance.getMetrics")["metrics"]
+        return sum(float(it["value"]) for it in metrics if it["name"] in self._PARTS)
+
+    def seconds(self) -> float:
+        return self._now() - self._before
+
+
 def sleep(page: Page, seconds: float) -> None:
     """As time.sleep, but the driver keeps reading what the browser reports."""
     end = time.monotonic() + seconds

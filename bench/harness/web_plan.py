@@ -29,6 +29,8 @@ class WebPlan:
     parts: tuple[str, ...]
     phase_seconds: float
     """Of each measurement of processor time."""
+    idle_seconds: float
+    """The same without a page; a whole count of qualities takes place every 30 s."""
     watch_seconds: float
     """Of the worst case, during which memory is recorded."""
     scroll_seconds: float

@@ -72,11 +72,12 @@ def memory_lines(samples: list[dict[str, float]]) -> Iterator[tuple[str, ...]]:
         )  # fmt: skip
 
 
-def frame_line(name: str, frames: list[float]) -> tuple[str, ...]:
+def frame_line(name: str, figures: dict[str, Any]) -> tuple[str, ...]:
+    frames = figures["frames"]
     counted = [(frame, 1) for frame in frames]
     late = sum(frame > 1.5 * SMOOTH_MS for frame in frames)
-    figures = (f"{quantile(counted, share):.1f}" for share in (0.5, 0.99, 1.0))
-    return (name, str(len(frames)), *figures, f"{100 * late / len(frames):.1f}")
+    times = (f"{quantile(counted, share):.1f}" for share in (0.5, 0.99, 1.0))
+    return (name, str(len(frames)), *times, f"{100 * late / len(frames):.1f}", f"{1000 * figures['work']:.1f}")
 
 
 def scroll_lines(found: dict[str, Any]) -> Iterator[tuple[str, ...]]:
@@ -100,8 +101,9 @@ def month_lines(plan: WebPlan, month: dict[str, Any]) -> Iterator[tuple[str, str
     yield "highest meanwhile, MB", f"{month['rss_highest']:.1f}"
     yield "page: a chart is there after, s", f"{draw['first']:.2f}"
     yield "page: all columns drawn after, s", f"{draw['seconds']:.1f}"
-    yield "page: longest frame meanwhile, ms", f"{max(draw['frames']):.0f}"
-    yield "page: longest frame of zooming by wheel, ms", f"{max(draw['zoom']):.0f}"
+    for name, part in (("meanwhile", draw["reading"]), ("of zooming by wheel", draw["zooming"])):
+        yield f"page: longest frame {name}, ms", f"{max(part['frames']):.0f}"
+        yield f"page: its own work in a frame {name}, ms", f"{1000 * part['work']:.1f}"
 
 
 def tables(plan: WebPlan, found: dict[str, Any]) -> list[Table]:
@@ -114,7 +116,7 @@ def tables(plan: WebPlan, found: dict[str, Any]) -> list[Table]:
         heading = ("min", "RSS, MB", "PSS, MB", "threads", "descriptors", "opcuaweb, % of a core")
         made.append([heading, *memory_lines(found["watchers"]["samples"])])
     if "scroll" in found:
-        heading = ("frames", "number", "p50, ms", "p99, ms", "longest, ms", "late, %")
+        heading = ("frames", "number", "p50, ms", "p99, ms", "longest, ms", "late, %", "page's own work, ms")
         made.append([heading, *scroll_lines(found["scroll"])])
         jumps = [(jump, 1) for jump in found["scroll"]["jumps"]]
         made.append([

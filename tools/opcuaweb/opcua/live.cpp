@@ -120,6 +120,8 @@ bool Live::follow() {
     for (const auto& [node, item] : items_) {
         if (!wanted.contains(node)) removed.push_back(node);
     }
+    // The server samples in this order: tags that are neighbours in its memory come one after the other.
+    std::ranges::sort(added);
     const bool done = removeItems(removed) && addItems(added);
     followedVersion_ = version;
     watched_ = items_.size();
