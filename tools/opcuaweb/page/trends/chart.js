@@ -1,5 +1,6 @@
 // One chart of trends, drawn by dygraphs: at most two units, one on each side. dygraphs writes labels as markup, so it gets
 // only texts that are made here; names from the server stay in the legend.
+import { band } from "./band.js";
 import { number } from "../text/format.js";
 import { locale } from "../text/language.js";
 import { gapsOf, merged } from "./series.js";
@@ -140,7 +141,7 @@ export class Chart {
             dateWindow: [from, to],
             customBars: true,
             connectSeparatedPoints: true,
-            fillAlpha: 0.28,
+            plotter: [band, this.Dygraph.Plotters.linePlotter],
             animatedZooms: false,
             labelsUTC: false,
             xRangePad: 0,
