@@ -141,14 +141,32 @@ bool Live::addItems(const std::vector<std::string>& nodes) {
         items.push_back(item.get());
     }
     for (std::size_t from = 0; from < items.size(); from += kItemsPerCall) {
-        if (!addChunk(items.data() + from, std::min(kItemsPerCall, items.size() - from))) {
-            return false;
-        }
+        const std::size_t count = std::min(kItemsPerCall, items.size() - from);
+        if (!addChunk(items.data() + from, count, true)) return false;
     }
     return true;
 }
 
-bool Live::addChunk(Item* const* items, std::size_t count) {
+namespace {
+
+/// A new time counts as a change: the page shows how old a value is although it stands still.
+UA_DataChangeFilter onEveryTime() {
+    UA_DataChangeFilter filter{};
+    filter.trigger = UA_DATACHANGETRIGGER_STATUSVALUETIMESTAMP;
+    return filter;
+}
+
+bool refusesFilter(UA_StatusCode status) {
+    return status == UA_STATUSCODE_BADMONITOREDITEMFILTERUNSUPPORTED ||
+           status == UA_STATUSCODE_BADMONITOREDITEMFILTERINVALID ||
+           status == UA_STATUSCODE_BADFILTERNOTALLOWED;
+}
+
+}  // namespace
+
+/// @param withTimes  items that the server refuses because of it are added without
+bool Live::addChunk(Item* const* items, std::size_t count, bool withTimes) {
+    UA_DataChangeFilter filter = onEveryTime();
     std::vector<NodeId> ids(count);
     std::vector<UA_MonitoredItemCreateRequest> wanted;
     std::vector<void*> contexts(items, items + count);
@@ -157,7 +175,11 @@ bool Live::addChunk(Item* const* items, std::size_t count) {
     for (std::size_t i = 0; i < count; ++i) {
         static_cast<void>(parseId(items[i]->node, ids[i]));  // checked when the page asked
         wanted.push_back(UA_MonitoredItemCreateRequest_default(*ids[i]));
-        wanted.back().requestedParameters.samplingInterval = kSamplingMs;
+        auto& parameters = wanted.back().requestedParameters;
+        parameters.samplingInterval = kSamplingMs;
+        if (!withTimes) continue;
+        UA_ExtensionObject_setValueNoDelete(&parameters.filter, &filter,
+                                            &UA_TYPES[UA_TYPES_DATACHANGEFILTER]);
     }
     UA_CreateMonitoredItemsRequest request{};
     request.subscriptionId = subscription_;
@@ -167,13 +189,18 @@ bool Live::addChunk(Item* const* items, std::size_t count) {
     const CreateResponse response{UA_Client_MonitoredItems_createDataChanges(
         session_.client(), request, contexts.data(), callbacks.data(), ends.data())};
     if (UA_StatusCode_isBad(response->responseHeader.serviceResult)) return false;
+    std::vector<Item*> refused;
     for (std::size_t i = 0; i < std::min(count, response->resultsSize); ++i) {
         const auto& result = response->results[i];
         items[i]->id = UA_StatusCode_isBad(result.statusCode) ? 0 : result.monitoredItemId;
         if (items[i]->id != 0) continue;
+        if (withTimes && refusesFilter(result.statusCode)) {
+            refused.push_back(items[i]);
+            continue;
+        }
         browsers_.publishValue(items[i]->node, emptyCell(items[i]->node, result.statusCode));
     }
-    return true;
+    return refused.empty() || addChunk(refused.data(), refused.size(), false);
 }
 
 bool Live::removeItems(const std::vector<std::string>& nodes) {
@@ -210,8 +237,8 @@ void Live::setLink(bool connected, UA_StatusCode status) {
         return text + session_.url() + " (" + session_.problemText(status, language) + ")";
     };
     if (!connected) {
-        link["problem"] = {{"ru", problem("Нет связи с ", Language::ru)},
-                           {"en", problem("No connection to ", Language::en)}};
+        link["problem"] = {{"ru", problem("Нет связи с сервером OPC UA ", Language::ru)},
+                           {"en", problem("No connection to the OPC UA server ", Language::en)}};
     }
     {
         const std::lock_guard lock(mutex_);

@@ -45,7 +45,7 @@ class Live {
     void serve();
     bool follow();
     bool addItems(const std::vector<std::string>& nodes);
-    bool addChunk(Item* const* items, std::size_t count);
+    bool addChunk(Item* const* items, std::size_t count, bool withTimes);
     bool removeItems(const std::vector<std::string>& nodes);
     void setLink(bool connected, UA_StatusCode status);
     void pause(std::chrono::milliseconds time) const;

@@ -83,7 +83,7 @@ Json Services::overview() const {
             {"old", counts.old},
             {"newest", counts.newestMs ? Json(*counts.newestMs) : Json()},
             {"now", unixMs(UA_DateTime_now())},
-            {"oldAfter", kOldAfter.count()},
+            {"oldAfter", counts.refreshes ? kOldAfter.count() : 0},
             {"sweep", counts.endedMs ? Json(*counts.endedMs) : Json()},
             {"findings", findings},
             {"journal", journal ? journal->newest() : Json()},

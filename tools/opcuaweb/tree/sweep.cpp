@@ -34,7 +34,11 @@ std::optional<Json> Sweep::attention(const std::string& kind, std::size_t limit)
 
 Asker::Step Sweep::step(Session* session) {
     const auto now = Clock::now();
-    if (session == nullptr) rows_.reset();
+    if (session == nullptr) {  // the next one may be another server's
+        rows_.reset();
+        before_.clear();
+        refreshes_ = false;
+    }
     if (session == nullptr || now < nextStep_) return Asker::Step::later;
     nextStep_ = now + kSweepChunkEvery;
     if (!rows_ && now < nextSweep_) {
@@ -46,6 +50,7 @@ Asker::Step Sweep::step(Session* session) {
         if (!rows_) return Asker::Step::later;
         next_ = 0;
         running_ = {};
+        stood_ = refreshed_ = 0;
         runningNotes_.clear();
         nextSweep_ = now + kSweepEvery;
     }
@@ -60,6 +65,8 @@ Asker::Step Sweep::step(Session* session) {
 void Sweep::finish() {
     rows_.reset();
     running_.endedMs = unixMs(UA_DateTime_now());
+    refreshes_ = refreshes_ || 2 * refreshed_ > stood_;  // a few may have changed and changed back
+    running_.refreshes = refreshes_;
     const std::lock_guard lock(mutex_);
     counts_ = running_;
     notes_ = std::move(runningNotes_);
@@ -107,19 +114,36 @@ namespace {
 
 constexpr auto kOldMs = std::chrono::milliseconds(kOldAfter).count();
 
+/// Nodes that are compared from sweep to sweep: some of them stand still on every server.
+constexpr std::size_t kCompared = 200;
+
+}  // namespace
+
 /// Each variable counts once, under its worst condition. A pen is never old: what counts is its history.
-std::string_view conditionOf(const Row& row, int quality, std::optional<std::int64_t> ageMs) {
+/// Nor is anything on a server that reports a value's time only when the value changes.
+std::string_view Sweep::conditionOf(const Row& row, int quality,
+                                    std::optional<std::int64_t> ageMs) const {
     if (quality == 2) return "bad";
-    if (!row.history && ageMs && *ageMs > kOldMs) return "old";
+    if (refreshes_ && !row.history && ageMs && *ageMs > kOldMs) return "old";
     return quality == 1 ? "uncertain" : "good";
 }
 
-}  // namespace
+void Sweep::compare(const std::string& id, const UA_DataValue& value, std::int64_t timeMs) {
+    const auto before = before_.find(id);
+    if (before == before_.end() && before_.size() >= kCompared) return;
+    std::pair<Json, std::int64_t> now(shownValue(value.value), timeMs);
+    if (before != before_.end() && before->second.first == now.first) {
+        ++stood_;
+        if (before->second.second < timeMs) ++refreshed_;
+    }
+    before_.insert_or_assign(id, std::move(now));
+}
 
 void Sweep::count(const Row& row, const UA_DataValue& value, std::int64_t nowMs) {
     std::optional<std::int64_t> time;
     if (value.hasSourceTimestamp) time = unixMs(value.sourceTimestamp);
     const int quality = qualityOf(value.hasStatus ? value.status : UA_STATUSCODE_GOOD);
+    if (time && !row.history) compare(row.id, value, *time);
     const auto age = time ? std::optional(nowMs - *time) : std::nullopt;
     const std::string_view condition = conditionOf(row, quality, age);
     if (condition == "good") ++running_.good;

@@ -7,6 +7,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "tools/opcuaweb/basics/clock.h"
@@ -25,6 +26,8 @@ class Sweep {
         std::size_t bad = 0;
         std::size_t old = 0;
         std::optional<std::int64_t> newestMs;
+        bool refreshes =
+            false;  ///< the server's times move on while values stand still: ages mean something
         std::optional<std::int64_t> endedMs;  ///< when it was counted; none before the first sweep
     };
 
@@ -44,6 +47,9 @@ class Sweep {
     [[nodiscard]] bool readChunk(Session& session);
     void count(const Row& row, const UA_DataValue& value, std::int64_t nowMs);
     void note(std::string_view condition, const Row& row);
+    void compare(const std::string& id, const UA_DataValue& value, std::int64_t timeMs);
+    [[nodiscard]] std::string_view conditionOf(const Row& row, int quality,
+                                               std::optional<std::int64_t> ageMs) const;
     void finish();
     void freshen(Session& session);
 
@@ -58,6 +64,11 @@ class Sweep {
     Counts running_;
     Noted runningNotes_;
     std::string newest_;  // id of the value with the newest time
+    /// Some nodes' values and times of the sweep before, by id.
+    std::map<std::string, std::pair<Json, std::int64_t>> before_;
+    std::size_t stood_ = 0;      // compared values that are the same as before,
+    std::size_t refreshed_ = 0;  // and those of them that have a newer time
+    bool refreshes_ = false;     // of the present session's server, once it has been seen
     Clock::time_point nextStep_;
     Clock::time_point nextSweep_;
     mutable std::mutex mutex_;  // guards the two below
