@@ -77,6 +77,7 @@ export class RowView {
         const known = valueOf(this.row.id);
         const condition = conditionOf(known, this.row);
         if (this.root.dataset.condition !== condition) this.root.dataset.condition = condition;
+        this.unit.hidden = !this.row.unit && typeof known?.value === "string";
         setText(this.value, known ? plainValue(known.value, Math.min(known.decimals, 3)) : missing);
         this.value.title = typeof known?.value === "string" ? known.value : "";
         this.quality.className = `quality is-${condition}`;

@@ -68,6 +68,7 @@ export class Table {
     /** @param {import("../data/store.js").Row[]} rows */
     show(rows) {
         this.#given = rows;
+        this.root.classList.toggle("is-nameless", !rows.some((row) => row.name));
         this.#current = 0;
         this.root.scrollTop = 0;
         this.#sort();

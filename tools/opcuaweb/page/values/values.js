@@ -35,6 +35,9 @@ class ValuesView {
             onKey: (code, row) => (code === "KeyT" ? trend(row) : canWrite(row) && openWriteDialog(row)),
         });
         this.details = new Details(() => this.#close());
+        this.table.root.addEventListener("keydown", ({ key }) => {
+            if (key === "Escape" && this.details.row) this.#close();
+        });
         this.search = searchBox((q) => this.#search(q));
         this.title = element("h2", { class: "table-title" });
         this.count = element("span", { class: "muted" });

@@ -1,5 +1,7 @@
 // Makes elements. Text enters the document as text nodes only, so nothing that a server sends can become markup.
 
+/** Characters that turn the text after them around, so that "\u202egnp.exe" would read as a picture's name. */
+const directionMarks = /[\u202a-\u202e\u2066-\u2069]/g;
 const svgNamespace = "http://www.w3.org/2000/svg";
 
 /**
@@ -18,8 +20,14 @@ export function element(tag, properties = {}, ...children) {
         else if (value !== null && value !== undefined && value !== false)
             node.setAttribute(name, String(value));
     }
-    node.append(...children.filter((child) => child || child === ""));
+    const shown = children.filter((child) => child || child === "");
+    node.append(...shown.map((child) => (typeof child === "string" ? harmless(child) : child)));
     return node;
+}
+
+/** Shows direction marks as what they are. @param {string} text */
+function harmless(text) {
+    return text.replace(directionMarks, "\ufffd");
 }
 
 /** @param {EventTarget} node @param {Record<string, EventListener>} listeners */
@@ -45,7 +53,7 @@ export function setIcon(svg, name) {
 
 /** Changes a text only if it differs: an equal one would still cost layout. @param {Node} node @param {string} text */
 export function setText(node, text) {
-    if (node.textContent !== text) node.textContent = text;
+    if (node.textContent !== text) node.textContent = harmless(text);
 }
 
 /** @param {string} selector @param {ParentNode} [root] @returns {HTMLElement} */
