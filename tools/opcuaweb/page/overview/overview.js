@@ -138,14 +138,14 @@ function paintAll(page) {
 
 function paintHealth(page) {
     const { overview, link } = store;
-    const condition = !overview ? "none" : isFrozen() ? "bad" : healthOf(overview.server);
+    const condition = !overview ? "none" : isFrozen() ? "bad" : healthOf(overview);
     page.health.dataset.condition = condition;
     setIcon(page.sign, { none: "wait", bad: "bad", uncertain: "uncertain", good: "check" }[condition]);
     if (!overview) {
         setText(page.state, t(link?.connected === false ? "overview.unreachable" : "overview.waiting"));
         return;
     }
-    setText(page.state, isFrozen() ? t("overview.unreachable") : stateText(overview.server, condition));
+    setText(page.state, isFrozen() ? t("overview.unreachable") : stateText(overview, condition));
     const start = overview.server?.startTime;
     setText(
         page.since,
@@ -154,15 +154,22 @@ function paintHealth(page) {
     setText(page.newest, overview.newest ? t("overview.ago", { span: age(overview.newest) }) : missing);
 }
 
-/** Service level 255 is full service; the controller's server falls to 1 when its database has ended. @param {any} server */
-function healthOf(server) {
+/** Service level 255 is full service; the controller's server falls to 1 when its database has ended. @param {any} overview */
+function healthOf(overview) {
+    const { server } = overview;
     if (server?.state && server.state !== "Running") return "bad";
-    return (server?.serviceLevel ?? 255) < 200 ? "uncertain" : "good";
+    return standsStill(overview) || (server?.serviceLevel ?? 255) < 200 ? "uncertain" : "good";
 }
 
-/** @param {any} server @param {string} condition */
-function stateText(server, condition) {
-    if (condition === "bad") return t("overview.state", { state: server.state });
+/** No value at all is new, on a server whose times move on. @param {any} overview */
+function standsStill({ newest, oldAfter }) {
+    return Boolean(newest && oldAfter) && now() - newest > oldAfter * 1000;
+}
+
+/** @param {any} overview @param {string} condition */
+function stateText(overview, condition) {
+    if (condition === "bad") return t("overview.state", { state: overview.server.state });
+    if (standsStill(overview)) return t("overview.still");
     return t(condition === "uncertain" ? "overview.degraded" : "overview.running");
 }
 

@@ -76,6 +76,10 @@ export const texts = {
     "overview.waiting": { ru: "Ожидание данных…", en: "Waiting for data…" },
     "overview.running": { ru: "Сервер работает", en: "The server is running" },
     "overview.degraded": { ru: "Сервер работает с ограничениями", en: "The server is running, but degraded" },
+    "overview.still": {
+        ru: "Сервер работает, но значения не обновляются",
+        en: "The server is running, but values are not being updated",
+    },
     "overview.state": { ru: "Состояние сервера: {state}", en: "Server state: {state}" },
     "overview.unreachable": { ru: "Сервер недоступен", en: "The server is unreachable" },
     "overview.since": { ru: "Запущен {time}, работает {span}", en: "Started {time}, up for {span}" },
