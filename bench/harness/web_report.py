@@ -88,6 +88,11 @@ def scroll_lines(found: dict[str, Any]) -> Iterator[tuple[str, ...]]:
         yield frame_line(text, found[name])
 
 
+def month_frames(draw: dict[str, Any]) -> Iterator[tuple[str, ...]]:
+    yield frame_line("a month is read and drawn", draw["reading"])
+    yield frame_line("it is zoomed by wheel", draw["zooming"])
+
+
 def month_lines(plan: WebPlan, month: dict[str, Any]) -> Iterator[tuple[str, str]]:
     read, draw = month["read"], month["draw"]
     yield f"values in {plan.history_days} days", str(read["values"])
@@ -101,9 +106,6 @@ def month_lines(plan: WebPlan, month: dict[str, Any]) -> Iterator[tuple[str, str
     yield "highest meanwhile, MB", f"{month['rss_highest']:.1f}"
     yield "page: a chart is there after, s", f"{draw['first']:.2f}"
     yield "page: all columns drawn after, s", f"{draw['seconds']:.1f}"
-    for name, part in (("meanwhile", draw["reading"]), ("of zooming by wheel", draw["zooming"])):
-        yield f"page: longest frame {name}, ms", f"{max(part['frames']):.0f}"
-        yield f"page: its own work in a frame {name}, ms", f"{1000 * part['work']:.1f}"
 
 
 def tables(plan: WebPlan, found: dict[str, Any]) -> list[Table]:
@@ -115,9 +117,9 @@ def tables(plan: WebPlan, found: dict[str, Any]) -> list[Table]:
     if "watchers" in found:
         heading = ("min", "RSS, MB", "PSS, MB", "threads", "descriptors", "opcuaweb, % of a core")
         made.append([heading, *memory_lines(found["watchers"]["samples"])])
+    frames = [("frames", "number", "p50, ms", "p99, ms", "longest, ms", "late, %", "page's own work, ms")]
     if "scroll" in found:
-        heading = ("frames", "number", "p50, ms", "p99, ms", "longest, ms", "late, %", "page's own work, ms")
-        made.append([heading, *scroll_lines(found["scroll"])])
+        made.append([*frames, *scroll_lines(found["scroll"])])
         jumps = [(jump, 1) for jump in found["scroll"]["jumps"]]
         made.append([
             ("a jump to another place in the table", ""),
@@ -126,6 +128,7 @@ def tables(plan: WebPlan, found: dict[str, Any]) -> list[Table]:
         ])  # fmt: skip
     if "month" in found:
         made.append([("a month of one-second values", ""), *month_lines(plan, found["month"])])
+        made.append([*frames, *month_frames(found["month"]["draw"])])
     return made
 
 
