@@ -11,6 +11,7 @@ import { colour } from "../style/theme.js";
 const wideLabels = 62;
 const narrowLabels = 38;
 const narrowChart = 500;
+const highChart = 300;
 const axisTickSize = 3;
 const rightGap = 8;
 const dashes = [null, null, null, null, [8, 3], [8, 3], [8, 3], [8, 3]];
@@ -131,7 +132,7 @@ export class Chart {
         const side = (/** @type {number} */ index) => ({
             axisLabelWidth,
             axisTickSize,
-            pixelsPerLabel: 30,
+            pixelsPerLabel: this.place.clientHeight > highChart ? 36 : 22,
             axisLabelFormatter: (value, _granularity, _option, graph) =>
                 number(value, decimalsOf(graph.yAxisRange(index))),
         });
