@@ -1,30 +1,20 @@
-"""A headless browser, the stand-in program, and pages of it in any language, colour scheme and size."""
+"""Chromium, and pages in it."""
 
-import os
-import shutil
-import sys
 from collections.abc import Callable, Iterator
+from typing import Any
 
 import pytest
-from playwright.sync_api import Browser, Page, Playwright, expect, sync_playwright
+from playwright.sync_api import Browser, Page, expect, sync_playwright
 
-from stand_in import StandIn
+from machine import Site, pytest_sessionstart, site
+from pages import DEADLINE_MS, URL, chromium, new_context, start_opcuaweb, start_plant
 
-_DEADLINE_MS = 30_000  # of each expectation: machines may be busy
-LAPTOP, TELEPHONE = (1440, 900), (360, 740)
-
-
-def chromium(playwright: Playwright) -> Browser:
-    """Debian's, without a window. Its own sandbox does not work for root."""
-    program = shutil.which("chromium")
-    if not program:
-        sys.exit("Debian's chromium is missing")
-    return playwright.chromium.launch(executable_path=program, args=["--no-sandbox"] if os.geteuid() == 0 else [])
+__all__ = ["pytest_sessionstart", "site"]
 
 
 @pytest.fixture(scope="session")
 def browser() -> Iterator[Browser]:
-    expect.set_options(timeout=_DEADLINE_MS)
+    expect.set_options(timeout=DEADLINE_MS)
     with sync_playwright() as playwright:
         browser = chromium(playwright)
         yield browser
@@ -32,33 +22,31 @@ def browser() -> Iterator[Browser]:
 
 
 @pytest.fixture
-def program(request: pytest.FixtureRequest) -> Iterator[StandIn]:
-    """The stand-in with the options of the test's `options` mark."""
-    mark = request.node.get_closest_marker("options")
-    running = StandIn(**(mark.kwargs if mark else {}))
-    yield running
-    running.stop()
+def plant(site: Site) -> Site:
+    """The boiler house, its server, and opcuaweb with everything that it can do."""
+    start_plant(site, mistakes=True)
+    start_opcuaweb(site, "--allow-writes")
+    return site
 
 
 @pytest.fixture
-def open_page(browser: Browser, program: StandIn) -> Iterator[Callable[..., Page]]:
+def open_page(browser: Browser, site: Site) -> Iterator[Callable[..., Page]]:
     """Opens the page at a fragment. The test fails if the page reports an error or violates its own security policy."""
     complaints: list[str] = []
     contexts = []
 
-    def open_at(fragment: str = "", *, language: str = "en", scheme: str = "light", size: tuple[int, int] = LAPTOP,
-                motion: str = "no-preference") -> Page:
-        context = browser.new_context(
-            locale={"en": "en-GB", "ru": "ru-RU"}[language], color_scheme=scheme, reduced_motion=motion, timezone_id="Europe/Moscow",
-            viewport={"width": size[0], "height": size[1]}, has_touch=size == TELEPHONE, is_mobile=size == TELEPHONE)
-        contexts.append(context)
-        context.set_default_timeout(_DEADLINE_MS)
-        page = context.new_page()
+    def open_at(fragment: str = "", **user: Any) -> Page:
+        contexts.append(new_context(browser, **user))
+        page = contexts[-1].new_page()
         page.on("pageerror", lambda error: complaints.append(str(error)))
-        page.on("console", lambda line: line.type == "error" and "ERR_" not in line.text and "status of 4" not in line.text
-                and complaints.append(line.text))
-        page.goto(program.url + fragment)
+        page.on("console", lambda line: note(line.type, line.text))
+        page.goto(URL + fragment)
         return page
+
+    def note(kind: str, text: str) -> None:
+        of_a_lost_program = "ERR_" in text or "status of" in text
+        if kind == "error" and not of_a_lost_program:
+            complaints.append(text)
 
     yield open_at
     for context in contexts:
