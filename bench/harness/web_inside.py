@@ -13,6 +13,7 @@ from collections.abc import Callable, Iterator
 from typing import Any
 
 from playwright.sync_api import Browser
+from playwright.sync_api import Error as BrowserError
 
 from harness import web_pages
 from harness.processes import MeasurementError, Program, print_measured, progress, run_client
@@ -318,10 +319,13 @@ def measure_live(plan: WebPlan) -> dict[str, Any]:
 
 def carry_out(plan: WebPlan) -> dict[str, Any]:
     found: dict[str, Any] = {}
-    if set(plan.parts) - {"month"}:
-        found |= measure_live(plan)
-    if "month" in plan.parts:
-        found["month"] = measure_month(plan)
+    try:
+        if set(plan.parts) - {"month"}:
+            found |= measure_live(plan)
+        if "month" in plan.parts:
+            found["month"] = measure_month(plan)
+    except BrowserError as error:
+        raise MeasurementError(f"the page: {error.message}") from error
     return found
 
 

@@ -8,8 +8,6 @@ import pathlib
 import shutil
 import time
 from collections.abc import Iterator
-from typing import Any
-from urllib.parse import urlencode
 
 from playwright.sync_api import Browser, Page, sync_playwright
 
@@ -53,10 +51,6 @@ def values_page(browser: Browser, rows: int) -> Page:
     page.locator(f'.table[aria-rowcount="{rows + 1}"]').wait_for()
     page.locator(".table-body .value-number").first.wait_for()
     return page
-
-
-def trends_page(browser: Browser, **parameters: Any) -> Page:
-    return open_page(browser, f"#/trends?{urlencode(parameters)}")
 
 
 class Work:
