@@ -61,6 +61,12 @@ bool matchesFilter(const UA_NodeId& id, const std::string& name, const std::stri
            lowered(name).find(filter) != std::string::npos;
 }
 
+void sortByName(std::vector<Child>& children) {
+    std::ranges::sort(children, [](const Child& a, const Child& b) {
+        return strverscmp(a.name.c_str(), b.name.c_str()) < 0;
+    });
+}
+
 namespace {
 
 /// Walks the tree below the Objects folder.
@@ -159,12 +165,6 @@ class TreeWalk {
     }
 
     /// A server may list references in any order; numbers in names are compared as numbers.
-    static void sortByName(std::vector<Child>& children) {
-        std::sort(children.begin(), children.end(), [](const Child& a, const Child& b) {
-            return strverscmp(a.name.c_str(), b.name.c_str()) < 0;
-        });
-    }
-
     bool matches(const Child& child, const std::string& tag) const {
         return filters_.empty() ||
                std::any_of(filters_.begin(), filters_.end(), [&](const std::string& filter) {

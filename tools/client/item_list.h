@@ -53,6 +53,9 @@ using BrowseProgress = std::function<void(std::size_t seen)>;
 /// A pen's `tag` is its plotter, on another server what is above it.
 [[nodiscard]] UA_StatusCode listPens(Session& session, std::vector<Item>& pens);
 
+/// By name, numbers in names compared as numbers.
+void sortByName(std::vector<Child>& children);
+
 /// Whether the node may have children worth browsing; the controller's variables have none.
 [[nodiscard]] bool mayHaveChildren(const Session& session, const Child& node);
 

@@ -1,5 +1,6 @@
 #include "tools/client/session.h"
 
+#include <netdb.h>
 #include <open62541/client_config_default.h>
 
 #include <algorithm>
@@ -16,8 +17,7 @@ namespace {
 
 constexpr std::size_t kNodesPerRead = 1000;
 constexpr UA_UInt32 kReferencesPerAnswer = 1000;
-// A server may hand out continuation points for ever.
-constexpr std::size_t kMostChildren = 2'000'000;
+// A faulty server may answer every BrowseNext with another continuation point.
 constexpr int kMostAnswers = 100'000;
 
 }  // namespace
@@ -54,10 +54,6 @@ UA_Client* newClient(std::chrono::milliseconds answerTime) {
 
 namespace {
 
-struct ClientDeleter {
-    void operator()(UA_Client* client) const { UA_Client_delete(client); }
-};
-
 std::string tokenText(UA_UserTokenType type) {
     switch (type) {
         case UA_USERTOKENTYPE_ANONYMOUS:
@@ -87,10 +83,11 @@ Endpoint endpointOf(const UA_EndpointDescription& from) {
 
 }  // namespace
 
-UA_StatusCode findEndpoints(const std::string& url, std::chrono::milliseconds answerTime,
-                            std::vector<Endpoint>& endpoints) {
-    endpoints.clear();
-    const std::unique_ptr<UA_Client, ClientDeleter> client{newClient(answerTime)};
+namespace {
+
+UA_StatusCode findEndpointsAt(const std::string& url, std::chrono::milliseconds answerTime,
+                              std::vector<Endpoint>& endpoints) {
+    const OwnedClient client{newClient(answerTime)};
     if (client == nullptr) return UA_STATUSCODE_BADOUTOFMEMORY;
     // Without a choice of its own, the library chooses an endpoint first, and fails if there is none
     // for it.
@@ -107,12 +104,80 @@ UA_StatusCode findEndpoints(const std::string& url, std::chrono::milliseconds an
     return status;
 }
 
+struct AddressListDeleter {
+    void operator()(addrinfo* list) const { freeaddrinfo(list); }
+};
+
+using AddressList = std::unique_ptr<addrinfo, AddressListDeleter>;
+
+AddressList addressesOf(const UA_String& host) {
+    addrinfo hints{};
+    hints.ai_socktype = SOCK_STREAM;
+    addrinfo* list = nullptr;
+    const int error = getaddrinfo(std::string(textOf(host)).c_str(), nullptr, &hints, &list);
+    return AddressList(error == 0 ? list : nullptr);
+}
+
+/// As a URL has it: "127.0.0.1" or "[::1]"; empty if the address has no such form.
+std::string urlHost(const addrinfo& address) {
+    std::array<char, NI_MAXHOST> name{};
+    const int error = getnameinfo(address.ai_addr, address.ai_addrlen, name.data(), name.size(),
+                                  nullptr, 0, NI_NUMERICHOST);
+    if (error != 0) return {};
+    const std::string text = name.data();
+    return address.ai_family == AF_INET6 ? std::string("[").append(text).append("]") : text;
+}
+
+/// The URL with each address of its host but the first, which is the only one that the library tries: a
+/// server that listens on 127.0.0.1 alone is not found at the "::1" of localhost.
+std::vector<std::string> furtherUrls(const std::string& url) {
+    const UA_String text = uaView(url);
+    UA_String host = UA_STRING_NULL;
+    UA_String path = UA_STRING_NULL;
+    UA_UInt16 port = 4840;  // as the library assumes it
+    if (UA_parseEndpointUrl(&text, &host, &port, &path) != UA_STATUSCODE_GOOD) return {};
+    const AddressList addresses = addressesOf(host);
+    std::string rest = ":" + std::to_string(port);
+    if (path.length > 0) rest.append("/").append(textOf(path));
+    std::vector<std::string> urls;
+    for (const addrinfo* next = addresses.get(); next != nullptr; next = next->ai_next) {
+        const std::string place = urlHost(*next);
+        if (next != addresses.get() && !place.empty()) urls.push_back("opc.tcp://" + place + rest);
+    }
+    return urls;
+}
+
+}  // namespace
+
+UA_StatusCode findEndpoints(const std::string& url, std::chrono::milliseconds answerTime,
+                            std::vector<Endpoint>& endpoints) {
+    endpoints.clear();
+    const UA_StatusCode status = findEndpointsAt(url, answerTime, endpoints);
+    if (status == UA_STATUSCODE_GOOD) return status;
+    for (const std::string& further : furtherUrls(url)) {
+        if (findEndpointsAt(further, answerTime, endpoints) == UA_STATUSCODE_GOOD) {
+            return UA_STATUSCODE_GOOD;
+        }
+    }
+    return status;
+}
+
 UA_StatusCode Session::connect() {
+    const UA_StatusCode status = connectTo(url_);
+    if (status == UA_STATUSCODE_GOOD || barrier_ != Barrier::none) return status;
+    for (const std::string& url : furtherUrls(url_)) {
+        const UA_StatusCode further = connectTo(url);
+        if (further == UA_STATUSCODE_GOOD || barrier_ != Barrier::none) return further;
+    }
+    return status;
+}
+
+UA_StatusCode Session::connectTo(const std::string& url) {
     client_.reset(newClient(answerTime_));
     namespaceIndex_ = 0;
     barrier_ = Barrier::none;
     if (client_ == nullptr) return UA_STATUSCODE_BADOUTOFMEMORY;
-    const UA_StatusCode status = UA_Client_connect(client_.get(), url_.c_str());
+    const UA_StatusCode status = UA_Client_connect(client_.get(), url.c_str());
     if (status != UA_STATUSCODE_GOOD) {
         barrier_ = findBarrier(status);
         return status;
@@ -167,14 +232,18 @@ std::string Session::problemText(UA_StatusCode status, Language language) const 
 UA_StatusCode Session::readLimits() {
     nodesPerRead_ = kNodesPerRead;
     nodesPerBrowse_ = kNodesPerBrowse;
+    itemsPerCall_ = kItemsPerCall;
     const UA_NodeId perRead =
         UA_NODEID_NUMERIC(0, UA_NS0ID_SERVER_SERVERCAPABILITIES_OPERATIONLIMITS_MAXNODESPERREAD);
     const UA_NodeId perBrowse =
         UA_NODEID_NUMERIC(0, UA_NS0ID_SERVER_SERVERCAPABILITIES_OPERATIONLIMITS_MAXNODESPERBROWSE);
+    const UA_NodeId perCall = UA_NODEID_NUMERIC(
+        0, UA_NS0ID_SERVER_SERVERCAPABILITIES_OPERATIONLIMITS_MAXMONITOREDITEMSPERCALL);
     std::vector<DataValue> limits;
-    const UA_StatusCode status = read({&perRead, &perBrowse}, UA_ATTRIBUTEID_VALUE, limits);
+    const UA_StatusCode status =
+        read({&perRead, &perBrowse, &perCall}, UA_ATTRIBUTEID_VALUE, limits);
     if (status != UA_STATUSCODE_GOOD) return status;
-    const std::array<std::size_t*, 2> own{&nodesPerRead_, &nodesPerBrowse_};
+    const std::array<std::size_t*, 3> own{&nodesPerRead_, &nodesPerBrowse_, &itemsPerCall_};
     for (std::size_t i = 0; i < own.size(); ++i) {
         const UA_Variant& value = limits[i]->value;
         if (!UA_Variant_hasScalarType(&value, &UA_TYPES[UA_TYPES_UINT32])) continue;
@@ -230,7 +299,7 @@ UA_StatusCode Session::takeAllChildren(UA_BrowseResult& first, std::vector<Child
     for (int answers = 1; point->length > 0; ++answers) {
         UA_BrowseNextRequest request{};
         UA_BrowseNextRequest_init(&request);
-        const bool enough = children.size() >= kMostChildren || answers >= kMostAnswers;
+        const bool enough = children.size() >= mostChildren_ || answers >= kMostAnswers;
         request.releaseContinuationPoints = enough;
         request.continuationPoints = point.get();
         request.continuationPointsSize = 1;

@@ -27,6 +27,11 @@ using HistoryReadResponse = UaHandle<UA_HistoryReadResponse, UA_TYPES_HISTORYREA
 using ReadResponse = UaHandle<UA_ReadResponse, UA_TYPES_READRESPONSE>;
 using WriteResponse = UaHandle<UA_WriteResponse, UA_TYPES_WRITERESPONSE>;
 
+struct ClientDeleter {
+    void operator()(UA_Client* client) const { UA_Client_delete(client); }
+};
+using OwnedClient = std::unique_ptr<UA_Client, ClientDeleter>;
+
 /// The namespace of everything that the controller's server publishes. Other servers do not have it.
 inline constexpr std::string_view kServerNamespace = "urn:vesk";
 
@@ -71,11 +76,15 @@ class Session {
     /// The server has few continuation points for lists that need several answers.
     static constexpr std::size_t kNodesPerBrowse = 30;
 
+    /// Monitored items that one request creates or deletes, at most.
+    static constexpr std::size_t kItemsPerCall = 1000;
+
     /// @param url  "opc.tcp://host:port"
     explicit Session(std::string url,
                      std::chrono::milliseconds answerTime = std::chrono::seconds{5});
 
-    /// Closes an earlier connection and connects to any OPC UA server.
+    /// Closes an earlier connection and connects to any OPC UA server, at the first of its host's
+    /// addresses that answers.
     [[nodiscard]] UA_StatusCode connect();
 
     /// After a failed connect: why the server will never admit this client, if that is known.
@@ -85,11 +94,14 @@ class Session {
     [[nodiscard]] std::string problemText(UA_StatusCode status, Language language) const;
 
     /// The children of each node, in the server's order; `children` gets one list per node. A node
-    /// that cannot be browsed has none. A list is cut after 2 000 000 children. The request is
-    /// divided as the server's limits require; a caller that wants to stop early passes
-    /// `kNodesPerBrowse` nodes at a time.
+    /// that cannot be browsed has none. A list is cut at `limitChildren`. The request is divided as the
+    /// server's limits require; a caller that wants to stop early passes `kNodesPerBrowse` nodes at a
+    /// time.
     [[nodiscard]] UA_StatusCode browse(const std::vector<const UA_NodeId*>& nodes,
                                        std::vector<std::vector<Child>>& children);
+
+    /// After how many children a list is cut; 2 000 000 unless it is set.
+    void limitChildren(std::size_t most) { mostChildren_ = most; }
 
     /// One attribute of each node, at most 1000 nodes per request; `values` gets one answer per node.
     /// @param attributeId  OPC 10000-6, A.1: 13 the value, 4 the display name
@@ -119,15 +131,15 @@ class Session {
 
     [[nodiscard]] const std::string& url() const { return url_; }
 
+    /// `kItemsPerCall`, or fewer if the server accepts fewer.
+    [[nodiscard]] std::size_t itemsPerCall() const { return itemsPerCall_; }
+
     /// For services that this class does not offer; null before the first connect, another one after
     /// each.
     [[nodiscard]] UA_Client* client() { return client_.get(); }
 
   private:
-    struct ClientDeleter {
-        void operator()(UA_Client* client) const { UA_Client_delete(client); }
-    };
-
+    [[nodiscard]] UA_StatusCode connectTo(const std::string& url);
     [[nodiscard]] Barrier findBarrier(UA_StatusCode status) const;
     [[nodiscard]] UA_StatusCode readLimits();
     [[nodiscard]] UA_StatusCode browseChunk(const UA_NodeId* const* nodes, std::size_t count,
@@ -139,10 +151,12 @@ class Session {
 
     std::string url_;
     std::chrono::milliseconds answerTime_;
-    std::unique_ptr<UA_Client, ClientDeleter> client_;
+    OwnedClient client_;
     UA_UInt16 namespaceIndex_ = 0;
     std::size_t nodesPerRead_ = 0;    // what the server accepts in one request, but never more than
     std::size_t nodesPerBrowse_ = 0;  // this client's own limits
+    std::size_t itemsPerCall_ = 0;    // likewise
+    std::size_t mostChildren_ = 2'000'000;
     Barrier barrier_ = Barrier::none;
 };
 

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "tools/client/item_list.h"
+#include "tools/client/labels.h"
 #include "tools/client/session.h"
 
 /// What the plant calls a variable, as far as a server says so.
@@ -15,12 +16,6 @@ struct PlantTexts {
     std::string unit;     ///< of the variable itself
     std::string tagUnit;  ///< of the tag
 };
-
-/// What a text beside a variable states about the tag to which both belong.
-enum class Label { none, designation, name, unit };
-
-/// By the display name, ignoring case and digits at its end: "Позиция", "Имя1", "Unit".
-[[nodiscard]] Label labelOf(std::string_view displayName);
 
 /// Whether a description says more than the names do: "VA_7.A29" below the tag "VA_7" does not.
 [[nodiscard]] bool isTelling(std::string_view description, const Item& item);

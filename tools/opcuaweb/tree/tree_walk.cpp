@@ -1,12 +1,12 @@
 #include "tools/opcuaweb/tree/tree_walk.h"
 
 #include <algorithm>
-#include <cstring>
 #include <iterator>
 #include <map>
 
 #include "tools/client/format.h"
 #include "tools/client/item_list.h"
+#include "tools/client/labels.h"
 #include "tools/opcuaweb/basics/limits.h"
 #include "tools/opcuaweb/opcua/reading.h"
 #include "tools/text/text.h"
@@ -58,14 +58,8 @@ bool isShown(const Child& child) {
     return !child.isProperty && child.id->namespaceIndex != 0;
 }
 
-void sortByName(std::vector<Child>& children) {
-    std::ranges::sort(children, [](const Child& a, const Child& b) {
-        return strverscmp(a.name.c_str(), b.name.c_str()) < 0;
-    });
-}
-
 bool TreeWalk::step(Session& session) {
-    if (waiting_.empty()) return true;
+    if (waiting_.empty()) return describeNew(session);
     if (!rootNamed_ && !nameRoot(session)) return false;
     const std::size_t count = std::min(Session::kNodesPerBrowse, waiting_.size());
     std::vector<const UA_NodeId*> ids;
@@ -97,6 +91,7 @@ void TreeWalk::takeChildren(const Session& session, const Object& object,
     const std::string path =
         object.folder.empty() ? object.name : object.folder + " / " + object.name;
     const std::string& folder = object.isFolder ? path : object.folder;
+    if (children.size() > kMostChildren) complete_ = false;
     for (Child& child : children) {
         if (!isShown(child)) continue;
         if (child.isVariable && !tag) {
@@ -128,8 +123,13 @@ void TreeWalk::addRow(const Child& child, const std::shared_ptr<Tag>& tag) {
 }
 
 std::vector<Row> TreeWalk::takeRows() {
+    std::unordered_set<std::string_view> live;
+    for (const Row& row : rows_) {
+        if (!row.history) live.insert(row.tag->folder);
+    }
     // Not the algorithm of std::ranges: clang 14 does not compile it.
-    std::stable_partition(rows_.begin(), rows_.end(), [](const Row& row) { return !row.history; });
+    std::stable_partition(rows_.begin(), rows_.end(),
+                          [&](const Row& row) { return live.contains(row.tag->folder); });
     return std::move(rows_);
 }
 
@@ -137,14 +137,11 @@ namespace {
 
 /// A tag's texts, as far as its variables show them.
 void addText(Tag& tag, const std::string& item, const std::string& text) {
-    const std::string trimmed = text.substr(0, text.find_last_not_of(' ') + 1);
-    if (trimmed.empty()) return;
-    tag.search += ' ' + lowered(trimmed);
-    if (item.starts_with("Имя") || item.starts_with("Name")) {
-        tag.name += (tag.name.empty() ? "" : " ") + trimmed;
-    } else if (item.starts_with("Единица") || item.starts_with("Unit")) {
-        tag.unit = trimmed;
-    }
+    if (text.empty()) return;
+    tag.search += ' ' + lowered(text);
+    const Label label = labelOf(item);
+    if (label == Label::name) tag.name += (tag.name.empty() ? "" : " ") + text;
+    if (label == Label::unit) tag.unit = text;
 }
 
 void describeRow(Row& row, Tag& tag, const UA_DataValue& level, const UA_DataValue& value) {
@@ -156,11 +153,7 @@ void describeRow(Row& row, Tag& tag, const UA_DataValue& level, const UA_DataVal
     }
     if (!value.hasValue || UA_Variant_isEmpty(&value.value)) return;
     row.type = value.value.type->typeName;
-    const auto kind = value.value.type->typeKind;
-    const bool isText = kind == UA_DATATYPEKIND_STRING || kind == UA_DATATYPEKIND_LOCALIZEDTEXT;
-    if (isText && UA_Variant_isScalar(&value.value)) {
-        addText(tag, row.item, formatValue(value.value));
-    }
+    addText(tag, row.item, plantText(value));
 }
 
 }  // namespace

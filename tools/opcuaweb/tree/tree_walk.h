@@ -39,8 +39,6 @@ struct Row {
 /// What follows the last comma of a tag's name, if it is short enough for a unit: "°C" of "Вода К1 Твых,°C".
 [[nodiscard]] std::string unitIn(const std::string& name);
 
-/// By name, numbers in names compared as numbers.
-void sortByName(std::vector<Child>& children);
 /// Neither the standard's own nor a property, which describes its parent.
 [[nodiscard]] bool isShown(const Child& child);
 
@@ -55,10 +53,11 @@ class TreeWalk {
 
     /// Some requests. @return false if the connection failed; the walk can be repeated then
     [[nodiscard]] bool step(Session& session);
-    [[nodiscard]] bool isDone() const { return waiting_.empty(); }
+    [[nodiscard]] bool isDone() const { return waiting_.empty() && newTags_.empty(); }
 
     [[nodiscard]] std::size_t count() const { return rows_.size(); }
-    /// Hands the rows over, those with a history last: their own values mean little.
+    /// Hands the rows over, those of folders that hold histories only at the end: their own values mean
+    /// little.
     [[nodiscard]] std::vector<Row> takeRows();
     /// False if the tree has more than was visited.
     [[nodiscard]] bool isComplete() const { return complete_; }
