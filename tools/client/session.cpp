@@ -142,7 +142,8 @@ std::vector<std::string> furtherUrls(const std::string& url) {
     std::vector<std::string> urls;
     for (const addrinfo* next = addresses.get(); next != nullptr; next = next->ai_next) {
         const std::string place = urlHost(*next);
-        if (next != addresses.get() && !place.empty()) urls.push_back("opc.tcp://" + place + rest);
+        if (next == addresses.get() || place.empty()) continue;
+        urls.emplace_back("opc.tcp://").append(place).append(rest);
     }
     return urls;
 }

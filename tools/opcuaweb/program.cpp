@@ -4,10 +4,12 @@
 
 #include <chrono>
 #include <csignal>
+#include <cstdlib>
 #include <iostream>
 #include <thread>
 
 #include "tools/opcuaweb/api/routes.h"
+#include "tools/opcuaweb/basics/limits.h"
 
 namespace tools::opcuaweb {
 
@@ -39,6 +41,15 @@ void sayRefusal(const Options& options, const std::string& problem) {
     std::cerr << "opcuaweb: " << problem << "\n" << help.in(options.language) << "\n";
 }
 
+/// A server that hangs, or a browser that does not read, would keep their threads for many seconds. There
+/// is nothing to be saved.
+void endSoon() {
+    std::thread([] {
+        std::this_thread::sleep_for(kEndTime);
+        std::_Exit(kStopped);
+    }).detach();
+}
+
 int serve(const Options& options, Passwords* passwords) {
     const sigset_t signals = blockedStopSignals();
     raiseDescriptorLimit();
@@ -61,6 +72,7 @@ int serve(const Options& options, Passwords* passwords) {
     std::cout << pageUrl(options.listen) << "  <-  " << options.url << "\n" << std::flush;
     int signal = 0;
     sigwait(&signals, &signal);
+    endSoon();
     services.stop();  // ends the event streams, for which the listener would wait
     server.stop();
     listener.join();
@@ -74,8 +86,7 @@ int runProgram(int argc, const char* const* argv) {
     if (const auto status = readOptions(argc, argv, options)) return *status;
     Passwords passwords;
     if (options.passwordFile.empty()) return serve(options, nullptr);
-    const std::string problem =
-        passwords.read(options.passwordFile, options.language == Language::ru);
+    const std::string problem = passwords.read(options.passwordFile, options.language);
     if (!problem.empty()) {
         sayRefusal(options, problem);
         return kBadUsage;

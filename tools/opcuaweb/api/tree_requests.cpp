@@ -35,30 +35,36 @@ JsonText rowsText(TreeWalk& walk) {
     return {text + (rows.empty() ? R"(,"rows":[]})" : "]}")};
 }
 
-/// One step of the walk. The promise is kept by the last one.
-Asker::Step stepRows(TreeWalk& walk, std::promise<Reply>& promise, Session* session) {
-    if (session == nullptr || !walk.step(*session)) {
-        promise.set_value(kNoConnection);
+/// A walk whose end is waited for.
+struct AskedWalk {
+    TreeWalk walk;
+    std::promise<bool> worked = {};
+
+    Asker::Step step(Session* session) {
+        const bool works = session != nullptr && walk.step(*session);
+        if (works && !walk.isDone()) return Asker::Step::again;
+        worked.set_value(works);
         return Asker::Step::done;
     }
-    if (!walk.isDone()) return Asker::Step::again;
-    promise.set_value(rowsText(walk));
-    return Asker::Step::done;
-}
+};
 
 }  // namespace
 
 Reply rows(Services& services, const httplib::Request& request) {
     const std::string node = nodeOf(request);
     if (!isNodeId(node)) return kBadNode;
-    const auto promise = std::make_shared<std::promise<Reply>>();
-    auto answer = promise->get_future();
-    const auto walk = std::make_shared<TreeWalk>(node, kMostRows);
-    const bool taken = services.asker.add(
-        [promise, walk](Session* session) { return stepRows(*walk, *promise, session); });
-    const bool isAnswered = taken && answer.wait_for(kWalkTime) == std::future_status::ready;
-    if (!isAnswered) return kBusy;
-    return answer.get();
+    const std::unique_lock place(services.walks, std::try_to_lock);
+    if (!place) return kBusy;
+    const auto asked = std::make_shared<AskedWalk>(AskedWalk{TreeWalk(node, kMostRows)});
+    auto worked = asked->worked.get_future();
+    // It ends when nobody waits for it any more.
+    const bool taken = services.asker.add([waiting = std::weak_ptr(asked)](Session* session) {
+        const auto walk = waiting.lock();
+        return walk ? walk->step(session) : Asker::Step::done;
+    });
+    if (!taken || worked.wait_for(kWalkTime) != std::future_status::ready) return kBusy;
+    if (!worked.get()) return kNoConnection;
+    return rowsText(asked->walk);
 }
 
 Reply search(Services& services, const httplib::Request& request) {

@@ -14,23 +14,15 @@ bool isOurs(const httplib::Request& request) {
            request.get_header_value("Content-Type").starts_with(kJsonType);
 }
 
-struct WriteQuestion {
-    Json body;
-    std::string node;
-    std::string value;
-};
-
-/// @return what is wrong with the request; null if nothing is
-const Problem* readQuestion(const Services& services, const httplib::Request& request,
-                            WriteQuestion& question) {
+/// @param body  of the request. @return what is wrong with it; null if nothing is
+const Problem* problemOf(const Services& services, const httplib::Request& request,
+                         const Json& body) {
     if (!services.options.allowWrites) return &kWritesOff;
     if (!isOurs(request)) return &kOtherOrigin;
-    const Json body = bodyOf(request);
     if (body.is_discarded() || !body.contains("value") || !body["value"].is_string()) {
         return &kBadRequest;
     }
-    question = {body, textIn(body, "node"), textIn(body, "value")};
-    return isNodeId(question.node) ? nullptr : &kBadNode;
+    return isNodeId(textIn(body, "node")) ? nullptr : &kBadNode;
 }
 
 Reply replyOf(Writes::Answer answer) {
@@ -40,19 +32,19 @@ Reply replyOf(Writes::Answer answer) {
 }  // namespace
 
 Reply askWrite(Services& services, const httplib::Request& request) {
-    WriteQuestion question;
-    if (const auto* const problem = readQuestion(services, request, question)) return *problem;
-    return replyOf(services.writes.ask(question.node, question.value));
+    const Json body = bodyOf(request);
+    if (const auto* const problem = problemOf(services, request, body)) return *problem;
+    return replyOf(services.writes.ask(textIn(body, "node"), textIn(body, "value")));
 }
 
 Reply write(Services& services, const httplib::Request& request) {
-    WriteQuestion question;
-    if (const auto* const problem = readQuestion(services, request, question)) return *problem;
-    const Json& body = question.body;
+    const Json body = bodyOf(request);
+    if (const auto* const problem = problemOf(services, request, body)) return *problem;
     if (!services.browsers.find(textIn(body, "browser"))) return kUnknownBrowser;
     const bool isConfirmed = body.contains("confirmed") && body["confirmed"] == true;
     if (!isConfirmed) return kNotConfirmed;
-    return replyOf(services.writes.write(question.node, question.value, request.remote_addr));
+    return replyOf(
+        services.writes.write(textIn(body, "node"), textIn(body, "value"), request.remote_addr));
 }
 
 }  // namespace tools::opcuaweb

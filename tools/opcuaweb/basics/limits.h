@@ -17,6 +17,8 @@ inline constexpr std::size_t kMostBrowsers = 16;
 inline constexpr std::size_t kMostWatched = 2000;
 /// New journal messages that wait for a browser; the page can read older ones again.
 inline constexpr std::size_t kMostWaitingMessages = 1000;
+/// Bytes of one value that is a text; a longer one is cut. A cell of the table shows some fifty.
+inline constexpr std::size_t kMostValueText = 4096;
 /// Pause between two lots of values: the eye sees no more than four changes a second.
 inline constexpr std::chrono::milliseconds kValuesEvery = 250ms;
 /// From the first value of a lot until it is sent: the others of the same notification come within it. Sent
@@ -38,12 +40,14 @@ inline constexpr std::chrono::milliseconds kThreadIdle = 10s;
 inline constexpr std::chrono::milliseconds kRequestTime = 5s;
 /// A browser that reads nothing for this long is disconnected.
 inline constexpr std::chrono::milliseconds kWriteStall = 30s;
+/// From the signal to the end of the program, whatever its threads wait for.
+inline constexpr std::chrono::milliseconds kEndTime = 500ms;
 /// Bytes of request line and header: cookies of other pages of the host come along.
 inline constexpr std::size_t kMostHeader = 32U << 10;
 /// Bytes of a request's body: a configuration to be checked is the largest.
-inline constexpr std::size_t kMostBody = 2U << 20;
+inline constexpr std::size_t kMostBody = 1U << 20;
 /// Bytes of a configuration to be checked; the controller's own have some ten thousand.
-inline constexpr std::size_t kMostConfiguration = 1U << 20;
+inline constexpr std::size_t kMostConfiguration = 256U << 10;
 /// Bytes that the kernel keeps for a browser that does not read.
 inline constexpr int kSendBuffer = 64 << 10;
 
@@ -59,13 +63,13 @@ inline constexpr std::chrono::milliseconds kWalkTime = 60s;
 inline constexpr std::chrono::milliseconds kConnectEvery = 1s;
 /// Text of a history that waits for its browser.
 inline constexpr std::size_t kMostWaitingText = 1U << 20;
-/// Monitored items that one request creates or deletes.
-inline constexpr std::size_t kItemsPerCall = 1000;
 
 // ---- The tree ----------------------------------------------------------------------------------
 
-/// Rows of one answer; the page scrolls through them.
+/// Rows of one answer, some 300 bytes each; the page scrolls through them.
 inline constexpr std::size_t kMostRows = 50'000;
+/// Answers of that kind that are made at a time.
+inline constexpr std::ptrdiff_t kMostWalks = 4;
 /// Variables in the index of the search, some 300 bytes each. A controller has at most some ten
 /// thousand tags.
 inline constexpr std::size_t kMostIndexed = 200'000;
@@ -75,7 +79,7 @@ inline constexpr std::size_t kMostObjects = 200'000;
 inline constexpr int kMostDepth = 16;
 /// Hits of a search.
 inline constexpr std::size_t kMostHits = 500;
-/// Children of one node in an answer.
+/// Children of one node; further ones are not read.
 inline constexpr std::size_t kMostChildren = 50'000;
 
 // ---- Overview ----------------------------------------------------------------------------------
@@ -84,6 +88,8 @@ inline constexpr std::size_t kSweepChunk = 1000;                      ///< value
 inline constexpr std::chrono::milliseconds kSweepChunkEvery = 200ms;  ///< so 5000 values/s
 inline constexpr std::chrono::milliseconds kSweepEvery = 30s;
 inline constexpr std::chrono::seconds kOldAfter = 60s;  ///< a value without a newer time is old
+/// Findings of a checked configuration, some 500 bytes each in the answer: more than anybody reads.
+inline constexpr std::size_t kMostFindings = 2000;
 /// Nodes of a checked configuration's tree, some 300 bytes each in the answer.
 inline constexpr std::size_t kMostPlannedNodes = 50'000;
 

@@ -3,6 +3,7 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <memory>
 #include <utility>
@@ -18,7 +19,8 @@
 
 namespace tools::opcuaweb {
 
-Configuration::Configuration(std::string file, std::string settings, opcuacheck::Database database)
+Configuration::Configuration(std::string file, const std::string& settings,
+                             opcuacheck::Database database)
     : file_(std::move(file)),
       settingsPath_((std::filesystem::path(settings) / "veskkntr.ini").string()),
       database_(std::move(database)) {}
@@ -70,30 +72,51 @@ Json treeJson(const opcuacheck::ServerView& view, const opcuacheck::Database& da
     return nodes;
 }
 
+/// Findings and tree, as far as they go into an answer.
+Json checkedJson(const opcuacheck::ServerView& view, const opcuacheck::Findings& findings,
+                 const opcuacheck::Database& database) {
+    Json list = Json::array();
+    for (std::size_t i = 0; i < std::min(findings.size(), kMostFindings); ++i) {
+        list.push_back(findingJson(findings[i]));
+    }
+    const bool fits = view.worked && plannedNodes(view) <= kMostPlannedNodes;
+    return {{"findings", std::move(list)},
+            {"findingsComplete", findings.size() <= kMostFindings},
+            {"treeComplete", fits},
+            {"tree", fits ? treeJson(view, database) : Json::array()}};
+}
+
+Json countsOf(const opcuacheck::Findings& findings) {
+    const auto errors = std::ranges::count_if(findings, [](const opcuacheck::Finding& finding) {
+        return opcuacheck::ruleOf(finding.rule).severity == opcuacheck::Severity::error;
+    });
+    return {{"errors", errors}, {"warnings", std::ssize(findings) - errors}};
+}
+
 }  // namespace
 
-std::optional<Json> Configuration::checkedFile(const std::string& path, Extent extent) {
-    const std::lock_guard lock(mutex_);
+std::optional<Json> Configuration::checkedFile(const std::string& path, Extent extent) const {
     std::error_code error;
     if (std::filesystem::is_directory(path, error)) return std::nullopt;
     const auto file = openConfigFile(path);
     if (!file || !file->isReadable()) return std::nullopt;
     const opcuacheck::ServerView view = opcuacheck::viewAsServer(path, settingsPath_, database_);
-    Json findings = Json::array();
-    for (const opcuacheck::Finding& finding : opcuacheck::allFindings({*file, view, database_})) {
-        findings.push_back(findingJson(finding));
-    }
-    if (extent == Extent::findings) return Json{{"findings", std::move(findings)}};
-    const bool fits = view.worked && plannedNodes(view) <= kMostPlannedNodes;
-    return Json{{"file", file_},
-                {"lines", linesOf(*file)},
-                {"findings", std::move(findings)},
-                {"treeComplete", fits},
-                {"tree", fits ? treeJson(view, database_) : Json::array()}};
+    const auto findings = opcuacheck::allFindings({*file, view, database_});
+    if (extent == Extent::counts) return countsOf(findings);
+    Json answer = {{"file", file_}, {"lines", linesOf(*file)}};
+    answer.update(checkedJson(view, findings, database_));
+    return answer;
 }
 
 std::optional<Json> Configuration::current() {
+    const std::lock_guard lock(mutex_);
     return checkedFile(file_, Extent::all);
+}
+
+std::optional<Json> Configuration::findings() {
+    const std::unique_lock lock(mutex_, std::try_to_lock);
+    if (!lock) return std::nullopt;
+    return checkedFile(file_, Extent::counts).value_or(Json());
 }
 
 namespace {
@@ -132,17 +155,8 @@ class MemoryFile {
 
 std::optional<Json> Configuration::check(const std::string& text) {
     const MemoryFile file(Utf8ToCP866Converter::convertUtf8ToCP866_manual(text));
+    const std::lock_guard lock(mutex_);
     return file.isWhole() ? checkedFile(file.path(), Extent::all) : std::nullopt;
-}
-
-Json Configuration::findings() {
-    const auto checked = checkedFile(file_, Extent::findings);
-    if (!checked) return nullptr;
-    std::size_t errors = 0;
-    for (const Json& finding : (*checked)["findings"]) {
-        errors += finding["severity"] == "error" ? 1 : 0;
-    }
-    return {{"errors", errors}, {"warnings", (*checked)["findings"].size() - errors}};
 }
 
 }  // namespace tools::opcuaweb

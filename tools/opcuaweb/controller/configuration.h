@@ -15,7 +15,7 @@ class Configuration {
   public:
     /// @param file      path of opcuasrv.ini
     /// @param settings  folder of veskkntr.ini
-    Configuration(std::string file, std::string settings, opcuacheck::Database database);
+    Configuration(std::string file, const std::string& settings, opcuacheck::Database database);
 
     /// The file as it is now. @return nothing if it cannot be read
     [[nodiscard]] std::optional<Json> current();
@@ -23,11 +23,13 @@ class Configuration {
     [[nodiscard]] std::optional<Json> check(const std::string& text);
 
     /// {"errors", "warnings"} of the file; null if it cannot be read.
-    [[nodiscard]] Json findings();
+    /// @return nothing if a check is on its way
+    [[nodiscard]] std::optional<Json> findings();
 
   private:
-    enum class Extent { findings, all };
-    [[nodiscard]] std::optional<Json> checkedFile(const std::string& path, Extent extent);
+    enum class Extent { counts, all };
+    /// With `mutex_` locked.
+    [[nodiscard]] std::optional<Json> checkedFile(const std::string& path, Extent extent) const;
 
     const std::string file_;
     const std::string settingsPath_;

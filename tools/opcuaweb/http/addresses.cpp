@@ -1,8 +1,11 @@
 #include "tools/opcuaweb/http/addresses.h"
 
 #include <arpa/inet.h>
+#include <unistd.h>
 
+#include <array>
 #include <charconv>
+#include <climits>
 
 #include "tools/text/text.h"
 
@@ -68,10 +71,21 @@ bool readListenAddress(const std::string& text, ListenAddress& address) {
     return true;
 }
 
+namespace {
+
+/// As a URL names it.
+std::string urlHost(const std::string& host) {
+    if (host == "0.0.0.0" || host == "::") {
+        std::array<char, HOST_NAME_MAX + 1> name{};
+        if (gethostname(name.data(), name.size() - 1) == 0) return name.data();
+    }
+    return host.find(':') != std::string::npos ? "[" + host + "]" : host;
+}
+
+}  // namespace
+
 std::string pageUrl(const ListenAddress& address) {
-    const bool isSix = address.host.find(':') != std::string::npos;
-    return "http://" + (isSix ? "[" + address.host + "]" : address.host) + ":" +
-           std::to_string(address.port) + "/";
+    return "http://" + urlHost(address.host) + ":" + std::to_string(address.port) + "/";
 }
 
 }  // namespace tools::opcuaweb

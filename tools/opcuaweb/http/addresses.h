@@ -23,7 +23,7 @@ struct ListenAddress {
 /// @return false for any other text; `address` is unchanged then
 [[nodiscard]] bool readListenAddress(const std::string& text, ListenAddress& address);
 [[nodiscard]] bool isLoopback(const ListenAddress& address);
-/// "http://[::1]:8080/"
+/// "http://[::1]:8080/"; with this machine's name if all its addresses are meant.
 [[nodiscard]] std::string pageUrl(const ListenAddress& address);
 
 }  // namespace tools::opcuaweb

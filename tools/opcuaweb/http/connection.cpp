@@ -17,8 +17,8 @@ namespace tools::opcuaweb {
 
 // ---- One connection ----------------------------------------------------------------------------
 
-Connection::Connection(socket_t socket)
-    : socket_(socket), requestEnd_(Clock::now() + kRequestTime) {}
+Connection::Connection(socket_t socket, ConnectionTimes times)
+    : socket_(socket), stall_(times.stall), requestEnd_(Clock::now() + times.request) {}
 
 bool Connection::wait(short events, Clock::time_point end) const {
     pollfd waiting{socket_, events, 0};
@@ -36,7 +36,7 @@ bool Connection::is_readable() const {
 }
 
 bool Connection::is_writable() const {
-    return wait(POLLOUT, Clock::now() + kWriteStall);
+    return wait(POLLOUT, Clock::now() + stall_);
 }
 
 /// Follows the header to its end, through what was just received.
@@ -87,7 +87,10 @@ void describeEnd(socket_t socket, NameCall call, std::string& ip, int& port) {
         port = ntohs(four.sin_port);
     } else if (address.ss_family == AF_INET6) {
         const auto& six = reinterpret_cast<const sockaddr_in6&>(address);
-        inet_ntop(AF_INET6, &six.sin6_addr, text.data(), text.size());
+        const bool isFour = IN6_IS_ADDR_V4MAPPED(&six.sin6_addr);
+        const std::uint8_t* const bytes = six.sin6_addr.s6_addr;
+        inet_ntop(isFour ? AF_INET : AF_INET6, isFour ? bytes + 12 : bytes, text.data(),
+                  text.size());
         port = ntohs(six.sin6_port);
     }
     ip = text.data();
@@ -176,13 +179,25 @@ bool BoundedServer::bind(const std::string& host, int port) {
 
 namespace {
 
+/// Takes out of a request what would cost more than it is worth: parts of an answer can be asked for
+/// thousands of times in one request, a compressed body is unpacked to any size, and the library's
+/// strongest compression takes seconds for a page.
+void simplify(httplib::Request& request) {
+    request.ranges.clear();
+    request.headers.erase("Content-Encoding");
+    const bool takesGzip =
+        request.get_header_value("Accept-Encoding").find("gzip") != std::string::npos;
+    request.headers.erase("Accept-Encoding");
+    if (takesGzip) request.set_header("Accept-Encoding", "gzip");
+}
+
 /// The library's protected operation takes the addresses as arguments in its newer releases.
 template <class Server, class Process>
 bool processed(Server& server, Process process, Connection& connection) {
     bool closed = false;
     if constexpr (std::is_invocable_v<Process, Server&, httplib::Stream&, bool, bool&,
                                       const std::function<void(httplib::Request&)>&>) {
-        return (server.*process)(connection, true, closed, nullptr);
+        return (server.*process)(connection, true, closed, simplify);
     } else {
         std::string remote;
         std::string local;
@@ -191,7 +206,7 @@ bool processed(Server& server, Process process, Connection& connection) {
         connection.get_remote_ip_and_port(remote, remotePort);
         connection.get_local_ip_and_port(local, localPort);
         return (server.*process)(connection, remote, remotePort, local, localPort, true, closed,
-                                 nullptr);
+                                 simplify);
     }
 }
 

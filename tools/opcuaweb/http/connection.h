@@ -13,15 +13,22 @@
 #include <vector>
 
 #include "tools/opcuaweb/basics/clock.h"
+#include "tools/opcuaweb/basics/limits.h"
 
 namespace tools::opcuaweb {
+
+/// How long a browser may take.
+struct ConnectionTimes {
+    std::chrono::milliseconds request = kRequestTime;  ///< for the whole request
+    std::chrono::milliseconds stall = kWriteStall;     ///< without reading anything of the answer
+};
 
 /// A browser's connection for cpp-httplib, which itself limits neither the number of header lines nor the
 /// time that a request may take. Takes one request; then the connection is closed.
 class Connection final : public httplib::Stream {
   public:
     /// @param socket  open; not owned
-    explicit Connection(socket_t socket);
+    explicit Connection(socket_t socket, ConnectionTimes times = {});
 
     [[nodiscard]] bool is_readable() const override;
     [[nodiscard]] bool is_writable() const override;
@@ -36,6 +43,7 @@ class Connection final : public httplib::Stream {
     [[nodiscard]] bool wait(short events, Clock::time_point end) const;
 
     const socket_t socket_;
+    const std::chrono::milliseconds stall_;
     const Clock::time_point requestEnd_;
     std::array<char, 4096> buffer_{};
     std::size_t next_ = 0;

@@ -48,42 +48,37 @@ std::optional<Credentials> readCredentials(std::string_view header) {
 
 // ---- The file ----------------------------------------------------------------------------------
 
-std::string Passwords::read(const std::string& path, bool russian) {
+std::string Passwords::read(const std::string& path, Language language) {
+    static constexpr Text kUnreadable{" не читается", " cannot be read"};
+    static constexpr Text kEmpty{": нет ни одной строки имя:хеш", ": no line name:hash"};
     std::ifstream file(path);
-    if (!file) return path + (russian ? " не читается" : " cannot be read");
+    if (!file) return path + kUnreadable.in(language);
     std::string line;
     for (int number = 1; std::getline(file, line); ++number) {
         if (line.ends_with('\r')) line.pop_back();
         if (line.empty() || line.starts_with('#')) continue;
-        const std::string problem = addLine(line, russian);
-        if (problem.empty()) continue;
-        return std::string(path)
-            .append(":")
-            .append(std::to_string(number))
-            .append(": ")
-            .append(problem);
+        const Text* const problem = addLine(line);
+        if (problem == nullptr) continue;
+        return path + ":" + std::to_string(number) + ": " + problem->in(language);
     }
-    if (hashes_.empty()) {
-        return path + (russian ? ": нет ни одной строки имя:хеш" : ": no line name:hash");
-    }
+    if (hashes_.empty()) return path + kEmpty.in(language);
     salt_ = randomId();
     return {};
 }
 
-std::string Passwords::addLine(const std::string& line, bool russian) {
+/// @return what is wrong with the line; null if nothing is
+const Text* Passwords::addLine(const std::string& line) {
+    static constexpr Text kNoPair{"не строка имя:хеш", "no line name:hash"};
+    static constexpr Text kOtherHash{
+        "хеш неизвестного или устаревшего вида (нужен mkpasswd или openssl passwd -6)",
+        "the hash is of an unknown or outdated kind (use mkpasswd or openssl passwd -6)"};
+    static constexpr Text kTwice{"это имя уже есть", "this name is there already"};
     const std::size_t colon = line.find(':');
     const std::string hash = colon == std::string::npos ? "" : line.substr(colon + 1);
-    if (colon == 0 || hash.empty()) return russian ? "не строка имя:хеш" : "no line name:hash";
-    const int state = crypt_checksalt(hash.c_str());
-    const bool isKept = state == CRYPT_SALT_OK && hash.starts_with('$');
-    if (!isKept) {
-        return russian
-                   ? "хеш неизвестного или устаревшего вида (нужен mkpasswd или openssl passwd -6)"
-                   : "the hash is of an unknown or outdated kind (use mkpasswd or openssl passwd "
-                     "-6)";
-    }
-    const bool isNew = hashes_.emplace(line.substr(0, colon), hash).second;
-    return isNew ? "" : russian ? "это имя уже есть" : "this name is there already";
+    if (colon == 0 || hash.empty()) return &kNoPair;
+    const bool isKept = crypt_checksalt(hash.c_str()) == CRYPT_SALT_OK && hash.starts_with('$');
+    if (!isKept) return &kOtherHash;
+    return hashes_.emplace(line.substr(0, colon), hash).second ? nullptr : &kTwice;
 }
 
 // ---- Verifying ---------------------------------------------------------------------------------

@@ -10,6 +10,7 @@
 #include <string_view>
 
 #include "tools/opcuaweb/basics/clock.h"
+#include "tools/text/language.h"
 
 namespace tools::opcuaweb {
 
@@ -27,9 +28,8 @@ class Passwords {
   public:
     enum class Verdict { right, wrong, tooMany };
 
-    /// Reads the file. @return what is wrong with it, with its line, in both languages' words; empty if
-    /// nothing is
-    [[nodiscard]] std::string read(const std::string& path, bool russian);
+    /// Reads the file. @return what is wrong with it, with its line; empty if nothing is
+    [[nodiscard]] std::string read(const std::string& path, Language language);
 
     /// Verifies; a wrong one takes its time. A right one is remembered for the process, so that the hash,
     /// which is slow on purpose, is computed once.
@@ -38,7 +38,7 @@ class Passwords {
   private:
     using Digest = std::array<std::uint8_t, 32>;
 
-    [[nodiscard]] std::string addLine(const std::string& line, bool russian);
+    [[nodiscard]] const Text* addLine(const std::string& line);
     [[nodiscard]] Digest digestOf(const Credentials& credentials) const;
     [[nodiscard]] bool isRemembered(const std::string& name, const Digest& digest);
     [[nodiscard]] bool matchesHash(const Credentials& credentials) const;

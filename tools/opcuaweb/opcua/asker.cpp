@@ -4,7 +4,9 @@
 
 namespace tools::opcuaweb {
 
-Asker::Asker(std::string url) : session_(std::move(url)) {}
+Asker::Asker(std::string url) : session_(std::move(url)) {
+    session_.limitChildren(kMostChildren + 1);  // one more, so that a cut list is recognised
+}
 
 Asker::~Asker() {
     stop();
@@ -34,7 +36,7 @@ void Asker::stop() {
 
 void Asker::run() {
     while (!stopping_) {
-        if (connect()) work();
+        if (session_.connect() == UA_STATUSCODE_GOOD) work();
         giveUpAll();
         for (const Job& job : background_) {
             static_cast<void>(job(nullptr));
@@ -42,10 +44,6 @@ void Asker::run() {
         pause(kConnectEvery);
     }
     giveUpAll();
-}
-
-bool Asker::connect() {
-    return session_.connect() == UA_STATUSCODE_GOOD;
 }
 
 void Asker::work() {

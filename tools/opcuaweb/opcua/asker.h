@@ -54,7 +54,6 @@ class Asker {
 
   private:
     void run();
-    bool connect();
     void work();
     bool stepForeground();
     bool stepBackground();
@@ -76,11 +75,15 @@ std::optional<Answer> Asker::ask(std::function<Answer(Session&)> question,
                                  std::chrono::milliseconds time) {
     const auto promise = std::make_shared<std::promise<std::optional<Answer>>>();
     auto answer = promise->get_future();
-    const bool taken = add([promise, question = std::move(question)](Session* session) {
-        promise->set_value(session == nullptr ? std::nullopt
-                                              : std::optional<Answer>(question(*session)));
-        return Step::done;
-    });
+    // A question for whose answer nobody waits any more is not asked.
+    const bool taken =
+        add([waiting = std::weak_ptr(promise), question = std::move(question)](Session* session) {
+            const auto asked = waiting.lock();
+            if (asked == nullptr) return Step::done;
+            asked->set_value(session == nullptr ? std::nullopt
+                                                : std::optional<Answer>(question(*session)));
+            return Step::done;
+        });
     if (!taken || answer.wait_for(time) != std::future_status::ready) return std::nullopt;
     return answer.get();
 }

@@ -5,6 +5,7 @@
 #include <algorithm>
 
 #include "tools/opcuaweb/basics/limits.h"
+#include "tools/opcuaweb/basics/report.h"
 #include "tools/opcuaweb/opcua/reading.h"
 
 namespace tools::opcuaweb {
@@ -27,7 +28,8 @@ std::int64_t nowMs() {
 
 }  // namespace
 
-Live::Live(std::string url, Browsers& browsers) : browsers_(browsers), session_(std::move(url)) {
+Live::Live(std::string url, Browsers& browsers, Language language)
+    : browsers_(browsers), language_(language), session_(std::move(url)) {
     setLink(false, UA_STATUSCODE_BADNOTCONNECTED);
 }
 
@@ -60,6 +62,7 @@ bool Live::connect() {
     const UA_StatusCode result = status == UA_STATUSCODE_GOOD ? subscribe() : status;
     const bool connected = !UA_StatusCode_isBad(result);
     setLink(connected, result);
+    printLink(connected, result);
     return connected;
 }
 
@@ -90,7 +93,9 @@ void Live::serve() {
     }
     if (stopping_) return;
     if (silent_) status = UA_STATUSCODE_BADTIMEOUT;
-    setLink(false, UA_StatusCode_isBad(status) ? status : UA_STATUSCODE_BADCONNECTIONCLOSED);
+    if (!UA_StatusCode_isBad(status)) status = UA_STATUSCODE_BADCONNECTIONCLOSED;
+    setLink(false, status);
+    printLink(false, status);
 }
 
 /// Called by the library when not even a keep-alive has come for longer than it should: the server hangs,
@@ -140,8 +145,8 @@ bool Live::addItems(const std::vector<std::string>& nodes) {
         auto& item = items_[node] = std::make_unique<Item>(Item{this, node, 0});
         items.push_back(item.get());
     }
-    for (std::size_t from = 0; from < items.size(); from += kItemsPerCall) {
-        const std::size_t count = std::min(kItemsPerCall, items.size() - from);
+    for (std::size_t from = 0; from < items.size(); from += session_.itemsPerCall()) {
+        const std::size_t count = std::min(session_.itemsPerCall(), items.size() - from);
         if (!addChunk(items.data() + from, count, true)) return false;
     }
     return true;
@@ -209,11 +214,11 @@ bool Live::removeItems(const std::vector<std::string>& nodes) {
         if (items_[node]->id != 0) ids.push_back(items_[node]->id);
     }
     bool done = true;
-    for (std::size_t from = 0; done && from < ids.size(); from += kItemsPerCall) {
+    for (std::size_t from = 0; done && from < ids.size(); from += session_.itemsPerCall()) {
         UA_DeleteMonitoredItemsRequest request{};
         request.subscriptionId = subscription_;
         request.monitoredItemIds = ids.data() + from;
-        request.monitoredItemIdsSize = std::min(kItemsPerCall, ids.size() - from);
+        request.monitoredItemIdsSize = std::min(session_.itemsPerCall(), ids.size() - from);
         const DeleteResponse response{UA_Client_MonitoredItems_delete(session_.client(), request)};
         done = !UA_StatusCode_isBad(response->responseHeader.serviceResult);
     }
@@ -231,23 +236,35 @@ Json Live::link() const {
     return link_;
 }
 
+std::string Live::problem(UA_StatusCode status, Language language) const {
+    constexpr Text kNoConnectionTo{"Нет связи с сервером OPC UA ",
+                                   "No connection to the OPC UA server "};
+    return kNoConnectionTo.in(language) + session_.url() + " (" +
+           session_.problemText(status, language) + ")";
+}
+
 void Live::setLink(bool connected, UA_StatusCode status) {
     Json link = {{"connected", connected}, {"since", nowMs()}, {"problem", nullptr}};
-    const auto problem = [&](const char* text, Language language) {
-        return text + session_.url() + " (" + session_.problemText(status, language) + ")";
-    };
     if (!connected) {
-        link["problem"] = {{"ru", problem("Нет связи с сервером OPC UA ", Language::ru)},
-                           {"en", problem("No connection to the OPC UA server ", Language::en)}};
+        link["problem"] = {{"ru", problem(status, Language::ru)},
+                           {"en", problem(status, Language::en)}};
     }
     {
         const std::lock_guard lock(mutex_);
-        const bool same = !link_.is_null() && link_["connected"] == link["connected"] &&
-                          link_["problem"] == link["problem"];
-        if (same) return;
+        const bool same = !link_.is_null() && link_["connected"] == connected;
+        if (same) link["since"] = link_["since"];  // only the reason may be another one
+        if (link == link_) return;
         link_ = link;
     }
     browsers_.publish("link", link);
+}
+
+void Live::printLink(bool connected, UA_StatusCode status) {
+    constexpr Text kConnectedTo{"Есть связь с сервером OPC UA ", "Connected to the OPC UA server "};
+    if (reported_ == connected) return;
+    reported_ = connected;
+    report(UA_DateTime_now(),
+           connected ? kConnectedTo.in(language_) + session_.url() : problem(status, language_));
 }
 
 void Live::pause(std::chrono::milliseconds time) const {

@@ -3,6 +3,7 @@
 #include <atomic>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <thread>
 #include <unordered_map>
@@ -19,7 +20,8 @@ namespace tools::opcuaweb {
 class Live {
   public:
     /// @param browsers  outlives this object
-    Live(std::string url, Browsers& browsers);
+    /// @param language  of what is printed: each loss of the connection and each new one
+    Live(std::string url, Browsers& browsers, Language language);
     ~Live();
     Live(const Live&) = delete;
     Live& operator=(const Live&) = delete;
@@ -48,6 +50,8 @@ class Live {
     bool addChunk(Item* const* items, std::size_t count, bool withTimes);
     bool removeItems(const std::vector<std::string>& nodes);
     void setLink(bool connected, UA_StatusCode status);
+    void printLink(bool connected, UA_StatusCode status);
+    [[nodiscard]] std::string problem(UA_StatusCode status, Language language) const;
     void pause(std::chrono::milliseconds time) const;
 
     static void onValue(UA_Client* client, UA_UInt32 subscription, void* subscriptionContext,
@@ -56,7 +60,9 @@ class Live {
     static void onEnd(UA_Client* client, UA_UInt32 subscription, void* context) noexcept;
 
     Browsers& browsers_;
-    UA_UInt32 subscription_ = 0;  // it and all up to the next comment: this object's thread only
+    const Language language_;
+    std::optional<bool> reported_;  // whether the connection that was printed last was there
+    UA_UInt32 subscription_ = 0;    // it and all up to the next comment: this object's thread only
     std::unordered_map<std::string, std::unique_ptr<Item>> items_;  // by node
     std::size_t followedVersion_ = 0;
     bool subscriptionLost_ = false;

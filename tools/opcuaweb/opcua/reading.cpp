@@ -8,6 +8,7 @@
 #include <cstdlib>
 
 #include "tools/client/format.h"
+#include "tools/opcuaweb/basics/limits.h"
 
 namespace tools::opcuaweb {
 
@@ -15,6 +16,16 @@ namespace {
 
 constexpr std::int64_t kTicksPerMs = 10'000;
 constexpr double kMostExact = 9007199254740991;  // JavaScript rounds larger integers
+
+/// Cut at the beginning of a character.
+Json textJson(std::string text) {
+    if (text.size() <= kMostValueText) return text;
+    std::size_t end = kMostValueText;
+    while (end > 0 && (static_cast<unsigned char>(text[end]) & 0xC0U) == 0x80) {
+        --end;
+    }
+    return text.substr(0, end) + "…";
+}
 
 }  // namespace
 
@@ -40,11 +51,11 @@ double shortened(float number) {
 
 Json shownValue(const UA_Variant& value) {
     if (UA_Variant_isEmpty(&value)) return nullptr;
-    if (!UA_Variant_isScalar(&value)) return formatValue(value);
+    if (!UA_Variant_isScalar(&value)) return textJson(formatValue(value));
     const Json json = jsonOf(value);
     if (json.is_number_integer() && std::abs(json.get<double>()) > kMostExact) return json.dump();
     const bool isFinite = json.is_number() && std::isfinite(json.get<double>());
-    return isFinite || json.is_boolean() ? json : Json(formatValue(value));
+    return isFinite || json.is_boolean() ? json : textJson(formatValue(value));
 }
 
 int qualityOf(UA_StatusCode status) {

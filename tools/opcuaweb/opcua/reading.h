@@ -22,7 +22,7 @@ namespace tools::opcuaweb {
 [[nodiscard]] double shortened(float number);
 
 /// A number, text or truth value; null for an empty variant. Text for what JSON has no form of: arrays,
-/// structures, numbers that are not finite, integers that JavaScript would round.
+/// structures, numbers that are not finite, integers that JavaScript would round. A long text is cut, see limits.h.
 [[nodiscard]] Json shownValue(const UA_Variant& value);
 
 /// 0 good, 1 uncertain, 2 bad

@@ -2,6 +2,8 @@
 
 #include <open62541/types_generated.h>
 
+#include <array>
+
 #include "tools/opcuaweb/opcua/reading.h"
 
 namespace tools::opcuaweb {
@@ -38,13 +40,11 @@ std::string nameOf(const Session& session) {
 }
 
 void readState(Session& session, Json& state) {
-    std::vector<UA_NodeId> ids;
-    for (const StateRow& row : kStateRows) {
-        ids.push_back(UA_NODEID_NUMERIC(0, row.node));
-    }
-    std::vector<const UA_NodeId*> nodes;
-    for (const UA_NodeId& id : ids) {
-        nodes.push_back(&id);
+    std::array<UA_NodeId, std::size(kStateRows)> ids{};
+    std::vector<const UA_NodeId*> nodes(ids.size());
+    for (std::size_t i = 0; i < ids.size(); ++i) {
+        ids[i] = UA_NODEID_NUMERIC(0, kStateRows[i].node);
+        nodes[i] = &ids[i];
     }
     std::vector<DataValue> values;
     if (session.read(nodes, UA_ATTRIBUTEID_VALUE, values) != UA_STATUSCODE_GOOD) return;
@@ -67,9 +67,9 @@ Json ServerState::state() const {
 Asker::Step ServerState::step(Session* session) {
     if (session != nullptr && Clock::now() < next_) return Asker::Step::later;
     next_ = Clock::now() + 1s;
-    if (session == nullptr) name_.clear();
-    if (session != nullptr && name_.empty()) name_ = nameOf(*session);
-    Json state = {{"name", name_}};
+    if (session == nullptr) name_.reset();
+    if (session != nullptr && !name_) name_ = nameOf(*session);
+    Json state = {{"name", name_.value_or("")}};
     for (const StateRow& row : kStateRows) {
         state[row.key] = nullptr;
     }

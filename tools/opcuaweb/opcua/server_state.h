@@ -1,6 +1,7 @@
 #pragma once
 
 #include <mutex>
+#include <optional>
 #include <string>
 
 #include "tools/opcuaweb/basics/clock.h"
@@ -19,9 +20,9 @@ class ServerState {
   private:
     Asker::Step step(Session* session);
 
-    Clock::time_point next_;  // it and the next one: the asking thread's
-    std::string name_;
-    mutable std::mutex mutex_;  // guards the one below
+    Clock::time_point next_;           // it and the next one: the asking thread's
+    std::optional<std::string> name_;  // asked once for each connection
+    mutable std::mutex mutex_;         // guards the one below
     Json state_ = Json::object();
 };
 

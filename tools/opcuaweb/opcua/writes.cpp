@@ -1,11 +1,11 @@
 #include "tools/opcuaweb/opcua/writes.h"
 
 #include <atomic>
-#include <iostream>
 
 #include "tools/client/format.h"
 #include "tools/client/parse_value.h"
 #include "tools/opcuaweb/basics/limits.h"
+#include "tools/opcuaweb/basics/report.h"
 #include "tools/opcuaweb/opcua/reading.h"
 
 namespace tools::opcuaweb {
@@ -111,10 +111,9 @@ class Writes::Job {
     /// On the asking thread, so that a write is printed even if nobody waits for its answer any more.
     Asker::Step finish() {
         const std::string status = formatQuality(status_);
-        std::cout << formatTime(time_) << "  " << address_ << "  " << jsonLine(node_) << "  "
-                  << jsonLine(write_->old) << " -> " << jsonLine(wanted_) << "  " << status
-                  << (now_ == wanted_ ? "" : "  (" + jsonLine(now_) + ")") << "\n"
-                  << std::flush;
+        const std::string difference = now_ == wanted_ ? "" : "  (" + jsonLine(now_) + ")";
+        report(time_, address_ + "  " + jsonLine(node_) + "  " + jsonLine(write_->old) + " -> " +
+                          jsonLine(wanted_) + "  " + status + difference);
         writes_.browsers_.publish("write", {{"node", node_},
                                             {"old", write_->old},
                                             {"new", now_},
@@ -143,7 +142,8 @@ class Writes::Job {
 
 Writes::Answer Writes::write(const std::string& node, const std::string& text,
                              const std::string& address) {
-    const std::lock_guard lock(oneAtATime_);
+    const std::unique_lock lock(oneAtATime_, kAnswerTime);
+    if (!lock) return kBusy;
     const auto job = std::make_shared<Job>(*this, node, text, address);
     if (!asker_.add([job](Session* session) { return job->step(session); })) return kBusy;
     return job->answer();

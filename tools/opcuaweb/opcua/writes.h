@@ -36,7 +36,7 @@ class Writes {
 
     Asker& asker_;
     Browsers& browsers_;
-    std::mutex oneAtATime_;
+    std::timed_mutex oneAtATime_;
 };
 
 }  // namespace tools::opcuaweb

@@ -94,8 +94,10 @@ std::string understand(Options& options, const Texts& texts) {
                       language);
     }
     if (!readListenAddress(texts.listen, options.listen)) {
-        return quoted(texts.listen,
-                      {"не адрес и порт вида 127.0.0.1:8080", "is no address and port"}, language);
+        return quoted(
+            texts.listen,
+            {"не числовой адрес и порт вида 127.0.0.1:8080", "is no numeric address and port"},
+            language);
     }
     if (!isLoopback(options.listen) && options.passwordFile.empty()) {
         return Text{"другим машинам страница открывается только с --password-file",

@@ -8,7 +8,7 @@ namespace tools::opcuaweb {
 Services::Services(const Options& given)
     : options(given),
       asker(options.url),
-      live(options.url, browsers),
+      live(options.url, browsers, options.language),
       sweep(index),
       writes(asker, browsers) {
     if (options.journal) journal.emplace();
@@ -31,7 +31,11 @@ void Services::start() {
 }
 
 void Services::stop() {
-    stopping_ = true;
+    {
+        const std::lock_guard lock(mutex_);
+        stopping_ = true;
+        stopped_.notify_all();
+    }
     browsers.close();
     if (ticker_.joinable()) ticker_.join();
     asker.stop();
@@ -42,16 +46,27 @@ void Services::stop() {
 void Services::tick() {
     constexpr int kTicksPerOverview = 1s / kJournalEvery;
     constexpr int kTicksPerCheck = 30s / kJournalEvery;
-    for (int count = 0; !stopping_; ++count) {
+    int count = 0;
+    do {
         if (journal) journal->poll(browsers);
-        if (configuration && count % kTicksPerCheck == 0) {
-            Json findings = configuration->findings();
-            const std::lock_guard lock(mutex_);
-            findings_ = std::move(findings);
-        }
+        if (configuration && count % kTicksPerCheck == 0) refreshFindings();
         if (count % kTicksPerOverview == 0) browsers.publish("overview", overview());
-        std::this_thread::sleep_for(kJournalEvery);
-    }
+        ++count;
+    } while (waitForTick());
+}
+
+/// Not while a browser's text is checked, which may take seconds.
+void Services::refreshFindings() {
+    const auto findings = configuration->findings();
+    if (!findings) return;
+    const std::lock_guard lock(mutex_);
+    findings_ = *findings;
+}
+
+/// @return false at the end
+bool Services::waitForTick() {
+    std::unique_lock lock(mutex_);
+    return !stopped_.wait_for(lock, kJournalEvery, [this] { return stopping_; });
 }
 
 Json Services::hello(const Browser& browser) const {

@@ -1,9 +1,12 @@
 #pragma once
 
-#include <atomic>
+#include <condition_variable>
+#include <mutex>
 #include <optional>
 #include <thread>
 
+#include "tools/opcuaweb/basics/limits.h"
+#include "tools/opcuaweb/basics/places.h"
 #include "tools/opcuaweb/controller/configuration.h"
 #include "tools/opcuaweb/controller/journal_feed.h"
 #include "tools/opcuaweb/opcua/asker.h"
@@ -46,13 +49,17 @@ class Services {
     Writes writes;
     std::optional<JournalFeed> journal;          ///< with --journal
     std::optional<Configuration> configuration;  ///< with --config
+    Places walks{kMostWalks};  ///< for answers that list all variables below a node
 
   private:
     void tick();
+    void refreshFindings();
+    [[nodiscard]] bool waitForTick();
 
-    mutable std::mutex mutex_;  // guards the one below
+    mutable std::mutex mutex_;  // guards the two below
     Json findings_;
-    std::atomic<bool> stopping_ = false;
+    bool stopping_ = false;
+    std::condition_variable stopped_;
     std::thread ticker_;
 };
 

@@ -81,9 +81,13 @@ void Sweep::freshen(Session& session) {
     if (!parseId(newest_, id)) return;
     if (session.read({id.get()}, UA_ATTRIBUTEID_VALUE, values) != UA_STATUSCODE_GOOD) return;
     if (!values.front()->hasSourceTimestamp) return;
-    const std::int64_t time = unixMs(values.front()->sourceTimestamp);
+    showNewest(unixMs(values.front()->sourceTimestamp));
+}
+
+/// During a sweep and between two of them.
+void Sweep::showNewest(std::optional<std::int64_t> timeMs) {
     const std::lock_guard lock(mutex_);
-    counts_.newestMs = std::max(counts_.newestMs.value_or(time), time);
+    counts_.newestMs = std::max(counts_.newestMs, timeMs);  // none is less than any
 }
 
 bool Sweep::readChunk(Session& session) {
@@ -102,6 +106,7 @@ bool Sweep::readChunk(Session& session) {
         if (row.readable) this->count(row, *values[i], nowMs);
     }
     next_ += count;
+    showNewest(running_.newestMs);
     return true;
 }
 

@@ -36,7 +36,7 @@ class Sweep {
 
     /// The sweeps as a background job.
     [[nodiscard]] Asker::Job job();
-    /// Of the last complete sweep.
+    /// Of the last complete sweep; the newest time may be newer.
     [[nodiscard]] Counts counts() const;
     /// The rows that it counted as "bad", "uncertain" or "old": {"complete", "rows"}.
     /// @return nothing for any other word
@@ -52,6 +52,7 @@ class Sweep {
                                                std::optional<std::int64_t> ageMs) const;
     void finish();
     void freshen(Session& session);
+    void showNewest(std::optional<std::int64_t> timeMs);
 
     /// Rows kept of each kind: more than anybody looks through.
     static constexpr std::size_t kMostNoted = 2000;

@@ -90,7 +90,7 @@ TEST(Passwords, AreReadAndVerified) {
             text.replace(place, 1, kSecret);
         writeFile(path, text);
         Passwords passwords;
-        const std::string problem = passwords.read(path, false);
+        const std::string problem = passwords.read(path, Language::en);
         EXPECT_EQ(problem.empty(), *file.says == '\0') << problem;
         EXPECT_NE(problem.find(file.says), std::string::npos) << problem;
         if (!problem.empty()) continue;
