@@ -94,7 +94,7 @@ export class Attention {
             const condition = conditionOf(known, row);
             setIcon(sign, condition);
             sign.setAttribute("class", `icon is-${condition}`);
-            setText(word, t(`quality.${condition}`));
+            setText(word, t(condition === "good" ? "attention.recovered" : `quality.${condition}`));
         }
     }
 }

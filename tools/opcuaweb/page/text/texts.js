@@ -93,6 +93,7 @@ export const texts = {
         en: "values older than {n} s count as old",
     },
     "overview.journal": { ru: "Последние сообщения журнала", en: "Latest journal messages" },
+    "attention.recovered": { ru: "Снова хорошее", en: "Good again" },
     "attention.none": { ru: "Все значения достоверны", en: "All values are good" },
     "attention.more": { ru: "…и другие", en: "…and others" },
     "overview.configuration": { ru: "Проверка конфигурации", en: "Configuration check" },

@@ -127,7 +127,8 @@ export class Chart {
                 },
             ]),
         );
-        const axisLabelWidth = this.place.clientWidth < narrowChart ? narrowLabels : wideLabels;
+        const isNarrow = this.place.clientWidth < narrowChart;
+        const axisLabelWidth = isNarrow ? narrowLabels : wideLabels;
         const hasRight = this.#curves.some((curve) => curve.axis === "y2");
         const side = (/** @type {number} */ index) => ({
             axisLabelWidth,
@@ -157,8 +158,8 @@ export class Chart {
                 x: {
                     ticker: this.Dygraph.dateTicker,
                     axisLabelFormatter: axisTime,
-                    axisLabelWidth: 74,
-                    pixelsPerLabel: 92,
+                    axisLabelWidth: isNarrow ? 58 : 74,
+                    pixelsPerLabel: isNarrow ? 60 : 92,
                 },
                 y: side(0),
                 y2: { ...side(1), independentTicks: true, drawGrid: false, drawAxis: hasRight },

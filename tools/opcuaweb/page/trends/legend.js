@@ -11,6 +11,7 @@ export class Legend {
     #time = null;
     #pens = [];
     #limits = [0, 0];
+    #mark = "";
     /** @type {Map<string, Record<string, any>>} */
     #lines = new Map();
 
@@ -52,7 +53,9 @@ export class Legend {
     /** @param {import("./shown_pens.js").ShownPen[]} pens @param {number} from @param {number} to */
     show(pens, from, to) {
         this.root.hidden = !pens.length;
-        if (pens.map((pen) => pen.id).join("\n") !== this.#pens.map((pen) => pen.id).join("\n")) {
+        const mark = JSON.stringify(pens.map(({ id, name, unit }) => [id, name, unit]));
+        if (mark !== this.#mark) {
+            this.#mark = mark;
             this.#lines = new Map(pens.map((pen) => [pen.id, this.#line(pen)]));
             this.body.replaceChildren(...[...this.#lines.values()].map((line) => line.root));
         }

@@ -37,6 +37,8 @@ export class PenPicker {
     constructor(events) {
         this.events = events;
         this.hasFailed = false;
+        /** The program was still looking for pens. */
+        this.isPartial = false;
         /** @type {string[]} */
         this.picked = [];
         this.search = searchBox(
@@ -86,8 +88,10 @@ export class PenPicker {
 
     async load() {
         try {
-            this.#plotters = (await get("pens", {}, this.#request.signal)).plotters;
+            const { plotters, complete } = await get("pens", {}, this.#request.signal);
+            this.#plotters = plotters;
             this.hasFailed = false;
+            this.isPartial = complete === false;
             this.#paint();
         } catch (error) {
             this.hasFailed = true;
@@ -95,9 +99,9 @@ export class PenPicker {
         }
     }
 
-    /** Whether there is anything to pick, or that is unknown because the list could not be loaded. */
+    /** Whether there is anything to pick, or that is unknown because the list is not there yet. */
     hasPens() {
-        return this.hasFailed || this.#plotters.some((plotter) => plotter.pens.length);
+        return this.hasFailed || this.isPartial || this.#plotters.some((plotter) => plotter.pens.length);
     }
 
     /** What is known of a pen. @param {string} id @returns {Promise<Pen>} */
@@ -127,7 +131,9 @@ export class PenPicker {
             .filter(({ pens }) => pens.length);
         if (!shown.length) {
             this.list.replaceChildren(
-                notice(t(this.#plotters.length ? "pens.noneFound" : "pens.none"), "trends"),
+                this.isPartial
+                    ? notice(t("table.loading"), "wait")
+                    : notice(t(this.#plotters.length ? "pens.noneFound" : "pens.none"), "trends"),
             );
             return;
         }

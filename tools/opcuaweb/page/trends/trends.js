@@ -79,6 +79,10 @@ class TrendsView {
         this.ends = [
             on("link", (link) => link.connected && this.#recover()),
             on("hello", () => this.#recover()),
+            on(
+                "overview",
+                ({ variables }) => this.picker.isPartial && variables !== null && this.#complete(),
+            ),
         ];
         this.readLater = debounced(250, () => this.#read());
         this.timer = setInterval(() => this.#tick(), 1000);
@@ -128,6 +132,13 @@ class TrendsView {
                 class: `primary pens-button ${hasPens ? "" : "is-useless"}`,
             }),
         );
+    }
+
+    /** The program has found all pens meanwhile: they, and the names of those that are shown. */
+    async #complete() {
+        await this.#loadPens();
+        for (const pen of this.pens.list) Object.assign(pen, await this.picker.find(pen.id));
+        this.#changedPens();
     }
 
     /** After the connection was lost, what could not be loaded is loaded again. */

@@ -25,6 +25,8 @@ class ValuesView {
     #rows = [];
     #shown = "";
     #hasFailed = false;
+    /** Searched while the program was still making its index. */
+    #isPartial = false;
 
     /** @param {HTMLElement} root @param {Record<string, string>} parameters */
     constructor(root, parameters) {
@@ -90,6 +92,7 @@ class ValuesView {
         this.ends = [
             on("link", (link) => link.connected && this.#recover()),
             on("hello", () => this.#recover()),
+            on("overview", ({ variables }) => this.#isPartial && variables !== null && this.#load()),
         ];
         this.arrive(parameters);
     }
@@ -166,6 +169,7 @@ class ValuesView {
     /** @param {import("../data/store.js").Row[]} rows @param {boolean} isComplete @param {string} [problem] */
     #show(rows, isComplete, problem) {
         this.#rows = rows;
+        this.#isPartial = Boolean(this.wanted.q) && !isComplete;
         this.table.root.removeAttribute("aria-busy");
         this.#heading();
         const { q, only } = this.wanted;
