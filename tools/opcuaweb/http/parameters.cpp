@@ -20,10 +20,8 @@ std::string textIn(const Json& object, const char* key) {
 }
 
 Json bodyOf(const httplib::Request& request) {
-    constexpr int kDeepest = 2;  // {"nodes": [...]}
-    Json body = parsedJson(request.body, kDeepest);
-    if (!body.is_object()) body = Json(Json::value_t::discarded);
-    return body;
+    Json body = Json::parse(request.body, nullptr, false);
+    return body.is_object() ? body : Json(Json::value_t::discarded);
 }
 
 }  // namespace tools::opcuaweb

@@ -24,49 +24,47 @@ const char* kindOf(const Child& child, bool history) {
 }
 
 /// Whether each of them has a readable history.
-UA_StatusCode readHistories(Session& session, const std::vector<Child>& children,
-                            std::vector<bool>& histories) {
+bool readHistories(Session& session, const std::vector<Child>& children,
+                   std::vector<bool>& histories) {
     std::vector<const UA_NodeId*> variables;
     for (const Child& child : children) {
         if (child.isVariable) variables.push_back(child.id.get());
     }
     std::vector<DataValue> levels;
-    const UA_StatusCode status = session.read(variables, UA_ATTRIBUTEID_USERACCESSLEVEL, levels);
-    if (status != UA_STATUSCODE_GOOD) return status;
+    if (session.read(variables, UA_ATTRIBUTEID_USERACCESSLEVEL, levels) != UA_STATUSCODE_GOOD) {
+        return false;
+    }
     auto level = levels.begin();
     for (const Child& child : children) {
         histories.push_back(child.isVariable && hasHistory(**level++));
     }
-    return UA_STATUSCODE_GOOD;
+    return true;
 }
 
 }  // namespace
 
-UA_StatusCode childrenOf(Session& session, const std::string& node, Json& found) {
+std::optional<Json> childrenOf(Session& session, const std::string& node) {
     NodeId id;
     static_cast<void>(parseId(node, id));
     std::vector<std::vector<Child>> lists;
-    UA_StatusCode status = session.browse({id.get()}, lists);
-    if (status != UA_STATUSCODE_GOOD) return status;
+    if (session.browse({id.get()}, lists) != UA_STATUSCODE_GOOD) return std::nullopt;
     std::vector<Child>& children = lists.front();
     std::erase_if(children, [](const Child& child) { return !isShown(child); });
     sortByName(children);
     const std::size_t count = std::min(children.size(), kMostChildren);
-    const bool complete = count == children.size() && !session.isBrowseCut();
+    const bool complete = count == children.size();
     children.erase(children.begin() + static_cast<std::ptrdiff_t>(count), children.end());
     std::vector<bool> histories;
-    status = readHistories(session, children, histories);
-    if (status != UA_STATUSCODE_GOOD) return status;
+    if (!readHistories(session, children, histories)) return std::nullopt;
     Json nodes = Json::array();
     for (std::size_t i = 0; i < count; ++i) {
         const Child& child = children[i];
-        nodes.push_back({{"id", exactId(*child.id)},
-                         {"name", shortText(child.name, kMostName)},
+        nodes.push_back({{"id", idText(*child.id)},
+                         {"name", child.name},
                          {"kind", kindOf(child, histories[i])},
                          {"children", !child.isVariable || mayHaveChildren(session, child)}});
     }
-    found = {{"complete", complete}, {"nodes", std::move(nodes)}};
-    return UA_STATUSCODE_GOOD;
+    return Json{{"complete", complete}, {"nodes", std::move(nodes)}};
 }
 
 }  // namespace tools::opcuaweb

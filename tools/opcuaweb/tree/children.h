@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 
 #include "tools/client/session.h"
@@ -9,7 +10,7 @@ namespace tools::opcuaweb {
 
 /// The children of one node, sorted by their names: {"complete", "nodes": [{"id", "name", "kind", "children"}]}.
 /// @param node  a valid node id
-/// @return the status of the request that failed, with `found` untouched
-[[nodiscard]] UA_StatusCode childrenOf(Session& session, const std::string& node, Json& found);
+/// @return nothing if the connection failed
+[[nodiscard]] std::optional<Json> childrenOf(Session& session, const std::string& node);
 
 }  // namespace tools::opcuaweb
