@@ -1,6 +1,7 @@
 """opcuaweb as a browser's scripts see it: its answers, its events, and whom it refuses."""
 
 import json
+import signal
 import socket
 import threading
 import time
@@ -12,7 +13,7 @@ from urllib.parse import quote
 import pytest
 
 from conftest import Site
-from programs import CONFIGURATION, PORT, run_to_end
+from programs import CONFIGURATION, PORT, Program, run_to_end
 from published_tags import BOTH, item, publishing
 from waiting import wait_until
 
@@ -38,6 +39,8 @@ def answer(path: str, body: Any, headers: dict[str, str] = OURS) -> tuple[int, A
 
 class Page:
     """An open page: the newest of each event, and the newest value of each node."""
+
+    program: Program  # of the first page
 
     def __init__(self) -> None:
         self.events: dict[str, Any] = {}
@@ -73,14 +76,24 @@ class Page:
 
 
 def start_page(site: Site, *options: str) -> Page:
-    site.run("opcuaweb", *options)
+    program = site.run("opcuaweb", *options)
 
     def is_served() -> bool:
         with socket.socket() as probe:
             return probe.connect_ex(("127.0.0.1", 8080)) == 0
 
     wait_until(is_served, "the page's address is served")
-    return Page()
+    page = Page()
+    page.program = program
+    return page
+
+
+@pytest.fixture
+def half_open(site: Site) -> Iterator[list[socket.socket]]:
+    connections: list[socket.socket] = []
+    yield connections
+    for connection in connections:
+        connection.close()
 
 
 NODE = "ns=2;s=" + item("VA", 1, 14)
@@ -119,7 +132,7 @@ def test_values_live_and_written(site: Site) -> None:
     wait_until(lambda: page.events.get("write", {}).get("new") == 12.5, "event write")
 
 
-def test_a_server_that_comes_late_and_goes(site: Site) -> None:
+def test_a_server_that_comes_late_and_goes(site: Site, half_open: list[socket.socket]) -> None:
     page = start_page(site)
     assert not page.is_linked() and page.events["link"]["problem"]["ru"]
     for path, status in (("/api/children", 503), ("/api/journal", 404), ("/api/configuration", 404), ("/x", 404)):
@@ -134,6 +147,14 @@ def test_a_server_that_comes_late_and_goes(site: Site) -> None:
     site.serve(None)
     wait_until(lambda: NODE in page.values, "a value")
     assert answer("/api/write", {}, OURS)[0] == 403  # --allow-writes was not given
+    printed = page.program.output().decode()
+    assert [printed.count(text) for text in ("Нет связи", "Есть связь")] == [2, 2], printed
+    site.server.process.send_signal(signal.SIGSTOP)
+    half_open.append(socket.create_connection(("127.0.0.1", 8080)))
+    half_open[-1].sendall(b"GET / HT")
+    begin = time.monotonic()
+    assert page.program.stop() == 0
+    assert time.monotonic() - begin < 3  # the connection alone would take 5
 
 
 def test_journal_and_configuration(site: Site) -> None:
@@ -150,14 +171,6 @@ def test_journal_and_configuration(site: Site) -> None:
     checked = answer("/api/configuration/check", {"text": "[General]\nServerPort = 99\n; Ё\n"})[1]
     assert [(f["line"], f["severity"]) for f in checked["findings"]] == [(2, "error")]
     assert CONFIGURATION.read_bytes() == before
-
-
-@pytest.fixture
-def half_open(site: Site) -> Iterator[list[socket.socket]]:
-    connections: list[socket.socket] = []
-    yield connections
-    for connection in connections:
-        connection.close()
 
 
 def test_the_others_are_served(site: Site, half_open: list[socket.socket]) -> None:
@@ -188,8 +201,10 @@ def test_who_is_let_in(site: Site) -> None:
     assert run_to_end("opcuaweb", "--listen", "0.0.0.0:8080").returncode == 2
     start_page(site, "--url", f"opc.tcp://127.0.0.1:{PORT}")
     response = request("GET", "/dygraph.js")
-    etag = response.headers["ETag"]
+    size, etag = len(response.read()), response.headers["ETag"]
     assert "'unsafe" not in response.headers["Content-Security-Policy"]
     assert request("GET", "/dygraph.js", headers={"If-None-Match": etag}).status == 304
     assert request("GET", "/dygraph.js", headers={"Host": "rebound.example"}).status == 403
+    costly = {"Range": "bytes=" + ",".join(["0-"] * 100), "Accept-Encoding": "br"}
+    assert len(request("GET", "/dygraph.js", headers=costly).read()) == size, "neither a hundredfold nor packed"
     assert answer("/api/watch", {}, JSON | {"Origin": "http://other.example"})[0] == 403
