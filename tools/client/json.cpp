@@ -79,6 +79,17 @@ Json jsonOf(const UA_Variant& value) {
     return array;
 }
 
+Json parsedJson(const std::string& text, int mostDepth) {
+    bool isTooDeep = false;
+    const auto isKept = [&](int depth, Json::parse_event_t /*event*/, const Json& /*value*/) {
+        isTooDeep |= depth > mostDepth;
+        return !isTooDeep;
+    };
+    Json json = Json::parse(text, isKept, false);
+    if (isTooDeep) json = Json(Json::value_t::discarded);
+    return json;
+}
+
 std::string isoTime(UA_DateTime time) {
     const UA_DateTimeStruct parts = UA_DateTime_toStruct(time);
     std::array<char, 64> text{};

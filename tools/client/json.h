@@ -22,4 +22,8 @@ using Json = nlohmann::ordered_json;
 /// One line without a line feed. Malformed UTF-8 becomes U+FFFD.
 [[nodiscard]] std::string jsonLine(const Json& json);
 
+/// The text's value; discarded if it is malformed or nested deeper than `mostDepth` (a list of numbers: 1). The
+/// JSON library copies and prints values recursively, so that deep ones would exhaust the stack.
+[[nodiscard]] Json parsedJson(const std::string& text, int mostDepth);
+
 }  // namespace tools

@@ -7,10 +7,10 @@
 #include <cmath>
 #include <ctime>
 #include <limits>
-#include <nlohmann/json.hpp>
 
 #include "server/opcua/UaView.h"
 #include "tools/client/format.h"
+#include "tools/client/json.h"
 #include "tools/text/text.h"
 
 namespace tools {
@@ -168,7 +168,7 @@ std::string parseArray(const std::string& text, const UA_DataType& type, const W
                        Language language, OwnedVariant& value) {
     static constexpr Text kExpected{": требуется массив JSON, например [1, 2]",
                                     ": expected a JSON array such as [1, 2]"};
-    const auto json = nlohmann::json::parse(text, nullptr, false);
+    const Json json = parsedJson(text, 1);
     if (!json.is_array()) return quoted(text) + kExpected.in(language);
     auto* element = static_cast<char*>(UA_Array_new(json.size(), &type));
     if (element == nullptr) return formatQuality(UA_STATUSCODE_BADOUTOFMEMORY);

@@ -20,8 +20,10 @@ std::string textIn(const Json& object, const char* key) {
 }
 
 Json bodyOf(const httplib::Request& request) {
-    Json body = Json::parse(request.body, nullptr, false);
-    return body.is_object() ? body : Json(Json::value_t::discarded);
+    constexpr int kDeepest = 2;  // {"nodes": [...]}
+    Json body = parsedJson(request.body, kDeepest);
+    if (!body.is_object()) body = Json(Json::value_t::discarded);
+    return body;
 }
 
 }  // namespace tools::opcuaweb
