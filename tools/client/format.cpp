@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <cstdio>
 #include <ctime>
 #include <limits>
@@ -23,6 +24,7 @@ std::string fromUa(const UA_String& text) {
 }
 
 std::string printed(const char* format, double number) {
+    if (std::isnan(number)) return "nan";  // printf distinguishes "-nan", which means nothing
     std::array<char, 64> text{};
     std::snprintf(text.data(), text.size(), format, number);
     return text.data();
@@ -127,7 +129,8 @@ std::string formatQuality(UA_StatusCode status) {
 
 std::string formatTime(UA_DateTime time) {
     constexpr UA_DateTime kTicksPerMs = 10'000;
-    const UA_DateTime ms = (time - UA_DATETIME_UNIX_EPOCH) / kTicksPerMs;
+    // Divided first: the earliest time minus the epoch is no 64-bit number.
+    const UA_DateTime ms = time / kTicksPerMs - UA_DATETIME_UNIX_EPOCH / kTicksPerMs;
     const auto seconds = static_cast<std::time_t>(ms >= 0 ? ms / 1000 : (ms - 999) / 1000);
     std::tm local{};
     if (localtime_r(&seconds, &local) == nullptr) return "?";

@@ -37,6 +37,14 @@ bool HistoryPager::ask(UA_DateTime from, std::vector<HistoryValue>& answer) {
         if (value.time == 0) value.time = before;
         before = value.time;
     }
+    // Some servers answer latest first.
+    const auto isEarlier = [](const HistoryValue& a, const HistoryValue& b) {
+        return a.time < b.time;
+    };
+    if (!answer.empty() && isEarlier(answer.back(), answer.front()) &&
+        std::is_sorted(answer.rbegin(), answer.rend(), isEarlier)) {
+        std::reverse(answer.begin(), answer.end());
+    }
     return true;
 }
 

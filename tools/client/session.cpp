@@ -18,6 +18,7 @@ namespace {
 constexpr std::size_t kNodesPerRead = 1000;
 constexpr UA_UInt32 kReferencesPerAnswer = 1000;
 // A faulty server may answer every BrowseNext with another continuation point.
+constexpr std::size_t kMostChildren = 2'000'000;
 constexpr int kMostAnswers = 100'000;
 
 }  // namespace
@@ -256,9 +257,13 @@ UA_StatusCode Session::readLimits() {
 
 namespace {
 
+bool isBlank(const UA_String& text) {
+    return textOf(text).find_first_not_of(' ') == std::string_view::npos;
+}
+
 std::string nameOf(const UA_ReferenceDescription& reference) {
     for (const UA_String& text : {reference.displayName.text, reference.browseName.name}) {
-        if (text.length > 0) return printable(textOf(text));
+        if (!isBlank(text)) return printable(textOf(text));
     }
     return idText(reference.nodeId.nodeId);
 }
@@ -293,14 +298,39 @@ void takeChildren(UA_BrowseResult& result, std::vector<Child>& children) {
 
 }  // namespace
 
+bool isRefusal(UA_StatusCode status) {
+    switch (status) {
+        case UA_STATUSCODE_BADINTERNALERROR:
+        case UA_STATUSCODE_BADUNEXPECTEDERROR:
+        case UA_STATUSCODE_BADENCODINGERROR:
+        case UA_STATUSCODE_BADENCODINGLIMITSEXCEEDED:
+        case UA_STATUSCODE_BADDECODINGERROR:
+        case UA_STATUSCODE_BADRESOURCEUNAVAILABLE:
+        case UA_STATUSCODE_BADRESPONSETOOLARGE:
+        case UA_STATUSCODE_BADREQUESTTOOLARGE:
+        case UA_STATUSCODE_BADTOOMANYOPERATIONS:
+            return true;
+        default:
+            return false;
+    }
+}
+
+bool Session::isBrowseLimitReached() const {
+    return browseLimits_ && (browsedChildren_ >= browseLimits_->children ||
+                             std::chrono::steady_clock::now() >= browseEnd_);
+}
+
 UA_StatusCode Session::takeAllChildren(UA_BrowseResult& first, std::vector<Child>& children) {
     takeChildren(first, children);
+    browsedChildren_ += children.size();
     ByteString point{first.continuationPoint};
     UA_ByteString_init(&first.continuationPoint);
     for (int answers = 1; point->length > 0; ++answers) {
         UA_BrowseNextRequest request{};
         UA_BrowseNextRequest_init(&request);
-        const bool enough = children.size() >= mostChildren_ || answers >= kMostAnswers;
+        const bool enough =
+            children.size() >= kMostChildren || answers >= kMostAnswers || isBrowseLimitReached();
+        browseCut_ |= enough;
         request.releaseContinuationPoints = enough;
         request.continuationPoints = point.get();
         request.continuationPointsSize = 1;
@@ -310,6 +340,7 @@ UA_StatusCode Session::takeAllChildren(UA_BrowseResult& first, std::vector<Child
         if (enough) return UA_STATUSCODE_GOOD;
         if (response->resultsSize != 1) return UA_STATUSCODE_BADUNEXPECTEDERROR;
         UA_BrowseResult& result = response->results[0];
+        browsedChildren_ += result.referencesSize;
         takeChildren(result, children);
         std::swap(*point, result.continuationPoint);
     }
@@ -320,10 +351,32 @@ UA_StatusCode Session::browse(const std::vector<const UA_NodeId*>& nodes,
                               std::vector<std::vector<Child>>& children) {
     children.clear();
     children.resize(nodes.size());
+    browseCut_ = false;
+    browsedChildren_ = 0;
+    if (browseLimits_) browseEnd_ = std::chrono::steady_clock::now() + browseLimits_->time;
     for (std::size_t from = 0; from < nodes.size(); from += nodesPerBrowse_) {
         const std::size_t count = std::min(nodesPerBrowse_, nodes.size() - from);
-        const UA_StatusCode status = browseChunk(&nodes[from], count, &children[from]);
-        if (status != UA_STATUSCODE_GOOD) return status;
+        const UA_StatusCode status = browseDivided(&nodes[from], count, &children[from]);
+        const bool isLeftOut = isRefusal(status) && nodes.size() > 1;
+        browseCut_ |= isLeftOut;
+        if (status != UA_STATUSCODE_GOOD && !isLeftOut) return status;
+    }
+    return UA_STATUSCODE_GOOD;
+}
+
+/// Finds the nodes for which the server refuses the request, and leaves them out.
+UA_StatusCode Session::browseDivided(const UA_NodeId* const* nodes, std::size_t count,
+                                     std::vector<Child>* children) {
+    const UA_StatusCode whole = browseChunk(nodes, count, children);
+    if (count < 2 || !isRefusal(whole)) return whole;
+    const std::size_t half = count / 2;
+    for (std::size_t i = 0; i < count; ++i) {
+        children[i].clear();
+    }
+    for (const auto& [from, size] : {std::pair{std::size_t{0}, half}, {half, count - half}}) {
+        const UA_StatusCode status = browseDivided(nodes + from, size, children + from);
+        browseCut_ |= isRefusal(status);
+        if (status != UA_STATUSCODE_GOOD && !isRefusal(status)) return status;
     }
     return UA_STATUSCODE_GOOD;
 }
@@ -370,6 +423,27 @@ UA_StatusCode Session::readChunk(UA_ReadRequest& request, std::vector<DataValue>
     return UA_STATUSCODE_GOOD;
 }
 
+/// Finds the nodes for which the server refuses the request; these get its status.
+UA_StatusCode Session::readDivided(UA_ReadRequest& request, std::vector<DataValue>& values) {
+    const UA_StatusCode whole = readChunk(request, values);
+    if (!isRefusal(whole)) return whole;
+    const std::size_t count = request.nodesToReadSize;
+    if (count < 2) {
+        DataValue refused;
+        refused->hasStatus = true;
+        refused->status = whole;
+        values.push_back(std::move(refused));
+        return UA_STATUSCODE_GOOD;
+    }
+    UA_ReadRequest half = request;
+    half.nodesToReadSize = count / 2;
+    const UA_StatusCode status = readDivided(half, values);
+    if (status != UA_STATUSCODE_GOOD) return status;
+    half.nodesToRead += count / 2;
+    half.nodesToReadSize = count - count / 2;
+    return readDivided(half, values);
+}
+
 UA_StatusCode Session::read(const std::vector<const UA_NodeId*>& nodes, UA_AttributeId attributeId,
                             std::vector<DataValue>& values, UA_TimestampsToReturn times) {
     values.clear();
@@ -387,7 +461,7 @@ UA_StatusCode Session::read(const std::vector<const UA_NodeId*>& nodes, UA_Attri
         request.timestampsToReturn = times;
         request.nodesToRead = wanted.data();
         request.nodesToReadSize = count;
-        const UA_StatusCode status = readChunk(request, values);
+        const UA_StatusCode status = readDivided(request, values);
         if (status != UA_STATUSCODE_GOOD) return status;
     }
     return UA_STATUSCODE_GOOD;
@@ -429,6 +503,14 @@ HistoryValue historyValueOf(const UA_DataValue& data) {
 
 }  // namespace
 
+/// The pager asks by time, and a server has few continuation points.
+void Session::releaseHistory(UA_HistoryReadRequest& request, UA_HistoryReadResult& result) {
+    if (result.continuationPoint.length == 0) return;
+    request.releaseContinuationPoints = true;
+    request.nodesToRead->continuationPoint = result.continuationPoint;
+    const HistoryReadResponse response{UA_Client_Service_historyRead(client_.get(), request)};
+}
+
 UA_StatusCode Session::readHistory(const UA_NodeId& node, UA_DateTime from, UA_DateTime to,
                                    std::vector<HistoryValue>& values) {
     UA_ReadRawModifiedDetails details{};
@@ -448,7 +530,8 @@ UA_StatusCode Session::readHistory(const UA_NodeId& node, UA_DateTime from, UA_D
         return response->responseHeader.serviceResult;
     }
     if (response->resultsSize != 1) return UA_STATUSCODE_BADUNEXPECTEDERROR;
-    const UA_HistoryReadResult& result = response->results[0];
+    UA_HistoryReadResult& result = response->results[0];
+    releaseHistory(request, result);
     if (UA_StatusCode_isBad(result.statusCode)) return result.statusCode;
     const UA_ExtensionObject& data = result.historyData;
     const bool decoded = data.encoding == UA_EXTENSIONOBJECT_DECODED &&

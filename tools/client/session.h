@@ -4,6 +4,7 @@
 
 #include <chrono>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -67,10 +68,20 @@ enum class Barrier { none, encryptedOnly, noAnonymous };
 /// The id as users type it, "ns=2;s=..."; printable.
 [[nodiscard]] std::string idText(const UA_NodeId& id);
 
+/// What one call of `Session::browse` takes at most, so that a list without an end does not keep others waiting.
+struct BrowseLimits {
+    std::size_t children;  ///< of all lists together
+    std::chrono::milliseconds time;
+};
+
+/// Whether the server answered, but may answer a smaller request or one for other nodes.
+[[nodiscard]] bool isRefusal(UA_StatusCode status);
+
 /// One anonymous, unencrypted session of an OPC UA client. Every operation blocks, at most for the
 /// response time given to the constructor. One thread at a time.
 ///
-/// A bad status of a whole request means that the session is no longer usable: connect again.
+/// A bad status of a whole request means that the session is no longer usable: connect again. A
+/// request that the server merely refuses (`isRefusal`) is divided, down to single nodes.
 class Session {
   public:
     /// The server has few continuation points for lists that need several answers.
@@ -94,16 +105,20 @@ class Session {
     [[nodiscard]] std::string problemText(UA_StatusCode status, Language language) const;
 
     /// The children of each node, in the server's order; `children` gets one list per node. A node
-    /// that cannot be browsed has none. A list is cut at `limitChildren`. The request is divided as the
-    /// server's limits require; a caller that wants to stop early passes `kNodesPerBrowse` nodes at a
-    /// time.
+    /// that cannot be browsed has none. A list is cut after 2 000 000 children, or as `limitBrowse`
+    /// says. If the server refuses the request for a single node, and there are others, that one has
+    /// no children; the refusal of the only node is returned. The request is
+    /// divided as the server's limits require; a caller that wants to stop early passes
+    /// `kNodesPerBrowse` nodes at a time.
     [[nodiscard]] UA_StatusCode browse(const std::vector<const UA_NodeId*>& nodes,
                                        std::vector<std::vector<Child>>& children);
 
-    /// After how many children a list is cut; 2 000 000 unless it is set.
-    void limitChildren(std::size_t most) { mostChildren_ = most; }
+    void limitBrowse(BrowseLimits limits) { browseLimits_ = limits; }
+    /// Whether the last `browse` left something out, because of a limit or of the server's refusal.
+    [[nodiscard]] bool isBrowseCut() const { return browseCut_; }
 
-    /// One attribute of each node, at most 1000 nodes per request; `values` gets one answer per node.
+    /// One attribute of each node, at most 1000 nodes per request; `values` gets one answer per node,
+    /// the status of the server's refusal if it refuses the request for this node.
     /// @param attributeId  OPC 10000-6, A.1: 13 the value, 4 the display name
     [[nodiscard]] UA_StatusCode read(const std::vector<const UA_NodeId*>& nodes,
                                      UA_AttributeId attributeId, std::vector<DataValue>& values,
@@ -144,10 +159,16 @@ class Session {
     [[nodiscard]] UA_StatusCode readLimits();
     [[nodiscard]] UA_StatusCode browseChunk(const UA_NodeId* const* nodes, std::size_t count,
                                             std::vector<Child>* children);
+    [[nodiscard]] UA_StatusCode browseDivided(const UA_NodeId* const* nodes, std::size_t count,
+                                              std::vector<Child>* children);
+    [[nodiscard]] bool isBrowseLimitReached() const;
     /// Follows the continuation points to the end of one node's list.
     [[nodiscard]] UA_StatusCode takeAllChildren(UA_BrowseResult& first,
                                                 std::vector<Child>& children);
     [[nodiscard]] UA_StatusCode readChunk(UA_ReadRequest& request, std::vector<DataValue>& values);
+    [[nodiscard]] UA_StatusCode readDivided(UA_ReadRequest& request,
+                                            std::vector<DataValue>& values);
+    void releaseHistory(UA_HistoryReadRequest& request, UA_HistoryReadResult& result);
 
     std::string url_;
     std::chrono::milliseconds answerTime_;
@@ -156,8 +177,11 @@ class Session {
     std::size_t nodesPerRead_ = 0;    // what the server accepts in one request, but never more than
     std::size_t nodesPerBrowse_ = 0;  // this client's own limits
     std::size_t itemsPerCall_ = 0;    // likewise
-    std::size_t mostChildren_ = 2'000'000;
     Barrier barrier_ = Barrier::none;
+    std::optional<BrowseLimits> browseLimits_;
+    bool browseCut_ = false;  // of the last `browse`, as the two below
+    std::size_t browsedChildren_ = 0;
+    std::chrono::steady_clock::time_point browseEnd_;  // only with limits
 };
 
 }  // namespace tools

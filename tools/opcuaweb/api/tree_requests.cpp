@@ -1,7 +1,11 @@
+#include <algorithm>
+#include <future>
+#include <memory>
 #include <utility>
 
 #include "tools/client/item_list.h"
 #include "tools/opcuaweb/api/requests.h"
+#include "tools/opcuaweb/basics/clock.h"
 #include "tools/opcuaweb/basics/limits.h"
 #include "tools/opcuaweb/http/parameters.h"
 #include "tools/opcuaweb/tree/children.h"
@@ -16,10 +20,13 @@ std::string nodeOf(const httplib::Request& request) {
 Reply children(Services& services, const httplib::Request& request) {
     const std::string node = nodeOf(request);
     if (!isNodeId(node)) return kBadNode;
-    const auto answer = services.asker.ask<std::optional<Json>>(
-        [node](Session& session) { return childrenOf(session, node); }, kAnswerTime);
-    if (!answer || !*answer) return kNoConnection;
-    return **answer;
+    const auto ask = [node](Session& session) -> Reply {
+        Json found;
+        const UA_StatusCode status = childrenOf(session, node, found);
+        if (status == UA_STATUSCODE_GOOD) return found;
+        return isRefusal(status) ? kServerRefuses : kNoConnection;
+    };
+    return services.asker.ask<Reply>(ask, kAnswerTime).value_or(kNoConnection);
 }
 
 namespace {
@@ -35,13 +42,15 @@ JsonText rowsText(TreeWalk& walk) {
     return {text + (rows.empty() ? R"(,"rows":[]})" : "]}")};
 }
 
-/// A walk whose end is waited for.
+/// A walk whose end is waited for. It ends in time, so that an endless tree shows what was found.
 struct AskedWalk {
     TreeWalk walk;
     std::promise<bool> worked = {};
+    const Clock::time_point end = Clock::now() + kWalkTime;
 
     Asker::Step step(Session* session) {
         const bool works = session != nullptr && walk.step(*session);
+        if (works && Clock::now() >= end) walk.stop();
         if (works && !walk.isDone()) return Asker::Step::again;
         worked.set_value(works);
         return Asker::Step::done;
@@ -62,7 +71,8 @@ Reply rows(Services& services, const httplib::Request& request) {
         const auto walk = waiting.lock();
         return walk ? walk->step(session) : Asker::Step::done;
     });
-    if (!taken || worked.wait_for(kWalkTime) != std::future_status::ready) return kBusy;
+    if (!taken || worked.wait_for(kWalkTime + kAnswerTime) != std::future_status::ready)
+        return kBusy;
     if (!worked.get()) return kNoConnection;
     return rowsText(asked->walk);
 }

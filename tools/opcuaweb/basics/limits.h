@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <cstddef>
+#include <cstdint>
 
 /// What the program takes at most, each with its reason. Nothing that a browser or a server sends
 /// makes it grow beyond these.
@@ -48,6 +49,8 @@ inline constexpr std::size_t kMostHeader = 32U << 10;
 inline constexpr std::size_t kMostBody = 1U << 20;
 /// Bytes of a configuration to be checked; the controller's own have some ten thousand.
 inline constexpr std::size_t kMostConfiguration = 256U << 10;
+/// Bytes of the configuration that is shown.
+inline constexpr std::uintmax_t kMostConfigurationFile = 4U << 20;
 /// Bytes that the kernel keeps for a browser that does not read.
 inline constexpr int kSendBuffer = 64 << 10;
 
@@ -57,10 +60,15 @@ inline constexpr int kSendBuffer = 64 << 10;
 inline constexpr std::size_t kMostJobs = 64;
 /// How long a browser waits for a short answer.
 inline constexpr std::chrono::milliseconds kAnswerTime = 20s;
-/// How long a browser waits for the rows below a node: a walk through a large tree.
-inline constexpr std::chrono::milliseconds kWalkTime = 60s;
+/// How long a walk through the tree for the rows below a node goes on; what it has found then is shown.
+inline constexpr std::chrono::milliseconds kWalkTime = 20s;
 /// Pause before the next attempt to connect.
 inline constexpr std::chrono::milliseconds kConnectEvery = 1s;
+/// What one request for children takes: its list ends there, even if the server never ends it. Others
+/// wait meanwhile.
+inline constexpr std::chrono::milliseconds kBrowseTime = 5s;
+/// Bytes of a name, and of each text that the search looks at.
+inline constexpr std::size_t kMostName = 512;
 /// Text of a history that waits for its browser.
 inline constexpr std::size_t kMostWaitingText = 1U << 20;
 

@@ -44,6 +44,10 @@ inline constexpr Problem kBadNode{
     400, "bad-node", {"Это не идентификатор узла", "This is not a node id"}};
 inline constexpr Problem kNoConnection{
     503, "no-connection", {"Нет связи с сервером OPC UA", "No connection to the OPC UA server"}};
+inline constexpr Problem kServerRefuses{502,
+                                        "server-refuses",
+                                        {"Сервер OPC UA отклонил запрос к этому узлу",
+                                         "The OPC UA server refuses requests for this node"}};
 inline constexpr Problem kBusy{
     503, "busy", {"Слишком много запросов сразу", "Too many requests at a time"}};
 inline constexpr Problem kNoJournal{404,
@@ -63,7 +67,8 @@ inline constexpr Problem kNoConfiguration{
 inline constexpr Problem kConfigurationUnreadable{
     503,
     "configuration-unreadable",
-    {"Файл конфигурации не читается", "The configuration file cannot be read"}};
+    {"Файл конфигурации не читается или больше 4 МиБ",
+     "The configuration file cannot be read or is larger than 4 MiB"}};
 inline constexpr Problem kWritesOff{
     403,
     "writes-off",
@@ -74,6 +79,10 @@ inline constexpr Problem kBadValue{
     422,
     "bad-value",
     {"Значение не подходит к типу переменной", "The value does not fit the variable's type"}};
+inline constexpr Problem kMatrix{422,
+                                 "matrix",
+                                 {"Массивы нескольких измерений программа не записывает",
+                                  "The program does not write arrays of several dimensions"}};
 inline constexpr Problem kNoValue{422,
                                   "no-value",
                                   {"Тип переменной неизвестен: у неё нет значения",

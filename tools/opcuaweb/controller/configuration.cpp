@@ -95,9 +95,19 @@ Json countsOf(const opcuacheck::Findings& findings) {
 
 }  // namespace
 
-std::optional<Json> Configuration::checkedFile(const std::string& path, Extent extent) const {
+namespace {
+
+/// A pipe would keep its reader waiting, and a file of any size takes as much memory.
+bool isReadableSize(const std::string& path) {
     std::error_code error;
-    if (std::filesystem::is_directory(path, error)) return std::nullopt;
+    return std::filesystem::is_regular_file(path, error) &&
+           std::filesystem::file_size(path, error) <= kMostConfigurationFile && !error;
+}
+
+}  // namespace
+
+std::optional<Json> Configuration::checkedFile(const std::string& path, Extent extent) const {
+    if (!isReadableSize(path)) return std::nullopt;
     const auto file = openConfigFile(path);
     if (!file || !file->isReadable()) return std::nullopt;
     const opcuacheck::ServerView view = opcuacheck::viewAsServer(path, settingsPath_, database_);

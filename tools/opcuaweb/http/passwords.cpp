@@ -76,7 +76,10 @@ const Text* Passwords::addLine(const std::string& line) {
     const std::size_t colon = line.find(':');
     const std::string hash = colon == std::string::npos ? "" : line.substr(colon + 1);
     if (colon == 0 || hash.empty()) return &kNoPair;
-    const bool isKept = crypt_checksalt(hash.c_str()) == CRYPT_SALT_OK && hash.starts_with('$');
+    // After the last dollar sign; the kept kinds have 43 characters there and more.
+    constexpr std::size_t kShortest = 40;
+    const bool isKept = crypt_checksalt(hash.c_str()) == CRYPT_SALT_OK && hash.starts_with('$') &&
+                        hash.size() - hash.rfind('$') > kShortest;
     if (!isKept) return &kOtherHash;
     return hashes_.emplace(line.substr(0, colon), hash).second ? nullptr : &kTwice;
 }

@@ -5,7 +5,7 @@
 namespace tools::opcuaweb {
 
 Asker::Asker(std::string url) : session_(std::move(url)) {
-    session_.limitChildren(kMostChildren + 1);  // one more, so that a cut list is recognised
+    session_.limitBrowse({kMostChildren + 1, kBrowseTime});  // one more shows that there are more
 }
 
 Asker::~Asker() {

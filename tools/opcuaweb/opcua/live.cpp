@@ -193,7 +193,9 @@ bool Live::addChunk(Item* const* items, std::size_t count, bool withTimes) {
     request.itemsToCreateSize = wanted.size();
     const CreateResponse response{UA_Client_MonitoredItems_createDataChanges(
         session_.client(), request, contexts.data(), callbacks.data(), ends.data())};
-    if (UA_StatusCode_isBad(response->responseHeader.serviceResult)) return false;
+    const UA_StatusCode status = response->responseHeader.serviceResult;
+    if (isRefusal(status)) return addDivided(items, count, withTimes, status);
+    if (UA_StatusCode_isBad(status)) return false;
     std::vector<Item*> refused;
     for (std::size_t i = 0; i < std::min(count, response->resultsSize); ++i) {
         const auto& result = response->results[i];
@@ -208,6 +210,17 @@ bool Live::addChunk(Item* const* items, std::size_t count, bool withTimes) {
     return refused.empty() || addChunk(refused.data(), refused.size(), false);
 }
 
+/// One node must not take the others' values away, nor a server that takes fewer at a time.
+bool Live::addDivided(Item* const* items, std::size_t count, bool withTimes, UA_StatusCode status) {
+    if (count > 1) {
+        const std::size_t half = count / 2;
+        return addChunk(items, half, withTimes) && addChunk(items + half, count - half, withTimes);
+    }
+    if (withTimes) return addChunk(items, count, false);
+    browsers_.publishValue(items[0]->node, emptyCell(items[0]->node, status));
+    return true;
+}
+
 bool Live::removeItems(const std::vector<std::string>& nodes) {
     std::vector<UA_UInt32> ids;
     for (const std::string& node : nodes) {
@@ -215,18 +228,24 @@ bool Live::removeItems(const std::vector<std::string>& nodes) {
     }
     bool done = true;
     for (std::size_t from = 0; done && from < ids.size(); from += session_.itemsPerCall()) {
-        UA_DeleteMonitoredItemsRequest request{};
-        request.subscriptionId = subscription_;
-        request.monitoredItemIds = ids.data() + from;
-        request.monitoredItemIdsSize = std::min(session_.itemsPerCall(), ids.size() - from);
-        const DeleteResponse response{UA_Client_MonitoredItems_delete(session_.client(), request)};
-        done = !UA_StatusCode_isBad(response->responseHeader.serviceResult);
+        done = removeChunk(ids.data() + from, std::min(session_.itemsPerCall(), ids.size() - from));
     }
     if (!done) return false;  // the items live until the client is gone: it knows their addresses
     for (const std::string& node : nodes) {
         items_.erase(node);
     }
     return true;
+}
+
+bool Live::removeChunk(UA_UInt32* ids, std::size_t count) {
+    UA_DeleteMonitoredItemsRequest request{};
+    request.subscriptionId = subscription_;
+    request.monitoredItemIds = ids;
+    request.monitoredItemIdsSize = count;
+    const DeleteResponse response{UA_Client_MonitoredItems_delete(session_.client(), request)};
+    const UA_StatusCode status = response->responseHeader.serviceResult;
+    if (!isRefusal(status) || count < 2) return !UA_StatusCode_isBad(status);
+    return removeChunk(ids, count / 2) && removeChunk(ids + count / 2, count - count / 2);
 }
 
 // ---- State -------------------------------------------------------------------------------------

@@ -48,6 +48,8 @@ class Live {
     bool follow();
     bool addItems(const std::vector<std::string>& nodes);
     bool addChunk(Item* const* items, std::size_t count, bool withTimes);
+    bool addDivided(Item* const* items, std::size_t count, bool withTimes, UA_StatusCode status);
+    bool removeChunk(UA_UInt32* ids, std::size_t count);
     bool removeItems(const std::vector<std::string>& nodes);
     void setLink(bool connected, UA_StatusCode status);
     void printLink(bool connected, UA_StatusCode status);

@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "server/opcua/UaHandle.h"
 #include "tools/client/format.h"
 #include "tools/opcuaweb/basics/limits.h"
 
@@ -17,25 +18,26 @@ namespace {
 constexpr std::int64_t kTicksPerMs = 10'000;
 constexpr double kMostExact = 9007199254740991;  // JavaScript rounds larger integers
 
-/// Cut at the beginning of a character.
-Json textJson(std::string text) {
-    if (text.size() <= kMostValueText) return text;
-    std::size_t end = kMostValueText;
-    while (end > 0 && (static_cast<unsigned char>(text[end]) & 0xC0U) == 0x80) {
-        --end;
-    }
-    return text.substr(0, end) + "…";
-}
-
 }  // namespace
 
 std::int64_t unixMs(UA_DateTime time) {
-    const std::int64_t ticks = time - UA_DATETIME_UNIX_EPOCH;
-    return ticks >= 0 ? ticks / kTicksPerMs : (ticks - kTicksPerMs + 1) / kTicksPerMs;
+    // Divided first: the earliest time minus the epoch is no 64-bit number.
+    const std::int64_t ms = time / kTicksPerMs - (time % kTicksPerMs < 0 ? 1 : 0);
+    return ms - UA_DATETIME_UNIX_EPOCH / kTicksPerMs;
 }
 
 UA_DateTime fromUnixMs(std::int64_t ms) {
     return ms * kTicksPerMs + UA_DATETIME_UNIX_EPOCH;
+}
+
+bool isTime(UA_DateTime time) {
+    return time > 0;
+}
+
+std::string exactId(const UA_NodeId& id) {
+    OwnedString text;
+    if (UA_NodeId_print(&id, text.get()) != UA_STATUSCODE_GOOD) return {};
+    return std::string{textOf(*text)};
 }
 
 bool parseId(const std::string& text, NodeId& id) {
@@ -49,13 +51,34 @@ double shortened(float number) {
     return std::strtod(text.data(), nullptr);
 }
 
+std::string shortText(std::string text, std::size_t mostBytes) {
+    if (text.size() <= mostBytes) return text;
+    const auto isInside = [&](std::size_t i) {  // a character of several bytes
+        return (static_cast<unsigned char>(text[i]) & 0xC0U) == 0x80U;
+    };
+    std::size_t end = mostBytes;
+    while (end > 0 && isInside(end)) {
+        --end;
+    }
+    text.resize(end);
+    return text + "…";
+}
+
+namespace {
+
+std::string shownText(const UA_Variant& value) {
+    return shortText(formatValue(value), kMostValueText);
+}
+
+}  // namespace
+
 Json shownValue(const UA_Variant& value) {
     if (UA_Variant_isEmpty(&value)) return nullptr;
-    if (!UA_Variant_isScalar(&value)) return textJson(formatValue(value));
+    if (!UA_Variant_isScalar(&value)) return shownText(value);
     const Json json = jsonOf(value);
     if (json.is_number_integer() && std::abs(json.get<double>()) > kMostExact) return json.dump();
     const bool isFinite = json.is_number() && std::isfinite(json.get<double>());
-    return isFinite || json.is_boolean() ? json : textJson(formatValue(value));
+    return isFinite || json.is_boolean() ? json : Json(shownText(value));
 }
 
 int qualityOf(UA_StatusCode status) {
@@ -65,8 +88,9 @@ int qualityOf(UA_StatusCode status) {
 
 Json cellOf(const std::string& id, const UA_DataValue& value) {
     const UA_StatusCode status = value.hasStatus ? value.status : UA_STATUSCODE_GOOD;
+    const bool hasTime = value.hasSourceTimestamp && isTime(value.sourceTimestamp);
     Json cell = {id, value.hasValue ? shownValue(value.value) : Json(), qualityOf(status),
-                 value.hasSourceTimestamp ? Json(unixMs(value.sourceTimestamp)) : Json()};
+                 hasTime ? Json(unixMs(value.sourceTimestamp)) : Json()};
     const std::string name = formatQuality(status);
     if (name != "Good") cell.push_back(name);
     return cell;

@@ -36,6 +36,7 @@ std::variant<Writes::Prepared, Problem> Writes::prepared(Session& session, const
     DataValue present;
     if (readValue(session, write.id, present) != UA_STATUSCODE_GOOD) return kNoConnection;
     if (!present->hasValue || UA_Variant_isEmpty(&present->value)) return kNoValue;
+    if (present->value.arrayDimensionsSize > 1) return kMatrix;  // a list would lose the shape
     write.old = shownValue(present->value);
     write.type = present->value.type;
     const bool isArray = !UA_Variant_isScalar(&present->value);

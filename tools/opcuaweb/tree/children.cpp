@@ -24,47 +24,49 @@ const char* kindOf(const Child& child, bool history) {
 }
 
 /// Whether each of them has a readable history.
-bool readHistories(Session& session, const std::vector<Child>& children,
-                   std::vector<bool>& histories) {
+UA_StatusCode readHistories(Session& session, const std::vector<Child>& children,
+                            std::vector<bool>& histories) {
     std::vector<const UA_NodeId*> variables;
     for (const Child& child : children) {
         if (child.isVariable) variables.push_back(child.id.get());
     }
     std::vector<DataValue> levels;
-    if (session.read(variables, UA_ATTRIBUTEID_USERACCESSLEVEL, levels) != UA_STATUSCODE_GOOD) {
-        return false;
-    }
+    const UA_StatusCode status = session.read(variables, UA_ATTRIBUTEID_USERACCESSLEVEL, levels);
+    if (status != UA_STATUSCODE_GOOD) return status;
     auto level = levels.begin();
     for (const Child& child : children) {
         histories.push_back(child.isVariable && hasHistory(**level++));
     }
-    return true;
+    return UA_STATUSCODE_GOOD;
 }
 
 }  // namespace
 
-std::optional<Json> childrenOf(Session& session, const std::string& node) {
+UA_StatusCode childrenOf(Session& session, const std::string& node, Json& found) {
     NodeId id;
     static_cast<void>(parseId(node, id));
     std::vector<std::vector<Child>> lists;
-    if (session.browse({id.get()}, lists) != UA_STATUSCODE_GOOD) return std::nullopt;
+    UA_StatusCode status = session.browse({id.get()}, lists);
+    if (status != UA_STATUSCODE_GOOD) return status;
     std::vector<Child>& children = lists.front();
     std::erase_if(children, [](const Child& child) { return !isShown(child); });
     sortByName(children);
     const std::size_t count = std::min(children.size(), kMostChildren);
-    const bool complete = count == children.size();
+    const bool complete = count == children.size() && !session.isBrowseCut();
     children.erase(children.begin() + static_cast<std::ptrdiff_t>(count), children.end());
     std::vector<bool> histories;
-    if (!readHistories(session, children, histories)) return std::nullopt;
+    status = readHistories(session, children, histories);
+    if (status != UA_STATUSCODE_GOOD) return status;
     Json nodes = Json::array();
     for (std::size_t i = 0; i < count; ++i) {
         const Child& child = children[i];
-        nodes.push_back({{"id", idText(*child.id)},
-                         {"name", child.name},
+        nodes.push_back({{"id", exactId(*child.id)},
+                         {"name", shortText(child.name, kMostName)},
                          {"kind", kindOf(child, histories[i])},
                          {"children", !child.isVariable || mayHaveChildren(session, child)}});
     }
-    return Json{{"complete", complete}, {"nodes", std::move(nodes)}};
+    found = {{"complete", complete}, {"nodes", std::move(nodes)}};
+    return UA_STATUSCODE_GOOD;
 }
 
 }  // namespace tools::opcuaweb

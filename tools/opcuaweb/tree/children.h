@@ -1,6 +1,5 @@
 #pragma once
 
-#include <optional>
 #include <string>
 
 #include "tools/client/session.h"
@@ -10,7 +9,7 @@ namespace tools::opcuaweb {
 
 /// The children of one node, sorted by their names: {"complete", "nodes": [{"id", "name", "kind", "children"}]}.
 /// @param node  a valid node id
-/// @return nothing if the connection failed
-[[nodiscard]] std::optional<Json> childrenOf(Session& session, const std::string& node);
+/// @return the status of the request that failed, with `found` untouched
+[[nodiscard]] UA_StatusCode childrenOf(Session& session, const std::string& node, Json& found);
 
 }  // namespace tools::opcuaweb

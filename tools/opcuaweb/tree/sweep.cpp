@@ -146,7 +146,9 @@ void Sweep::compare(const std::string& id, const UA_DataValue& value, std::int64
 
 void Sweep::count(const Row& row, const UA_DataValue& value, std::int64_t nowMs) {
     std::optional<std::int64_t> time;
-    if (value.hasSourceTimestamp) time = unixMs(value.sourceTimestamp);
+    if (value.hasSourceTimestamp && isTime(value.sourceTimestamp)) {
+        time = unixMs(value.sourceTimestamp);
+    }
     const int quality = qualityOf(value.hasStatus ? value.status : UA_STATUSCODE_GOOD);
     if (time && !row.history) compare(row.id, value, *time);
     const auto age = time ? std::optional(nowMs - *time) : std::nullopt;
@@ -156,7 +158,9 @@ void Sweep::count(const Row& row, const UA_DataValue& value, std::int64_t nowMs)
     if (condition == "old") ++running_.old;
     if (condition == "bad") ++running_.bad;
     if (condition != "good") note(condition, row);
-    if (!time || (running_.newestMs && *time <= *running_.newestMs)) return;
+    // A clock that is far ahead would hide that the others have stopped.
+    if (!time || *time > nowMs + kOldMs) return;
+    if (running_.newestMs && *time <= *running_.newestMs) return;
     running_.newestMs = time;
     newest_ = row.id;
 }

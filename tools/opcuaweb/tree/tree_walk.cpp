@@ -50,6 +50,7 @@ bool TreeWalk::nameRoot(Session& session) {
     const UA_NodeId* const root = waiting_.front().id.get();
     if (session.read({root}, UA_ATTRIBUTEID_DISPLAYNAME, names) != UA_STATUSCODE_GOOD) return false;
     if (names.front()->hasValue) waiting_.front().name = formatValue(names.front()->value);
+    waiting_.front().name = shortText(waiting_.front().name, kMostName);
     rootNamed_ = true;
     return true;
 }
@@ -67,7 +68,9 @@ bool TreeWalk::step(Session& session) {
         ids.push_back(waiting_[i].id.get());
     }
     std::vector<std::vector<Child>> lists;
-    if (session.browse(ids, lists) != UA_STATUSCODE_GOOD) return false;
+    const UA_StatusCode status = session.browse(ids, lists);
+    if (status != UA_STATUSCODE_GOOD && !isRefusal(status)) return false;
+    if (status != UA_STATUSCODE_GOOD || session.isBrowseCut()) complete_ = false;
     std::vector<Object> found;
     for (std::size_t i = 0; i < count; ++i) {
         sortByName(lists[i]);
@@ -77,12 +80,13 @@ bool TreeWalk::step(Session& session) {
     // Depth first by lots, so that rows of one folder stay together.
     waiting_.insert(waiting_.begin(), std::make_move_iterator(found.begin()),
                     std::make_move_iterator(found.end()));
-    const bool full = rows_.size() >= mostRows_ || seen_.size() >= kMostObjects;
-    if (full && !waiting_.empty()) {
-        complete_ = false;
-        waiting_.clear();
-    }
+    if (rows_.size() >= mostRows_ || seen_.size() >= kMostObjects) stop();
     return describeNew(session);
+}
+
+void TreeWalk::stop() {
+    complete_ &= waiting_.empty();
+    waiting_.clear();
 }
 
 void TreeWalk::takeChildren(const Session& session, const Object& object,
@@ -94,16 +98,17 @@ void TreeWalk::takeChildren(const Session& session, const Object& object,
     if (children.size() > kMostChildren) complete_ = false;
     for (Child& child : children) {
         if (!isShown(child)) continue;
+        child.name = shortText(std::move(child.name), kMostName);
         if (child.isVariable && !tag) {
             tag = std::make_shared<Tag>();
-            tag->id = idText(*object.id);
+            tag->id = exactId(*object.id);
             tag->tag = object.name;
             tag->folder = folder;
             tag->search = lowered(object.name);
         }
         if (child.isVariable) addRow(child, tag);
         const bool isEntered = !child.isVariable || mayHaveChildren(session, child);
-        if (!isEntered || !seen_.insert(idText(*child.id)).second) continue;
+        if (!isEntered || !seen_.insert(exactId(*child.id)).second) continue;
         if (object.depth == 0) {
             complete_ = false;
             continue;
@@ -119,7 +124,7 @@ void TreeWalk::addRow(const Child& child, const std::shared_ptr<Tag>& tag) {
         return;
     }
     newTags_.push_back(tag);
-    rows_.push_back({idText(*child.id), child.name, {}, false, false, false, tag});
+    rows_.push_back({exactId(*child.id), child.name, {}, false, false, false, tag});
 }
 
 std::vector<Row> TreeWalk::takeRows() {
@@ -137,11 +142,12 @@ namespace {
 
 /// A tag's texts, as far as its variables show them.
 void addText(Tag& tag, const std::string& item, const std::string& text) {
-    if (text.empty()) return;
-    tag.search += ' ' + lowered(text);
+    const std::string known = shortText(text, kMostName);
+    if (known.empty()) return;
+    tag.search += ' ' + lowered(known);
     const Label label = labelOf(item);
-    if (label == Label::name) tag.name += (tag.name.empty() ? "" : " ") + text;
-    if (label == Label::unit) tag.unit = text;
+    if (label == Label::name) tag.name += (tag.name.empty() ? "" : " ") + known;
+    if (label == Label::unit) tag.unit = known;
 }
 
 void describeRow(Row& row, Tag& tag, const UA_DataValue& level, const UA_DataValue& value) {

@@ -53,6 +53,8 @@ class TreeWalk {
 
     /// Some requests. @return false if the connection failed; the walk can be repeated then
     [[nodiscard]] bool step(Session& session);
+    /// Leaves out what was not visited yet.
+    void stop();
     [[nodiscard]] bool isDone() const { return waiting_.empty() && newTags_.empty(); }
 
     [[nodiscard]] std::size_t count() const { return rows_.size(); }
