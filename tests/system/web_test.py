@@ -3,6 +3,8 @@
 import json
 import signal
 import socket
+import subprocess
+import sys
 import threading
 import time
 from collections.abc import Iterator
@@ -10,6 +12,7 @@ from http.client import HTTPConnection, HTTPResponse
 from typing import Any
 from urllib.parse import quote
 
+import foreign_server
 import pytest
 
 from conftest import Site
@@ -208,3 +211,110 @@ def test_who_is_let_in(site: Site) -> None:
     costly = {"Range": "bytes=" + ",".join(["0-"] * 100), "Accept-Encoding": "br"}
     assert len(request("GET", "/dygraph.js", headers=costly).read()) == size, "neither a hundredfold nor packed"
     assert answer("/api/watch", {}, JSON | {"Origin": "http://other.example"})[0] == 403
+
+
+@pytest.fixture
+def foreign(site: Site) -> Iterator[subprocess.Popen[bytes]]:
+    """A server of another make that takes only 20 monitored items at a time."""
+    arguments = [sys.executable, foreign_server.__file__, str(PORT), "--items-per-call", "20"]
+    with subprocess.Popen(arguments, stdout=subprocess.PIPE) as server:
+        assert server.stdout and server.stdout.readline() == b"ready\n"
+        yield server
+        server.kill()
+
+
+# Shown value, quality and, unless it is Good, the status.
+SHOWN = {
+    "Int32[][]": ["[-2147483648, -2147483648, -2147483648, -2147483648]", 0],
+    "UInt64": ["18446744073709551615", 0],
+    "ByteString": ["AP8=", 0],
+    "XmlElement": ["<a>&amp;</a>", 0],
+    "StatusCode": ["BadTimeout", 0],
+    "LongString": ["Д" * 2048 + "…", 0],
+    "NaN": ["nan", 0],
+    "NotUtf8": ["\ufffd\ufffd<b>", 0],
+    "Null": [None, 0],
+    "SourceTimeOldest": [1.0, 0],
+    "UnknownStatus": [1.0, 2, "0x8FFF0000"],
+    "BadWithoutValue": [None, 2, "BadWaitingForInitialData"],
+    "line\nbreak\x1b": [4, 0],
+}
+# What a history without end, or one that is refused, comes to: its values, and why there are no more.
+HISTORIES = {
+    "endless": (3001, None),
+    "backwards": (3001, None),
+    "refused": (0, "BadHistoryOperationUnsupported"),
+    "broken": (2998, "BadHistoryOperationUnsupported"),
+    "fault": (0, "BadInternalError"),
+    "nothing": (0, None),
+    "same time": (1000, "one millisecond"),
+}
+
+
+def history_end(name: str, span_ms: int) -> tuple[int, str | None]:
+    begin = 1_767_225_603_000  # 2026-01-01 00:00:03 UTC; "broken" breaks off at 00:00:05
+    path = f"/api/history?node={quote('ns=2;s=history/' + name)}&from={begin}&to={begin + span_ms}&width=100"
+    end = json.loads(request("GET", path).read().splitlines()[-1])
+    return end["values"], end["problem"] and end["problem"]["en"]
+
+
+def test_a_server_of_another_make(foreign: subprocess.Popen[bytes], site: Site) -> None:
+    page = start_page(site, "--allow-writes")
+    wait_until(page.is_linked, "connected")
+    page.watch(*("ns=2;s=" + name for name in SHOWN))
+    wait_until(lambda: len(page.values) == len(SHOWN), "every value is shown")
+    for name, (value, quality, *status) in SHOWN.items():
+        got, got_quality, _time, *got_status = page.values["ns=2;s=" + name]
+        assert (got, got_quality, got_status) == (value, quality, status), name
+    for name, (values, problem) in HISTORIES.items():
+        got, reason = history_end(name, 3000)
+        assert got == values and (problem or "") in (reason or ""), name
+    for node, status, complete in (("Names", 200, True), ("fault/browse", 502, None), ("wide/1000", 200, False), ("wide/0", 200, False)):
+        response = request("GET", "/api/children?node=" + quote("ns=2;s=" + node))
+        assert (response.status, json.loads(response.read()).get("complete")) == (status, complete), node
+    for node, complete in (("Loop", True), ("Faults", False), ("endless/Endless", False)):
+        rows = get("/api/rows?node=" + quote("ns=2;s=" + node))
+        assert rows["complete"] == complete and bool(rows["rows"]) == (node != "Loop"), node
+    matrix = {"node": "ns=2;s=Int32[][]", "value": "[1, 2]"}
+    assert answer("/api/write/ask", matrix)[0] == 422
+    deep = {"node": "ns=2;s=Int32[]", "value": "[" * 300_000 + "]" * 300_000}
+    assert answer("/api/write/ask", deep)[0] == 422
+    foreign.send_signal(signal.SIGSTOP)
+    wait_until(lambda: not page.is_linked(), "a server that hangs is noticed")
+    assert request("GET", "/api/children").status == 503
+    foreign.send_signal(signal.SIGCONT)
+    page.values.clear()
+    wait_until(lambda: len(page.values) == len(SHOWN), "values again")
+
+
+# Requests, each with the status of its answer; None: the connection just ends.
+MALFORMED = [
+    (b"\x00\xff" * 500 + b"\r\n\r\n", 400),
+    (b"GET / HTTP/1.1\r\n\r\n", 403),  # no Host
+    (b"GET / HTTP/1.1\r\nHost: localhost@evil.example\r\n\r\n", 403),
+    (b"GET /api/search?q=a&limit=99999999999999999999 HTTP/1.1\r\nHost: localhost\r\n\r\n", 400),
+    (b"GET /api/children?node=ns=70000;i=1 HTTP/1.1\r\nHost: localhost\r\n\r\n", 400),
+    # 2500 times the file: nobody asks for ranges, so that the whole is sent.
+    (b"GET /dygraph.js HTTP/1.1\r\nHost: localhost\r\nRange: bytes=" + b",".join([b"0-"] * 2500) + b"\r\n\r\n", 200),
+    (b"POST /api/watch HTTP/1.1\r\nHost: localhost\r\nContent-Length: 3000000\r\n\r\n", 413),
+    (b"POST /api/watch HTTP/1.1\r\nHost: localhost\r\nTransfer-Encoding: chunked\r\n\r\nffffffffffffffff\r\n{}", 400),
+]
+# So deep that a recursive reader exhausts its stack.
+DEEP = ["[" * 1_000_000, '{"a":' * 300_000 + "1" + "}" * 300_000]
+
+
+def test_malformed_requests(site: Site) -> None:
+    start_page(site)
+    for text, status in MALFORMED:
+        with socket.create_connection(("127.0.0.1", 8080)) as connection:
+            connection.sendall(text)
+            connection.shutdown(socket.SHUT_WR)
+            response = HTTPResponse(connection)
+            response.begin()
+            assert response.status == status, text[:80]
+            assert int(response.headers["Content-Length"]) < 1_000_000
+    for text in DEEP:
+        connection = HTTPConnection(PAGE, timeout=60)
+        connection.request("POST", "/api/watch", text, JSON)
+        assert connection.getresponse().status == 400
+    assert request("GET", "/").status == 200

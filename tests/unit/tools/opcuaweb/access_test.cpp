@@ -81,7 +81,8 @@ TEST(Passwords, AreReadAndVerified) {
         {"ann:secret\n", ":1: "},
         {"ann:%\nann:%\n", ":2: "},
         {":%\n", ":1: "},
-        {"ann:abJnggxhB/yWI\n", ":1: "},  // of the old kind, DES
+        {"ann:abJnggxhB/yWI\n", ":1: "},    // of the old kind, DES
+        {"ann:$6$abcdefgh$ltj\n", ":1: "},  // cut
     };
     const std::string path = "/tmp/opcuaweb/passwords";
     for (const auto& file : files) {
