@@ -25,6 +25,7 @@ def test_a_value_changes_and_a_sensor_fails(plant, open_page):
     expect(row(page, SET_POINT)).to_have_class(re.compile("flash-[ab]"))
 
     page = open_page(TEMPERATURES, size=(1440, 3600))  # all of them are on screen
+    expect(page.locator(".table-title")).to_have_text("1_VA")
     live = page.locator(".row[data-condition=good] .value-number").first
     expect(live).not_to_have_text("—")
     expect(live).not_to_have_text(live.inner_text())

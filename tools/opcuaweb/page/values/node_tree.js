@@ -9,12 +9,13 @@ export const topNode = "i=85";
 const mostObjects = 50;
 const symbols = { folder: "folder", tag: "tag" };
 
-/** @param {(id: string) => void} onSelect */
-export function nodeTree(onSelect) {
+/** @param {(id: string) => void} onSelect @param {() => void} onLoaded more names are known */
+export function nodeTree(onSelect, onLoaded) {
     return new Tree({
         label: t("tree.label"),
         top: { id: topNode, name: t("tree.all"), children: true },
         onSelect,
+        onLoaded,
         load: async (node, signal) => {
             const { nodes } = await get("children", { node }, signal);
             const objects = nodes.filter(({ kind }) => kind === "tag");

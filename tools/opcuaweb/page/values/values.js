@@ -30,7 +30,10 @@ class ValuesView {
 
     /** @param {HTMLElement} root @param {Record<string, string>} parameters */
     constructor(root, parameters) {
-        this.tree = nodeTree((id) => this.#chooseNode(id));
+        this.tree = nodeTree(
+            (id) => this.#chooseNode(id),
+            () => this.#heading(),
+        );
         this.table = new Table({
             onOpen: (row) => this.#open(row),
             onVisible: (ids) => watch("table", ids),

@@ -12,6 +12,7 @@ import { t } from "../text/language.js";
  * @property {TreeNode} top
  * @property {(id: string, signal: AbortSignal) => Promise<TreeNode[]>} load the children of a node
  * @property {(id: string, name: string) => void} [onSelect]
+ * @property {() => void} [onLoaded] the items below one were added
  */
 
 /** A folder may have thousands of children; more of them are shown on request. */
@@ -140,6 +141,7 @@ export class Tree {
         try {
             const nodes = await this.source.load(item.dataset.id, this.#requests.signal);
             this.#show(group, nodes, Number(item.dataset.level) + 1, 0);
+            this.source.onLoaded?.();
             if (!nodes.length) item.removeAttribute("aria-expanded"); // nothing but rows of the table
         } catch (error) {
             group.remove(); // the next opening tries again
