@@ -105,7 +105,7 @@ void Live::onSilence(UA_Client* /*client*/, UA_UInt32 /*subscription*/, void* co
     static_cast<Live*>(context)->subscriptionLost_ = true;
 }
 
-/// Called by the library when the subscription is gone, whoever ended it.
+/// Called by the library when the subscription is gone, no matter which side ended it.
 void Live::onEnd(UA_Client* /*client*/, UA_UInt32 /*subscription*/, void* context) noexcept {
     static_cast<Live*>(context)->subscriptionLost_ = true;
 }
