@@ -258,14 +258,15 @@ int vs_obj::ReceiveWithTimeout(int pid, void* msg, unsigned int len, unsigned lo
     constexpr unsigned int kPollMs = 50;
     const long deadline =
         abs_clock() + static_cast<long>(ms * static_cast<unsigned long>(ABSCLOCKS_PER_SEC) / 1000);
-    while (abs_clock() <= deadline) {
+    // The first look does not depend on the clock, which may tick on meanwhile.
+    do {
         // Reaps a child; does nothing for other processes. 0 would reap any child.
         if (pid > 0) static_cast<void>(waitpid(pid, nullptr, WNOHANG));
         if (findpid(pid) != 0) return -1;
         const int sender = Creceive_QNXStyle(pid, msg, len);
         if (sender > 0) return sender;
         delay(kPollMs);
-    }
+    } while (abs_clock() <= deadline);
     return -ENOENT;
 }
 

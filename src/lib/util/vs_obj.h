@@ -56,7 +56,8 @@ class vs_obj : public vs_shm {
     /// As Creceive, but looks past the requests of others, which are put back.
     int Creceive_QNXStyle(int pid, void* msg, unsigned int len);
 
-    /// Waits for a request of one process for `ms` milliseconds at most, looking every 50 ms.
+    /// Waits for a request of one process for `ms` milliseconds at most, looking every 50 ms and
+    /// at once: 0 ms takes what is there.
     /// @param pid  when it is a child that has ended, it is reaped
     /// @return the sender's pid; -1 when the process does not exist, -ENOENT when the time is over.
     int ReceiveWithTimeout(int pid, void* msg, unsigned int len, unsigned long ms);
