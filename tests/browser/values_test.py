@@ -88,7 +88,7 @@ def test_a_write_is_confirmed_and_read_back(plant, open_page):
     dialog.get_by_role("button", name="Write to the controller").click()
     expect(dialog).to_contain_text("read back")
     assert client.read(KEY).Value.Value == 71.5
-    expect(page.locator(".toast")).to_contain_text("71.5")
+    expect(page.locator(".toast")).to_contain_text("RV_1 · Значение: 60.5 → 71.5")
     expect(row(page, SET_POINT).locator(".value-number")).to_have_text("71.5")
 
 

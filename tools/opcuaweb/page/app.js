@@ -1,4 +1,5 @@
 // Starts the page: its frame, the link to the program, and the view that the address names.
+import { rowOf } from "./data/api.js";
 import { show as showBanner, startBanner } from "./frame/banner.js";
 import { announce, element, find, setIcon, setText } from "./widgets/dom.js";
 import { plainValue, timeOfDay } from "./text/format.js";
@@ -106,12 +107,11 @@ function startSwitches() {
 }
 
 /** Somebody wrote a value: every operator sees it for a while. @param {any} write */
-function showWrite({ node, old, new: written, address }) {
-    const toast = element(
-        "p",
-        { class: "toast" },
-        t("writes.made", { node, old: plainValue(old), new: plainValue(written), address }),
-    );
+async function showWrite({ node, old, new: written, address }) {
+    const row = await rowOf(node).catch(() => undefined); // then its id is name enough
+    const values = { old: plainValue(old), new: plainValue(written), unit: row?.unit ? ` ${row.unit}` : "" };
+    const name = row ? [row.tag, row.item].filter(Boolean).join(" · ") : node;
+    const toast = element("p", { class: "toast" }, t("writes.made", { name, ...values, address }));
     const toasts = find("#toasts");
     toasts.append(toast);
     while (toasts.children.length > mostToasts) toasts.firstElementChild.remove();

@@ -25,6 +25,15 @@ export async function get(path, query, signal) {
     return (await answered(address(path, query), { signal })).json();
 }
 
+/**
+ * What the program knows of one variable; undefined for one that its search does not find.
+ * @param {string} id @param {AbortSignal} [signal] @returns {Promise<import("./store.js").Row | undefined>}
+ */
+export async function rowOf(id, signal) {
+    const { hits } = await get("search", { q: id, limit: 10 }, signal);
+    return hits.find((/** @type {import("./store.js").Row} */ hit) => hit.id === id);
+}
+
 /** @param {string} path @param {unknown} body @param {AbortSignal} [signal] */
 export async function post(path, body, signal) {
     const headers = { "Content-Type": "application/json", "X-Opcuaweb": "1" };

@@ -176,8 +176,8 @@ export const texts = {
         en: "The program was started with --allow-writes: values can be changed",
     },
     "writes.made": {
-        ru: "Записано: {node}: {old} → {new} ({address})",
-        en: "Written: {node}: {old} → {new} ({address})",
+        ru: "Записано: {name}: {old} → {new}{unit} ({address})",
+        en: "Written: {name}: {old} → {new}{unit} ({address})",
     },
     "write.title": { ru: "Изменить {tag}", en: "Write {tag}" },
     "write.old": { ru: "Было", en: "Old" },

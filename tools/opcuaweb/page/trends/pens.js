@@ -1,5 +1,5 @@
 // Picks pens: those of the plotters, filtered as one types, and the present choice.
-import { get, isAborted } from "../data/api.js";
+import { get, isAborted, rowOf } from "../data/api.js";
 import { element, iconButton, notice } from "../widgets/dom.js";
 import { count } from "../text/format.js";
 import { t } from "../text/language.js";
@@ -110,8 +110,7 @@ export class PenPicker {
         if (known) return known;
         try {
             // A variable with history that belongs to no plotter.
-            const { hits } = await get("search", { q: id, limit: 10 }, this.#request.signal);
-            const row = hits.find((/** @type {any} */ hit) => hit.id === id);
+            const row = await rowOf(id, this.#request.signal);
             if (row) return { id, name: [row.tag, row.item].filter(Boolean).join(" "), unit: row.unit ?? "" };
         } catch {
             // Its id is name enough.
