@@ -6,7 +6,8 @@
 namespace {
 
 int timerCalls = 0;
-std::function<void()> interruption;  // of the next wait for a message
+volatile std::sig_atomic_t alarms = 0;  // that the caller saw
+std::function<void()> interruption;     // of the next wait for a message
 }  // namespace
 
 extern "C" ssize_t msgrcv(int queue, void* message, std::size_t size, long type, int flags) {
@@ -110,7 +111,7 @@ TEST_F(Waits, SendWaitsForTheReplyAndTheCallersTimerRunsOn) {
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.why);
-        // In a process of its own: the default action of SIGALRM would end it, its handler does.
+        // In a process of its own, which the kept handler ends.
         ChildProcess client([&] {
             signal(SIGUSR1, [](int) {});
             ChildProcess server([] {
@@ -124,13 +125,17 @@ TEST_F(Waits, SendWaitsForTheReplyAndTheCallersTimerRunsOn) {
                 }
                 return answering.Reply(asking, data, sizeof data, 0);
             });
+            signal(SIGALRM, [](int) { alarms = alarms + 1; });
             if (c.restUs == 0) signal(SIGALRM, [](int) { _exit(9); });
             if (c.restUs != 0) startTimer(c.restUs);
             const std::string reply = ask(server.pid());
             const long rest = timerRestUs(c.restUs != 0 ? 90 : 0);
             startTimer(0);
             EXPECT_EQ(reply, std::string("0 [levels]\0\0##", 14)) << "ten bytes were asked for";
-            EXPECT_TRUE(rest >= c.atLeastUs && rest <= c.atMostUs) << rest;
+            // On a busy machine the 10 ms may be over by now: then the interval has begun.
+            const bool isOver = c.restUs == 200000 && alarms == 1 && rest > 10100;
+            EXPECT_TRUE(isOver || (alarms == 0 && rest >= c.atLeastUs && rest <= c.atMostUs))
+                << rest;
             if (c.restUs == 0) raise(SIGALRM);
             return server.wait();
         });
