@@ -301,7 +301,8 @@ MALFORMED = [
     (b"GET / HTTP/1.1\r\n\r\n", 403),  # no Host
     (b"GET / HTTP/1.1\r\nHost: localhost@evil.example\r\n\r\n", 403),
     (b"GET /api/search?q=a&limit=99999999999999999999 HTTP/1.1\r\nHost: localhost\r\n\r\n", 400),
-    (b"GET /api/children?node=ns=70000;i=1 HTTP/1.1\r\nHost: localhost\r\n\r\n", 400),
+    (b"GET /api/children?node=ns%3D65536%3Bi%3D1 HTTP/1.1\r\nHost: localhost\r\n\r\n", 400),
+    (b"GET /api/children?node=i%3D4294967381 HTTP/1.1\r\nHost: localhost\r\n\r\n", 400),
     # 2500 times the file: nobody asks for ranges, so that the whole is sent.
     (b"GET /dygraph.js HTTP/1.1\r\nHost: localhost\r\nRange: bytes=" + b",".join([b"0-"] * 2500) + b"\r\n\r\n", 200),
     (b"POST /api/watch HTTP/1.1\r\nHost: localhost\r\nContent-Length: 3000000\r\n\r\n", 413),

@@ -1,6 +1,7 @@
 #include "tools/client/item_list.h"
 
 #include <algorithm>
+#include <charconv>
 #include <cstring>
 #include <iterator>
 #include <span>
@@ -13,7 +14,23 @@ namespace tools {
 
 namespace {
 
+/// Whether a number that follows the prefix is in its type's range.
+template <class Number>
+bool fits(std::string_view text, std::string_view prefix) {
+    if (!text.starts_with(prefix)) return true;
+    text.remove_prefix(prefix.size());
+    Number number = 0;
+    return std::from_chars(text.data(), text.data() + text.size(), number).ec == std::errc{};
+}
+
 UA_StatusCode parsed(const std::string& text, NodeId& id) {
+    // The library would take the rest of a division: ns=65538 for ns=2.
+    const std::string_view whole = text;
+    const auto body =
+        whole.substr(whole.starts_with("ns=") ? std::min(whole.find(';') + 1, whole.size()) : 0);
+    if (!fits<UA_UInt16>(whole, "ns=") || !fits<UA_UInt32>(body, "i=")) {
+        return UA_STATUSCODE_BADNODEIDINVALID;
+    }
     return UA_NodeId_parse(id.get(), uaView(text));
 }
 
