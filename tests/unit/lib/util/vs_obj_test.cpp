@@ -100,6 +100,7 @@ TEST_F(Messages, CarrySenderAndDataAndNothingMore) {
 }
 
 TEST_F(Waits, SendWaitsForTheReplyAndTheCallersTimerRunsOn) {
+    constexpr int kLate = 77;
     const struct {
         const char* why;
         long restUs;               // of the caller's timer before; 0: off
@@ -112,7 +113,7 @@ TEST_F(Waits, SendWaitsForTheReplyAndTheCallersTimerRunsOn) {
     for (const auto& c : cases) {
         SCOPED_TRACE(c.why);
         // In a process of its own, which the kept handler ends.
-        ChildProcess client([&] {
+        const auto client = [&] {
             signal(SIGUSR1, [](int) {});
             ChildProcess server([] {
                 vs_obj answering;
@@ -132,14 +133,19 @@ TEST_F(Waits, SendWaitsForTheReplyAndTheCallersTimerRunsOn) {
             const long rest = timerRestUs(c.restUs != 0 ? 90 : 0);
             startTimer(0);
             EXPECT_EQ(reply, std::string("0 [levels]\0\0##", 14)) << "ten bytes were asked for";
-            // On a busy machine the 10 ms may be over by now: then the interval has begun.
-            const bool isOver = c.restUs == 200000 && alarms == 1 && rest > 10100;
-            EXPECT_TRUE(isOver || (alarms == 0 && rest >= c.atLeastUs && rest <= c.atMostUs))
+            // On a busy machine the 10 ms may be over by now and the interval has begun: once more.
+            const bool isLate = c.restUs == 200000 && alarms == 1 && rest > c.atMostUs;
+            EXPECT_TRUE(isLate || (alarms == 0 && rest >= c.atLeastUs && rest <= c.atMostUs))
                 << rest;
             if (c.restUs == 0) raise(SIGALRM);
-            return server.wait();
-        });
-        EXPECT_EQ(client.wait(), c.restUs == 0 ? 9 : 0) << "the handler is kept and saw no tick";
+            const int end = server.wait();
+            return isLate ? kLate : end;
+        };
+        int end = kLate;
+        for (int attempt = 0; end == kLate && attempt < 5; ++attempt) {
+            end = ChildProcess(client).wait();
+        }
+        EXPECT_EQ(end, c.restUs == 0 ? 9 : 0) << "the handler is kept and saw no tick";
     }
 }
 
